@@ -1,0 +1,129 @@
+#ifndef KOTYPES_H
+#define KOTYPES_H
+
+#include "kotypeid.h"
+
+#include <komemfile.h>
+
+/// The record of a value type, and the signatures of the functions in it.
+///
+/// Rules that hold for every function of the library:
+/// - `format` is the format byte (KoFormat): which form a value is in, and the
+///   byte order of the persistent form. Persistent buffers need no alignment;
+///   values in memory form are aligned as their type asks.
+/// - `count` is a number of elements; a count of 0 reads and writes nothing.
+/// - `length` bounds the bytes behind an operand; 0 means no separate bound.
+/// - No function throws. Sizes are bytes, results are KoResult codes.
+/// - Nothing is locked. Functions work only on what they are handed; process-wide
+///   state is set at start-up and read afterwards.
+
+class KoString;
+class KoTypeMgr;
+struct KoIdxBounds;
+struct KoTypeConvertData;
+
+/// Array of `count` new elements; null when memory runs out.
+using KoCreateFunc = void* (*)(unsigned count);
+/// Destructs and frees an array of `create`; returns null.
+using KoDestroyFunc = void* (*)(void* array, unsigned count);
+/// Memory form to persistent form (store) or back (load); persistent bytes written or read.
+using KoStoreFunc = unsigned (*)(void* destination, const void* source, unsigned char format,
+                                 unsigned count);
+using KoNullSizeFunc = unsigned (*)(unsigned count);
+/// Persistent size in `format` of elements given in `valueFormat`.
+using KoSizeFunc = unsigned (*)(const void* value, unsigned char valueFormat, unsigned char format,
+                                unsigned count);
+using KoMemFileSizeFunc = unsigned (*)(MemFile* file, unsigned char format, unsigned count);
+/// Negative, 0 or positive: the order of the first pair of elements that differ.
+/// `status` becomes 0, or KoRC_TRUNCATED when a bound ran out before `count` elements.
+using KoTypeCmpFunc = int (*)(unsigned char format, unsigned length1, void* value1,
+                              unsigned length2, void* value2, unsigned short cmpOp, unsigned count,
+                              int& status);
+using KoEvalFunc = float (*)(KoIdxBounds* bounds, unsigned short& op, void* value,
+                             unsigned char format, unsigned count, KoIdxBounds* newBounds);
+using KoHashFunc = unsigned (*)(unsigned char format, unsigned length, void* value, unsigned count,
+                                int& status);
+/// New record of texts that the caller deletes; null when memory runs out.
+using KoConvertToFunc = KoTypeConvertData* (*)(void* value, unsigned count);
+/// New array of values that the caller destroys; null when memory runs out.
+using KoConvertFromFunc = void* (*)(KoTypeConvertData* data, unsigned count);
+using KoConstructFunc = void (*)(void* array, unsigned count, unsigned extra);
+/// With `broadcast` non-zero the one source element goes to every destination element.
+using KoAssignFunc = void (*)(void* destination, void* source, unsigned count, int broadcast);
+using KoTranslateFunc = unsigned (*)(void* destination, unsigned char destinationFormat,
+                                     unsigned destinationLength, void* source,
+                                     unsigned char sourceFormat, unsigned sourceLength,
+                                     unsigned count);
+using KoNullFunc = int (*)(void* value);
+using KoPrintFunc = KoString& (*)(KoString& text, void* value, const char* format, unsigned count);
+using KoScanFunc = void* (*)(void* value, KoString& text, const char* format, unsigned count);
+using KoDefaultValueFunc = void* (*)(unsigned count, int flag);
+/// Steps a value in memory form: `kind` 'M' and 'N' advance by one, 'O' leaves it, 2 sets
+/// the smallest value. Returns 0, KoRC_OVERFLOW (unchanged) or KoRC_NOT_SUPPORTED.
+using KoGetValueFunc = int (*)(void* value, unsigned length, unsigned char format,
+                               unsigned char kind);
+/// Reads a whole text strictly: 0, or -1 with `errorAt` the position of the first character that
+/// does not belong and the value unchanged. A null `format` is the type's own.
+using KoParseFunc = int (*)(void* value, const KoString& text, const char* format,
+                            unsigned& errorAt);
+
+/// The slots of a type's record in their order: field type, field name. The order is part of
+/// the interface.
+// clang-format off
+#define KO_SLOT_LIST(X) \
+    X(const char*,        name)               /* type name */ \
+    X(const char*,        idName)             /* id name */ \
+    X(KoCreateFunc,       create) \
+    X(KoDestroyFunc,      destroy) \
+    X(KoStoreFunc,        store) \
+    X(KoStoreFunc,        load) \
+    X(KoNullSizeFunc,     nullSizeGet)        /* persistent size with no value at hand */ \
+    X(KoSizeFunc,         sizeGet) \
+    X(KoMemFileSizeFunc,  sizeGetFromMemFile) \
+    X(KoTypeCmpFunc,      cmp)                /* replaceable */ \
+    X(KoEvalFunc,         evalAndBound) \
+    X(KoHashFunc,         hash) \
+    X(KoConvertToFunc,    convertTo) \
+    X(KoConvertFromFunc,  convertFrom) \
+    X(KoConstructFunc,    constructor)        /* in place */ \
+    X(KoConstructFunc,    destructor)         /* in place */ \
+    X(KoAssignFunc,       assignment) \
+    X(KoAssignFunc,       copy)               /* copy-construct */ \
+    X(KoTranslateFunc,    translate) \
+    X(KoNullFunc,         isNull) \
+    X(KoNullFunc,         setNull)            /* absent: the type has no null value */ \
+    X(const char*,        printFormat)        /* replaceable */ \
+    X(KoPrintFunc,        printToKoString)    /* replaceable */ \
+    X(KoScanFunc,         scanFromKoString)   /* replaceable */ \
+    X(o_u2b,              memLen)             /* bytes of one element in memory */ \
+    X(o_u2b,              isFixed)            /* 1 fixed length, 0 variable */ \
+    X(o_u2b,              reserved1)          /* always 0 */ \
+    X(o_u2b,              reserved2)          /* always 0 */ \
+    X(KoDefaultValueFunc, defaultValue) \
+    X(KoGetValueFunc,     getValue) \
+    X(void*,              reserved3)          /* always null */
+// clang-format on
+
+/// The operations and properties of one value type.
+struct KoTypeDescriptor {
+#define KO_SLOT_FIELD(type, field) type field;
+    KO_SLOT_LIST(KO_SLOT_FIELD)
+#undef KO_SLOT_FIELD
+};
+
+/// What a type offers beyond the fixed record.
+struct KoTypeExtension {
+    KoParseFunc parse;
+};
+
+/// A table of types: entry n belongs to id n, null where the id has no type.
+struct KoTypeTable {
+    KoTypeDescriptor* entry[KoTYPE_COUNT];
+};
+
+/// All 47 types.
+extern KOTMS_API const KoTypeTable koCurrentTypeTable;
+/// Ids 0 to 27 with the older string type, and no entries behind them.
+extern KOTMS_API const KoTypeTable koCompatTypeTable;
+
+#endif
