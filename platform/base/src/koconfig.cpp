@@ -1,0 +1,110 @@
+#include "koservices.h"
+
+#include <cstring>
+#include <initializer_list>
+
+namespace
+{
+
+struct Setting {
+    Setting* next;
+    char* value;
+    const char* key; // behind the category, in the same memory
+    char category[1];
+};
+
+// Few settings, read rarely: a list. Settings live until they are removed.
+constinit Setting* g_settings = nullptr;
+
+// The link that points at the setting, or the last link when there is none.
+Setting** Find(const char* category, const char* key)
+{
+    Setting** link = &g_settings;
+    while (*link && (std::strcmp((*link)->category, category) || std::strcmp((*link)->key, key)))
+        link = &(*link)->next;
+    return link;
+}
+
+void* Allocate(std::size_t size)
+{
+    void* memory = KoAlloc(size);
+    if (!memory)
+        KoCallMemoryHandler(size);
+    return memory;
+}
+
+bool EqualIgnoringCase(const char* text, const char* lower)
+{
+    for (;; ++text, ++lower) {
+        const char c = *text >= 'A' && *text <= 'Z' ? static_cast<char>(*text - 'A' + 'a') : *text;
+        if (c != *lower)
+            return false;
+        if (c == '\0')
+            return true;
+    }
+}
+
+} // namespace
+
+const char* DefaultConfig::Get(const char* category, const char* key)
+{
+    if (!category || !key)
+        return nullptr;
+    const Setting* setting = *Find(category, key);
+    return setting ? setting->value : nullptr;
+}
+
+bool DefaultConfig::GetBool(const char* category, const char* key)
+{
+    const char* value = Get(category, key);
+    if (!value)
+        return false;
+    for (const char* yes : {"1", "yes", "true", "on"})
+        if (EqualIgnoringCase(value, yes))
+            return true;
+    return false;
+}
+
+int DefaultConfig::Set(const char* category, const char* key, const char* value)
+{
+    if (!category || !key)
+        return -1;
+    Setting** link = Find(category, key);
+    if (!value) {
+        if (Setting* setting = *link) {
+            *link = setting->next;
+            KoFree(setting->value);
+            KoFree(setting);
+        }
+        return 0;
+    }
+
+    // The copy comes first: `value` may be the text that Get gave.
+    const std::size_t valueSize = std::strlen(value) + 1;
+    char* copy = static_cast<char*>(Allocate(valueSize));
+    if (!copy)
+        return -1;
+    std::memcpy(copy, value, valueSize);
+
+    if (!*link) {
+        const std::size_t categorySize = std::strlen(category) + 1;
+        const std::size_t keySize = std::strlen(key) + 1;
+        const std::size_t size = offsetof(Setting, category) + categorySize + keySize;
+        char* memory =
+            static_cast<char*>(Allocate(size < sizeof(Setting) ? sizeof(Setting) : size));
+        if (!memory) {
+            KoFree(copy);
+            return -1;
+        }
+        char* names = memory + offsetof(Setting, category);
+        std::memcpy(names, category, categorySize);
+        std::memcpy(names + categorySize, key, keySize);
+        *link = reinterpret_cast<Setting*>(memory);
+        (*link)->next = nullptr;
+        (*link)->key = names + categorySize;
+    } else {
+        KoFree((*link)->value);
+    }
+    (*link)->value = copy;
+    return 0;
+}
