@@ -1,0 +1,111 @@
+#ifndef KOCMPWALK_H
+#define KOCMPWALK_H
+
+#include <kobasic.h>
+
+#include <algorithm>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+/// The walk over `count` elements that every compare and hash function of a fixed-length type
+/// makes, with its byte bounds.
+
+/// Elements that the walk may visit in an operand of `length` bytes; 0 bytes means no bound.
+///
+/// The first element is visited whatever the bound, and from each element the walk goes on while
+/// the next one starts inside the bound: a bound that is no multiple of the element size reaches
+/// into an element that is read whole. Callers that cut a value cut it between elements.
+constexpr unsigned KoElementsWithin(unsigned length, unsigned size, unsigned count) noexcept
+{
+    if (length == 0 || count == 0)
+        return count;
+    return std::min(count, (length - 1) / size + 1);
+}
+
+/// Number of equal bytes at the start of `a` and `b`.
+inline std::size_t KoEqualBytes(const unsigned char* a, const unsigned char* b,
+                                std::size_t length) noexcept
+{
+    constexpr std::size_t kWord = sizeof(std::uint64_t);
+    constexpr std::size_t kLargestBlock = 1024;
+    std::size_t at = 0;
+    // Blocks grow with what is known to be equal, so that the words of the block that differs are
+    // never many beside the bytes that memcmp has already passed.
+    for (std::size_t block = 64; at + block <= length; at += block) {
+        if (std::memcmp(a + at, b + at, block) != 0)
+            break;
+        if (at >= 2 * block && block < kLargestBlock)
+            block *= 2;
+    }
+    for (; at + kWord <= length; at += kWord) {
+        std::uint64_t x;
+        std::uint64_t y;
+        std::memcpy(&x, a + at, kWord);
+        std::memcpy(&y, b + at, kWord);
+        if (const std::uint64_t difference = x ^ y; difference != 0) {
+            const int zeros = std::endian::native == std::endian::little
+                                  ? std::countr_zero(difference)
+                                  : std::countl_zero(difference);
+            return at + static_cast<std::size_t>(zeros) / 8;
+        }
+    }
+    while (at < length && a[at] == b[at])
+        ++at;
+    return at;
+}
+
+/// Compares two arrays of `count` elements of `size` bytes: the order of the first pair that
+/// differs, 0 when there is none. `compare(a, b)` orders one pair of elements; elements of equal
+/// bytes must be equal, since they are skipped unseen.
+///
+/// `status` becomes KoRC_TRUNCATED when a bound ended before the last of `count` elements, else 0.
+/// The step to the next element is tried even after the element that decides, so a result other
+/// than 0 can come with KoRC_TRUNCATED; the result holds then.
+template <class Compare>
+int KoCompareWalk(unsigned length1, const void* value1, unsigned length2, const void* value2,
+                  unsigned size, unsigned count, int& status, Compare compare)
+{
+    status = KoRC_OK;
+    if (count == 0)
+        return 0;
+    const auto* a = static_cast<const unsigned char*>(value1);
+    const auto* b = static_cast<const unsigned char*>(value2);
+    int result = compare(a, b);
+    if (count == 1)
+        return result;
+
+    const unsigned visited =
+        std::min(KoElementsWithin(length1, size, count), KoElementsWithin(length2, size, count));
+    // The bytes that both operands have for certain: skipping reads no further than the elements
+    // themselves would.
+    std::size_t whole = std::size_t{visited} * size;
+    if (length1 != 0)
+        whole = std::min<std::size_t>(whole, length1);
+    if (length2 != 0)
+        whole = std::min<std::size_t>(whole, length2);
+
+    unsigned index = 0;
+    while (result == 0 && index + 1 < visited) {
+        ++index;
+        const std::size_t start = std::size_t{index} * size;
+        if (start < whole) {
+            const std::size_t equal = KoEqualBytes(a + start, b + start, whole - start);
+            index = std::min(visited - 1, index + static_cast<unsigned>(equal / size));
+        }
+        result = compare(a + std::size_t{index} * size, b + std::size_t{index} * size);
+    }
+    if (index + 1 < count && index + 1 >= visited)
+        status = KoRC_TRUNCATED;
+    return result;
+}
+
+/// The sign of a comparison as every scalar type returns it.
+template <class T>
+constexpr int KoOrder(T a, T b) noexcept
+{
+    return (a > b) - (a < b);
+}
+
+#endif
