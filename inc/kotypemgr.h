@@ -119,6 +119,12 @@ public:
     KoPrintFunc ExchangePrintToKoStringFunc(o_char id, KoPrintFunc function);
     KoScanFunc ExchangeScanFromKoStringFunc(o_char id, KoScanFunc function);
 
+    // ---- managers of the heap: one that an application makes with `new` can be handed to
+    // DefaultTypeMgr and deleted by the library, whatever heaps the two modules use. Null when
+    // memory runs out; the memory handler is not called.
+    static void* operator new(std::size_t size) noexcept;
+    static void operator delete(void* memory) noexcept;
+
 private:
     const KoTypeTable* m_table;
     unsigned short m_factory;

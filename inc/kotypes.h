@@ -121,6 +121,11 @@ struct KoTypeTable {
     KoTypeDescriptor* entry[KoTYPE_COUNT];
 };
 
+/// Prints characters ("o_char") as one text. KoTypeMgr::PrintToKoString knows the function: it
+/// alone takes an array at once.
+KOTMS_API KoString& CharPrintToKoString(KoString& text, void* value, const char* format,
+                                        unsigned count);
+
 /// All 47 types.
 extern KOTMS_API const KoTypeTable koCurrentTypeTable;
 /// Ids 0 to 27 with the older string type, and no entries behind them.

@@ -9,9 +9,9 @@
 /// record is then
 ///
 ///     constinit KoTypeDescriptor koDateDescriptor = Describe<DateOps>(KoDATE_T);
-///     extern const KoTypeExtension koDateExtension = Extend<DateOps>();
 ///
-/// and KO_DEFINE_TYPE(koDate, DateOps, KoDATE_T) writes both.
+/// with the type's extension beside it: KO_DEFINE_TYPE(koDateDescriptor, DateOps, KoDATE_T) writes
+/// both.
 
 /// One row of the type list.
 struct KoTypeRow {
@@ -33,6 +33,9 @@ inline constexpr KoTypeRow koTypeRows[KoTYPE_COUNT] = {
     extern KoTypeDescriptor descriptor;
 KO_TYPE_LIST(KO_TYPE_EXTERN)
 #undef KO_TYPE_EXTERN
+
+/// The string type of the compatibility table. It shares the extension of the current one.
+extern KoTypeDescriptor koOldStringDescriptor;
 
 /// The operations that do nothing: the reserved type's, and the base of all others.
 struct NoOps {
@@ -120,7 +123,7 @@ constexpr KoTypeDescriptor Describe(KoTypeId id)
             nullptr};
 }
 
-/// The extension of the record of a type, kept under the id so that the two tables share it.
+/// The extension of a type's record. It belongs to the id, so the two tables share it.
 template <class Ops>
 constexpr KoTypeExtension Extend()
 {
@@ -131,6 +134,9 @@ constexpr KoTypeExtension Extend()
     extern const KoTypeExtension descriptor##Ext;
 KO_TYPE_LIST(KO_TYPE_EXTEND)
 #undef KO_TYPE_EXTEND
+
+/// The extensions, entry n for id n.
+extern const KoTypeExtension* const koTypeExtensions[KoTYPE_COUNT];
 
 #define KO_DEFINE_TYPE(descriptor, Ops, id)                                                        \
     constinit KoTypeDescriptor descriptor = Describe<Ops>(id);                                     \

@@ -1,0 +1,195 @@
+#include "kotypeslot.h"
+#include "kovalueops.h"
+
+#include <bitset>
+#include <cstring>
+#include <memory>
+
+// ---- conversion records
+
+KoTypeConvertData* KoTypeConvertData::Make(o_char typeId, unsigned count, void* data,
+                                           KoTypeMgr* manager)
+{
+    auto* record = new KoTypeConvertData{manager, data, count, typeId};
+    if (record == nullptr)
+        KoCallMemoryHandler(sizeof(KoTypeConvertData));
+    return record;
+}
+
+KoTypeConvertData::~KoTypeConvertData()
+{
+    if (manager != nullptr && data != nullptr) {
+        manager->Delete(typeId, data, count);
+        data = nullptr;
+    }
+    typeId = 100;
+    count = 0;
+}
+
+KoString* KoTypeConvertData::GetString(int index) const
+{
+    // The comparison is signed: a record of 2^31 texts and more has none to give.
+    if (index < 0 || index >= static_cast<int>(count) || typeId != KoSTRING_T || data == nullptr)
+        return nullptr;
+    return static_cast<KoString*>(data) + index;
+}
+
+void* KoTypeConvertData::operator new(std::size_t size) noexcept
+{
+    return KoAlloc(size);
+}
+
+void KoTypeConvertData::operator delete(void* memory) noexcept
+{
+    KoFree(memory);
+}
+
+KoTypeConvertData* KoTypeMgr::ConvertTo(o_char id, void* value, unsigned count)
+{
+    KoTypeConvertData* record =
+        Slot(TypeOf(*m_table, id), &KoTypeDescriptor::convertTo)(value, count);
+    if (record != nullptr)
+        record->manager = this;
+    return record;
+}
+
+void* KoTypeMgr::ConvertFrom(o_char id, KoTypeConvertData* data, unsigned count)
+{
+    if (data != nullptr)
+        data->manager = this;
+    return Slot(TypeOf(*m_table, id), &KoTypeDescriptor::convertFrom)(data, count);
+}
+
+// ---- text under a format
+
+KoString& KoTypeMgr::PrintToKoString(o_char id, KoString& text, void* value, const char* format,
+                                     unsigned count) const
+{
+    const KoTypeDescriptor& type = TypeOf(*m_table, id);
+    const KoPrintFunc print = Slot(type, &KoTypeDescriptor::printToKoString);
+    if (format == nullptr)
+        format = type.printFormat;
+    if (count < 2 || print == CharPrintToKoString)
+        return print(text, value, format, count);
+    for (unsigned i = 0; i < count; ++i) {
+        KoString element;
+        text += print(element, GetArrayElement(id, value, i, count), format, 1);
+        if (i + 1 < count)
+            text << ',';
+    }
+    return text;
+}
+
+void* KoTypeMgr::ScanFromKoString(o_char id, void* value, KoString& text, const char* format,
+                                  unsigned count) const
+{
+    const KoTypeDescriptor& type = TypeOf(*m_table, id);
+    return Slot(type, &KoTypeDescriptor::scanFromKoString)(
+        value, text, format != nullptr ? format : type.printFormat, count);
+}
+
+int KoTypeMgr::ParseFromKoString(o_char id, void* value, const KoString& text, const char* format,
+                                 unsigned& errorAt) const
+{
+    const KoParseFunc parse = ExtensionOf(*m_table, id).parse;
+    if (parse == nullptr) {
+        errorAt = 0;
+        return KoRC_NOT_SUPPORTED;
+    }
+    return parse(value, text, format != nullptr ? format : TypeOf(*m_table, id).printFormat,
+                 errorAt);
+}
+
+// ---- self-delimiting text: every element is followed by one delimiter, which therefore is the
+// last character
+
+namespace
+{
+
+/// Character `index` of a text of either width.
+unsigned short CharAt(const KoString& text, unsigned index)
+{
+    if (text.Width() == 1)
+        return static_cast<unsigned char>(text.StrGet()[index]);
+    unsigned short unit;
+    std::memcpy(&unit, text.StrGet() + std::size_t{2} * index, sizeof unit);
+    return unit;
+}
+
+/// The smallest character from 1 to 254 that occurs in no text of the record, as the joined text
+/// will hold it; a comma when all occur.
+char ChooseDelimiter(const KoTypeConvertData& record, unsigned count)
+{
+    std::bitset<65536> used;
+    for (unsigned i = 0; i < count; ++i) {
+        const KoString* text = record.GetString(static_cast<int>(i));
+        if (text == nullptr)
+            continue;
+        KoString joined;
+        joined += *text;
+        for (unsigned at = 0; at < joined.Len(); ++at)
+            used.set(CharAt(joined, at));
+    }
+    for (unsigned code = 1; code <= 254; ++code) {
+        KoString joined;
+        joined << static_cast<char>(code);
+        if (!used.test(CharAt(joined, 0)))
+            return static_cast<char>(code);
+    }
+    return ',';
+}
+
+/// Characters `begin` to `end` of a text, in its code set and language.
+KoString Piece(const KoString& text, unsigned begin, unsigned end)
+{
+    const auto length = static_cast<unsigned short>(end - begin);
+    const char* start = text.StrGet() + std::size_t{begin} * text.Width();
+    KoString piece = text.Width() == 1
+                         ? KoString(start, length)
+                         : KoString(reinterpret_cast<const unsigned short*>(start), length);
+    piece.SetCodeSetCode(text.CodeSet());
+    piece.SetLanguage(text.Language());
+    return piece;
+}
+
+} // namespace
+
+KoString* KoTypeMgr::ConvertToKoStringOld(void* value, o_char id, unsigned count)
+{
+    const std::unique_ptr<KoTypeConvertData> record(ConvertTo(id, value, count));
+    if (record == nullptr)
+        return nullptr;
+    auto* joined = static_cast<KoString*>(Create(KoSTRING_T, 1));
+    if (joined == nullptr)
+        return nullptr;
+    const char delimiter = ChooseDelimiter(*record, count);
+    for (unsigned i = 0; i < count; ++i) {
+        const KoString* text = record->GetString(static_cast<int>(i));
+        if (text != nullptr)
+            *joined += *text;
+        *joined << delimiter;
+    }
+    return joined;
+}
+
+void* KoTypeMgr::ConvertFromKoStringOld(KoString* text, o_char id, unsigned count)
+{
+    const unsigned length = text->Len();
+    const unsigned short delimiter = length == 0 ? ',' : CharAt(*text, length - 1);
+    unsigned pieces = 1;
+    for (unsigned at = 0; at < length; ++at)
+        pieces += CharAt(*text, at) == delimiter ? 1 : 0;
+
+    KoTypeConvertData record{this, Create(KoSTRING_T, pieces), pieces, KoSTRING_T};
+    unsigned begin = 0;
+    unsigned index = 0;
+    for (unsigned at = 0; record.data != nullptr && at < length; ++at) {
+        if (CharAt(*text, at) != delimiter)
+            continue;
+        static_cast<KoString*>(record.data)[index++] = Piece(*text, begin, at);
+        begin = at + 1;
+    }
+    // The last character is a delimiter, so every character has been taken.
+    text->Cut(0, static_cast<short>(KoString::kToEnd));
+    return Slot(TypeOf(*m_table, id), &KoTypeDescriptor::convertFrom)(&record, count);
+}

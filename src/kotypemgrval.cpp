@@ -1,0 +1,161 @@
+#include "kotypeslot.h"
+#include "kovalueops.h"
+
+#include <cstring>
+
+// ---- process-wide texts
+
+namespace
+{
+
+KoString& NullPrintString()
+{
+    static KoString text("{NULL}");
+    return text;
+}
+
+const KoString& ZeroText()
+{
+    static const KoString text("0");
+    return text;
+}
+
+// Both texts are asked for while the library is loaded: they are then complete before any
+// static object of an application, and outlive it. Another file's start-up that needs them earlier
+// still gets them built.
+[[maybe_unused]] const KoString& builtWithLibrary1 = NullPrintString();
+[[maybe_unused]] const KoString& builtWithLibrary2 = ZeroText();
+
+} // namespace
+
+const KoString& KoTypeMgr::GetNullPrintString()
+{
+    return NullPrintString();
+}
+
+void KoTypeMgr::SetNullPrintString(const KoString& text)
+{
+    NullPrintString() = text;
+}
+
+// ---- null values
+
+// No type can test a persistent value for null through the manager.
+int KoTypeMgr::DiskIsNullValue(o_char, void*) const
+{
+    return KoRC_NOT_SUPPORTED;
+}
+
+int KoTypeMgr::SetNullValue(o_char id, void* value)
+{
+    const KoTypeDescriptor& type = TypeOf(*m_table, id);
+    if (type.setNull != nullptr) {
+        const int result = type.setNull(value);
+        if (result != KoRC_NOT_SUPPORTED)
+            return result;
+    }
+    if (type.assignment != nullptr) {
+        KoTypeConvertData record{this, Create(KoSTRING_T, 1), 1, KoSTRING_T};
+        void* newValue = Slot(type, &KoTypeDescriptor::convertFrom)(&record, 1);
+        // Without memory there is no new value, and the old one stays.
+        if (newValue != nullptr) {
+            type.assignment(value, newValue, 1, 1);
+            Slot(type, &KoTypeDescriptor::destroy)(newValue, 1);
+        }
+    } else if (type.scanFromKoString != nullptr) {
+        // A scanner may consume its text.
+        KoString text = ZeroText();
+        type.scanFromKoString(value, text, type.printFormat, 1);
+    }
+    return 0;
+}
+
+// ---- sequences
+
+int KoTypeMgr::GetValue(o_char id, void* value, unsigned length, unsigned char format,
+                        unsigned char kind)
+{
+    if (kind != 'M' && kind != 'N' && kind != 'O')
+        return KoRC_NOT_SUPPORTED;
+    const KoTypeDescriptor& type = TypeOf(*m_table, id);
+    const KoGetValueFunc step = Slot(type, &KoTypeDescriptor::getValue);
+    if (format == KoFMT_MEMORY || id == KoSTRING_T)
+        return step(value, length, format, kind);
+
+    void* element = Create(id, 1);
+    if (element == nullptr)
+        return KoRC_NOT_SUPPORTED;
+    int result = KoRC_NOT_SUPPORTED;
+    // The key form and bit 0 are all that is kept of the format, so a value of format 2 is read and
+    // written least significant byte first. Stored sequences rely on it.
+    const auto kept = static_cast<unsigned char>(format & (KoFMT_KEY | KoFMT_LITTLE));
+    if (Load(id, element, value, kept, 1) != 0) {
+        result = step(element, 0, KoFMT_MEMORY, kind);
+        if (result == KoRC_OK && Store(id, value, element, kept, 1) == 0)
+            result = KoRC_NOT_SUPPORTED;
+    }
+    Delete(id, element, 1);
+    return result;
+}
+
+// ---- time stamps
+
+namespace
+{
+
+/// The memory form of the standard's date and time.
+struct StampDate {
+    o_2b year;
+    o_1b month;
+    o_1b day;
+};
+
+struct StampTime {
+    o_1b zoneHour;
+    o_1b zoneMinute;
+    o_1b hour;
+    o_1b minute;
+    o_1b second;
+    o_1b hundredths;
+};
+
+struct Stamp {
+    StampDate date;
+    StampTime time;
+};
+static_assert(sizeof(StampDate) == 4 && sizeof(StampTime) == 6 && sizeof(Stamp) == 10);
+
+StampDate MakeStampDate(const KoTimeStampRec& clock)
+{
+    return {static_cast<o_2b>(clock.year), clock.month, clock.day};
+}
+
+/// The time in the default zone, 0.
+StampTime MakeStampTime(const KoTimeStampRec& clock)
+{
+    // The fraction counts as whole seconds: the sum is not scaled. Stored stamps rely on it. A
+    // 64-bit integer holds every such sum; what lies beyond the byte is cut.
+    const float seconds = static_cast<float>(clock.second) + static_cast<float>(clock.fraction);
+    const auto whole = static_cast<o_8b>(seconds);
+    const float rest = seconds - static_cast<float>(whole);
+    return {
+        0, 0, clock.hour, clock.minute, static_cast<o_1b>(whole), static_cast<o_1b>(rest * 100.0F)};
+}
+
+} // namespace
+
+int KoTypeMgr::StoreTimeStamp(o_char id, void* destination, unsigned char format,
+                              KoTimeStampRec* clock)
+{
+    if (clock == nullptr || SupportsCapability(id, KoCAP_TIMESTAMP) == 0)
+        return KoRC_NOT_SUPPORTED;
+    Stamp stamp = {MakeStampDate(*clock), MakeStampTime(*clock)};
+    const void* source = clock; // its leading bytes are the memory form of the date types
+    if (id == KoTIME_T)
+        source = &clock->hour;
+    else if (id == D_TIME_T)
+        source = &stamp.time;
+    else if (id == D_DATE_T || id == D_TIMESTAMP_T)
+        source = &stamp;
+    return static_cast<int>(Store(id, destination, source, format, 1));
+}
