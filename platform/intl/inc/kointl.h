@@ -1,6 +1,8 @@
 #ifndef KOINTL_H
 #define KOINTL_H
 
+#include "kolang.h"
+#include <cstddef>
 #include <koscalar.h>
 
 #if defined(_WIN32)
@@ -15,15 +17,39 @@
 #define KOINTL_API __attribute__((visibility("default")))
 #endif
 
-/// Code-set identifiers with a meaning of their own. 1 to 224 hold 8-bit
-/// characters, 225 to 253 16-bit characters.
+/// Code-set identifiers. 1 to 224 hold 8-bit characters, 225 to 253 16-bit characters. Stored
+/// strings carry them: the numbers are disk format and never change. With a table of their own:
+///
+/// | identifier | code set |
+/// |---|---|
+/// | 1 to 16 | ISO 8859-n, except 12, which was never published |
+/// | 20, 21, 22 | US-ASCII, KOI8-R, KOI8-U |
+/// | 30 to 38 | Windows-1250 to Windows-1258 |
+/// | 40 to 46 | IBM code pages 437, 850, 852, 855, 857, 858, 866 |
+/// | 253 | 16-bit Unicode units; a surrogate is a character of its own here |
+///
+/// Any other identifier converts as ISO 8859-1 below 225 and as 253 from there on (so do 254 and
+/// 255 in KoConvertText). The lower half of every 8-bit code set is ASCII, no two of its bytes
+/// stand for the same character, and positions that a code set leaves undefined (0x80 to 0xFF of
+/// US-ASCII, 0x81 of Windows-1252) have no Unicode value.
 enum KoCodeSetId : unsigned char {
-    KoCS_NONE = 0,       ///< plain bytes
-    KoCS_LATIN1 = 1,     ///< ISO 8859-1; ISO 8859-n is n
-    KoCS_ASCII = 20,     ///< US-ASCII
-    KoCS_UNICODE = 253,  ///< 16-bit Unicode units
-    KoCS_NULL = 254,     ///< marks the null value
-    KoCS_DEFAULT = 255,  ///< stands for the default code set
+    KoCS_NONE = 0,   ///< plain bytes
+    KoCS_LATIN1 = 1, ///< ISO 8859-1; ISO 8859-n is n
+    KoCS_ASCII = 20, ///< US-ASCII
+    KoCS_KOI8_R = 21,
+    KoCS_KOI8_U = 22,
+    KoCS_WINDOWS_1250 = 30, ///< Windows-125n is 30 + n, up to 38
+    KoCS_WINDOWS_1252 = 32,
+    KoCS_IBM437 = 40,
+    KoCS_IBM850 = 41,
+    KoCS_IBM852 = 42,
+    KoCS_IBM855 = 43,
+    KoCS_IBM857 = 44,
+    KoCS_IBM858 = 45,
+    KoCS_IBM866 = 46,
+    KoCS_UNICODE = 253, ///< 16-bit Unicode units
+    KoCS_NULL = 254,    ///< marks the null value
+    KoCS_DEFAULT = 255, ///< stands for the default code set
 };
 
 /// Bytes per character of a code set: 1 below 225, else 2.
@@ -32,10 +58,13 @@ constexpr unsigned KoCodeSetWidth(unsigned char codeSet) noexcept
     return codeSet < 225 ? 1 : 2;
 }
 
-/// One code set. Objects live as long as the process and never change.
+/// One code set. Objects live as long as the process and never change; two identifiers have the
+/// same object exactly when they convert alike. They are constant data: usable from any thread,
+/// and by the constructors of static objects.
 class KOINTL_API KoCodeSet
 {
 public:
+    /// The identifier that the tables are kept under (1 for one that converts as ISO 8859-1).
     unsigned char Id() const noexcept { return m_id; }
     unsigned Width() const noexcept { return KoCodeSetWidth(m_id); }
 
@@ -55,9 +84,34 @@ private:
     friend struct KoCodeSetTables;
     constexpr KoCodeSet() noexcept = default;
     unsigned char m_id = 0;
-    const o_u2b* m_toUnicode = nullptr;
-    const void* m_fromUnicode = nullptr;
+    const o_u2b* m_toUnicode = nullptr; // null for 16-bit Unicode
+    const o_u2b* m_blockOf = nullptr;   // the way back, see codeset.cpp
 };
+
+/// Converts `count` characters from one code set to another and returns how many the target lacks;
+/// each of those becomes "?" (so does a source byte that has no Unicode value). Zero characters are
+/// converted like any other, and no terminator is added.
+///
+/// Between identifiers that convert alike, and between 16-bit ones, the characters are copied as
+/// they are, undefined positions included, and nothing counts as replaced.
+///
+/// `source` and `target` hold `count` characters of the width KoCodeSetWidth gives for the
+/// identifier as passed; units need no alignment. 0 stands for the native code set, but 255 does
+/// not stand for the default one, whose width may differ: it is 16-bit Unicode here, as is 254.
+/// The two may be the same place when the widths are equal, else they must not overlap.
+/// `swapped` tells that a 16-bit source is in the byte order opposite to the machine's; the target
+/// is always in the machine's. It has no effect on an 8-bit source.
+KOINTL_API std::size_t KoConvertText(void* target, unsigned char targetCodeSet, const void* source,
+                                     unsigned char sourceCodeSet, std::size_t count,
+                                     bool swapped = false) noexcept;
+
+/// The version of the conversion tables, raised whenever text converts otherwise than before.
+KOINTL_API o_u4b KoCodeSetTablesVersion() noexcept;
+
+/// The checksum of the conversion tables, the same on every platform: FNV-1a in 64 bits (Fowler,
+/// Noll and Vo, 1991) over each 8-bit identifier that has a table, ascending, followed by its 256
+/// values, most significant byte first.
+KOINTL_API o_u8b KoCodeSetTablesChecksum() noexcept;
 
 /// Process-wide defaults of language and text. Not synchronised: set at start-up.
 class KOINTL_API KoLanguageContext
@@ -70,18 +124,20 @@ public:
     static unsigned char GetDefaultLanguage() noexcept;  ///< 0 unless set
     static o_u2b GetDefaultCmpOp() noexcept;             ///< 0 unless set
 
-    /// Return 0, or -2002 (nothing changed) for an identifier that cannot serve:
-    /// 0, 254 and 255, and one of the wrong width for the 8-bit and 16-bit default.
+    /// Return 0, or -2002 (nothing changed) for a value that cannot serve. An identifier without a
+    /// table of its own can. No code set may be 0, 254 or 255; the 8-bit default and the native
+    /// code set (that of text without one, which is 8-bit) must be below 225, the 16-bit default
+    /// not. No language may be 254 or 255, no operator 0xFFFF.
     static int SetDefaultCodeSet(unsigned char codeSet) noexcept;
     static int SetDefault8CodeSet(unsigned char codeSet) noexcept;
     static int SetDefault16CodeSet(unsigned char codeSet) noexcept;
     static int SetNativeCodeSet(unsigned char codeSet) noexcept;
-    static void SetDefaultLanguage(unsigned char language) noexcept;
-    static void SetDefaultCmpOp(o_u2b cmpOp) noexcept;
+    static int SetDefaultLanguage(unsigned char language) noexcept;
+    static int SetDefaultCmpOp(o_u2b cmpOp) noexcept;
 
-    /// The code set of an identifier, never null. 0 is the native code set, 255
-    /// the default one; an identifier without a table of its own converts as
-    /// ISO 8859-1 (below 225) or as 253.
+    /// The code set of an identifier, never null. 0 is the native code set, 255 the default one
+    /// (of either width); an identifier without a table of its own has the object of ISO 8859-1
+    /// (below 225) or of 253.
     static const KoCodeSet* QueryCodeSet(unsigned char codeSet) noexcept;
 };
 
