@@ -1,0 +1,99 @@
+#ifndef KONUMFORMAT_H
+#define KONUMFORMAT_H
+
+#include <kobasic.h>
+
+#include <cstddef>
+
+/// The inside of number text: a format taken apart, and the pieces shared by integers and floating
+/// numbers. The rules stand in konumtext.h.
+
+/// The longest text that a KoString holds; widths and precisions are held to it.
+inline constexpr unsigned kNumMaxField = 65531;
+
+struct KoNumFormat {
+    const char* prefix; ///< literal text before the conversion, percent signs still doubled
+    const char* prefixEnd;
+    const char* suffix; ///< literal text after it
+    const char* suffixEnd;
+    unsigned width;  ///< 0: none
+    int precision;   ///< -1: none
+    char conversion; ///< one of diuoxXcSeEfFgGaA
+    bool left, plus, space, zero, alt;
+
+    /// False: the format is foreign, and nothing is to be used of it.
+    bool Parse(const char* format);
+
+    bool IsFloating() const;
+};
+
+/// `format` taken apart, or `fallback` where it is null or foreign.
+KoNumFormat KoParseNumFormat(const char* format, const char* fallback);
+
+/// The default format of an integer type and of a floating type.
+const char* KoDefaultNumFormat(unsigned bits, bool isSigned);
+inline constexpr const char* kFloatingFormat = "%.17g";
+
+/// A number as text, not yet padded: head, zeros, digits, zeros, tail.
+struct KoNumBody {
+    const char* digits;
+    std::size_t digitCount;
+    char head[3]; ///< sign and base prefix
+    unsigned char headCount = 0;
+    unsigned leadZeros = 0;  ///< before the digits
+    unsigned trailZeros = 0; ///< after the digits, for a precision beyond the number's own
+    const char* tail = nullptr;
+    std::size_t tailCount = 0;
+    bool zeroPadded = false; ///< the flag 0 applies
+
+    void AddHead(char c) { head[headCount++] = c; }
+    void AddSign(const KoNumFormat& format, bool negative);
+};
+
+/// Writes the body with the padding and the literal text of the format; the length of it all.
+std::size_t KoWriteNumField(char* out, std::size_t capacity, const KoNumFormat& format,
+                            const KoNumBody& body);
+
+std::size_t KoWriteInteger(char* out, std::size_t capacity, const KoNumFormat& format,
+                           o_u8b magnitude, bool negative);
+std::size_t KoWriteFloating(char* out, std::size_t capacity, const KoNumFormat& format,
+                            double value);
+
+/// A range of text that is being read.
+struct KoNumCursor {
+    const char* begin;
+    const char* pos;
+    const char* end;
+
+    KoNumCursor(const char* text, std::size_t length) : begin(text), pos(text), end(text + length)
+    {
+    }
+    bool AtEnd() const { return pos == end; }
+    void SkipSpace();
+    /// Skips the blanks that a format pads with.
+    void SkipPadding(bool padded)
+    {
+        while (padded && pos < end && *pos == ' ')
+            ++pos;
+    }
+    /// Matches literal text of a format. `exact` false: a white space matches any run of it.
+    bool Match(const char* literal, const char* literalEnd, bool exact);
+    /// Reads [+-]; true for minus.
+    bool Sign();
+    unsigned Position() const { return static_cast<unsigned>(pos - begin); }
+};
+
+/// The digits of an integer at the cursor, which moves past them; false where there are none.
+/// `base` 8, 10, 16, or 0 for "by the prefix". Base 16 takes the prefix 0x.
+bool KoReadMagnitude(KoNumCursor& cursor, int base, o_u8b& magnitude, bool& overflow);
+
+/// The number, without its sign, at the cursor, which moves past it; false where there is none.
+/// A number that is too large gives infinity and sets `overflow`; a too small one gives 0.
+/// `hex`: hexadecimal only; `either`: both, by the prefix.
+enum class KoFloatForm { decimal, hex, either };
+bool KoReadReal(KoNumCursor& cursor, KoFloatForm form, bool single, double& value, bool& overflow);
+
+/// Cuts a floating number to an integer of 64 bits; NaN gives 0.
+o_u8b KoCutToInteger(double value, bool isSigned);
+
+#endif

@@ -1,0 +1,281 @@
+#include "konumformat.h"
+#include "konumtext.h"
+
+#include <charconv>
+#include <cstring>
+
+namespace
+{
+
+constexpr o_u8b kSign64 = 1ULL << 63;
+
+/// The largest unsigned number of a width.
+constexpr o_u8b MaxUnsigned(unsigned bits)
+{
+    return ~0ULL >> (64 - bits);
+}
+
+constexpr o_u8b Negate(o_u8b value)
+{
+    return 0 - value;
+}
+
+int BaseOf(char conversion)
+{
+    switch (conversion) {
+    case 'o':
+        return 8;
+    case 'x':
+    case 'X':
+        return 16;
+    case 'i':
+        return 0;
+    default:
+        return 10;
+    }
+}
+
+/// True for the conversions that show the bits of a value as an unsigned number.
+bool ShowsBits(char conversion)
+{
+    return conversion == 'u' || conversion == 'o' || conversion == 'x' || conversion == 'X';
+}
+
+/// Cuts to the width and extends to 64 bits again.
+o_u8b Narrow(o_u8b value, KoIntType type)
+{
+    value &= MaxUnsigned(type.bits);
+    const o_u8b sign = 1ULL << (type.bits - 1);
+    return type.isSigned && (value & sign) != 0 ? value | ~MaxUnsigned(type.bits) : value;
+}
+
+int DigitValue(char c)
+{
+    if (c >= '0' && c <= '9')
+        return c - '0';
+    if (c >= 'a' && c <= 'f')
+        return c - 'a' + 10;
+    if (c >= 'A' && c <= 'F')
+        return c - 'A' + 10;
+    return 16;
+}
+
+/// The value, saturated as reading does: 32 bits for types of up to 32, else 64.
+o_u8b Saturate(o_u8b magnitude, bool negative, bool overflow, KoIntType type, char conversion)
+{
+    const unsigned bits = type.bits <= 32 ? 32 : 64;
+    if (!type.isSigned || ShowsBits(conversion)) {
+        if (overflow || magnitude > MaxUnsigned(bits))
+            return MaxUnsigned(bits);
+        return negative ? Negate(magnitude) : magnitude;
+    }
+    const o_u8b limit = MaxUnsigned(bits) / 2 + (negative ? 1 : 0);
+    if (overflow || magnitude > limit)
+        magnitude = limit;
+    return negative ? Negate(magnitude) : magnitude;
+}
+
+/// Whether a number is a value of the type, or what the conversion prints for one.
+bool InRange(o_u8b magnitude, bool negative, KoIntType type, char conversion)
+{
+    const o_u8b all = MaxUnsigned(type.bits);
+    if (negative) {
+        const bool wraps = type.bits >= 32 && (conversion == 'd' || conversion == 'i');
+        return (type.isSigned || wraps) ? magnitude <= all / 2 + 1 : magnitude == 0;
+    }
+    return magnitude <= (type.isSigned && !ShowsBits(conversion) ? all / 2 : all);
+}
+
+/// Strict reading under %c: one character, or none for 0, with the padding of the format.
+int ParseCharacter(o_u8b& value, KoNumCursor cursor, const KoNumFormat& format, KoIntType type,
+                   unsigned& errorAt)
+{
+    std::size_t suffixLength = 0;
+    for (const char* s = format.suffix; s < format.suffixEnd; s += *s == '%' ? 2 : 1)
+        ++suffixLength;
+    const auto left = static_cast<std::size_t>(cursor.end - cursor.pos);
+    const std::size_t field = left > suffixLength ? left - suffixLength : 0;
+    char c = '\0';
+    if (field == 1) {
+        c = *cursor.pos++;
+    } else if (field > 1 && field == format.width) {
+        const char* blanks = format.left ? cursor.pos + 1 : cursor.pos;
+        c = format.left ? cursor.pos[0] : cursor.pos[field - 1];
+        for (std::size_t i = 0; i < field - 1; ++i) {
+            if (blanks[i] != ' ') {
+                errorAt = static_cast<unsigned>(blanks + i - cursor.begin);
+                return -1;
+            }
+        }
+        cursor.pos += field;
+    } else if (field > 1) {
+        ++cursor.pos;
+    }
+    if (!cursor.Match(format.suffix, format.suffixEnd, true) || !cursor.AtEnd()) {
+        errorAt = cursor.Position();
+        return -1;
+    }
+    value = Narrow(static_cast<unsigned char>(c), type);
+    return 0;
+}
+
+} // namespace
+
+std::size_t KoWriteInteger(char* out, std::size_t capacity, const KoNumFormat& format,
+                           o_u8b magnitude, bool negative)
+{
+    char digits[24];
+    KoNumBody body;
+    body.digits = digits;
+    char* end = digits;
+    if (format.conversion == 'c') {
+        digits[0] = static_cast<char>(static_cast<unsigned char>(magnitude));
+        end += digits[0] != '\0' ? 1 : 0;
+    } else {
+        const int base = BaseOf(format.conversion);
+        if (magnitude != 0 || format.precision != 0)
+            end =
+                std::to_chars(digits, digits + sizeof digits, magnitude, base == 0 ? 10 : base).ptr;
+        if (format.conversion == 'X') {
+            for (char* p = digits; p < end; ++p)
+                *p = static_cast<char>(*p >= 'a' ? *p - 'a' + 'A' : *p);
+        }
+        const auto count = static_cast<unsigned>(end - digits);
+        if (format.precision > static_cast<int>(count))
+            body.leadZeros = static_cast<unsigned>(format.precision) - count;
+        if (!ShowsBits(format.conversion))
+            body.AddSign(format, negative);
+        if (format.alt && base == 16 && magnitude != 0) {
+            body.AddHead('0');
+            body.AddHead(format.conversion);
+        }
+        if (format.alt && base == 8 && body.leadZeros == 0 && (count == 0 || digits[0] != '0'))
+            body.leadZeros = 1;
+        body.zeroPadded = format.zero && format.precision < 0;
+    }
+    body.digitCount = static_cast<std::size_t>(end - digits);
+    return KoWriteNumField(out, capacity, format, body);
+}
+
+std::size_t KoPrintInteger(char* out, std::size_t capacity, const char* format, o_u8b value,
+                           KoIntType type)
+{
+    KoNumFormat parsed = KoParseNumFormat(format, KoDefaultNumFormat(type.bits, type.isSigned));
+    if (parsed.IsFloating()) {
+        const double real = type.isSigned ? static_cast<double>(static_cast<o_8b>(value))
+                                          : static_cast<double>(value);
+        return KoWriteFloating(out, capacity, parsed, real);
+    }
+    if (parsed.conversion == 'S')
+        parsed.conversion = type.isSigned ? 'd' : 'u';
+    if (parsed.conversion == 'c')
+        return KoWriteInteger(out, capacity, parsed, value, false);
+    if (ShowsBits(parsed.conversion))
+        return KoWriteInteger(out, capacity, parsed, value & MaxUnsigned(type.bits), false);
+    // As the default argument promotions have it: 8 and 16 unsigned bits stay positive.
+    if (!type.isSigned && type.bits >= 32)
+        value = Narrow(value, {type.bits, true});
+    const bool negative = (value & kSign64) != 0;
+    return KoWriteInteger(out, capacity, parsed, negative ? Negate(value) : value, negative);
+}
+
+bool KoReadMagnitude(KoNumCursor& cursor, int base, o_u8b& magnitude, bool& overflow)
+{
+    const char* p = cursor.pos;
+    const char* end = cursor.end;
+    const bool hexPrefix = (base == 16 || base == 0) && end - p >= 3 && p[0] == '0' &&
+                           (p[1] == 'x' || p[1] == 'X') && DigitValue(p[2]) < 16;
+    if (hexPrefix) {
+        base = 16;
+        p += 2;
+    } else if (base == 0) {
+        base = p < end && *p == '0' ? 8 : 10;
+    }
+    const char* first = p;
+    const auto step = static_cast<o_u8b>(base);
+    magnitude = 0;
+    overflow = false;
+    for (; p < end && DigitValue(*p) < base; ++p) {
+        const auto digit = static_cast<o_u8b>(DigitValue(*p));
+        overflow = overflow || magnitude > (~0ULL - digit) / step;
+        magnitude = magnitude * step + digit;
+    }
+    if (p == first)
+        return false;
+    cursor.pos = p;
+    return true;
+}
+
+bool KoScanInteger(o_u8b& value, const char* text, std::size_t length, const char* format,
+                   KoIntType type)
+{
+    const KoNumFormat parsed =
+        KoParseNumFormat(format, KoDefaultNumFormat(type.bits, type.isSigned));
+    KoNumCursor cursor(text, length);
+    if (!cursor.Match(parsed.prefix, parsed.prefixEnd, false))
+        return false;
+    if (parsed.conversion == 'c') {
+        if (cursor.AtEnd())
+            return false;
+        value = Narrow(static_cast<unsigned char>(*cursor.pos), type);
+        return true;
+    }
+    cursor.SkipSpace();
+    if (parsed.width != 0 && cursor.end - cursor.pos > static_cast<std::ptrdiff_t>(parsed.width))
+        cursor.end = cursor.pos + parsed.width;
+    const bool negative = cursor.Sign();
+    o_u8b magnitude;
+    bool overflow;
+    if (parsed.IsFloating()) {
+        double real;
+        if (!KoReadReal(cursor, KoFloatForm::either, false, real, overflow))
+            return false;
+        magnitude = KoCutToInteger(real, false);
+    } else if (!KoReadMagnitude(cursor, BaseOf(parsed.conversion), magnitude, overflow)) {
+        return false;
+    }
+    value = Narrow(Saturate(magnitude, negative, overflow, type, parsed.conversion), type);
+    return true;
+}
+
+int KoParseInteger(o_u8b& value, const char* text, std::size_t length, const char* format,
+                   KoIntType type, unsigned& errorAt)
+{
+    const KoNumFormat parsed =
+        KoParseNumFormat(format, KoDefaultNumFormat(type.bits, type.isSigned));
+    KoNumCursor cursor(text, length);
+    const char* start = nullptr;
+    const auto fail = [&](const char* at) {
+        errorAt = static_cast<unsigned>(at - cursor.begin);
+        return -1;
+    };
+    if (!cursor.Match(parsed.prefix, parsed.prefixEnd, true))
+        return fail(cursor.pos);
+    if (parsed.conversion == 'c')
+        return ParseCharacter(value, cursor, parsed, type, errorAt);
+    cursor.SkipPadding(parsed.space || (parsed.width != 0 && !parsed.left));
+    start = cursor.pos;
+    const bool negative = cursor.Sign();
+    o_u8b magnitude;
+    bool overflow = false;
+    if (parsed.IsFloating()) {
+        const bool hex = parsed.conversion == 'a' || parsed.conversion == 'A';
+        double real;
+        if (!KoReadReal(cursor, hex ? KoFloatForm::hex : KoFloatForm::decimal, false, real,
+                        overflow))
+            return fail(cursor.pos);
+        magnitude = KoCutToInteger(real, false);
+        overflow = overflow || static_cast<double>(magnitude) != real;
+    } else {
+        const int base = BaseOf(parsed.conversion);
+        if (!KoReadMagnitude(cursor, base == 0 ? 10 : base, magnitude, overflow))
+            return fail(cursor.pos);
+    }
+    cursor.SkipPadding(parsed.width != 0 && parsed.left);
+    if (!cursor.Match(parsed.suffix, parsed.suffixEnd, true) || !cursor.AtEnd())
+        return fail(cursor.pos);
+    if (overflow || !InRange(magnitude, negative, type, parsed.conversion))
+        return fail(start);
+    value = Narrow(negative ? Negate(magnitude) : magnitude, type);
+    return 0;
+}
