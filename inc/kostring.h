@@ -5,65 +5,78 @@
 
 #include <kointl.h>
 
+#include <cstddef>
+
 /// Text with a code set and a language, of 8-bit or 16-bit characters; the code set decides which.
 ///
 /// Positions, counts and lengths are in characters. Every edit reallocates to the exact size and
 /// converts what comes in to this string's code set; a character that the code set lacks becomes
-/// "?". A text never exceeds 65532 bytes with its terminator (65531 8-bit or 32765 16-bit
-/// characters): what goes beyond is cut off, and reported as an assertion when the setting
-/// "stringOverflow" of the category "debug" is on.
+/// "?". Text without a code set (0) comes in unchanged, or as text of the native code set where the
+/// width has to change. A text never exceeds 65532 bytes with its terminator (65531 8-bit or 32765
+/// 16-bit characters): what goes beyond is cut off, and reported as an assertion when the setting
+/// "stringOverflow" of the category "debug" is on. An operand may be the string itself or stand in
+/// its own buffer.
+///
+/// A null string has no text. It is empty in every edit; the first text that comes in makes it a
+/// string of the default code set and language.
+///
+/// When memory runs out and the memory handler returns, an edit leaves the string as it was and a
+/// constructor leaves it empty.
 class KOTMS_API KoString
 {
 public:
-    static constexpr unsigned short kToEnd = 65535;     ///< as a count: up to the end
+    static constexpr unsigned short kToEnd = 65535;     ///< as an unsigned count: up to the end
+    static constexpr short kRest = -1;                  ///< as a signed count: up to the end
     static constexpr unsigned kMaxBytes = 65532;        ///< terminator included
     static constexpr unsigned char kNullLanguage = 254; ///< marks the null value
 
     // ---- construction; the language is the default one. A null pointer or a zero character
-    // gives the empty string.
+    // gives the empty string. Counted text ends at its first zero all the same.
     KoString();
     KoString(const KoString& other);
+    /// Takes the text over; `other` keeps its code set and language and is empty.
     KoString(KoString&& other) noexcept;
-    KoString(unsigned char codeSet, unsigned char language);
-    KoString(char c);
-    KoString(unsigned char c);
-    KoString(unsigned short c); ///< one character of the default 16-bit code set
-    KoString(short n);
+    KoString(unsigned char codeSet, unsigned char language); ///< empty
+    KoString(char c);                                        ///< default 8-bit code set
+    KoString(unsigned char c);                               ///< default 8-bit code set
+    KoString(unsigned short c);                              ///< default 16-bit code set
+    KoString(short n);                                       ///< decimal, default 8-bit code set
     KoString(int n);
     KoString(unsigned int n); ///< formatted with "%d": 2^31 and above come out negative
     KoString(long n) : KoString(static_cast<o_8b>(n)) {}
     KoString(unsigned long n) : KoString(static_cast<o_u8b>(n)) {}
     KoString(o_8b n);
     KoString(o_u8b n);
-    KoString(double d); ///< formatted with "%.17g"
-    KoString(const char* s);
+    KoString(double d);      ///< formatted with "%.17g"
+    KoString(const char* s); ///< default 8-bit code set
     KoString(const char* s, unsigned short n);
-    KoString(const unsigned short* s);
+    KoString(const unsigned short* s); ///< default 16-bit code set
     KoString(const unsigned short* s, unsigned short n);
     ~KoString();
 
-    void Init();
-    void Destroy();
-    void Destruct(KoString& other);
+    void Init();                    ///< what the default constructor gives
+    void Destroy();                 ///< frees the text; code set and language stay
+    void Destruct(KoString& other); ///< takes the text, code set and language of `other` over
 
     // ---- assignment and appending
     KoString& operator=(const KoString& other);
     KoString& operator=(KoString&& other) noexcept;
-    KoString& operator=(const char* s);
+    KoString& operator=(const char* s); ///< default 8-bit code set, default language
     KoString& operator=(const unsigned short* s);
     KoString& operator+=(const KoString& other);
-    KoString& operator<<(const KoString& other);
+    KoString& operator<<(const KoString& other) { return *this += other; }
     KoString& operator<<(char c);
+    /// The character in a 16-bit string, its decimal number in an 8-bit one.
     KoString& operator<<(unsigned short c);
     KoString& operator<<(short n);
     KoString& operator<<(int n);
-    KoString& operator<<(unsigned int n);
+    KoString& operator<<(unsigned int n); ///< formatted with "%d"
     KoString& operator<<(long n) { return *this << static_cast<o_8b>(n); }
     KoString& operator<<(unsigned long n) { return *this << static_cast<o_u8b>(n); }
     KoString& operator<<(o_8b n);
     KoString& operator<<(o_u8b n);
-    KoString& operator<<(float d);
-    KoString& operator<<(double d);
+    KoString& operator<<(float d) { return *this << static_cast<double>(d); }
+    KoString& operator<<(double d); ///< formatted with "%.17g"
     KoString& operator<<(const char* s);
     KoString& operator<<(const unsigned short* s);
 
@@ -71,6 +84,8 @@ public:
     unsigned short Len() const;
     bool IsEmpty() const;
     bool operator!() const { return IsEmpty(); }
+    /// The text with its terminator, never null: 16-bit text in machine order, aligned for it.
+    /// Valid until the string changes.
     const char* StrGet() const;
     unsigned short ByteSize() const { return m_size; } ///< with the terminator; 0 when empty
     unsigned Width() const { return KoCodeSetWidth(m_codeSet); }
@@ -79,57 +94,99 @@ public:
     void SetLanguage(unsigned char language) { m_language = language; }
     static const KoString& EmptyString();
 
-    // ---- numbers
-    operator short() const;
+    // ---- numbers. Leading blanks and a sign are allowed, reading stops at the first character
+    // that does not belong, no number at all is 0, and a number out of range becomes the limit of
+    // its side. With bit 0 of the options word set integers are decimal; otherwise 0x starts a
+    // hexadecimal and 0 an octal number.
+    operator short() const; ///< the low 16 bits of what operator int gives
     operator int() const;
     operator o_8b() const;
     operator double() const;
+    /// 0, or -1 with a result of 0 where the text does not begin with a digit or "-". Atol and
+    /// Atoll read decimal numbers; Strtol and Strtoll hexadecimal and octal ones too.
     int Atol(int& result) const;
     int Atoll(o_8b& result) const;
     int Strtol(int& result) const;
     int Strtoll(o_8b& result) const;
 
     // ---- editing
-    KoString& Insert(const KoString& s, unsigned short pos);
+    KoString& Insert(const KoString& s, unsigned short pos); ///< nothing for `pos` beyond Len()
+    /// Overwrites from `pos` on, never beyond the end: the length stays.
     KoString& Replace(const KoString& s, unsigned short pos);
-    KoString& Cut(unsigned short pos, short n);
-    KoString Copy(unsigned short pos, short n) const;
+    KoString& Cut(unsigned short pos, short n); ///< removes; what goes beyond the end counts to it
+    KoString Copy(unsigned short pos, short n) const; ///< clamped as in Cut
     KoString Left(unsigned short n) const;
     KoString Right(unsigned short n) const;
-    KoString& Fill(unsigned short n, char c);
+    KoString& Fill(unsigned short n, char c); ///< the whole text becomes `n` times `c`
     KoString& Fill(unsigned short n, unsigned short c);
-    KoString& Expand(unsigned short n, char c);
+    KoString& Expand(unsigned short n, char c); ///< appends `c` up to a length of `n`
     KoString& Expand(unsigned short n, unsigned short c);
 
     // ---- null value
-    bool IsNullValue() const;
-    int SetNullValue();
+    bool IsNullValue() const
+    {
+        return m_language == kNullLanguage || (m_codeSet == KoCS_NULL && m_language == 0);
+    }
+    int SetNullValue(); ///< returns 0
 
     // ---- code sets
+    /// Converts the text where the width of the characters changes; otherwise only the code set's
+    /// name changes and the characters stay. 0 converts to the native code set.
     void SetCodeSet(unsigned char codeSet);
+    /// Changes the name only. Returns 0, or KoRC_REFUSED where the width would change.
     int SetCodeSetCode(unsigned char codeSet);
+    /// Converts the text character by character. Returns 0, -1 where a character became "?", or
+    /// KoRC_REFUSED (unchanged) for 0, 254 and 255. A null string stays as it is.
     int MapToCodeSet(unsigned char codeSet);
+    /// Becomes the first `n` characters of `source` (kRest: all) in `codeSet`, with its language.
+    /// Returns as MapToCodeSet; the string itself as the source is refused.
     int CopyMapped(const KoString& source, unsigned char codeSet, short n);
-    static unsigned char GetDefaultCodeSet();
-    static unsigned char GetDefault8CodeSet();
-    static unsigned char GetDefault16CodeSet();
-    static unsigned char GetDefaultLanguage();
-    static unsigned short GetDefaultCmpOp();
-    static void SetDefaultCodeSet(unsigned char codeSet);
-    static void SetDefaultLanguage(unsigned char language);
-    static void SetDefaultCmpOp(unsigned short cmpOp);
+    static unsigned char GetDefaultCodeSet() { return KoLanguageContext::GetDefaultCodeSet(); }
+    static unsigned char GetDefault8CodeSet() { return KoLanguageContext::GetDefault8CodeSet(); }
+    static unsigned char GetDefault16CodeSet() { return KoLanguageContext::GetDefault16CodeSet(); }
+    static unsigned char GetDefaultLanguage() { return KoLanguageContext::GetDefaultLanguage(); }
+    static unsigned short GetDefaultCmpOp() { return KoLanguageContext::GetDefaultCmpOp(); }
+    static int SetDefaultCodeSet(unsigned char codeSet)
+    {
+        return KoLanguageContext::SetDefaultCodeSet(codeSet);
+    }
+    static int SetDefaultLanguage(unsigned char language)
+    {
+        return KoLanguageContext::SetDefaultLanguage(language);
+    }
+    static int SetDefaultCmpOp(unsigned short cmpOp)
+    {
+        return KoLanguageContext::SetDefaultCmpOp(cmpOp);
+    }
 
-    // ---- comparison
-    int Compare(const KoString& other, short len, unsigned short cmpOp) const;
-    bool operator==(const KoString& other) const;
-    int operator!=(const KoString& other) const;
-    bool operator<(const KoString& other) const;
-    bool operator>(const KoString& other) const;
-    bool operator<=(const KoString& other) const;
-    bool operator>=(const KoString& other) const;
+    // ---- comparison: null before all else, then character by character, the shorter first.
+    // Two texts without a code set compare as bytes, others by the Unicode values of their
+    // characters; a side without a code set is then in the native one.
+    bool operator==(const KoString& other) const { return (*this != other) == 0; }
+    int operator!=(const KoString& other) const; ///< negative, 0 or positive
+    bool operator<(const KoString& other) const { return (*this != other) < 0; }
+    bool operator>(const KoString& other) const { return (*this != other) > 0; }
+    bool operator<=(const KoString& other) const { return (*this != other) <= 0; }
+    bool operator>=(const KoString& other) const { return (*this != other) >= 0; }
 
 private:
-    char* m_buffer = nullptr;
+    friend struct KoStringAccess;
+    struct Piece;
+    enum class Outcome { kDone, kReplaced, kNoMemory };
+
+    Outcome Edit(unsigned prefix, unsigned suffixFrom, unsigned suffix, const Piece& piece,
+                 unsigned char codeSet);
+    Outcome Become(const Piece& piece, unsigned char codeSet, unsigned char language);
+    KoString& Splice(unsigned pos, unsigned removed, unsigned len, const Piece& piece);
+    KoString& Append(const Piece& piece) { return AppendTo(Len(), piece); }
+    KoString& AppendTo(unsigned len, const Piece& piece);
+    KoString& Digits(const char* text, unsigned count);
+    int MapFrom(const KoString& source, unsigned char codeSet, unsigned limit);
+    Piece Whole() const;
+    Piece Part(unsigned pos, unsigned count) const;
+    const char* At(unsigned pos) const { return m_buffer + std::size_t{pos} * Width(); }
+
+    char* m_buffer = nullptr; ///< characters and terminator; null when there are none
     o_u2b m_size = 0;
     o_u1b m_codeSet = 0;
     o_u1b m_language = 0;
@@ -137,10 +194,21 @@ private:
 
 static_assert(sizeof(KoString) == 16 && alignof(KoString) == 8);
 
+/// A new string of the code set and language of `a`.
 KOTMS_API KoString operator+(const KoString& a, const KoString& b);
+// Without these two, adding a literal could also mean pointer arithmetic.
+inline KoString operator+(const KoString& a, const char* b)
+{
+    return a + KoString(b);
+}
+inline KoString operator+(const char* a, const KoString& b)
+{
+    return KoString(a) + b;
+}
 
-/// The next piece of `list` from `pos` on, up to `separator`, trimmed, in `item`; `pos` moves past
-/// the separator. Returns 0, or KoRC_END_OF_LIST with `item` unchanged.
+/// The next piece of `list` from `pos` on, up to `separator` or the end, trimmed of blanks, in
+/// `item`; `pos` moves past the separator. A separator at the very start of the list is skipped.
+/// Returns 0, or KoRC_END_OF_LIST with `item` unchanged.
 KOTMS_API int KoSplitList(KoString& list, KoString& item, const KoString& separator,
                           unsigned short& pos);
 

@@ -1,0 +1,233 @@
+#include "kostringpiece.h"
+#include "kostringtext.h"
+
+#include <koservices.h>
+
+#include <utility>
+
+// Representation, construction, assignment and appending.
+
+namespace
+{
+
+alignas(2) constexpr char kNoText[2] = {};
+
+} // namespace
+
+unsigned KoUnitsBeforeZero(const char* text, unsigned width, unsigned limit)
+{
+    if (width == 1) {
+        const void* zero = limit == 0 ? nullptr : std::memchr(text, 0, limit);
+        return zero == nullptr ? limit
+                               : static_cast<unsigned>(static_cast<const char*>(zero) - text);
+    }
+    for (unsigned i = 0; i < limit; ++i) {
+        o_u2b unit;
+        std::memcpy(&unit, text + std::size_t{i} * 2, 2);
+        if (unit == 0)
+            return i;
+    }
+    return limit;
+}
+
+KoString::Piece KoString::Piece::Of(const char* s, unsigned limit)
+{
+    // The terminator may come before `limit`, and nothing behind it is ours to read.
+    return {s, s == nullptr ? 0 : KoUnitsBeforeZero(s, 1, limit), GetDefault8CodeSet()};
+}
+
+KoString::Piece KoString::Piece::Of(const unsigned short* s, unsigned limit)
+{
+    return {s, s == nullptr ? 0 : KoUnitsBeforeZero(reinterpret_cast<const char*>(s), 2, limit),
+            GetDefault16CodeSet()};
+}
+
+void KoStringAccess::Set(KoString& string, const KoText& text)
+{
+    string.Become({text.bytes, text.units, text.codeSet, text.format}, text.codeSet, text.language);
+}
+
+KoText KoStringAccess::Get(const KoString& string)
+{
+    const unsigned width = string.Width();
+    return {string.m_buffer, string.m_size < width ? 0 : string.m_size / width - 1,
+            string.m_codeSet, string.m_language};
+}
+
+// ---- construction
+
+KoString::KoString() : m_codeSet(GetDefaultCodeSet()), m_language(GetDefaultLanguage())
+{
+}
+
+KoString::KoString(const KoString& other) : m_codeSet(other.m_codeSet), m_language(other.m_language)
+{
+    Become(other.Whole(), m_codeSet, m_language);
+}
+
+KoString::KoString(KoString&& other) noexcept
+    : m_buffer(std::exchange(other.m_buffer, nullptr)),
+      m_size(std::exchange(other.m_size, o_u2b{})), m_codeSet(other.m_codeSet),
+      m_language(other.m_language)
+{
+}
+
+KoString::KoString(unsigned char codeSet, unsigned char language)
+    : m_codeSet(codeSet), m_language(language)
+{
+}
+
+KoString::KoString(char c) : m_codeSet(GetDefault8CodeSet()), m_language(GetDefaultLanguage())
+{
+    Become(Piece::Of(c, 1, m_codeSet), m_codeSet, m_language);
+}
+
+KoString::KoString(unsigned char c) : KoString(static_cast<char>(c))
+{
+}
+
+KoString::KoString(unsigned short c)
+    : m_codeSet(GetDefault16CodeSet()), m_language(GetDefaultLanguage())
+{
+    Become(Piece::Of(c, 1, m_codeSet), m_codeSet, m_language);
+}
+
+KoString::KoString(const char* s) : KoString(s, kToEnd)
+{
+}
+
+KoString::KoString(const char* s, unsigned short n)
+    : m_codeSet(GetDefault8CodeSet()), m_language(GetDefaultLanguage())
+{
+    Become(Piece::Of(s, n), m_codeSet, m_language);
+}
+
+KoString::KoString(const unsigned short* s) : KoString(s, kToEnd)
+{
+}
+
+KoString::KoString(const unsigned short* s, unsigned short n)
+    : m_codeSet(GetDefault16CodeSet()), m_language(GetDefaultLanguage())
+{
+    Become(Piece::Of(s, n), m_codeSet, m_language);
+}
+
+KoString::~KoString()
+{
+    KoFree(m_buffer);
+}
+
+void KoString::Init()
+{
+    Destroy();
+    m_codeSet = GetDefaultCodeSet();
+    m_language = GetDefaultLanguage();
+}
+
+void KoString::Destroy()
+{
+    KoFree(std::exchange(m_buffer, nullptr));
+    m_size = 0;
+}
+
+void KoString::Destruct(KoString& other)
+{
+    if (this == &other)
+        return;
+    KoFree(m_buffer);
+    m_buffer = std::exchange(other.m_buffer, nullptr);
+    m_size = std::exchange(other.m_size, o_u2b{});
+    m_codeSet = other.m_codeSet;
+    m_language = other.m_language;
+}
+
+// ---- assignment and appending
+
+KoString& KoString::operator=(const KoString& other)
+{
+    if (this != &other)
+        Become(other.Whole(), other.m_codeSet, other.m_language);
+    return *this;
+}
+
+KoString& KoString::operator=(KoString&& other) noexcept
+{
+    Destruct(other);
+    return *this;
+}
+
+KoString& KoString::operator=(const char* s)
+{
+    Become(Piece::Of(s), GetDefault8CodeSet(), GetDefaultLanguage());
+    return *this;
+}
+
+KoString& KoString::operator=(const unsigned short* s)
+{
+    Become(Piece::Of(s), GetDefault16CodeSet(), GetDefaultLanguage());
+    return *this;
+}
+
+KoString& KoString::operator+=(const KoString& other)
+{
+    return Append(other.Whole());
+}
+
+KoString& KoString::operator<<(char c)
+{
+    return Append(Piece::Of(c, 1, GetDefault8CodeSet()));
+}
+
+KoString& KoString::operator<<(const char* s)
+{
+    return Append(Piece::Of(s));
+}
+
+KoString& KoString::operator<<(const unsigned short* s)
+{
+    return Append(Piece::Of(s));
+}
+
+KoString operator+(const KoString& a, const KoString& b)
+{
+    KoString sum(a.CodeSet(), a.Language());
+    sum += a;
+    sum += b;
+    return sum;
+}
+
+// ---- questions
+
+unsigned short KoString::Len() const
+{
+    if (m_buffer == nullptr)
+        return 0;
+    const unsigned width = Width();
+    return static_cast<unsigned short>(KoUnitsBeforeZero(m_buffer, width, m_size / width));
+}
+
+bool KoString::IsEmpty() const
+{
+    return m_buffer == nullptr || KoUnitsBeforeZero(m_buffer, Width(), 1) == 0;
+}
+
+const char* KoString::StrGet() const
+{
+    return m_buffer == nullptr ? kNoText : m_buffer;
+}
+
+const KoString& KoString::EmptyString()
+{
+    static const KoString empty;
+    return empty;
+}
+
+// ---- null value
+
+int KoString::SetNullValue()
+{
+    Destroy();
+    m_codeSet = KoCS_NONE;
+    m_language = kNullLanguage;
+    return KoRC_OK;
+}

@@ -1,0 +1,49 @@
+#ifndef KOSTRINGTEXT_H
+#define KOSTRINGTEXT_H
+
+#include <koencode.h>
+#include <kostring.h>
+
+#include <cstring>
+
+/// A text that belongs to somebody else: of a string in memory, or of a stored record.
+struct KoText {
+    const char* bytes = nullptr;
+    unsigned units = 0; ///< characters; a zero among them ends the text
+    unsigned char codeSet = KoCS_NONE;
+    unsigned char language = 0;
+    unsigned char format = KoFMT_MEMORY; ///< byte order of 16-bit characters
+
+    unsigned Width() const { return KoCodeSetWidth(codeSet); }
+    bool IsNull() const
+    {
+        return language == KoString::kNullLanguage || (codeSet == KoCS_NULL && language == 0);
+    }
+    /// Character `index`. Stored text is not aligned.
+    unsigned At(unsigned index) const
+    {
+        if (Width() == 1)
+            return static_cast<unsigned char>(bytes[index]);
+        o_u2b unit;
+        std::memcpy(&unit, bytes + std::size_t{index} * 2, 2);
+        return KoNeedsSwap(format) ? ((unit & 0xFFU) << 8) | (unit >> 8U) : unit;
+    }
+};
+
+/// The characters of `text` up to its first zero, at most `limit`.
+unsigned KoUnitsBeforeZero(const char* text, unsigned width, unsigned limit);
+
+/// Order of two texts in characters up to their first zero: null first, then by bytes where neither
+/// has a code set, else by Unicode value; `shared` receives the number of leading characters that
+/// are the same on both sides.
+int KoPlainCompare(const KoText& left, const KoText& right, unsigned& shared);
+
+/// What the library itself may do with a string's parts.
+struct KoStringAccess {
+    /// Makes `string` the given text with its code set and language; it stays as it was when memory
+    /// runs out.
+    static void Set(KoString& string, const KoText& text);
+    static KoText Get(const KoString& string);
+};
+
+#endif
