@@ -86,10 +86,16 @@ struct NoOps {
     static constexpr KoParseFunc Parse = nullptr;
 };
 
+/// The record of the type `id`. An operations class that names its value class as Value has the
+/// class's size checked against the list while it is compiled.
 template <class Ops>
-constexpr KoTypeDescriptor Describe(KoTypeId id)
+consteval KoTypeDescriptor Describe(KoTypeId id)
 {
     const KoTypeRow& row = koTypeRows[id];
+    if constexpr (requires { typename Ops::Value; }) {
+        if (sizeof(typename Ops::Value) != row.memLen)
+            throw "the size of the value class is not the memory length of the type list";
+    }
     return {row.name,
             row.idName,
             Ops::Create,
@@ -125,7 +131,7 @@ constexpr KoTypeDescriptor Describe(KoTypeId id)
 
 /// The extension of a type's record. It belongs to the id, so the two tables share it.
 template <class Ops>
-constexpr KoTypeExtension Extend()
+consteval KoTypeExtension Extend()
 {
     return {Ops::Parse};
 }

@@ -22,8 +22,9 @@ KoTypeConvertData::~KoTypeConvertData()
         manager->Delete(typeId, data, count);
         data = nullptr;
     }
-    typeId = 100;
-    count = 0;
+    // The memory is read after the record's end, so these stores must not be taken for dead ones.
+    const_cast<volatile o_char&>(typeId) = 100;
+    const_cast<volatile o_u4b&>(count) = 0;
 }
 
 KoString* KoTypeConvertData::GetString(int index) const
@@ -127,7 +128,8 @@ char ChooseDelimiter(const KoTypeConvertData& record, unsigned count)
             continue;
         KoString joined;
         joined += *text;
-        for (unsigned at = 0; at < joined.Len(); ++at)
+        const unsigned length = joined.Len();
+        for (unsigned at = 0; at < length; ++at)
             used.set(CharAt(joined, at));
     }
     for (unsigned code = 1; code <= 254; ++code) {
@@ -181,12 +183,14 @@ void* KoTypeMgr::ConvertFromKoStringOld(KoString* text, o_char id, unsigned coun
         pieces += CharAt(*text, at) == delimiter ? 1 : 0;
 
     KoTypeConvertData record{this, Create(KoSTRING_T, pieces), pieces, KoSTRING_T};
+    auto* next = static_cast<KoString*>(record.data);
+    if (next == nullptr)
+        return nullptr;
     unsigned begin = 0;
-    unsigned index = 0;
-    for (unsigned at = 0; record.data != nullptr && at < length; ++at) {
+    for (unsigned at = 0; at < length; ++at) {
         if (CharAt(*text, at) != delimiter)
             continue;
-        static_cast<KoString*>(record.data)[index++] = Piece(*text, begin, at);
+        *next++ = Piece(*text, begin, at);
         begin = at + 1;
     }
     // The last character is a delimiter, so every character has been taken.

@@ -109,6 +109,8 @@ concept HasNullValue = requires(T& value)
 /// An operations class whose empty element is not `T()` hides ConstructOne.
 template <class T, class Ops>
 struct ValueOps : NoOps {
+    using Value = T;
+
     static void ConstructOne(void* memory) { new (memory) T(); }
 
     static void* Create(unsigned count)
@@ -153,15 +155,14 @@ struct ValueOps : NoOps {
             new (static_cast<T*>(destination) + i) T(from[broadcast != 0 ? 0 : i]);
     }
 
-    static int IsNull(void* value)
-    {
+    // A class without a null value has the not-null test that all such types share, and no setNull.
+    static constexpr KoNullFunc IsNull = []() -> KoNullFunc {
         if constexpr (HasNullValue<T>)
-            return static_cast<int>(static_cast<T*>(value)->IsNullValue());
+            return
+                [](void* value) { return static_cast<int>(static_cast<T*>(value)->IsNullValue()); };
         else
-            return 0;
-    }
-
-    /// Absent for a class without a null value.
+            return NoOps::IsNull;
+    }();
     static constexpr KoNullFunc SetNull = []() -> KoNullFunc {
         if constexpr (HasNullValue<T>)
             return [](void* value) {
