@@ -3,8 +3,8 @@
 
 /// Language identifiers. Each string carries one, and stored strings keep it: the numbers are disk
 /// format, never change one or give it to another language. The gaps are room for new ones. An
-/// identifier without a name here is accepted everywhere and orders text as language 0 does.
-/// Names follow ISO 639-1, the code of which stands beside each.
+/// identifier without a name here is accepted and kept like any other. The ISO 639-1 code stands
+/// beside each.
 enum KoLanguageId : unsigned char {
     KoLANG_NONE = 0, ///< no language: the order common to all
 
