@@ -4,6 +4,7 @@
 /// Everything that the library exports.
 
 #include "kobasic.h"
+#include "koint64.h"
 #include "kostring.h"
 #include "kotmsdll.h"
 #include "kotypeid.h"

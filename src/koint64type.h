@@ -1,0 +1,68 @@
+#ifndef KOINT64TYPE_H
+#define KOINT64TYPE_H
+
+#include "konumstring.h"
+#include "koscalartype.h"
+
+#include <koint64.h>
+
+/// KoInt64 as the scalar templates see a type; its null-capable twin is built on it too.
+
+/// Two halves, the low one first, each in the byte order of the format: a big-endian element is
+/// not a big-endian 64-bit number.
+struct Int64Encoder {
+    static unsigned Store(void* to, const void* from, unsigned char format, unsigned count)
+    {
+        return LongStore(to, from, format, count * 2);
+    }
+    static unsigned Load(void* to, const void* from, unsigned char format, unsigned count)
+    {
+        return LongStore(to, from, format, count * 2);
+    }
+    static unsigned NullSizeGet(unsigned count) { return count * 8; }
+    static unsigned SizeGet(const void*, unsigned char, unsigned char, unsigned count)
+    {
+        return count * 8;
+    }
+};
+
+struct Int64Type {
+    using Value = KoInt64;
+    using Encoder = Int64Encoder;
+    static constexpr KoTypeId kId = KoINT64_T;
+    static constexpr unsigned kSize = 8;
+
+    static KoInt64 Read(const unsigned char* at, bool swap) noexcept
+    {
+        return {KoReadNumber<o_u4b>(at, swap), KoReadNumber<o_4b>(at + 4, swap)};
+    }
+    static int Order(const KoInt64& a, const KoInt64& b) noexcept
+    {
+        return KoOrder(a.Get8b(), b.Get8b());
+    }
+    static o_u4b HashBits(const KoInt64& n) noexcept { return KoHashBits(n.Get8b()); }
+};
+
+inline KoString& KoAppendNumber(KoString& text, const KoInt64& value, const char* format)
+{
+    return KoAppendNumber(text, value.Get8b(), format);
+}
+
+inline bool KoScanNumber(KoInt64& value, const KoString& text, const char* format)
+{
+    o_8b n = value.Get8b();
+    const bool read = KoScanNumber(n, text, format);
+    value = n;
+    return read;
+}
+
+inline int KoParseNumber(KoInt64& value, const KoString& text, const char* format,
+                         unsigned& errorAt)
+{
+    o_8b n = value.Get8b();
+    const int rc = KoParseNumber(n, text, format, errorAt);
+    value = n;
+    return rc;
+}
+
+#endif
