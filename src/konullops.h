@@ -1,0 +1,195 @@
+#ifndef KONULLOPS_H
+#define KONULLOPS_H
+
+#include "koscalarops.h"
+
+#include <_konulty.h>
+
+/// True for the texts that mean null: a null string, an empty one, and the null print string, which
+/// must be the whole text or (`whole` false) begin it.
+bool KoIsNullText(const KoString& text, bool whole);
+
+/// Where the parts of one null-capable element stand, in the form that a format byte names for
+/// comparing and hashing: elements as they lie in memory (bit 3), or persistent ones.
+template <class Base>
+struct NullElementForm {
+    using Element = KoNull<typename Base::Value>;
+
+    explicit NullElementForm(unsigned char format)
+        : memory((format & KoFMT_MEMORY) != 0), swap(KoNeedsSwap(format)),
+          size(memory ? static_cast<unsigned>(sizeof(Element)) : Base::kSize + 1)
+    {
+    }
+
+    bool IsNull(const unsigned char* element) const
+    {
+        // On disk 1 alone means null; in memory everything but 0.
+        return memory ? element[Base::kSize] != 0 : element[0] == 1;
+    }
+    typename Base::Value Value(const unsigned char* element) const
+    {
+        return Base::Read(memory ? element : element + 1, swap);
+    }
+
+    bool memory;
+    bool swap;
+    unsigned size;
+};
+
+/// The operations of a null-capable scalar over those of its base type.
+///
+/// A persistent element is the value in the base type's form and an indicator byte, 1 or 0. The
+/// indicator stands first; under a format with bit 3 it stands last.
+template <class Base, KoTypeId id>
+struct NullOps : ValueOps<KoNull<typename Base::Value>, NullOps<Base, id>> {
+    using T = typename Base::Value;
+    using Element = KoNull<T>;
+    using Text = ScalarText<Base>;
+    using Encoder = typename Base::Encoder;
+    static constexpr unsigned kStoredSize = Base::kSize + 1;
+    static_assert(sizeof(T) == Base::kSize && sizeof(Element) == koTypeRows[id].memLen);
+    static_assert(alignof(Element) == alignof(T) && offsetof(Element, null) == sizeof(T));
+
+    static unsigned Store(void* destination, const void* source, unsigned char format,
+                          unsigned count)
+    {
+        const bool valueFirst = (format & KoFMT_MEMORY) != 0;
+        const auto* elements = static_cast<const Element*>(source);
+        auto* out = static_cast<unsigned char*>(destination);
+        for (unsigned i = 0; i < count; ++i, out += kStoredSize) {
+            Encoder::Store(out + (valueFirst ? 0 : 1), &elements[i].value,
+                           format & KoFMT_ORDER_MASK, 1);
+            out[valueFirst ? Base::kSize : 0] = elements[i].null != 0 ? 1 : 0;
+        }
+        return count * kStoredSize;
+    }
+    static unsigned Load(void* destination, const void* source, unsigned char format,
+                         unsigned count)
+    {
+        const bool valueFirst = (format & KoFMT_MEMORY) != 0;
+        auto* elements = static_cast<Element*>(destination);
+        const auto* in = static_cast<const unsigned char*>(source);
+        for (unsigned i = 0; i < count; ++i, in += kStoredSize) {
+            // Stored data exists with indicators other than 0 and 1: they are not null.
+            if (in[valueFirst ? Base::kSize : 0] == 1) {
+                elements[i].SetNullValue();
+                continue;
+            }
+            Encoder::Load(&elements[i].value, in + (valueFirst ? 0 : 1), format & KoFMT_ORDER_MASK,
+                          1);
+            elements[i].null = 0;
+        }
+        return count * kStoredSize;
+    }
+    static unsigned NullSizeGet(unsigned count)
+    {
+        return Encoder::SizeGet(nullptr, 0, 0, count) + count;
+    }
+    static unsigned SizeGet(const void*, unsigned char, unsigned char, unsigned count)
+    {
+        return NullSizeGet(count);
+    }
+    static unsigned SizeGetFromMemFile(MemFile*, unsigned char, unsigned count)
+    {
+        return NullSizeGet(count);
+    }
+
+    static int Cmp(unsigned char format, unsigned length1, void* value1, unsigned length2,
+                   void* value2, unsigned short, unsigned count, int& status)
+    {
+        const NullElementForm<Base> form(format);
+        return KoCompareWalk(length1, value1, length2, value2, form.size, count, status,
+                             [&form](const unsigned char* a, const unsigned char* b) {
+                                 const bool null1 = form.IsNull(a);
+                                 const bool null2 = form.IsNull(b);
+                                 if (null1 != null2)
+                                     return KoNullRelationOrder(null1 ? KoNULL_FIRST
+                                                                      : KoNULL_SECOND);
+                                 return null1 ? 0 : Base::Order(form.Value(a), form.Value(b));
+                             });
+    }
+    static unsigned Hash(unsigned char format, unsigned length, void* value, unsigned count,
+                         int& status)
+    {
+        const NullElementForm<Base> form(format);
+        return KoHashWalk(
+            length, value, form.size, count, status, [&form](const unsigned char* element) {
+                return form.IsNull(element) ? kHashOfNull : Base::HashBits(form.Value(element));
+            });
+    }
+
+    static KoTypeConvertData* ConvertTo(void* value, unsigned count)
+    {
+        const auto* elements = static_cast<const Element*>(value);
+        return MakeTextRecord(count, [=](KoString& text, unsigned i) {
+            if (elements[i].null != 0)
+                text.SetNullValue();
+            else
+                text << Text::ToText(elements[i].value);
+        });
+    }
+    static void* ConvertFrom(KoTypeConvertData* data, unsigned count)
+    {
+        return ReadTextRecord<NullOps, Element>(data, count,
+                                                [](Element& element, const KoString* text) {
+                                                    if (text == nullptr || text->IsEmpty())
+                                                        element.SetNullValue();
+                                                    else
+                                                        element = Element{Text::FromText(*text), 0};
+                                                });
+    }
+
+    static unsigned Translate(void* destination, unsigned char destinationFormat,
+                              unsigned destinationLength, void* source, unsigned char sourceFormat,
+                              unsigned sourceLength, unsigned count)
+    {
+        return KoTranslateElements<NullOps>(sizeof(Element), destination, destinationFormat,
+                                            destinationLength, source, sourceFormat, sourceLength,
+                                            count);
+    }
+
+    static KoString& Print(KoString& text, void* value, const char* format, unsigned count)
+    {
+        format = FormatOr(format);
+        const auto* elements = static_cast<const Element*>(value);
+        return KoPrintElements(text, count, [=](KoString& to, unsigned i) {
+            if (elements[i].null != 0)
+                to += KoTypeMgr::GetNullPrintString();
+            else
+                Text::Print(to, elements[i].value, format);
+        });
+    }
+    static void* Scan(void* value, KoString& text, const char* format, unsigned count)
+    {
+        format = FormatOr(format);
+        auto* elements = static_cast<Element*>(value);
+        KoScanElements(text, count, [=](const KoString& from, unsigned i) {
+            if (KoIsNullText(from, false)) {
+                elements[i].SetNullValue();
+                return;
+            }
+            if (Text::Scan(elements[i].value, from, format))
+                elements[i].null = 0;
+        });
+        return value;
+    }
+    static int Parse(void* value, const KoString& text, const char* format, unsigned& errorAt)
+    {
+        auto& element = *static_cast<Element*>(value);
+        if (KoIsNullText(text, true)) {
+            element.SetNullValue();
+            return 0;
+        }
+        const int result = Text::Parse(element.value, text, FormatOr(format), errorAt);
+        if (result == 0)
+            element.null = 0;
+        return result;
+    }
+
+    static const char* FormatOr(const char* format)
+    {
+        return format != nullptr ? format : koTypeRows[id].printFormat;
+    }
+};
+
+#endif

@@ -1,0 +1,42 @@
+#include "konullops.h"
+
+bool KoIsNullText(const KoString& text, bool whole)
+{
+    if (text.IsNullValue() || text.IsEmpty())
+        return true;
+    const KoString& nullText = KoTypeMgr::GetNullPrintString();
+    if (nullText.IsEmpty() || text.Len() < nullText.Len())
+        return false;
+    KoString mapped;
+    const KoString* start = &text;
+    if (text.CodeSet() != nullText.CodeSet()) {
+        // A character that the other code set lacks becomes "?", which must not pass for one.
+        if (mapped.CopyMapped(text, nullText.CodeSet(), static_cast<short>(nullText.Len())) != 0)
+            return false;
+        start = &mapped;
+    }
+    return (!whole || text.Len() == nullText.Len()) &&
+           std::memcmp(start->StrGet(), nullText.StrGet(),
+                       std::size_t{nullText.Len()} * nullText.Width()) == 0;
+}
+
+// clang-format off
+#define KO_NULL_TYPE_LIST(X)                                 \
+    X(koNullCharDescriptor,     CharType,     KoNULL_1B_T)       \
+    X(koNullUCharDescriptor,    ByteType,     KoNULL_U1B_T)      \
+    X(koNullShortDescriptor,    ShortType,    KoNULL_2B_T)       \
+    X(koNullUShortDescriptor,   WordType,     KoNULL_U2B_T)      \
+    X(koNullIntDescriptor,      IntType,      KoNULL_INT_T)      \
+    X(koNullUnsignedDescriptor, UnsignedType, KoNULL_UNSIGNED_T) \
+    X(koNullLongDescriptor,     LongType,     KoNULL_4B_T)       \
+    X(koNullULongDescriptor,    DwordType,    KoNULL_U4B_T)      \
+    X(koNullFloatDescriptor,    FloatType,    KoNULL_FLOAT_T)    \
+    X(koNullDoubleDescriptor,   DoubleType,   KoNULL_DOUBLE_T)   \
+    X(koNull8bDescriptor,       O_8BType,     KoNULL_8B_T)       \
+    X(koNullU8bDescriptor,      O_U8BType,    KoNULL_U8B_T)
+// clang-format on
+
+#define KO_NULL_TYPE(descriptor, Base, id)                                                         \
+    using descriptor##Ops = NullOps<Base, id>;                                                     \
+    KO_DEFINE_TYPE(descriptor, descriptor##Ops, id)
+KO_NULL_TYPE_LIST(KO_NULL_TYPE)

@@ -1,0 +1,109 @@
+#include "konumformat.h"
+#include "koscalarops.h"
+
+#include <kotypcmp.h>
+#include <kotypconv.h>
+#include <kotyphash.h>
+
+namespace
+{
+
+/// Text of o_char, whose arrays are one text under "%c".
+struct CharTextOps : ScalarOps<CharType> {
+    static KoNumFormat ParseFormat(const char* format)
+    {
+        return KoParseNumFormat(FormatOr(format), KoDefaultNumFormat(8, true));
+    }
+
+    static KoString& Print(KoString& text, void* value, const char* format, unsigned count)
+    {
+        const KoNumFormat parsed = ParseFormat(format);
+        if (parsed.conversion != 'c')
+            return ScalarOps::Print(text, value, format, count);
+        if (count == 0)
+            return text;
+        KoNumBody body{};
+        body.digits = static_cast<const char*>(value);
+        while (body.digitCount < count && body.digits[body.digitCount] != '\0')
+            ++body.digitCount;
+        const std::size_t length = KoWriteNumField(nullptr, 0, parsed, body);
+        KoTextRoom room(length + 1);
+        const std::size_t kept = std::min(length, room.Size() - 1);
+        KoWriteNumField(room.Data(), kept, parsed, body);
+        room.Data()[kept] = '\0';
+        return text << static_cast<const char*>(room.Data());
+    }
+
+    static void* Scan(void* value, KoString& text, const char* format, unsigned count)
+    {
+        const KoNumFormat parsed = ParseFormat(format);
+        if (parsed.conversion != 'c' || count < 2)
+            return ScalarOps::Scan(value, text, format, count);
+        const KoByteText bytes(text);
+        KoNumCursor cursor(bytes.Get().StrGet(), bytes.Get().Len());
+        if (!cursor.Match(parsed.prefix, parsed.prefixEnd, false))
+            return value;
+        std::size_t taken =
+            std::min<std::size_t>(count, static_cast<std::size_t>(cursor.end - cursor.pos));
+        if (parsed.width > 0)
+            taken = std::min<std::size_t>(taken, parsed.width);
+        std::memset(value, 0, count);
+        std::memcpy(value, cursor.pos, taken);
+        return value;
+    }
+};
+
+} // namespace
+
+// Descriptor, type, name of the compare and hash functions, name of the text functions, and the
+// operations behind those.
+// clang-format off
+#define KO_SCALAR_LIST(X) \
+    X(koCharDescriptor,     CharType,     Char,     Char,     CharTextOps) \
+    X(koByteDescriptor,     ByteType,     Byte,     O_U1B,    ScalarOps<ByteType>) \
+    X(koShortDescriptor,    ShortType,    Short,    Short,    ScalarOps<ShortType>) \
+    X(koWordDescriptor,     WordType,     Word,     Word,     ScalarOps<WordType>) \
+    X(koLongDescriptor,     LongType,     Long,     Long,     ScalarOps<LongType>) \
+    X(koDwordDescriptor,    DwordType,    Dword,    Dword,    ScalarOps<DwordType>) \
+    X(koIntDescriptor,      IntType,      Int,      Int,      ScalarOps<IntType>) \
+    X(koEnumDescriptor,     EnumType,     Int,      Enum,     ScalarOps<EnumType>) \
+    X(koUnsignedDescriptor, UnsignedType, Unsigned, Unsigned, ScalarOps<UnsignedType>) \
+    X(koBlockIdDescriptor,  BlockIdType,  Dword,    BlockId,  ScalarOps<BlockIdType>) \
+    X(ko8bDescriptor,       O_8BType,     O_8B,     O_8B,     ScalarOps<O_8BType>) \
+    X(koU8bDescriptor,      O_U8BType,    O_U8B,    O_U8B,    ScalarOps<O_U8BType>) \
+    X(koFloatDescriptor,    FloatType,    Float,    Float,    ScalarOps<FloatType>) \
+    X(koDoubleDescriptor,   DoubleType,   Double,   Double,   ScalarOps<DoubleType>)
+// clang-format on
+
+#define KO_SCALAR_TEXT(descriptor, Type, Order, Text, TextOps)                                     \
+    KoTypeConvertData* Text##ConvertToKoString(void* value, unsigned count)                        \
+    {                                                                                              \
+        return TextOps::ConvertTo(value, count);                                                   \
+    }                                                                                              \
+    void* Text##ConvertFromKoString(KoTypeConvertData* data, unsigned count)                       \
+    {                                                                                              \
+        return TextOps::ConvertFrom(data, count);                                                  \
+    }                                                                                              \
+    KoString& Text##PrintToKoString(KoString& text, void* value, const char* format,               \
+                                    unsigned count)                                                \
+    {                                                                                              \
+        return TextOps::Print(text, value, format, count);                                         \
+    }                                                                                              \
+    void* Text##ScanFromKoString(void* value, KoString& text, const char* format, unsigned count)  \
+    {                                                                                              \
+        return TextOps::Scan(value, text, format, count);                                          \
+    }
+KO_SCALAR_LIST(KO_SCALAR_TEXT)
+
+// The slots of functions with exported names hold these functions.
+#define KO_SCALAR_TYPE(descriptor, Type, Order, Text, TextOps)                                     \
+    struct descriptor##Ops : ScalarOps<Type> {                                                     \
+        static constexpr KoTypeCmpFunc Cmp = Order##Compare;                                       \
+        static constexpr KoHashFunc Hash = Order##Hash;                                            \
+        static constexpr KoConvertToFunc ConvertTo = Text##ConvertToKoString;                      \
+        static constexpr KoConvertFromFunc ConvertFrom = Text##ConvertFromKoString;                \
+        static constexpr KoPrintFunc Print = Text##PrintToKoString;                                \
+        static constexpr KoScanFunc Scan = Text##ScanFromKoString;                                 \
+    };                                                                                             \
+    KO_DEFINE_TYPE(descriptor, descriptor##Ops, Type::kId)
+KO_SCALAR_LIST(KO_SCALAR_TYPE)

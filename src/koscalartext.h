@@ -1,0 +1,152 @@
+#ifndef KOSCALARTEXT_H
+#define KOSCALARTEXT_H
+
+#include "konumstring.h"
+#include "koscalartype.h"
+
+#include <kostring.h>
+#include <kotmsdll.h>
+
+/// Text of the scalar types, one element at a time.
+
+/// A text in the code set of single characters, the default 8-bit one: itself where it is there
+/// already or has no code set, else a mapped copy. Positions are the same.
+class KoByteText
+{
+public:
+    explicit KoByteText(const KoString& text) : m_text(&text)
+    {
+        const unsigned char codeSet = KoString::GetDefault8CodeSet();
+        if (text.IsEmpty() || text.CodeSet() == codeSet || text.CodeSet() == KoCS_NONE)
+            return;
+        m_isExact = m_copy.CopyMapped(text, codeSet, static_cast<short>(KoString::kToEnd)) == 0;
+        m_text = &m_copy;
+    }
+    KoByteText(const KoByteText&) = delete;
+    KoByteText& operator=(const KoByteText&) = delete;
+
+    const KoString& Get() const { return *m_text; }
+    /// False when a character was missing in the code set and became "?".
+    bool IsExact() const { return m_isExact; }
+
+private:
+    KoString m_copy;
+    const KoString* m_text;
+    bool m_isExact = true;
+};
+
+template <class Type>
+struct ScalarText {
+    using T = typename Type::Value;
+    static constexpr bool kIsByte = sizeof(T) == 1;
+    static constexpr bool kIsBlockId = Type::kId == KoBLOCKID_T;
+
+    /// The text from which FromText makes the same value again.
+    static KoString ToText(T value)
+    {
+        if constexpr (std::same_as<T, o_char>) {
+            return KoString(static_cast<char>(value));
+        } else if constexpr (kIsBlockId) {
+            KoString text;
+            KoAppendNumber(text, value, "#%lu");
+            return text;
+        } else if constexpr (std::same_as<T, o_u2b>) {
+            return KoString(int{value}); // KoString(o_u2b) is a character
+        } else if constexpr (std::floating_point<T>) {
+            return KoString(double{value});
+        } else {
+            return KoString(value);
+        }
+    }
+
+    /// 0 where the text holds no value.
+    static T FromText(const KoString& text)
+    {
+        if constexpr (kIsByte) {
+            const KoByteText byte(text);
+            return byte.Get().IsEmpty() ? T{} : static_cast<T>(*byte.Get().StrGet());
+        } else if constexpr (kIsBlockId) {
+            T value = 0;
+            if (!KoScanNumber(value, text, "#%lu"))
+                KoScanNumber(value, text, "%lu");
+            return value;
+        } else if constexpr (std::same_as<T, o_u8b>) {
+            // A KoString converts to signed numbers only: this is the same reading, unsigned.
+            T value = 0;
+            KoScanNumber(value, text, (___KoTypeMgrOptions() & 1) != 0 ? "%d" : "%i");
+            return value;
+        } else if constexpr (std::floating_point<T>) {
+            return static_cast<T>(static_cast<double>(text));
+        } else if constexpr (std::same_as<T, o_u4b> || std::same_as<T, o_8b>) {
+            // 32 bits without sign are written with "%d" and read through 64 bits, so that both
+            // spellings of the upper half, "-1" and "4294967295", give the same value.
+            return static_cast<T>(static_cast<o_8b>(text));
+        } else {
+            return static_cast<T>(static_cast<int>(text));
+        }
+    }
+
+    static void Print(KoString& text, T value, const char* format)
+    {
+        KoAppendNumber(text, value, format);
+    }
+
+    /// False, with the value as it was, where the text holds none.
+    static bool Scan(T& value, const KoString& text, const char* format)
+    {
+        if constexpr (kIsByte)
+            return KoScanNumber(value, KoByteText(text).Get(), format);
+        else
+            return KoScanNumber(value, text, format);
+    }
+
+    static int Parse(T& value, const KoString& text, const char* format, unsigned& errorAt)
+    {
+        if constexpr (kIsByte) {
+            const KoByteText byte(text);
+            if (!byte.IsExact()) {
+                errorAt = 0;
+                return -1;
+            }
+            return KoParseNumber(value, byte.Get(), format, errorAt);
+        } else {
+            return KoParseNumber(value, text, format, errorAt);
+        }
+    }
+};
+
+/// Appends the texts of `count` elements, with a comma between two; `print(text, i)` appends one.
+template <class Print>
+KoString& KoPrintElements(KoString& text, unsigned count, Print print)
+{
+    for (unsigned i = 0; i < count; ++i) {
+        if (i > 0)
+            text << ',';
+        print(text, i);
+    }
+    return text;
+}
+
+/// Reads `count` elements from texts with a comma between two; `scan(text, i)` reads one. A single
+/// element takes the whole text; elements beyond the last comma get an empty one.
+template <class Scan>
+void KoScanElements(const KoString& text, unsigned count, Scan scan)
+{
+    if (count == 1) {
+        scan(text, 0U);
+        return;
+    }
+    const KoNarrowText narrow(text);
+    std::size_t at = 0;
+    for (unsigned i = 0; i < count; ++i) {
+        std::size_t end = at;
+        while (end < narrow.Length() && narrow.Data()[end] != ',')
+            ++end;
+        scan(at < end ? text.Copy(static_cast<unsigned short>(at), static_cast<short>(end - at))
+                      : KoString(),
+             i);
+        at = std::min(end + 1, narrow.Length());
+    }
+}
+
+#endif

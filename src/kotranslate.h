@@ -1,0 +1,48 @@
+#ifndef KOTRANSLATE_H
+#define KOTRANSLATE_H
+
+#include <kobasic.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+
+/// Bytes from one persistent form to another, undecoded: both formats are taken to agree. What the
+/// destination has beyond the source becomes zero; what the source has beyond it is cut off.
+/// Returns the bytes copied.
+inline unsigned KoCopyPersistent(void* destination, unsigned destinationLength, const void* source,
+                                 unsigned sourceLength)
+{
+    const unsigned copied = std::min(sourceLength, destinationLength);
+    if (copied > 0)
+        std::memmove(destination, source, copied);
+    if (copied < destinationLength)
+        std::memset(static_cast<unsigned char*>(destination) + copied, 0,
+                    destinationLength - copied);
+    return copied;
+}
+
+/// The `translate` of a fixed-length type whose elements take `memLen` bytes in memory, over its
+/// `store` and `load`.
+///
+/// Only the byte order of the destination format reaches `store`, while the source format reaches
+/// `load` as it is.
+template <class Ops>
+unsigned KoTranslateElements(unsigned memLen, void* destination, unsigned char destinationFormat,
+                             unsigned destinationLength, void* source, unsigned char sourceFormat,
+                             unsigned sourceLength, unsigned count)
+{
+    const bool toMemory = (destinationFormat & KoFMT_MEMORY) != 0;
+    const bool fromMemory = (sourceFormat & KoFMT_MEMORY) != 0;
+    if (!toMemory && fromMemory)
+        return Ops::Store(destination, source, destinationFormat & KoFMT_ORDER_MASK, count);
+    if (!toMemory)
+        return KoCopyPersistent(destination, destinationLength, source, sourceLength);
+    if (!fromMemory)
+        return Ops::Load(destination, source, sourceFormat, count);
+    if (count > 0)
+        std::memmove(destination, source, std::size_t{count} * memLen);
+    return count * memLen;
+}
+
+#endif
