@@ -1,0 +1,112 @@
+#include "failing_heap.h"
+
+#include <kotms.h>
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+
+namespace
+{
+
+/// Leaves the process with no default manager, before and after a test.
+class Context : public testing::Test
+{
+protected:
+    void SetUp() override { ___KoTypemgrContext(0); }
+    void TearDown() override { ___KoTypemgrContext(0); }
+};
+
+TEST(Dll, DescribesItself)
+{
+    o_u4b version[5] = {9, 9, 9, 9, 9};
+    o_u4b compilerVersion = 0;
+    const char* text[5] = {};
+    const char* description =
+        KoDescribeDll(&version[0], &version[1], &version[2], &version[3], &version[4], &text[0],
+                      &text[1], &text[2], &compilerVersion, &text[3], &text[4]);
+    EXPECT_STREQ(description, "Marblecrest Typemanager");
+    const o_u4b expected[5] = {12, 0, 2, 248, 0};
+    for (int i = 0; i < 5; ++i)
+        EXPECT_EQ(version[i], expected[i]) << i;
+    EXPECT_EQ(compilerVersion, 1600U);
+    EXPECT_STREQ(text[0], "MC120Ctms100x64");
+    EXPECT_STREQ(text[1], "Apr 15 2021 18:57:37");
+    EXPECT_STREQ(text[2], "unknown");
+    EXPECT_STREQ(text[4], "");
+
+    const char* compiler = nullptr;
+    const char* longDescription = nullptr;
+    const char* date = nullptr;
+    const char* module = nullptr;
+    o_u4b number = 0;
+    GetKoTypeMgrInfo(nullptr, nullptr, nullptr, nullptr, nullptr);
+    GetKoTypeMgrInfo(&compiler, &number, &longDescription, &date, &module);
+    EXPECT_STREQ(compiler, text[3]);
+    EXPECT_GT(std::strlen(compiler), 5U);
+    EXPECT_EQ(number, 1600U);
+    EXPECT_STREQ(longDescription, "Marblecrest Typemanager 12.0.2.248.0 ");
+    EXPECT_STREQ(date, "Apr 15 2021");
+    EXPECT_STREQ(module, "MC120Ctms100x64");
+
+    const char* again = nullptr;
+    const_cast<char*>(longDescription)[0] = 'm';
+    GetKoTypeMgrInfo(nullptr, nullptr, &again, nullptr, nullptr);
+    EXPECT_EQ(again, longDescription);
+    EXPECT_STREQ(again, "Marblecrest Typemanager 12.0.2.248.0 ") << "the buffer is written anew";
+}
+
+TEST(Dll, ChecksItsVersion)
+{
+    for (const int flags : {0, 1, 15})
+        EXPECT_EQ(KoCheckDll(flags), CheckKoVersionNumber(12, 0, 2, 248, 0, flags | 3)) << flags;
+}
+
+TEST(Dll, OptionsAreOneWord)
+{
+    EXPECT_EQ(___KoTypeMgrOptions(), 0);
+    ___KoTypeMgrOptions() = 1;
+    EXPECT_EQ(___KoTypeMgrOptions(), 1);
+    ___KoTypeMgrOptions() = 0;
+}
+
+TEST_F(Context, OwnsTheDefaultManager)
+{
+    EXPECT_EQ(DefaultTypeMgr(), nullptr);
+    ___KoTypemgrContext(0); // without a context
+    EXPECT_EQ(DefaultTypeMgr(), nullptr);
+
+    ___KoTypemgrContext(1);
+    KoTypeMgr* first = DefaultTypeMgr();
+    ASSERT_NE(first, nullptr);
+    EXPECT_EQ(first->GetFactory(), 5);
+
+    // The application's manager is deleted by the library, the one it replaces by nobody.
+    auto* own = new KoTypeMgr(0);
+    EXPECT_EQ(DefaultTypeMgr(own), first);
+    EXPECT_EQ(DefaultTypeMgr(), own);
+    EXPECT_EQ(DefaultTypeMgr(nullptr), own);
+    ___KoTypemgrContext(0);
+    EXPECT_EQ(DefaultTypeMgr(), nullptr);
+    delete first;
+}
+
+TEST_F(Context, PassesOnToLanguages)
+{
+    ___KoTypemgrContext(1);
+    ASSERT_EQ(KoLanguageContext::SetDefaultCodeSet(2), 0);
+    ___KoTypemgrContext(0);
+    EXPECT_EQ(KoLanguageContext::GetDefaultCodeSet(), 1);
+}
+
+TEST_F(Context, WithoutMemoryThereIsNoDefaultManager)
+{
+    const FailingHeap heap(0);
+    ___KoTypemgrContext(1);
+    EXPECT_TRUE(heap.HasFailed());
+    EXPECT_EQ(DefaultTypeMgr(), nullptr);
+    EXPECT_EQ(heap.HandlerCalls(), 0);
+}
+
+} // namespace
