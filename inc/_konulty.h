@@ -2,6 +2,7 @@
 #define _KONULTY_H
 
 #include "kobasic.h"
+#include "koint64.h"
 
 #include <koservices.h>
 
@@ -37,6 +38,7 @@ using KoNull_long = KoNull<o_4b>;
 using KoNull_ulong = KoNull<o_u4b>;
 using KoNull_float = KoNull<o_float>;
 using KoNull_double = KoNull<o_double>;
+using KoNull_KoInt64 = KoNull<KoInt64>;
 using KoNull_8b = KoNull<o_8b>;
 using KoNull_u8b = KoNull<o_u8b>;
 

@@ -1,5 +1,7 @@
 #include "konullops.h"
 
+#include "koint64type.h"
+
 bool KoIsNullText(const KoString& text, bool whole)
 {
     if (text.IsNullValue() || text.IsEmpty())
@@ -32,6 +34,7 @@ bool KoIsNullText(const KoString& text, bool whole)
     X(koNullULongDescriptor,    DwordType,    KoNULL_U4B_T)      \
     X(koNullFloatDescriptor,    FloatType,    KoNULL_FLOAT_T)    \
     X(koNullDoubleDescriptor,   DoubleType,   KoNULL_DOUBLE_T)   \
+    X(koNullInt64Descriptor,    Int64Type,    KoNULL_KOINT64_T)  \
     X(koNull8bDescriptor,       O_8BType,     KoNULL_8B_T)       \
     X(koNullU8bDescriptor,      O_U8BType,    KoNULL_U8B_T)
 // clang-format on

@@ -38,8 +38,6 @@ KO_DEFINE_TYPE(koInt64Descriptor, NoOps, KoINT64_T)
 
 KO_DEFINE_TYPE(koBooleanDescriptor, NoOps, KoBOOLEAN_T)
 
-KO_DEFINE_TYPE(koNullInt64Descriptor, NoOps, KoNULL_KOINT64_T)
-
 KO_DEFINE_TYPE(koSealDescriptor, NoOps, KoSEAL_T)
 
 KO_DEFINE_TYPE(koDateTimeNDescriptor, NoOps, KoDATIME_N_T)

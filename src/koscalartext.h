@@ -46,9 +46,9 @@ struct ScalarText {
     {
         if constexpr (std::same_as<T, o_char>) {
             return KoString(static_cast<char>(value));
-        } else if constexpr (kIsBlockId) {
+        } else if constexpr (kIsBlockId || std::is_class_v<T>) {
             KoString text;
-            KoAppendNumber(text, value, "#%lu");
+            KoAppendNumber(text, value, kIsBlockId ? "#%lu" : "%d");
             return text;
         } else if constexpr (std::same_as<T, o_u2b>) {
             return KoString(int{value}); // KoString(o_u2b) is a character
@@ -77,7 +77,7 @@ struct ScalarText {
             return value;
         } else if constexpr (std::floating_point<T>) {
             return static_cast<T>(static_cast<double>(text));
-        } else if constexpr (std::same_as<T, o_u4b> || std::same_as<T, o_8b>) {
+        } else if constexpr (std::same_as<T, o_u4b> || sizeof(T) == 8) {
             // 32 bits without sign are written with "%d" and read through 64 bits, so that both
             // spellings of the upper half, "-1" and "4294967295", give the same value.
             return static_cast<T>(static_cast<o_8b>(text));
