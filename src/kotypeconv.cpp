@@ -67,7 +67,9 @@ KoString& KoTypeMgr::PrintToKoString(o_char id, KoString& text, void* value, con
                                      unsigned count) const
 {
     const KoTypeDescriptor& type = TypeOf(*m_table, id);
-    const KoPrintFunc print = Slot(type, &KoTypeDescriptor::printToKoString);
+    const KoPrintFunc print = type.printToKoString;
+    if (print == nullptr)
+        return text;
     if (format == nullptr)
         format = type.printFormat;
     if (count < 2 || print == CharPrintToKoString)
