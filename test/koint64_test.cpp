@@ -1,0 +1,188 @@
+#include <kotms.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <random>
+#include <string>
+
+namespace
+{
+
+__extension__ typedef __int128 Wide;
+
+constexpr o_8b kMax = std::numeric_limits<o_8b>::max();
+constexpr o_8b kMin = std::numeric_limits<o_8b>::min();
+
+/// A number reduced modulo 2^64.
+o_8b Wrap(Wide n)
+{
+    return static_cast<o_8b>(static_cast<o_u8b>(n));
+}
+
+std::string g_assertion;
+
+/// Collects assertions while it lives.
+struct AssertionWatch {
+    AssertionWatch()
+    {
+        g_assertion.clear();
+        previous = KoSetAssertHandler([](const char* text, const char* file, int line) {
+            g_assertion += std::string(text) + "|" + file + "|" + std::to_string(line) + ";";
+        });
+    }
+    ~AssertionWatch() { KoSetAssertHandler(previous); }
+    KoAssertHandler previous;
+};
+
+/// Operands of every magnitude, with the edges among them often.
+o_8b AnyOperand(std::mt19937_64& random)
+{
+    static const o_8b edges[] = {0,
+                                 1,
+                                 -1,
+                                 2,
+                                 -2,
+                                 kMin,
+                                 kMin + 1,
+                                 kMax,
+                                 kMax - 1,
+                                 0xFFFFFFFFLL,
+                                 0x100000000LL,
+                                 -0x100000000LL,
+                                 0x7FFFFFFFLL,
+                                 -0x80000000LL};
+    const unsigned pick = static_cast<unsigned>(random() % 64);
+    if (pick < std::size(edges))
+        return edges[pick];
+    return static_cast<o_8b>(random()) >> pick;
+}
+
+} // namespace
+
+TEST(KoInt64, ArithmeticIsThatOfBuiltInIntegersModulo2To64)
+{
+    std::mt19937_64 random(20240611);
+    for (int i = 0; i < 200000; ++i) {
+        const o_8b a = AnyOperand(random);
+        const o_8b b = AnyOperand(random);
+        const KoInt64 x = a;
+        const KoInt64 y = b;
+        ASSERT_EQ((x + y).Get8b(), Wrap(Wide{a} + b)) << a << ' ' << b;
+        ASSERT_EQ((x - y).Get8b(), Wrap(Wide{a} - b)) << a << ' ' << b;
+        ASSERT_EQ((x * y).Get8b(), Wrap(Wide{a} * b)) << a << ' ' << b;
+        ASSERT_EQ((-x).Get8b(), Wrap(-Wide{a})) << a;
+        ASSERT_EQ((x & y).Get8b(), a & b);
+        ASSERT_EQ((x | y).Get8b(), a | b);
+        ASSERT_EQ((~x).Get8b(), ~a);
+        ASSERT_EQ(x.Abs().Get8b(), Wrap(a < 0 ? -Wide{a} : Wide{a})) << a;
+        if (b != 0) {
+            ASSERT_EQ((x / y).Get8b(), Wrap(Wide{a} / b)) << a << ' ' << b;
+            ASSERT_EQ((x % y).Get8b(), Wrap(Wide{a} % b)) << a << ' ' << b;
+        }
+        ASSERT_EQ(x < y, a < b ? 1 : 0) << a << ' ' << b;
+        ASSERT_EQ(x <= y, a <= b ? 1 : 0) << a << ' ' << b;
+        ASSERT_EQ(x > y, a > b ? 1 : 0) << a << ' ' << b;
+        ASSERT_EQ(x >= y, a >= b ? 1 : 0) << a << ' ' << b;
+        ASSERT_EQ(x == y, a == b ? 1 : 0) << a << ' ' << b;
+        ASSERT_EQ(x != y, a != b ? 1 : 0) << a << ' ' << b;
+    }
+}
+
+TEST(KoInt64, ShiftsAreRepeatedSingleShifts)
+{
+    for (const o_8b value : {o_8b{1}, o_8b{-1}, kMin, kMax, 0x123456789ABCDEFLL}) {
+        Wide left = value;
+        Wide right = value;
+        for (unsigned n = 0; n <= 130; ++n) {
+            ASSERT_EQ((KoInt64(value) << n).Get8b(), Wrap(left)) << value << " by " << n;
+            ASSERT_EQ((KoInt64(value) >> n).Get8b(), Wrap(right)) << value << " by " << n;
+            left = Wrap(left * 2);
+            right = right >= 0 ? right / 2 : (right - 1) / 2;
+        }
+    }
+}
+
+TEST(KoInt64, CompoundFormsStoreWhatTheyReturn)
+{
+    KoInt64 n(0xFFFFFFFFU, 0);
+    EXPECT_EQ((++n).Get8b(), 0x100000000LL);
+    EXPECT_EQ(n.High(), 1);
+    EXPECT_EQ((--n).Low(), 0xFFFFFFFFU);
+    EXPECT_EQ((n += 3).Get8b(), 0x100000002LL);
+    EXPECT_EQ((n -= KoInt64(2)).Get8b(), 0x100000000LL);
+    EXPECT_EQ((n *= -5L).Get8b(), -0x500000000LL);
+    EXPECT_EQ((n /= 7U).Get8b(), -3067833782LL);
+    EXPECT_EQ((n %= 1000).Get8b(), -782);
+    EXPECT_EQ((n <<= 4).Get8b(), -12512);
+    EXPECT_EQ((n >>= 3).Get8b(), -1564);
+}
+
+TEST(KoInt64, DivisionByZeroIsReportedAndGivesZero)
+{
+    for (const o_8b dividend : {o_8b{1}, o_8b{-1}, o_8b{0}, kMin, kMax}) {
+        AssertionWatch watch;
+        EXPECT_EQ((KoInt64(dividend) / 0).Get8b(), 0) << dividend;
+        EXPECT_EQ((KoInt64(dividend) % 0).Get8b(), 0) << dividend;
+        EXPECT_EQ(g_assertion, "KoInt64 divide by zero|src\\koint64|748;"
+                               "KoInt64 divide by zero|src\\koint64|748;");
+    }
+}
+
+TEST(KoInt64, ConversionFromDoubleKeepsSevenDigits)
+{
+    static const struct {
+        double from;
+        o_8b to;
+        const char* reason;
+    } rows[] = {
+        {2.5, 2, "the fraction is cut off"},
+        {0.999, 0, "below 1"},
+        {123456789.0, 123456800, "seven digits, rounded"},
+        {1234567.0, 1234567, "seven digits just fit"},
+        {12345678.0, 12345680, "an eighth digit is rounded away"},
+        {9.9999999, 10, "rounding carries into a new digit"},
+        {99.99994, 99, "rounding that does not carry"},
+        {1024.0, 1024, "fewer digits than seven"},
+        {1e18, 1000000000000000000, "the exponent supplies the zeros"},
+        {9223372036854774784.0, 9223372000000000000, "the largest that is not saturated"},
+        {9223372036854775808.0, kMax, "2^63"},
+        {1e300, kMax, "saturated"},
+        {std::numeric_limits<double>::infinity(), kMax, "saturated"},
+        {std::numeric_limits<double>::quiet_NaN(), 0, "no number"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(KoInt64(row.from).Get8b(), row.to) << row.reason;
+        EXPECT_EQ(KoInt64(-row.from).Get8b(), -row.to) << row.reason;
+    }
+}
+
+TEST(KoInt64, TextIsDecimalAndReadBackUnderTheSameFormat)
+{
+    static const struct {
+        o_8b value;
+        const char* format;
+        const char* text;
+    } rows[] = {
+        {kMin, nullptr, "-9223372036854775808"},
+        {kMax, "%S", "9223372036854775807"},
+        {-42, "%I64d", "-42"},
+        {-1, "%I64u", "18446744073709551615"},
+        {-1, "%I64x", "ffffffffffffffff"},
+        {42, "<%+08lld>", "<+0000042>"},
+    };
+    for (const auto& row : rows) {
+        KoString text;
+        KoInt64(row.value).PrintToKoString(text, row.format);
+        EXPECT_STREQ(text.StrGet(), row.text);
+        KoInt64 back = 7;
+        back.ScanFromKoString(text, row.format);
+        EXPECT_EQ(back.Get8b(), row.value) << row.text;
+    }
+    KoInt64 kept = 7;
+    kept.ScanFromKoString(KoString("none"), nullptr);
+    EXPECT_EQ(kept.Get8b(), 7);
+    kept.ScanFromKoString(KoString("-99999999999999999999"), nullptr);
+    EXPECT_EQ(kept.Get8b(), kMin);
+}
