@@ -7,5 +7,6 @@
 #include "komemfile.h"
 #include "koscalar.h"
 #include "koservices.h"
+#include "koswap.h"
 
 #endif

@@ -4,7 +4,6 @@
 #include "koscalar.h"
 
 #include <bit>
-#include <cstddef>
 
 /// Scalar encoders: memory form to persistent form and back.
 ///
@@ -22,12 +21,6 @@ constexpr bool KoNeedsSwap(unsigned char format) noexcept
         return std::endian::native == std::endian::little;
     return (format & KoFMT_MEMORY) == 0 && std::endian::native == std::endian::big;
 }
-
-/// Copies `count` elements of `width` bytes (2, 4 or 8), each with its bytes in the
-/// opposite order. Neither operand needs to be aligned; they must not overlap
-/// unless they are the same address.
-KOBASE_API void KoSwapCopy(void* destination, const void* source, unsigned width,
-                           std::size_t count);
 
 KOBASE_API unsigned CharStore(void* destination, const void* source, unsigned char format,
                               unsigned count);

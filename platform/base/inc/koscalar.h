@@ -17,17 +17,17 @@
 #define KOBASE_API __attribute__((visibility("default")))
 #endif
 
-using o_char = signed char;           ///< 8 bits, signed
-using o_1b = signed char;             ///< 8 bits, signed
-using o_u1b = unsigned char;          ///< 8 bits, unsigned
-using o_2b = short;                   ///< 16 bits, signed
-using o_u2b = unsigned short;         ///< 16 bits, unsigned
-using o_4b = int;                     ///< 32 bits, signed
-using o_u4b = unsigned int;           ///< 32 bits, unsigned
-using o_8b = long long;               ///< 64 bits, signed
-using o_u8b = unsigned long long;     ///< 64 bits, unsigned
-using o_float = float;                ///< IEEE 754 binary32
-using o_double = double;              ///< IEEE 754 binary64
+using o_char = signed char;       ///< 8 bits, signed
+using o_1b = signed char;         ///< 8 bits, signed
+using o_u1b = unsigned char;      ///< 8 bits, unsigned
+using o_2b = short;               ///< 16 bits, signed
+using o_u2b = unsigned short;     ///< 16 bits, unsigned
+using o_4b = int;                 ///< 32 bits, signed
+using o_u4b = unsigned int;       ///< 32 bits, unsigned
+using o_8b = long long;           ///< 64 bits, signed
+using o_u8b = unsigned long long; ///< 64 bits, unsigned
+using o_float = float;            ///< IEEE 754 binary32
+using o_double = double;          ///< IEEE 754 binary64
 
 static_assert(sizeof(o_2b) == 2 && sizeof(o_4b) == 4 && sizeof(o_8b) == 8);
 static_assert(sizeof(o_float) == 4 && sizeof(o_double) == 8);

@@ -1,4 +1,4 @@
-#include "koservices.h"
+#include "koassert.h"
 
 #include <cstdio>
 

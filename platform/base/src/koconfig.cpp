@@ -1,16 +1,20 @@
-#include "koservices.h"
+#include "koconfig.h"
 
+#include "komemory.h"
+
+#include <cstddef>
 #include <cstring>
 #include <initializer_list>
+#include <new>
 
 namespace
 {
 
 struct Setting {
     Setting* next;
-    char* value;
-    const char* key; // behind the category, in the same memory
-    char category[1];
+    char* value;          // memory of its own
+    const char* category; // both names stand behind the record, in its memory
+    const char* key;
 };
 
 // Few settings, read rarely: a list. Settings live until they are removed.
@@ -89,19 +93,15 @@ int DefaultConfig::Set(const char* category, const char* key, const char* value)
     if (!*link) {
         const std::size_t categorySize = std::strlen(category) + 1;
         const std::size_t keySize = std::strlen(key) + 1;
-        const std::size_t size = offsetof(Setting, category) + categorySize + keySize;
-        char* memory =
-            static_cast<char*>(Allocate(size < sizeof(Setting) ? sizeof(Setting) : size));
+        void* memory = Allocate(sizeof(Setting) + categorySize + keySize);
         if (!memory) {
             KoFree(copy);
             return -1;
         }
-        char* names = memory + offsetof(Setting, category);
+        char* names = static_cast<char*>(memory) + sizeof(Setting);
         std::memcpy(names, category, categorySize);
         std::memcpy(names + categorySize, key, keySize);
-        *link = reinterpret_cast<Setting*>(memory);
-        (*link)->next = nullptr;
-        (*link)->key = names + categorySize;
+        *link = new (memory) Setting{nullptr, nullptr, names, names + categorySize};
     } else {
         KoFree((*link)->value);
     }

@@ -1,214 +1,109 @@
 #include "koencode.h"
 
-#include <cstdint>
-#include <cstring>
+#include "swapcopy.h"
 
 namespace
 {
 
-inline std::uint16_t Swapped(std::uint16_t v)
-{
-    return __builtin_bswap16(v);
-}
-inline std::uint32_t Swapped(std::uint32_t v)
-{
-    return __builtin_bswap32(v);
-}
-inline std::uint64_t Swapped(std::uint64_t v)
-{
-    return __builtin_bswap64(v);
-}
+// One byte has no order; a copy onto itself is left out, because memcpy may not overlap.
 
 template <class Word>
-void SwapCopy(unsigned char* to, const unsigned char* from, std::size_t count)
-{
-    for (; count > 0; --count, to += sizeof(Word), from += sizeof(Word)) {
-        Word word;
-        std::memcpy(&word, from, sizeof word);
-        word = Swapped(word);
-        std::memcpy(to, &word, sizeof word);
-    }
-}
-
-template <unsigned Width>
 unsigned Encode(void* destination, const void* source, unsigned char format, unsigned count)
 {
     if (count == 0)
         return 0;
-    if (Width > 1 && KoNeedsSwap(format))
-        KoSwapCopy(destination, source, Width, count);
-    else if (destination != source)
-        std::memcpy(destination, source, std::size_t{count} * Width);
-    return count * Width;
+    const std::size_t size = std::size_t{count} * sizeof(Word);
+    if constexpr (sizeof(Word) > 1) {
+        if (KoNeedsSwap(format)) {
+            SwapArray<Word>(destination, source, count);
+            return static_cast<unsigned>(size);
+        }
+    }
+    if (destination != source)
+        std::memcpy(destination, source, size);
+    return static_cast<unsigned>(size);
+}
+
+template <class Word>
+unsigned EncodeOne(void* destination, const void* source, unsigned char format)
+{
+    if constexpr (sizeof(Word) > 1) {
+        if (KoNeedsSwap(format)) {
+            SwapOne<Word>(destination, source);
+            return sizeof(Word);
+        }
+    }
+    if (destination != source)
+        std::memcpy(destination, source, sizeof(Word));
+    return sizeof(Word);
+}
+
+template <class Word>
+constexpr unsigned SizeOf(unsigned count)
+{
+    return static_cast<unsigned>(sizeof(Word)) * count;
 }
 
 } // namespace
 
-void KoSwapCopy(void* destination, const void* source, unsigned width, std::size_t count)
-{
-    auto* to = static_cast<unsigned char*>(destination);
-    const auto* from = static_cast<const unsigned char*>(source);
-    switch (width) {
-    case 2:
-        SwapCopy<std::uint16_t>(to, from, count);
-        break;
-    case 4:
-        SwapCopy<std::uint32_t>(to, from, count);
-        break;
-    case 8:
-        SwapCopy<std::uint64_t>(to, from, count);
-        break;
-    default:
-        break;
+// Names, and the word whose bytes a stored element is. Floating numbers are copied as words, so a
+// signalling NaN comes back as it went.
+
+// clang-format off
+#define KO_ARRAY_CODERS(X) \
+    X(CharStore, std::uint8_t) \
+    X(ShortStore, std::uint16_t) \
+    X(LongStore, std::uint32_t) \
+    X(O_8BStore, std::uint64_t) \
+    X(FloatStore, std::uint32_t) \
+    X(DoubleStore, std::uint64_t) \
+    X(IntStore, std::uint32_t) \
+    X(IntLoad, std::uint32_t) \
+    X(UnsignedStore, std::uint32_t) \
+    X(UnsignedLoad, std::uint32_t)
+
+#define KO_ELEMENT_CODERS(X) \
+    X(CharStoreOne, std::uint8_t) \
+    X(ShortStoreOne, std::uint16_t) \
+    X(LongStoreOne, std::uint32_t) \
+    X(O_8BStoreOne, std::uint64_t) \
+    X(FloatStoreOne, std::uint32_t) \
+    X(DoubleStoreOne, std::uint64_t)
+
+#define KO_SIZES(X) \
+    X(CharSizeGet, CharNullSizeGet, std::uint8_t) \
+    X(ShortSizeGet, ShortNullSizeGet, std::uint16_t) \
+    X(LongSizeGet, LongNullSizeGet, std::uint32_t) \
+    X(O_8BSizeGet, O_8BNullSizeGet, std::uint64_t) \
+    X(IntSizeGet, IntNullSizeGet, std::uint32_t) \
+    X(FloatSizeGet, FloatNullSizeGet, std::uint32_t) \
+    X(DoubleSizeGet, DoubleNullSizeGet, std::uint64_t)
+// clang-format on
+
+#define X(name, Word)                                                                              \
+    unsigned name(void* destination, const void* source, unsigned char format, unsigned count)     \
+    {                                                                                              \
+        return Encode<Word>(destination, source, format, count);                                   \
     }
-}
+KO_ARRAY_CODERS(X)
+#undef X
 
-unsigned CharStore(void* destination, const void* source, unsigned char format, unsigned count)
-{
-    return Encode<1>(destination, source, format, count);
-}
+#define X(name, Word)                                                                              \
+    unsigned name(void* destination, const void* source, unsigned char format)                     \
+    {                                                                                              \
+        return EncodeOne<Word>(destination, source, format);                                       \
+    }
+KO_ELEMENT_CODERS(X)
+#undef X
 
-unsigned ShortStore(void* destination, const void* source, unsigned char format, unsigned count)
-{
-    return Encode<2>(destination, source, format, count);
-}
-
-unsigned LongStore(void* destination, const void* source, unsigned char format, unsigned count)
-{
-    return Encode<4>(destination, source, format, count);
-}
-
-unsigned O_8BStore(void* destination, const void* source, unsigned char format, unsigned count)
-{
-    return Encode<8>(destination, source, format, count);
-}
-
-unsigned FloatStore(void* destination, const void* source, unsigned char format, unsigned count)
-{
-    return Encode<4>(destination, source, format, count);
-}
-
-unsigned DoubleStore(void* destination, const void* source, unsigned char format, unsigned count)
-{
-    return Encode<8>(destination, source, format, count);
-}
-
-unsigned IntStore(void* destination, const void* source, unsigned char format, unsigned count)
-{
-    return Encode<4>(destination, source, format, count);
-}
-
-unsigned UnsignedStore(void* destination, const void* source, unsigned char format, unsigned count)
-{
-    return Encode<4>(destination, source, format, count);
-}
-
-unsigned IntLoad(void* destination, const void* source, unsigned char format, unsigned count)
-{
-    return Encode<4>(destination, source, format, count);
-}
-
-unsigned UnsignedLoad(void* destination, const void* source, unsigned char format, unsigned count)
-{
-    return Encode<4>(destination, source, format, count);
-}
-
-unsigned CharStoreOne(void* destination, const void* source, unsigned char format)
-{
-    return Encode<1>(destination, source, format, 1);
-}
-
-unsigned ShortStoreOne(void* destination, const void* source, unsigned char format)
-{
-    return Encode<2>(destination, source, format, 1);
-}
-
-unsigned LongStoreOne(void* destination, const void* source, unsigned char format)
-{
-    return Encode<4>(destination, source, format, 1);
-}
-
-unsigned O_8BStoreOne(void* destination, const void* source, unsigned char format)
-{
-    return Encode<8>(destination, source, format, 1);
-}
-
-unsigned FloatStoreOne(void* destination, const void* source, unsigned char format)
-{
-    return Encode<4>(destination, source, format, 1);
-}
-
-unsigned DoubleStoreOne(void* destination, const void* source, unsigned char format)
-{
-    return Encode<8>(destination, source, format, 1);
-}
-
-unsigned CharSizeGet(const void*, unsigned char, unsigned char, unsigned count)
-{
-    return 1 * count;
-}
-
-unsigned ShortSizeGet(const void*, unsigned char, unsigned char, unsigned count)
-{
-    return 2 * count;
-}
-
-unsigned LongSizeGet(const void*, unsigned char, unsigned char, unsigned count)
-{
-    return 4 * count;
-}
-
-unsigned O_8BSizeGet(const void*, unsigned char, unsigned char, unsigned count)
-{
-    return 8 * count;
-}
-
-unsigned IntSizeGet(const void*, unsigned char, unsigned char, unsigned count)
-{
-    return 4 * count;
-}
-
-unsigned FloatSizeGet(const void*, unsigned char, unsigned char, unsigned count)
-{
-    return 4 * count;
-}
-
-unsigned DoubleSizeGet(const void*, unsigned char, unsigned char, unsigned count)
-{
-    return 8 * count;
-}
-
-unsigned CharNullSizeGet(unsigned count)
-{
-    return 1 * count;
-}
-
-unsigned ShortNullSizeGet(unsigned count)
-{
-    return 2 * count;
-}
-
-unsigned LongNullSizeGet(unsigned count)
-{
-    return 4 * count;
-}
-
-unsigned O_8BNullSizeGet(unsigned count)
-{
-    return 8 * count;
-}
-
-unsigned IntNullSizeGet(unsigned count)
-{
-    return 4 * count;
-}
-
-unsigned FloatNullSizeGet(unsigned count)
-{
-    return 4 * count;
-}
-
-unsigned DoubleNullSizeGet(unsigned count)
-{
-    return 8 * count;
-}
+#define X(name, nullName, Word)                                                                    \
+    unsigned name(const void*, unsigned char, unsigned char, unsigned count)                       \
+    {                                                                                              \
+        return SizeOf<Word>(count);                                                                \
+    }                                                                                              \
+    unsigned nullName(unsigned count)                                                              \
+    {                                                                                              \
+        return SizeOf<Word>(count);                                                                \
+    }
+KO_SIZES(X)
+#undef X

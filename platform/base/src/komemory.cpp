@@ -1,4 +1,4 @@
-#include "koservices.h"
+#include "komemory.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -13,24 +13,25 @@ void ReportAndAbort(std::size_t size)
     std::abort();
 }
 
-constinit KoMemoryHandler g_handler = ReportAndAbort;
-using Allocate = void* (*)(std::size_t);
-using Release = void (*)(void*);
+struct Heap {
+    void* (*allocate)(std::size_t);
+    void (*release)(void*);
+};
 
-Allocate g_allocate = std::malloc;
-Release g_release = std::free;
+constinit KoMemoryHandler g_handler = ReportAndAbort;
+constinit Heap g_heap = {std::malloc, std::free};
 
 } // namespace
 
 void* KoAlloc(std::size_t size)
 {
-    return g_allocate(size ? size : 1);
+    return g_heap.allocate(size ? size : 1);
 }
 
 void KoFree(void* memory)
 {
     if (memory)
-        g_release(memory);
+        g_heap.release(memory);
 }
 
 void KoCallMemoryHandler(std::size_t size)
@@ -47,6 +48,5 @@ KoMemoryHandler KoSetMemoryHandler(KoMemoryHandler handler)
 
 void KoSetAllocator(void* (*allocate)(std::size_t), void (*release)(void*))
 {
-    g_allocate = allocate ? allocate : std::malloc;
-    g_release = release ? release : std::free;
+    g_heap = allocate && release ? Heap{allocate, release} : Heap{std::malloc, std::free};
 }

@@ -1,4 +1,4 @@
-#include "koservices.h"
+#include "koversion.h"
 
 int CheckKoVersionNumber(unsigned major, unsigned minor, unsigned patch, unsigned build,
                          unsigned /*fifth*/, int flags)

@@ -1,0 +1,208 @@
+#include <koencode.h>
+#include <koswap.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <vector>
+
+namespace
+{
+
+using Bytes = std::vector<unsigned char>;
+using Coder = unsigned (*)(void*, const void*, unsigned char, unsigned);
+using ElementCoder = unsigned (*)(void*, const void*, unsigned char);
+
+// An element whose bytes tell their place: the most significant is 1, the next 2 and so on.
+template <unsigned Width>
+Bytes InMemory()
+{
+    Bytes bytes;
+    for (unsigned at = 1; at <= Width; ++at)
+        bytes.push_back(static_cast<unsigned char>(at));
+    if (std::endian::native == std::endian::little)
+        std::reverse(bytes.begin(), bytes.end());
+    return bytes;
+}
+
+struct CoderCase {
+    const char* name;
+    Coder store;
+    Coder load;
+    ElementCoder storeOne; // null where there is none
+    unsigned (*size)(const void*, unsigned char, unsigned char, unsigned);
+    unsigned (*nullSize)(unsigned);
+    Bytes memory;
+};
+
+const CoderCase kCoders[] = {
+    {"char", CharStore, CharStore, CharStoreOne, CharSizeGet, CharNullSizeGet, InMemory<1>()},
+    {"short", ShortStore, ShortStore, ShortStoreOne, ShortSizeGet, ShortNullSizeGet, InMemory<2>()},
+    {"long", LongStore, LongStore, LongStoreOne, LongSizeGet, LongNullSizeGet, InMemory<4>()},
+    {"o_8b", O_8BStore, O_8BStore, O_8BStoreOne, O_8BSizeGet, O_8BNullSizeGet, InMemory<8>()},
+    {"float", FloatStore, FloatStore, FloatStoreOne, FloatSizeGet, FloatNullSizeGet, InMemory<4>()},
+    {"double", DoubleStore, DoubleStore, DoubleStoreOne, DoubleSizeGet, DoubleNullSizeGet,
+     InMemory<8>()},
+    {"int", IntStore, IntLoad, nullptr, IntSizeGet, IntNullSizeGet, InMemory<4>()},
+    {"unsigned", UnsignedStore, UnsignedLoad, nullptr, IntSizeGet, IntNullSizeGet, InMemory<4>()},
+};
+
+enum class Order { Big, Little, Machine };
+
+const struct {
+    unsigned char format;
+    Order order;
+    const char* reason;
+} kFormats[] = {
+    {2, Order::Big, "nibble 2"},
+    {1, Order::Little, "nibble 1"},
+    {0, Order::Little, "no order named"},
+    {3, Order::Little, "bits 0 and 1: not 2"},
+    {6, Order::Little, "bits 1 and 2: not 2"},
+    {8, Order::Machine, "memory form"},
+    {10, Order::Machine, "memory form beside bit 1"},
+    {0x82, Order::Big, "the key bit belongs to strings"},
+    {0xE1, Order::Little, "all string bits"},
+    {0xE8, Order::Machine, "all string bits beside the memory form"},
+};
+
+Bytes Expected(const Bytes& memory, Order order)
+{
+    const auto width = static_cast<unsigned char>(memory.size());
+    Bytes bytes = memory;
+    for (unsigned char at = 0; at < width && order != Order::Machine; ++at)
+        bytes[at] = static_cast<unsigned char>(order == Order::Big ? at + 1 : width - at);
+    return bytes;
+}
+
+Bytes Repeated(const Bytes& element, unsigned count)
+{
+    Bytes bytes;
+    for (; count > 0; --count)
+        bytes.insert(bytes.end(), element.begin(), element.end());
+    return bytes;
+}
+
+TEST(BaseEncode, EveryFormatThereAndBack)
+{
+    for (const CoderCase& coder : kCoders)
+        for (const auto& [format, order, reason] : kFormats) {
+            SCOPED_TRACE(testing::Message() << coder.name << ", " << reason);
+            for (const unsigned count : {1u, 3u, 100u}) {
+                const Bytes memory = Repeated(coder.memory, count);
+                const Bytes expected = Repeated(Expected(coder.memory, order), count);
+                const auto size = static_cast<unsigned>(memory.size());
+                EXPECT_EQ(coder.size(nullptr, KoFMT_MEMORY, format, count), size);
+                EXPECT_EQ(coder.nullSize(count), size);
+
+                Bytes stored(size);
+                EXPECT_EQ(coder.store(stored.data(), memory.data(), format, count), size);
+                EXPECT_EQ(stored, expected);
+                Bytes loaded(size);
+                EXPECT_EQ(coder.load(loaded.data(), stored.data(), format, count), size);
+                EXPECT_EQ(loaded, memory);
+
+                Bytes inPlace = memory;
+                coder.store(inPlace.data(), inPlace.data(), format, count);
+                EXPECT_EQ(inPlace, expected);
+            }
+            if (coder.storeOne) {
+                Bytes one(coder.memory.size());
+                EXPECT_EQ(coder.storeOne(one.data(), coder.memory.data(), format), one.size());
+                EXPECT_EQ(one, Expected(coder.memory, order));
+            }
+            EXPECT_EQ(coder.store(nullptr, nullptr, format, 0), 0u);
+        }
+}
+
+// The bits of a number that arithmetic would quieten or normalise.
+TEST(BaseEncode, FloatingBitsAreKept)
+{
+    const std::uint32_t signalling = 0x7FA12345;
+    const std::uint64_t payload = 0xFFF0'0000'DEAD'BEEF;
+    unsigned char stored[8];
+    std::uint32_t narrow;
+    std::uint64_t wide;
+    FloatStore(stored, &signalling, KoFMT_BIG, 1);
+    EXPECT_EQ(std::memcmp(stored, "\x7F\xA1\x23\x45", 4), 0);
+    FloatStore(&narrow, stored, KoFMT_BIG, 1);
+    EXPECT_EQ(narrow, signalling);
+    DoubleStoreOne(stored, &payload, KoFMT_BIG);
+    DoubleStoreOne(&wide, stored, KoFMT_BIG);
+    EXPECT_EQ(wide, payload);
+}
+
+// Every length around the vector steps, at every alignment of both sides, with the bytes around the
+// target watched; then onto itself.
+void CheckForm(KoSwapForm form, unsigned width)
+{
+    constexpr std::size_t kMargin = 64;
+    constexpr unsigned char kWatched = 0xA5;
+    const std::size_t longest = 330 / width;
+    Bytes source(kMargin + 330);
+    for (std::size_t at = 0; at < source.size(); ++at)
+        source[at] = static_cast<unsigned char>(at * 37 + at / 256 + 1);
+
+    for (std::size_t count = 0; count <= longest; ++count)
+        for (std::size_t shift = 0; shift < 33; ++shift) {
+            const std::size_t from = shift * 7 % 33;
+            const std::size_t bytes = count * width;
+            Bytes expected(2 * kMargin + 330, kWatched);
+            for (std::size_t at = 0; at < bytes; ++at)
+                expected[kMargin + shift + at] = source[from + (at ^ (width - 1))];
+
+            Bytes target(expected.size(), kWatched);
+            ASSERT_TRUE(KoSwapCopyAs(form, target.data() + kMargin + shift, source.data() + from,
+                                     width, count));
+            ASSERT_EQ(target, expected) << width << " bytes, " << count << " elements, " << shift;
+
+            std::copy_n(source.data() + from, bytes, target.data() + kMargin + shift);
+            ASSERT_TRUE(KoSwapCopyAs(form, target.data() + kMargin + shift,
+                                     target.data() + kMargin + shift, width, count));
+            ASSERT_EQ(target, expected)
+                << "in place, " << width << " bytes, " << count << ", " << shift;
+        }
+}
+
+TEST(BaseEncode, PlainFormSwaps)
+{
+    for (const unsigned width : {2u, 4u, 8u})
+        CheckForm(KoSwapForm::Plain, width);
+}
+
+TEST(BaseEncode, VectorFormSwaps)
+{
+    if (!KoSwapCopyAs(KoSwapForm::Vector, nullptr, nullptr, 2, 0))
+        GTEST_SKIP() << "this build or processor has no vector form";
+    for (const unsigned width : {2u, 4u, 8u})
+        CheckForm(KoSwapForm::Vector, width);
+}
+
+// The two against each other and against the entry that chooses, over a length with many steps.
+TEST(BaseEncode, FormsAgreeOnLongArrays)
+{
+    Bytes source(100'003);
+    std::uint32_t state = 1;
+    for (unsigned char& byte : source)
+        byte = static_cast<unsigned char>((state = state * 1664525 + 1013904223) >> 24);
+    for (const unsigned width : {2u, 4u, 8u}) {
+        const std::size_t count = source.size() / width;
+        Bytes plain(source.size());
+        Bytes chosen(source.size());
+        Bytes vector(source.size());
+        KoSwapCopyAs(KoSwapForm::Plain, plain.data(), source.data(), width, count);
+        KoSwapCopy(chosen.data(), source.data(), width, count);
+        EXPECT_EQ(chosen, plain) << width;
+        if (KoSwapCopyAs(KoSwapForm::Vector, vector.data(), source.data(), width, count)) {
+            EXPECT_EQ(vector, plain) << width;
+        }
+    }
+    unsigned char untouched = 9;
+    KoSwapCopy(&untouched, source.data(), 3, 1);
+    EXPECT_FALSE(KoSwapCopyAs(KoSwapForm::Plain, &untouched, source.data(), 3, 1));
+    EXPECT_EQ(untouched, 9) << "a width that has no swap";
+}
+
+} // namespace
