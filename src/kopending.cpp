@@ -34,8 +34,6 @@ KO_DEFINE_TYPE(d_TimestampDescriptor, NoOps, D_TIMESTAMP_T)
 
 KO_DEFINE_TYPE(d_IntervalDescriptor, NoOps, D_INTERVAL_T)
 
-KO_DEFINE_TYPE(koInt64Descriptor, NoOps, KoINT64_T)
-
 KO_DEFINE_TYPE(koBooleanDescriptor, NoOps, KoBOOLEAN_T)
 
 KO_DEFINE_TYPE(koSealDescriptor, NoOps, KoSEAL_T)
