@@ -40,10 +40,9 @@ struct KoIntType {
 
 /// Writes `value`, sign-extended or zero-extended from `type`, without a terminator. Returns the
 /// length of the whole text; at most `capacity` characters are written.
-KOTMS_API std::size_t KoPrintInteger(char* out, std::size_t capacity, const char* format,
-                                     o_u8b value, KoIntType type);
-KOTMS_API std::size_t KoPrintFloating(char* out, std::size_t capacity, const char* format,
-                                      double value);
+std::size_t KoPrintInteger(char* out, std::size_t capacity, const char* format, o_u8b value,
+                           KoIntType type);
+std::size_t KoPrintFloating(char* out, std::size_t capacity, const char* format, double value);
 
 /// Lenient reading, as scanf does it under the same format: literals must match, white space
 /// before the number is skipped, a width bounds the characters of the number, what follows is not
@@ -52,11 +51,11 @@ KOTMS_API std::size_t KoPrintFloating(char* out, std::size_t capacity, const cha
 ///
 /// Integers saturate at the limits of 32 bits (types of up to 32 bits) or of 64 bits, and are then
 /// cut to their own width. Floating numbers beyond the range give an infinity or zero.
-KOTMS_API bool KoScanInteger(o_u8b& value, const char* text, std::size_t length, const char* format,
-                             KoIntType type);
+bool KoScanInteger(o_u8b& value, const char* text, std::size_t length, const char* format,
+                   KoIntType type);
 /// `single`: rounds to the nearest 32-bit number.
-KOTMS_API bool KoScanFloating(double& value, const char* text, std::size_t length,
-                              const char* format, bool single);
+bool KoScanFloating(double& value, const char* text, std::size_t length, const char* format,
+                    bool single);
 
 /// Strict reading of a whole text. Returns 0, or -1 with the value unchanged and `errorAt` the
 /// position of the first character that does not belong: the length of the text when it ends too
@@ -76,10 +75,10 @@ KOTMS_API bool KoScanFloating(double& value, const char* text, std::size_t lengt
 /// itself pads with them. What a conversion prints for a value is read back to that value: the
 /// range is that of the type, under `u o x X` also the unsigned one and under `d i` also the signed
 /// one of its width.
-KOTMS_API int KoParseInteger(o_u8b& value, const char* text, std::size_t length, const char* format,
-                             KoIntType type, unsigned& errorAt);
-KOTMS_API int KoParseFloating(double& value, const char* text, std::size_t length,
-                              const char* format, bool single, unsigned& errorAt);
+int KoParseInteger(o_u8b& value, const char* text, std::size_t length, const char* format,
+                   KoIntType type, unsigned& errorAt);
+int KoParseFloating(double& value, const char* text, std::size_t length, const char* format,
+                    bool single, unsigned& errorAt);
 
 template <class T>
 inline constexpr KoIntType koIntType = {sizeof(T) * 8, std::is_signed_v<T>};
