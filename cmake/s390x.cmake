@@ -1,6 +1,7 @@
 # A big-endian Linux where char is unsigned; programs run under QEMU.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR s390x)
+set(CMAKE_C_COMPILER s390x-linux-gnu-gcc) # for GoogleTest, whose build asks for C
 set(CMAKE_CXX_COMPILER s390x-linux-gnu-g++)
 set(CMAKE_FIND_ROOT_PATH /usr/s390x-linux-gnu)
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
