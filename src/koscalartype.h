@@ -7,7 +7,6 @@
 
 #include <koencode.h>
 
-#include <array>
 #include <concepts>
 #include <limits>
 
@@ -47,15 +46,37 @@ KO_ENCODER_LIST(KO_ENCODER)
 #undef KO_ENCODER
 #undef KO_ENCODER_LIST
 
+template <unsigned size>
+struct KoWordOf;
+template <>
+struct KoWordOf<1> {
+    using Type = o_u1b;
+    static Type Swapped(Type n) noexcept { return n; }
+};
+template <>
+struct KoWordOf<2> {
+    using Type = o_u2b;
+    static Type Swapped(Type n) noexcept { return __builtin_bswap16(n); }
+};
+template <>
+struct KoWordOf<4> {
+    using Type = o_u4b;
+    static Type Swapped(Type n) noexcept { return __builtin_bswap32(n); }
+};
+template <>
+struct KoWordOf<8> {
+    using Type = o_u8b;
+    static Type Swapped(Type n) noexcept { return __builtin_bswap64(n); }
+};
+
 /// The number whose bytes stand at `at`, in the machine's byte order or (`swap`) in the other one.
 template <class T>
 T KoReadNumber(const unsigned char* at, bool swap) noexcept
 {
-    std::array<unsigned char, sizeof(T)> bytes;
-    std::memcpy(bytes.data(), at, sizeof(T));
-    if (swap)
-        std::reverse(bytes.begin(), bytes.end());
-    return std::bit_cast<T>(bytes);
+    using Word = KoWordOf<sizeof(T)>;
+    typename Word::Type bits;
+    std::memcpy(&bits, at, sizeof(T));
+    return std::bit_cast<T>(swap ? Word::Swapped(bits) : bits);
 }
 
 /// A plain scalar type. Its elements have the same size in memory and in every persistent form.

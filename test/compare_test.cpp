@@ -1,0 +1,375 @@
+#include <kotms.h>
+#include <kotypcmp.h>
+#include <kotyphash.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <random>
+#include <vector>
+
+namespace
+{
+
+using Byte = unsigned char;
+
+/// The number at `at` in the form that `format` names, put together byte by byte.
+template <class T>
+T ReadPlainly(const Byte* at, Byte format)
+{
+    const bool hostBig = std::endian::native == std::endian::big;
+    const bool big = (format & 8) != 0 ? hostBig : (format & 15) == 2;
+    o_u8b bits = 0;
+    for (unsigned i = 0; i < sizeof(T); ++i)
+        bits = (bits << 8) | at[big ? i : sizeof(T) - 1 - i];
+    if constexpr (sizeof(T) == 1)
+        return std::bit_cast<T>(static_cast<o_u1b>(bits));
+    else if constexpr (sizeof(T) == 2)
+        return std::bit_cast<T>(static_cast<o_u2b>(bits));
+    else if constexpr (sizeof(T) == 4)
+        return std::bit_cast<T>(static_cast<o_u4b>(bits));
+    else
+        return std::bit_cast<T>(bits);
+}
+
+template <class T>
+int OrderPlainly(const Byte* a, const Byte* b, Byte format)
+{
+    const T x = ReadPlainly<T>(a, format);
+    const T y = ReadPlainly<T>(b, format);
+    if constexpr (std::is_floating_point_v<T>) {
+        const auto kind = [](T n) {
+            return std::isnan(n) ? -2 : std::isinf(n) ? (n < 0 ? -1 : 1) : 0;
+        };
+        if (const int difference = kind(x) - kind(y); difference != 0 || kind(x) != 0)
+            return (difference > 0) - (difference < 0);
+    }
+    return y > x ? -1 : x > y ? 1 : 0;
+}
+
+template <class T>
+int NullOrderPlainly(const Byte* a, const Byte* b, Byte format)
+{
+    const bool memory = (format & 8) != 0;
+    const bool null1 = memory ? a[sizeof(T)] != 0 : a[0] == 1;
+    const bool null2 = memory ? b[sizeof(T)] != 0 : b[0] == 1;
+    if (null1 || null2)
+        return null2 - null1;
+    return OrderPlainly<T>(a + (memory ? 0 : 1), b + (memory ? 0 : 1), format);
+}
+
+struct Member {
+    const char* name;
+    o_char id;
+    KoTypeCmpFunc function; ///< null: the type has no exported one
+    unsigned memorySize;
+    unsigned storedSize;
+    int (*order)(const Byte* a, const Byte* b, Byte format);
+};
+
+const Member members[] = {
+    {"o_char", Ko1B_T, CharCompare, 1, 1, OrderPlainly<o_char>},
+    {"o_u1b", KoU1B_T, ByteCompare, 1, 1, OrderPlainly<o_u1b>},
+    {"o_2b", Ko2B_T, ShortCompare, 2, 2, OrderPlainly<o_2b>},
+    {"o_u2b", KoU2B_T, WordCompare, 2, 2, OrderPlainly<o_u2b>},
+    {"int", KoINT_T, IntCompare, 4, 4, OrderPlainly<o_4b>},
+    {"enum", KoENUM_T, IntCompare, 4, 4, OrderPlainly<o_4b>},
+    {"unsigned", KoUNSIGNED_T, UnsignedCompare, 4, 4, OrderPlainly<o_u4b>},
+    {"o_4b", Ko4B_T, LongCompare, 4, 4, OrderPlainly<o_4b>},
+    {"o_u4b", KoU4B_T, DwordCompare, 4, 4, OrderPlainly<o_u4b>},
+    {"BlockId", KoBLOCKID_T, DwordCompare, 4, 4, OrderPlainly<o_u4b>},
+    {"o_8b", Ko8B_T, O_8BCompare, 8, 8, OrderPlainly<o_8b>},
+    {"o_u8b", KoU8B_T, O_U8BCompare, 8, 8, OrderPlainly<o_u8b>},
+    {"o_float", KoFLOAT_T, FloatCompare, 4, 4, OrderPlainly<o_float>},
+    {"o_double", KoDOUBLE_T, DoubleCompare, 8, 8, OrderPlainly<o_double>},
+    {"KoNull_char", KoNULL_1B_T, nullptr, 2, 2, NullOrderPlainly<o_char>},
+    {"KoNull_ushort", KoNULL_U2B_T, nullptr, 4, 3, NullOrderPlainly<o_u2b>},
+    {"KoNull_long", KoNULL_4B_T, nullptr, 8, 5, NullOrderPlainly<o_4b>},
+    {"KoNull_float", KoNULL_FLOAT_T, nullptr, 8, 5, NullOrderPlainly<o_float>},
+    {"KoNull_u8b", KoNULL_U8B_T, nullptr, 16, 9, NullOrderPlainly<o_u8b>},
+};
+
+struct Outcome {
+    int result;
+    int status;
+    std::size_t bytesRead;
+};
+
+/// The walk as it is defined: step by step, with the step after the element that decides.
+Outcome WalkPlainly(const Member& member, Byte format, unsigned length1, const Byte* value1,
+                    unsigned length2, const Byte* value2, unsigned count)
+{
+    const unsigned size = (format & 8) != 0 ? member.memorySize : member.storedSize;
+    const std::size_t end1 = length1 != 0 ? length1 : std::size_t{count} * size;
+    const std::size_t end2 = length2 != 0 ? length2 : std::size_t{count} * size;
+    Outcome outcome = {0, 0, 0};
+    std::size_t at = 0;
+    unsigned left = count;
+    while (left > 0) {
+        --left;
+        if (outcome.result != 0 || outcome.status != 0)
+            break;
+        outcome.result = member.order(value1 + at, value2 + at, format);
+        outcome.bytesRead = at + size;
+        if (left == 0)
+            break;
+        if (at + size < end1 && at + size < end2)
+            at += size;
+        else
+            outcome.status = KoRC_TRUNCATED;
+    }
+    return outcome;
+}
+
+/// Every member gives what the plain walk gives, under random formats, bounds and contents; the
+/// operands lie at odd addresses and end where the plain walk may end.
+TEST(Compare, AgreesWithThePlainWalk)
+{
+    const KoTypeMgr manager;
+    std::mt19937 random(20260101);
+    const auto below = [&](unsigned n) { return static_cast<unsigned>(random() % n); };
+    const Byte formats[] = {0, 1, 2, 3, 8, 9, 0x0A, 0x21, 0x42, 0x82};
+    const Byte contents[] = {0, 0, 1, 0x7F, 0x80, 0xFF};
+    for (const Member& member : members) {
+        SCOPED_TRACE(member.name);
+        if (member.function != nullptr) {
+            EXPECT_EQ(manager.CmpFuncPtrGet(member.id), member.function);
+        }
+        for (int round = 0; round < 3000; ++round) {
+            const Byte format = formats[below(std::size(formats))];
+            const unsigned size = (format & 8) != 0 ? member.memorySize : member.storedSize;
+            const unsigned count = below(20) == 0 ? below(900) : below(8);
+            const auto bound = [&] {
+                return below(2) == 0 ? 0 : below(count * size + 2 * size + 1);
+            };
+            const unsigned length1 = bound();
+            const unsigned length2 = bound();
+
+            std::vector<Byte> a(std::size_t{count} * size + 1);
+            for (Byte& byte : a)
+                byte = contents[below(std::size(contents))];
+            std::vector<Byte> b = a;
+            for (unsigned changes = below(3); changes > 0 && count > 0; --changes)
+                b[1 + below(count * size)] = contents[below(std::size(contents))];
+            const Outcome expected =
+                WalkPlainly(member, format, length1, a.data() + 1, length2, b.data() + 1, count);
+
+            // A read beyond what the bounds and the elements allow is seen by the sanitizer.
+            const std::size_t longest = std::max<std::size_t>(
+                expected.bytesRead,
+                std::min({std::size_t{count} * size,
+                          length1 != 0 ? std::size_t{length1} : std::size_t{count} * size,
+                          length2 != 0 ? std::size_t{length2} : std::size_t{count} * size}));
+            a.resize(longest + 1);
+            b.resize(longest + 1);
+            a.shrink_to_fit();
+            b.shrink_to_fit();
+            int status = 77;
+            ASSERT_EQ(manager.Cmp(member.id, length1, a.data() + 1, length2, b.data() + 1, 0xFFFF,
+                                  count, format, status),
+                      expected.result)
+                << "format " << int{format} << ", count " << count << ", lengths " << length1
+                << " and " << length2;
+            ASSERT_EQ(status, expected.status)
+                << "format " << int{format} << ", count " << count << ", lengths " << length1
+                << " and " << length2 << ", result " << expected.result;
+        }
+    }
+}
+
+TEST(Compare, EdgesOfTheWalk)
+{
+    Byte a[] = {1, 0, 2, 0, 3, 0};
+    Byte b[] = {0, 2, 2, 0, 3, 0};
+    const struct {
+        const char* reason;
+        KoTypeCmpFunc compare;
+        Byte format;
+        unsigned offset, length1, length2, count;
+        int result, status;
+    } rows[] = {
+        {"native", ShortCompare, KoFMT_LITTLE, 0, 0, 0, 1, -1, 0},
+        {"most significant byte first", ShortCompare, KoFMT_BIG, 0, 0, 0, 1, 1, 0},
+        {"no element", ShortCompare, KoFMT_LITTLE, 0, 1, 1, 0, 0, 0},
+        {"the deciding element is not stepped past", CharCompare, 1, 0, 1, 0, 3, 1, KoRC_TRUNCATED},
+        {"the last element decides", CharCompare, 1, 0, 1, 0, 1, 1, 0},
+        {"bounds of exactly count elements", ShortCompare, 1, 2, 4, 4, 2, 0, 0},
+        {"first bound too short", ShortCompare, 1, 2, 2, 4, 2, 0, KoRC_TRUNCATED},
+        {"second bound too short", ShortCompare, 1, 2, 4, 2, 2, 0, KoRC_TRUNCATED},
+        {"a bound inside an element", ShortCompare, 1, 2, 3, 4, 2, 0, 0},
+    };
+    for (const auto& row : rows) {
+        int status = 77;
+        EXPECT_EQ(row.compare(row.format, row.length1, a + row.offset, row.length2, b + row.offset,
+                              0, row.count, status),
+                  row.result)
+            << row.reason;
+        EXPECT_EQ(status, row.status) << row.reason;
+    }
+}
+
+/// `ascending`: groups of values that are equal, each group above the one before.
+template <class T>
+void CheckOrder(const KoTypeMgr& manager, o_char id, const std::vector<std::vector<T>>& ascending)
+{
+    SCOPED_TRACE(manager.NameGet(id));
+    for (const Byte format : {KoFMT_LITTLE, KoFMT_BIG, KoFMT_MEMORY}) {
+        for (std::size_t i = 0; i < ascending.size(); ++i) {
+            for (std::size_t j = 0; j < ascending.size(); ++j) {
+                for (const T x : ascending[i]) {
+                    for (const T y : ascending[j]) {
+                        Byte a[8];
+                        Byte b[8];
+                        manager.Store(id, a, &x, format, 1);
+                        manager.Store(id, b, &y, format, 1);
+                        EXPECT_EQ(manager.Cmp(id, a, b, 0, 1, format), (i > j) - (i < j))
+                            << +x << " and " << +y;
+                        int status;
+                        const unsigned hash1 = manager.Hash(id, 0, a, 1, format, status);
+                        const unsigned hash2 = manager.Hash(id, 0, b, 1, format, status);
+                        if (i == j) {
+                            EXPECT_EQ(hash1, hash2) << +x << " and " << +y;
+                        }
+                    }
+                }
+            }
+        }
+    }
+}
+
+template <class T>
+std::vector<std::vector<T>> Floats()
+{
+    using Limits = std::numeric_limits<T>;
+    const T inf = Limits::infinity();
+    const T nan = Limits::quiet_NaN();
+    return {{nan, -nan, Limits::signaling_NaN()},
+            {-inf},
+            {Limits::lowest()},
+            {-1},
+            {-Limits::denorm_min()},
+            {T{0}, -T{0}},
+            {Limits::denorm_min()},
+            {1},
+            {Limits::max()},
+            {inf}};
+}
+
+TEST(Compare, OrderOfExtremes)
+{
+    const KoTypeMgr manager;
+    CheckOrder<o_char>(manager, Ko1B_T, {{-128}, {-1}, {0}, {1}, {127}});
+    CheckOrder<o_u1b>(manager, KoU1B_T, {{0}, {1}, {127}, {128}, {255}});
+    CheckOrder<o_2b>(manager, Ko2B_T, {{-32768}, {-1}, {0}, {255}, {256}, {32767}});
+    CheckOrder<o_u2b>(manager, KoU2B_T, {{0}, {255}, {256}, {32768}, {65535}});
+    for (const o_char id : {Ko4B_T, KoINT_T, KoENUM_T})
+        CheckOrder<o_4b>(manager, id,
+                         {{INT32_MIN}, {-65536}, {-1}, {0}, {255}, {256}, {INT32_MAX}});
+    for (const o_char id : {KoU4B_T, KoUNSIGNED_T, KoBLOCKID_T})
+        CheckOrder<o_u4b>(manager, id, {{0}, {255}, {256}, {0x80000000U}, {0xFFFFFFFFU}});
+    CheckOrder<o_8b>(manager, Ko8B_T, {{INT64_MIN}, {-1}, {0}, {0xFFFFFFFF}, {INT64_MAX}});
+    CheckOrder<o_u8b>(manager, KoU8B_T, {{0}, {0xFFFFFFFFU}, {1ULL << 63}, {~0ULL}});
+    CheckOrder<o_float>(manager, KoFLOAT_T, Floats<o_float>());
+    CheckOrder<o_double>(manager, KoDOUBLE_T, Floats<o_double>());
+}
+
+/// Hashes are stored: these numbers must never change.
+TEST(Hash, StoredValues)
+{
+    // Two or three elements, least significant byte first.
+    const struct {
+        const char* reason;
+        o_char id;
+        unsigned count;
+        Byte bytes[24];
+        unsigned hash;
+    } rows[] = {
+        {"signed bytes", Ko1B_T, 2, {0xFF, 0x41}, 0x0ADFC7E6U},
+        {"unsigned bytes are not extended by their top bit", KoU1B_T, 2, {0xFF, 0x41}, 0xD12E34E6U},
+        {"signed 16 bits", Ko2B_T, 2, {0xFE, 0xFF, 0x34, 0x12}, 0x2EA7CB02U},
+        {"unsigned 16 bits", KoU2B_T, 2, {0xFE, 0xFF, 0x34, 0x12}, 0x7D14CB02U},
+        {"signed 32 bits",
+         Ko4B_T,
+         2,
+         {0xFD, 0xFF, 0xFF, 0xFF, 0x78, 0x56, 0x34, 0x12},
+         0x2F3BB3A1U},
+        {"unsigned 32 bits hash as the signed ones",
+         KoU4B_T,
+         2,
+         {0xFD, 0xFF, 0xFF, 0xFF, 0x78, 0x56, 0x34, 0x12},
+         0x2F3BB3A1U},
+        {"enum", KoENUM_T, 2, {0x07, 0x00, 0x00, 0x00, 0xF9, 0xFF, 0xFF, 0xFF}, 0x7C736326U},
+        {"block", KoBLOCKID_T, 1, {0x01, 0x00, 0x00, 0x80}, 0xC1C64E6DU},
+        {"64 bits are folded",
+         Ko8B_T,
+         2,
+         {0x08, 0x07, 0x06, 0x05, 0x04, 0x03, 0x02, 0x01, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF,
+          0xFF},
+         0x1C39611CU},
+        {"unsigned 64 bits",
+         KoU8B_T,
+         1,
+         {0x01, 0x00, 0x00, 0x00, 0xFF, 0xFF, 0xFF, 0xFF},
+         0x7C736326U},
+        {"float", KoFLOAT_T, 2, {0x00, 0x00, 0xC0, 0x3F, 0x00, 0x00, 0x00, 0x80}, 0xA4C00000U},
+        {"no number", KoFLOAT_T, 2, {0x00, 0x00, 0xC0, 0x7F, 0x00, 0x00, 0x80, 0x3F}, 0xDB400000U},
+        {"double",
+         KoDOUBLE_T,
+         2,
+         {0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x02, 0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00,
+          0x80},
+         0x5CDA0000U},
+        {"no number, wide",
+         KoDOUBLE_T,
+         1,
+         {0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0xF8, 0x7F},
+         0x0C980000U},
+    };
+    const KoTypeMgr manager;
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.reason);
+        Byte little[24];
+        std::memcpy(little, row.bytes, sizeof little);
+        const unsigned size = manager.DiskLenGet(row.id, nullptr, 1, 1, 8);
+        Byte big[24];
+        for (unsigned i = 0; i < row.count; ++i)
+            std::reverse_copy(little + i * size, little + (i + 1) * size, big + i * size);
+        int status = 77;
+        EXPECT_EQ(manager.Hash(row.id, 0, little, row.count, KoFMT_LITTLE, status), row.hash);
+        EXPECT_EQ(status, 0);
+        EXPECT_EQ(manager.Hash(row.id, 0, big, row.count, KoFMT_BIG, status), row.hash);
+        alignas(8) Byte memory[24];
+        manager.Load(row.id, memory, big, KoFMT_BIG, row.count);
+        EXPECT_EQ(manager.Hash(row.id, 0, memory, row.count, KoFMT_MEMORY, status), row.hash);
+    }
+}
+
+TEST(Hash, Bounds)
+{
+    o_2b values[] = {3, 5, 9};
+    const struct {
+        unsigned length, count;
+        unsigned elements; ///< that take part
+        int status;
+    } rows[] = {{0, 3, 3, 0},
+                {6, 3, 3, 0},
+                {7, 3, 3, 0},
+                {4, 3, 2, KoRC_TRUNCATED},
+                {1, 3, 1, KoRC_TRUNCATED},
+                {5, 3, 3, 0},
+                {2, 0, 0, 0}};
+    const unsigned sums[] = {0, 3, 3 ^ 5, 3 ^ 5 ^ 9};
+    for (const auto& row : rows) {
+        int status = 77;
+        EXPECT_EQ(ShortHash(KoFMT_MEMORY, row.length, values, row.count, status),
+                  sums[row.elements] * 1103515245U)
+            << row.length;
+        EXPECT_EQ(status, row.status) << row.length;
+    }
+}
+
+} // namespace
