@@ -23,6 +23,8 @@ enum KoResult : int {
     KoRC_NOT_SUPPORTED = -2999,  ///< the type has no such operation
     KoRC_OVERFLOW = 2091,        ///< a sequence step would overflow; the value is unchanged
     KoRC_TRUNCATED = 2101,       ///< an operand's byte bound ran out
+    KoRC_NULL_MARK = 2114,       ///< compare: a stored string carries a null mark
+    KoRC_NULL_MARK_RIGHT = 2115, ///< compare: the right stored string alone does
 };
 
 /// The capabilities that KoTypeMgr::SupportsCapability answers.

@@ -212,4 +212,39 @@ inline KoString operator+(const char* a, const KoString& b)
 KOTMS_API int KoSplitList(KoString& list, KoString& item, const KoString& separator,
                           unsigned short& pos);
 
+// ---- stored strings: an array is one record per string, one after another. A record is a 16-bit
+// length of what follows, the code set, the language, the characters, and the end mark 0x00 0xFF.
+// Only the low four bits of `format` matter for the bytes: 2 puts the high byte of the length and
+// of 16-bit characters first, every other value the low byte.
+//
+// A record whose last byte is 0 is in the older layout: one length for the whole array, then 8-bit
+// texts without code set or language, each with its terminator. It is read as text of the default
+// 8-bit code set.
+
+/// Writes `count` strings; the bytes written.
+KOTMS_API unsigned StringStore(void* destination, const void* source, unsigned char format,
+                               unsigned count);
+
+/// Reads `count` strings into constructed ones; the bytes consumed. Reads nothing outside the
+/// records, whatever their characters are; a record's length is trusted. A string for which there
+/// is no memory stays as it was.
+KOTMS_API unsigned StringLoad(void* destination, const void* source, unsigned char format,
+                              unsigned count);
+
+/// The bytes that `count` strings in memory (KoFMT_MEMORY in `valueFormat`) take when stored, or
+/// that `count` stored ones occupy. KoFMT_KEY in `format` makes room for the key form: the text of
+/// a string with a code set counts four times when it is 8-bit and twice when it is 16-bit.
+/// KoFMT_IGNORE_CS counts every code set as none, KoFMT_NATIVE_CS none as the native one.
+KOTMS_API unsigned StringSizeGet(const void* value, unsigned char valueFormat, unsigned char format,
+                                 unsigned count);
+
+/// The order of `count` strings in memory or of stored ones of either layout (see KoTypeCmpFunc).
+/// A stored side of fewer than the bytes of its record is a cut key: where its text agrees with the
+/// other side as far as it goes, the result is 0 and `status` KoRC_TRUNCATED. A cut text of 254
+/// bytes or more gives -1 and KoRC_NOT_SUPPORTED. A null mark of code set 254 with bit 7 of the
+/// language set is reported in `status`: KoRC_NULL_MARK, or KoRC_NULL_MARK_RIGHT when the right
+/// side alone has it.
+KOTMS_API int StringCompare(unsigned char format, unsigned leftSize, void* left, unsigned rightSize,
+                            void* right, unsigned short cmpOp, unsigned count, int& status);
+
 #endif

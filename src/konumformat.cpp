@@ -91,7 +91,7 @@ private:
 
 } // namespace
 
-bool KoNumFormat::Parse(const char* format)
+bool KoNumFormat::Parse(const char* format, const char* conversions)
 {
     prefix = format;
     const char* s = prefixEnd = LiteralEnd(format);
@@ -120,7 +120,7 @@ bool KoNumFormat::Parse(const char* format)
         precision = static_cast<int>(count);
     }
     s = SkipModifier(s);
-    if (*s == '\0' || std::strchr("diuoxXcSeEfFgGaA", *s) == nullptr)
+    if (*s == '\0' || std::strchr(conversions, *s) == nullptr)
         return false;
     conversion = *s;
     suffix = s + 1;

@@ -18,11 +18,12 @@ struct KoNumFormat {
     const char* suffixEnd;
     unsigned width;  ///< 0: none
     int precision;   ///< -1: none
-    char conversion; ///< one of diuoxXcSeEfFgGaA
+    char conversion; ///< one of those known
     bool left, plus, space, zero, alt;
 
-    /// False: the format is foreign, and nothing is to be used of it.
-    bool Parse(const char* format);
+    /// False: the format is foreign, and nothing is to be used of it. `conversions` are the ones
+    /// that are known.
+    bool Parse(const char* format, const char* conversions = "diuoxXcSeEfFgGaA");
 
     bool IsFloating() const;
 };

@@ -1,8 +1,9 @@
+#include "kocmpwalk.h"
 #include "kostringtext.h"
 
 #include <algorithm>
 
-// Plain comparison.
+// Plain comparison and hashing.
 
 namespace
 {
@@ -15,62 +16,64 @@ unsigned KeyOf(const KoCodeSet& codeSet, unsigned character)
                                                                      : 0x10000U + character;
 }
 
-int Sign(unsigned left, unsigned right)
-{
-    return left < right ? -1 : left > right ? 1 : 0;
-}
-
-/// The first position from `i` on, below `end`, where the characters themselves differ.
+/// The first position from `i` on, below `end`, where the bytes of the characters differ.
 unsigned FirstDifference(const KoText& left, const KoText& right, unsigned i, unsigned end)
 {
-    if (left.Width() == 1) {
-        const char* at = left.bytes + i;
-        return i + static_cast<unsigned>(
-                       std::mismatch(at, left.bytes + end, right.bytes + i).first - at);
-    }
-    while (i < end && left.At(i) == right.At(i))
-        ++i;
-    return i;
+    const std::size_t width = left.Width();
+    const auto bytes = [i, width](const KoText& text) {
+        return reinterpret_cast<const unsigned char*>(text.bytes) + i * width;
+    };
+    if (i >= end)
+        return end;
+    const std::size_t equal = KoEqualBytes(bytes(left), bytes(right), (end - i) * width);
+    return i + static_cast<unsigned>(equal / width);
 }
 
 } // namespace
 
-int KoPlainCompare(const KoText& left, const KoText& right, unsigned& shared)
+KoTextOrder KoPlainCompare(const KoText& left, const KoText& right)
 {
-    shared = 0;
     if (left.IsNull() || right.IsNull())
-        return Sign(left.IsNull() ? 0 : 1, right.IsNull() ? 0 : 1);
+        return {KoOrder(left.IsNull() ? 0 : 1, right.IsNull() ? 0 : 1)};
     const unsigned leftEnd = KoUnitsBeforeZero(left.bytes, left.Width(), left.units);
     const unsigned rightEnd = KoUnitsBeforeZero(right.bytes, right.Width(), right.units);
     const unsigned end = std::min(leftEnd, rightEnd);
     const KoCodeSet& leftSet = *KoLanguageContext::QueryCodeSet(left.codeSet);
     const KoCodeSet& rightSet = *KoLanguageContext::QueryCodeSet(right.codeSet);
-    const bool sameSet = left.codeSet == right.codeSet;
-    unsigned i = 0;
-    for (;; ++i) {
-        // Equal characters need no key as long as both sides mean the same by them.
-        if (sameSet)
+    const bool plainBytes = left.codeSet == KoCS_NONE && right.codeSet == KoCS_NONE;
+    // Characters need no look at their meaning while both sides hold the same ones.
+    const bool skip = left.codeSet == right.codeSet && left.format == right.format;
+    for (unsigned i = 0;; ++i) {
+        if (skip)
             i = FirstDifference(left, right, i, end);
         if (i >= end)
             break;
         const unsigned a = left.At(i);
         const unsigned b = right.At(i);
-        const int order = left.codeSet == KoCS_NONE && sameSet
-                              ? Sign(a, b)
-                              : Sign(KeyOf(leftSet, a), KeyOf(rightSet, b));
-        if (order != 0) {
-            shared = i;
-            return order;
-        }
+        const int order =
+            plainBytes ? KoOrder(a, b) : KoOrder(KeyOf(leftSet, a), KeyOf(rightSet, b));
+        if (order != 0)
+            return {order, i};
     }
-    shared = end;
-    return Sign(leftEnd, rightEnd);
+    return {KoOrder(leftEnd, rightEnd), end, true};
+}
+
+o_u4b KoPlainHash(const KoText& text)
+{
+    constexpr o_u4b kHashOfNullText = 0xFEFE7575U;
+    if (text.IsNull())
+        return kHashOfNullText;
+    const KoCodeSet& codeSet = *KoLanguageContext::QueryCodeSet(text.codeSet);
+    const unsigned end = KoUnitsBeforeZero(text.bytes, text.Width(), text.units);
+    o_u4b hash = 0;
+    for (unsigned i = 0; i < end; ++i)
+        hash = hash * 9 + KeyOf(codeSet, text.At(i));
+    return hash;
 }
 
 int KoString::operator!=(const KoString& other) const
 {
     if (this == &other)
         return 0;
-    unsigned shared;
-    return KoPlainCompare(KoStringAccess::Get(*this), KoStringAccess::Get(other), shared);
+    return KoPlainCompare(KoStringAccess::Get(*this), KoStringAccess::Get(other)).order;
 }

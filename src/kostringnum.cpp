@@ -1,11 +1,10 @@
+#include "konumstring.h"
 #include "kostringpiece.h"
 #include "kostringtext.h"
 
 #include <kotmsdll.h>
 
-#include <algorithm>
 #include <charconv>
-#include <limits>
 
 // Numbers to text and back.
 
@@ -16,9 +15,11 @@ namespace
 class NumberText
 {
 public:
-    template <class Number, class... Form>
-    explicit NumberText(Number n, Form... form)
-        : m_end(std::to_chars(m_text, m_text + sizeof m_text, n, form...).ptr)
+    template <class Number>
+    explicit NumberText(Number n) : m_end(std::to_chars(m_text, m_text + sizeof m_text, n).ptr)
+    {
+    }
+    explicit NumberText(double d) : m_end(m_text + KoPrintNumber(m_text, sizeof m_text, "%.17g", d))
     {
     }
     const char* Data() const { return m_text; }
@@ -29,67 +30,30 @@ private:
     const char* m_end;
 };
 
-NumberText TextOf(double d)
-{
-    return NumberText(d, std::chars_format::general, 17);
-}
-
-bool IsBlank(unsigned c)
-{
-    return c == ' ' || (c >= '\t' && c <= '\r');
-}
-
-/// The value of a digit of any base up to 16, or 16.
-unsigned DigitOf(unsigned c)
-{
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    const unsigned lower = c | 0x20U;
-    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : 16;
-}
-
-/// Reads as atol (base 10) or strtol (base 0) does.
+/// Reads as atol (decimal) or as strtol with base 0 does.
 template <class Number>
-Number ReadInteger(const KoText& text, unsigned base)
+Number ReadInteger(const KoString& text, bool decimal)
 {
-    const auto at = [&text](unsigned i) { return i < text.units ? text.At(i) : 0; };
-    unsigned i = 0;
-    while (IsBlank(at(i)))
-        ++i;
-    const bool negative = at(i) == '-';
-    if (negative || at(i) == '+')
-        ++i;
-    if (base == 0) {
-        base = at(i) == '0' ? 8 : 10;
-        if (base == 8 && (at(i + 1) | 0x20U) == 'x' && DigitOf(at(i + 2)) < 16) {
-            base = 16;
-            i += 2;
-        }
-    }
-    const o_u8b limit =
-        static_cast<o_u8b>(std::numeric_limits<Number>::max()) + (negative ? 1U : 0U);
-    o_u8b value = 0;
-    for (unsigned digit; (digit = DigitOf(at(i))) < base; ++i)
-        value = value > (limit - digit) / base ? limit : value * base + digit;
-    return static_cast<Number>(negative ? 0 - value : value);
+    Number value = 0;
+    KoScanNumber(value, text, decimal ? "%d" : "%i");
+    return value;
 }
 
-unsigned OptionBase()
+bool DecimalOnly()
 {
-    return (___KoTypeMgrOptions() & 1) != 0 ? 10 : 0;
+    return (___KoTypeMgrOptions() & 1) != 0;
 }
 
 /// The checked forms: only a text that begins like a number counts.
 template <class Number>
-int ReadChecked(const KoString& string, Number& result, unsigned base)
+int ReadChecked(const KoString& text, Number& result, bool decimal)
 {
-    const KoText text = KoStringAccess::Get(string);
-    const unsigned first = text.units == 0 ? 0 : text.At(0);
     result = 0;
-    if (first != '-' && DigitOf(first) > 9)
+    const unsigned first = text.IsEmpty() ? 0 : KoStringAccess::Get(text).At(0);
+    if (first != '-' && (first < '0' || first > '9'))
         return -1;
-    result = ReadInteger<Number>(text, base);
-    return 0;
+    result = ReadInteger<Number>(text, decimal);
+    return KoRC_OK;
 }
 
 } // namespace
@@ -164,7 +128,7 @@ KoString& KoString::operator<<(o_u8b n)
 
 KoString& KoString::operator<<(double d)
 {
-    const NumberText text = TextOf(d);
+    const NumberText text(d);
     return Digits(text.Data(), text.Count());
 }
 
@@ -175,45 +139,37 @@ KoString::operator short() const
 
 KoString::operator int() const
 {
-    return ReadInteger<int>(KoStringAccess::Get(*this), OptionBase());
+    return ReadInteger<int>(*this, DecimalOnly());
 }
 
 KoString::operator o_8b() const
 {
-    return ReadInteger<o_8b>(KoStringAccess::Get(*this), OptionBase());
+    return ReadInteger<o_8b>(*this, DecimalOnly());
 }
 
 KoString::operator double() const
 {
-    const KoText text = KoStringAccess::Get(*this);
-    unsigned i = 0;
-    while (i < text.units && IsBlank(text.At(i)))
-        ++i;
-    char narrow[512];
-    unsigned count = 0;
-    for (; i < text.units && count < sizeof narrow && text.At(i) < 128; ++i)
-        narrow[count++] = static_cast<char>(text.At(i));
     double value = 0;
-    std::from_chars(narrow, narrow + count, value);
+    KoScanNumber(value, *this, "%.17g");
     return value;
 }
 
 int KoString::Atol(int& result) const
 {
-    return ReadChecked(*this, result, 10);
+    return ReadChecked(*this, result, true);
 }
 
 int KoString::Atoll(o_8b& result) const
 {
-    return ReadChecked(*this, result, 10);
+    return ReadChecked(*this, result, true);
 }
 
 int KoString::Strtol(int& result) const
 {
-    return ReadChecked(*this, result, 0);
+    return ReadChecked(*this, result, false);
 }
 
 int KoString::Strtoll(o_8b& result) const
 {
-    return ReadChecked(*this, result, 0);
+    return ReadChecked(*this, result, false);
 }

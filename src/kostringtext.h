@@ -33,10 +33,22 @@ struct KoText {
 /// The characters of `text` up to its first zero, at most `limit`.
 unsigned KoUnitsBeforeZero(const char* text, unsigned width, unsigned limit);
 
+/// How two texts compare.
+struct KoTextOrder {
+    int order = 0;         ///< -1, 0 or 1
+    unsigned position = 0; ///< of the characters that differ, else the length of the shorter text
+    bool atEnd = false;    ///< no character differs: the ends of the texts decided
+};
+
 /// Order of two texts in characters up to their first zero: null first, then by bytes where neither
-/// has a code set, else by Unicode value; `shared` receives the number of leading characters that
-/// are the same on both sides.
-int KoPlainCompare(const KoText& left, const KoText& right, unsigned& shared);
+/// has a code set, else by Unicode value.
+KoTextOrder KoPlainCompare(const KoText& left, const KoText& right);
+
+/// Sum over the characters of a text up to its first zero, h = 9h + c with the Unicode value of
+/// each, so that equal texts have equal hashes whatever their code sets; a null text has a value of
+/// its own. It goes with KoPlainCompare: no hash of a text is stored before texts are hashed by
+/// their collation orders.
+o_u4b KoPlainHash(const KoText& text);
 
 /// What the library itself may do with a string's parts.
 struct KoStringAccess {

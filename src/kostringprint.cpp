@@ -1,0 +1,124 @@
+#include "kostringprint.h"
+
+#include "konumformat.h"
+#include "kostringtext.h"
+
+#include <kotypemgr.h>
+
+#include <algorithm>
+
+namespace
+{
+
+/// The literal text from `s` to `end`, with its percent signs single.
+KoString Literal(const char* s, const char* end)
+{
+    KoString text(KoString::GetDefault8CodeSet(), KoString::GetDefaultLanguage());
+    while (s < end) {
+        // A percent sign is the last character of its run and the other of the pair is skipped.
+        const char* percent = std::find(s, end, '%');
+        const char* run = percent == end ? end : percent + 1;
+        text += KoString(
+            s, static_cast<unsigned short>(std::min<std::ptrdiff_t>(run - s, kNumMaxField)));
+        s = percent == end ? end : percent + 2;
+    }
+    return text;
+}
+
+KoNumFormat ParseStringFormat(const char* format)
+{
+    KoNumFormat parsed;
+    if (format == nullptr || !parsed.Parse(format, "s"))
+        parsed.Parse("%s", "s");
+    return parsed;
+}
+
+/// The number of characters at `pos` of the text that are those of `literal`.
+unsigned Matching(const KoString& text, unsigned pos, const KoString& literal)
+{
+    KoText from = KoStringAccess::Get(text);
+    from.bytes += std::size_t{pos} * from.Width();
+    from.units -= pos;
+    return KoPlainCompare(from, KoStringAccess::Get(literal)).position;
+}
+
+KoString Part(const KoString& text, unsigned pos, unsigned count)
+{
+    return text.Copy(static_cast<unsigned short>(pos), static_cast<short>(count));
+}
+
+} // namespace
+
+KoString& KoPrintString(KoString& text, const KoString& value, const char* format)
+{
+    if (value.IsNullValue())
+        return text += KoTypeMgr::GetNullPrintString();
+    const KoNumFormat parsed = ParseStringFormat(format);
+    const unsigned length = value.Len();
+    const unsigned shown =
+        parsed.precision < 0 ? length : std::min(length, static_cast<unsigned>(parsed.precision));
+    const unsigned padding = parsed.width > shown ? parsed.width - shown : 0;
+    KoString blanks;
+    blanks.Fill(static_cast<unsigned short>(padding), ' ');
+    if (parsed.prefix != parsed.prefixEnd)
+        text += Literal(parsed.prefix, parsed.prefixEnd);
+    if (!parsed.left)
+        text += blanks;
+    text += shown == length ? value : Part(value, 0, shown);
+    if (parsed.left)
+        text += blanks;
+    if (parsed.suffix != parsed.suffixEnd)
+        text += Literal(parsed.suffix, parsed.suffixEnd);
+    return text;
+}
+
+void KoScanString(KoString& value, const KoString& text, const char* format)
+{
+    if (text.IsNullValue() || text == KoTypeMgr::GetNullPrintString()) {
+        value.SetNullValue();
+        return;
+    }
+    const KoNumFormat parsed = ParseStringFormat(format);
+    const KoString prefix = Literal(parsed.prefix, parsed.prefixEnd);
+    const KoString suffix = Literal(parsed.suffix, parsed.suffixEnd);
+    const unsigned begin = prefix.Len();
+    if (begin > text.Len() || Matching(text, 0, prefix) < begin)
+        return;
+    unsigned count = text.Len() - begin;
+    const unsigned ending = suffix.Len();
+    if (ending <= count && Matching(text, begin + count - ending, suffix) == ending)
+        count -= ending;
+    if (parsed.width != 0)
+        count = std::min(count, parsed.width);
+    value = Part(text, begin, count);
+}
+
+int KoParseString(KoString& value, const KoString& text, const char* format, unsigned& errorAt)
+{
+    if (text.IsNullValue()) {
+        value.SetNullValue();
+        return 0;
+    }
+    const KoNumFormat parsed = ParseStringFormat(format);
+    const KoString prefix = Literal(parsed.prefix, parsed.prefixEnd);
+    const KoString suffix = Literal(parsed.suffix, parsed.suffixEnd);
+    const unsigned length = text.Len();
+    const unsigned begin = prefix.Len();
+    const unsigned ending = suffix.Len();
+    const auto fail = [&errorAt](unsigned at) {
+        errorAt = at;
+        return -1;
+    };
+    if (const unsigned matching = Matching(text, 0, prefix); matching < begin)
+        return fail(matching);
+    if (begin + ending > length)
+        return fail(length);
+    const unsigned end = length - ending;
+    if (const unsigned matching = Matching(text, end, suffix); matching < ending)
+        return fail(end + matching);
+    if (parsed.precision >= 0 &&
+        end - begin > std::max(parsed.width, static_cast<unsigned>(parsed.precision)))
+        return fail(begin + std::max(parsed.width, static_cast<unsigned>(parsed.precision)));
+    value = Part(text, begin, end - begin);
+    return 0;
+}

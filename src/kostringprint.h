@@ -1,0 +1,24 @@
+#ifndef KOSTRINGPRINT_H
+#define KOSTRINGPRINT_H
+
+#include <kostring.h>
+
+/// Strings under a format: literal text around one `%[-][width][.precision]s`, widths in
+/// characters, `%%` for a percent sign. Any other format, and null, counts as "%s".
+
+/// Appends the string to the text: at most `precision` characters of it, padded with blanks to
+/// `width`, on the right under `-`. A null string appears as the null print string of the type
+/// manager, whatever the format.
+KoString& KoPrintString(KoString& text, const KoString& value, const char* format);
+
+/// Reads what stands between the literal texts, with its code set and language; at most `width`
+/// characters. What follows is not looked at. Where the text does not begin with the literal the
+/// value stays. The null print string, and the null string, give null.
+void KoScanString(KoString& value, const KoString& text, const char* format);
+
+/// Reads the whole text, whose beginning and end must be the literal texts: 0, or -1 with `errorAt`
+/// and the value unchanged. Every text is a value, the null print string too; only the null string
+/// is null.
+int KoParseString(KoString& value, const KoString& text, const char* format, unsigned& errorAt);
+
+#endif

@@ -1,0 +1,99 @@
+#ifndef KOSTRINGRECORD_H
+#define KOSTRINGRECORD_H
+
+#include "kostringtext.h"
+
+#include <komemfile.h>
+
+#include <cstdint>
+
+/// Stored strings: the layout of a record, described in kostring.h.
+
+inline constexpr unsigned kRecordLengthField = 2;
+inline constexpr unsigned kRecordHead = 4;                   ///< length, code set, language
+inline constexpr unsigned char kRecordEnd[2] = {0x00, 0xFF}; ///< ends a current record
+inline constexpr unsigned char kOlderRecordEnd = 0x00;       ///< ends an older one
+
+/// The byte order of a record in `format`, which is never the machine's own: KoFMT_BIG or
+/// KoFMT_LITTLE.
+constexpr unsigned char KoRecordOrder(unsigned char format) noexcept
+{
+    return (format & KoFMT_ORDER_MASK) == KoFMT_BIG ? KoFMT_BIG : KoFMT_LITTLE;
+}
+
+/// The length field: the bytes that follow it.
+inline unsigned KoRecordLength(const unsigned char* record, unsigned char format)
+{
+    return KoRecordOrder(format) == KoFMT_BIG ? record[0] * 256U + record[1]
+                                              : record[1] * 256U + record[0];
+}
+
+/// What walking through the texts of one operand meets.
+enum class KoTextFound {
+    kText,   ///< a whole text
+    kCut,    ///< a text of which the bound leaves only a part
+    kNone,   ///< the bound ended before the text
+    kBroken, ///< a cut text that is longer than a cut key can be
+};
+
+/// The texts of an operand of compare and hash, one after another: strings in memory, or stored
+/// records with or without a bound.
+class KoTextWalk
+{
+public:
+    /// `size` bytes at `value`, 0 without bound. A record that the bound cuts does not show its
+    /// last byte, so its layout is taken from `cutIsOlder`.
+    KoTextWalk(unsigned char format, unsigned size, const void* value, bool cutIsOlder)
+        : m_format(format), m_size(size), m_value(static_cast<const unsigned char*>(value)),
+          m_cutIsOlder(cutIsOlder)
+    {
+    }
+
+    KoTextFound Next(KoText& text);
+    /// The text of the last Next carries a null mark.
+    bool HasNullMark() const { return m_nullMark; }
+
+private:
+    std::size_t Available() const { return m_size == 0 ? SIZE_MAX : m_size - m_offset; }
+    KoTextFound NextInMemory(KoText& text);
+    KoTextFound NextRecord(KoText& text);
+    KoTextFound NextOlder(KoText& text);
+
+    unsigned char m_format;
+    unsigned m_size;
+    const unsigned char* m_value;
+    bool m_cutIsOlder;
+    bool m_nullMark = false;
+    bool m_cut = false; ///< the bound cuts the record that is being walked
+    std::size_t m_offset = 0;
+    std::size_t m_olderEnd = 0; ///< end of the older layout's texts, 0 before it is known
+};
+
+/// StringCompare for either string type.
+int KoCompareTexts(unsigned char format, unsigned leftSize, const void* left, unsigned rightSize,
+                   const void* right, unsigned count, int& status, bool cutIsOlder);
+
+/// The hash of `count` strings: h = 9h + hash of each.
+o_u4b KoHashTexts(unsigned char format, unsigned size, const void* value, unsigned count,
+                  int& status, bool cutIsOlder);
+
+/// StringSizeGet of strings in memory, not cut to 32 bits.
+o_u8b KoStringBytes(const void* strings, unsigned char format, unsigned count);
+
+// ---- the older layout, which only the older string type writes
+
+/// Writes the older layout. Nothing, and 0, where the texts do not fit its 16-bit length. Of 16-bit
+/// text the bytes before the first zero byte are written, at most one for each character.
+unsigned KoOlderStore(void* destination, const void* source, unsigned char format, unsigned count);
+unsigned KoOlderSizeGet(const void* value, unsigned char valueFormat, unsigned char format,
+                        unsigned count);
+o_u8b KoOlderBytes(const void* strings, unsigned char format, unsigned count);
+
+// ---- sizes in a memory file: of the records at its position, which stays. 0 where there is no
+// data; a record that does not end inside the file gives one more than the number of records not
+// yet measured times 65535, which is too large for anything.
+
+unsigned KoStringFileSize(MemFile* file, unsigned char format, unsigned count);
+unsigned KoOlderFileSize(MemFile* file, unsigned char format, unsigned count);
+
+#endif

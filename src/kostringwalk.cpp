@@ -1,0 +1,148 @@
+#include "kostringrecord.h"
+
+#include <algorithm>
+
+// Comparing and hashing strings in memory and stored ones of both layouts, whole or cut.
+
+namespace
+{
+
+/// A cut key is never longer than this, so a cut text of as many bytes means lengths that do not
+/// belong together.
+constexpr std::size_t kLongestCutKey = 254;
+
+/// In a null mark: bit 7 of the language.
+constexpr unsigned char kNullMarkBit = 0x80;
+
+} // namespace
+
+KoTextFound KoTextWalk::Next(KoText& text)
+{
+    m_nullMark = false;
+    if ((m_format & KoFMT_MEMORY) != 0)
+        return NextInMemory(text);
+    return m_olderEnd != 0 ? NextOlder(text) : NextRecord(text);
+}
+
+KoTextFound KoTextWalk::NextInMemory(KoText& text)
+{
+    if (m_size != 0 && m_offset >= m_size)
+        return KoTextFound::kNone;
+    text = KoStringAccess::Get(*reinterpret_cast<const KoString*>(m_value + m_offset));
+    m_offset += sizeof(KoString);
+    return KoTextFound::kText;
+}
+
+KoTextFound KoTextWalk::NextRecord(KoText& text)
+{
+    if (m_cut || (m_size != 0 && m_offset >= m_size))
+        return KoTextFound::kNone;
+    text = {};
+    const unsigned char* record = m_value + m_offset;
+    const std::size_t available = Available();
+    if (available < kRecordLengthField)
+        return KoTextFound::kNone;
+    const unsigned length = KoRecordLength(record, m_format);
+    m_cut = available < length + kRecordLengthField;
+    const bool older = m_cut ? m_cutIsOlder : record[length + 1] == kOlderRecordEnd;
+    if (older && m_offset == 0) { // the first record tells the layout of all
+        m_olderEnd = m_offset + std::min<std::size_t>(available, length + kRecordLengthField);
+        m_offset += kRecordLengthField;
+        return NextOlder(text);
+    }
+    m_offset += length + kRecordLengthField;
+    if (available < kRecordHead)
+        return KoTextFound::kNone;
+    if (length < kRecordHead)
+        return KoTextFound::kText;
+    text.codeSet = record[2];
+    text.language = record[3];
+    text.format = KoRecordOrder(m_format);
+    m_nullMark = text.codeSet == KoCS_NULL && (text.language & kNullMarkBit) != 0;
+    if (m_nullMark)
+        text.language = static_cast<unsigned char>(text.language & ~kNullMarkBit);
+    text.bytes = reinterpret_cast<const char*>(record) + kRecordHead;
+    const std::size_t whole = length - kRecordHead;
+    const std::size_t held = std::min(whole, available - kRecordHead);
+    text.units = static_cast<unsigned>(held / text.Width());
+    if (held == whole)
+        return KoTextFound::kText;
+    return held < kLongestCutKey ? KoTextFound::kCut : KoTextFound::kBroken;
+}
+
+/// The next text of the older layout: up to its terminator, or to the end of what there is.
+KoTextFound KoTextWalk::NextOlder(KoText& text)
+{
+    text = {};
+    const std::size_t left = m_olderEnd - m_offset;
+    if (left == 0)
+        return m_cut ? KoTextFound::kNone : KoTextFound::kText;
+    text.bytes = reinterpret_cast<const char*>(m_value + m_offset);
+    text.units = KoUnitsBeforeZero(text.bytes, 1, static_cast<unsigned>(left));
+    m_offset += std::min<std::size_t>(text.units + 1, left);
+    if (text.units < left || !m_cut)
+        return KoTextFound::kText;
+    return text.units < kLongestCutKey ? KoTextFound::kCut : KoTextFound::kBroken;
+}
+
+int KoCompareTexts(unsigned char format, unsigned leftSize, const void* left, unsigned rightSize,
+                   const void* right, unsigned count, int& status, bool cutIsOlder)
+{
+    status = KoRC_OK;
+    KoTextWalk leftWalk(format, leftSize, left, cutIsOlder);
+    KoTextWalk rightWalk(format, rightSize, right, cutIsOlder);
+    for (unsigned i = 0; i < count; ++i) {
+        KoText a;
+        KoText b;
+        const KoTextFound leftFound = leftWalk.Next(a);
+        const KoTextFound rightFound = rightWalk.Next(b);
+        if (leftFound == KoTextFound::kBroken || rightFound == KoTextFound::kBroken) {
+            status = KoRC_NOT_SUPPORTED;
+            return -1;
+        }
+        if (leftFound == KoTextFound::kNone || rightFound == KoTextFound::kNone) {
+            status = KoRC_TRUNCATED;
+            return 0;
+        }
+        if (leftWalk.HasNullMark())
+            status = KoRC_NULL_MARK;
+        if (rightWalk.HasNullMark())
+            status = status > 0 ? KoRC_NULL_MARK : KoRC_NULL_MARK_RIGHT;
+        const KoTextOrder found = KoPlainCompare(a, b);
+        // The side that ends first may go on where it was cut, and then nothing is known.
+        const bool leftOpen = leftFound == KoTextFound::kCut && found.order <= 0;
+        const bool rightOpen = rightFound == KoTextFound::kCut && found.order >= 0;
+        if (found.atEnd && (leftOpen || rightOpen)) {
+            status = KoRC_TRUNCATED;
+            return 0;
+        }
+        if (found.order != 0)
+            return found.order;
+    }
+    return 0;
+}
+
+o_u4b KoHashTexts(unsigned char format, unsigned size, const void* value, unsigned count,
+                  int& status, bool cutIsOlder)
+{
+    status = KoRC_OK;
+    KoTextWalk walk(format, size, value, cutIsOlder);
+    o_u4b hash = 0;
+    for (unsigned i = 0; i < count && status == KoRC_OK; ++i) {
+        KoText text;
+        const KoTextFound found = walk.Next(text);
+        if (found == KoTextFound::kBroken)
+            status = KoRC_NOT_SUPPORTED;
+        else if (found != KoTextFound::kText)
+            status = KoRC_TRUNCATED;
+        if (found == KoTextFound::kText || found == KoTextFound::kCut)
+            hash = hash * 9 + KoPlainHash(text);
+    }
+    return hash;
+}
+
+int StringCompare(unsigned char format, unsigned leftSize, void* left, unsigned rightSize,
+                  void* right, unsigned short, unsigned count, int& status)
+{
+    return KoCompareTexts(format, leftSize, left, rightSize, right, count, status, false);
+}
