@@ -1,0 +1,471 @@
+#include "failing_heap.h"
+
+#include <kotms.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <climits>
+#include <cstring>
+#include <limits>
+#include <string>
+
+namespace
+{
+
+using Edit = void (*)(KoString&);
+
+/// The characters of a string, from either width.
+std::u16string Units(const KoString& text)
+{
+    std::u16string units;
+    for (unsigned i = 0; i < text.Len(); ++i) {
+        o_u2b unit = static_cast<unsigned char>(text.StrGet()[i]);
+        if (text.Width() == 2)
+            std::memcpy(&unit, text.StrGet() + std::size_t{2} * i, 2);
+        units += static_cast<char16_t>(unit);
+    }
+    return units;
+}
+
+const unsigned short* Wide(const char16_t* text)
+{
+    return reinterpret_cast<const unsigned short*>(text);
+}
+
+KoString Wide(const char* text)
+{
+    KoString wide(text);
+    wide.SetCodeSet(KoCS_UNICODE);
+    return wide;
+}
+
+KoString In(unsigned char codeSet, const char* bytes)
+{
+    KoString text(bytes);
+    text.SetCodeSetCode(codeSet);
+    return text;
+}
+
+KoString Null()
+{
+    KoString null;
+    null.SetNullValue();
+    return null;
+}
+
+/// While it lives, overflows are reported and counted.
+class OverflowReports
+{
+public:
+    explicit OverflowReports(const char* setting)
+    {
+        count = 0;
+        DefaultConfig::Set("debug", "stringOverflow", setting);
+        KoSetAssertHandler([](const char* text, const char* file, int line) {
+            EXPECT_STREQ(text, "String overflow");
+            EXPECT_STREQ(file, "src\\kostring");
+            EXPECT_EQ(line, 1110);
+            ++count;
+        });
+    }
+    OverflowReports(const OverflowReports&) = delete;
+    OverflowReports& operator=(const OverflowReports&) = delete;
+    ~OverflowReports()
+    {
+        DefaultConfig::Set("debug", "stringOverflow", nullptr);
+        KoSetAssertHandler(nullptr);
+    }
+    static inline int count = 0;
+};
+
+TEST(String, ConstructorsGiveTextInTheirCodeSet)
+{
+    const char16_t euro[] = u"\u20ACuro";
+    const struct {
+        KoString text;
+        std::u16string units;
+        unsigned byteSize;
+        unsigned codeSet;
+    } rows[] = {
+        {KoString(), u"", 0, 1},
+        {KoString(static_cast<const char*>(nullptr)), u"", 0, 1},
+        {KoString("abc", 0), u"", 0, 1},
+        {KoString('\0'), u"", 0, 1},
+        {KoString(static_cast<unsigned short>(0)), u"", 0, 253},
+        {KoString('x'), u"x", 2, 1},
+        {KoString(static_cast<unsigned char>(0xE9)), u"\u00E9", 2, 1},
+        {KoString(static_cast<unsigned short>(0x20AC)), u"\u20AC", 4, 253},
+        {KoString("abc"), u"abc", 4, 1},
+        {KoString("abc", 2), u"ab", 3, 1},
+        {KoString("abc", 9), u"abc", 4, 1}, // the terminator comes first
+        {KoString("abc", KoString::kToEnd), u"abc", 4, 1},
+        {KoString(Wide(euro)), euro, 10, 253},
+        {KoString(Wide(euro), 1), u"\u20AC", 4, 253},
+        {KoString(static_cast<short>(-7)), u"-7", 3, 1},
+        {KoString(INT_MIN), u"-2147483648", 12, 1},
+        {KoString(4294967295U), u"-1", 3, 1}, // formatted as an int
+        {KoString(static_cast<o_8b>(LLONG_MIN)), u"-9223372036854775808", 21, 1},
+        {KoString(static_cast<o_u8b>(ULLONG_MAX)), u"18446744073709551615", 21, 1},
+        {KoString(0.1), u"0.10000000000000001", 20, 1},
+        {KoString(-std::numeric_limits<double>::infinity()), u"-inf", 5, 1},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.text.StrGet());
+        EXPECT_EQ(Units(row.text), row.units);
+        EXPECT_EQ(row.text.ByteSize(), row.byteSize);
+        EXPECT_EQ(row.text.CodeSet(), row.codeSet);
+        EXPECT_EQ(row.text.IsEmpty(), row.units.empty());
+    }
+    EXPECT_EQ(KoString::EmptyString().StrGet()[0], '\0');
+}
+
+TEST(String, EditsWorkAlikeInBothWidths)
+{
+    // Each edit starts from "abc".
+    const struct {
+        const char* what;
+        Edit edit;
+        const char* result;
+    } rows[] = {
+        {"append other width", [](KoString& s) { s += Wide("de"); }, "abcde"},
+        {"append itself", [](KoString& s) { s += s; }, "abcabc"},
+        {"append empty", [](KoString& s) { s << ""; }, "abc"},
+        {"append zero character", [](KoString& s) { s << '\0'; }, "abc"},
+        {"append numbers", [](KoString& s) { s << -1 << 2.5 << 3000000000U; },
+         "abc-12.5-1294967296"},
+        {"assign itself", [](KoString& s) { s = *&s; }, "abc"},
+        {"insert in front", [](KoString& s) { s.Insert("xy", 0); }, "xyabc"},
+        {"insert at end", [](KoString& s) { s.Insert("xy", 3); }, "abcxy"},
+        {"insert beyond end", [](KoString& s) { s.Insert("xy", 4); }, "abc"},
+        {"insert itself", [](KoString& s) { s.Insert(s, 1); }, "aabcbc"},
+        {"replace inside", [](KoString& s) { s.Replace("x", 1); }, "axc"},
+        {"replace cut at end", [](KoString& s) { s.Replace("xyz", 2); }, "abx"},
+        {"replace at end", [](KoString& s) { s.Replace("x", 3); }, "abc"},
+        {"replace with itself", [](KoString& s) { s.Replace(s, 1); }, "aab"},
+        {"cut inside", [](KoString& s) { s.Cut(1, 1); }, "ac"},
+        {"cut to end", [](KoString& s) { s.Cut(2, KoString::kRest); }, "ab"},
+        {"cut beyond end", [](KoString& s) { s.Cut(1, 100); }, "a"},
+        {"cut all", [](KoString& s) { s.Cut(0, 3); }, ""},
+        {"cut nothing", [](KoString& s) { s.Cut(1, 0).Cut(3, 1); }, "abc"},
+        {"copy", [](KoString& s) { s = s.Copy(1, 2); }, "bc"},
+        {"copy from the end", [](KoString& s) { s = s.Copy(3, 1); }, ""},
+        {"left, right", [](KoString& s) { s = s.Left(2) + s.Right(2) + s.Right(9); }, "abbcabc"},
+        {"fill 8-bit", [](KoString& s) { s.Fill(4, '*'); }, "****"},
+        {"fill 16-bit", [](KoString& s) { s.Fill(3, static_cast<unsigned short>('*')); }, "***"},
+        {"fill nothing", [](KoString& s) { s.Fill(0, '*'); }, ""},
+        {"expand", [](KoString& s) { s.Expand(8, '.').Expand(3, '!'); }, "abc....."},
+        {"expand 16-bit", [](KoString& s) { s.Expand(4, static_cast<unsigned short>('!')); },
+         "abc!"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        for (KoString text : {KoString("abc"), Wide("abc")}) {
+            const unsigned char codeSet = text.CodeSet();
+            const unsigned width = text.Width();
+            row.edit(text);
+            const std::string result = row.result;
+            EXPECT_EQ(Units(text), std::u16string(result.begin(), result.end()));
+            EXPECT_EQ(text.CodeSet(), codeSet);
+            EXPECT_EQ(text.ByteSize(), result.empty() ? 0 : (result.size() + 1) * width);
+        }
+    }
+}
+
+TEST(String, SixteenBitNumberIsACharacterOnlyInSixteenBitText)
+{
+    KoString text("a");
+    text << static_cast<unsigned short>(65);
+    EXPECT_STREQ(text.StrGet(), "a65");
+    KoString wide = Wide("a");
+    wide << static_cast<unsigned short>(65);
+    EXPECT_EQ(Units(wide), u"aA");
+}
+
+TEST(String, AssignmentTakesCodeSetAndLanguage)
+{
+    const KoString german(KoCS_WINDOWS_1252, 7);
+    KoString text("abc");
+    text = german;
+    EXPECT_TRUE(text.CodeSet() == KoCS_WINDOWS_1252 && text.Language() == 7 && text.IsEmpty());
+    text = "abc"; // plain text comes in the defaults
+    EXPECT_TRUE(text.CodeSet() == KoCS_LATIN1 && text.Language() == 0);
+    text = text.StrGet() + 1; // inside its own buffer
+    EXPECT_STREQ(text.StrGet(), "bc");
+
+    KoString taken;
+    taken.Destruct(text);
+    EXPECT_STREQ(taken.StrGet(), "bc");
+    EXPECT_TRUE(text.IsEmpty() && text.ByteSize() == 0);
+    taken.Destruct(taken);
+    EXPECT_STREQ(taken.StrGet(), "bc");
+
+    const KoString sum = german + KoString("x");
+    EXPECT_TRUE(sum.CodeSet() == KoCS_WINDOWS_1252 && sum.Language() == 7 && sum.Len() == 1);
+}
+
+TEST(String, TextBeyondTheLimitIsCutOff)
+{
+    const struct {
+        const char* what;
+        Edit edit;
+        unsigned byteSize;
+        int reports;
+    } rows[] = {
+        {"longest 8-bit", [](KoString& s) { s.Fill(65531, 'a'); }, 65532, 0},
+        {"one more", [](KoString& s) { s.Fill(65531, 'a') << 'b'; }, 65532, 1},
+        {"insert pushes the end out", [](KoString& s) { s.Fill(65531, 'a').Insert("xyz", 65530); },
+         65532, 1},
+        {"doubled",
+         [](KoString& s) {
+             s.Fill(40000, 'a');
+             s += s;
+         },
+         65532, 1},
+        {"longest 16-bit", [](KoString& s) { (s = Wide("a")).Fill(32765, 'a'); }, 65532, 0},
+        {"one more", [](KoString& s) { (s = Wide("a")).Fill(32766, 'a'); }, 65532, 1},
+        {"widened", [](KoString& s) { s.Fill(65531, 'a').SetCodeSet(KoCS_UNICODE); }, 65532, 1},
+        {"8-bit source", [](KoString& s) { s = std::string(70000, 'a').c_str(); }, 65532, 1},
+    };
+    for (const char* setting : {"1", "0"}) {
+        for (const auto& row : rows) {
+            SCOPED_TRACE(row.what);
+            const OverflowReports reports(setting);
+            KoString text;
+            row.edit(text);
+            EXPECT_EQ(text.ByteSize(), row.byteSize);
+            EXPECT_EQ(text.Len(), row.byteSize / text.Width() - 1);
+            EXPECT_EQ(OverflowReports::count, setting[0] == '1' ? row.reports : 0);
+        }
+    }
+    KoString text;
+    text.Fill(65531, 'a').Insert("xyz", 65530);
+    EXPECT_STREQ(text.Copy(65529, KoString::kRest).StrGet(), "ax");
+}
+
+TEST(String, NumbersAreReadUnderTheOptionsWord)
+{
+    const struct {
+        const char* text;
+        o_8b detected; // bit 0 clear: base by prefix
+        o_8b decimal;
+    } rows[] = {
+        {"", 0, 0},
+        {"  -42x", -42, -42},
+        {"+7", 7, 7},
+        {"0x1F", 31, 0},
+        {"-0X10", -16, 0},
+        {"0xg", 0, 0},
+        {"017", 15, 17},
+        {"089", 0, 89},
+        {"abc", 0, 0},
+        {"65537", 65537, 65537},
+        {"2147483648", 2147483648, 2147483648},
+        {"-2147483649", -2147483649, -2147483649},
+        {"9223372036854775808", LLONG_MAX, LLONG_MAX},
+        {"-99999999999999999999", LLONG_MIN, LLONG_MIN},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.text);
+        for (const int options : {0, 1}) {
+            ___KoTypeMgrOptions() = options;
+            const o_8b expected = options == 0 ? row.detected : row.decimal;
+            const auto narrow = static_cast<int>(
+                std::min<o_8b>(std::max<o_8b>(expected, INT_MIN), INT_MAX)); // saturates
+            for (const KoString& text : {KoString(row.text), Wide(row.text)}) {
+                EXPECT_EQ(static_cast<o_8b>(text), expected);
+                EXPECT_EQ(static_cast<int>(text), narrow);
+                EXPECT_EQ(static_cast<short>(text), static_cast<short>(narrow));
+            }
+        }
+    }
+    ___KoTypeMgrOptions() = 0;
+    EXPECT_EQ(static_cast<double>(Wide(" -2.5e3x")), -2500.0);
+    EXPECT_EQ(static_cast<double>(KoString("x")), 0.0);
+
+    const struct {
+        const char* text;
+        int rc, atol, strtol;
+    } checked[] = {
+        {"0x10", 0, 0, 16}, {"010", 0, 10, 8}, {"-5", 0, -5, -5}, {" 5", -1, 0, 0},
+        {"+5", -1, 0, 0},   {"", -1, 0, 0},    {"-", 0, 0, 0},
+    };
+    for (const auto& row : checked) {
+        SCOPED_TRACE(row.text);
+        const KoString text(row.text);
+        int n = 99;
+        o_8b wide = 99;
+        EXPECT_TRUE(text.Atol(n) == row.rc && n == row.atol);
+        EXPECT_TRUE(text.Atoll(wide) == row.rc && wide == row.atol);
+        EXPECT_TRUE(text.Strtol(n) == row.rc && n == row.strtol);
+        EXPECT_TRUE(text.Strtoll(wide) == row.rc && wide == row.strtol);
+    }
+}
+
+TEST(String, CodeSetsChangeByNameOrByMeaning)
+{
+    // 0xA4 is the currency sign in Latin-1 and the euro sign in ISO 8859-15.
+    KoString text("\xA4");
+    text.SetCodeSet(15);
+    EXPECT_EQ(Units(text), u"\u00A4"); // same width: only the name changes
+    EXPECT_EQ(text.SetCodeSetCode(KoCS_UNICODE), KoRC_REFUSED);
+    EXPECT_EQ(text.CodeSet(), 15);
+    text.SetCodeSet(KoCS_UNICODE);
+    EXPECT_EQ(Units(text), u"\u20AC");
+    EXPECT_EQ(text.MapToCodeSet(KoCS_WINDOWS_1252), 0);
+    EXPECT_EQ(Units(text), u"\u0080");
+    EXPECT_EQ(text.MapToCodeSet(KoCS_LATIN1), -1); // no euro sign there
+    EXPECT_STREQ(text.StrGet(), "?");
+    for (const int codeSet : {0, 254, 255})
+        EXPECT_EQ(text.MapToCodeSet(static_cast<unsigned char>(codeSet)), KoRC_REFUSED);
+
+    // Text without a code set is native text when its meaning counts, and plain bytes otherwise.
+    KoLanguageContext::SetNativeCodeSet(15);
+    const KoString plain = In(KoCS_NONE, "\xA4");
+    EXPECT_EQ(Units(KoString(KoCS_KOI8_R, 0) += plain), u"\u00A4");
+    EXPECT_EQ(Units(KoString(KoCS_UNICODE, 0) += plain), u"\u20AC");
+    KoString mapped(KoCS_LATIN1, 9);
+    EXPECT_EQ(mapped.CopyMapped(plain + "xy", KoCS_WINDOWS_1252, 2), 0);
+    EXPECT_EQ(Units(mapped), u"\u0080x");
+    EXPECT_EQ(mapped.Language(), plain.Language());
+    EXPECT_EQ(mapped.CopyMapped(mapped, KoCS_LATIN1, 1), KoRC_REFUSED);
+    KoLanguageContext::SetNativeCodeSet(KoCS_LATIN1);
+}
+
+TEST(String, NullIsEmptyUntilTextComesIn)
+{
+    const struct {
+        unsigned char codeSet, language;
+        bool null;
+    } marks[] = {{1, 254, true}, {254, 0, true}, {254, 5, false}, {0, 0, false}};
+    for (const auto& mark : marks)
+        EXPECT_EQ(KoString(mark.codeSet, mark.language).IsNullValue(), mark.null);
+
+    KoString text("abc");
+    text.SetNullValue();
+    EXPECT_TRUE(text.IsNullValue() && text.CodeSet() == 0 && text.Language() == 254);
+    EXPECT_TRUE(text.IsEmpty() && text.ByteSize() == 0);
+    EXPECT_TRUE(KoString(text).IsNullValue());
+    EXPECT_TRUE(((text << "").Cut(0, 1)).IsNullValue());
+    text << Wide("abc");
+    EXPECT_FALSE(text.IsNullValue());
+    EXPECT_TRUE(text.CodeSet() == KoCS_LATIN1 && text == KoString("abc"));
+    EXPECT_FALSE((Null() + "x").IsNullValue());
+}
+
+TEST(String, OrderIsByCharacterAcrossCodeSets)
+{
+    // Ascending; a group of rows with the same rank is equal.
+    const struct {
+        int rank;
+        KoString text;
+    } rows[] = {
+        {0, Null()},
+        {0, KoString(KoCS_NULL, 0)},
+        {1, KoString()},
+        {1, KoString(KoCS_UNICODE, 0)},
+        {2, KoString("A")},
+        {2, Wide("A")},
+        {3, KoString("AB")},
+        {4, KoString("a")},
+        {4, In(KoCS_NONE, "a")},
+        {5, KoString("a\xE9")},        // e acute, 00E9
+        {5, In(KoCS_IBM437, "a\x82")}, // the same
+        {5, In(KoCS_NONE, "a\xE9")},   // the same in the native code set
+        {6, In(2, "a\xB1")},           // a ogonek 0105
+        {6, KoString(Wide(u"a\u0105"))},
+        {7, In(2, "a\xA9")},           // S caron 0160: a smaller byte than the one before
+        {8, In(KoCS_KOI8_R, "a\xC1")}, // Cyrillic a, 0430
+        {9, In(KoCS_ASCII, "a\x80")},  // no character there: behind all that is one
+        {10, KoString("b")},
+    };
+    for (const auto& left : rows) {
+        for (const auto& right : rows) {
+            const int order = left.text != right.text;
+            EXPECT_EQ(order, (left.rank > right.rank) - (left.rank < right.rank))
+                << left.rank << " and " << right.rank;
+            EXPECT_EQ(left.text == right.text, left.rank == right.rank);
+            EXPECT_EQ(left.text < right.text, left.rank < right.rank);
+            EXPECT_EQ(left.text >= right.text, left.rank >= right.rank);
+        }
+    }
+}
+
+TEST(String, SplitListYieldsTrimmedItems)
+{
+    const struct {
+        const char* list;
+        const char* separator;
+        const char* items; // each in brackets
+    } rows[] = {
+        {"a,b,c", ",", "[a][b][c]"},
+        {",a,b", ",", "[a][b]"}, // a leading separator is skipped
+        {"a,,b,", ",", "[a][][b]"},
+        {" \ta b ,\nc ", ",", "[a b][c]"},
+        {"a::b:c", "::", "[a][b:c]"},
+        {"", ",", ""},
+        {",", ",", ""},
+        {"abc", "", "[abc]"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.list);
+        for (KoString list : {KoString(row.list), Wide(row.list)}) {
+            unsigned short pos = 0;
+            KoString item("kept");
+            KoString items;
+            while (KoSplitList(list, item, row.separator, pos) == 0)
+                items += "[" + item + "]";
+            EXPECT_STREQ(items.StrGet(), row.items);
+            const KoString last = item;
+            EXPECT_EQ(KoSplitList(list, item, row.separator, pos), KoRC_END_OF_LIST);
+            EXPECT_TRUE(item == last);
+        }
+    }
+}
+
+TEST(String, AnEditAllocatesOnceAndSurvivesWithoutMemory)
+{
+    const KoString wide = Wide("0123456789");
+    const struct {
+        const char* what;
+        Edit edit;
+    } edits[] = {
+        {"append", [](KoString& s) { s << "xyz"; }},
+        {"append a number", [](KoString& s) { s << 12345678; }},
+        {"append a double", [](KoString& s) { s << 0.1; }},
+        {"append itself", [](KoString& s) { s += s; }},
+        {"assign", [](KoString& s) { s = "xyz"; }},
+        {"insert", [](KoString& s) { s.Insert(s, 1); }},
+        {"cut", [](KoString& s) { s.Cut(0, 1); }},
+        {"fill", [](KoString& s) { s.Fill(100, '*'); }},
+        {"widen", [](KoString& s) { s.SetCodeSet(KoCS_UNICODE); }},
+        {"map", [](KoString& s) { s.MapToCodeSet(KoCS_KOI8_R); }},
+    };
+    for (const auto& row : edits) {
+        SCOPED_TRACE(row.what);
+        KoString text("abc");
+        {
+            const FailingHeap none(0);
+            row.edit(text);
+            EXPECT_EQ(none.HandlerCalls(), 1);
+        }
+        EXPECT_STREQ(text.StrGet(), "abc");
+        EXPECT_TRUE(text.CodeSet() == KoCS_LATIN1 && text.ByteSize() == 4);
+        const FailingHeap one(1);
+        row.edit(text);
+        EXPECT_FALSE(one.HasFailed());
+        EXPECT_FALSE(text == KoString::EmptyString());
+    }
+    {
+        const FailingHeap one(1);
+        KoString text("abc");
+        text = KoString(wide); // the copy finds no memory and is empty
+        EXPECT_TRUE(text.IsEmpty() && text.CodeSet() == KoCS_UNICODE);
+    }
+    const FailingHeap one(1);
+    KoString joined(KoCS_LATIN1, 0);
+    joined += wide; // converted straight into the new buffer
+    EXPECT_TRUE(!one.HasFailed() && joined.Len() == 10);
+}
+
+} // namespace

@@ -1,0 +1,451 @@
+#include <kotms.h>
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+using Bytes = std::vector<unsigned char>;
+
+constexpr o_char kId = KoSTRING_T;
+
+const KoTypeMgr& Current()
+{
+    static const KoTypeMgr manager(5);
+    return manager;
+}
+
+/// The manager whose strings are written in the older layout.
+const KoTypeMgr& Compat()
+{
+    static const KoTypeMgr manager(3);
+    return manager;
+}
+
+KoString In(unsigned char codeSet, unsigned char language, const std::u16string& units)
+{
+    KoString text(KoCS_UNICODE, language);
+    text += KoString(reinterpret_cast<const unsigned short*>(units.c_str()));
+    text.SetCodeSet(codeSet);
+    return text;
+}
+
+KoString Null()
+{
+    KoString null;
+    null.SetNullValue();
+    return null;
+}
+
+/// The bytes in a buffer of exactly their number, so that a read beyond them is noticed.
+std::unique_ptr<unsigned char[]> Exactly(const Bytes& bytes)
+{
+    auto copy = std::make_unique<unsigned char[]>(bytes.size());
+    std::copy(bytes.begin(), bytes.end(), copy.get());
+    return copy;
+}
+
+Bytes Stored(const KoTypeMgr& manager, const std::vector<KoString>& texts, unsigned char format)
+{
+    const auto count = static_cast<unsigned>(texts.size());
+    Bytes bytes(manager.DiskLenGet(kId, texts.data(), format, count, KoFMT_MEMORY));
+    EXPECT_EQ(manager.Store(kId, bytes.data(), texts.data(), format, count), bytes.size());
+    return bytes;
+}
+
+unsigned FileSize(const KoTypeMgr& manager, const Bytes& bytes, unsigned char format,
+                  unsigned count)
+{
+    MemFile file(bytes.data(), bytes.size());
+    const unsigned size = manager.DiskLenGetFromMemFile(kId, &file, format, count);
+    EXPECT_EQ(file.Position(), 0U);
+    return size;
+}
+
+int Compare(const KoTypeMgr& manager, const Bytes& left, unsigned leftSize, const Bytes& right,
+            unsigned rightSize, unsigned char format, unsigned count, int& status)
+{
+    const auto a = Exactly(left);
+    const auto b = Exactly(right);
+    return manager.Cmp(kId, leftSize, a.get(), rightSize, b.get(), 0, count, format, status);
+}
+
+TEST(StringRecord, BytesAreFixedInBothOrders)
+{
+    const struct {
+        const char* why;
+        KoString text;
+        Bytes little, big;
+    } rows[] = {
+        {"8-bit: only the length has an order",
+         In(5, 7, u"abc"),
+         {7, 0, 5, 7, 'a', 'b', 'c', 0, 0xFF},
+         {0, 7, 5, 7, 'a', 'b', 'c', 0, 0xFF}},
+        {"empty", KoString(1, 2), {4, 0, 1, 2, 0, 0xFF}, {0, 4, 1, 2, 0, 0xFF}},
+        {"null", Null(), {4, 0, 0, 254, 0, 0xFF}, {0, 4, 0, 254, 0, 0xFF}},
+        {"null as it was marked earlier",
+         KoString(254, 0),
+         {4, 0, 254, 0, 0, 0xFF},
+         {0, 4, 254, 0, 0, 0xFF}},
+        {"16-bit",
+         In(253, 0, u"\u0141B"),
+         {8, 0, 253, 0, 0x41, 1, 'B', 0, 0, 0xFF},
+         {0, 8, 253, 0, 1, 0x41, 0, 'B', 0, 0xFF}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.why);
+        for (const unsigned char format : {KoFMT_LITTLE, KoFMT_BIG}) {
+            const Bytes& bytes = format == KoFMT_BIG ? row.big : row.little;
+            EXPECT_EQ(Stored(Current(), {row.text}, format), bytes);
+            const auto size = static_cast<unsigned>(bytes.size());
+            EXPECT_EQ(Current().DiskLenGet(kId, bytes.data(), format, 1, format), size);
+            EXPECT_EQ(FileSize(Current(), bytes, format, 1), size);
+            KoString read("before");
+            EXPECT_EQ(Current().Load(kId, &read, Exactly(bytes).get(), format, 1), size);
+            EXPECT_TRUE(read == row.text && read.IsNullValue() == row.text.IsNullValue());
+            EXPECT_EQ(read.CodeSet(), row.text.CodeSet());
+            EXPECT_EQ(read.Language(), row.text.Language());
+        }
+    }
+}
+
+TEST(StringRecord, RecordsOfAnArrayFollowEachOther)
+{
+    KoString longest;
+    longest.Fill(65535, 'x');
+    const std::vector<KoString> texts = {"a", "", longest, In(253, 1, u"\u20AC"), "bc", Null()};
+    const auto count = static_cast<unsigned>(texts.size());
+    for (const unsigned char format : {KoFMT_LITTLE, KoFMT_BIG}) {
+        const Bytes bytes = Stored(Current(), texts, format);
+        EXPECT_EQ(bytes.size(), 7U + 6 + 65537 + 8 + 8 + 6);
+        EXPECT_EQ(Current().DiskLenGet(kId, bytes.data(), format, count, format), bytes.size());
+        EXPECT_EQ(FileSize(Current(), bytes, format, count), bytes.size());
+        std::vector<KoString> read(count);
+        EXPECT_EQ(Current().Load(kId, read.data(), Exactly(bytes).get(), format, count),
+                  bytes.size());
+        EXPECT_TRUE(read == texts);
+    }
+    EXPECT_EQ(Stored(Current(), {}, KoFMT_LITTLE).size(), 0U);
+}
+
+TEST(StringRecord, TheKeyFormHasRoomForWiderText)
+{
+    const struct {
+        const char* why;
+        KoString text;
+        unsigned char format;
+        unsigned inMemory, stored; // bytes
+    } rows[] = {
+        {"plain", In(1, 0, u"abc"), 1, 9, 9},
+        {"8-bit counts four times", In(1, 0, u"abc"), 0x81, 5 * 4 + 4, 7 * 4 + 2},
+        {"16-bit twice", In(253, 0, u"abc"), 0x82, 8 * 2 + 4, 10 * 2 + 2},
+        {"no code set", In(0, 0, u"abc"), 0x81, 9, 9},
+        {"none taken as native", In(0, 0, u"abc"), 0xC1, 24, 30},
+        {"code set ignored", In(1, 0, u"abc"), 0xA1, 9, 9},
+        {"ignored before native", In(1, 0, u"abc"), 0xE1, 9, 9},
+        {"none is not ignored", In(0, 0, u"abc"), 0xE1, 24, 30},
+        {"earlier null mark", KoString(254, 0), 0x81, 6, 6},
+        {"bits without the key form", In(0, 0, u"abc"), 0x61, 9, 9},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.why);
+        EXPECT_EQ(StringSizeGet(&row.text, KoFMT_MEMORY, row.format, 1), row.inMemory);
+        Bytes bytes(64);
+        StringStore(bytes.data(), &row.text, row.format, 1);
+        EXPECT_EQ(StringSizeGet(bytes.data(), 0, row.format, 1), row.stored);
+        EXPECT_EQ(FileSize(Current(), bytes, row.format, 1), row.stored);
+    }
+}
+
+TEST(StringRecord, AFileThatEndsTooEarlyIsTooLarge)
+{
+    const Bytes bytes = Stored(Current(), {"a", "bc"}, KoFMT_LITTLE); // 7 and 8 bytes
+    const struct {
+        std::size_t length;
+        unsigned size;
+    } rows[] = {
+        {15, 15},       {14, 2 * 65535}, {8, 2 * 65535}, {7, 2 * 65535},
+        {6, 3 * 65535}, {1, 3 * 65535},  {0, 0},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(FileSize(Current(),
+                           Bytes(bytes.begin(), bytes.begin() + static_cast<int>(row.length)), 1,
+                           2),
+                  row.size)
+            << row.length;
+    EXPECT_EQ(FileSize(Compat(), {9, 0, 'a'}, 1, 3), 4U * 65535);
+    EXPECT_EQ(Current().DiskLenGetFromMemFile(kId, nullptr, 1, 1), 0U);
+}
+
+TEST(StringRecord, TheOlderLayoutIsWrittenByTheOlderTypeAndReadByBoth)
+{
+    const std::vector<KoString> texts = {"ab", "", Null(), "c"};
+    for (const unsigned char format : {KoFMT_LITTLE, KoFMT_BIG}) {
+        const Bytes bytes = Stored(Compat(), texts, format);
+        Bytes expected = {7, 0, 'a', 'b', 0, 0, 0, 'c', 0};
+        if (format == KoFMT_BIG)
+            std::swap(expected[0], expected[1]);
+        EXPECT_EQ(bytes, expected);
+        for (const KoTypeMgr* manager : {&Current(), &Compat()}) {
+            EXPECT_EQ(manager->DiskLenGet(kId, bytes.data(), format, 4, format), 9U);
+            EXPECT_EQ(FileSize(*manager, bytes, format, 4), 9U);
+            std::vector<KoString> read(5, KoString(7, 7));
+            EXPECT_EQ(manager->Load(kId, read.data(), Exactly(bytes).get(), format, 5), 9U);
+            EXPECT_TRUE(read == (std::vector<KoString>{"ab", "", "", "c", ""}));
+            EXPECT_TRUE(read[2].CodeSet() == KoCS_LATIN1 && read[2].Language() == 0);
+            EXPECT_EQ(manager->Load(kId, nullptr, bytes.data(), format, 0), 9U);
+        }
+    }
+    // Texts that a 16-bit length cannot cover are refused.
+    KoString half;
+    half.Fill(40000, 'x');
+    const std::vector<KoString> both(2, half);
+    KoSetAssertHandler([](const char*, const char*, int) {});
+    Bytes bytes(90000);
+    EXPECT_EQ(Compat().Store(kId, bytes.data(), both.data(), 1, 2), 0U);
+    KoSetAssertHandler(nullptr);
+    // 16-bit text has no use there, but stays within the size that is given for it.
+    const KoString wide = In(253, 0, u"\u4E2D\u6587");
+    EXPECT_EQ(Compat().Store(kId, bytes.data(), &wide, 1, 1),
+              Compat().DiskLenGet(kId, &wide, 1, 1, KoFMT_MEMORY));
+
+    EXPECT_EQ(Compat().SupportsNullValue(kId), 0);
+    KoString null = Null();
+    EXPECT_EQ(Compat().IsNullValue(kId, &null), 0);
+    EXPECT_NE(Current().IsNullValue(kId, &null), 0);
+}
+
+TEST(StringRecord, OrderAndHashAreTheSameInEveryForm)
+{
+    // Ascending.
+    const std::vector<KoString> texts = {
+        Null(),
+        "",
+        "A",
+        "AB",
+        In(1, 0, u"a"),
+        In(2, 0, u"a\u0105"),
+        In(253, 3, u"a\u0430"),
+        In(21, 0, u"a\u0431"),
+        "ab",
+    };
+    KoTypeMgr current(5);
+    for (std::size_t i = 0; i < texts.size(); ++i) {
+        for (std::size_t j = 0; j < texts.size(); ++j) {
+            const int expected = (texts[i] > texts[j]) - (texts[i] < texts[j]);
+            int status = -1;
+            KoString a = texts[i];
+            KoString b = texts[j];
+            EXPECT_EQ(current.Cmp(kId, 0, &a, 0, &b, 0, 1, KoFMT_MEMORY, status), expected);
+            for (const unsigned char format : {KoFMT_LITTLE, KoFMT_BIG}) {
+                const Bytes left = Stored(Current(), {"x", a}, format);
+                const Bytes right = Stored(Current(), {"x", b}, format);
+                const auto leftSize = static_cast<unsigned>(left.size());
+                EXPECT_EQ(Compare(Current(), left, leftSize, right, 0, format, 2, status), expected)
+                    << i << " and " << j;
+                EXPECT_EQ(status, 0);
+            }
+        }
+    }
+    for (KoString text : {KoString("a\xE9"), Null(), KoString()}) {
+        KoString wide = text;
+        wide.MapToCodeSet(KoCS_UNICODE);
+        int status = -1;
+        const unsigned hash = current.Hash(kId, 0, &text, 1, KoFMT_MEMORY, status);
+        EXPECT_EQ(current.Hash(kId, 0, &wide, 1, KoFMT_MEMORY, status), hash);
+        for (const unsigned char format : {KoFMT_LITTLE, KoFMT_BIG}) {
+            Bytes bytes = Stored(Current(), {wide}, format);
+            EXPECT_EQ(current.Hash(kId, static_cast<unsigned>(bytes.size()), bytes.data(), 1,
+                                   format, status),
+                      hash);
+            EXPECT_EQ(status, 0);
+        }
+    }
+    KoString pair[] = {"ab", "c"};
+    int status = -1;
+    EXPECT_EQ(current.Hash(kId, 0, pair, 2, KoFMT_MEMORY, status), 9U * (9 * 'a' + 'b') + 'c');
+}
+
+TEST(StringRecord, CutKeysDecideOnlyWhatTheyShow)
+{
+    const Bytes abcdef = Stored(Current(), {"abcdef"}, KoFMT_LITTLE); // 12 bytes, text from 4 on
+    const Bytes abx = Stored(Current(), {"abx"}, KoFMT_LITTLE);
+    const Bytes abc = Stored(Current(), {"abc"}, KoFMT_LITTLE);
+    const Bytes older = Stored(Compat(), {"abcdef"}, KoFMT_LITTLE); // 9 bytes, text from 2 on
+    const Bytes olderX = Stored(Compat(), {"abx"}, KoFMT_LITTLE);
+    KoString filled;
+    filled.Fill(300, 'x');
+    const Bytes longOne = Stored(Current(), {filled}, KoFMT_LITTLE);
+    const struct {
+        const char* why;
+        const KoTypeMgr& manager;
+        const Bytes& left;
+        unsigned leftSize;
+        const Bytes& right;
+        unsigned rightSize;
+        int order, status;
+    } rows[] = {
+        {"a shown difference decides", Current(), abcdef, 7, abx, 0, -1, 0},
+        {"on both sides cut", Current(), abx, 7, abcdef, 7, 1, 0},
+        {"equal as far as shown", Current(), abcdef, 7, abc, 0, 0, KoRC_TRUNCATED},
+        {"ends inside the other", Current(), abcdef, 6, abc, 0, 0, KoRC_TRUNCATED},
+        {"the other ends first", Current(), abcdef, 8, abc, 0, 1, 0},
+        {"only the end mark is cut", Current(), abcdef, 10, abcdef, 0, 0, 0},
+        {"no text is left", Current(), abcdef, 4, abc, 0, 0, KoRC_TRUNCATED},
+        {"not even the head", Current(), abcdef, 3, abc, 0, 0, KoRC_TRUNCATED},
+        {"not even the length", Current(), abc, 0, abcdef, 1, 0, KoRC_TRUNCATED},
+        {"longer than a cut key", Current(), longOne, 4 + 254, longOne, 0, -1, KoRC_NOT_SUPPORTED},
+        {"as long as one can be", Current(), longOne, 4 + 253, longOne, 0, 0, KoRC_TRUNCATED},
+        {"the older type cuts the older layout", Compat(), older, 5, olderX, 0, -1, 0},
+        {"equal as far as shown", Compat(), older, 4, olderX, 0, 0, KoRC_TRUNCATED},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.why);
+        const auto cut = [](const Bytes& bytes, unsigned size) {
+            return size == 0 ? bytes : Bytes(bytes.begin(), bytes.begin() + static_cast<int>(size));
+        };
+        const Bytes left = cut(row.left, row.leftSize);
+        const Bytes right = cut(row.right, row.rightSize);
+        int status = -1;
+        EXPECT_EQ(Compare(row.manager, left, row.leftSize, right, row.rightSize, 1, 1, status),
+                  row.order);
+        EXPECT_EQ(status, row.status);
+        if (row.status == KoRC_NOT_SUPPORTED)
+            continue;
+        EXPECT_EQ(Compare(row.manager, right, row.rightSize, left, row.leftSize, 1, 1, status),
+                  -row.order);
+        EXPECT_EQ(status, row.status);
+    }
+    int status = -1;
+    const Bytes two = Stored(Current(), {"a", "b"}, KoFMT_LITTLE);
+    EXPECT_EQ(Compare(Current(), two, 7, two, 0, 1, 2, status), 0); // ends between two records
+    EXPECT_EQ(status, KoRC_TRUNCATED);
+    const auto cutKey = Exactly(Bytes(abcdef.begin(), abcdef.begin() + 6));
+    EXPECT_EQ(Current().Hash(kId, 6, cutKey.get(), 1, 1, status), 9U * 'a' + 'b');
+    EXPECT_EQ(status, KoRC_TRUNCATED);
+}
+
+TEST(StringRecord, NullMarksAreReported)
+{
+    const Bytes mark = {4, 0, 254, 0x80, 0, 0xFF};
+    const Bytes text = {5, 0, 1, 0, 'a', 0, 0xFF};
+    const struct {
+        const Bytes &left, &right;
+        int order, status;
+    } rows[] = {
+        {mark, text, -1, KoRC_NULL_MARK},
+        {text, mark, 1, KoRC_NULL_MARK_RIGHT},
+        {mark, mark, 0, KoRC_NULL_MARK},
+        {text, text, 0, 0},
+    };
+    for (const auto& row : rows) {
+        int status = -1;
+        EXPECT_EQ(Compare(Current(), row.left, 0, row.right, 0, 1, 1, status), row.order);
+        EXPECT_EQ(status, row.status);
+    }
+}
+
+TEST(StringRecord, TranslateMovesBetweenForms)
+{
+    static std::string asserted;
+    KoSetAssertHandler([](const char* text, const char* file, int line) {
+        asserted = std::string(text) + '|' + file + '|' + std::to_string(line);
+    });
+    KoString text("abc");
+    KoString copy;
+    Bytes bytes(12, 0xEE);
+    Bytes moved(12, 0xEE);
+    const KoTypeMgr& mgr = Current();
+    EXPECT_EQ(mgr.Translate(kId, bytes.data(), 2, 8, &text, 8, 0, 1), 0U); // does not fit
+    EXPECT_EQ(bytes[0], 0xEE);
+    EXPECT_EQ(mgr.Translate(kId, bytes.data(), 2, 9, &text, 8, 0, 1), 9U);
+    EXPECT_EQ(mgr.Translate(kId, moved.data(), 2, 12, bytes.data(), 2, 9, 1), 9U);
+    EXPECT_EQ(moved, (Bytes{0, 7, 1, 0, 'a', 'b', 'c', 0, 0xFF, 0, 0, 0}));
+    EXPECT_EQ(mgr.Translate(kId, &copy, 8, 0, moved.data(), 2, 9, 1), 9U);
+    EXPECT_TRUE(copy == text);
+    copy = "";
+    EXPECT_EQ(mgr.Translate(kId, &copy, 8, 0, &text, 8, 0, 1), 16U);
+    EXPECT_TRUE(copy == text);
+    EXPECT_EQ(asserted, "");
+    EXPECT_EQ(mgr.Translate(kId, moved.data(), 1, 12, bytes.data(), 2, 9, 1), 0U);
+    EXPECT_EQ(asserted, "format combination not supported|src\\kotypes|1745");
+    KoSetAssertHandler(nullptr);
+    EXPECT_EQ(Compat().Translate(kId, moved.data(), 1, 6, &text, 8, 0, 1), 6U);
+    EXPECT_EQ(moved[0], 4); // the older layout
+}
+
+TEST(StringRecord, TextUnderAFormat)
+{
+    const struct {
+        const char* format;
+        KoString value;
+        const char* printed;
+    } prints[] = {
+        {nullptr, "abc", "abc"},        {"%s", "", ""},
+        {"%5s|", "abc", "  abc|"},      {"%-5s|", "abc", "abc  |"},
+        {"%.2s", "abc", "ab"},          {"%4.1s", "abc", "   a"},
+        {"100%% %s%%", "x", "100% x%"}, {"%2s", "abc", "abc"},
+        {"%d", "abc", "abc"},           {"%s%s", "abc", "abc"},
+        {"[%s]", Null(), "{NULL}"},     {"<%3s>", In(253, 0, u"ab"), "< ab>"},
+    };
+    for (auto row : prints) {
+        SCOPED_TRACE(row.printed);
+        KoString text("=");
+        Current().PrintToKoString(kId, text, &row.value, row.format, 1);
+        EXPECT_TRUE(text == KoString("=") + row.printed) << text.StrGet();
+    }
+
+    const struct {
+        const char* format;
+        const char* text;
+        const char* scanned; // null: stays
+        int error;           // of the strict reader, -1: none
+    } reads[] = {
+        {nullptr, "a b", "a b", -1}, {"%s", "", "", -1},         {"[%s]", "[abc]", "abc", -1},
+        {"[%s]", "abc", nullptr, 0}, {"[%s]", "[abc", "abc", 3}, {"ab%s", "ax", nullptr, 1},
+        {"(%s)", "(", "", 1},        {"%.2s", "abc", "abc", 2},  {"5%% %s", "5% x", "x", -1},
+    };
+    for (const auto& row : reads) {
+        SCOPED_TRACE(row.text);
+        for (KoString text :
+             {KoString(row.text),
+              In(253, 4, std::u16string(row.text, row.text + std::strlen(row.text)))}) {
+            KoString value("kept");
+            Current().ScanFromKoString(kId, &value, text, row.format, 1);
+            EXPECT_TRUE(value == KoString(row.scanned == nullptr ? "kept" : row.scanned));
+            KoString parsed("kept");
+            unsigned errorAt = 99;
+            EXPECT_EQ(Current().ParseFromKoString(kId, &parsed, text, row.format, errorAt),
+                      row.error < 0 ? 0 : -1);
+            EXPECT_TRUE(row.error < 0
+                            ? parsed == value && errorAt == 99
+                            : parsed == "kept" && errorAt == static_cast<unsigned>(row.error));
+            if (row.scanned != nullptr) {
+                EXPECT_EQ(value.CodeSet(), text.CodeSet());
+            }
+        }
+    }
+    KoString value;
+    KoString braces("{NULL}");
+    unsigned errorAt;
+    Current().ScanFromKoString(kId, &value, braces, nullptr, 1);
+    EXPECT_TRUE(value.IsNullValue());
+    Current().ParseFromKoString(kId, &value, braces, nullptr, errorAt);
+    EXPECT_STREQ(value.StrGet(), "{NULL}"); // strictly, every text is a value
+
+    KoTypeMgr manager(5);
+    KoString array[] = {"a", Null(), In(253, 2, u"\u20AC")};
+    const std::unique_ptr<KoTypeConvertData> record(manager.ConvertTo(kId, array, 3));
+    auto* back = static_cast<KoString*>(manager.ConvertFrom(kId, record.get(), 4));
+    EXPECT_TRUE(back[0] == array[0] && back[1].IsNullValue() && back[2] == array[2]);
+    EXPECT_EQ(back[2].Language(), 2);
+    EXPECT_TRUE(back[3].IsNullValue()); // the record has no such text
+    manager.Delete(kId, back, 4);
+}
+
+} // namespace
