@@ -56,10 +56,10 @@ struct KoClock {
 /// (null when it was the system's). The caller keeps `clock` alive while it is
 /// installed.
 ///
-/// The system's clock takes the zone from the operating system, daylight saving
-/// included, to the whole minute. On Linux the zone is unknown when the system's own
-/// settings say so (a zone called "-00"); TZ is read when the process first asks and
-/// again after tzset.
+/// The system's clock takes the zone from the operating system as it is at the very
+/// moment of the reading, daylight saving included, to the whole minute. On Linux
+/// the zone is unknown when the system's own settings say so (a zone called "-00");
+/// TZ is read when the process first asks and again after tzset.
 KOBASE_API const KoClock* bksSetClock(const KoClock* clock);
 
 /// Today's local date.
@@ -69,7 +69,7 @@ KOBASE_API int bksgettime(KoTimeRec* time);
 /// Time of day and date in UTC, from one reading.
 KOBASE_API int bksgetsystemtime(KoTimeRec* time, KoDateRec* date);
 /// Local time minus UTC in minutes; unchanged when the zone is unknown.
-KOBASE_API int bksgettimezone(int* minutes);
+KOBASE_API int bksgettimezone(int* zone);
 /// Local date and time with nanoseconds, from one reading.
 KOBASE_API int bksGetHiresTime(KoTimeStampRec* now);
 /// Date and time in UTC with nanoseconds, from one reading.

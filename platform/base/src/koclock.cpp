@@ -34,74 +34,82 @@ KoTimeStampRec Stamp(sys_seconds moment, o_4b fraction)
             fraction};
 }
 
-KoTimeStampRec MovedEast(const KoTimeStampRec& utc, int zone)
+sys_seconds Moment(const KoTimeStampRec& stamp)
 {
-    const year_month_day date{year{utc.year}, month{static_cast<unsigned>(utc.month)},
-                              day{static_cast<unsigned>(utc.day)}};
-    return Stamp(sys_days{date} + hours{utc.hour} + minutes{utc.minute} + seconds{utc.second} +
-                     minutes{zone},
-                 utc.fraction);
+    const year_month_day date{year{stamp.year}, month{static_cast<unsigned>(stamp.month)},
+                              day{static_cast<unsigned>(stamp.day)}};
+    return sys_days{date} + hours{stamp.hour} + minutes{stamp.minute} + seconds{stamp.second};
 }
 
 #if defined(_WIN32)
 
 // Not the runtime's own clock: it moves in steps of a timer tick.
-int SystemUtc(KoTimeStampRec* now)
+KoTimeStampRec SystemUtc()
 {
     constexpr o_8b kTicks = 10'000'000;     // of 100 ns in a second
     constexpr o_8b kEpoch = 11'644'473'600; // seconds from 1601 to 1970
     FILETIME file;
     GetSystemTimePreciseAsFileTime(&file);
     const o_8b ticks = static_cast<o_8b>(o_u8b{file.dwHighDateTime} << 32 | file.dwLowDateTime);
-    *now = Stamp(sys_seconds{seconds{ticks / kTicks - kEpoch}},
+    return Stamp(sys_seconds{seconds{ticks / kTicks - kEpoch}},
                  static_cast<o_4b>(ticks % kTicks * 100));
-    return 0;
 }
 
-int SystemZone(int* minutes)
+// Local time minus UTC in minutes at a moment of UTC; 0 or KoRC_NO_TIMEZONE.
+int SystemZoneAt(const KoTimeStampRec& utc, int* zone)
 {
-    DYNAMIC_TIME_ZONE_INFORMATION zone;
-    const DWORD season = GetDynamicTimeZoneInformation(&zone);
-    if (season == TIME_ZONE_ID_INVALID)
+    const SYSTEMTIME there = {utc.year,
+                              static_cast<WORD>(utc.month),
+                              0,
+                              static_cast<WORD>(utc.day),
+                              static_cast<WORD>(utc.hour),
+                              static_cast<WORD>(utc.minute),
+                              static_cast<WORD>(utc.second),
+                              0};
+    TIME_ZONE_INFORMATION rules;
+    SYSTEMTIME here;
+    if (!GetTimeZoneInformationForYear(utc.year, nullptr, &rules) ||
+        !SystemTimeToTzSpecificLocalTime(&rules, &there, &here))
         return KoRC_NO_TIMEZONE;
-    LONG bias = zone.Bias; // UTC minus local time
-    if (season == TIME_ZONE_ID_STANDARD)
-        bias += zone.StandardBias;
-    else if (season == TIME_ZONE_ID_DAYLIGHT)
-        bias += zone.DaylightBias;
-    *minutes = -static_cast<int>(bias);
+    const KoTimeStampRec local = {here.wYear,
+                                  static_cast<o_1b>(here.wMonth),
+                                  static_cast<o_1b>(here.wDay),
+                                  static_cast<o_1b>(here.wHour),
+                                  static_cast<o_1b>(here.wMinute),
+                                  static_cast<o_1b>(here.wSecond),
+                                  0};
+    *zone = static_cast<int>(duration_cast<minutes>(Moment(local) - Moment(utc)).count());
     return 0;
 }
 
 #else
 
-int SystemUtc(KoTimeStampRec* now)
+KoTimeStampRec SystemUtc()
 {
     const auto moment = system_clock::now();
     const sys_seconds whole = floor<seconds>(moment);
-    *now = Stamp(whole, static_cast<o_4b>(duration_cast<nanoseconds>(moment - whole).count()));
-    return 0;
+    return Stamp(whole, static_cast<o_4b>(duration_cast<nanoseconds>(moment - whole).count()));
 }
 
-int SystemZone(int* minutes)
+int SystemZoneAt(const KoTimeStampRec& utc, int* zone)
 {
-    const std::time_t now = std::time(nullptr);
+    const std::time_t moment = Moment(utc).time_since_epoch().count();
     std::tm local;
     // "-00" is how the zone database names a local time that nobody has set.
-    if (!localtime_r(&now, &local) || (local.tm_zone && std::strcmp(local.tm_zone, "-00") == 0))
+    if (!localtime_r(&moment, &local) || (local.tm_zone && std::strcmp(local.tm_zone, "-00") == 0))
         return KoRC_NO_TIMEZONE;
-    *minutes = static_cast<int>(local.tm_gmtoff / 60);
+    *zone = static_cast<int>(local.tm_gmtoff / 60);
     return 0;
 }
 
 #endif
 
-constexpr KoClock kSystemClock = {SystemUtc, SystemZone};
-constinit const KoClock* g_clock = nullptr;
+constinit const KoClock* g_clock = nullptr; // null: the system's
 
-const KoClock& Clock()
+// The zone at the reading itself: another look at the clock might fall beyond a change of the zone.
+int ZoneAt(const KoTimeStampRec& utc, int* zone)
 {
-    return g_clock ? *g_clock : kSystemClock;
+    return g_clock ? g_clock->zone(zone) : SystemZoneAt(utc, zone);
 }
 
 // UTC and the zone of one reading of the clock. An unknown zone is a code beside usable values;
@@ -109,7 +117,7 @@ const KoClock& Clock()
 struct Reading {
     KoTimeStampRec stamp{};
     int zone = 0; // minutes
-    int result;
+    int result = 0;
 
     bool Usable() const { return result == 0 || result == KoRC_NO_TIMEZONE; }
 };
@@ -117,7 +125,10 @@ struct Reading {
 Reading ReadUtc()
 {
     Reading reading;
-    reading.result = Clock().utc(&reading.stamp);
+    if (g_clock)
+        reading.result = g_clock->utc(&reading.stamp);
+    else
+        reading.stamp = SystemUtc();
     return reading;
 }
 
@@ -127,10 +138,10 @@ Reading ReadLocal()
     if (reading.result != 0)
         return reading;
     int zone = 0;
-    reading.result = Clock().zone(&zone);
+    reading.result = ZoneAt(reading.stamp, &zone);
     if (reading.result == 0) {
         reading.zone = zone;
-        reading.stamp = MovedEast(reading.stamp, zone);
+        reading.stamp = Stamp(Moment(reading.stamp) + minutes{zone}, reading.stamp.fraction);
     }
     return reading;
 }
@@ -186,9 +197,9 @@ int bksgetsystemtime(KoTimeRec* time, KoDateRec* date)
     return GiveAll(ReadUtc(), time, date);
 }
 
-int bksgettimezone(int* minutes)
+int bksgettimezone(int* zone)
 {
-    return Clock().zone(minutes);
+    return ZoneAt(g_clock ? KoTimeStampRec{} : SystemUtc(), zone);
 }
 
 int bksGetHiresTime(KoTimeStampRec* now)
