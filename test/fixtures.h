@@ -1,0 +1,151 @@
+#ifndef FIXTURES_H
+#define FIXTURES_H
+
+#include <_konulty.h>
+#include <kotms.h>
+
+#include <functional>
+#include <limits>
+#include <type_traits>
+#include <vector>
+
+/// One value of a type for the tests that sweep all types: smallest, largest, null, empty, awkward.
+/// To give a type its values, add rows to AllFixtures.
+struct Fixture {
+    KoTypeId id;
+    const char* reason;
+    std::function<void(void* element)> fill; ///< sets an element that `create` made
+};
+
+template <class T>
+Fixture Value(KoTypeId id, const char* reason, T value)
+{
+    return {id, reason, [value](void* element) { *static_cast<T*>(element) = value; }};
+}
+
+/// The extremes of a number, passed on as `Wrap`.
+template <class T, class Wrap = T>
+void AddNumbers(std::vector<Fixture>& all, KoTypeId id)
+{
+    const auto add = [&](const char* reason, T number) {
+        if constexpr (std::is_same_v<T, Wrap>)
+            all.push_back(Value(id, reason, number));
+        else
+            all.push_back(Value(id, reason, Wrap{number, 0}));
+    };
+    using Limits = std::numeric_limits<T>;
+    add("zero", T{0});
+    add("one", T{1});
+    add("smallest", Limits::lowest());
+    add("largest", Limits::max());
+    add("a comma or its number", T{','});
+    if constexpr (Limits::is_signed)
+        add("minus one", T{-1});
+    if constexpr (!Limits::is_integer) {
+        add("no short decimal form", T{1} / T{3});
+        add("smallest above zero", Limits::denorm_min());
+        add("negative zero", -T{0});
+        add("infinity", Limits::infinity());
+        add("negative infinity", -Limits::infinity());
+        add("no number", Limits::quiet_NaN());
+    } else if constexpr (sizeof(T) > 1) {
+        add("bytes in order", static_cast<T>(0x0102030405060708));
+    }
+}
+
+template <class T>
+void AddNullable(std::vector<Fixture>& all, KoTypeId id)
+{
+    AddNumbers<T, KoNull<T>>(all, id);
+    all.push_back(Value(id, "null", KoNull<T>{T{0}, 1}));
+}
+
+inline KoString NullText()
+{
+    KoString text;
+    text.SetNullValue();
+    return text;
+}
+
+inline std::vector<Fixture> AllFixtures()
+{
+    std::vector<Fixture> all;
+    AddNumbers<o_char>(all, Ko1B_T);
+    AddNumbers<o_2b>(all, Ko2B_T);
+    AddNumbers<o_4b>(all, Ko4B_T);
+    AddNumbers<o_double>(all, KoDOUBLE_T);
+    AddNumbers<o_float>(all, KoFLOAT_T);
+    AddNumbers<o_u2b>(all, KoU2B_T);
+    AddNumbers<o_u4b>(all, KoU4B_T);
+    AddNumbers<int>(all, KoINT_T);
+    AddNumbers<unsigned>(all, KoUNSIGNED_T);
+    AddNumbers<int>(all, KoENUM_T);
+    AddNumbers<o_u1b>(all, KoU1B_T);
+    AddNumbers<o_u4b>(all, KoBLOCKID_T);
+    AddNumbers<o_8b>(all, Ko8B_T);
+    AddNumbers<o_u8b>(all, KoU8B_T);
+
+    AddNullable<o_char>(all, KoNULL_1B_T);
+    AddNullable<o_u1b>(all, KoNULL_U1B_T);
+    AddNullable<o_2b>(all, KoNULL_2B_T);
+    AddNullable<o_u2b>(all, KoNULL_U2B_T);
+    AddNullable<int>(all, KoNULL_INT_T);
+    AddNullable<unsigned>(all, KoNULL_UNSIGNED_T);
+    AddNullable<o_4b>(all, KoNULL_4B_T);
+    AddNullable<o_u4b>(all, KoNULL_U4B_T);
+    AddNullable<o_float>(all, KoNULL_FLOAT_T);
+    AddNullable<o_double>(all, KoNULL_DOUBLE_T);
+    AddNullable<o_8b>(all, KoNULL_8B_T);
+    AddNullable<o_u8b>(all, KoNULL_U8B_T);
+
+    for (const o_8b number : {o_8b{0}, o_8b{-1}, std::numeric_limits<o_8b>::min(),
+                              std::numeric_limits<o_8b>::max(), o_8b{0x0102030405060708}}) {
+        all.push_back(Value(KoINT64_T, "a number", KoInt64(number)));
+        all.push_back(Value(KoNULL_KOINT64_T, "a number", KoNull_KoInt64{KoInt64(number), 0}));
+    }
+    all.push_back(Value(KoNULL_KOINT64_T, "null", KoNull_KoInt64{KoInt64(), 1}));
+
+    const unsigned short wide[] = {'1', 0x20AC, 0xFFFD, 0};
+    all.push_back(Value(KoSTRING_T, "empty", KoString()));
+    all.push_back(Value(KoSTRING_T, "empty of another code set", KoString(253, 7)));
+    all.push_back(Value(KoSTRING_T, "one character", KoString("a")));
+    all.push_back(Value(KoSTRING_T, "wildcards", KoString("*?\\*")));
+    all.push_back(Value(KoSTRING_T, "upper half", KoString("\x80\xE4\xFF")));
+    all.push_back(Value(KoSTRING_T, "16-bit", KoString(wide)));
+    all.push_back(Value(KoSTRING_T, "longest", KoString().Fill(65531, 'x')));
+    all.push_back(Value(KoSTRING_T, "longest 16-bit", KoString(253, 0).Fill(32765, wide[1])));
+    all.push_back(Value(KoSTRING_T, "null", NullText()));
+    return all;
+}
+
+/// The fixtures of one type as an array that the type made.
+class FixtureArray
+{
+public:
+    FixtureArray(const KoTypeMgr& manager, o_char id) : m_manager(manager), m_id(id)
+    {
+        for (Fixture& fixture : AllFixtures()) {
+            if (fixture.id == id)
+                m_fixtures.push_back(std::move(fixture));
+        }
+        m_data = manager.Create(id, Count());
+        for (unsigned i = 0; m_data != nullptr && i < Count(); ++i)
+            m_fixtures[i].fill((*this)[i]);
+    }
+    FixtureArray(const FixtureArray&) = delete;
+    FixtureArray& operator=(const FixtureArray&) = delete;
+    ~FixtureArray() { m_manager.Delete(m_id, m_data, Count()); }
+
+    unsigned Count() const { return static_cast<unsigned>(m_fixtures.size()); }
+    void* Data() const { return m_data; }
+    void* operator[](unsigned i) const { return m_manager.GetArrayElement(m_id, m_data, i, 0); }
+    const char* Reason(unsigned i) const { return m_fixtures[i].reason; }
+
+private:
+    const KoTypeMgr& m_manager;
+    o_char m_id;
+    std::vector<Fixture> m_fixtures;
+    void* m_data = nullptr;
+};
+
+#endif
