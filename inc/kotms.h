@@ -3,13 +3,17 @@
 
 /// Everything that the library exports.
 
+#include "_konulty.h"
 #include "kobasic.h"
 #include "koint64.h"
 #include "kostring.h"
 #include "kotmsdll.h"
+#include "kotypcmp.h"
+#include "kotypconv.h"
 #include "kotypeid.h"
 #include "kotypemgr.h"
 #include "kotypes.h"
+#include "kotyphash.h"
 
 #include <kobase.h>
 #include <kointl.h>

@@ -46,61 +46,118 @@ public:
     unsigned short GetFactory() const { return m_factory; }
 
     // ---- questions about a type
+
+    /// 1 or 0. Negative ids count as valid, as do 28 to 46 on the compatibility table.
     int IsValidType(o_char id) const;
+    /// The type name, or with a `buffer` the buffer with a copy of it; the buffer must have room.
     char* NameGet(o_char id, char* buffer = nullptr) const;
+    /// The id name, "KoSTRING_T"; else as NameGet.
     char* TypeIdNameGet(o_char id, char* buffer = nullptr) const;
+    /// Bytes of `count` elements in memory, modulo 2^16.
     unsigned short MemLenGet(o_char id, unsigned count) const;
+    /// 1 for a fixed-length type, 0 for a variable-length one.
     unsigned short IsFixed(o_char id) const;
+    /// Finds the id of a type name, case-sensitive; id names are not searched. Returns 0, or 1 with
+    /// `id` 47.
     int Name2KoTypeId(const char* name, o_char& id) const;
+    /// 1 when the type has the KoCapability, else 0. KoCAP_NULL depends on the table, the others on
+    /// the id alone.
     unsigned short SupportsCapability(o_char id, unsigned short capability) const;
     unsigned short SupportsNullValue(o_char id) const;
+    /// Element `index` of an array; null for an index of `count` and more (a count of 0 is no
+    /// bound) and for an id without a type.
     void* GetArrayElement(o_char id, void* base, unsigned index, unsigned count) const;
+    /// The text that stands for null in printed text, "{NULL}" at first; of the whole process.
     static const KoString& GetNullPrintString();
     static void SetNullPrintString(const KoString& text);
 
-    // ---- values
+    // ---- values: each of these is the function of the type; see kotypes.h
+
+    /// Array of new empty elements that Delete releases; null when memory runs out.
     void* Create(o_char id, unsigned count) const;
+    /// Releases an array of Create, DefaultValue or ConvertFrom. Returns null.
     void* Delete(o_char id, void* array, unsigned count) const;
+    /// Array of new elements with the type's default value; `flag` has no meaning so far.
     void* DefaultValue(o_char id, unsigned count, int flag) const;
+    /// Memory form to persistent form; returns the bytes written.
     unsigned Store(o_char id, void* destination, const void* source, unsigned char format,
                    unsigned count) const;
+    /// Persistent form to memory form, onto elements that exist; returns the bytes read.
     unsigned Load(o_char id, void* destination, const void* source, unsigned char format,
                   unsigned count) const;
+    /// Bytes in the persistent form `format` of elements given in `valueFormat`.
     unsigned DiskLenGet(o_char id, const void* value, unsigned char format, unsigned count,
                         unsigned char valueFormat) const;
+    /// The same of elements at the position of a memory file.
     unsigned DiskLenGetFromMemFile(o_char id, MemFile* file, unsigned char format,
                                    unsigned count) const;
+    /// Negative, 0 or positive; `status` becomes 0, or KoRC_TRUNCATED when a length ran out first.
     int Cmp(o_char id, unsigned length1, void* value1, unsigned length2, void* value2,
             unsigned short cmpOp, unsigned count, unsigned char format, int& status) const;
+    /// The same without bounds.
     int Cmp(o_char id, void* value1, void* value2, unsigned short cmpOp, unsigned count,
             unsigned char format) const;
+    /// Estimates the share of an index range that a comparison selects, and narrows the range.
+    /// `data` is not used.
     float EvalAndBound(o_char id, KoIdxBounds* bounds, unsigned short& op, void* value,
                        unsigned char format, unsigned count, KoIdxBounds* newBounds,
                        KoEvalData* data) const;
     unsigned Hash(o_char id, unsigned length, void* value, unsigned count, unsigned char format,
                   int& status) const;
+    /// From one form to another; returns the bytes produced.
     unsigned Translate(o_char id, void* destination, unsigned char destinationFormat,
                        unsigned destinationLength, void* source, unsigned char sourceFormat,
                        unsigned sourceLength, unsigned count) const;
+    /// Not 0 when the value, in memory form, is null.
     int IsNullValue(o_char id, void* value) const;
+    /// KoRC_NOT_SUPPORTED for every type.
     int DiskIsNullValue(o_char id, void* value) const;
+    /// Makes a value in memory form null. A type without a null value takes what it converts from
+    /// an empty text, or reads from "0". Returns 0, or the result of the type's own function; when
+    /// memory runs out the value stays as it was.
     int SetNullValue(o_char id, void* value);
+    /// Steps a sequence value: `kind` 'M' and 'N' advance it by one, 'O' leaves it. A value in a
+    /// persistent form is read and written in the byte order that bit 0 of the format stands for:
+    /// least significant byte first. Returns 0; KoRC_OVERFLOW with the value unchanged; or
+    /// KoRC_NOT_SUPPORTED for another kind or a type that cannot be stepped.
     int GetValue(o_char id, void* value, unsigned length, unsigned char format, unsigned char kind);
+    /// Stores a clock reading as a value of a type with KoCAP_TIMESTAMP. Returns the bytes written,
+    /// or KoRC_NOT_SUPPORTED for another type and for a null `clock`. D_TIME_T and D_TIMESTAMP_T
+    /// take the fraction for whole seconds.
     int StoreTimeStamp(o_char id, void* destination, unsigned char format, KoTimeStampRec* clock);
 
     // ---- text
+
+    /// Record of `count` texts, which the caller deletes; null when the type cannot convert or
+    /// memory runs out.
     KoTypeConvertData* ConvertTo(o_char id, void* value, unsigned count);
+    /// Array of `count` elements made from a record, which Delete releases; a missing or null text
+    /// counts as empty. The record stays the caller's, but this manager now releases its data.
     void* ConvertFrom(o_char id, KoTypeConvertData* data, unsigned count);
+    /// Appends the elements to `text`, with a comma between two; a null `format` is the type's.
+    /// Returns `text`.
     KoString& PrintToKoString(o_char id, KoString& text, void* value, const char* format,
                               unsigned count) const;
+    /// Reads leniently: what the text does not hold stays as it was. Returns `value`.
     void* ScanFromKoString(o_char id, void* value, KoString& text, const char* format,
                            unsigned count) const;
+    /// One text of all elements, each followed by a delimiter: the character of the smallest code
+    /// from 1 to 254 that occurs in none of them, or a comma. The caller releases it with
+    /// Delete(KoSTRING_T, text, 1). Null when the type cannot convert or memory runs out.
     KoString* ConvertToKoStringOld(void* value, o_char id, unsigned count);
+    /// The way back: splits at the last character of `text`, whatever it is, and empties `text`.
+    /// Elements beyond the last piece are what an empty text converts to. Null when the type cannot
+    /// convert, and, with `text` as it was, when memory runs out.
     void* ConvertFromKoStringOld(KoString* text, o_char id, unsigned count);
+    /// Reads one value strictly: the whole text must be a value of the type under `format` (null:
+    /// the type's). Returns 0; -1, with `errorAt` the position of the first character that does
+    /// not belong; or KoRC_NOT_SUPPORTED, with `errorAt` 0, for a type without a strict reader.
+    /// After a failure `value` is as it was.
     int ParseFromKoString(o_char id, void* value, const KoString& text, const char* format,
                           unsigned& errorAt) const;
 
-    // ---- the functions of a type
+    // ---- the functions of a type, null where it lacks one
+
     KoConstructFunc ConstructorPtrGet(o_char id) const;
     KoConstructFunc DestructorPtrGet(o_char id) const;
     KoAssignFunc AssignmentPtrGet(o_char id) const;
@@ -111,9 +168,13 @@ public:
     KoNullFunc SetNullPtrGet(o_char id) const;
     KoTypeCmpFunc CmpFuncPtrGet(o_char id) const;
     using KoComparePtr = int (*)(void* value1, void* value2);
+    /// Null for every type.
     KoComparePtr ComparePtrGet(o_char id) const;
 
-    // ---- replacement, for every manager of the process
+    // ---- replacement, for every manager of the process. Each returns what was there before; null
+    // only asks. An id without a type answers as the reserved type and changes nothing.
+
+    /// The caller keeps `format` alive.
     const char* ExchangeFormat(o_char id, const char* format);
     KoTypeCmpFunc ExchangeKoTypeCmpFunc(o_char id, KoTypeCmpFunc function);
     KoPrintFunc ExchangePrintToKoStringFunc(o_char id, KoPrintFunc function);
