@@ -289,9 +289,11 @@ TEST(TypeSanity, ArraysAreMadeCopiedAndAssigned)
         const Array byDefault{manager, id, manager.DefaultValue(id, count, 0), count};
         ASSERT_NE(byDefault.data, nullptr);
         KoTypeMgr writable(manager);
-        const Array none{manager, id, writable.ConvertFrom(id, nullptr, count), count};
-        ASSERT_NE(none.data, nullptr);
-        EXPECT_EQ(stored(byDefault.data), stored(none.data)) << "what no text converts to";
+        const std::unique_ptr<KoTypeConvertData> texts(
+            KoTypeConvertData::Make(KoSTRING_T, count, manager.Create(KoSTRING_T, count), nullptr));
+        const Array fromTexts{manager, id, writable.ConvertFrom(id, texts.get(), count), count};
+        ASSERT_NE(fromTexts.data, nullptr);
+        EXPECT_EQ(stored(byDefault.data), stored(fromTexts.data)) << "from empty texts";
     });
 }
 
