@@ -264,7 +264,7 @@ TEST(BaseAssert, GoesToTheHandlerAndReturns)
 }
 
 std::size_t g_missing;
-int g_failAt; // the allocation that fails, counted from 1
+int g_failAt; // the allocation that fails, counted from 1; one of size 0 never succeeds
 
 // An allocator that fails at the g_failAt-th allocation, and a handler that notes the size and
 // returns; the process's own come back at the end.
@@ -274,8 +274,9 @@ public:
     FailingHeap() : m_handler(KoSetMemoryHandler([](std::size_t size) { g_missing = size; }))
     {
         g_missing = 0;
-        KoSetAllocator([](std::size_t size) { return --g_failAt ? std::malloc(size) : nullptr; },
-                       std::free);
+        KoSetAllocator(
+            [](std::size_t size) { return size && --g_failAt ? std::malloc(size) : nullptr; },
+            std::free);
     }
     FailingHeap(const FailingHeap&) = delete;
     FailingHeap& operator=(const FailingHeap&) = delete;
