@@ -1,0 +1,180 @@
+#include <_konulty.h>
+#include <kotms.h>
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <vector>
+
+namespace
+{
+
+using Bytes = std::vector<unsigned char>;
+
+TEST(NullTypes, StoredForms)
+{
+    const struct {
+        const char* reason;
+        KoNull_char element;
+        unsigned char format;
+        Bytes stored;
+    } stores[] = {
+        {"every indicator is stored as 1", {65, 7}, KoFMT_LITTLE, {1, 65}},
+        {"bit 3 puts it last", {65, 7}, KoFMT_MEMORY, {65, 1}},
+        {"negative indicator", {65, -1}, KoFMT_BIG, {1, 65}},
+        {"not null", {65, 0}, 0x09, {65, 0}},
+    };
+    const KoTypeMgr manager;
+    int status;
+    KoNull_char null = {65, 1};
+    EXPECT_EQ(manager.Hash(KoNULL_1B_T, 0, &null, 1, KoFMT_MEMORY, status),
+              0x4E554C4CU * 1103515245U)
+        << "stored too, and the value beside null plays no part";
+    for (const auto& row : stores) {
+        Bytes stored(2);
+        EXPECT_EQ(manager.Store(KoNULL_1B_T, stored.data(), &row.element, row.format, 1), 2U);
+        EXPECT_EQ(stored, row.stored) << row.reason;
+    }
+
+    const struct {
+        const char* reason;
+        Bytes stored;
+        unsigned char format;
+        o_char value;
+        signed char null;
+    } loads[] = {
+        {"1 is null, whatever stands beside it", {1, 65}, KoFMT_LITTLE, 0, 1},
+        {"2 is not", {2, 65}, KoFMT_LITTLE, 65, 0},
+        {"nor is 255", {255, 65}, KoFMT_BIG, 65, 0},
+        {"bit 3 looks for it at the end", {65, 1}, KoFMT_MEMORY, 0, 1},
+        {"and takes the first byte for the value", {1, 65}, KoFMT_MEMORY, 1, 0},
+    };
+    for (const auto& row : loads) {
+        KoNull_char element = {9, 9};
+        EXPECT_EQ(manager.Load(KoNULL_1B_T, &element, row.stored.data(), row.format, 1), 2U);
+        EXPECT_EQ(element.value, row.value) << row.reason;
+        EXPECT_EQ(element.null, row.null) << row.reason;
+    }
+}
+
+TEST(NullTypes, KoInt64KeepsItsHalves)
+{
+    const KoTypeMgr manager;
+    const KoNull_KoInt64 elements[] = {{KoInt64(0x0102030405060708), 0}, {KoInt64(0), 1}};
+    const struct {
+        unsigned char format;
+        Bytes stored;
+    } rows[] = {
+        {KoFMT_LITTLE, {0, 8, 7, 6, 5, 4, 3, 2, 1, 1, 0, 0, 0, 0, 0, 0, 0, 0}},
+        {KoFMT_BIG, {0, 5, 6, 7, 8, 1, 2, 3, 4, 1, 0, 0, 0, 0, 0, 0, 0, 0}},
+    };
+    int status;
+    KoNull_8b same = {0x0102030405060708, 0};
+    const unsigned hash = manager.Hash(KoNULL_8B_T, 0, &same, 1, KoFMT_MEMORY, status);
+    for (const auto& row : rows) {
+        Bytes stored(18);
+        EXPECT_EQ(manager.Store(KoNULL_KOINT64_T, stored.data(), elements, row.format, 2), 18U);
+        EXPECT_EQ(stored, row.stored);
+        KoNull_KoInt64 loaded[2] = {};
+        EXPECT_EQ(manager.Load(KoNULL_KOINT64_T, loaded, stored.data(), row.format, 2), 18U);
+        EXPECT_EQ(loaded[0].value.Get8b(), elements[0].value.Get8b());
+        EXPECT_EQ(loaded[1].IsNullValue(), 1);
+        EXPECT_EQ(manager.Cmp(KoNULL_KOINT64_T, stored.data() + 9, stored.data(), 0, 1, row.format),
+                  -1);
+        EXPECT_EQ(manager.Hash(KoNULL_KOINT64_T, 0, stored.data(), 1, row.format, status), hash);
+    }
+}
+
+int assertions;
+const char* assertedText;
+
+TEST(NullTypes, RelationOfTwoOperands)
+{
+    const KoAssertHandler before =
+        KoSetAssertHandler([](const char* text, const char* file, int line) {
+            assertedText = text;
+            EXPECT_STREQ(file, "_konulty");
+            EXPECT_EQ(line, 168);
+            ++assertions;
+        });
+    const struct {
+        int relation, order, assertions;
+    } rows[] = {{0, 0, 0}, {1, -1, 0}, {2, 1, 0}, {3, -2, 1}, {4, -2, 0}, {-1, -2, 0}};
+    for (const auto& row : rows) {
+        assertions = 0;
+        EXPECT_EQ(KoNullRelationOrder(row.relation), row.order) << row.relation;
+        EXPECT_EQ(assertions, row.assertions) << row.relation;
+    }
+    EXPECT_STREQ(assertedText, "nr != unknown");
+    KoSetAssertHandler(before);
+}
+
+KoString NullString()
+{
+    KoString text;
+    text.SetNullValue();
+    return text;
+}
+
+TEST(NullTypes, TextsThatMeanNull)
+{
+    const unsigned short wide[] = {'{', 'N', 'U', 'L', 'L', '}', 0};
+    const struct {
+        const char* reason;
+        KoString text;
+        bool scansAsNull, parsesAsNull;
+        int parsed; ///< otherwise: result of the strict reader
+    } rows[] = {
+        {"null string", NullString(), true, true, 0},
+        {"empty", KoString(), true, true, 0},
+        {"null print string", KoString("{NULL}"), true, true, 0},
+        {"in 16-bit characters", KoString(wide), true, true, 0},
+        {"null print string and more", KoString("{NULL} 1"), true, false, -1},
+        {"part of it", KoString("{NULL"), false, false, -1},
+        {"a number", KoString("5"), false, false, 0},
+    };
+    const KoTypeMgr manager;
+    for (const auto& row : rows) {
+        KoNull_int element = {3, 0};
+        KoString text = row.text;
+        manager.ScanFromKoString(KoNULL_INT_T, &element, text, nullptr, 1);
+        EXPECT_EQ(element.null, row.scansAsNull) << row.reason;
+        element = {3, 0};
+        unsigned errorAt = 0;
+        EXPECT_EQ(manager.ParseFromKoString(KoNULL_INT_T, &element, row.text, nullptr, errorAt),
+                  row.parsed)
+            << row.reason;
+        EXPECT_EQ(element.null, row.parsesAsNull) << row.reason;
+        if (row.parsed != 0) {
+            EXPECT_EQ(element.value, 3) << row.reason;
+        }
+    }
+    KoNull_int element = {3, 1};
+    KoString noNumber("apples");
+    manager.ScanFromKoString(KoNULL_INT_T, &element, noNumber, nullptr, 1);
+    EXPECT_EQ(element.null, 1) << "a text that holds no number changes nothing";
+}
+
+TEST(NullTypes, PrintAndScanArrays)
+{
+    KoTypeMgr manager;
+    KoNull_short elements[] = {{-5, 0}, {0, 1}, {7, 0}};
+    KoString text;
+    manager.PrintToKoString(KoNULL_2B_T, text, elements, "%03d", 3);
+    EXPECT_STREQ(text.StrGet(), "-05,{NULL},007");
+    KoNull_short back[3] = {};
+    manager.ScanFromKoString(KoNULL_2B_T, back, text, "%d", 3);
+    for (unsigned i = 0; i < 3; ++i) {
+        EXPECT_EQ(back[i].value, elements[i].value) << i;
+        EXPECT_EQ(back[i].null, elements[i].null) << i;
+    }
+
+    const KoString before = KoTypeMgr::GetNullPrintString();
+    KoTypeMgr::SetNullPrintString(KoString("-"));
+    text = KoString();
+    manager.PrintToKoString(KoNULL_2B_T, text, &elements[1], nullptr, 1);
+    EXPECT_STREQ(text.StrGet(), "-");
+    KoTypeMgr::SetNullPrintString(before);
+}
+
+} // namespace
