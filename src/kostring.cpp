@@ -21,13 +21,21 @@ unsigned KoUnitsBeforeZero(const char* text, unsigned width, unsigned limit)
         return zero == nullptr ? limit
                                : static_cast<unsigned>(static_cast<const char*>(zero) - text);
     }
-    for (unsigned i = 0; i < limit; ++i) {
-        o_u2b unit;
-        std::memcpy(&unit, text + std::size_t{i} * 2, 2);
-        if (unit == 0)
-            return i;
+    unsigned i = 0;
+    for (; i + 4 <= limit; i += 4) {
+        o_u8b four;
+        std::memcpy(&four, text + std::size_t{i} * 2, sizeof four);
+        // Set in the top bit of some unit exactly when one of the four is zero.
+        if (((four - 0x0001000100010001U) & ~four & 0x8000800080008000U) != 0)
+            break;
     }
-    return limit;
+    for (; i < limit; ++i) {
+        o_u2b unit;
+        std::memcpy(&unit, text + std::size_t{i} * 2, sizeof unit);
+        if (unit == 0)
+            break;
+    }
+    return i;
 }
 
 KoString::Piece KoString::Piece::Of(const char* s, unsigned limit)

@@ -1,8 +1,7 @@
 #include "kostringprint.h"
 #include "kostringrecord.h"
+#include "kotranslate.h"
 #include "kovalueops.h"
-
-#include <algorithm>
 
 namespace
 {
@@ -13,18 +12,6 @@ void AssertTranslate(bool holds, const char* text)
 {
     if (!holds)
         KORA_assert(text, "src\\kotypes", kTranslateLine);
-}
-
-/// From one buffer to another, as the scalar types do it.
-unsigned CopyStored(void* destination, unsigned destinationLength, const void* source,
-                    unsigned sourceLength)
-{
-    const unsigned copied = std::min(sourceLength, destinationLength);
-    if (copied > 0)
-        std::memmove(destination, source, copied);
-    if (copied < destinationLength)
-        std::memset(static_cast<char*>(destination) + copied, 0, destinationLength - copied);
-    return copied;
 }
 
 /// The string type. `Ops` names the functions in which the two string types differ.
@@ -67,7 +54,7 @@ struct StringOpsBase : ValueOps<KoString, Ops> {
             AssertTranslate(false, "format combination not supported");
             return 0;
         }
-        return CopyStored(destination, destinationLength, source, sourceLength);
+        return KoCopyPersistent(destination, destinationLength, source, sourceLength);
     }
 
     static KoTypeConvertData* ConvertTo(void* value, unsigned count)
