@@ -41,13 +41,13 @@ struct NullElementForm {
 /// A persistent element is the value in the base type's form and an indicator byte, 1 or 0. The
 /// indicator stands first; under a format with bit 3 it stands last.
 template <class Base, KoTypeId id>
-struct NullOps : ValueOps<KoNull<typename Base::Value>, NullOps<Base, id>> {
+struct NullOps : ElementOps<KoNull<typename Base::Value>, NullOps<Base, id>, id> {
     using T = typename Base::Value;
     using Element = KoNull<T>;
     using Text = ScalarText<Base>;
     using Encoder = typename Base::Encoder;
     static constexpr unsigned kStoredSize = Base::kSize + 1;
-    static_assert(sizeof(T) == Base::kSize && sizeof(Element) == koTypeRows[id].memLen);
+    static_assert(sizeof(T) == Base::kSize);
     static_assert(alignof(Element) == alignof(T) && offsetof(Element, null) == sizeof(T));
 
     static unsigned Store(void* destination, const void* source, unsigned char format,
@@ -118,77 +118,46 @@ struct NullOps : ValueOps<KoNull<typename Base::Value>, NullOps<Base, id>> {
             });
     }
 
-    static KoTypeConvertData* ConvertTo(void* value, unsigned count)
+    static KoString ToText(const Element& element)
     {
-        const auto* elements = static_cast<const Element*>(value);
-        return MakeTextRecord(count, [=](KoString& text, unsigned i) {
-            if (elements[i].null != 0)
-                text.SetNullValue();
-            else
-                text << Text::ToText(elements[i].value);
-        });
+        if (element.null == 0)
+            return Text::ToText(element.value);
+        KoString text;
+        text.SetNullValue();
+        return text;
     }
-    static void* ConvertFrom(KoTypeConvertData* data, unsigned count)
+    static void FromText(Element& element, const KoString* text)
     {
-        return ReadTextRecord<NullOps, Element>(data, count,
-                                                [](Element& element, const KoString* text) {
-                                                    if (text == nullptr || text->IsEmpty())
-                                                        element.SetNullValue();
-                                                    else
-                                                        element = Element{Text::FromText(*text), 0};
-                                                });
+        if (text == nullptr || text->IsEmpty())
+            element.SetNullValue();
+        else
+            element = Element{Text::FromText(*text), 0};
     }
-
-    static unsigned Translate(void* destination, unsigned char destinationFormat,
-                              unsigned destinationLength, void* source, unsigned char sourceFormat,
-                              unsigned sourceLength, unsigned count)
+    static void PrintOne(KoString& text, const Element& element, const char* format)
     {
-        return KoTranslateElements<NullOps>(sizeof(Element), destination, destinationFormat,
-                                            destinationLength, source, sourceFormat, sourceLength,
-                                            count);
+        if (element.null != 0)
+            text += KoTypeMgr::GetNullPrintString();
+        else
+            KoAppendNumber(text, element.value, format);
     }
-
-    static KoString& Print(KoString& text, void* value, const char* format, unsigned count)
+    static void ScanOne(Element& element, const KoString& text, const char* format)
     {
-        format = FormatOr(format);
-        const auto* elements = static_cast<const Element*>(value);
-        return KoPrintElements(text, count, [=](KoString& to, unsigned i) {
-            if (elements[i].null != 0)
-                to += KoTypeMgr::GetNullPrintString();
-            else
-                Text::Print(to, elements[i].value, format);
-        });
+        if (KoIsNullText(text, false))
+            element.SetNullValue();
+        else if (Text::Scan(element.value, text, format))
+            element.null = 0;
     }
-    static void* Scan(void* value, KoString& text, const char* format, unsigned count)
+    static int ParseOne(Element& element, const KoString& text, const char* format,
+                        unsigned& errorAt)
     {
-        format = FormatOr(format);
-        auto* elements = static_cast<Element*>(value);
-        KoScanElements(text, count, [=](const KoString& from, unsigned i) {
-            if (KoIsNullText(from, false)) {
-                elements[i].SetNullValue();
-                return;
-            }
-            if (Text::Scan(elements[i].value, from, format))
-                elements[i].null = 0;
-        });
-        return value;
-    }
-    static int Parse(void* value, const KoString& text, const char* format, unsigned& errorAt)
-    {
-        auto& element = *static_cast<Element*>(value);
         if (KoIsNullText(text, true)) {
             element.SetNullValue();
             return 0;
         }
-        const int result = Text::Parse(element.value, text, FormatOr(format), errorAt);
+        const int result = Text::Parse(element.value, text, format, errorAt);
         if (result == 0)
             element.null = 0;
         return result;
-    }
-
-    static const char* FormatOr(const char* format)
-    {
-        return format != nullptr ? format : koTypeRows[id].printFormat;
     }
 };
 

@@ -1,9 +1,8 @@
 #ifndef KOSCALAROPS_H
 #define KOSCALAROPS_H
 
+#include "koelementops.h"
 #include "koscalartext.h"
-#include "kotranslate.h"
-#include "kovalueops.h"
 
 /// Steps a sequence value of an integer type; see KoGetValueFunc.
 template <class T>
@@ -31,11 +30,10 @@ int KoStepSequence(void* value, unsigned char format, unsigned char kind)
 
 /// The operations of a plain scalar type.
 template <class Type>
-struct ScalarOps : ValueOps<typename Type::Value, ScalarOps<Type>> {
+struct ScalarOps : ElementOps<typename Type::Value, ScalarOps<Type>, Type::kId> {
     using T = typename Type::Value;
     using Text = ScalarText<Type>;
     using Encoder = typename Type::Encoder;
-    static_assert(sizeof(T) == koTypeRows[Type::kId].memLen);
 
     static unsigned Store(void* destination, const void* source, unsigned char format,
                           unsigned count)
@@ -58,47 +56,22 @@ struct ScalarOps : ValueOps<typename Type::Value, ScalarOps<Type>> {
         return Encoder::SizeGet(nullptr, KoFMT_MEMORY, format & KoFMT_ORDER_MASK, count);
     }
 
-    static KoTypeConvertData* ConvertTo(void* value, unsigned count)
+    static KoString ToText(const T& element) { return Text::ToText(element); }
+    static void FromText(T& element, const KoString* text)
     {
-        const auto* elements = static_cast<const T*>(value);
-        return MakeTextRecord(
-            count, [=](KoString& text, unsigned i) { text << Text::ToText(elements[i]); });
+        element = Text::FromText(text != nullptr ? *text : KoString::EmptyString());
     }
-    static void* ConvertFrom(KoTypeConvertData* data, unsigned count)
+    static void PrintOne(KoString& text, const T& element, const char* format)
     {
-        return ReadTextRecord<ScalarOps, T>(data, count, [](T& element, const KoString* text) {
-            element = Text::FromText(text != nullptr ? *text : KoString::EmptyString());
-        });
+        KoAppendNumber(text, element, format);
     }
-
-    static unsigned Translate(void* destination, unsigned char destinationFormat,
-                              unsigned destinationLength, void* source, unsigned char sourceFormat,
-                              unsigned sourceLength, unsigned count)
+    static void ScanOne(T& element, const KoString& text, const char* format)
     {
-        return KoTranslateElements<ScalarOps>(sizeof(T), destination, destinationFormat,
-                                              destinationLength, source, sourceFormat, sourceLength,
-                                              count);
+        Text::Scan(element, text, format);
     }
-
-    static KoString& Print(KoString& text, void* value, const char* format, unsigned count)
+    static int ParseOne(T& element, const KoString& text, const char* format, unsigned& errorAt)
     {
-        format = FormatOr(format);
-        const auto* elements = static_cast<const T*>(value);
-        return KoPrintElements(
-            text, count, [=](KoString& to, unsigned i) { Text::Print(to, elements[i], format); });
-    }
-    static void* Scan(void* value, KoString& text, const char* format, unsigned count)
-    {
-        format = FormatOr(format);
-        auto* elements = static_cast<T*>(value);
-        KoScanElements(text, count, [=](const KoString& from, unsigned i) {
-            Text::Scan(elements[i], from, format);
-        });
-        return value;
-    }
-    static int Parse(void* value, const KoString& text, const char* format, unsigned& errorAt)
-    {
-        return Text::Parse(*static_cast<T*>(value), text, FormatOr(format), errorAt);
+        return Text::Parse(element, text, format, errorAt);
     }
 
     static int GetValue(void* value, unsigned, unsigned char format, unsigned char kind)
@@ -107,11 +80,6 @@ struct ScalarOps : ValueOps<typename Type::Value, ScalarOps<Type>> {
             return KoStepSequence<T>(value, format, kind);
         else
             return KoRC_NOT_SUPPORTED;
-    }
-
-    static const char* FormatOr(const char* format)
-    {
-        return format != nullptr ? format : koTypeRows[Type::kId].printFormat;
     }
 };
 

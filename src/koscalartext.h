@@ -86,11 +86,6 @@ struct ScalarText {
         }
     }
 
-    static void Print(KoString& text, T value, const char* format)
-    {
-        KoAppendNumber(text, value, format);
-    }
-
     /// False, with the value as it was, where the text holds none.
     static bool Scan(T& value, const KoString& text, const char* format)
     {
@@ -114,39 +109,5 @@ struct ScalarText {
         }
     }
 };
-
-/// Appends the texts of `count` elements, with a comma between two; `print(text, i)` appends one.
-template <class Print>
-KoString& KoPrintElements(KoString& text, unsigned count, Print print)
-{
-    for (unsigned i = 0; i < count; ++i) {
-        if (i > 0)
-            text << ',';
-        print(text, i);
-    }
-    return text;
-}
-
-/// Reads `count` elements from texts with a comma between two; `scan(text, i)` reads one. A single
-/// element takes the whole text; elements beyond the last comma get an empty one.
-template <class Scan>
-void KoScanElements(const KoString& text, unsigned count, Scan scan)
-{
-    if (count == 1) {
-        scan(text, 0U);
-        return;
-    }
-    const KoNarrowText narrow(text);
-    std::size_t at = 0;
-    for (unsigned i = 0; i < count; ++i) {
-        std::size_t end = at;
-        while (end < narrow.Length() && narrow.Data()[end] != ',')
-            ++end;
-        scan(at < end ? text.Copy(static_cast<unsigned short>(at), static_cast<short>(end - at))
-                      : KoString(),
-             i);
-        at = std::min(end + 1, narrow.Length());
-    }
-}
 
 #endif

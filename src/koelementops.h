@@ -1,0 +1,115 @@
+#ifndef KOELEMENTOPS_H
+#define KOELEMENTOPS_H
+
+#include "konumstring.h"
+#include "kotranslate.h"
+#include "kovalueops.h"
+
+#include <algorithm>
+#include <cstring>
+
+/// Appends the texts of `count` elements, with a comma between two; `print(text, i)` appends one.
+template <class Print>
+KoString& KoPrintElements(KoString& text, unsigned count, Print print)
+{
+    for (unsigned i = 0; i < count; ++i) {
+        if (i > 0)
+            text << ',';
+        print(text, i);
+    }
+    return text;
+}
+
+/// Reads `count` elements from texts with a comma between two; `scan(text, i)` reads one. A single
+/// element takes the whole text; elements beyond the last comma get an empty one.
+template <class Scan>
+void KoScanElements(const KoString& text, unsigned count, Scan scan)
+{
+    if (count == 1) {
+        scan(text, 0U);
+        return;
+    }
+    const KoNarrowText narrow(text);
+    std::size_t at = 0;
+    for (unsigned i = 0; i < count; ++i) {
+        const void* comma = std::memchr(narrow.Data() + at, ',', narrow.Length() - at);
+        const std::size_t end =
+            comma == nullptr
+                ? narrow.Length()
+                : static_cast<std::size_t>(static_cast<const char*>(comma) - narrow.Data());
+        scan(at < end ? text.Copy(static_cast<unsigned short>(at), static_cast<short>(end - at))
+                      : KoString(),
+             i);
+        at = std::min(end + 1, narrow.Length());
+    }
+}
+
+/// What is the same for types of elements of a fixed length without owned parts, over operations on
+/// one element:
+///
+///     static KoString ToText(const T& element);         // FromText makes the same value of it
+///     static void FromText(T& element, const KoString* text);  // null: no text
+///     static void PrintOne(KoString& text, const T& element, const char* format);
+///     static void ScanOne(T& element, const KoString& text, const char* format);
+///     static int ParseOne(T& element, const KoString& text, const char* format,
+///                         unsigned& errorAt);
+///
+/// and over `Store` and `Load`.
+template <class T, class Ops, KoTypeId id>
+struct ElementOps : ValueOps<T, Ops> {
+    static_assert(sizeof(T) == koTypeRows[id].memLen);
+
+    static KoTypeConvertData* ConvertTo(void* value, unsigned count)
+    {
+        const auto* elements = static_cast<const T*>(value);
+        return MakeTextRecord(count, [=](KoString& text, unsigned i) {
+            const KoString made = Ops::ToText(elements[i]);
+            if (made.IsNullValue())
+                text.SetNullValue();
+            else
+                text += made; // in the code set of the new text
+        });
+    }
+    static void* ConvertFrom(KoTypeConvertData* data, unsigned count)
+    {
+        return ReadTextRecord<Ops, T>(
+            data, count, [](T& element, const KoString* text) { Ops::FromText(element, text); });
+    }
+
+    static unsigned Translate(void* destination, unsigned char destinationFormat,
+                              unsigned destinationLength, void* source, unsigned char sourceFormat,
+                              unsigned sourceLength, unsigned count)
+    {
+        return KoTranslateElements<Ops>(sizeof(T), destination, destinationFormat,
+                                        destinationLength, source, sourceFormat, sourceLength,
+                                        count);
+    }
+
+    static KoString& Print(KoString& text, void* value, const char* format, unsigned count)
+    {
+        format = FormatOr(format);
+        const auto* elements = static_cast<const T*>(value);
+        return KoPrintElements(
+            text, count, [=](KoString& to, unsigned i) { Ops::PrintOne(to, elements[i], format); });
+    }
+    static void* Scan(void* value, KoString& text, const char* format, unsigned count)
+    {
+        format = FormatOr(format);
+        auto* elements = static_cast<T*>(value);
+        KoScanElements(text, count, [=](const KoString& from, unsigned i) {
+            Ops::ScanOne(elements[i], from, format);
+        });
+        return value;
+    }
+    static int Parse(void* value, const KoString& text, const char* format, unsigned& errorAt)
+    {
+        return Ops::ParseOne(*static_cast<T*>(value), text, FormatOr(format), errorAt);
+    }
+
+    static const char* FormatOr(const char* format)
+    {
+        return format != nullptr ? format : koTypeRows[id].printFormat;
+    }
+};
+
+#endif
