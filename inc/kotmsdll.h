@@ -27,8 +27,16 @@ KOTMS_API void GetKoTypeMgrInfo(const char** compiler, o_u4b* compilerVersion,
                                 const char** description, const char** buildDate,
                                 const char** moduleName);
 
+// A reference is fine behind a C name: callers are C++, and it is passed as a pointer.
+#if defined(__clang__)
+#pragma clang diagnostic push
+#pragma clang diagnostic ignored "-Wreturn-type-c-linkage"
+#endif
 /// The options of the process, at first 0. Bit 0: KoString reads integers as decimal only.
 KOTMS_API o_4b& ___KoTypeMgrOptions();
+#if defined(__clang__)
+#pragma clang diagnostic pop
+#endif
 
 /// `create` non-zero: sets up the internationalisation context, then a default type manager with
 /// factory 5 (none when memory runs out, and no message). A manager that was registered before is

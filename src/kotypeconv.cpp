@@ -18,13 +18,14 @@ KoTypeConvertData* KoTypeConvertData::Make(o_char typeId, unsigned count, void* 
 
 KoTypeConvertData::~KoTypeConvertData()
 {
+    // The memory is read after the record's end, so the stores must not be taken for dead ones.
+    auto& left = const_cast<volatile KoTypeConvertData&>(*this);
     if (manager != nullptr && data != nullptr) {
         manager->Delete(typeId, data, count);
-        data = nullptr;
+        left.data = nullptr;
     }
-    // The memory is read after the record's end, so these stores must not be taken for dead ones.
-    const_cast<volatile o_char&>(typeId) = 100;
-    const_cast<volatile o_u4b&>(count) = 0;
+    left.typeId = 100;
+    left.count = 0;
 }
 
 KoString* KoTypeConvertData::GetString(int index) const
