@@ -7,6 +7,7 @@
 
 #include <koencode.h>
 
+#include <cmath>
 #include <concepts>
 #include <limits>
 
@@ -95,8 +96,8 @@ struct ScalarType {
     static int Order(T a, T b) noexcept
     {
         if constexpr (std::floating_point<T>) {
-            if (a != a || b != b)
-                return static_cast<int>(a == a) - static_cast<int>(b == b);
+            if (std::isnan(a) || std::isnan(b))
+                return static_cast<int>(std::isnan(b)) - static_cast<int>(std::isnan(a));
         }
         return KoOrder(a, b);
     }

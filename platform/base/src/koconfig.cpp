@@ -24,7 +24,8 @@ constinit Setting* g_settings = nullptr;
 Setting** Find(const char* category, const char* key)
 {
     Setting** link = &g_settings;
-    while (*link && (std::strcmp((*link)->category, category) || std::strcmp((*link)->key, key)))
+    while (*link != nullptr && (std::strcmp((*link)->category, category) != 0 ||
+                                std::strcmp((*link)->key, key) != 0))
         link = &(*link)->next;
     return link;
 }
