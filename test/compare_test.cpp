@@ -135,9 +135,11 @@ TEST(Compare, AgreesWithThePlainWalk)
     const Byte contents[] = {0, 0, 1, 0x7F, 0x80, 0xFF};
     for (const Member& member : members) {
         SCOPED_TRACE(member.name);
+#if !defined(_WIN32) // there the address seen from outside is that of the import's jump
         if (member.function != nullptr) {
             EXPECT_EQ(manager.CmpFuncPtrGet(member.id), member.function);
         }
+#endif
         for (int round = 0; round < 3000; ++round) {
             const Byte format = formats[below(std::size(formats))];
             const unsigned size = (format & 8) != 0 ? member.memorySize : member.storedSize;

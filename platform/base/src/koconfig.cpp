@@ -24,8 +24,8 @@ constinit Setting* g_settings = nullptr;
 Setting** Find(const char* category, const char* key)
 {
     Setting** link = &g_settings;
-    while (*link != nullptr && (std::strcmp((*link)->category, category) != 0 ||
-                                std::strcmp((*link)->key, key) != 0))
+    while (*link != nullptr &&
+           (std::strcmp((*link)->category, category) != 0 || std::strcmp((*link)->key, key) != 0))
         link = &(*link)->next;
     return link;
 }
