@@ -1,8 +1,6 @@
 #include "kotypeslot.h"
 #include "kovalueops.h"
 
-#include <cstring>
-
 // ---- process-wide texts
 
 namespace

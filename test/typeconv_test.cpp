@@ -1,0 +1,264 @@
+#include "failing_heap.h"
+#include "fixtures.h"
+#include "scoped_type.h"
+
+#include <kotms.h>
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+std::string Text(const KoString& text)
+{
+    return text.StrGet();
+}
+
+TEST(TypeText, PrintsArraysElementByElement)
+{
+    const KoTypeMgr manager;
+    const ScopedType type(KoU1B_T);
+    const auto print = [](KoString& text, void* value, const char* format,
+                          unsigned count) -> KoString& {
+        text << format;
+        for (unsigned i = 0; i < count; ++i)
+            text << static_cast<int>(static_cast<o_u1b*>(value)[i]);
+        return text;
+    };
+    type->printToKoString = print;
+    o_u1b values[] = {1, 22, 3};
+    struct {
+        const char* before;
+        const char* format;
+        unsigned count;
+        const char* after;
+        const char* reason;
+    } const rows[] = {
+        {"", "d", 3, "d1,d22,d3", "commas between the elements"},
+        {"x", "d", 3, "xd1,d22,d3", "appended to what stands there"},
+        {"x", "d", 1, "xd1", "one element"},
+        {"x", "d", 0, "xd", "none: the function decides"},
+        {"", nullptr, 2, "%c1,%c22", "the type's own format"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.reason);
+        KoString text(row.before);
+        EXPECT_EQ(&manager.PrintToKoString(KoU1B_T, text, values, row.format, row.count), &text);
+        EXPECT_EQ(Text(text), row.after);
+    }
+
+    type->printToKoString = nullptr;
+    KoString kept("kept");
+    EXPECT_EQ(Text(manager.PrintToKoString(KoU1B_T, kept, values, "d", 3)), "kept");
+}
+
+TEST(TypeText, ScansAndParsesWithTheTypesFormat)
+{
+    KoTypeMgr manager;
+    const ScopedType type(KoBLOCKID_T);
+    type->scanFromKoString = [](void* value, KoString&, const char* format, unsigned count) {
+        *static_cast<std::string*>(value) = format + std::to_string(count);
+        return value;
+    };
+    std::string seen;
+    KoString text("1");
+    EXPECT_EQ(manager.ScanFromKoString(KoBLOCKID_T, &seen, text, "f", 2), &seen);
+    EXPECT_EQ(seen, "f2");
+    manager.ScanFromKoString(KoBLOCKID_T, &seen, text, nullptr, 1);
+    EXPECT_EQ(seen, "#%lu1");
+    type->scanFromKoString = nullptr;
+    EXPECT_EQ(manager.ScanFromKoString(KoBLOCKID_T, &seen, text, "f", 2), &seen);
+    EXPECT_EQ(seen, "#%lu1");
+
+    for (const int id : {46, 47, -1, 120}) {
+        unsigned errorAt = 9;
+        EXPECT_EQ(manager.ParseFromKoString(static_cast<o_char>(id), &seen, text, nullptr, errorAt),
+                  KoRC_NOT_SUPPORTED);
+        EXPECT_EQ(errorAt, 0U) << id;
+    }
+}
+
+TEST(TypeText, PrintsCharactersAsOneText)
+{
+    const KoTypeMgr manager;
+    char letters[] = "abc";
+    KoString text("<");
+    EXPECT_EQ(Text(manager.PrintToKoString(Ko1B_T, text, letters, nullptr, 3)), "<abc");
+    const ScopedType type(Ko1B_T);
+    type->printToKoString = koCurrentTypeTable.entry[KoU1B_T]->printToKoString;
+    KoString single;
+    EXPECT_EQ(Text(manager.PrintToKoString(Ko1B_T, single, letters, nullptr, 3)), "a,b,c")
+        << "it is the function that takes arrays, not the type";
+    o_4b numbers[] = {1, 2, 3};
+    EXPECT_EQ(Text(manager.PrintToKoString(Ko4B_T, text, numbers, "%ld", 3)), "<abc1,2,3");
+}
+
+TEST(ConvertData, GivesTextsAndReleasesItsData)
+{
+    KoTypeMgr manager;
+    struct {
+        o_char typeId;
+        unsigned count;
+        bool hasData;
+        int index;
+        int text; ///< index of the answer, -1 for null
+        const char* reason;
+    } const rows[] = {
+        {KoSTRING_T, 2, true, 1, 1, "within"},
+        {KoSTRING_T, 2, true, 2, -1, "behind the last"},
+        {KoSTRING_T, 2, true, -1, -1, "before the first"},
+        {KoDOUBLE_T, 2, true, 0, -1, "no texts"},
+        {KoSTRING_T, 2, false, 0, -1, "no data"},
+    };
+    KoString texts[2];
+    for (const auto& row : rows) {
+        const std::unique_ptr<KoTypeConvertData> record(
+            KoTypeConvertData::Make(row.typeId, row.count, row.hasData ? texts : nullptr, nullptr));
+        EXPECT_EQ(record->GetString(row.index), row.text < 0 ? nullptr : texts + row.text)
+            << row.reason;
+    }
+
+    // What a record leaves in its memory, with and without a manager that releases the data.
+    for (KoTypeMgr* owner : {&manager, static_cast<KoTypeMgr*>(nullptr)}) {
+        void* data = manager.Create(KoSTRING_T, 3);
+        alignas(KoTypeConvertData) unsigned char memory[sizeof(KoTypeConvertData)];
+        auto* record = ::new (memory) KoTypeConvertData{owner, data, 3, KoSTRING_T};
+        record->~KoTypeConvertData();
+        void* left;
+        o_u4b count;
+        std::memcpy(&left, memory + offsetof(KoTypeConvertData, data), sizeof left);
+        std::memcpy(&count, memory + offsetof(KoTypeConvertData, count), sizeof count);
+        EXPECT_EQ(left, owner != nullptr ? nullptr : data);
+        EXPECT_EQ(count, 0U);
+        EXPECT_EQ(memory[offsetof(KoTypeConvertData, typeId)], 100);
+        if (owner == nullptr)
+            manager.Delete(KoSTRING_T, data, 3);
+    }
+
+    const FailingHeap heap(0);
+    EXPECT_EQ(KoTypeConvertData::Make(KoSTRING_T, 2, texts, nullptr), nullptr);
+    EXPECT_EQ(heap.HandlerCalls(), 1);
+}
+
+/// Releases what a manager made.
+struct Release {
+    o_char id;
+    unsigned count;
+    void operator()(void* array) const { KoTypeMgr().Delete(id, array, count); }
+};
+template <class T>
+using Made = std::unique_ptr<T, Release>;
+
+KoString Wide(std::vector<unsigned short> units)
+{
+    units.push_back(0);
+    return KoString(units.data());
+}
+
+TEST(TypeText, OldTextDelimitsItself)
+{
+    KoTypeMgr manager;
+    std::string all;
+    for (int code = 1; code <= 254; ++code)
+        all += static_cast<char>(code);
+    struct {
+        std::vector<KoString> values;
+        std::string joined;
+        const char* reason;
+    } rows[] = {
+        {{"a", "b"}, "a\1b\1", "the smallest code"},
+        {{"\1", "\2x"}, std::string("\1\3\2x\3"), "the smallest that is not used"},
+        {{"", ""}, "\1\1", "empty texts"},
+        {{}, "", "nothing"},
+        {{all.c_str()}, all + ",", "every code is used"},
+        {{Wide({'a', 1, 0xE4}), "b"}, "a\1\xE4\2b\2", "16-bit text counts as it is joined"},
+        {{NullText(), "x"}, "\1x\1", "null has no text"},
+    };
+    for (auto& row : rows) {
+        SCOPED_TRACE(row.reason);
+        const auto count = static_cast<unsigned>(row.values.size());
+        const Made<KoString> joined(
+            manager.ConvertToKoStringOld(row.values.data(), KoSTRING_T, count), {KoSTRING_T, 1});
+        ASSERT_NE(joined, nullptr);
+        EXPECT_EQ(Text(*joined), row.joined);
+    }
+    EXPECT_EQ(manager.ConvertToKoStringOld(&manager, KoRES_T, 1), nullptr);
+}
+
+TEST(TypeText, OldTextIsSplitAtItsLastCharacter)
+{
+    KoTypeMgr manager;
+    const std::string longPiece(40000, 'x');
+    struct {
+        KoString text;
+        unsigned count;
+        std::vector<std::string> pieces;
+        const char* reason;
+    } rows[] = {
+        {"a,b,", 3, {"a", "b", ""}, "the last piece is empty"},
+        {"a,b,", 1, {"a"}, "fewer asked for than there are"},
+        {"a,", 3, {"a", "", ""}, "more asked for than there are"},
+        {"a,bc", 1, {"a,b"}, "any last character delimits"},
+        {"", 1, {""}, "no text"},
+        {(longPiece + "|y|").c_str(), 2, {longPiece, "y"}, "beyond 15 bits"},
+        {"\xE4*\xFF?*", 2, {"\xE4", "\xFF?"}, "no wildcard, no sign"},
+        {Wide({'a', ';', 'b', ';'}), 2, {"a", "b"}, "16-bit text"},
+    };
+    for (auto& row : rows) {
+        SCOPED_TRACE(row.reason);
+        const unsigned char codeSet = row.text.CodeSet();
+        row.text.SetLanguage(7);
+        const Made<KoString> pieces(static_cast<KoString*>(manager.ConvertFromKoStringOld(
+                                        &row.text, KoSTRING_T, row.count)),
+                                    {KoSTRING_T, row.count});
+        ASSERT_NE(pieces, nullptr);
+        EXPECT_TRUE(row.text.IsEmpty()) << "the text is used up";
+        for (unsigned i = 0; i < row.count; ++i) {
+            KoString piece = pieces.get()[i];
+            if (!piece.IsEmpty()) {
+                EXPECT_EQ(piece.CodeSet(), codeSet);
+                EXPECT_EQ(piece.Language(), 7);
+            }
+            piece.SetCodeSet(1);
+            EXPECT_EQ(Text(piece), row.pieces[i]);
+        }
+    }
+    KoString text("a,");
+    EXPECT_EQ(manager.ConvertFromKoStringOld(&text, KoRES_T, 1), nullptr);
+}
+
+TEST(TypeText, OldTextSurvivesLackOfMemory)
+{
+    KoTypeMgr manager;
+    KoString values[] = {"a", "b"};
+    bool failed = true;
+    for (int first = 0; failed; ++first) {
+        ASSERT_LT(first, 1000);
+        KoString text("a,b,");
+        const FailingHeap heap(first);
+        const Made<KoString> joined(manager.ConvertToKoStringOld(values, KoSTRING_T, 2),
+                                    {KoSTRING_T, 1});
+        const Made<void> pieces(manager.ConvertFromKoStringOld(&text, KoSTRING_T, 2),
+                                {KoSTRING_T, 2});
+        KoString value("v");
+        manager.SetNullValue(KoISTRING_T, &value);
+        failed = heap.HasFailed();
+        EXPECT_EQ(heap.HandlerCalls() > 0, failed);
+    }
+}
+
+TEST(TypeText, NullPrintString)
+{
+    EXPECT_EQ(Text(KoTypeMgr::GetNullPrintString()), "{NULL}");
+    KoTypeMgr::SetNullPrintString(KoString("-"));
+    EXPECT_EQ(Text(KoTypeMgr::GetNullPrintString()), "-");
+    KoTypeMgr::SetNullPrintString(KoString("{NULL}"));
+}
+
+} // namespace
