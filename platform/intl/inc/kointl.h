@@ -1,6 +1,7 @@
 #ifndef KOINTL_H
 #define KOINTL_H
 
+#include "kocollate.h"
 #include "kolang.h"
 #include <cstddef>
 #include <koscalar.h>
@@ -80,12 +81,44 @@ public:
     /// there is none), or null for a 16-bit one.
     const o_u2b* UnicodeTable() const noexcept { return m_toUnicode; }
 
+    /// The collation properties of a character, those of its Unicode value: the same text has the
+    /// same orders in every code set. Null where that value is 512 or above and has no record: the
+    /// order is then the Unicode value itself. An undefined position b of an 8-bit code set has the
+    /// order 256 + b; a character above 255 is taken for none of an 8-bit set and gives null.
+    const KoUnicodeProps* GetUnicodeProps(o_u2b character) const noexcept;
+
+    /// The orders of any character, in turn, and their number: 0 for the terminator, else 1 to 3.
+    unsigned GetOrders(o_u2b character, o_u2b (&orders)[3]) const noexcept;
+
+    /// The first order of any character; 0 for the terminator alone.
+    o_u2b GetOrder(o_u2b character) const noexcept;
+
+    /// The first orders of the 256 characters with this high byte. Null for a page of a 16-bit code
+    /// set without records, where the order is the character. An 8-bit set has page 0 only.
+    const o_u2b* Orders(unsigned char page = 0) const noexcept;
+
+    /// The fast keys (kocollate.h) of the same 256 characters: keys of their first orders under
+    /// variant 0, with flags. Where null, KoFastKey(character) is the key.
+    const o_u4b* FastKeys(unsigned char page = 0) const noexcept;
+
+    /// The collation variant of a language (255: the default one): 20 for Chinese, Japanese and
+    /// Korean, whose orders are compared as plain numbers, else 0. The same for all code sets.
+    unsigned char GetVariant(unsigned char language) const noexcept;
+
+    /// The character in upper or lower case: Unicode's simple mapping, in Turkish with i to dotted
+    /// capital I and I to dotless i. Unchanged where it has no mapping, is undefined, or the mapped
+    /// character is not in the code set. Language 255 is the default one.
+    o_u2b ToUpper(o_u2b character, unsigned char language) const noexcept;
+    o_u2b ToLower(o_u2b character, unsigned char language) const noexcept;
+
 private:
     friend struct KoCodeSetTables;
     constexpr KoCodeSet() noexcept = default;
     unsigned char m_id = 0;
     const o_u2b* m_toUnicode = nullptr; // null for 16-bit Unicode
     const o_u2b* m_blockOf = nullptr;   // the way back, see codeset.cpp
+    const o_u2b* m_orders = nullptr;    // of an 8-bit code set
+    const o_u4b* m_fastKeys = nullptr;  // of an 8-bit code set
 };
 
 /// Converts `count` characters from one code set to another and returns how many the target lacks;
@@ -112,6 +145,21 @@ KOINTL_API o_u4b KoCodeSetTablesVersion() noexcept;
 /// Noll and Vo, 1991) over each 8-bit identifier that has a table, ascending, followed by its 256
 /// values, most significant byte first.
 KOINTL_API o_u8b KoCodeSetTablesChecksum() noexcept;
+
+/// The version of the collation: orders, expansions, keys, variants. Indexes are sorted and hashes
+/// made by them: a store records the version and must not be written under another.
+KOINTL_API o_u4b KoCollationVersion() noexcept;
+
+/// The checksum of the orders, the same on every platform: FNV-1a in 64 bits over each 16-bit
+/// Unicode character that has a record, ascending: the character, the number of its orders, the
+/// orders, each as 16 bits, most significant byte first.
+KOINTL_API o_u8b KoCollationChecksum() noexcept;
+
+/// Version and checksum of the case mapping. The checksum is FNV-1a in 64 bits over all 65,536
+/// characters: character, upper and lower case outside Turkish, each as 16 bits, most significant
+/// byte first.
+KOINTL_API o_u4b KoCaseTablesVersion() noexcept;
+KOINTL_API o_u8b KoCaseTablesChecksum() noexcept;
 
 /// Process-wide defaults of language and text. Not synchronised: set at start-up.
 class KOINTL_API KoLanguageContext

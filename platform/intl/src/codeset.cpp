@@ -1,3 +1,4 @@
+#include "collationtables.h"
 #include "kointl.h"
 #include <array>
 #include <cstddef>
@@ -102,6 +103,27 @@ constexpr FromUnicodeTables kFromUnicode = [] {
     return tables;
 }();
 
+// The collation of the 256 characters of each code set, as its Unicode values have it.
+struct SetCollation {
+    std::array<o_u2b, 256> orders{};
+    std::array<o_u4b, 256> fastKeys{};
+};
+
+constexpr std::array<SetCollation, kSets> kCollations = [] {
+    std::array<SetCollation, kSets> all{};
+    for (std::size_t set = 0; set < kSets; ++set) {
+        for (unsigned byte = 0; byte < 256; ++byte) {
+            const o_u2b unicode = kToUnicode[set][byte];
+            const o_u2b undefined = kocollation::UndefinedOrder(byte);
+            all[set].orders[byte] =
+                unicode == kNoCharacter ? undefined : kocollation::OrderOf(unicode);
+            all[set].fastKeys[byte] =
+                unicode == kNoCharacter ? KoFastKey(undefined) : kocollation::FastKeyOf(unicode);
+        }
+    }
+    return all;
+}();
+
 } // namespace
 
 // Objects, one for each table and one, at the end, for 16-bit Unicode.
@@ -115,6 +137,8 @@ struct KoCodeSetTables {
             objects[set].m_id = kUpperHalves[set].id;
             objects[set].m_toUnicode = kToUnicode[set].data();
             objects[set].m_blockOf = kFromUnicode.blockOf[set].data();
+            objects[set].m_orders = kCollations[set].orders.data();
+            objects[set].m_fastKeys = kCollations[set].fastKeys.data();
         }
         objects[kSets].m_id = KoCS_UNICODE;
         return objects;
