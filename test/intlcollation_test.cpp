@@ -175,9 +175,9 @@ TEST_F(IntlCollation, EightBitSetsFollowUnicode)
         taken.insert(CodeSet(KoCS_UNICODE).GetOrder(static_cast<o_u2b>(c)));
 
     for (unsigned id = 1; id < 225; ++id) {
+        SCOPED_TRACE(id);
         const KoCodeSet& codeSet = CodeSet(static_cast<unsigned char>(id));
         for (o_u2b byte = 0; byte < 256; ++byte) {
-            SCOPED_TRACE(testing::Message() << "code set " << id << ", byte " << byte);
             const Orders orders = OrdersOf(codeSet, byte);
             o_u2b unicode = 0;
             if (codeSet.ToUnicode(byte, unicode)) {
@@ -373,12 +373,12 @@ TEST_F(IntlCollation, CaseMappingRoundTrips)
             const auto c = static_cast<o_u2b>(i);
             const o_u2b upper = unicode.ToUpper(c, language);
             const o_u2b lower = unicode.ToLower(c, language);
-            SCOPED_TRACE(testing::Message() << std::hex << c);
-            ASSERT_EQ(unicode.ToUpper(upper, language), upper);
-            ASSERT_EQ(unicode.ToLower(lower, language), lower);
+            ASSERT_EQ(unicode.ToUpper(upper, language), upper) << std::hex << c;
+            ASSERT_EQ(unicode.ToLower(lower, language), lower) << std::hex << c;
             if (lower != c) {
                 const bool same = language == KoLANG_TURKISH && c == 0x0130;
-                ASSERT_EQ(unicode.ToUpper(lower, language) == c, same || shared.count(c) == 0);
+                ASSERT_EQ(unicode.ToUpper(lower, language) == c, same || shared.count(c) == 0)
+                    << std::hex << c;
             }
         }
     }
