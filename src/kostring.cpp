@@ -38,16 +38,21 @@ unsigned KoUnitsBeforeZero(const char* text, unsigned width, unsigned limit)
     return i;
 }
 
+// The terminator may come before `limit`, and nothing behind it is there to be read.
 KoString::Piece KoString::Piece::Of(const char* s, unsigned limit)
 {
-    // The terminator may come before `limit`, and nothing behind it is ours to read.
-    return {s, s == nullptr ? 0 : KoUnitsBeforeZero(s, 1, limit), GetDefault8CodeSet()};
+    const void* end = s == nullptr || limit == 0 ? nullptr : std::memchr(s, 0, limit);
+    const auto length =
+        end == nullptr ? limit : static_cast<unsigned>(static_cast<const char*>(end) - s);
+    return {s, s == nullptr ? 0 : length, GetDefault8CodeSet()};
 }
 
 KoString::Piece KoString::Piece::Of(const unsigned short* s, unsigned limit)
 {
-    return {s, s == nullptr ? 0 : KoUnitsBeforeZero(reinterpret_cast<const char*>(s), 2, limit),
-            GetDefault16CodeSet()};
+    unsigned count = 0;
+    while (s != nullptr && count < limit && s[count] != 0)
+        ++count;
+    return {s, count, GetDefault16CodeSet()};
 }
 
 void KoStringAccess::Set(KoString& string, const KoText& text)

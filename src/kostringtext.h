@@ -30,7 +30,7 @@ struct KoText {
     }
 };
 
-/// The characters of `text` up to its first zero, at most `limit`.
+/// The number of characters before the first zero among `limit` ones, all of which are there.
 unsigned KoUnitsBeforeZero(const char* text, unsigned width, unsigned limit);
 
 /// How two texts compare.

@@ -35,7 +35,7 @@ KoTextFound KoTextWalk::NextInMemory(KoText& text)
 
 KoTextFound KoTextWalk::NextRecord(KoText& text)
 {
-    if (m_cut || (m_size != 0 && m_offset >= m_size))
+    if (m_size != 0 && m_offset >= m_size)
         return KoTextFound::kNone;
     text = {};
     const unsigned char* record = m_value + m_offset;

@@ -182,6 +182,36 @@ TEST(StringRecord, AFileThatEndsTooEarlyIsTooLarge)
     EXPECT_EQ(Current().DiskLenGetFromMemFile(kId, nullptr, 1, 1), 0U);
 }
 
+TEST(StringRecord, DamagedRecordsAreReadWithinTheirLength)
+{
+    const struct {
+        const char* why;
+        Bytes bytes;
+        unsigned codeSet, length;
+    } rows[] = {
+        {"older, no text", {0, 0}, 1, 0},
+        {"half a head", {1, 0, 9}, 9, 0},
+        {"a head alone", {2, 0, 5, 7}, 5, 0},
+        {"half an end mark", {3, 0, 5, 7, 1}, 5, 0},
+        {"half a 16-bit character", {5, 0, 253, 7, 1, 2, 0xFF}, 253, 0},
+        {"a zero among the characters", {7, 0, 1, 0, 'a', 0, 'b', 0, 0xFF}, 1, 1},
+        {"the same in 16 bits", {14, 0, 253, 0, 0, 1, 2, 0, 3, 0, 0, 0, 5, 0, 0, 0xFF}, 253, 3},
+        {"and at once", {14, 0, 253, 0, 0, 0, 2, 0, 3, 0, 4, 0, 5, 0, 0, 0xFF}, 253, 0},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.why);
+        KoString text("before");
+        const auto record = Exactly(row.bytes);
+        EXPECT_EQ(Current().Load(kId, &text, record.get(), 1, 1), row.bytes.size());
+        EXPECT_EQ(text.CodeSet(), row.codeSet);
+        EXPECT_EQ(text.Len(), row.length);
+        int status;
+        KoString same = text;
+        EXPECT_EQ(Current().Cmp(kId, 0, &text, 0, &same, 0, 1, KoFMT_MEMORY, status), 0);
+        EXPECT_EQ(Compare(Current(), row.bytes, 0, row.bytes, 0, 1, 1, status), 0);
+    }
+}
+
 TEST(StringRecord, TheOlderLayoutIsWrittenByTheOlderTypeAndReadByBoth)
 {
     const std::vector<KoString> texts = {"ab", "", Null(), "c"};
@@ -408,7 +438,8 @@ TEST(StringRecord, TextUnderAFormat)
     } reads[] = {
         {nullptr, "a b", "a b", -1}, {"%s", "", "", -1},         {"[%s]", "[abc]", "abc", -1},
         {"[%s]", "abc", nullptr, 0}, {"[%s]", "[abc", "abc", 3}, {"ab%s", "ax", nullptr, 1},
-        {"(%s)", "(", "", 1},        {"%.2s", "abc", "abc", 2},  {"5%% %s", "5% x", "x", -1},
+        {"%s))", ")", ")", 1},       {"(%s)", "(", "", 1},       {"%.2s", "abc", "abc", 2},
+        {"5%% %s", "5% x", "x", -1},
     };
     for (const auto& row : reads) {
         SCOPED_TRACE(row.text);
