@@ -1,0 +1,130 @@
+#include "condition.h"
+
+#include "fieldreader.h"
+
+#include <algorithm>
+
+namespace kotm
+{
+
+namespace
+{
+
+void ReadLiteral(Condition& condition, const Predicate& predicate, std::string_view text,
+                 const Attribute& attribute)
+{
+    const Literal& literal = predicate.literal;
+    const std::size_t start = literal.at.front();
+    if (attribute.type.IsText() && !literal.quoted)
+        FailAt(text, start, "a value of " + attribute.name + " stands in double quotes");
+    condition.cmpOp = kPlainOperator;
+    if (literal.pattern || literal.ignoreCase || literal.ignoreAccents) {
+        if (!attribute.type.IsText())
+            FailAt(text, start,
+                   "wildcards and suffixes go with texts, " + attribute.name + " is of type " +
+                       attribute.type.Name());
+        if (literal.pattern)
+            FailAt(
+                text, start,
+                "wildcards are not supported yet; suffix x or \\ makes * and ? plain characters");
+        FailAt(text, start, "the suffixes i and a are not supported yet");
+    }
+    Attribute anyCodeSet = attribute;
+    anyCodeSet.codeSet = 0;
+    TextFault fault;
+    switch (FieldReader(anyCodeSet).Read(literal.text, condition.form, fault)) {
+    case FieldReader::Result::Present:
+        return;
+    case FieldReader::Result::Absent:
+        FailAt(text, start, "the null value; ask for it with \"is null\"");
+    case FieldReader::Result::Refused:
+        FailAt(text, literal.at[std::min(fault.offset, literal.at.size() - 1)], fault.reason);
+    }
+}
+
+Truth Compare(const Condition& condition, std::string_view form)
+{
+    if (form.empty())
+        return Truth::Unknown;
+    int status = 0;
+    const int order =
+        ComparePersistent(condition.type, form, condition.form, condition.cmpOp, status);
+    const auto truth = [](bool holds) { return holds ? Truth::True : Truth::False; };
+    switch (condition.op) {
+    case Operator::Equal:
+        return truth(order == 0);
+    case Operator::NotEqual:
+        return truth(order != 0);
+    case Operator::Less:
+        return truth(order < 0);
+    case Operator::LessEqual:
+        return truth(order <= 0);
+    case Operator::Greater:
+        return truth(order > 0);
+    case Operator::GreaterEqual:
+        return truth(order >= 0);
+    }
+    return Truth::Unknown;
+}
+
+} // namespace
+
+Condition Condition::Make(const Predicate& predicate, std::string_view text, const Schema& schema)
+{
+    Condition condition{predicate.kind, {}, 0, 0, predicate.op, 0, {}};
+    for (const Predicate& part : predicate.parts)
+        condition.parts.push_back(Make(part, text, schema));
+    if (!condition.parts.empty())
+        return condition;
+    const Attribute* attribute = schema.Find(predicate.attribute);
+    if (attribute == nullptr)
+        FailAt(text, predicate.attributeAt,
+               "class " + schema.name + " has no attribute \"" + predicate.attribute + "\"");
+    condition.attribute = static_cast<std::size_t>(attribute - schema.attributes.data());
+    condition.type = attribute->type.Id();
+    if (predicate.kind == Predicate::Kind::Compare)
+        ReadLiteral(condition, predicate, text, *attribute);
+    return condition;
+}
+
+Truth Condition::Evaluate(const RecordReader& record) const
+{
+    const auto truth = [](bool holds) { return holds ? Truth::True : Truth::False; };
+    const auto all = [&](Truth ends, Truth start) {
+        Truth result = start;
+        for (const Condition& part : parts) {
+            const Truth one = part.Evaluate(record);
+            if (one == ends)
+                return ends;
+            result = one == Truth::Unknown ? one : result;
+        }
+        return result;
+    };
+    switch (kind) {
+    case Predicate::Kind::And:
+        return all(Truth::False, Truth::True);
+    case Predicate::Kind::Or:
+        return all(Truth::True, Truth::False);
+    case Predicate::Kind::Not: {
+        const Truth inner = parts[0].Evaluate(record);
+        return inner == Truth::Unknown ? inner : truth(inner == Truth::False);
+    }
+    case Predicate::Kind::Compare:
+        return Compare(*this, record.Form(attribute));
+    case Predicate::Kind::IsNull:
+        return truth(record.Form(attribute).empty());
+    case Predicate::Kind::IsNotNull:
+        return truth(!record.Form(attribute).empty());
+    }
+    return Truth::Unknown;
+}
+
+std::size_t Condition::AttributesNeeded() const
+{
+    std::size_t needed = parts.empty() ? attribute + 1 : 0;
+    for (const Condition& part : parts)
+        needed = std::max(needed, part.AttributesNeeded());
+    return needed;
+}
+
+} // namespace kotm

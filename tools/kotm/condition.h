@@ -1,0 +1,42 @@
+#ifndef KOTM_CONDITION_H
+#define KOTM_CONDITION_H
+
+#include "predicate.h"
+#include "record.h"
+#include "schema.h"
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kotm
+{
+
+/// A comparison with a null value is neither true nor false, and so is its negation.
+enum class Truth { False, Unknown, True };
+
+/// A predicate over the attributes of a schema, its literals read as values of their types.
+struct Condition {
+    Predicate::Kind kind;
+    std::vector<Condition> parts;
+    std::size_t attribute = 0;
+    o_char type = 0;
+    Operator op = Operator::Equal;
+    unsigned short cmpOp = 0;
+    std::string form; ///< the literal's persistent form
+
+    /// Throws Failure (Exit::Usage) that shows the place in `text` for an unknown attribute and a
+    /// literal that is no value of the attribute's type.
+    static Condition Make(const Predicate& predicate, std::string_view text, const Schema& schema);
+
+    /// True where the object belongs to the answer only if this is Truth::True.
+    Truth Evaluate(const RecordReader& record) const;
+
+    /// One more than the last attribute that Evaluate looks at.
+    std::size_t AttributesNeeded() const;
+};
+
+} // namespace kotm
+
+#endif

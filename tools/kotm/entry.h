@@ -1,0 +1,86 @@
+#ifndef KOTM_ENTRY_H
+#define KOTM_ENTRY_H
+
+#include "schema.h"
+#include "valuetype.h"
+
+#include <lmdb.h>
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace kotm
+{
+
+/// Object ids are kept in the stored form of a KoObjId, 10 bytes in the store's byte order: a tag,
+/// which is 0 for an object, and the 48-bit object number.
+inline constexpr std::size_t kObjectIdBytes = 10;
+inline constexpr std::uint64_t kMaxObjectNumber = (std::uint64_t{1} << 48) - 2;
+
+void PutObjectId(char* bytes, std::uint64_t number, std::uint32_t tag = 0);
+std::uint64_t ObjectNumber(const char* id);
+std::uint32_t ObjectTag(const char* id);
+
+/// The order of object ids: by number, as the identity type itself orders stored ones, then tag.
+int CompareObjectIds(const char* a, const char* b);
+
+/// An index entry: type id (1 byte), comparison operator word (2, most significant byte first),
+/// the persistent form of the value, object id (10). The form is empty for an absent value, which
+/// comes before every other. A form that leaves no room for the rest within LMDB's 511 bytes is
+/// cut, and short enough that a cut text is still compared; the object's record has it whole.
+inline constexpr std::size_t kEntryHead = 3;
+inline constexpr std::size_t kMaxEntry = 511;
+inline constexpr std::size_t kMaxWholeForm = kMaxEntry - kEntryHead - kObjectIdBytes;
+inline constexpr std::size_t kCutForm = 256;
+
+struct EntryView {
+    o_char type = 0;
+    unsigned short cmpOp = 0;
+    std::string_view form;
+    const char* id = nullptr; ///< null for bytes that are no entry
+
+    explicit EntryView(std::string_view bytes);
+};
+
+inline bool IsCut(std::string_view form)
+{
+    return form.size() > kMaxWholeForm;
+}
+
+/// What of a form stands in an entry.
+inline std::string_view EntryForm(std::string_view form)
+{
+    return IsCut(form) ? form.substr(0, kCutForm) : form;
+}
+
+/// Writes the entry of a whole form over `entry`.
+void MakeEntry(std::string& entry, o_char type, std::string_view form, std::uint64_t number,
+               std::uint32_t tag = 0);
+
+/// Finds the whole form behind an entry that holds a cut one.
+class FullForms
+{
+public:
+    virtual ~FullForms() = default;
+    /// The form of attribute `attribute` of the object; false where there is none.
+    virtual bool Find(std::size_t attribute, const char* id, std::string_view& form) = 0;
+};
+
+/// LMDB hands its comparison callbacks no context, so the process has one source of whole forms:
+/// that of the open store. Returns the one before.
+FullForms* SetFullForms(FullForms* source);
+
+/// Order of the values of two entries of the index on `attribute`, object ids left out.
+int CompareForms(std::size_t attribute, const EntryView& a, const EntryView& b);
+
+/// Order of two entries: their values, equal ones by their object ids.
+int CompareEntries(std::size_t attribute, std::string_view a, std::string_view b);
+
+/// The callbacks for LMDB: that of the objects, and that of the index on each attribute.
+int CompareObjectKeys(const MDB_val* a, const MDB_val* b);
+MDB_cmp_func* EntryCallback(std::size_t attribute);
+
+} // namespace kotm
+
+#endif

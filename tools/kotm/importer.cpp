@@ -1,0 +1,304 @@
+#include "importer.h"
+
+#include "csvreader.h"
+#include "failure.h"
+#include "fieldreader.h"
+#include "indexbuilder.h"
+#include "store.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <fstream>
+#include <ostream>
+
+namespace kotm
+{
+
+namespace
+{
+
+/// What the sorting of all indexes together may take.
+constexpr std::size_t kSortMemory = 16U << 20;
+/// Rejected rows that are told of one by one where no file takes them.
+constexpr std::uint64_t kShownRejects = 20;
+/// No row takes more store than this many times its bytes in the file: the map begins with that.
+constexpr std::uint64_t kMapFactor = 16;
+
+std::string Place(const FilePosition& position)
+{
+    return "line " + std::to_string(position.line) + ", column " + std::to_string(position.column) +
+           ", byte " + std::to_string(position.offset);
+}
+
+/// Takes rejected rows: the file gets their bytes as they were, the user their places.
+class Rejects
+{
+public:
+    Rejects(const ImportRequest& request, std::ostream& messages)
+        : m_path(request.rejects), m_messages(messages)
+    {
+        if (m_path.empty())
+            return;
+        m_file.open(m_path, std::ios::binary | std::ios::trunc);
+        Check();
+    }
+
+    void Take(const CsvReader& csv, const FilePosition& position, const std::string& reason)
+    {
+        ++m_count;
+        if (m_path.empty()) {
+            if (m_count <= kShownRejects)
+                m_messages << "rejected: " << Place(position) << ": " << reason << '\n';
+            else if (m_count == kShownRejects + 1)
+                m_messages << "further rejected rows are not shown; --rejects FILE keeps them\n";
+            return;
+        }
+        m_file << "# " << Place(position) << ": " << reason << "; " << csv.RowLength()
+               << " bytes follow\n";
+        char last = 0;
+        for (std::uint64_t at = 0; at < csv.RowLength();) {
+            const std::string bytes = csv.RowBytes(at, 1U << 20);
+            m_file << bytes;
+            at += bytes.size();
+            last = bytes.back();
+        }
+        if (last != '\n' && last != '\r')
+            m_file << '\n';
+        Check();
+    }
+
+    void Finish()
+    {
+        if (m_path.empty())
+            return;
+        m_file.close();
+        Check();
+    }
+
+    std::uint64_t Count() const { return m_count; }
+
+private:
+    void Check() const
+    {
+        if (!m_file)
+            throw Failure(Exit::Io, m_path + ": cannot be written");
+    }
+
+    std::string m_path;
+    std::ostream& m_messages;
+    std::ofstream m_file;
+    std::uint64_t m_count = 0;
+};
+
+/// A bar that is drawn anew at each whole percent.
+class Progress
+{
+public:
+    Progress(bool shown, std::uint64_t total, std::ostream& messages)
+        : m_shown(shown && total > 0), m_total(total), m_messages(messages)
+    {
+    }
+    ~Progress()
+    {
+        if (m_drawn >= 0)
+            m_messages << "\r\x1b[K" << std::flush;
+    }
+    void Show(std::uint64_t done)
+    {
+        const int percent = m_shown ? static_cast<int>(done * 100 / m_total) : m_drawn;
+        if (percent == m_drawn)
+            return;
+        m_drawn = percent;
+        const auto filled = static_cast<std::size_t>(percent / 2);
+        m_messages << "\r[" << std::string(filled, '#') << std::string(50 - filled, ' ') << "] "
+                   << percent << '%' << std::flush;
+    }
+
+private:
+    bool m_shown;
+    std::uint64_t m_total;
+    std::ostream& m_messages;
+    int m_drawn = -1;
+};
+
+bool Exists(const std::string& path)
+{
+    struct stat info {
+    };
+    return stat(path.c_str(), &info) == 0;
+}
+
+/// The field of each attribute, by the header's names.
+std::vector<std::size_t> MapColumns(CsvReader& csv, const std::string& path, const Schema& schema,
+                                    std::size_t& fields)
+{
+    switch (csv.Next()) {
+    case CsvReader::Result::Row:
+        break;
+    case CsvReader::Result::Malformed:
+        throw Failure(Exit::Usage,
+                      path + ": header: " + Place(csv.FaultPosition()) + ": " + csv.Reason());
+    case CsvReader::Result::End:
+        throw Failure(Exit::Usage, path + ": the file is empty, a header is expected");
+    }
+    const std::vector<std::string_view>& header = csv.Fields();
+    fields = header.size();
+    std::vector<std::size_t> columns;
+    for (const Attribute& attribute : schema.attributes) {
+        const auto found = std::find(header.begin(), header.end(), attribute.column);
+        const std::string named =
+            "column \"" + attribute.column + "\" (attribute " + attribute.name + ")";
+        if (found == header.end())
+            throw Failure(Exit::Usage, path + ": the header has no " + named);
+        if (std::find(found + 1, header.end(), attribute.column) != header.end())
+            throw Failure(Exit::Usage, path + ": the header has more than one " + named);
+        columns.push_back(static_cast<std::size_t>(found - header.begin()));
+    }
+    return columns;
+}
+
+/// One attempt at an import, with a map of a given size.
+class Attempt
+{
+public:
+    Attempt(const ImportRequest& request, const Schema& schema, std::ostream& messages)
+        : m_request(request), m_schema(schema), m_messages(messages), m_csv(request.csv),
+          m_columns(MapColumns(m_csv, request.csv, schema, m_fields)), m_record(schema)
+    {
+        for (const Attribute& attribute : schema.attributes)
+            m_readers.emplace_back(attribute);
+    }
+
+    ImportResult Run(std::uint64_t mapBytes)
+    {
+        m_store = Exists(m_request.store) ? Store::OpenToAdd(m_request.store, mapBytes)
+                                          : Store::Create(m_request.store, m_schema, mapBytes);
+        if (m_store->GetSchema().ToJson() != m_schema.ToJson())
+            throw Failure(Exit::Usage, m_request.store + ": holds class \"" +
+                                           m_store->GetSchema().name +
+                                           "\" with another schema than the one given");
+        StartIndexes();
+        Rejects rejects(m_request, m_messages);
+        const std::uint64_t before = m_store->Counts().objects;
+        {
+            Progress progress(m_request.progress, m_csv.FileSize(), m_messages);
+            ReadRows(rejects, progress);
+        }
+        FinishIndexes();
+        rejects.Finish();
+        m_store->Commit();
+        return {m_store->Counts().objects - before, rejects.Count()};
+    }
+
+private:
+    void StartIndexes()
+    {
+        const auto indexed = [](const Attribute& attribute) { return attribute.index; };
+        const auto& attributes = m_schema.attributes;
+        const auto count =
+            static_cast<std::size_t>(std::count_if(attributes.begin(), attributes.end(), indexed));
+        for (std::size_t i = 0; i < attributes.size(); ++i) {
+            if (attributes[i].index) {
+                m_indexed.push_back(i);
+                m_builders.emplace_back(i, attributes[i].type.Id(), kSortMemory / count,
+                                        m_request.store);
+            }
+        }
+    }
+
+    void ReadRows(Rejects& rejects, Progress& progress)
+    {
+        for (;;) {
+            const CsvReader::Result result = m_csv.Next();
+            if (result == CsvReader::Result::End)
+                return;
+            if (result == CsvReader::Result::Malformed)
+                rejects.Take(m_csv, m_csv.FaultPosition(), m_csv.Reason());
+            else
+                TakeRow(rejects);
+            progress.Show(m_csv.Offset());
+        }
+    }
+
+    void TakeRow(Rejects& rejects)
+    {
+        const std::vector<std::string_view>& fields = m_csv.Fields();
+        if (fields.size() != m_fields) {
+            const bool more = fields.size() > m_fields;
+            rejects.Take(m_csv,
+                         more ? m_csv.Locate(m_fields, 0)
+                              : m_csv.Locate(fields.size() - 1, fields.back().size()),
+                         std::to_string(fields.size()) + " fields where the header has " +
+                             std::to_string(m_fields));
+            return;
+        }
+        m_record.Start();
+        for (std::size_t i = 0; i < m_readers.size(); ++i) {
+            TextFault fault;
+            switch (m_readers[i].Read(fields[m_columns[i]], m_record.Bytes(), fault)) {
+            case FieldReader::Result::Present:
+                m_record.End();
+                break;
+            case FieldReader::Result::Absent:
+                m_record.EndAbsent();
+                break;
+            case FieldReader::Result::Refused:
+                rejects.Take(m_csv, m_csv.Locate(m_columns[i], fault.offset),
+                             m_schema.attributes[i].name + ": " + fault.reason);
+                return;
+            }
+        }
+        const std::uint64_t number = m_store->Add(m_record.Bytes());
+        for (std::size_t i = 0; i < m_indexed.size(); ++i)
+            m_builders[i].Add(m_record.Form(m_indexed[i]), number);
+    }
+
+    void FinishIndexes()
+    {
+        for (std::size_t i = 0; i < m_indexed.size(); ++i) {
+            const std::size_t attribute = m_indexed[i];
+            const bool inOrder = m_store->CountEntries(m_store->Index(attribute)) == 0;
+            m_builders[i].Finish(
+                [&](std::string_view entry) { m_store->AddEntry(attribute, entry, inOrder); });
+        }
+        m_builders.clear();
+    }
+
+    const ImportRequest& m_request;
+    const Schema& m_schema;
+    std::ostream& m_messages;
+    CsvReader m_csv;
+    std::size_t m_fields = 0;
+    std::vector<std::size_t> m_columns;
+    RecordWriter m_record;
+    std::vector<FieldReader> m_readers;
+    std::unique_ptr<Store> m_store;
+    std::vector<std::size_t> m_indexed; ///< attributes, in the order of m_builders
+    std::vector<IndexBuilder> m_builders;
+};
+
+} // namespace
+
+ImportResult Import(const ImportRequest& request, const Schema& schema, std::ostream& messages)
+{
+    std::uint64_t factor = kMapFactor;
+    for (;; factor *= 4) {
+        Attempt attempt(request, schema, messages);
+        struct stat csv {
+        };
+        struct stat store {
+        };
+        stat(request.csv.c_str(), &csv);
+        stat(request.store.c_str(), &store);
+        const std::uint64_t bytes = static_cast<std::uint64_t>(csv.st_size) * factor +
+                                    static_cast<std::uint64_t>(store.st_size) * 2 + (64U << 20);
+        try {
+            return attempt.Run(bytes & ~std::uint64_t{0xFFFFF});
+        } catch (const MapFull&) {
+            // The transaction is gone; the next attempt starts from the first row.
+        }
+    }
+}
+
+} // namespace kotm

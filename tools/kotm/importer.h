@@ -1,0 +1,35 @@
+#ifndef KOTM_IMPORTER_H
+#define KOTM_IMPORTER_H
+
+#include "schema.h"
+
+#include <cstdint>
+#include <iosfwd>
+#include <string>
+
+namespace kotm
+{
+
+struct ImportRequest {
+    std::string store;
+    std::string csv;
+    std::string rejects; ///< a file for rejected rows; empty: none
+    bool progress = false;
+};
+
+/// Every row read was stored or rejected.
+struct ImportResult {
+    std::uint64_t stored = 0;
+    std::uint64_t rejected = 0;
+    std::uint64_t Read() const { return stored + rejected; }
+};
+
+/// Imports a CSV file into a store, which is made where there is none, as one transaction. What
+/// the user is told on the way goes to `messages`. Throws Failure, with the store as it was, for a
+/// file without a header or without a column of the schema, a schema that is not the store's, and
+/// faults of files.
+ImportResult Import(const ImportRequest& request, const Schema& schema, std::ostream& messages);
+
+} // namespace kotm
+
+#endif

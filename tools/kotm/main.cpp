@@ -1,0 +1,222 @@
+#include "checker.h"
+#include "failure.h"
+#include "importer.h"
+#include "query.h"
+#include "typecommands.h"
+#include "version.h"
+
+#include <CLI/CLI.hpp>
+#include <kotmsdll.h>
+
+#include <unistd.h>
+
+#include <csignal>
+#include <fstream>
+#include <iostream>
+#include <new>
+#include <sstream>
+
+namespace
+{
+
+using namespace kotm;
+
+std::string ReadFile(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    std::ostringstream text;
+    text << file.rdbuf();
+    if (!file || text.fail())
+        throw Failure(Exit::Io, path + ": cannot be read");
+    return text.str();
+}
+
+/// "A=FORMAT", as --print takes it.
+void AddPrint(QueryRequest& request, const std::string& argument)
+{
+    const std::size_t at = argument.find('=');
+    if (at == 0 || at == std::string::npos || at + 1 == argument.size())
+        throw Failure(Exit::Usage, "--print: \"" + argument + "\" is not ATTRIBUTE=FORMAT");
+    request.prints[argument.substr(0, at)] = argument.substr(at + 1);
+}
+
+Exit RunImport(const ImportRequest& request, const std::string& schemaPath)
+{
+    const Schema schema = Schema::FromJson(ReadFile(schemaPath), schemaPath);
+    const ImportResult result = Import(request, schema, std::cerr);
+    std::cerr << "rows read " << result.Read() << ", stored " << result.stored << ", rejected "
+              << result.rejected << '\n';
+    return result.rejected == 0 ? Exit::Done : Exit::Rejected;
+}
+
+/// Builds the command line; each subcommand sets `run` when it is chosen.
+class Commands
+{
+public:
+    Commands()
+    {
+        m_app.require_subcommand(1);
+        m_app.set_version_flag("--version", "kotm " + LibraryVersion());
+        AddTypes();
+        AddConvert();
+        AddInspect();
+        AddImport();
+        AddQuery();
+        AddCheck();
+    }
+
+    Exit Run(int argc, char** argv)
+    {
+        try {
+            m_app.parse(argc, argv);
+        } catch (const CLI::Success& wish) {
+            m_app.exit(wish, std::cout, std::cerr);
+            return Exit::Done;
+        } catch (const CLI::ParseError& error) {
+            m_app.exit(error, std::cout, std::cerr);
+            return Exit::Usage;
+        }
+        return m_run();
+    }
+
+private:
+    template <class Action>
+    void On(CLI::App* command, Action action)
+    {
+        command->callback([this, action] { m_run = action; });
+    }
+
+    void AddTypes()
+    {
+        CLI::App* command = m_app.add_subcommand("types", "List the value types");
+        command->add_flag("--json", m_json, "Write JSON");
+        On(command, [this] {
+            ListTypes(m_json, std::cout);
+            return Exit::Done;
+        });
+    }
+
+    void AddConvert()
+    {
+        CLI::App* command =
+            m_app.add_subcommand("convert", "Turn texts into persistent bytes, in hex");
+        command->add_option("TYPE", m_type, "Type name")->required();
+        command->add_option("TEXT", m_texts, "Texts in the type's own format")->required();
+        command->add_option("--format", m_format, "Format byte")->capture_default_str();
+        On(command, [this] {
+            ConvertTexts(m_type, m_texts, m_format, std::cout);
+            return Exit::Done;
+        });
+    }
+
+    void AddInspect()
+    {
+        CLI::App* command =
+            m_app.add_subcommand("inspect", "Show the value that persistent bytes stand for");
+        command->add_option("TYPE", m_type, "Type name")->required();
+        command->add_option("HEX", m_hex, "The bytes in hex")->required();
+        command->add_option("--format", m_format, "Format byte")->capture_default_str();
+        On(command, [this] {
+            InspectForm(m_type, m_hex, m_format, std::cout);
+            return Exit::Done;
+        });
+    }
+
+    void AddImport()
+    {
+        CLI::App* command = m_app.add_subcommand("import", "Store the rows of a CSV file");
+        command->add_option("STORE", m_import.store, "Store, made where there is none")->required();
+        command->add_option("CSV", m_import.csv, "CSV file with a header, in UTF-8")->required();
+        command->add_option("--schema", m_schema, "Schema of the class, in JSON")->required();
+        command->add_option("--rejects", m_import.rejects, "File for rejected rows");
+        On(command, [this] {
+            m_import.progress = isatty(STDERR_FILENO) != 0;
+            return RunImport(m_import, m_schema);
+        });
+    }
+
+    void AddQuery()
+    {
+        CLI::App* command = m_app.add_subcommand("query", "Find objects and print them");
+        command->add_option("STORE", m_query.store, "Store")->required();
+        command->add_option("PREDICATE", m_query.predicate,
+                            "Such as: speed > 200 and not state = \"Texas\"");
+        command->add_option("--columns", m_query.columns, "Attributes to print")->delimiter(',');
+        CLI::Option* order = command->add_option("--order", m_query.order, "Attribute to sort by");
+        command->add_flag("--desc", m_query.descending, "Largest first")->needs(order);
+        command->add_option("--limit", m_query.limit, "At most so many rows");
+        command->add_option("--print", m_prints, "Print format of an attribute: ATTRIBUTE=FORMAT")
+            ->allow_extra_args(false);
+        const std::map<std::string, RowWriter::Kind> kinds{{"table", RowWriter::Kind::Table},
+                                                           {"csv", RowWriter::Kind::Csv},
+                                                           {"json", RowWriter::Kind::Json}};
+        command->add_option("--output", m_query.output, "table, csv or json")
+            ->transform(CLI::CheckedTransformer(kinds));
+        command->add_flag("--count", m_query.count, "Print the number of objects alone");
+        On(command, [this] {
+            for (const std::string& print : m_prints)
+                AddPrint(m_query, print);
+            Query(m_query, std::cout);
+            return Exit::Done;
+        });
+    }
+
+    void AddCheck()
+    {
+        CLI::App* command = m_app.add_subcommand("check", "Look for damage in a store");
+        command->add_option("STORE", m_checked, "Store")->required();
+        On(command,
+           [this] { return CheckStore(m_checked, std::cout) == 0 ? Exit::Done : Exit::Damaged; });
+    }
+
+    CLI::App m_app{"Values of the type manager, and stores of objects made of them", "kotm"};
+    std::function<Exit()> m_run;
+    bool m_json = false;
+    std::string m_type;
+    std::vector<std::string> m_texts;
+    std::string m_hex;
+    unsigned m_format = KoFMT_LITTLE;
+    std::string m_schema;
+    ImportRequest m_import;
+    QueryRequest m_query;
+    std::vector<std::string> m_prints;
+    std::string m_checked;
+};
+
+/// The library's context, for as long as the program runs.
+struct Context {
+    Context() { ___KoTypemgrContext(1); }
+    ~Context() { ___KoTypemgrContext(0); }
+};
+
+int Guarded(int argc, char** argv)
+{
+    const auto fail = [](Exit status, const char* message) {
+        std::cerr << "kotm: " << message << '\n';
+        return static_cast<int>(status);
+    };
+    try {
+        const Context context;
+        const Exit status = Commands().Run(argc, argv);
+        std::cout.flush();
+        if (!std::cout)
+            return fail(Exit::Io, "standard output cannot be written");
+        return static_cast<int>(status);
+    } catch (const Failure& failure) {
+        std::cout.flush();
+        return fail(failure.Status(), failure.what());
+    } catch (const std::bad_alloc&) {
+        return fail(Exit::Io, "no memory");
+    } catch (const std::exception& error) {
+        return fail(Exit::Io, error.what());
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    std::signal(SIGPIPE, SIG_DFL);
+    std::ios::sync_with_stdio(false);
+    return Guarded(argc, argv);
+}

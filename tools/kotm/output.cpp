@@ -1,0 +1,209 @@
+#include "output.h"
+
+#include "utf8.h"
+#include "valuetype.h"
+
+#include <kostring.h>
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <cstdio>
+#include <ostream>
+
+namespace kotm
+{
+
+namespace
+{
+
+/// Rows that a table looks at for the widths of its columns.
+constexpr std::size_t kMeasuredRows = 1000;
+
+/// Shows control characters by their codes, so that no stored text speaks to the terminal.
+std::string Visible(const std::string& text)
+{
+    std::string visible;
+    for (std::size_t at = 0; at < text.size();) {
+        const std::size_t start = at;
+        const int character = DecodeUtf8(text, at);
+        if (character < ' ' || (character >= 0x7F && character < 0xA0)) {
+            char code[8];
+            std::snprintf(code, sizeof code, "\\x%02X", static_cast<unsigned>(character) & 0xFF);
+            visible += character == '\n' ? "\\n" : character == '\t' ? "\\t" : code;
+            at = std::max(at, start + 1);
+        } else {
+            visible.append(text, start, at - start);
+        }
+    }
+    return visible;
+}
+
+class TableWriter : public RowWriter
+{
+public:
+    TableWriter(const std::vector<std::string>& columns, std::ostream& out) : m_out(out)
+    {
+        AppendUtf8(m_null, KoTypeMgr::GetNullPrintString());
+        m_held.push_back(columns);
+        for (const std::string& column : columns)
+            m_widths.push_back(CountCharacters(column));
+        m_right.assign(columns.size(), true);
+    }
+
+    void Row(const std::vector<Cell>& cells) override
+    {
+        std::vector<std::string> row;
+        for (std::size_t i = 0; i < cells.size(); ++i) {
+            row.push_back(cells[i].null ? m_null : Visible(cells[i].text));
+            if (m_holding) {
+                m_widths[i] = std::max(m_widths[i], CountCharacters(row[i]));
+                m_right[i] = m_right[i] && (cells[i].null || cells[i].number);
+            }
+        }
+        if (!m_holding) {
+            Write(row);
+            return;
+        }
+        m_held.push_back(std::move(row));
+        if (m_held.size() > kMeasuredRows)
+            Release();
+    }
+
+    void Finish() override { Release(); }
+
+private:
+    void Write(const std::vector<std::string>& row)
+    {
+        std::string line;
+        for (std::size_t i = 0; i < row.size(); ++i) {
+            const std::size_t width = CountCharacters(row[i]);
+            const std::string pad(m_widths[i] - std::min(width, m_widths[i]), ' ');
+            line += i == 0 ? "" : "  ";
+            line += m_right[i] ? pad + row[i] : row[i] + (i + 1 < row.size() ? pad : "");
+        }
+        m_out << line << '\n';
+    }
+
+    void Release()
+    {
+        if (!m_holding)
+            return;
+        m_holding = false;
+        Write(m_held.front());
+        std::vector<std::string> rule;
+        for (const std::size_t width : m_widths)
+            rule.emplace_back(width, '-');
+        Write(rule);
+        for (std::size_t i = 1; i < m_held.size(); ++i)
+            Write(m_held[i]);
+        m_held.clear();
+    }
+
+    std::ostream& m_out;
+    std::string m_null;
+    std::vector<std::vector<std::string>> m_held;
+    std::vector<std::size_t> m_widths;
+    std::vector<bool> m_right;
+    bool m_holding = true;
+};
+
+class CsvWriter : public RowWriter
+{
+public:
+    CsvWriter(const std::vector<std::string>& columns, std::ostream& out) : m_out(out)
+    {
+        std::vector<Cell> header;
+        for (const std::string& column : columns)
+            header.push_back({column, false, false});
+        Row(header);
+    }
+
+    void Row(const std::vector<Cell>& cells) override
+    {
+        std::string line;
+        for (const Cell& cell : cells) {
+            if (&cell != &cells.front())
+                line.push_back(',');
+            AppendField(line, cell);
+        }
+        m_out << line << '\n';
+    }
+
+    void Finish() override {}
+
+private:
+    static void AppendField(std::string& line, const Cell& cell)
+    {
+        if (cell.null)
+            return;
+        // An empty text is quoted to differ from null.
+        if (!cell.text.empty() && cell.text.find_first_of(",\"\r\n") == std::string::npos) {
+            line += cell.text;
+            return;
+        }
+        line.push_back('"');
+        for (const char c : cell.text)
+            line.append(c == '"' ? 2 : 1, c);
+        line.push_back('"');
+    }
+
+    std::ostream& m_out;
+};
+
+class JsonWriter : public RowWriter
+{
+public:
+    JsonWriter(std::vector<std::string> columns, std::ostream& out) : m_out(out)
+    {
+        for (const std::string& column : columns)
+            m_names.push_back(Quoted(column));
+        m_out << '[';
+    }
+
+    void Row(const std::vector<Cell>& cells) override
+    {
+        std::string object = m_first ? "\n  {" : ",\n  {";
+        m_first = false;
+        for (std::size_t i = 0; i < cells.size(); ++i) {
+            object += (i == 0 ? "" : ", ") + m_names[i] + ": ";
+            const Cell& cell = cells[i];
+            object += cell.null                            ? "null"
+                      : cell.number && IsNumber(cell.text) ? cell.text
+                                                           : Quoted(cell.text);
+        }
+        m_out << object << '}';
+    }
+
+    void Finish() override { m_out << (m_first ? "]\n" : "\n]\n"); }
+
+private:
+    static std::string Quoted(const std::string& text) { return nlohmann::json(text).dump(); }
+
+    static bool IsNumber(const std::string& text)
+    {
+        return !text.empty() && (text[0] == '-' || (text[0] >= '0' && text[0] <= '9')) &&
+               nlohmann::json::accept(text);
+    }
+
+    std::ostream& m_out;
+    std::vector<std::string> m_names;
+    bool m_first = true;
+};
+
+} // namespace
+
+std::unique_ptr<RowWriter> RowWriter::Make(Kind kind, std::vector<std::string> columns,
+                                           std::ostream& out)
+{
+    switch (kind) {
+    case Kind::Csv:
+        return std::make_unique<CsvWriter>(columns, out);
+    case Kind::Json:
+        return std::make_unique<JsonWriter>(std::move(columns), out);
+    case Kind::Table:
+        break;
+    }
+    return std::make_unique<TableWriter>(columns, out);
+}
+
+} // namespace kotm

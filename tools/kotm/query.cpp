@@ -1,0 +1,264 @@
+#include "query.h"
+
+#include "condition.h"
+#include "failure.h"
+#include "scan.h"
+#include "store.h"
+
+#include <algorithm>
+#include <ostream>
+
+namespace kotm
+{
+
+namespace
+{
+
+std::size_t AttributeNamed(const Schema& schema, const std::string& name, const char* where)
+{
+    const Attribute* attribute = schema.Find(name);
+    if (attribute == nullptr)
+        throw Failure(Exit::Usage, std::string(where) + ": class " + schema.name +
+                                       " has no attribute \"" + name + "\"");
+    return static_cast<std::size_t>(attribute - schema.attributes.data());
+}
+
+/// Prints the chosen attributes of a record.
+class RowPrinter
+{
+public:
+    RowPrinter(const QueryRequest& request, const Schema& schema, std::ostream& out)
+    {
+        for (const auto& [name, format] : request.prints)
+            AttributeNamed(schema, name, "--print");
+        std::vector<std::string> names = request.columns;
+        if (names.empty()) {
+            for (const Attribute& attribute : schema.attributes)
+                names.push_back(attribute.name);
+        }
+        for (const std::string& name : names) {
+            const std::size_t index = AttributeNamed(schema, name, "--columns");
+            const Attribute& attribute = schema.attributes[index];
+            const auto print = request.prints.find(name);
+            m_columns.push_back({index, Value(attribute.type),
+                                 print != request.prints.end() ? &print->second
+                                 : attribute.format            ? &*attribute.format
+                                                               : nullptr});
+            m_needed = std::max(m_needed, index + 1);
+        }
+        m_writer = RowWriter::Make(request.output, names, out);
+    }
+
+    std::size_t AttributesNeeded() const { return m_needed; }
+
+    void Print(const RecordReader& record)
+    {
+        m_cells.resize(m_columns.size());
+        for (std::size_t i = 0; i < m_columns.size(); ++i) {
+            Column& column = m_columns[i];
+            Cell& cell = m_cells[i];
+            const std::string_view form = record.Form(column.attribute);
+            cell.null = form.empty();
+            cell.number = !column.value.Type().IsText();
+            cell.text.clear();
+            if (cell.null)
+                continue;
+            column.value.Load(form);
+            column.value.Print(cell.text,
+                               column.format != nullptr ? column.format->c_str() : nullptr);
+        }
+        m_writer->Row(m_cells);
+    }
+
+    void Finish() { m_writer->Finish(); }
+
+private:
+    struct Column {
+        std::size_t attribute;
+        Value value;
+        const std::string* format; ///< null: the type's own
+    };
+
+    std::vector<Column> m_columns;
+    std::vector<Cell> m_cells;
+    std::size_t m_needed = 0;
+    std::unique_ptr<RowWriter> m_writer;
+};
+
+/// Holds the rows of an answer that no index brings in order, or the first `limit` of them.
+class Sorter
+{
+    struct Row {
+        std::string form;
+        std::uint64_t number;
+    };
+
+    /// The order of the index: null first, then the values, equal ones by their objects.
+    auto Order() const
+    {
+        return [this](const Row& a, const Row& b) {
+            int order = 0;
+            int status = 0;
+            if (a.form.empty() || b.form.empty())
+                order = static_cast<int>(b.form.empty()) - static_cast<int>(a.form.empty());
+            else
+                order = ComparePersistent(m_type, a.form, b.form, kPlainOperator, status);
+            if (order == 0)
+                order = a.number < b.number ? -1 : a.number > b.number ? 1 : 0;
+            return m_descending ? order > 0 : order < 0;
+        };
+    }
+
+public:
+    Sorter(o_char type, bool descending, std::uint64_t limit)
+        : m_type(type), m_descending(descending), m_limit(limit)
+    {
+    }
+
+    void Add(std::string_view form, const char* id)
+    {
+        m_rows.push_back({std::string(form), ObjectNumber(id)});
+        if (m_limit < m_rows.size() / 2 && m_rows.size() >= 4096)
+            Cut();
+    }
+
+    const auto& Sort()
+    {
+        std::sort(m_rows.begin(), m_rows.end(), Order());
+        if (m_rows.size() > m_limit)
+            m_rows.resize(static_cast<std::size_t>(m_limit));
+        return m_rows;
+    }
+
+private:
+    void Cut()
+    {
+        const auto end = m_rows.begin() + static_cast<std::ptrdiff_t>(m_limit);
+        std::nth_element(m_rows.begin(), end, m_rows.end(), Order());
+        m_rows.erase(end, m_rows.end());
+    }
+
+    o_char m_type;
+    bool m_descending;
+    std::uint64_t m_limit;
+    std::vector<Row> m_rows;
+};
+
+class Runner
+{
+public:
+    Runner(const QueryRequest& request, Store& store)
+        : m_request(request), m_store(store), m_schema(store.GetSchema()), m_record(m_schema)
+    {
+        if (!request.predicate.empty()) {
+            m_condition =
+                Condition::Make(ParsePredicate(request.predicate), request.predicate, m_schema);
+            m_range = ChooseRange(*m_condition, m_schema);
+            m_needed = m_condition->AttributesNeeded();
+        }
+        if (request.order.empty())
+            return;
+        m_order = AttributeNamed(m_schema, request.order, "--order");
+        if (!m_range && m_schema.attributes[*m_order].index)
+            m_range = IndexRange::All(*m_order);
+        m_mustSort = !m_range || m_range->attribute != *m_order;
+        if (m_mustSort)
+            m_needed = std::max(m_needed, *m_order + 1);
+    }
+
+    void Count(std::ostream& out)
+    {
+        const bool test = m_condition && !(m_range && m_range->exact);
+        std::uint64_t count = 0;
+        if (!m_condition) {
+            count = std::min(m_store.Counts().objects, m_request.limit);
+        } else {
+            Scan scan(m_store, m_range, false);
+            while (count < m_request.limit && scan.Next()) {
+                if (!test || Matches(scan))
+                    ++count;
+            }
+        }
+        out << count << '\n';
+    }
+
+    void Print(std::ostream& out)
+    {
+        RowPrinter printer(m_request, m_schema, out);
+        if (!m_mustSort)
+            m_needed = std::max(m_needed, printer.AttributesNeeded());
+        Scan scan(m_store, m_range, m_request.descending && !m_mustSort && m_order);
+        if (m_mustSort && m_order)
+            PrintSorted(scan, printer);
+        else
+            PrintAsFound(scan, printer);
+        printer.Finish();
+    }
+
+private:
+    void Read(std::string_view record, const char* id, std::size_t attributes)
+    {
+        if (!m_record.Read(record, attributes))
+            throw Failure(Exit::Damaged, m_store.Path() + ": is damaged: object " +
+                                             std::to_string(ObjectNumber(id)) +
+                                             " has an unsound record");
+    }
+
+    bool Matches(Scan& scan)
+    {
+        Read(scan.Record(), scan.Id(), m_needed);
+        return !m_condition || m_condition->Evaluate(m_record) == Truth::True;
+    }
+
+    void PrintAsFound(Scan& scan, RowPrinter& printer)
+    {
+        for (std::uint64_t rows = 0; rows < m_request.limit && scan.Next();) {
+            if (Matches(scan)) {
+                printer.Print(m_record);
+                ++rows;
+            }
+        }
+    }
+
+    void PrintSorted(Scan& scan, RowPrinter& printer)
+    {
+        Sorter sorter(m_schema.attributes[*m_order].type.Id(), m_request.descending,
+                      m_request.limit);
+        while (scan.Next()) {
+            if (Matches(scan))
+                sorter.Add(m_record.Form(*m_order), scan.Id());
+        }
+        for (const auto& row : sorter.Sort()) {
+            char id[kObjectIdBytes];
+            PutObjectId(id, row.number);
+            std::string_view record;
+            m_store.Find(id, record);
+            Read(record, id, printer.AttributesNeeded());
+            printer.Print(m_record);
+        }
+    }
+
+    const QueryRequest& m_request;
+    Store& m_store;
+    const Schema& m_schema;
+    RecordReader m_record;
+    std::optional<Condition> m_condition;
+    std::optional<IndexRange> m_range;
+    std::optional<std::size_t> m_order;
+    bool m_mustSort = false;
+    std::size_t m_needed = 0; ///< attributes of a record to take apart
+};
+
+} // namespace
+
+void Query(const QueryRequest& request, std::ostream& out)
+{
+    const std::unique_ptr<Store> store = Store::Open(request.store);
+    Runner runner(request, *store);
+    if (request.count)
+        runner.Count(out);
+    else
+        runner.Print(out);
+}
+
+} // namespace kotm

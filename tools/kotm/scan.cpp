@@ -1,0 +1,207 @@
+#include "scan.h"
+
+#include "failure.h"
+
+#include <algorithm>
+
+namespace kotm
+{
+
+namespace
+{
+
+/// Tightens a range by one comparison on its attribute.
+void Narrow(IndexRange& range, const Condition& condition, bool& hasLow)
+{
+    const auto order = [&](const std::string& a, const std::string& b) {
+        int status = 0;
+        return ComparePersistent(condition.type, a, b, kPlainOperator, status);
+    };
+    const auto raise = [&](bool behind) {
+        const int sign = hasLow ? order(condition.form, range.low.form) : 1;
+        if (sign > 0 || (sign == 0 && behind))
+            range.low = {condition.form, behind};
+        hasLow = true;
+    };
+    const auto lower = [&](bool behind) {
+        const int sign = range.high ? order(condition.form, range.high->form) : -1;
+        if (sign < 0 || (sign == 0 && !behind))
+            range.high = {condition.form, behind};
+    };
+    switch (condition.op) {
+    case Operator::Equal:
+        raise(false);
+        lower(true);
+        break;
+    case Operator::Less:
+        lower(false);
+        break;
+    case Operator::LessEqual:
+        lower(true);
+        break;
+    case Operator::Greater:
+        raise(true);
+        break;
+    case Operator::GreaterEqual:
+        raise(false);
+        break;
+    case Operator::NotEqual:
+        break;
+    }
+}
+
+bool Narrows(const Condition& condition)
+{
+    return condition.kind == Predicate::Kind::Compare && condition.op != Operator::NotEqual &&
+           condition.cmpOp == kPlainOperator;
+}
+
+/// The range that all terms on one attribute leave, and whether they are all the terms there are.
+std::optional<IndexRange> RangeOn(std::size_t attribute, const std::vector<const Condition*>& terms)
+{
+    IndexRange range{attribute, {"", true}, std::nullopt, 0, true};
+    std::size_t used = 0;
+    bool hasLow = false;
+    bool equal = false;
+    bool null = false;
+    for (const Condition* term : terms) {
+        if (term->attribute != attribute || !term->parts.empty()) {
+            continue;
+        } else if (term->kind == Predicate::Kind::IsNull) {
+            null = true;
+        } else if (Narrows(*term)) {
+            Narrow(range, *term, hasLow);
+            equal = equal || term->op == Operator::Equal;
+        } else if (term->kind != Predicate::Kind::IsNotNull) {
+            continue;
+        }
+        ++used;
+    }
+    if (used == 0)
+        return std::nullopt;
+    if (null) {
+        // With another term on the attribute nothing is left; that one tests the null values.
+        return IndexRange{
+            attribute, {"", false}, IndexRange::Edge{"", true}, 3, used == 1 && terms.size() == 1};
+    }
+    range.rank = equal ? 3 : hasLow && range.high ? 2 : hasLow || range.high ? 1 : 0;
+    range.exact = used == terms.size();
+    return range;
+}
+
+std::string_view View(const MDB_val& value)
+{
+    return {static_cast<const char*>(value.mv_data), value.mv_size};
+}
+
+} // namespace
+
+IndexRange IndexRange::All(std::size_t attribute)
+{
+    return {attribute, {"", false}, std::nullopt, 0, true};
+}
+
+std::optional<IndexRange> ChooseRange(const Condition& condition, const Schema& schema)
+{
+    std::vector<const Condition*> terms{&condition};
+    for (std::size_t i = 0; i < terms.size();) {
+        if (terms[i]->kind != Predicate::Kind::And) {
+            ++i;
+            continue;
+        }
+        const Condition* list = terms[i];
+        terms.erase(terms.begin() + static_cast<std::ptrdiff_t>(i));
+        for (const Condition& part : list->parts)
+            terms.push_back(&part);
+    }
+    std::optional<IndexRange> best;
+    for (std::size_t i = 0; i < schema.attributes.size(); ++i) {
+        if (!schema.attributes[i].index)
+            continue;
+        std::optional<IndexRange> range = RangeOn(i, terms);
+        if (range && (!best || range->rank > best->rank))
+            best = std::move(range);
+    }
+    return best;
+}
+
+Scan::Scan(Store& store, const std::optional<IndexRange>& range, bool backwards)
+    : m_store(store), m_dbi(range ? store.Index(range->attribute) : store.Objects()),
+      m_range(range), m_backwards(backwards)
+{
+    if (range) {
+        const o_char type = store.GetSchema().attributes[range->attribute].type.Id();
+        const auto entry = [&](const IndexRange::Edge& edge, std::uint32_t tag) {
+            store.SetBound(tag, edge.form);
+            std::string bytes;
+            MakeEntry(bytes, type, edge.form, edge.behind ? kMaxObjectNumber + 1 : 0, tag);
+            return bytes;
+        };
+        m_low = entry(range->low, 1);
+        if (range->high)
+            m_high = entry(*range->high, 2);
+    }
+    CheckLmdb(mdb_cursor_open(store.Transaction(), m_dbi, &m_cursor), store.Path());
+}
+
+Scan::~Scan()
+{
+    mdb_cursor_close(m_cursor);
+}
+
+bool Scan::Step(MDB_val& key, MDB_cursor_op op)
+{
+    MDB_val value{};
+    const int code = mdb_cursor_get(m_cursor, &key, &value, op);
+    if (code == MDB_NOTFOUND)
+        return false;
+    CheckLmdb(code, m_store.Path());
+    m_record = View(value);
+    return true;
+}
+
+bool Scan::Start(MDB_val& key)
+{
+    if (!m_range)
+        return Step(key, m_backwards ? MDB_LAST : MDB_FIRST);
+    if (!m_backwards) {
+        key = {m_low.size(), m_low.data()};
+        return Step(key, MDB_SET_RANGE);
+    }
+    if (!m_range->high)
+        return Step(key, MDB_LAST);
+    key = {m_high.size(), m_high.data()};
+    // No entry equals an edge: the one before it is the last inside.
+    return Step(key, MDB_SET_RANGE) ? Step(key, MDB_PREV) : Step(key, MDB_LAST);
+}
+
+bool Scan::Inside(MDB_val& key) const
+{
+    const std::string& edge = m_backwards ? m_low : m_high;
+    if (!m_range || edge.empty())
+        return true;
+    const int order = CompareEntries(m_range->attribute, View(key), edge);
+    return m_backwards ? order > 0 : order < 0;
+}
+
+bool Scan::Next()
+{
+    MDB_val key{};
+    const bool found = m_started ? Step(key, m_backwards ? MDB_PREV : MDB_NEXT) : Start(key);
+    m_started = true;
+    if (!found || !Inside(key))
+        return false;
+    m_id = static_cast<const char*>(key.mv_data) + key.mv_size - kObjectIdBytes;
+    return true;
+}
+
+std::string_view Scan::Record()
+{
+    if (m_range && !m_store.Find(m_id, m_record))
+        throw Failure(Exit::Damaged, m_store.Path() + ": is damaged: an index names object " +
+                                         std::to_string(ObjectNumber(m_id)) +
+                                         ", which does not exist");
+    return m_record;
+}
+
+} // namespace kotm

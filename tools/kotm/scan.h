@@ -1,0 +1,70 @@
+#ifndef KOTM_SCAN_H
+#define KOTM_SCAN_H
+
+#include "condition.h"
+#include "store.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace kotm
+{
+
+/// The part of an index that a condition leaves: all entries from one edge to another.
+struct IndexRange {
+    /// Before or behind all entries with that form. The empty form is the null value's.
+    struct Edge {
+        std::string form;
+        bool behind = false;
+    };
+
+    std::size_t attribute = 0;
+    Edge low;
+    std::optional<Edge> high; ///< absent: the end of the index
+    int rank = 0;             ///< larger: fewer entries are to be expected
+    bool exact = false;       ///< the entries in it are the answer, nothing is left to test
+
+    /// The whole index, null values included.
+    static IndexRange All(std::size_t attribute);
+};
+
+/// The best range for a condition by the comparisons that hold for every object of the answer;
+/// none where no index helps.
+std::optional<IndexRange> ChooseRange(const Condition& condition, const Schema& schema);
+
+/// Walks the objects of a store: all of them by number, or those of an index range in its order.
+class Scan
+{
+public:
+    Scan(Store& store, const std::optional<IndexRange>& range, bool backwards);
+    ~Scan();
+    Scan(const Scan&) = delete;
+    Scan& operator=(const Scan&) = delete;
+
+    /// Moves to the next object; false at the end.
+    bool Next();
+    const char* Id() const { return m_id; }
+    /// The object's record. Throws Failure (Exit::Damaged) where there is none.
+    std::string_view Record();
+
+private:
+    bool Start(MDB_val& key);
+    bool Step(MDB_val& key, MDB_cursor_op op);
+    bool Inside(MDB_val& key) const;
+
+    Store& m_store;
+    MDB_dbi m_dbi;
+    std::optional<IndexRange> m_range;
+    bool m_backwards;
+    MDB_cursor* m_cursor = nullptr;
+    bool m_started = false;
+    std::string m_low;
+    std::string m_high;
+    const char* m_id = nullptr;
+    std::string_view m_record;
+};
+
+} // namespace kotm
+
+#endif

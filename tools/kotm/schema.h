@@ -1,0 +1,47 @@
+#ifndef KOTM_SCHEMA_H
+#define KOTM_SCHEMA_H
+
+#include "failure.h"
+#include "valuetype.h"
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace kotm
+{
+
+struct Attribute {
+    std::string name;
+    std::string column;
+    ValueType type;
+    std::optional<std::string> format; ///< how the type reads and prints; absent: its own
+    bool index = false;
+    unsigned char codeSet = 0; ///< 0: chosen for each text
+
+    const char* Format() const { return format ? format->c_str() : nullptr; }
+};
+
+/// A class of objects: its attributes in the order of their bits and forms in a record.
+struct Schema {
+    static constexpr std::size_t kMaxAttributes = 256;
+
+    std::string name;
+    std::vector<Attribute> attributes;
+
+    /// Reads the JSON form; throws Failure(`status`), with `source` and the place in it, for
+    /// text that is no JSON, a missing, unknown or repeated key, a value of the wrong kind, a
+    /// type that does not exist, and an attribute that stands twice.
+    static Schema FromJson(const std::string& text, const std::string& source,
+                           Exit status = Exit::Usage);
+    /// The same as compact JSON.
+    std::string ToJson() const;
+
+    /// The attribute of that name, or null.
+    const Attribute* Find(const std::string& attribute) const;
+};
+
+} // namespace kotm
+
+#endif

@@ -1,0 +1,358 @@
+#include "store.h"
+
+#include "failure.h"
+#include "version.h"
+
+#include <nlohmann/json.hpp>
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <utility>
+
+namespace kotm
+{
+
+namespace
+{
+
+using nlohmann::json;
+
+constexpr std::uint64_t kReserveStep = 1U << 20;
+
+MDB_val Val(std::string_view bytes)
+{
+    return {bytes.size(), const_cast<char*>(bytes.data())};
+}
+
+std::string_view View(const MDB_val& value)
+{
+    return {static_cast<const char*>(value.mv_data), value.mv_size};
+}
+
+} // namespace
+
+void CheckLmdb(int code, const std::string& path)
+{
+    switch (code) {
+    case MDB_SUCCESS:
+        return;
+    case MDB_MAP_FULL:
+        throw MapFull();
+    case MDB_KEYEXIST:
+        throw Failure(Exit::Io, path + ": values came in another order than their type's");
+    case MDB_CORRUPTED:
+    case MDB_PAGE_NOTFOUND:
+    case MDB_PAGE_FULL:
+    case MDB_CURSOR_FULL:
+    case MDB_PANIC:
+    case MDB_INVALID:
+    case MDB_VERSION_MISMATCH:
+    case MDB_INCOMPATIBLE:
+    case MDB_NOTFOUND:
+        throw Failure(Exit::Damaged, path + ": is damaged (" + mdb_strerror(code) + ")");
+    default:
+        throw Failure(Exit::Io, path + ": " + mdb_strerror(code));
+    }
+}
+
+std::unique_ptr<Store> Store::Open(const std::string& path)
+{
+    return std::unique_ptr<Store>(new Store(path, Mode::Read, 0, nullptr));
+}
+
+std::unique_ptr<Store> Store::OpenToAdd(const std::string& path, std::uint64_t mapBytes)
+{
+    return std::unique_ptr<Store>(new Store(path, Mode::Add, mapBytes, nullptr));
+}
+
+std::unique_ptr<Store> Store::Create(const std::string& path, const Schema& schema,
+                                     std::uint64_t mapBytes)
+{
+    return std::unique_ptr<Store>(new Store(path, Mode::Create, mapBytes, &schema));
+}
+
+Store::Store(std::string path, Mode mode, std::uint64_t mapBytes, const Schema* schema)
+    : m_path(std::move(path)), m_file(mode == Mode::Create ? m_path + ".new" : m_path), m_mode(mode)
+{
+    if (mode == Mode::Create)
+        m_schema = *schema;
+    else
+        m_bytesBefore = CheckStoreFile(m_path);
+    if (mode != Mode::Read)
+        m_lock.emplace(m_file, mode == Mode::Create);
+    if (mode == Mode::Create)
+        m_lock->Resize(0); // what an import that was killed left behind
+    try {
+        OpenEnvironment(mapBytes);
+        OpenDatabases();
+    } catch (...) {
+        Close();
+        throw;
+    }
+    m_reader.emplace(*m_schema);
+    m_previousForms = SetFullForms(this);
+}
+
+Store::~Store()
+{
+    SetFullForms(m_previousForms);
+    Close();
+}
+
+/// Without Commit the file is as it was: the transaction is given up, a new file goes, an old one
+/// loses the room that was taken for more.
+void Store::Close() noexcept
+{
+    if (m_txn != nullptr)
+        mdb_txn_abort(std::exchange(m_txn, nullptr));
+    const bool open = m_env != nullptr;
+    mdb_env_close(std::exchange(m_env, nullptr));
+    if (!m_lock)
+        return;
+    if (m_mode == Mode::Create && m_file != m_path)
+        std::remove(m_file.c_str());
+    else if (open)
+        m_lock->Resize(m_bytesBefore);
+    m_lock.reset();
+}
+
+void Store::OpenEnvironment(std::uint64_t mapBytes)
+{
+    Check(mdb_env_create(&m_env));
+    Check(mdb_env_set_maxdbs(m_env, static_cast<MDB_dbi>(Schema::kMaxAttributes) + 2));
+    unsigned flags = MDB_NOSUBDIR;
+    switch (m_mode) {
+    case Mode::Read:
+        flags |= MDB_RDONLY;
+        break;
+    case Mode::Add:
+        // Pages are written in the map: a transaction of any size then costs no memory beyond it.
+        flags |= MDB_WRITEMAP;
+        Check(mdb_env_set_mapsize(m_env, std::max(mapBytes, 2 * m_bytesBefore)));
+        break;
+    case Mode::Create:
+        // Nobody else sees the file until it is complete and on disk.
+        flags |= MDB_WRITEMAP | MDB_NOLOCK | MDB_NOSYNC;
+        Check(mdb_env_set_mapsize(m_env, mapBytes));
+        break;
+    }
+    int code = mdb_env_open(m_env, m_file.c_str(), flags, 0666);
+    if (code == EACCES && m_mode == Mode::Read) {
+        // A reader who may not write the lock file beside the store reads without it.
+        mdb_env_close(std::exchange(m_env, nullptr));
+        Check(mdb_env_create(&m_env));
+        Check(mdb_env_set_maxdbs(m_env, static_cast<MDB_dbi>(Schema::kMaxAttributes) + 2));
+        code = mdb_env_open(m_env, m_file.c_str(), flags | MDB_NOLOCK, 0666);
+    }
+    Check(code);
+    const unsigned txnFlags = m_mode == Mode::Read ? MDB_RDONLY : 0;
+    code = mdb_txn_begin(m_env, nullptr, txnFlags, &m_txn);
+    if (code == MDB_MAP_RESIZED) {
+        Check(mdb_env_set_mapsize(m_env, 0));
+        code = mdb_txn_begin(m_env, nullptr, txnFlags, &m_txn);
+    }
+    Check(code);
+}
+
+void Store::OpenDatabases()
+{
+    const unsigned create = m_mode == Mode::Create ? MDB_CREATE : 0;
+    const auto open = [&](const std::string& name, MDB_dbi& dbi) {
+        const int code = mdb_dbi_open(m_txn, name.c_str(), create, &dbi);
+        if (code == MDB_NOTFOUND || code == MDB_INCOMPATIBLE)
+            throw Failure(Exit::Damaged,
+                          m_path + ": is no store of this program (it has no \"" + name + "\")");
+        Check(code);
+    };
+    open("description", m_description);
+    if (m_mode == Mode::Create) {
+        WriteDescription();
+    } else {
+        try {
+            ReadDescription();
+        } catch (const json::exception&) {
+            throw Failure(Exit::Damaged, m_path + ": is damaged (its description is unreadable)");
+        }
+    }
+    open("objects", m_objects);
+    Check(mdb_set_compare(m_txn, m_objects, CompareObjectKeys));
+    m_indexes.resize(m_schema->attributes.size());
+    for (std::size_t i = 0; i < m_indexes.size(); ++i) {
+        if (!m_schema->attributes[i].index)
+            continue;
+        MDB_dbi dbi = 0;
+        open("index " + std::to_string(i), dbi);
+        Check(mdb_set_compare(m_txn, dbi, EntryCallback(i)));
+        m_indexes[i] = dbi;
+    }
+}
+
+void Store::ReadDescription()
+{
+    const auto read = [&](const char* name) {
+        MDB_val key = Val(name);
+        MDB_val value{};
+        Check(mdb_get(m_txn, m_description, &key, &value));
+        json object = json::parse(View(value), nullptr, false);
+        if (!object.is_object())
+            throw Failure(Exit::Damaged, m_path + ": is damaged (its description is unreadable)");
+        return object;
+    };
+    const auto foreign = [&](const std::string& why) {
+        throw Failure(Exit::Damaged, m_path + ": " + why);
+    };
+    const json store = read("store");
+    if (store.value("magic", "") != kStoreMagic)
+        foreign("is no store of this program");
+    if (store.value("format", 0) != kStoreFormatVersion)
+        foreign("has store format " + std::to_string(store.value("format", 0)) +
+                ", this program reads " + std::to_string(kStoreFormatVersion));
+    if (store.value("library", "") != LibraryVersion())
+        foreign("was written with library version " + store.value("library", "?") + ", this is " +
+                LibraryVersion());
+    if (store.value("textTables", 0U) != TextTablesVersion())
+        foreign("was written with text tables " + std::to_string(store.value("textTables", 0U)) +
+                ", these are " + std::to_string(TextTablesVersion()) +
+                ": its text indexes would be out of order");
+    m_schema =
+        Schema::FromJson(store.value("schema", ""), m_path + ": is damaged: schema", Exit::Damaged);
+    const json counts = read("counts");
+    m_counts.objects = counts.value("objects", std::uint64_t{0});
+    m_counts.nextNumber = counts.value("next", std::uint64_t{0});
+}
+
+void Store::WriteDescription()
+{
+    const std::string text = json{
+        {"magic", kStoreMagic},
+        {"format", kStoreFormatVersion},
+        {"library", LibraryVersion()},
+        {"textTables", TextTablesVersion()},
+        {"schema",
+         m_schema->ToJson()}}.dump();
+    MDB_val key = Val("store");
+    MDB_val value = Val(text);
+    Check(mdb_put(m_txn, m_description, &key, &value, 0));
+}
+
+void Store::WriteCounts()
+{
+    const std::string text =
+        json{{"objects", m_counts.objects}, {"next", m_counts.nextNumber}}.dump();
+    MDB_val key = Val("counts");
+    MDB_val value = Val(text);
+    Check(mdb_put(m_txn, m_description, &key, &value, 0));
+}
+
+std::uint64_t Store::CountEntries(MDB_dbi dbi) const
+{
+    MDB_stat stat{};
+    Check(mdb_stat(m_txn, dbi, &stat));
+    return stat.ms_entries;
+}
+
+bool Store::Find(const char* id, std::string_view& record) const
+{
+    MDB_val key = Val({id, kObjectIdBytes});
+    MDB_val value{};
+    const int code = mdb_get(m_txn, m_objects, &key, &value);
+    if (code == MDB_NOTFOUND)
+        return false;
+    Check(code);
+    record = View(value);
+    return true;
+}
+
+bool Store::Find(std::size_t attribute, const char* id, std::string_view& form)
+{
+    const std::uint32_t tag = ObjectTag(id);
+    if (tag == 1 || tag == 2) {
+        form = m_bounds[tag - 1];
+        return true;
+    }
+    // This runs inside LMDB's own search, which no exception may pass through.
+    MDB_val key = Val({id, kObjectIdBytes});
+    MDB_val value{};
+    if (mdb_get(m_txn, m_objects, &key, &value) != MDB_SUCCESS ||
+        !m_reader->Read(View(value), attribute + 1))
+        return false;
+    form = m_reader->Form(attribute);
+    return true;
+}
+
+std::uint64_t Store::Add(std::string_view record)
+{
+    if (m_counts.nextNumber > kMaxObjectNumber)
+        throw Failure(Exit::Io, m_path + ": the store is full (no object numbers are left)");
+    ReserveFor(record.size());
+    char id[kObjectIdBytes];
+    PutObjectId(id, m_counts.nextNumber);
+    MDB_val key = Val({id, kObjectIdBytes});
+    MDB_val value = Val(record);
+    Check(mdb_put(m_txn, m_objects, &key, &value, MDB_APPEND));
+    ++m_counts.objects;
+    return m_counts.nextNumber++;
+}
+
+void Store::AddEntry(std::size_t attribute, std::string_view entry, bool inOrder)
+{
+    ReserveFor(entry.size());
+    MDB_val key = Val(entry);
+    MDB_val value = Val({});
+    Check(mdb_put(m_txn, Index(attribute), &key, &value, inOrder ? MDB_APPEND : 0));
+}
+
+std::uint64_t Store::PagesInUse() const
+{
+    std::uint64_t pages = 0;
+    const auto add = [&](MDB_dbi dbi) {
+        MDB_stat stat{};
+        Check(mdb_stat(m_txn, dbi, &stat));
+        pages += stat.ms_branch_pages + stat.ms_leaf_pages + stat.ms_overflow_pages;
+    };
+    add(m_objects);
+    for (const auto& index : m_indexes) {
+        if (index)
+            add(*index);
+    }
+    return pages;
+}
+
+void Store::ReserveFor(std::size_t bytes)
+{
+    m_unreserved += bytes;
+    if (m_unreserved < kReserveStep)
+        return;
+    MDB_stat stat{};
+    Check(mdb_env_stat(m_env, &stat));
+    // Every page in use may be a new one beside the old. The step lies well within the slack.
+    const std::uint64_t most =
+        m_bytesBefore + PagesInUse() * stat.ms_psize + m_unreserved + 4 * kReserveStep;
+    MDB_envinfo info{};
+    Check(mdb_env_info(m_env, &info));
+    m_lock->Reserve(std::min<std::uint64_t>(most, info.me_mapsize));
+    m_unreserved = 0;
+}
+
+void Store::Commit()
+{
+    WriteCounts();
+    Check(mdb_txn_commit(std::exchange(m_txn, nullptr)));
+    Check(mdb_env_sync(m_env, 1));
+    mdb_env_close(std::exchange(m_env, nullptr));
+    m_lock->Resize(CheckStoreFile(m_file));
+    if (m_mode == Mode::Create) {
+        if (link(m_file.c_str(), m_path.c_str()) != 0)
+            throw Failure(Exit::Io, m_path + ": " + std::strerror(errno));
+        std::remove(m_file.c_str());
+        m_file = m_path;
+        SyncDirectoryOf(m_path);
+    }
+    m_lock.reset();
+}
+
+} // namespace kotm

@@ -1,0 +1,26 @@
+#ifndef KOTM_TYPECOMMANDS_H
+#define KOTM_TYPECOMMANDS_H
+
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+namespace kotm
+{
+
+/// Lists the types: id, names, lengths, default format, capabilities.
+void ListTypes(bool json, std::ostream& out);
+
+/// Writes the persistent form of each text, in hexadecimal digits on a line of its own. All texts
+/// are read before the first line is written. Throws Failure (Exit::Usage).
+void ConvertTexts(const std::string& type, const std::vector<std::string>& texts, unsigned format,
+                  std::ostream& out);
+
+/// Shows the value that a persistent form in hexadecimal digits stands for. No byte outside the
+/// form is read. Throws Failure (Exit::Usage) for bytes that are not exactly one value.
+void InspectForm(const std::string& type, const std::string& hex, unsigned format,
+                 std::ostream& out);
+
+} // namespace kotm
+
+#endif

@@ -1,0 +1,111 @@
+#include "valuetype.h"
+
+#include "failure.h"
+#include "utf8.h"
+
+#include <kostring.h>
+
+#include <utility>
+
+namespace kotm
+{
+
+KoTypeMgr& Manager()
+{
+    static KoTypeMgr manager;
+    return manager;
+}
+
+ValueType::ValueType(o_char id)
+    : m_id(id), m_hasNull(Manager().SupportsNullValue(id) != 0), m_isText(false), m_fixedSize(0)
+{
+    const Value empty(*this);
+    if (Manager().IsFixed(id) != 0)
+        m_fixedSize = Manager().DiskLenGet(id, const_cast<Value&>(empty).Get(), kStoreFormat, 1,
+                                           KoFMT_MEMORY);
+    m_isText = TakesAnyText();
+}
+
+ValueType ValueType::Named(const std::string& name)
+{
+    o_char id = 0;
+    if (Manager().Name2KoTypeId(name.c_str(), id) != 0)
+        throw Failure(Exit::Usage, "there is no type \"" + name + "\"");
+    return ValueType(id);
+}
+
+bool ValueType::TakesAnyText() const
+{
+    static const char* const kProbes[] = {"", "*?{x}\\", "7 abc"};
+    Value value(*this);
+    for (const char* probe : kProbes) {
+        unsigned errorAt = 0;
+        std::string printed;
+        if (Manager().ParseFromKoString(m_id, value.Get(), KoString(probe), nullptr, errorAt) != 0)
+            return false;
+        if (value.IsNull())
+            continue;
+        value.Print(printed, nullptr);
+        if (printed != probe)
+            return false;
+    }
+    return true;
+}
+
+std::size_t ValueType::SizeAt(std::string_view bytes, unsigned char format) const
+{
+    if (m_fixedSize != 0)
+        return m_fixedSize <= bytes.size() ? m_fixedSize : 0;
+    MemFile file(bytes.data(), bytes.size());
+    const std::size_t size = Manager().DiskLenGetFromMemFile(m_id, &file, format, 1);
+    return size <= bytes.size() ? size : 0;
+}
+
+Value::Value(const ValueType& type) : m_type(type), m_value(Manager().Create(type.Id(), 1))
+{
+    if (m_value == nullptr)
+        throw Failure(Exit::Usage, "the type \"" + type.Name() + "\" has no values");
+}
+
+Value::~Value()
+{
+    if (m_value != nullptr)
+        Manager().Delete(m_type.Id(), m_value, 1);
+}
+
+Value::Value(Value&& other) noexcept
+    : m_type(other.m_type), m_value(std::exchange(other.m_value, nullptr))
+{
+}
+
+void Value::Store(std::string& bytes, unsigned char format) const
+{
+    const std::size_t start = bytes.size();
+    const std::size_t size = Manager().DiskLenGet(m_type.Id(), m_value, format, 1, KoFMT_MEMORY);
+    bytes.resize(start + size);
+    // The key-form bit lets a type ask for more room than it fills.
+    bytes.resize(start + Manager().Store(m_type.Id(), bytes.data() + start, m_value, format, 1));
+}
+
+void Value::Load(std::string_view bytes, unsigned char format)
+{
+    Manager().Load(m_type.Id(), m_value, bytes.data(), format, 1);
+}
+
+bool Value::LoadUntrusted(std::string_view bytes, unsigned char format)
+{
+    constexpr std::size_t kPadding = 65536 + 16; // more than any 16-bit length leads to
+    std::string copy(bytes);
+    copy.append(kPadding, '\0');
+    return m_type.SizeAt(bytes, format) == bytes.size() &&
+           Manager().Load(m_type.Id(), m_value, copy.data(), format, 1) == bytes.size();
+}
+
+void Value::Print(std::string& utf8, const char* format) const
+{
+    KoString text;
+    Manager().PrintToKoString(m_type.Id(), text, m_value, format, 1);
+    AppendUtf8(utf8, text);
+}
+
+} // namespace kotm
