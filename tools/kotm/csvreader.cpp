@@ -299,12 +299,12 @@ CsvReader::Result CsvReader::Next()
             return state.Fail("quote that neither opens nor closes a field", offset);
         }
         state.Consume(length, terminated);
+        if (state.Offset() - state.rowStart.offset > kMaxRowBytes)
+            return state.SkipRow();
         if (state.rowDone)
             return state.Finish();
         if (terminated && state.ends.empty() && state.parser.pstate == 0)
             state.StartRow(); // an empty line
-        else if (state.Offset() - state.rowStart.offset > kMaxRowBytes)
-            return state.SkipRow();
     }
     if (csv_fini(&state.parser, State::OnField, State::OnRow, &state) != 0)
         return state.SkipRow();
