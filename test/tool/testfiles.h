@@ -42,13 +42,13 @@ inline std::string ReadAll(const std::string& path)
     return text.str();
 }
 
-struct Run {
+struct Outcome {
     int status;
     std::string out; ///< standard output, then standard error
 };
 
 /// Runs the program with shell-quoted arguments.
-inline Run RunKotm(const std::string& arguments)
+inline Outcome RunKotm(const std::string& arguments)
 {
     const TestFolder folder;
     const std::string out = folder.Path("out");

@@ -110,8 +110,8 @@ private:
                     const std::string& object)
     {
         const Attribute& description = m_schema.attributes[attribute];
-        if (!form.empty() && !m_values[attribute].LoadUntrusted(form, kStoreFormat))
-            Fault(object + ": the value of " + description.name + " does not load");
+        if (!form.empty() && !IsSound(m_values[attribute], form))
+            Fault(object + ": the value of " + description.name + " is none that its type writes");
         if (!description.index)
             return;
         MakeEntry(m_scratch, description.type.Id(), form, number);
@@ -122,6 +122,15 @@ private:
             Fault(object + ": missing in the index on " + description.name);
         else
             CheckLmdb(code, m_store.Path());
+    }
+
+    bool IsSound(Value& value, std::string_view form)
+    {
+        m_scratch.clear();
+        if (!value.LoadUntrusted(form, kStoreFormat))
+            return false;
+        value.Store(m_scratch);
+        return m_scratch == form;
     }
 
     void CheckEntry(std::size_t attribute, std::string_view entry)

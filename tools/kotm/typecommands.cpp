@@ -112,9 +112,7 @@ void ListTypes(bool json, std::ostream& out)
         const auto number = [](unsigned value) { return Cell{std::to_string(value), false, true}; };
         const auto text = [](const char* value) { return Cell{value, false, false}; };
         const bool fixed = manager.IsFixed(id) != 0;
-        Cell length = number(PersistentLength(id));
-        if (!fixed)
-            length = {"", true, true};
+        const Cell length = fixed ? number(PersistentLength(id)) : text("varies");
         writer->Row({number(static_cast<unsigned>(id)), text(manager.TypeIdNameGet(id)),
                      text(manager.NameGet(id)), number(manager.MemLenGet(id, 1)), length,
                      number(fixed ? 1 : 0), text(Manager().ExchangeFormat(id, nullptr)),
@@ -156,7 +154,7 @@ void InspectForm(const std::string& typeName, const std::string& hex, unsigned f
     const unsigned char persistent = PersistentFormat(format);
     const ValueType type = ValueType::Named(typeName);
     const std::string bytes = FromHex(hex);
-    if (type.SizeAt(bytes, persistent) != bytes.size())
+    if (bytes.empty() || type.SizeAt(bytes, persistent) != bytes.size())
         throw Failure(Exit::Usage, LengthFault(type, bytes, persistent));
     Value value(type);
     if (!value.LoadUntrusted(bytes, persistent))
@@ -168,6 +166,8 @@ void InspectForm(const std::string& typeName, const std::string& hex, unsigned f
     std::snprintf(hashText, sizeof hashText, "0x%08x", hash);
     std::string text;
     value.Print(text, nullptr);
+    std::string written;
+    value.Store(written, persistent);
     out << "type    " << typeName << " (" << Manager().TypeIdNameGet(type.Id()) << ", id "
         << static_cast<int>(type.Id()) << ")\n"
         << "form    " << ToHex(bytes) << '\n'
@@ -176,6 +176,8 @@ void InspectForm(const std::string& typeName, const std::string& hex, unsigned f
         << "null    " << (null ? "yes" : "no") << '\n'
         << "hash    " << hashText << '\n'
         << "text    " << text << '\n';
+    if (written != bytes)
+        out << "written " << ToHex(written) << '\n';
 }
 
 } // namespace kotm

@@ -17,7 +17,8 @@ void ConvertTexts(const std::string& type, const std::vector<std::string>& texts
                   std::ostream& out);
 
 /// Shows the value that a persistent form in hexadecimal digits stands for. No byte outside the
-/// form is read. Throws Failure (Exit::Usage) for bytes that are not exactly one value.
+/// form is read. A form that the type itself would write otherwise is shown as it would. Throws
+/// Failure (Exit::Usage) for bytes that are not exactly one value.
 void InspectForm(const std::string& type, const std::string& hex, unsigned format,
                  std::ostream& out);
 

@@ -94,16 +94,24 @@ void Value::Load(std::string_view bytes, unsigned char format)
 
 bool Value::LoadUntrusted(std::string_view bytes, unsigned char format)
 {
-    constexpr std::size_t kPadding = 65536 + 16; // more than any 16-bit length leads to
-    std::string copy(bytes);
-    copy.append(kPadding, '\0');
-    return m_type.SizeAt(bytes, format) == bytes.size() &&
-           Manager().Load(m_type.Id(), m_value, copy.data(), format, 1) == bytes.size();
+    if (bytes.empty() || m_type.SizeAt(bytes, format) != bytes.size())
+        return false;
+    // A form that is read beyond its end gives another value with other bytes behind it.
+    std::string stored[2];
+    for (const char behind : {'\0', 'U'}) {
+        std::string copy(bytes);
+        copy.append(64, behind).append(64, '\0');
+        if (Manager().Load(m_type.Id(), m_value, copy.data(), format, 1) != bytes.size())
+            return false;
+        Store(stored[behind == 'U' ? 1 : 0]);
+    }
+    return stored[0] == stored[1];
 }
 
 void Value::Print(std::string& utf8, const char* format) const
 {
-    KoString text;
+    // A text takes what is appended into its own code set: this one has room for all characters.
+    KoString text(KoCS_UNICODE, KoString::GetDefaultLanguage());
     Manager().PrintToKoString(m_type.Id(), text, m_value, format, 1);
     AppendUtf8(utf8, text);
 }

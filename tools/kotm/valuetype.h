@@ -80,8 +80,8 @@ public:
     /// Reads a persistent form that SizeAt has measured. The bytes behind it are read by no type
     /// whose form is sound; for bytes of unknown origin see LoadUntrusted.
     void Load(std::string_view bytes, unsigned char format = kStoreFormat);
-    /// The same for bytes that may be anything: they are copied to a place where a form that lies
-    /// about its length finds zeros behind them. False where the type does not use exactly them.
+    /// The same for bytes that may be anything. False where they are not exactly one form; no
+    /// other bytes are read.
     bool LoadUntrusted(std::string_view bytes, unsigned char format);
     bool IsNull() const { return Manager().IsNullValue(m_type.Id(), m_value) != 0; }
     void SetNull() { Manager().SetNullValue(m_type.Id(), m_value); }

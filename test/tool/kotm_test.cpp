@@ -1,0 +1,414 @@
+#include "testfiles.h"
+
+#include <gtest/gtest.h>
+
+#include <signal.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <thread>
+
+namespace
+{
+
+/// A class with texts in every shape, a null-capable number, a plain one and indexes on most.
+constexpr const char* kSchema = R"({"class": "Item", "attributes": [
+  {"name": "id", "column": "Id", "type": "o_4b", "index": true},
+  {"name": "title", "column": "Title", "type": "KoString", "index": true},
+  {"name": "latin", "column": "Latin", "type": "KoString", "codeSet": 1},
+  {"name": "weight", "column": "Weight", "type": "KoNull_int", "index": true}]})";
+
+struct Step {
+    const char* reason;
+    std::string arguments;
+    int status;
+    std::string output; ///< a part of what is written
+};
+
+void Expect(const Step& step)
+{
+    const Outcome run = RunKotm(step.arguments);
+    EXPECT_EQ(run.status, step.status) << step.reason << "\n" << run.out;
+    EXPECT_NE(run.out.find(step.output), std::string::npos) << step.reason << "\n" << run.out;
+}
+
+class KotmStore : public testing::Test
+{
+protected:
+    KotmStore() : m_schema(m_folder.Write("schema", kSchema)), m_store(m_folder.Path("store")) {}
+
+    Outcome Import(const std::string& csv, const std::string& more = {}) const
+    {
+        return RunKotm("import " + m_store + " " + m_folder.Write("csv", csv) + " --schema " +
+                       m_schema + " " + more);
+    }
+    std::string Query(const std::string& rest) const
+    {
+        return RunKotm("query " + m_store + " --output csv " + rest).out;
+    }
+    Outcome Check() const { return RunKotm("check " + m_store); }
+
+    TestFolder m_folder;
+    std::string m_schema;
+    std::string m_store;
+};
+
+TEST(Kotm, ValuesAndWrongUse)
+{
+    const Step kSteps[] = {
+        {"least significant byte first", "convert o_4b 258 -1", 0, "02010000\nffffffff\n"},
+        {"most significant byte first", "convert o_4b 258 --format 2", 0, "00000102\n"},
+        {"text beyond 16 bits", "convert KoString '\xF0\x9F\x98\x80'", 0, "0800fd003dd800de00ff"},
+        {"null text", "inspect KoString 040000fe00ff", 0, "null    yes\nhash    0xfefe7575"},
+        {"a record in the older layout", "inspect KoString 0300616200", 0, "text    ab\n"},
+        {"null number", "inspect KoNull_int 0100000000", 0, "null    yes"},
+        {"other byte order", "inspect o_2b 0102 --format 2", 0, "text    258\n"},
+        {"no value", "convert o_4b 5 12x", 2, "\"12x\" is no value of the type o_4b (character 3)"},
+        {"out of range", "convert o_4b 99999999999", 2, "is no value"},
+        {"unknown type", "convert long 1", 2, "there is no type \"long\""},
+        {"a type without values", "convert illegal 1", 2, "has no values"},
+        {"memory form", "inspect KoString 00 --format 8", 2, "format 8 is no persistent form"},
+        {"odd digits", "inspect o_4b 123", 2, "odd number of digits"},
+        {"no digit", "inspect o_4b 12x4", 2, "character 3 is no hexadecimal digit"},
+        {"too short", "inspect o_4b 000000", 2, "3 bytes where o_4b takes 4"},
+        {"too long", "inspect o_4b 0000000000", 2, "5 bytes where o_4b takes 4"},
+        {"a length beyond the bytes", "inspect KoString ffff010061", 2, "do not hold a whole"},
+        {"half a length", "inspect KoString 05", 2, "do not hold a whole"},
+        {"bytes behind a record", "inspect KoString 0400010000ff00", 2,
+         "7 bytes where this KoString takes 6"},
+        {"a record without its head", "inspect KoString 0200ffff", 2,
+         "no value of the type KoString"},
+        {"no bytes", "inspect KoString ''", 2, "0 bytes do not hold"},
+        {"no subcommand", "", 2, "subcommand is required"},
+        {"unknown option", "types --xml", 2, "--xml"},
+        {"help", "--help", 0, "import"},
+        {"types in JSON", "types --json", 0, "\"name\": \"KoSeal\""},
+        {"no store", "query /nowhere/at/all", 4, "No such file"},
+    };
+    for (const Step& step : kSteps)
+        Expect(step);
+}
+
+TEST_F(KotmStore, RejectsRowsWithTheirPlaces)
+{
+    const std::string rows[] = {
+        "1,plain,a,10\n",
+        "2,\"quoted \"\"x\"\"\r\nline\",b,\n",
+        "12x,t,c,1\n",
+        "99999999999,t,c,1\n",
+        "3,t,c\n",
+        "3,t,c,1,5\n",
+        "4,t\xFF,c,1\n",
+        std::string("5,t\0t,c,1\n", 10),
+        ",t,c,1\n",
+        "6,t,\xCE\xA9,1\n",
+        "7,\xCE\xA9\xF0\x9F\x98\x80,\xC3\xA9,-3\n",
+        "8,t\"t,c,1\n",
+        "9," + std::string(70000, 'x') + ",c,1\n",
+        "10,,c, 5\n",
+        "11,\"never closed,c,1\n",
+    };
+    std::string csv = "\xEF\xBB\xBFId,Title,Latin,Weight\n";
+    for (const std::string& row : rows)
+        csv += row;
+    const std::string rejects = m_folder.Path("rejects");
+    const Outcome run = Import(csv, "--rejects " + rejects);
+    EXPECT_EQ(run.status, 1);
+    EXPECT_NE(run.out.find("rows read 15, stored 3, rejected 12\n"), std::string::npos) << run.out;
+    EXPECT_EQ(Query("--order id"),
+              "id,title,latin,weight\n1,plain,a,10\n2,\"quoted \"\"x\"\"\r\nline\",b,\n"
+              "7,\xCE\xA9\xF0\x9F\x98\x80,\xC3\xA9,-3\n");
+
+    // Every rejected row stands in the file as it was, behind its place and reason.
+    const std::string kept = ReadAll(rejects);
+    const struct {
+        std::size_t row;
+        const char* place;
+        const char* reason;
+    } kRejected[] = {
+        {2, "# line 5, column 3, byte 66", "id: \"12x\" is no value of the type o_4b"},
+        {3, "# line 6, column 1, byte", "id: \"99999999999\" is no value"},
+        {4, "# line 7, column 6, byte", "3 fields where the header has 4"},
+        {5, "# line 8, column 9, byte", "5 fields where the header has 4"},
+        {6, "# line 9, column 4, byte", "title: byte that is no UTF-8"},
+        {7, "# line 10, column 4, byte", "title: NUL byte"},
+        {8, "# line 11, column 1, byte", "id: empty, and o_4b has no null value"},
+        {9, "# line 12, column 5, byte", "latin: character U+03A9 is not in code set 1"},
+        {11, "# line 14, column 4, byte", "quote that neither opens nor closes"},
+        {12, "# line 15, column 70003, byte", "title: text of 70000 characters"},
+        {13, "# line 16, column 7, byte", "weight: \" 5\" is no value"},
+        {14, "# line 17, column 4, byte", "quote that is never closed"},
+    };
+    std::size_t at = 0;
+    for (const auto& rejected : kRejected) {
+        const std::size_t line = kept.find(rejected.place, at);
+        ASSERT_NE(line, std::string::npos) << rejected.place << "\n" << kept.substr(at, 300);
+        const std::size_t end = kept.find('\n', line);
+        EXPECT_NE(kept.substr(line, end - line).find(rejected.reason), std::string::npos)
+            << kept.substr(line, end - line);
+        EXPECT_EQ(kept.substr(end + 1, rows[rejected.row].size()), rows[rejected.row]);
+        at = end + 1 + rows[rejected.row].size();
+    }
+    EXPECT_EQ(at, kept.size());
+    EXPECT_EQ(Check().status, 0) << Check().out;
+}
+
+TEST_F(KotmStore, FailedImportsLeaveTheStoreAsItWas)
+{
+    ASSERT_EQ(Import("Id,Title,Latin,Weight\n1,a,b,2\n").status, 0);
+    const std::string before = ReadAll(m_store);
+    const auto attribute = [](const std::string& rest) {
+        return R"({"class": "Item", "attributes": [{"name": "id", "column": "Id", )" + rest + "}]}";
+    };
+    const struct {
+        const char* reason;
+        std::string schema;
+        std::string csv;
+        std::string output;
+    } kCases[] = {
+        {"empty file", kSchema, "", "the file is empty"},
+        {"missing column", kSchema, "Id,Title,Latin\n1,a,b\n",
+         "the header has no column \"Weight\""},
+        {"column twice", kSchema, "Id,Title,Latin,Weight,Id\n", "more than one column \"Id\""},
+        {"malformed header", kSchema, "Id,\"Title\n", "header: line 1, column 4"},
+        {"other class", attribute(R"("type": "int")"), "Id\n1\n", "with another schema"},
+        {"no JSON", "{\n \"class\": x}", "", "line 2, column 11: no JSON"},
+        {"unknown type", attribute(R"("type": "long")"), "", "there is no type \"long\""},
+        {"unknown key", attribute(R"("type": "int", "indx": true)"), "", "unknown key \"indx\""},
+        {"key twice", attribute(R"("type": "int", "type": "o_4b")"), "", "\"type\" stands twice"},
+        {"missing key", attribute(R"("index": true)"), "", "the key \"type\" is missing"},
+        {"wrong kind", attribute(R"("type": "int", "index": 1)"), "", "neither true nor false"},
+        {"no code set", attribute(R"("type": "KoString", "codeSet": 12)"), "", "no code set 12"},
+        {"code set of a number", attribute(R"("type": "int", "codeSet": 1)"), "", "holds no text"},
+        {"attribute twice",
+         R"({"class": "C", "attributes": [{"name": "a", "column": "x", "type": "int"},
+             {"name": "a", "column": "y", "type": "int"}]})",
+         "", "attribute 2: \"a\" stands twice"},
+        {"no attributes", R"({"class": "C", "attributes": []})", "", "empty"},
+        {"a name that is a word of predicates",
+         R"({"class": "C", "attributes": [{"name": "not", "column": "x", "type": "int"}]})", "",
+         "no word of a predicate"},
+    };
+    for (const auto& c : kCases) {
+        m_folder.Write("schema", c.schema);
+        const Outcome run = Import(c.csv);
+        EXPECT_EQ(run.status, 2) << c.reason;
+        EXPECT_NE(run.out.find(c.output), std::string::npos) << c.reason << "\n" << run.out;
+        EXPECT_EQ(ReadAll(m_store), before) << c.reason;
+    }
+    m_folder.Write("schema", kSchema);
+    EXPECT_EQ(RunKotm("import " + m_folder.Path("none") + " " + m_folder.Write("csv", "") +
+                      " --schema " + m_schema)
+                  .status,
+              2);
+    EXPECT_FALSE(std::filesystem::exists(m_folder.Path("none")));
+}
+
+// Kills an import at many moments. A new store is there whole or not at all, an old one has its
+// old objects or all of the new ones as well, and the next import goes through.
+TEST_F(KotmStore, SurvivesBeingKilled)
+{
+    std::string csv = "Id,Title,Latin,Weight\n";
+    for (int i = 0; i < 8000; ++i)
+        csv += std::to_string(i) + ",title " + std::to_string(i * 7919 % 8000) + ",x," +
+               std::to_string(i % 100) + "\n";
+    m_folder.Write("big", csv);
+    const std::string small = "Id,Title,Latin,Weight\n1,a,b,2\n";
+    int killed = 0;
+    for (int delay = 0; delay < 10; ++delay) {
+        const bool fresh = delay % 2 == 0;
+        std::filesystem::remove(m_store);
+        if (!fresh) {
+            ASSERT_EQ(Import(small).status, 0);
+        }
+        const pid_t child = fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            freopen("/dev/null", "w", stderr);
+            execl(KOTM_PROGRAM, "kotm", "import", m_store.c_str(), m_folder.Path("big").c_str(),
+                  "--schema", m_schema.c_str(), nullptr);
+            _exit(127);
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(delay * 12));
+        kill(child, SIGKILL);
+        int status = 0;
+        waitpid(child, &status, 0);
+        killed += WIFSIGNALED(status) ? 1 : 0;
+        if (!std::filesystem::exists(m_store)) {
+            EXPECT_TRUE(fresh);
+        } else {
+            const std::string count = Query("--count");
+            EXPECT_TRUE(count == (fresh ? "8000\n" : "8001\n") || (!fresh && count == "1\n"))
+                << count;
+            EXPECT_EQ(Check().status, 0) << Check().out;
+        }
+        EXPECT_EQ(Import(small).status, 0);
+        EXPECT_EQ(Check().status, 0) << Check().out;
+    }
+    EXPECT_GT(killed, 3);
+}
+
+TEST_F(KotmStore, AnswersTheSameByIndexAndByScan)
+{
+    // `b` repeats `a` without an index.
+    m_folder.Write("schema", R"({"class": "Pair", "attributes": [
+      {"name": "a", "column": "A", "type": "KoNull_int", "index": true},
+      {"name": "b", "column": "A", "type": "KoNull_int"},
+      {"name": "s", "column": "S", "type": "KoString", "index": true},
+      {"name": "t", "column": "S", "type": "KoString"}]})");
+    std::string csv = "A,S\n";
+    unsigned random = 1;
+    const std::string common(300, 'm');
+    for (int i = 0; i < 500; ++i) {
+        random = random * 1103515245 + 12345;
+        const unsigned value = random >> 16 & 31;
+        csv += value == 0 ? "" : std::to_string(static_cast<int>(value) - 16);
+        // Short texts, and texts that differ only behind what an index entry holds of them.
+        csv += value == 1   ? ","
+               : value < 16 ? ",k" + std::to_string(value)
+                            : "," + common + common + std::to_string(value);
+        csv += "\n";
+    }
+    for (const std::size_t part : {csv.find('\n', 2000), csv.size() - 1}) {
+        // In two imports: the second one's entries go between those of the first.
+        const std::size_t from = part == csv.size() - 1 ? csv.find('\n', 2000) + 1 : 4;
+        ASSERT_EQ(Import("A,S\n" + csv.substr(from, part + 1 - from)).status, 0);
+    }
+    ASSERT_EQ(Check().status, 0) << Check().out;
+    const std::string text = "\"" + common + common + "20\"";
+    const struct {
+        std::string byIndex;
+        std::string byScan;
+    } kCases[] = {
+        {"a = 3", "b = 3"},
+        {"a < 3", "b < 3"},
+        {"a <= 3", "b <= 3"},
+        {"a > 3", "b > 3"},
+        {"a >= 3", "b >= 3"},
+        {"a > -5 and a <= 7 and a < 6 and a >= -5", "b > -5 and b < 6"},
+        {"a > 5 and a < 2", "b > 5 and b < 2"},
+        {"a is null", "b is null"},
+        {"a is not null", "b is not null"},
+        {"a is null and a > 0", "b is null and b > 0"},
+        {"a = 3 and not s = \"k9\"", "b = 3 and t != \"k9\""},
+        {"s = " + text, "t = " + text},
+        {"s < " + text, "t < " + text},
+        {"s >= " + text, "t >= " + text},
+        {"s <= \"k5\"x", "t <= \"k5\"x"},
+        {"s is null", "t is null"},
+    };
+    const auto ask = [&](const std::string& predicate, const std::string& rest) {
+        return Query("'" + predicate + "' " + rest);
+    };
+    for (const auto& c : kCases) {
+        const std::string rows = ask(c.byIndex, "--order b");
+        EXPECT_EQ(rows, ask(c.byScan, "--order b")) << c.byIndex;
+        const auto lines = std::count(rows.begin(), rows.end(), '\n') - 1;
+        EXPECT_EQ(ask(c.byIndex, "--count"), std::to_string(lines) + "\n") << c.byIndex;
+    }
+    for (const char* order : {"", " --desc", " --desc --limit 40", " --limit 40"}) {
+        const std::string rest = std::string(order) + " --columns b,t";
+        EXPECT_EQ(Query("--order a" + rest), Query("--order b" + rest)) << order;
+        EXPECT_EQ(Query("--order s" + rest), Query("--order t" + rest)) << order;
+        EXPECT_EQ(ask("a > 2", "--order a" + rest), ask("b > 2", "--order b" + rest)) << order;
+    }
+    EXPECT_EQ(ask("b > 2 or not b > 2", "--count"), ask("b is not null", "--count"))
+        << "a comparison with null is neither true nor false";
+}
+
+TEST_F(KotmStore, SaysWhatIsWrongWithAStore)
+{
+    std::string csv = "Id,Title,Latin,Weight\n";
+    for (int i = 0; i < 2000; ++i)
+        csv += std::to_string(i) + ",title " + std::to_string(i) + ",x,1\n";
+    ASSERT_EQ(Import(csv).status, 0);
+    const std::string whole = ReadAll(m_store);
+    const auto overwritten = [&](const std::string& what, const std::string& with) {
+        std::string bytes = whole;
+        for (std::size_t at = 0; (at = bytes.find(what, at)) != std::string::npos;)
+            bytes.replace(at, with.size(), with);
+        return bytes;
+    };
+    const struct {
+        const char* reason;
+        std::string bytes;
+        std::string output;
+    } kCases[] = {
+        {"empty", "", "is no store (too short)"},
+        {"text", std::string(10000, 'x'), "is no store"},
+        {"cut", whole.substr(0, whole.size() - 1), "is truncated"},
+        {"cut to the first page", whole.substr(0, 4096), "its second page is missing"},
+        {"other program", overwritten("kotm store", "some other"), "is no store of this program"},
+        {"other format", overwritten("\"format\":1", "\"format\":7"), "has store format 7"},
+        {"other library", overwritten("\"library\":\"12", "\"library\":\"11"),
+         "library version 11"},
+        {"unreadable description", overwritten("{\"format\"", "}\"format\""), "unreadable"},
+    };
+    for (const auto& c : kCases) {
+        m_folder.Write("store", c.bytes);
+        for (const char* command : {"query ", "check "})
+            Expect({c.reason, command + m_store, 3, c.output});
+        EXPECT_EQ(Import(csv).status, 3) << c.reason;
+        EXPECT_TRUE(ReadAll(m_store) == c.bytes) << c.reason;
+    }
+    // One text in a record: the index and the record no longer agree.
+    std::string bytes = whole;
+    const std::size_t at = bytes.find("title 777");
+    ASSERT_NE(at, std::string::npos);
+    bytes[at] = 'T';
+    m_folder.Write("store", bytes);
+    Expect({"a changed value", "check " + m_store, 3, "fault: "});
+}
+
+TEST_F(KotmStore, PrintsInEveryForm)
+{
+    ASSERT_EQ(Import("Id,Title,Latin,Weight\n1,\"a, \"\"b\"\"\x1b[1m\",x,\n2,,y,7\n").status, 0);
+    const Step kSteps[] = {
+        {"table", "query " + m_store, 0,
+         "id  title          latin  weight\n--  -------------  -----  ------\n"
+         " 1  a, \"b\"\\x1B[1m  x      {NULL}\n 2  {NULL}         y           7\n"},
+        {"JSON", "query " + m_store + " --output json --columns title,weight", 0,
+         "[\n  {\"title\": \"a, \\\"b\\\"\\u001b[1m\", \"weight\": null},\n"
+         "  {\"title\": null, \"weight\": 7}\n]\n"},
+        {"CSV", "query " + m_store + " --output csv --columns weight,title --limit 1", 0,
+         "weight,title\n,\"a, \"\"b\"\"\x1b[1m\"\n"},
+        {"print format", "query " + m_store + " 'id=2' --columns weight --print weight=%05d", 0,
+         "00007"},
+        {"unknown column", "query " + m_store + " --columns nope", 2, "no attribute \"nope\""},
+        {"unknown order", "query " + m_store + " --order nope", 2, "no attribute \"nope\""},
+        {"unknown print", "query " + m_store + " --print nope=%d", 2, "no attribute \"nope\""},
+        {"no format", "query " + m_store + " --print weight", 2, "is not ATTRIBUTE=FORMAT"},
+        {"place in a predicate", "query " + m_store + " 'id = 1 and nope = 2'", 2,
+         "character 12: class Item has no attribute \"nope\"\n  id = 1 and nope = 2\n             "
+         "^"},
+        {"place in a literal", "query " + m_store + " 'id = 12x'", 2, "character 8: \"12x\""},
+        {"text without quotes", "query " + m_store + " 'title = 12'", 2, "in double quotes"},
+        {"suffix for a number", "query " + m_store + " 'id = \"1\"i'", 2, "go with texts"},
+        {"no wildcards yet", "query " + m_store + " 'title = \"*x\"'", 2, "not supported yet"},
+        {"null literal", "query " + m_store + " 'title = \"\"'", 2, "is null"},
+    };
+    for (const Step& step : kSteps)
+        Expect(step);
+}
+
+TEST(Kotm, ImportsTheExample)
+{
+    const TestFolder folder;
+    const std::string examples = KOTM_EXAMPLES;
+    const std::string store = folder.Path("store");
+    const Step kSteps[] = {
+        {"import",
+         "import " + store + " " + examples + "/birdstrikes.csv --schema " + examples +
+             "/birdstrikes.schema.json",
+         0, "rows read 10000, stored 10000, rejected 0\n"},
+        {"empty speeds are null", "query " + store + " 'speed is null' --count", 0, "2836\n"},
+        {"index and scan", "query " + store + " 'speed > 200 and phase = \"Climb\"' --count", 0,
+         "378\n"},
+        {"sound", "check " + store, 0, "10000 objects, no faults"},
+    };
+    for (const Step& step : kSteps)
+        Expect(step);
+}
+
+} // namespace
