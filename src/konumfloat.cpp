@@ -67,6 +67,30 @@ bool IsHexDigit(char c)
     return (c >= '0' && c <= '9') || (Lower(c) >= 'a' && Lower(c) <= 'f');
 }
 
+/// The end of a hexadecimal number in `[p, end)`, `p` where it has no digit. from_chars alone would
+/// take an exponent with two signs.
+const char* HexEnd(const char* p, const char* end)
+{
+    const char* start = p;
+    bool digits = false;
+    for (bool point = false; p < end && (IsHexDigit(*p) || (*p == '.' && !point)); ++p) {
+        point = point || *p == '.';
+        digits = digits || *p != '.';
+    }
+    if (!digits)
+        return start;
+    if (p < end && Lower(*p) == 'p') {
+        const char* exponent = p + 1;
+        if (exponent < end && (*exponent == '+' || *exponent == '-'))
+            ++exponent;
+        if (exponent < end && *exponent >= '0' && *exponent <= '9') {
+            for (p = exponent; p < end && *p >= '0' && *p <= '9'; ++p) {
+            }
+        }
+    }
+    return p;
+}
+
 /// True when a number that from_chars found out of range is too large, not too small: the power
 /// of its first digit that is not 0, with its exponent, is positive.
 bool IsTooLarge(const char* p, const char* end, bool hex)
@@ -122,7 +146,7 @@ bool ReadAs(KoNumCursor& cursor, bool hex, double& value, bool& overflow)
 std::size_t KoWriteFloating(char* out, std::size_t capacity, const KoNumFormat& format,
                             double value)
 {
-    if (!format.IsFloating()) {
+    if (!format.isFloating) {
         const bool isSigned = format.conversion == 'd' || format.conversion == 'i' ||
                               format.conversion == 'S' || value < 0;
         KoNumFormat integer = format;
@@ -149,7 +173,7 @@ std::size_t KoWriteFloating(char* out, std::size_t capacity, const KoNumFormat& 
         auto form = std::chars_format::general;
         if (conversion == 'g' && precision == 0)
             precision = 1;
-        if (conversion == 'g' && format.alt) {
+        if (conversion == 'g' && format.Has(kNumAlt)) {
             const GeneralForm choice = ChooseForm(value, precision);
             precision = choice.precision;
             conversion = choice.scientific ? 'e' : 'f';
@@ -179,7 +203,7 @@ std::size_t KoWriteFloating(char* out, std::size_t capacity, const KoNumFormat& 
                 static_cast<char*>(std::memchr(text, sought, static_cast<std::size_t>(end - text)));
             mark = mark == nullptr ? end : mark;
         }
-        body.zeroPadded = format.zero;
+        body.zeroPadded = format.Has(kNumZero);
     }
     if (format.conversion < 'a')
         ToUpper(text, end);
@@ -188,7 +212,8 @@ std::size_t KoWriteFloating(char* out, std::size_t capacity, const KoNumFormat& 
     body.digitCount = static_cast<std::size_t>(mark - text);
     // The flag # asks for a point even with no digit behind it.
     char pointed[kRoom + 1];
-    if (format.alt && std::isfinite(value) && std::memchr(text, '.', body.digitCount) == nullptr) {
+    if (format.Has(kNumAlt) && std::isfinite(value) &&
+        std::memchr(text, '.', body.digitCount) == nullptr) {
         std::memcpy(pointed, text, body.digitCount);
         pointed[body.digitCount++] = '.';
         body.digits = pointed;
@@ -230,11 +255,10 @@ bool KoReadReal(KoNumCursor& cursor, KoFloatForm form, bool single, double& valu
         value = std::numeric_limits<double>::quiet_NaN();
         return true;
     }
-    const bool prefix = cursor.end - cursor.pos >= 3 && cursor.pos[0] == '0' &&
-                        Lower(cursor.pos[1]) == 'x' &&
-                        (IsHexDigit(cursor.pos[2]) || cursor.pos[2] == '.');
-    const bool hex = form != KoFloatForm::decimal && prefix;
-    if (form == KoFloatForm::hex && !prefix)
+    const bool hex = form != KoFloatForm::decimal && cursor.end - cursor.pos >= 3 &&
+                     cursor.pos[0] == '0' && Lower(cursor.pos[1]) == 'x' &&
+                     HexEnd(cursor.pos + 2, cursor.end) != cursor.pos + 2;
+    if (form == KoFloatForm::hex && !hex)
         return false;
     // A second sign is none of the number's.
     if (!cursor.AtEnd() && *cursor.pos == '-')
@@ -250,7 +274,7 @@ bool KoScanFloating(double& value, const char* text, std::size_t length, const c
 {
     const KoNumFormat parsed = KoParseNumFormat(format, kFloatingFormat);
     KoNumCursor cursor(text, length);
-    if (!parsed.IsFloating()) {
+    if (!parsed.isFloating) {
         o_u8b bits = 0;
         const bool isSigned = parsed.conversion != 'u';
         if (!KoScanInteger(bits, text, length, format, {64, isSigned}))
@@ -276,7 +300,7 @@ int KoParseFloating(double& value, const char* text, std::size_t length, const c
                     bool single, unsigned& errorAt)
 {
     const KoNumFormat parsed = KoParseNumFormat(format, kFloatingFormat);
-    if (!parsed.IsFloating()) {
+    if (!parsed.isFloating) {
         o_u8b bits = 0;
         const bool isSigned = parsed.conversion != 'u';
         const int rc = KoParseInteger(bits, text, length, format, {64, isSigned}, errorAt);
@@ -292,7 +316,7 @@ int KoParseFloating(double& value, const char* text, std::size_t length, const c
     };
     if (!cursor.Match(parsed.prefix, parsed.prefixEnd, true))
         return fail(cursor.pos);
-    cursor.SkipPadding(parsed.space || (parsed.width != 0 && !parsed.left));
+    cursor.SkipPadding(parsed.PadsBefore());
     const char* start = cursor.pos;
     const bool negative = cursor.Sign();
     const bool hex = parsed.conversion == 'a' || parsed.conversion == 'A';
@@ -300,7 +324,7 @@ int KoParseFloating(double& value, const char* text, std::size_t length, const c
     bool overflow;
     if (!KoReadReal(cursor, hex ? KoFloatForm::hex : KoFloatForm::decimal, single, real, overflow))
         return fail(cursor.pos);
-    cursor.SkipPadding(parsed.width != 0 && parsed.left);
+    cursor.SkipPadding(parsed.PadsAfter());
     if (!cursor.Match(parsed.suffix, parsed.suffixEnd, true) || !cursor.AtEnd())
         return fail(cursor.pos);
     if (overflow)

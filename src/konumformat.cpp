@@ -18,12 +18,9 @@ bool IsSpace(char c)
 /// The end of literal text: a percent sign that is not doubled, or the terminator.
 const char* LiteralEnd(const char* s)
 {
-    for (;;) {
-        s += std::strcspn(s, "%");
-        if (s[0] == '\0' || s[1] != '%')
-            return s;
-        s += 2;
-    }
+    while (*s != '\0' && (*s != '%' || s[1] == '%'))
+        s += *s == '%' ? 2 : 1;
+    return s;
 }
 
 const char* ReadCount(const char* s, unsigned& count)
@@ -35,13 +32,6 @@ const char* ReadCount(const char* s, unsigned& count)
             count = kNumMaxField;
     }
     return s;
-}
-
-const char* SkipModifier(const char* s)
-{
-    if (std::strncmp(s, "I64", 3) == 0 || std::strncmp(s, "I32", 3) == 0)
-        return s + 3;
-    return s + std::strspn(s, "hlLjztq");
 }
 
 /// Where text goes that may be longer than its room.
@@ -97,21 +87,10 @@ bool KoNumFormat::Parse(const char* format, const char* conversions)
     const char* s = prefixEnd = LiteralEnd(format);
     if (*s++ == '\0')
         return false;
-    left = plus = space = zero = alt = false;
-    for (;; ++s) {
-        if (*s == '-')
-            left = true;
-        else if (*s == '+')
-            plus = true;
-        else if (*s == ' ')
-            space = true;
-        else if (*s == '0')
-            zero = true;
-        else if (*s == '#')
-            alt = true;
-        else
-            break;
-    }
+    flags = 0;
+    unsigned flag;
+    for (; (flag = KoNumMeaning(*s)) != 0 && flag < kNumModifier; ++s)
+        flags |= flag;
     s = ReadCount(s, width);
     precision = -1;
     if (*s == '.') {
@@ -119,18 +98,15 @@ bool KoNumFormat::Parse(const char* format, const char* conversions)
         s = ReadCount(s + 1, count);
         precision = static_cast<int>(count);
     }
-    s = SkipModifier(s);
-    if (*s == '\0' || std::strchr(conversions, *s) == nullptr)
+    s = KoSkipNumModifier(s);
+    if (*s == '\0' || (conversions != nullptr ? std::strchr(conversions, *s) == nullptr
+                                              : KoNumMeaning(*s) < kNumInteger))
         return false;
     conversion = *s;
+    isFloating = KoNumMeaning(*s) == kNumFloating;
     suffix = s + 1;
     suffixEnd = LiteralEnd(suffix);
     return *suffixEnd == '\0';
-}
-
-bool KoNumFormat::IsFloating() const
-{
-    return std::strchr("eEfFgGaA", conversion) != nullptr;
 }
 
 KoNumFormat KoParseNumFormat(const char* format, const char* fallback)
@@ -152,9 +128,9 @@ void KoNumBody::AddSign(const KoNumFormat& format, bool negative)
 {
     if (negative)
         AddHead('-');
-    else if (format.plus)
+    else if (format.Has(kNumPlus))
         AddHead('+');
-    else if (format.space)
+    else if (format.Has(kNumSpace))
         AddHead(' ');
 }
 
@@ -166,28 +142,22 @@ std::size_t KoWriteNumField(char* out, std::size_t capacity, const KoNumFormat& 
     const std::size_t padding = format.width > length ? format.width - length : 0;
     Writer writer(out, capacity);
     writer.Literal(format.prefix, format.prefixEnd);
-    if (!format.left && !body.zeroPadded)
+    if (!format.Has(kNumLeft) && !body.zeroPadded)
         writer.Fill(' ', padding);
     writer.Copy(body.head, body.headCount);
-    if (!format.left && body.zeroPadded)
+    if (!format.Has(kNumLeft) && body.zeroPadded)
         writer.Fill('0', padding);
     writer.Fill('0', body.leadZeros);
     writer.Copy(body.digits, body.digitCount);
     writer.Fill('0', body.trailZeros);
     writer.Copy(body.tail, body.tailCount);
-    if (format.left)
+    if (format.Has(kNumLeft))
         writer.Fill(' ', padding);
     writer.Literal(format.suffix, format.suffixEnd);
     return writer.Length();
 }
 
-void KoNumCursor::SkipSpace()
-{
-    while (pos < end && IsSpace(*pos))
-        ++pos;
-}
-
-bool KoNumCursor::Match(const char* literal, const char* literalEnd, bool exact)
+bool KoNumCursor::MatchText(const char* literal, const char* literalEnd, bool exact)
 {
     for (const char* s = literal; s < literalEnd; ++s) {
         if (!exact && IsSpace(*s)) {
@@ -204,11 +174,4 @@ bool KoNumCursor::Match(const char* literal, const char* literalEnd, bool exact)
         ++pos;
     }
     return true;
-}
-
-bool KoNumCursor::Sign()
-{
-    if (pos == end || (*pos != '-' && *pos != '+'))
-        return false;
-    return *pos++ == '-';
 }

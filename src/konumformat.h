@@ -3,6 +3,7 @@
 
 #include <kobasic.h>
 
+#include <array>
 #include <cstddef>
 
 /// The inside of number text: a format taken apart, and the pieces shared by integers and floating
@@ -11,6 +12,59 @@
 /// The longest text that a KoString holds; widths and precisions are held to it.
 inline constexpr unsigned kNumMaxField = 65531;
 
+enum KoNumFlag : unsigned char {
+    kNumLeft = 1,  ///< -
+    kNumPlus = 2,  ///< +
+    kNumSpace = 4, ///< blank
+    kNumZero = 8,  ///< 0
+    kNumAlt = 16,  ///< #
+};
+
+/// What else a character can be behind the percent sign of a format.
+enum KoNumCharacter : unsigned char {
+    kNumModifier = 32,
+    kNumInteger = 64,   ///< a conversion of integers
+    kNumFloating = 128, ///< a conversion of floating numbers
+};
+
+/// The meaning of every character: KoNumFlag, KoNumCharacter or 0.
+inline constexpr auto koNumCharacters = [] {
+    std::array<unsigned char, 256> meanings{};
+    const auto set = [&meanings](const char* characters, unsigned char meaning) {
+        for (; *characters != '\0'; ++characters)
+            meanings[static_cast<unsigned char>(*characters)] = meaning;
+    };
+    set("-", kNumLeft);
+    set("+", kNumPlus);
+    set(" ", kNumSpace);
+    set("0", kNumZero);
+    set("#", kNumAlt);
+    set("hlLjztqI", kNumModifier);
+    set("diuoxXcS", kNumInteger);
+    set("eEfFgGaA", kNumFloating);
+    return meanings;
+}();
+
+inline unsigned KoNumMeaning(char c)
+{
+    return koNumCharacters[static_cast<unsigned char>(c)];
+}
+
+/// Behind the length modifier at `s`.
+inline const char* KoSkipNumModifier(const char* s)
+{
+    for (; KoNumMeaning(*s) == kNumModifier; ++s) {
+        if (*s != 'I')
+            continue;
+        // "I" stands before a width in bits alone.
+        if (!(s[1] == '6' && s[2] == '4') && !(s[1] == '3' && s[2] == '2'))
+            return s;
+        s += 2;
+    }
+    return s;
+}
+
+/// A format taken apart.
 struct KoNumFormat {
     const char* prefix; ///< literal text before the conversion, percent signs still doubled
     const char* prefixEnd;
@@ -19,21 +73,43 @@ struct KoNumFormat {
     unsigned width;  ///< 0: none
     int precision;   ///< -1: none
     char conversion; ///< one of those known
-    bool left, plus, space, zero, alt;
+    bool isFloating; ///< the conversion is one of eEfFgGaA
+    unsigned flags;  ///< of KoNumFlag
 
     /// False: the format is foreign, and nothing is to be used of it. `conversions` are the ones
-    /// that are known.
-    bool Parse(const char* format, const char* conversions = "diuoxXcSeEfFgGaA");
+    /// that are known; null stands for those of numbers.
+    bool Parse(const char* format, const char* conversions = nullptr);
 
-    bool IsFloating() const;
+    bool Has(unsigned flag) const { return (flags & flag) != 0; }
+    /// The format pads with blanks before (after) the number.
+    bool PadsBefore() const { return Has(kNumSpace) || (width != 0 && !Has(kNumLeft)); }
+    bool PadsAfter() const { return width != 0 && Has(kNumLeft); }
 };
-
-/// `format` taken apart, or `fallback` where it is null or foreign.
-KoNumFormat KoParseNumFormat(const char* format, const char* fallback);
 
 /// The default format of an integer type and of a floating type.
 const char* KoDefaultNumFormat(unsigned bits, bool isSigned);
 inline constexpr const char* kFloatingFormat = "%.17g";
+
+/// `format` taken apart, or `fallback` where it is null or foreign.
+KoNumFormat KoParseNumFormat(const char* format, const char* fallback);
+
+/// The conversion of a format that is nothing but a conversion, a modifier and a precision allowed;
+/// '\0' for all others. Most formats are such, and the functions that print and read take a short
+/// way under them which gives what the long one does.
+inline char KoBareConversion(const char* format, int& precision)
+{
+    precision = -1;
+    if (format == nullptr || format[0] != '%')
+        return '\0';
+    const char* s = format + 1;
+    if (*s == '.') {
+        precision = 0;
+        for (++s; *s >= '0' && *s <= '9'; ++s)
+            precision = precision < 1000 ? precision * 10 + (*s - '0') : precision;
+    }
+    s = KoSkipNumModifier(s);
+    return KoNumMeaning(*s) >= kNumInteger && s[1] == '\0' ? *s : '\0';
+}
 
 /// A number as text, not yet padded: head, zeros, digits, zeros, tail.
 struct KoNumBody {
@@ -70,7 +146,11 @@ struct KoNumCursor {
     {
     }
     bool AtEnd() const { return pos == end; }
-    void SkipSpace();
+    void SkipSpace()
+    {
+        while (pos < end && (*pos == ' ' || (*pos >= '\t' && *pos <= '\r')))
+            ++pos;
+    }
     /// Skips the blanks that a format pads with.
     void SkipPadding(bool padded)
     {
@@ -78,10 +158,16 @@ struct KoNumCursor {
             ++pos;
     }
     /// Matches literal text of a format. `exact` false: a white space matches any run of it.
-    bool Match(const char* literal, const char* literalEnd, bool exact);
+    bool Match(const char* literal, const char* literalEnd, bool exact)
+    {
+        return literal == literalEnd || MatchText(literal, literalEnd, exact);
+    }
     /// Reads [+-]; true for minus.
-    bool Sign();
+    bool Sign() { return pos < end && (*pos == '-' || *pos == '+') && *pos++ == '-'; }
     unsigned Position() const { return static_cast<unsigned>(pos - begin); }
+
+private:
+    bool MatchText(const char* literal, const char* literalEnd, bool exact);
 };
 
 /// The digits of an integer at the cursor, which moves past them; false where there are none.

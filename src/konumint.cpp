@@ -1,3 +1,4 @@
+#include "konumdigits.h"
 #include "konumformat.h"
 #include "konumtext.h"
 
@@ -49,15 +50,9 @@ o_u8b Narrow(o_u8b value, KoIntType type)
     return type.isSigned && (value & sign) != 0 ? value | ~MaxUnsigned(type.bits) : value;
 }
 
-int DigitValue(char c)
+bool IsHexDigit(char c)
 {
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    return 16;
+    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
 }
 
 /// The value, saturated as reading does: 32 bits for types of up to 32, else 64.
@@ -99,8 +94,8 @@ int ParseCharacter(o_u8b& value, KoNumCursor cursor, const KoNumFormat& format, 
     if (field == 1) {
         c = *cursor.pos++;
     } else if (field > 1 && field == format.width) {
-        const char* blanks = format.left ? cursor.pos + 1 : cursor.pos;
-        c = format.left ? cursor.pos[0] : cursor.pos[field - 1];
+        const char* blanks = format.Has(kNumLeft) ? cursor.pos + 1 : cursor.pos;
+        c = format.Has(kNumLeft) ? cursor.pos[0] : cursor.pos[field - 1];
         for (std::size_t i = 0; i < field - 1; ++i) {
             if (blanks[i] != ' ') {
                 errorAt = static_cast<unsigned>(blanks + i - cursor.begin);
@@ -145,23 +140,27 @@ std::size_t KoWriteInteger(char* out, std::size_t capacity, const KoNumFormat& f
             body.leadZeros = static_cast<unsigned>(format.precision) - count;
         if (!ShowsBits(format.conversion))
             body.AddSign(format, negative);
-        if (format.alt && base == 16 && magnitude != 0) {
+        if (format.Has(kNumAlt) && base == 16 && magnitude != 0) {
             body.AddHead('0');
             body.AddHead(format.conversion);
         }
-        if (format.alt && base == 8 && body.leadZeros == 0 && (count == 0 || digits[0] != '0'))
+        if (format.Has(kNumAlt) && base == 8 && body.leadZeros == 0 &&
+            (count == 0 || digits[0] != '0'))
             body.leadZeros = 1;
-        body.zeroPadded = format.zero && format.precision < 0;
+        body.zeroPadded = format.Has(kNumZero) && format.precision < 0;
     }
     body.digitCount = static_cast<std::size_t>(end - digits);
     return KoWriteNumField(out, capacity, format, body);
 }
 
-std::size_t KoPrintInteger(char* out, std::size_t capacity, const char* format, o_u8b value,
-                           KoIntType type)
+namespace
+{
+
+std::size_t PrintAny(char* out, std::size_t capacity, const char* format, o_u8b value,
+                     KoIntType type)
 {
     KoNumFormat parsed = KoParseNumFormat(format, KoDefaultNumFormat(type.bits, type.isSigned));
-    if (parsed.IsFloating()) {
+    if (parsed.isFloating) {
         const double real = type.isSigned ? static_cast<double>(static_cast<o_8b>(value))
                                           : static_cast<double>(value);
         return KoWriteFloating(out, capacity, parsed, real);
@@ -179,35 +178,69 @@ std::size_t KoPrintInteger(char* out, std::size_t capacity, const char* format, 
     return KoWriteInteger(out, capacity, parsed, negative ? Negate(value) : value, negative);
 }
 
+} // namespace
+
+std::size_t KoPrintInteger(char* out, std::size_t capacity, const char* format, o_u8b value,
+                           KoIntType type)
+{
+    constexpr std::size_t kMostDigits = 20;
+    int precision;
+    const char bare = KoBareConversion(format, precision);
+    if (bare == (type.isSigned ? 'd' : 'u') && precision < 0 && capacity >= kMostDigits) {
+        char* p = out;
+        if (type.isSigned && (value & kSign64) != 0) {
+            *p++ = '-';
+            value = Negate(value);
+        }
+        return static_cast<std::size_t>(KoPutDecimal(p, value) - out);
+    }
+    return PrintAny(out, capacity, format, value, type);
+}
+
 bool KoReadMagnitude(KoNumCursor& cursor, int base, o_u8b& magnitude, bool& overflow)
 {
     const char* p = cursor.pos;
-    const char* end = cursor.end;
-    const bool hexPrefix = (base == 16 || base == 0) && end - p >= 3 && p[0] == '0' &&
-                           (p[1] == 'x' || p[1] == 'X') && DigitValue(p[2]) < 16;
-    if (hexPrefix) {
-        base = 16;
-        p += 2;
-    } else if (base == 0) {
-        base = p < end && *p == '0' ? 8 : 10;
+    if (base == 16 || base == 0) {
+        const bool prefixed =
+            cursor.end - p >= 3 && p[0] == '0' && (p[1] == 'x' || p[1] == 'X') && IsHexDigit(p[2]);
+        if (prefixed) {
+            base = 16;
+            p += 2;
+        } else if (base == 0) {
+            base = p < cursor.end && *p == '0' ? 8 : 10;
+        }
     }
-    const char* first = p;
-    const auto step = static_cast<o_u8b>(base);
-    magnitude = 0;
-    overflow = false;
-    for (; p < end && DigitValue(*p) < base; ++p) {
-        const auto digit = static_cast<o_u8b>(DigitValue(*p));
-        overflow = overflow || magnitude > (~0ULL - digit) / step;
-        magnitude = magnitude * step + digit;
-    }
-    if (p == first)
+    const auto [end, error] = std::from_chars(p, cursor.end, magnitude, base);
+    if (error == std::errc::invalid_argument)
         return false;
-    cursor.pos = p;
+    overflow = error == std::errc::result_out_of_range;
+    cursor.pos = end;
     return true;
 }
 
-bool KoScanInteger(o_u8b& value, const char* text, std::size_t length, const char* format,
-                   KoIntType type)
+namespace
+{
+
+/// The short way of reading: a decimal number at the very start of the text, under a format that
+/// is just a decimal conversion, in the range of the type. Null where it is not all that.
+const char* ReadBareDecimal(o_u8b& value, const char* text, std::size_t length, const char* format,
+                            KoIntType type)
+{
+    int precision;
+    const char bare = KoBareConversion(format, precision);
+    if (bare != 'd' && bare != 'u')
+        return nullptr;
+    o_8b n = 0;
+    const auto [end, error] = std::from_chars(text, text + length, n);
+    const bool inRange = type.isSigned ? static_cast<o_8b>(Narrow(static_cast<o_u8b>(n), type)) == n
+                                       : n >= 0 && static_cast<o_u8b>(n) <= MaxUnsigned(type.bits);
+    if (error != std::errc() || !inRange)
+        return nullptr;
+    value = static_cast<o_u8b>(n);
+    return end;
+}
+
+bool ScanAny(o_u8b& value, const char* text, std::size_t length, const char* format, KoIntType type)
 {
     const KoNumFormat parsed =
         KoParseNumFormat(format, KoDefaultNumFormat(type.bits, type.isSigned));
@@ -226,7 +259,7 @@ bool KoScanInteger(o_u8b& value, const char* text, std::size_t length, const cha
     const bool negative = cursor.Sign();
     o_u8b magnitude;
     bool overflow;
-    if (parsed.IsFloating()) {
+    if (parsed.isFloating) {
         double real;
         if (!KoReadReal(cursor, KoFloatForm::either, false, real, overflow))
             return false;
@@ -238,8 +271,8 @@ bool KoScanInteger(o_u8b& value, const char* text, std::size_t length, const cha
     return true;
 }
 
-int KoParseInteger(o_u8b& value, const char* text, std::size_t length, const char* format,
-                   KoIntType type, unsigned& errorAt)
+int ParseAny(o_u8b& value, const char* text, std::size_t length, const char* format, KoIntType type,
+             unsigned& errorAt)
 {
     const KoNumFormat parsed =
         KoParseNumFormat(format, KoDefaultNumFormat(type.bits, type.isSigned));
@@ -253,29 +286,48 @@ int KoParseInteger(o_u8b& value, const char* text, std::size_t length, const cha
         return fail(cursor.pos);
     if (parsed.conversion == 'c')
         return ParseCharacter(value, cursor, parsed, type, errorAt);
-    cursor.SkipPadding(parsed.space || (parsed.width != 0 && !parsed.left));
+    cursor.SkipPadding(parsed.PadsBefore());
     start = cursor.pos;
     const bool negative = cursor.Sign();
     o_u8b magnitude;
     bool overflow = false;
-    if (parsed.IsFloating()) {
+    if (parsed.isFloating) {
         const bool hex = parsed.conversion == 'a' || parsed.conversion == 'A';
         double real;
         if (!KoReadReal(cursor, hex ? KoFloatForm::hex : KoFloatForm::decimal, false, real,
                         overflow))
             return fail(cursor.pos);
         magnitude = KoCutToInteger(real, false);
-        overflow = overflow || static_cast<double>(magnitude) != real;
+        overflow = overflow || !(real < 0x1p64) || static_cast<double>(magnitude) != real;
     } else {
         const int base = BaseOf(parsed.conversion);
         if (!KoReadMagnitude(cursor, base == 0 ? 10 : base, magnitude, overflow))
             return fail(cursor.pos);
     }
-    cursor.SkipPadding(parsed.width != 0 && parsed.left);
+    cursor.SkipPadding(parsed.PadsAfter());
     if (!cursor.Match(parsed.suffix, parsed.suffixEnd, true) || !cursor.AtEnd())
         return fail(cursor.pos);
     if (overflow || !InRange(magnitude, negative, type, parsed.conversion))
         return fail(start);
     value = Narrow(negative ? Negate(magnitude) : magnitude, type);
+    return 0;
+}
+
+} // namespace
+
+bool KoScanInteger(o_u8b& value, const char* text, std::size_t length, const char* format,
+                   KoIntType type)
+{
+    return ReadBareDecimal(value, text, length, format, type) != nullptr ||
+           ScanAny(value, text, length, format, type);
+}
+
+int KoParseInteger(o_u8b& value, const char* text, std::size_t length, const char* format,
+                   KoIntType type, unsigned& errorAt)
+{
+    o_u8b read;
+    if (ReadBareDecimal(read, text, length, format, type) != text + length)
+        return ParseAny(value, text, length, format, type, errorAt);
+    value = read;
     return 0;
 }

@@ -62,10 +62,10 @@ KoString& KoPrintString(KoString& text, const KoString& value, const char* forma
     blanks.Fill(static_cast<unsigned short>(padding), ' ');
     if (parsed.prefix != parsed.prefixEnd)
         text += Literal(parsed.prefix, parsed.prefixEnd);
-    if (!parsed.left)
+    if (!parsed.Has(kNumLeft))
         text += blanks;
     text += shown == length ? value : Part(value, 0, shown);
-    if (parsed.left)
+    if (parsed.Has(kNumLeft))
         text += blanks;
     if (parsed.suffix != parsed.suffixEnd)
         text += Literal(parsed.suffix, parsed.suffixEnd);

@@ -1,0 +1,74 @@
+#ifndef KONUMDIGITS_H
+#define KONUMDIGITS_H
+
+#include <kobasic.h>
+
+#include <array>
+#include <bit>
+#include <cstring>
+
+/// Decimal digits of integers, two at a time.
+
+inline constexpr auto koDigitPairs = [] {
+    std::array<char, 200> pairs{};
+    for (unsigned i = 0; i < 100; ++i) {
+        pairs[2 * i] = static_cast<char>('0' + i / 10);
+        pairs[2 * i + 1] = static_cast<char>('0' + i % 10);
+    }
+    return pairs;
+}();
+
+inline void KoPutPair(char* out, o_u4b n)
+{
+    std::memcpy(out, &koDigitPairs[2 * n], 2);
+}
+
+/// Exactly eight digits, with leading zeros; `n` is below 10^8.
+inline void KoPutEight(char* out, o_u4b n)
+{
+    const o_u4b high = n / 10000;
+    const o_u4b low = n % 10000;
+    KoPutPair(out, high / 100);
+    KoPutPair(out + 2, high % 100);
+    KoPutPair(out + 4, low / 100);
+    KoPutPair(out + 6, low % 100);
+}
+
+/// The digits of `n` below 10^8, at least one; their end.
+inline char* KoPutShort(char* out, o_u4b n)
+{
+    constexpr o_u4b kPowers[] = {0, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000};
+    // 1233 / 4096 is just above log10(2): the estimate is right or one too large.
+    const unsigned estimate = (static_cast<unsigned>(std::bit_width(n | 1)) * 1233) >> 12;
+    const unsigned count = estimate + (n >= kPowers[estimate] ? 1 : 0);
+    char* const end = out + (count == 0 ? 1 : count);
+    char* p = end;
+    for (; n >= 100; n /= 100)
+        KoPutPair(p -= 2, n % 100);
+    if (n >= 10)
+        KoPutPair(p - 2, n);
+    else
+        p[-1] = static_cast<char>('0' + n);
+    return end;
+}
+
+/// The digits of `n`, at most 20; their end.
+inline char* KoPutDecimal(char* out, o_u8b n)
+{
+    constexpr o_u8b kEight = 100000000;
+    if (n < kEight)
+        return KoPutShort(out, static_cast<o_u4b>(n));
+    const o_u8b high = n / kEight;
+    const auto low = static_cast<o_u4b>(n % kEight);
+    if (high < kEight) {
+        out = KoPutShort(out, static_cast<o_u4b>(high));
+    } else {
+        out = KoPutShort(out, static_cast<o_u4b>(high / kEight));
+        KoPutEight(out, static_cast<o_u4b>(high % kEight));
+        out += 8;
+    }
+    KoPutEight(out, low);
+    return out + 8;
+}
+
+#endif
