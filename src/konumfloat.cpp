@@ -128,8 +128,9 @@ template <class T>
 bool ReadAs(KoNumCursor& cursor, bool hex, double& value, bool& overflow)
 {
     T result{};
-    const auto [end, error] = std::from_chars(
-        cursor.pos, cursor.end, result, hex ? std::chars_format::hex : std::chars_format::general);
+    const auto [end, error] = hex ? std::from_chars(cursor.pos, HexEnd(cursor.pos, cursor.end),
+                                                    result, std::chars_format::hex)
+                                  : std::from_chars(cursor.pos, cursor.end, result);
     if (error == std::errc::invalid_argument)
         return false;
     if (error == std::errc::result_out_of_range) {
@@ -223,6 +224,15 @@ std::size_t KoWriteFloating(char* out, std::size_t capacity, const KoNumFormat& 
 
 std::size_t KoPrintFloating(char* out, std::size_t capacity, const char* format, double value)
 {
+    int precision;
+    const char bare = KoBareConversion(format, precision);
+    if (bare == 'g' && precision == 17 && capacity >= kRoomFor17) {
+        char* p = out;
+        if (std::signbit(value))
+            *p++ = '-';
+        if (char* end = KoPut17Digits(p, std::fabs(value)); end != nullptr)
+            return static_cast<std::size_t>(end - out);
+    }
     return KoWriteFloating(out, capacity, KoParseNumFormat(format, kFloatingFormat), value);
 }
 
@@ -269,8 +279,35 @@ bool KoReadReal(KoNumCursor& cursor, KoFloatForm form, bool single, double& valu
                   : ReadAs<double>(cursor, hex, value, overflow);
 }
 
-bool KoScanFloating(double& value, const char* text, std::size_t length, const char* format,
-                    bool single)
+namespace
+{
+
+/// The short way of reading: a decimal number at the very start of the text, under a format that
+/// is just a conversion, in the range of the type. Null where it is not all that.
+const char* ReadBareReal(double& value, const char* text, std::size_t length, const char* format,
+                         bool single)
+{
+    int precision;
+    const char bare = Lower(KoBareConversion(format, precision));
+    const char* end = text + length;
+    const char* digit = text + (length != 0 && *text == '-' ? 1 : 0);
+    if ((bare != 'g' && bare != 'e' && bare != 'f') || digit == end || *digit < '0' || *digit > '9')
+        return nullptr;
+    std::from_chars_result read;
+    if (single) {
+        float n = 0;
+        read = std::from_chars(text, end, n);
+        value = read.ec == std::errc() ? static_cast<double>(n) : value;
+    } else {
+        read = std::from_chars(text, end, value);
+    }
+    // What stopped at an x is hexadecimal.
+    if (read.ec != std::errc() || (read.ptr != end && Lower(*read.ptr) == 'x'))
+        return nullptr;
+    return read.ptr;
+}
+
+bool ScanAny(double& value, const char* text, std::size_t length, const char* format, bool single)
 {
     const KoNumFormat parsed = KoParseNumFormat(format, kFloatingFormat);
     KoNumCursor cursor(text, length);
@@ -296,8 +333,8 @@ bool KoScanFloating(double& value, const char* text, std::size_t length, const c
     return true;
 }
 
-int KoParseFloating(double& value, const char* text, std::size_t length, const char* format,
-                    bool single, unsigned& errorAt)
+int ParseAny(double& value, const char* text, std::size_t length, const char* format, bool single,
+             unsigned& errorAt)
 {
     const KoNumFormat parsed = KoParseNumFormat(format, kFloatingFormat);
     if (!parsed.isFloating) {
@@ -330,5 +367,27 @@ int KoParseFloating(double& value, const char* text, std::size_t length, const c
     if (overflow)
         return fail(start);
     value = negative ? -real : real;
+    return 0;
+}
+
+} // namespace
+
+bool KoScanFloating(double& value, const char* text, std::size_t length, const char* format,
+                    bool single)
+{
+    double read = 0;
+    if (ReadBareReal(read, text, length, format, single) == nullptr)
+        return ScanAny(value, text, length, format, single);
+    value = read;
+    return true;
+}
+
+int KoParseFloating(double& value, const char* text, std::size_t length, const char* format,
+                    bool single, unsigned& errorAt)
+{
+    double read = 0;
+    if (ReadBareReal(read, text, length, format, single) != text + length)
+        return ParseAny(value, text, length, format, single, errorAt);
+    value = read;
     return 0;
 }

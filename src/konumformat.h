@@ -136,6 +136,11 @@ std::size_t KoWriteInteger(char* out, std::size_t capacity, const KoNumFormat& f
 std::size_t KoWriteFloating(char* out, std::size_t capacity, const KoNumFormat& format,
                             double value);
 
+/// Writes a number of 0 and above as "%.17g" does, in at most kRoomFor17 - 1 characters, and
+/// returns the end; null, with nothing of use written, for what the short way cannot decide.
+char* KoPut17Digits(char* out, double magnitude);
+inline constexpr std::size_t kRoomFor17 = 32;
+
 /// A range of text that is being read.
 struct KoNumCursor {
     const char* begin;
