@@ -2,7 +2,8 @@
 """Dependencies point one way, and nothing unfinished stands in the sources: sources.py ROOT
 
 A library sees the libraries below it through their inc/ folders only; tests, benchmarks, fuzz targets
-and the tool see every inc/ folder and no src/, but for the tests of inner parts in test/internal/.
+and the tool see every inc/ folder and no src/, but for those of inner parts in test/internal/ and
+bench/internal/.
 """
 import pathlib
 import re
@@ -20,6 +21,7 @@ REACH = {
     "src": ALL,
     "tools": ALL,
     "test/internal": ALL + [ROOT / "src", ROOT / "test"],
+    "bench/internal": ALL + [ROOT / "src", ROOT / "bench"],
     "test": ALL + [ROOT / "tools"],
     "fuzz": ALL + [ROOT / "test"],
     "bench": ALL + [ROOT / "test"],

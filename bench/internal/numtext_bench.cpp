@@ -1,5 +1,4 @@
-#include "../src/konumtext.h"
-
+#include "konumtext.h"
 #include "ratio.h"
 
 #include <array>
