@@ -78,7 +78,7 @@ TEST(Kotm, ValuesAndWrongUse)
         {"bytes behind a record", "inspect KoString 0400010000ff00", 2,
          "7 bytes where this KoString takes 6"},
         {"a form its type would not write", "inspect KoString 0300616200", 0,
-         "written 06000000616200ff"},
+         "written 06000100616200ff"},
         {"no bytes", "inspect KoString ''", 2, "0 bytes do not hold"},
         {"no subcommand", "", 2, "subcommand is required"},
         {"unknown option", "types --xml", 2, "--xml"},
