@@ -25,12 +25,12 @@ enum class TemporalKind : unsigned char {
     kOdmgInterval,
 };
 
-constexpr bool HasNullValue(TemporalKind kind) noexcept
+constexpr bool KindHasNull(TemporalKind kind) noexcept
 {
     return kind < TemporalKind::kOdmgDate;
 }
 
-constexpr bool HasWildcards(TemporalKind kind) noexcept
+constexpr bool KindHasWildcards(TemporalKind kind) noexcept
 {
     return kind < TemporalKind::kOdmgDate;
 }
