@@ -192,7 +192,8 @@ private:
 };
 
 /// The process-wide manager as it was before the call; a `mgr` that is not null takes its place.
-/// The library owns the manager that is registered when its context is torn down.
+/// Register one made with `new`: the library deletes the manager that is registered when its
+/// context is torn down. The one returned is the caller's to delete once another has replaced it.
 KOTMS_API KoTypeMgr* DefaultTypeMgr(KoTypeMgr* mgr = nullptr);
 
 #endif

@@ -167,7 +167,8 @@ int KoTypeMgr::Cmp(o_char id, void* value1, void* value2, unsigned short cmpOp, 
                    unsigned char format) const
 {
     int status = 0;
-    return Cmp(id, 0, value1, 0, value2, cmpOp, count, format, status);
+    return Slot(TypeOf(*m_table, id), &KoTypeDescriptor::cmp)(format, 0, value1, 0, value2, cmpOp,
+                                                              count, status);
 }
 
 float KoTypeMgr::EvalAndBound(o_char id, KoIdxBounds* bounds, unsigned short& op, void* value,

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -13,6 +14,18 @@ namespace
 
 /// Bytes at distinct addresses, to recognise arguments by.
 char mark[8];
+
+/// A static object of the application: the library's texts are there before it and after it.
+struct FromStartToEnd {
+    FromStartToEnd() { Check(); }
+    ~FromStartToEnd() { Check(); }
+    static void Check()
+    {
+        if (std::strcmp(KoTypeMgr::GetNullPrintString().StrGet(), "{NULL}") != 0)
+            std::abort();
+    }
+};
+const FromStartToEnd fromStartToEnd;
 
 // ---- the choice of a type
 

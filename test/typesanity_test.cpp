@@ -1,3 +1,4 @@
+#include "failing_heap.h"
 #include "fixtures.h"
 
 #include <gtest/gtest.h>
@@ -319,6 +320,45 @@ TEST(TypeSanity, TextsConvertBack)
             } else {
                 EXPECT_EQ(Stored(manager, id, element, KoFMT_BIG, 1),
                           Stored(manager, id, values[i], KoFMT_BIG, 1));
+            }
+        }
+    });
+}
+
+/// Whatever allocation fails, nothing crashes, the handler hears of it, and what was made can be
+/// released.
+TEST(TypeSanity, LackOfMemoryIsSurvived)
+{
+    ForEachType([](const KoTypeMgr& manager, o_char id, const KoTypeDescriptor&) {
+        KoTypeMgr writable(manager);
+        const FixtureArray values(manager, id);
+        for (unsigned i = 0; i < values.Count(); ++i) {
+            SCOPED_TRACE(values.Reason(i));
+            Bytes bytes = Stored(manager, id, values[i], KoFMT_LITTLE, 1);
+            const Array target{manager, id, manager.Create(id, 1), 1};
+            bool failed = true;
+            for (int first = 0; failed; ++first) {
+                ASSERT_LT(first, 200);
+                const FailingHeap heap(first);
+                const Array made{manager, id, manager.Create(id, 1), 1};
+                const Array byDefault{manager, id, manager.DefaultValue(id, 1, 0), 1};
+                manager.AssignmentPtrGet(id)(target.data, values[i], 1, 0);
+                manager.Load(id, target.data, bytes.data(), KoFMT_LITTLE, 1);
+                const std::unique_ptr<KoTypeConvertData> texts(
+                    writable.ConvertTo(id, values[i], 1));
+                const Array back{manager, id, writable.ConvertFrom(id, texts.get(), 1), 1};
+                KoString text;
+                manager.PrintToKoString(id, text, values[i], nullptr, 1);
+                unsigned errorAt = 0;
+                manager.ParseFromKoString(id, target.data, text, nullptr, errorAt);
+                manager.ScanFromKoString(id, target.data, text, nullptr, 1);
+                int status = 0;
+                manager.Hash(id, 0, target.data, 1, KoFMT_MEMORY, status);
+                manager.Cmp(id, target.data, values[i], 0, 1, KoFMT_MEMORY);
+                writable.GetValue(id, bytes.data(), 0, KoFMT_LITTLE, 'O');
+                writable.SetNullValue(id, target.data);
+                failed = heap.HasFailed();
+                EXPECT_EQ(heap.HandlerCalls() > 0, failed);
             }
         }
     });
