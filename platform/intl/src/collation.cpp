@@ -18,13 +18,14 @@ constexpr o_u8b Checksum()
     for (unsigned page = 0; page < 256; ++page) {
         for (unsigned low = 0; kPageOf[page] != 0 && low < 256; ++low) {
             const auto character = static_cast<o_u2b>(page << 8 | low);
-            const KoUnicodeProps* const props = PropsOf(character);
-            if (props == nullptr)
+            const unsigned record = RecordOf(character);
+            if (record == 0)
                 continue;
+            const KoUnicodeProps& props = kProps[record - 1];
             add(character);
-            add(props->count);
-            for (unsigned i = 0; i < props->count; ++i)
-                add(props->orders[i]);
+            add(props.count);
+            for (unsigned i = 0; i < props.count; ++i)
+                add(props.orders[i]);
         }
     }
     return value;

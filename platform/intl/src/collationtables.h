@@ -86,17 +86,25 @@ inline constexpr Pages<o_u2b> kIndex = [] {
     return index;
 }();
 
+/// The record of a Unicode value counted from 1, 0 where its order is the value itself. What is
+/// computed while compiling goes by this number: with sanitizers GCC takes no comparison of a
+/// record's address with null for a constant.
+constexpr unsigned RecordOf(o_u2b unicode)
+{
+    return kIndex[kPageOf[unicode >> 8]][unicode & 0xFF];
+}
+
 /// The record of a Unicode value, null where its order is the value itself.
 constexpr const KoUnicodeProps* PropsOf(o_u2b unicode)
 {
-    const o_u2b index = kIndex[kPageOf[unicode >> 8]][unicode & 0xFF];
-    return index == 0 ? nullptr : &kProps[index - 1U];
+    const unsigned record = RecordOf(unicode);
+    return record == 0 ? nullptr : &kProps[record - 1];
 }
 
 constexpr o_u2b OrderOf(o_u2b unicode)
 {
-    const KoUnicodeProps* const props = PropsOf(unicode);
-    return props == nullptr ? unicode : props->orders[0];
+    const unsigned record = RecordOf(unicode);
+    return record == 0 ? unicode : kProps[record - 1].orders[0];
 }
 
 // First orders and fast keys of the pages with records. Filled once, then looked up: the tables of
