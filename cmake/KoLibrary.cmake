@@ -30,6 +30,8 @@ function(ko_library target)
       target_sources(${target} PRIVATE ${CMAKE_CURRENT_BINARY_DIR}/${target}.rc)
     endif()
   else()
+    # Nobody replaces a function of the library from outside, so its own calls may be inlined.
+    target_compile_options(${target} PRIVATE -fno-semantic-interposition)
     # Templates of the standard library keep default visibility whatever the flags say; the version
     # script takes them back, so that only what a header marks is exported.
     set(map ${CMAKE_CURRENT_SOURCE_DIR}/cmake/exports.map)

@@ -35,27 +35,32 @@ KoTextOrder KoPlainCompare(const KoText& left, const KoText& right)
 {
     if (left.IsNull() || right.IsNull())
         return {KoOrder(left.IsNull() ? 0 : 1, right.IsNull() ? 0 : 1)};
-    const unsigned leftEnd = KoUnitsBeforeZero(left.bytes, left.Width(), left.units);
-    const unsigned rightEnd = KoUnitsBeforeZero(right.bytes, right.Width(), right.units);
-    const unsigned end = std::min(leftEnd, rightEnd);
     const KoCodeSet& leftSet = *KoLanguageContext::QueryCodeSet(left.codeSet);
     const KoCodeSet& rightSet = *KoLanguageContext::QueryCodeSet(right.codeSet);
     const bool plainBytes = left.codeSet == KoCS_NONE && right.codeSet == KoCS_NONE;
+    const unsigned end = std::min(left.units, right.units);
+    const unsigned width = left.Width();
     // Characters need no look at their meaning while both sides hold the same ones.
     const bool skip = left.codeSet == right.codeSet && left.format == right.format;
     for (unsigned i = 0;; ++i) {
-        if (skip)
-            i = FirstDifference(left, right, i, end);
-        if (i >= end)
-            break;
-        const unsigned a = left.At(i);
-        const unsigned b = right.At(i);
+        if (skip) {
+            const unsigned from = i;
+            i = FirstDifference(left, right, from, end);
+            const unsigned zero =
+                from + KoUnitsBeforeZero(left.bytes + std::size_t{from} * width, width, i - from);
+            if (zero < i)
+                return {0, zero, true};
+        }
+        // A text may end before its units do, at a zero.
+        const unsigned a = i < left.units ? left.At(i) : 0;
+        const unsigned b = i < right.units ? right.At(i) : 0;
+        if (a == 0 || b == 0)
+            return {KoOrder(a != 0 ? 1 : 0, b != 0 ? 1 : 0), i, true};
         const int order =
             plainBytes ? KoOrder(a, b) : KoOrder(KeyOf(leftSet, a), KeyOf(rightSet, b));
         if (order != 0)
             return {order, i};
     }
-    return {KoOrder(leftEnd, rightEnd), end, true};
 }
 
 o_u4b KoPlainHash(const KoText& text)
