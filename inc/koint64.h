@@ -3,8 +3,6 @@
 
 #include "kotypes.h"
 
-#include <bit>
-
 /// A signed 64-bit integer held as two 32-bit halves, aligned to 4 bytes: the persistent type
 /// KoINT64_T.
 ///
@@ -31,13 +29,10 @@ public:
     KOTMS_API KoInt64(double d);
 
     constexpr o_8b Get8b() const { return static_cast<o_8b>(GetU8b()); }
+    // Compilers make one access, or a vector, of the joined halves; a bit cast hinders them.
     constexpr o_u8b GetU8b() const
     {
-        // Where the halves already lie as a 64-bit number does, one access reads them.
-        if constexpr (std::endian::native == std::endian::little)
-            return std::bit_cast<o_u8b>(*this);
-        else
-            return (static_cast<o_u8b>(static_cast<o_u4b>(m_high)) << 32) | m_low;
+        return (static_cast<o_u8b>(static_cast<o_u4b>(m_high)) << 32) | m_low;
     }
     constexpr o_u4b Low() const { return m_low; }
     constexpr o_4b High() const { return m_high; }

@@ -251,9 +251,19 @@ TEST(KoInt64, SequenceStepsStopAtTheLargestValue)
     EXPECT_EQ(n.Get8b(), kMin);
 }
 
-TEST(KoInt64, StrictReadingTakesTheWholeTextOrNothing)
+TEST(KoInt64, RecordsAndStrictTextKeepTheValue)
 {
     KoTypeMgr mgr;
+    KoInt64 values[] = {kMin, 0, 12345};
+    KoTypeConvertData* record = mgr.ConvertTo(KoINT64_T, values, 3);
+    ASSERT_NE(record, nullptr);
+    EXPECT_STREQ(record->GetString(0)->StrGet(), "-9223372036854775808");
+    auto* back = static_cast<KoInt64*>(mgr.ConvertFrom(KoINT64_T, record, 3));
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(back[i].Get8b(), values[i].Get8b());
+    mgr.Delete(KoINT64_T, back, 3);
+    delete record;
+
     unsigned errorAt = 99;
     KoInt64 n = 1;
     EXPECT_EQ(mgr.ParseFromKoString(KoINT64_T, &n, "-9223372036854775808", nullptr, errorAt), 0);
