@@ -225,9 +225,9 @@ KOTMS_API int KoSplitList(KoString& list, KoString& item, const KoString& separa
 KOTMS_API unsigned StringStore(void* destination, const void* source, unsigned char format,
                                unsigned count);
 
-/// Reads `count` strings into constructed ones; the bytes consumed. Reads nothing outside the
-/// records, whatever their characters are; a record's length is trusted. A string for which there
-/// is no memory stays as it was.
+/// Reads `count` strings into constructed ones; the bytes consumed, which for the older layout are
+/// always those of the whole array. Reads nothing outside the records, whatever their characters
+/// are; a record's length is trusted. A string for which there is no memory stays as it was.
 KOTMS_API unsigned StringLoad(void* destination, const void* source, unsigned char format,
                               unsigned count);
 
@@ -238,7 +238,8 @@ KOTMS_API unsigned StringLoad(void* destination, const void* source, unsigned ch
 KOTMS_API unsigned StringSizeGet(const void* value, unsigned char valueFormat, unsigned char format,
                                  unsigned count);
 
-/// The order of `count` strings in memory or of stored ones of either layout (see KoTypeCmpFunc).
+/// The order of `count` strings in memory or of stored ones of either layout (see KoTypeCmpFunc):
+/// that of KoString's operators; no option of `cmpOp` changes it.
 /// A stored side of fewer than the bytes of its record is a cut key: where its text agrees with the
 /// other side as far as it goes, the result is 0 and `status` KoRC_TRUNCATED. A cut text of 254
 /// bytes or more gives -1 and KoRC_NOT_SUPPORTED. A null mark of code set 254 with bit 7 of the
