@@ -5,8 +5,10 @@
 
 #include "_konulty.h"
 #include "kobasic.h"
+#include "kodate.h"
 #include "koint64.h"
 #include "kostring.h"
+#include "kotemporal.h"
 #include "kotmsdll.h"
 #include "kotypcmp.h"
 #include "kotypconv.h"

@@ -4,8 +4,6 @@
 // operations that do nothing. A type leaves this list when its own file defines its record. The
 // rows stand apart so that removals on different branches merge.
 
-KO_DEFINE_TYPE(koDateDescriptor, NoOps, KoDATE_T)
-
 KO_DEFINE_TYPE(koTimeDescriptor, NoOps, KoTIME_T)
 
 KO_DEFINE_TYPE(koObjIdDescriptor, NoOps, KoOBJID_T)

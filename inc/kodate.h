@@ -1,0 +1,150 @@
+#ifndef KODATE_H
+#define KODATE_H
+
+#include "kostring.h"
+#include "kotemporal.h"
+
+enum KoDaysOfTheWeek { Monday, Tuesday, Wednesday, Thursday, Friday, Saturday, Sunday };
+
+/// A calendar date: year, month and day, of the persistent type KoDATE_T.
+///
+/// Years are astronomical: year 0 exists and 1 BC is year 0. Arithmetic goes through the day
+/// number, the Julian Day Number of the proleptic Gregorian calendar: 2000-01-01 is day 2451545,
+/// -4713-11-24 is day 0. Every day number gives a date, with its year cut to 16 bits; from year
+/// -4799 on the days are those of the calendar, before that they follow quotients that are cut
+/// toward zero. Invalid dates count on: day 31 of April is the 1st of May, month 13 is January.
+///
+/// Elements are compared by KoDateCompare; their persistent form is the year in the byte order of
+/// the format, the month and the day: 4 bytes.
+class KoDate : public KoTemporal<KoDate>
+{
+public:
+    /// Today's local date; null when the clock has none.
+    KOTMS_API KoDate();
+    KoDate(int dayNumber) { dateabs(dayNumber); }
+    /// The fields as they are, cut to their widths.
+    constexpr KoDate(int year, int month, int day)
+        : m_year(static_cast<o_2b>(year)), m_month(static_cast<o_1b>(month)),
+          m_day(static_cast<o_1b>(day))
+    {
+    }
+
+    /// Becomes today's local date; unchanged when the clock has none.
+    KOTMS_API KoDate& Today();
+
+    constexpr int Year() const { return m_year; }
+    constexpr int Month() const { return m_month; }
+    constexpr int Day() const { return m_day; }
+
+    /// The day number of the date.
+    int dayabs() const;
+    /// Becomes the date of a day number.
+    KoDate& dateabs(int dayNumber);
+    operator int() const { return dayabs(); }
+    /// Days from this date to the first of the next month.
+    KOTMS_API int daynxtmonth() const;
+
+    /// Days later or earlier; the day number wraps at 32 bits.
+    KoDate operator+(int days) const { return KoDate(Sum(dayabs(), days)); }
+    KoDate operator-(int days) const { return *this + Sum(~days, 1); }
+    int operator-(const KoDate& other) const { return dayabs() - other.dayabs(); } ///< in days
+    KoDate& operator+=(int days) { return *this = *this + days; }
+    KoDate& operator-=(int days) { return *this = *this - days; }
+    KoDate& operator++() { return *this += 1; }
+    KoDate& operator--() { return *this -= 1; }
+
+    /// The difference of the first field that differs, this minus other; 0 when none does. Unless
+    /// bit 4 of `op` is set, a field that is -1 on either side equals every other.
+    int Compare(const KoDate& other, unsigned short op) const
+    {
+        const bool strict = (op & kKoCmpStrictBit) != 0;
+        if (const int order = KoCompareField(m_year, other.m_year, strict); order != 0)
+            return order;
+        if (const int order = KoCompareField(m_month, other.m_month, strict); order != 0)
+            return order;
+        return KoCompareField(m_day, other.m_day, strict);
+    }
+
+    KOTMS_API int IsDate() const; ///< 1 for a day that exists, of any year
+    int IsLastDayOfTheMonth() const { return daynxtmonth() == 1; }
+    /// The weekday; for dates in February the one three days before the true one.
+    KOTMS_API KoDaysOfTheWeek GetDayOfTheDate() const;
+    KoDaysOfTheWeek DayOfTheDate() const { return GetDayOfTheDate(); }
+    /// The English name of GetDayOfTheDate for a const date, its number for another.
+    KOTMS_API KoString PrintDayOfTheDate() const;
+    KOTMS_API KoString PrintDayOfTheDate();
+
+    KOTMS_API static const KoDate& ClearValue();   ///< 0000-00-00
+    KOTMS_API static const KoDate& NullValue();    ///< the smallest fields
+    KOTMS_API static const KoDate& DefaultValue(); ///< day number 0
+    KOTMS_API static const KoDate& ZeroValue();    ///< 0000-01-01
+
+    /// Appends the date under a format of directives; null stands for "%Y-%m-%d".
+    KOTMS_API void PrintToKoString(KoString& out, const char* format) const;
+    /// Reads the date leniently; fields that the text lacks become 0.
+    KOTMS_API void ScanFromKoString(KoString& in, const char* format);
+
+protected:
+    /// |a| / |b| and |a| mod |b|, negated when one of a and b is negative; 0 for a `b` of 0.
+    KOTMS_API int divide(int a, int b) const;
+    KOTMS_API int modulo(int a, int b) const;
+
+private:
+    static int Sum(int a, int b)
+    {
+        return static_cast<int>(static_cast<unsigned>(a) + static_cast<unsigned>(b));
+    }
+    KOTMS_API int DayNumberByFormula() const;
+    KOTMS_API KoDate& DateByFormula(int dayNumber);
+
+    o_2b m_year;
+    o_1b m_month;
+    o_1b m_day;
+};
+
+static_assert(sizeof(KoDate) == 4 && alignof(KoDate) == 2);
+
+/// Compares stored or in-memory dates (see KoTypeCmpFunc). In memory the result is that of
+/// KoDate::Compare. In a persistent form it is -1, 0 or 1, and unless bit 4 of `cmpOp` is set a
+/// month or day of -1 equals every other where it stands in the second operand; the year is always
+/// compared.
+KOTMS_API KoTypeCmp KoDateCompare;
+
+// Day numbers and dates by the arithmetic of Neri and Schneider (2022), where every quotient is of
+// positive numbers and so what the formulas give.
+
+inline int KoDate::dayabs() const
+{
+    const auto month = static_cast<unsigned>(m_month);
+    if (month - 1 > 11 || m_year < -4799)
+        return DayNumberByFormula();
+    // Years run from March, counted from year -4800.
+    const bool early = month <= 2;
+    const unsigned year = static_cast<unsigned>(m_year + 4800) - early;
+    const unsigned century = year / 100;
+    const unsigned days =
+        1461 * year / 4 - century + century / 4 + (979 * (early ? month + 12 : month) - 2919) / 32;
+    return static_cast<int>(days) + m_day - 32045;
+}
+
+inline KoDate& KoDate::dateabs(int dayNumber)
+{
+    // Days from 1 March of year -5200.
+    const unsigned days = static_cast<unsigned>(dayNumber) + 178141U;
+    if (dayNumber < -68569 || days >= 1U << 30)
+        return DateByFormula(dayNumber);
+    const unsigned quarters = 4 * days + 3;
+    const unsigned century = quarters / 146097;
+    const unsigned ofCentury = quarters % 146097 | 3;
+    const auto product = o_u8b{2939745} * ofCentury;
+    const auto year = static_cast<unsigned>(product >> 32);
+    const unsigned ofYear = static_cast<unsigned>(product) / 2939745 / 4;
+    const unsigned monthAndDay = 2141 * ofYear + 197913;
+    const bool early = ofYear >= 306; // January or February
+    m_year = static_cast<o_2b>(static_cast<int>(100 * century + year) - 5200 + early);
+    m_month = static_cast<o_1b>((monthAndDay >> 16) - (early ? 12 : 0));
+    m_day = static_cast<o_1b>((monthAndDay & 0xFFFF) / 2141 + 1);
+    return *this;
+}
+
+#endif

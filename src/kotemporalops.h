@@ -1,0 +1,168 @@
+#ifndef KOTEMPORALOPS_H
+#define KOTEMPORALOPS_H
+
+#include "koelementops.h"
+#include "kohashwalk.h"
+#include "kotemporalkey.h"
+#include "kotemporaltext.h"
+
+/// The operations of the temporal types, told for each by a traits struct:
+///
+///     struct DateType : PackedElements<TemporalLayout{.hasYear = true, .bytes = 2}> {
+///         using Value = KoDate;
+///         static constexpr KoTypeId kId = KoDATE_T;
+///         static constexpr TemporalKind kKind = TemporalKind::kDate;
+///         static TemporalFields ToFields(const KoDate& value);     // of a value that is not null
+///         static KoDate FromFields(const TemporalFields& fields);  // likewise
+///     };
+///
+/// A class with a Compare is compared by it in memory, all others as they are in persistent form.
+
+template <class Value>
+bool IsNullTemporal([[maybe_unused]] const Value& value)
+{
+    if constexpr (HasNullValue<Value>)
+        return value.IsNullValue() != 0;
+    else
+        return false;
+}
+
+/// The text of one value, appended.
+template <class Type>
+void PrintTemporalValue(KoString& out, const typename Type::Value& value, const char* format)
+{
+    TemporalFields fields;
+    if (IsNullTemporal(value))
+        fields.isNull = true;
+    else
+        fields = Type::ToFields(value);
+    fields.kind = Type::kKind;
+    PrintTemporal(out, fields, format);
+}
+
+template <class Type>
+void SetTemporalValue(typename Type::Value& value, const TemporalFields& fields)
+{
+    if constexpr (HasNullValue<typename Type::Value>) {
+        if (fields.isNull) {
+            value.SetNullValue();
+            return;
+        }
+    }
+    value = Type::FromFields(fields);
+}
+
+/// Reads one value leniently.
+template <class Type>
+void ScanTemporalValue(typename Type::Value& value, const KoString& in, const char* format)
+{
+    TemporalFields fields;
+    fields.kind = Type::kKind;
+    // What a text that ends early held is kept all the same.
+    ScanTemporal(fields, in, format);
+    SetTemporalValue<Type>(value, fields);
+}
+
+template <class Type>
+struct TemporalOps : ElementOps<typename Type::Value, TemporalOps<Type>, Type::kId> {
+    using T = typename Type::Value;
+    static constexpr TemporalLayout kLayout = Type::kLayout;
+    static_assert(kLayout.MemorySize() == sizeof(T) && std::is_trivially_copyable_v<T>);
+
+    /// The clock is read by default constructors alone: a new element is all zero.
+    static void ConstructOne(void* memory) { std::memset(memory, 0, sizeof(T)); }
+
+    static unsigned Store(void* destination, const void* source, unsigned char format,
+                          unsigned count)
+    {
+        return CopyTemporal<kLayout>(destination, source, format, count, false);
+    }
+    static unsigned Load(void* destination, const void* source, unsigned char format,
+                         unsigned count)
+    {
+        return CopyTemporal<kLayout>(destination, source, format, count, true);
+    }
+    static unsigned NullSizeGet(unsigned count) { return kLayout.StoredSize() * count; }
+    static unsigned SizeGet(const void*, unsigned char, unsigned char format, unsigned count)
+    {
+        return kLayout.Size(format) * count;
+    }
+    static unsigned SizeGetFromMemFile(MemFile*, unsigned char format, unsigned count)
+    {
+        return kLayout.Size(format) * count;
+    }
+
+    static int Cmp(unsigned char format, unsigned length1, void* value1, unsigned length2,
+                   void* value2, unsigned short cmpOp, unsigned count, int& status)
+    {
+        const bool strict = (cmpOp & kKoCmpStrictBit) != 0;
+        const auto walk = [&](auto order) {
+            return KoCompareWalk(length1, value1, length2, value2, kLayout.Size(format), count,
+                                 status, order);
+        };
+        if constexpr (requires(const T& value) { value.Compare(value, cmpOp); }) {
+            if ((format & KoFMT_MEMORY) != 0)
+                return walk([cmpOp](const unsigned char* a, const unsigned char* b) {
+                    return ReadValue<T>(a).Compare(ReadValue<T>(b), cmpOp);
+                });
+        }
+        const auto stored = [&](auto big) {
+            if (strict)
+                return walk([=](const unsigned char* a, const unsigned char* b) {
+                    return Type::template OrderStored<true>(a, b, big.value);
+                });
+            return walk([=](const unsigned char* a, const unsigned char* b) {
+                return Type::template OrderStored<false>(a, b, big.value);
+            });
+        };
+        return IsBigEndian(format) ? stored(std::true_type()) : stored(std::false_type());
+    }
+
+    static unsigned Hash(unsigned char format, unsigned length, void* value, unsigned count,
+                         int& status)
+    {
+        const bool big = IsBigEndian(format);
+        const bool memory = (format & KoFMT_MEMORY) != 0;
+        return KoHashWalk(
+            length, value, kLayout.Size(format), count, status,
+            [=](const unsigned char* element) { return Type::HashBits(element, big, memory); });
+    }
+
+    static KoString ToText(const T& value)
+    {
+        KoString text;
+        if (IsNullTemporal(value))
+            text.SetNullValue();
+        else
+            PrintTemporalValue<Type>(text, value, nullptr);
+        return text;
+    }
+    static void FromText(T& value, const KoString* text)
+    {
+        TemporalFields null;
+        null.isNull = true;
+        if (text == nullptr)
+            SetTemporalValue<Type>(value, null);
+        else
+            ScanTemporalValue<Type>(value, *text, nullptr);
+    }
+    static void PrintOne(KoString& text, const T& value, const char* format)
+    {
+        PrintTemporalValue<Type>(text, value, format);
+    }
+    static void ScanOne(T& value, const KoString& text, const char* format)
+    {
+        ScanTemporalValue<Type>(value, text, format);
+    }
+    static int ParseOne(T& value, const KoString& text, const char* format, unsigned& errorAt)
+    {
+        TemporalFields fields;
+        fields.kind = Type::kKind;
+        const int result = ParseTemporal(fields, text, format, errorAt);
+        if (result == 0)
+            SetTemporalValue<Type>(value, fields);
+        return result;
+    }
+};
+
+#endif
