@@ -60,6 +60,14 @@ public:
     /// Finds the id of a type name, case-sensitive; id names are not searched. Returns 0, or 1 with
     /// `id` 47.
     int Name2KoTypeId(const char* name, o_char& id) const;
+    /// The same for an id in a plain char, whose sign differs between the systems.
+    int Name2KoTypeId(const char* name, char& id) const
+    {
+        o_char found;
+        const int result = Name2KoTypeId(name, found);
+        id = static_cast<char>(found);
+        return result;
+    }
     /// 1 when the type has the KoCapability, else 0. KoCAP_NULL depends on the table, the others on
     /// the id alone.
     unsigned short SupportsCapability(o_char id, unsigned short capability) const;

@@ -117,8 +117,11 @@ TEST(TypeMgr, FindsTypesByName)
     for (const auto& row : rows) {
         SCOPED_TRACE(row.reason);
         o_char id = 99;
+        char plain = 99;
         EXPECT_EQ(KoTypeMgr(row.factory).Name2KoTypeId(row.name, id), row.result);
         EXPECT_EQ(id, row.id);
+        EXPECT_EQ(KoTypeMgr(row.factory).Name2KoTypeId(row.name, plain), row.result);
+        EXPECT_EQ(plain, row.id);
     }
 }
 
