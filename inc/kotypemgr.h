@@ -142,8 +142,8 @@ public:
     /// Array of `count` elements made from a record, which Delete releases; a missing or null text
     /// counts as empty. The record stays the caller's, but this manager now releases its data.
     void* ConvertFrom(o_char id, KoTypeConvertData* data, unsigned count);
-    /// Appends the elements to `text`, with a comma between two; a null `format` is the type's.
-    /// Returns `text`.
+    /// Appends the elements to `text`, with a comma between two; a null `format` is the type's. The
+    /// reserved type appends the commas alone. Returns `text`.
     KoString& PrintToKoString(o_char id, KoString& text, void* value, const char* format,
                               unsigned count) const;
     /// Reads leniently: what the text does not hold stays as it was. Returns `value`.

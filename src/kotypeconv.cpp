@@ -67,16 +67,17 @@ void* KoTypeMgr::ConvertFrom(o_char id, KoTypeConvertData* data, unsigned count)
 KoString& KoTypeMgr::PrintToKoString(o_char id, KoString& text, void* value, const char* format,
                                      unsigned count) const
 {
-    const KoTypeDescriptor& type = TypeOf(*m_table, id);
-    const KoPrintFunc print = type.printToKoString;
-    if (print == nullptr)
+    const KoTypeDescriptor* type = FindType(*m_table, id);
+    if (type == nullptr || type->printToKoString == nullptr)
         return text;
+    const KoPrintFunc print = type->printToKoString;
     if (format == nullptr)
-        format = type.printFormat;
+        format = type->printFormat;
     if (count < 2 || print == CharPrintToKoString)
         return print(text, value, format, count);
     for (unsigned i = 0; i < count; ++i) {
-        KoString element;
+        // In the code set of the whole text: another one may lack characters that this one has.
+        KoString element(text.CodeSet(), text.Language());
         text += print(element, GetArrayElement(id, value, i, count), format, 1);
         if (i + 1 < count)
             text << ',';

@@ -53,6 +53,20 @@ TEST(TypeText, PrintsArraysElementByElement)
         EXPECT_EQ(Text(text), row.after);
     }
 
+    // The array in one text has the characters that its elements have alone.
+    const unsigned short euro[] = {0x20AC, 0};
+    KoString euros[] = {KoString(euro), KoString(euro)};
+    KoString wide(253, 0);
+    manager.PrintToKoString(KoSTRING_T, wide, euros, nullptr, 2);
+    const unsigned short both[] = {0x20AC, ',', 0x20AC, 0};
+    EXPECT_EQ(std::memcmp(wide.StrGet(), both, sizeof both), 0);
+
+    for (const int id : {47, -1}) {
+        KoString kept("kept");
+        manager.PrintToKoString(static_cast<o_char>(id), kept, values, nullptr, 3);
+        EXPECT_EQ(Text(kept), "kept") << "no type, id " << id;
+    }
+
     type->printToKoString = nullptr;
     KoString kept("kept");
     EXPECT_EQ(Text(manager.PrintToKoString(KoU1B_T, kept, values, "d", 3)), "kept");
