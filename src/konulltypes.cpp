@@ -7,7 +7,7 @@ bool KoIsNullText(const KoString& text, bool whole)
     if (text.IsNullValue() || text.IsEmpty())
         return true;
     const KoString& nullText = KoTypeMgr::GetNullPrintString();
-    if (nullText.IsEmpty() || text.Len() < nullText.Len())
+    if (nullText.IsEmpty() || text.Len() < nullText.Len() || (whole && text.Len() > nullText.Len()))
         return false;
     KoString mapped;
     const KoString* start = &text;
@@ -17,8 +17,7 @@ bool KoIsNullText(const KoString& text, bool whole)
             return false;
         start = &mapped;
     }
-    return (!whole || text.Len() == nullText.Len()) &&
-           std::memcmp(start->StrGet(), nullText.StrGet(),
+    return std::memcmp(start->StrGet(), nullText.StrGet(),
                        std::size_t{nullText.Len()} * nullText.Width()) == 0;
 }
 

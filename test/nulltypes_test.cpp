@@ -172,8 +172,12 @@ TEST(NullTypes, PrintAndScanArrays)
     const KoString before = KoTypeMgr::GetNullPrintString();
     KoTypeMgr::SetNullPrintString(KoString("-"));
     text = KoString();
-    manager.PrintToKoString(KoNULL_2B_T, text, &elements[1], nullptr, 1);
-    EXPECT_STREQ(text.StrGet(), "-");
+    manager.PrintToKoString(KoNULL_2B_T, text, elements, nullptr, 3);
+    EXPECT_STREQ(text.StrGet(), "-5,-,7");
+    std::memset(back, 0x55, sizeof back);
+    manager.ScanFromKoString(KoNULL_2B_T, back, text, nullptr, 3);
+    EXPECT_EQ(back[0].value * 10 + back[2].value, -43) << "a minus sign is not null";
+    EXPECT_EQ(back[0].null * 4 + back[1].null * 2 + back[2].null, 2);
     KoTypeMgr::SetNullPrintString(before);
 }
 
