@@ -74,14 +74,17 @@ struct StringOpsBase : ValueOps<KoString, Ops> {
         });
     }
 
-    static KoString& Print(KoString& text, void* value, const char* format, unsigned)
+    static KoString& Print(KoString& text, void* value, const char* format, unsigned count)
     {
+        if (count == 0)
+            return text;
         return KoPrintString(text, *static_cast<const KoString*>(value), format);
     }
 
-    static void* Scan(void* value, KoString& text, const char* format, unsigned)
+    static void* Scan(void* value, KoString& text, const char* format, unsigned count)
     {
-        KoScanString(*static_cast<KoString*>(value), text, format);
+        if (count != 0)
+            KoScanString(*static_cast<KoString*>(value), text, format);
         return value;
     }
 

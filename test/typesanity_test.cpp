@@ -225,6 +225,28 @@ TEST(TypeSanity, StoredValuesComeBack)
     });
 }
 
+TEST(TypeSanity, NoElementsAreNeverTouched)
+{
+    ForEachType([](const KoTypeMgr& manager, o_char id, const KoTypeDescriptor&) {
+        for (const unsigned char format : {KoFMT_LITTLE, KoFMT_BIG, KoFMT_MEMORY}) {
+            EXPECT_EQ(manager.Store(id, nullptr, nullptr, format, 0), 0U);
+            EXPECT_EQ(manager.Load(id, nullptr, nullptr, format, 0), 0U);
+            EXPECT_EQ(manager.DiskLenGet(id, nullptr, format, 0, format), 0U);
+            EXPECT_EQ(manager.Translate(id, nullptr, format, 0, nullptr, format, 0, 0), 0U);
+            EXPECT_EQ(manager.Cmp(id, nullptr, nullptr, 0, 0, format), 0);
+            int status = 9;
+            manager.Hash(id, 0, nullptr, 0, format, status);
+            EXPECT_EQ(status, 0);
+        }
+        KoString text("kept");
+        manager.PrintToKoString(id, text, nullptr, nullptr, 0);
+        EXPECT_STREQ(text.StrGet(), "kept");
+        EXPECT_EQ(manager.ScanFromKoString(id, nullptr, text, nullptr, 0), nullptr);
+        manager.AssignmentPtrGet(id)(nullptr, nullptr, 0, 1);
+        manager.CopyPtrGet(id)(nullptr, nullptr, 0, 1);
+    });
+}
+
 TEST(TypeSanity, TranslateIsStoreAndLoad)
 {
     ForEachType([](const KoTypeMgr& manager, o_char id, const KoTypeDescriptor& type) {
