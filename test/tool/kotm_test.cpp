@@ -133,7 +133,7 @@ TEST_F(KotmStore, RejectsRowsWithTheirPlaces)
         {5, "# line 8, column 9, byte", "5 fields where the header has 4"},
         {6, "# line 9, column 4, byte", "title: byte that is no UTF-8"},
         {7, "# line 10, column 4, byte", "title: NUL byte"},
-        {8, "# line 11, column 1, byte", "id: empty, and o_4b has no null value"},
+        {8, "# line 11, column 1, byte", "id: empty, and there is no null value in the type o_4b"},
         {9, "# line 12, column 5, byte", "latin: character U+03A9 is not in code set 1"},
         {11, "# line 14, column 4, byte", "quote that neither opens nor closes"},
         {12, "# line 15, column 70003, byte", "title: text of 70000 characters"},

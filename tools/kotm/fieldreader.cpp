@@ -6,11 +6,11 @@ namespace kotm
 namespace
 {
 
-/// A text for a message: short, and nothing in it that a terminal obeys.
+/// A text in quotes for a message: short, and nothing in it that a terminal obeys.
 std::string Shown(std::string_view utf8)
 {
     constexpr std::size_t kMost = 40;
-    std::string shown;
+    std::string shown = "\"";
     std::size_t at = 0;
     for (std::size_t count = 0; at < utf8.size() && count < kMost; ++count) {
         const int character = DecodeUtf8(utf8, at);
@@ -18,7 +18,8 @@ std::string Shown(std::string_view utf8)
         AppendCharacter(shown, control ? '?' : static_cast<unsigned>(character));
         at += character < 0 ? 1 : 0;
     }
-    return at < utf8.size() ? shown + "..." : shown;
+    shown += at < utf8.size() ? "...\"" : "\"";
+    return shown;
 }
 
 } // namespace
@@ -46,12 +47,10 @@ FieldReader::Result FieldReader::Convert(std::string_view utf8, std::string& byt
         Manager().ParseFromKoString(id, m_value.Get(), m_text, m_attribute.Format(), errorAt);
     if (code != 0) {
         fault.offset = ByteOfPosition(utf8, m_text, errorAt);
-        fault.reason =
-            code == KoRC_NOT_SUPPORTED
-                ? "the type " + m_attribute.type.Name() + " is not read from text"
-            : utf8.empty()
-                ? "empty, and " + m_attribute.type.Name() + " has no null value"
-                : "\"" + Shown(utf8) + "\" is no value of the type " + m_attribute.type.Name();
+        fault.reason = code == KoRC_NOT_SUPPORTED ? "no text is a value of the type "
+                       : utf8.empty()             ? "empty, and there is no null value in the type "
+                                                  : Shown(utf8) + " is no value of the type ";
+        fault.reason += m_attribute.type.Name();
         return Result::Refused;
     }
     if (m_attribute.type.HasNull() && m_value.IsNull())
