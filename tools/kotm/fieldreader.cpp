@@ -1,10 +1,15 @@
 #include "fieldreader.h"
 
+#include <functional>
+
 namespace kotm
 {
 
 namespace
 {
+
+constexpr std::size_t kKnownTexts = 2048; // a power of two
+constexpr std::size_t kLongestKnown = 64;
 
 /// A text in quotes for a message: short, and nothing in it that a terminal obeys.
 std::string Shown(std::string_view utf8)
@@ -25,7 +30,7 @@ std::string Shown(std::string_view utf8)
 } // namespace
 
 FieldReader::FieldReader(const Attribute& attribute)
-    : m_attribute(attribute), m_value(attribute.type)
+    : m_attribute(attribute), m_value(attribute.type), m_known(kKnownTexts)
 {
 }
 
@@ -33,7 +38,21 @@ FieldReader::Result FieldReader::Read(std::string_view utf8, std::string& bytes,
 {
     if (utf8.empty() && m_attribute.type.HasNull())
         return Result::Absent;
-    return Convert(utf8, bytes, fault);
+    if (utf8.size() > kLongestKnown)
+        return Convert(utf8, bytes, fault);
+    Known& known = m_known[std::hash<std::string_view>()(utf8) % kKnownTexts];
+    if (known.result == Result::Refused || known.utf8 != utf8) {
+        const std::size_t start = bytes.size();
+        const Result result = Convert(utf8, bytes, fault);
+        if (result != Result::Refused) {
+            known.utf8 = utf8;
+            known.form.assign(bytes, start, std::string::npos);
+            known.result = result;
+        }
+        return result;
+    }
+    bytes += known.form;
+    return known.result;
 }
 
 FieldReader::Result FieldReader::Convert(std::string_view utf8, std::string& bytes,

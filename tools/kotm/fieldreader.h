@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace kotm
 {
@@ -26,11 +27,20 @@ public:
     Result Read(std::string_view utf8, std::string& bytes, TextFault& fault);
 
 private:
+    /// A text that was read before, and what came of it. Columns repeat their values: most fields
+    /// of a large file are found here, whatever their type.
+    struct Known {
+        std::string utf8;
+        std::string form;
+        Result result = Result::Refused; ///< Refused: nothing is known here
+    };
+
     Result Convert(std::string_view utf8, std::string& bytes, TextFault& fault);
 
     Attribute m_attribute;
     Value m_value;
     KoString m_text;
+    std::vector<Known> m_known; ///< by the hash of the text, the latest one in each place
 };
 
 } // namespace kotm

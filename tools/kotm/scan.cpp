@@ -10,6 +10,9 @@ namespace kotm
 namespace
 {
 
+/// A look-up of so many entries compares each with the edge; a longer walk looks for its end once.
+constexpr unsigned kFewSteps = 16;
+
 /// Tightens a range by one comparison on its attribute.
 void Narrow(IndexRange& range, const Condition& condition, bool& hasLow)
 {
@@ -126,22 +129,24 @@ std::optional<IndexRange> ChooseRange(const Condition& condition, const Schema& 
 }
 
 Scan::Scan(Store& store, const std::optional<IndexRange>& range, bool backwards)
-    : m_store(store), m_dbi(range ? store.Index(range->attribute) : store.Objects()),
-      m_range(range), m_backwards(backwards)
+    : m_store(store), m_backwards(backwards)
 {
+    MDB_dbi dbi = store.Objects();
     if (range) {
+        m_attribute = range->attribute;
+        dbi = store.Index(range->attribute);
         const o_char type = store.GetSchema().attributes[range->attribute].type.Id();
-        const auto entry = [&](const IndexRange::Edge& edge, std::uint32_t tag) {
-            store.SetBound(tag, edge.form);
-            std::string bytes;
-            MakeEntry(bytes, type, edge.form, edge.behind ? kMaxObjectNumber + 1 : 0, tag);
-            return bytes;
+        const auto makeEdge = [&](std::string& entry, const IndexRange::Edge& edge,
+                                  std::uint32_t tag) {
+            if (IsCut(edge.form))
+                store.SetBound(tag, edge.form);
+            MakeEntry(entry, type, edge.form, edge.behind ? kMaxObjectNumber + 1 : 0, tag);
         };
-        m_low = entry(range->low, 1);
+        makeEdge(m_low, range->low, 1);
         if (range->high)
-            m_high = entry(*range->high, 2);
+            makeEdge(m_high, *range->high, 2);
     }
-    CheckLmdb(mdb_cursor_open(store.Transaction(), m_dbi, &m_cursor), store.Path());
+    CheckLmdb(mdb_cursor_open(store.Transaction(), dbi, &m_cursor), store.Path());
 }
 
 Scan::~Scan()
@@ -162,33 +167,52 @@ bool Scan::Step(MDB_val& key, MDB_cursor_op op)
 
 bool Scan::Start(MDB_val& key)
 {
-    if (!m_range)
+    if (!m_attribute)
         return Step(key, m_backwards ? MDB_LAST : MDB_FIRST);
     if (!m_backwards) {
         key = {m_low.size(), m_low.data()};
         return Step(key, MDB_SET_RANGE);
     }
-    if (!m_range->high)
+    if (m_high.empty())
         return Step(key, MDB_LAST);
     key = {m_high.size(), m_high.data()};
     // No entry equals an edge: the one before it is the last inside.
     return Step(key, MDB_SET_RANGE) ? Step(key, MDB_PREV) : Step(key, MDB_LAST);
 }
 
-bool Scan::Inside(MDB_val& key) const
+/// Looks up where a forward scan ends. Entries lie still in the map while the transaction lasts.
+void Scan::FindEnd()
+{
+    MDB_cursor* cursor = nullptr;
+    CheckLmdb(mdb_cursor_open(m_store.Transaction(), mdb_cursor_dbi(m_cursor), &cursor),
+              m_store.Path());
+    MDB_val key{m_high.size(), m_high.data()};
+    const int code = mdb_cursor_get(cursor, &key, nullptr, MDB_SET_RANGE);
+    mdb_cursor_close(cursor);
+    m_end = code == MDB_NOTFOUND ? &m_high : key.mv_data;
+    if (code != MDB_NOTFOUND)
+        CheckLmdb(code, m_store.Path());
+}
+
+bool Scan::Inside(const MDB_val& key)
 {
     const std::string& edge = m_backwards ? m_low : m_high;
-    if (!m_range || edge.empty())
+    if (!m_attribute || edge.empty())
         return true;
-    const int order = CompareEntries(m_range->attribute, View(key), edge);
+    if (m_steps > kFewSteps && !m_backwards) {
+        if (m_end == nullptr)
+            FindEnd();
+        return key.mv_data != m_end;
+    }
+    const int order = CompareEntries(*m_attribute, View(key), edge);
     return m_backwards ? order > 0 : order < 0;
 }
 
 bool Scan::Next()
 {
     MDB_val key{};
-    const bool found = m_started ? Step(key, m_backwards ? MDB_PREV : MDB_NEXT) : Start(key);
-    m_started = true;
+    const bool found = m_steps != 0 ? Step(key, m_backwards ? MDB_PREV : MDB_NEXT) : Start(key);
+    m_steps += m_steps <= kFewSteps ? 1 : 0;
     if (!found || !Inside(key))
         return false;
     m_id = static_cast<const char*>(key.mv_data) + key.mv_size - kObjectIdBytes;
@@ -197,7 +221,7 @@ bool Scan::Next()
 
 std::string_view Scan::Record()
 {
-    if (m_range && !m_store.Find(m_id, m_record))
+    if (m_attribute && !m_store.Find(m_id, m_record))
         throw Failure(Exit::Damaged, m_store.Path() + ": is damaged: an index names object " +
                                          std::to_string(ObjectNumber(m_id)) +
                                          ", which does not exist");

@@ -51,16 +51,17 @@ public:
 private:
     bool Start(MDB_val& key);
     bool Step(MDB_val& key, MDB_cursor_op op);
-    bool Inside(MDB_val& key) const;
+    bool Inside(const MDB_val& key);
+    void FindEnd();
 
     Store& m_store;
-    MDB_dbi m_dbi;
-    std::optional<IndexRange> m_range;
+    std::optional<std::size_t> m_attribute; ///< of the index; none for all objects
     bool m_backwards;
     MDB_cursor* m_cursor = nullptr;
-    bool m_started = false;
-    std::string m_low;
-    std::string m_high;
+    std::string m_low;  ///< entries at the edges of the range
+    std::string m_high; ///< empty: the end of the index
+    unsigned m_steps = 0;
+    const void* m_end = nullptr; ///< the first entry behind the range, once FindEnd has looked
     const char* m_id = nullptr;
     std::string_view m_record;
 };
