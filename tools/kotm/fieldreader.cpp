@@ -8,7 +8,7 @@ namespace kotm
 namespace
 {
 
-constexpr std::size_t kKnownTexts = 2048; // a power of two
+constexpr std::size_t kKnownTexts = 512; // a power of two
 constexpr std::size_t kLongestKnown = 64;
 
 /// A text in quotes for a message: short, and nothing in it that a terminal obeys.

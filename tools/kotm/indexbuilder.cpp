@@ -179,9 +179,15 @@ struct IndexBuilder::State {
     std::string bytes; ///< an entry of every group, with its first object's id
     std::vector<Group> groups;
     std::vector<Link> links;
-    std::vector<std::uint32_t> table; ///< open addressing over the groups, by form
+    /// Open addressing over the groups, by form; a part of the hash saves most looks at the form.
+    struct Slot {
+        std::uint32_t group;
+        std::uint32_t hash;
+    };
+    std::vector<Slot> table;
     std::uint64_t base = 0;
     std::string scratch;
+    std::vector<std::uint64_t> numbers;
 
     State(std::size_t attribute_, o_char type_, std::size_t memory_, const std::string& path)
         : attribute(attribute_), type(type_), memory(memory_), file(path)
@@ -194,13 +200,13 @@ struct IndexBuilder::State {
         bytes.clear();
         groups.clear();
         links.clear();
-        table.assign(1024, kNone);
+        table.assign(1024, {kNone, 0});
     }
 
     std::size_t Used() const
     {
         return bytes.size() + groups.size() * sizeof(Group) + links.size() * sizeof(Link) +
-               table.size() * sizeof(std::uint32_t);
+               table.size() * sizeof(Slot);
     }
 
     std::string_view EntryOf(const Group& group) const
@@ -208,22 +214,32 @@ struct IndexBuilder::State {
         return std::string_view(bytes).substr(group.entry, group.size);
     }
 
-    std::uint32_t& Slot(std::string_view form)
+    std::string_view FormOf(const Group& group) const
     {
+        return {bytes.data() + group.entry + kEntryHead, group.size - kEntryHead - kObjectIdBytes};
+    }
+
+    /// The slot of a form, marked with its hash: that of its group, or a free one.
+    Slot& Find(std::string_view form)
+    {
+        const std::size_t hash = std::hash<std::string_view>()(form);
+        const auto part = static_cast<std::uint32_t>(hash >> 32);
         const std::size_t mask = table.size() - 1;
-        std::size_t at = std::hash<std::string_view>()(form) & mask;
-        while (table[at] != kNone && EntryView(EntryOf(groups[table[at]])).form != form)
+        std::size_t at = hash & mask;
+        while (table[at].group != kNone &&
+               (table[at].hash != part || FormOf(groups[table[at].group]) != form))
             at = (at + 1) & mask;
+        table[at].hash = part;
         return table[at];
     }
 
     void Grow()
     {
-        table.assign(table.size() * 2, kNone);
+        table.assign(table.size() * 2, {kNone, 0});
         for (std::uint32_t i = 0; i < groups.size(); ++i) {
-            const std::string_view form = EntryView(EntryOf(groups[i])).form;
+            const std::string_view form = FormOf(groups[i]);
             if (form.size() != kCutForm)
-                Slot(form) = i;
+                Find(form).group = i;
         }
     }
 
@@ -247,14 +263,14 @@ struct IndexBuilder::State {
             AddGroup(form, number, link);
             return;
         }
-        std::uint32_t& slot = Slot(form);
-        if (slot != kNone) {
-            Group& group = groups[slot];
+        Slot& slot = Find(form);
+        if (slot.group != kNone) {
+            Group& group = groups[slot.group];
             links[group.last].next = link;
             group.last = link;
             return;
         }
-        slot = AddGroup(form, number, link);
+        slot.group = AddGroup(form, number, link);
         if (groups.size() * 2 > table.size())
             Grow();
     }
@@ -295,14 +311,20 @@ struct IndexBuilder::State {
     /// all of them, for equal values stand in the order of their objects.
     void WriteEqual(const std::uint32_t* equal, std::size_t count)
     {
+        if (count == 1) {
+            const Group& group = groups[equal[0]];
+            numbers.clear();
+            for (std::uint32_t at = group.first; at != kNone; at = links[at].next)
+                numbers.push_back(base + links[at].number);
+            WriteGroup(EntryOf(group), numbers.data(), numbers.size());
+            return;
+        }
         std::vector<std::pair<std::uint64_t, std::uint32_t>> members; // number, group
         for (std::size_t i = 0; i < count; ++i) {
             for (std::uint32_t at = groups[equal[i]].first; at != kNone; at = links[at].next)
                 members.emplace_back(base + links[at].number, equal[i]);
         }
-        if (count > 1)
-            std::sort(members.begin(), members.end());
-        std::vector<std::uint64_t> numbers;
+        std::sort(members.begin(), members.end());
         for (std::size_t i = 0; i < members.size();) {
             const std::uint32_t group = members[i].second;
             numbers.clear();
