@@ -24,7 +24,7 @@ REACH = {
     "bench/internal": ALL + [ROOT / "src", ROOT / "bench"],
     "test": ALL + [ROOT / "tools"],
     "fuzz": ALL + [ROOT / "test"],
-    "bench": ALL + [ROOT / "test"],
+    "bench": ALL + [ROOT / "test", ROOT / "tools"],
     "examples": ALL,
 }
 INCLUDE = re.compile(r'^\s*#\s*include\s*[<"]([^>"]+)[>"]')

@@ -19,6 +19,7 @@ namespace
 {
 
 constexpr std::size_t kBufferBytes = 256U << 10;
+constexpr std::size_t kBlockBytes = 4096;
 
 int Never(unsigned char)
 {
@@ -134,7 +135,6 @@ struct CsvReader::State {
         if (csv_init(&parser, CSV_STRICT | CSV_STRICT_FINI) != 0)
             throw Failure(Exit::Io, "no memory for the CSV parser");
         csv_set_space_func(&parser, Never); // blanks belong to a field
-        csv_set_blk_size(&parser, 4096);
     }
 
     void StartRow()
@@ -289,6 +289,8 @@ CsvReader::Result CsvReader::Next()
             if (length == 0 && state.atEnd)
                 break;
         }
+        // The parser's buffer grows by a block at a time: doubled, a long field costs linear time.
+        csv_set_blk_size(&state.parser, std::max(kBlockBytes, csv_get_buffer_size(&state.parser)));
         const std::size_t taken = csv_parse(&state.parser, state.buffer.data() + state.at, length,
                                             State::OnField, State::OnRow, &state);
         if (taken != length) {
