@@ -15,6 +15,7 @@
 #include "kotypeid.h"
 #include "kotypemgr.h"
 #include "kotypes.h"
+#include "kotypevl.h"
 #include "kotyphash.h"
 
 #include <kobase.h>

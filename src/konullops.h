@@ -118,6 +118,33 @@ struct NullOps : ElementOps<KoNull<typename Base::Value>, NullOps<Base, id>, id>
             });
     }
 
+    static float EvalAndBound(KoIdxBounds* bounds, unsigned short& op, void* value,
+                              unsigned char format, unsigned count, KoIdxBounds* newBounds)
+    {
+        if (count == 0)
+            return 0.0F;
+        using Axis = KoScalarAxis<Base>;
+        const NullElementForm<Base> form(format);
+        const unsigned bits = op & kQueryMask;
+        double estimate = 0.0;
+        if (bounds != nullptr) {
+            const auto point = [&form](const void* at) {
+                const auto* element = static_cast<const unsigned char*>(at);
+                return KoNullPoint{Axis::From(form.Value(element)), form.IsNull(element)};
+            };
+            // Null comes first, so an open low end is null.
+            const KoNullPoint low =
+                bounds->low != nullptr ? point(bounds->low) : KoNullPoint{0.0, true};
+            const KoNullPoint high = bounds->high != nullptr
+                                         ? point(bounds->high)
+                                         : KoNullPoint{Axis::From(Axis::Highest()), false};
+            estimate =
+                KoNullRangeCount(bits, point(value), low, high) / (high.number - low.number + 1.0);
+        }
+        KoNarrowBounds(newBounds, bits, value, form.size * count);
+        return static_cast<float>(estimate);
+    }
+
     static KoString ToText(const Element& element)
     {
         if (element.null == 0)

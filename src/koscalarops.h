@@ -1,6 +1,7 @@
 #ifndef KOSCALAROPS_H
 #define KOSCALAROPS_H
 
+#include "koboundeval.h"
 #include "koelementops.h"
 #include "koscalartext.h"
 
@@ -54,6 +55,12 @@ struct ScalarOps : ElementOps<typename Type::Value, ScalarOps<Type>, Type::kId> 
     static unsigned SizeGetFromMemFile(MemFile*, unsigned char format, unsigned count)
     {
         return Encoder::SizeGet(nullptr, KoFMT_MEMORY, format & KoFMT_ORDER_MASK, count);
+    }
+
+    static float EvalAndBound(KoIdxBounds* bounds, unsigned short& op, void* value,
+                              unsigned char format, unsigned count, KoIdxBounds* newBounds)
+    {
+        return KoEvaluateBounds<KoScalarAxis<Type>>(bounds, op, value, format, count, newBounds);
     }
 
     static KoString ToText(const T& element) { return Text::ToText(element); }

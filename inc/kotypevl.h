@@ -1,0 +1,70 @@
+#ifndef KOTYPEVL_H
+#define KOTYPEVL_H
+
+#include "kobasic.h"
+
+/// Index bound evaluation: what KoTypeMgr::EvalAndBound is given and what it answers.
+///
+/// For a condition "key OP value" and an index whose keys lie between two bounds it estimates the
+/// share of the index that the condition selects, and narrows the key range to scan.
+///
+///     KoIdxBounds keys{&lowest, &highest, 0, 0}, narrowed{};
+///     unsigned short op = KoQOP_LESS;
+///     float share = manager.EvalAndBound(Ko4B_T, &keys, op, &value, KoFMT_MEMORY, 1, &narrowed,
+///                                        nullptr);
+///     // ... scan from narrowed.low (open where null) to narrowed.high
+///     KoFree(narrowed.low);
+///     KoFree(narrowed.high);
+
+/// The operator word of a condition, bits that combine: 3 is less or equal, 6 unequal, 7 any key.
+/// It is not the operator word of comparisons. Bits of 0x800F that are not listed mean nothing;
+/// the strings alone look at bits beyond them (below).
+enum KoQueryOp : unsigned short {
+    KoQOP_EQUAL = 0x0001,
+    KoQOP_LESS = 0x0002,
+    KoQOP_GREATER = 0x0004,
+};
+
+/// Two ends of a key range, both inside it. A null end is open.
+///
+/// Values stand in the form that the format byte of the call names, as the condition's value does,
+/// and need no alignment. In `newBounds` the evaluator allocates a copy of the value for each end
+/// that it narrows: the caller owns it and releases it with KoFree.
+struct KoIdxBounds {
+    void* low;
+    void* high;
+    o_u1b lowLen;  ///< bytes of the copy that was allocated for `low`, modulo 256
+    o_u1b highLen; ///< the same for `high`
+};
+
+/// The rules of every evaluator (the slot `evalAndBound`, KoEvalFunc):
+///
+/// Estimate. The key steps of the index range that the condition selects, divided by all of them.
+/// A step is 1: for numbers of every kind, for days (KoDate, d_Date), for seconds (all other dates
+/// and times), for object numbers (KoObjId, KoRef). An end of `bounds` that is open stands for the
+/// smallest or largest value of the type. Without `bounds` the estimate is 0. The keys between the
+/// ends are taken to be spread evenly. A range whose high end is below its low end gives no useful
+/// number.
+///
+/// | type | estimate |
+/// |---|---|
+/// | numbers, dates and times, KoObjId, KoRef, KoSeal | as above |
+/// | o_8b, o_u8b, KoInt64 | as above, and at least one step where the key can exist |
+/// | o_float, o_double, d_Interval | as above; what is not 0 is at least 2^-23 |
+/// | null-capable scalars | null comes first; a null end stands for a fixed part of a step: 0.5 |
+/// |  | of the keys beyond it, 0.1 of those equal to a value, 0.001 of those equal to null |
+/// | KoBoolean | 1/3 |
+/// | KoClassId, KoBlob | 1, with or without `bounds`; `newBounds` stays as it is |
+/// | the reserved type | 0; `newBounds` stays as it is |
+///
+/// Narrowing. Where the condition excludes smaller keys (KoQOP_LESS is not set) the low end becomes
+/// a copy of the value, where it excludes larger ones the high end; ends of `newBounds` that are
+/// set are left alone, and a null `newBounds` asks for the estimate only. The copy has all `count`
+/// elements. The value itself stays inside for conditions that exclude it. When memory runs out and
+/// the memory handler returns, the end stays open.
+///
+/// Dates and times: a field of -1 in the value stands for all values of the field. An index has to
+/// be scanned under the same comparison operator that the condition is tested with; then no match
+/// lies outside the narrowed range, as long as no field behind a field of -1 holds another value.
+
+#endif

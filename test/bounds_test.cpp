@@ -1,0 +1,308 @@
+#include "failing_heap.h"
+#include "fixtures.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <memory>
+#include <optional>
+#include <random>
+#include <string>
+
+namespace
+{
+
+using Bytes = std::vector<unsigned char>;
+
+constexpr unsigned kEqual = KoQOP_EQUAL;
+constexpr unsigned kLess = KoQOP_LESS;
+constexpr unsigned kGreater = KoQOP_GREATER;
+
+const KoTypeMgr manager;
+
+/// The ends of a range with the buffers that an evaluator put there.
+struct Narrowed : KoIdxBounds {
+    Narrowed() : KoIdxBounds{} {}
+    Narrowed(const Narrowed&) = delete;
+    Narrowed& operator=(const Narrowed&) = delete;
+    ~Narrowed()
+    {
+        KoFree(low);
+        KoFree(high);
+    }
+};
+
+/// The bytes of `count` elements in the form that evaluators and comparisons take.
+Bytes InForm(o_char id, const void* elements, unsigned char format, unsigned count = 1)
+{
+    if ((format & KoFMT_MEMORY) != 0) {
+        const auto* bytes = static_cast<const unsigned char*>(elements);
+        return Bytes(bytes, bytes + manager.MemLenGet(id, count));
+    }
+    Bytes bytes(manager.DiskLenGet(id, elements, format, count, KoFMT_MEMORY));
+    manager.Store(id, bytes.data(), elements, format, count);
+    return bytes;
+}
+
+/// A value of a type made from its text, at an odd address. "null" is null, no text is none.
+class Operand
+{
+public:
+    Operand(o_char id, const char* text, unsigned char format)
+    {
+        if (text == nullptr)
+            return;
+        void* element = manager.Create(id, 1);
+        unsigned errorAt = 0;
+        if (std::strcmp(text, "null") == 0)
+            KoTypeMgr().SetNullValue(id, element);
+        else
+            EXPECT_EQ(manager.ParseFromKoString(id, element, KoString(text), nullptr, errorAt), 0)
+                << text;
+        const Bytes form = InForm(id, element, format);
+        m_size = form.size();
+        m_bytes = std::make_unique<unsigned char[]>(m_size + 1);
+        std::memcpy(Get(), form.data(), m_size);
+        manager.Delete(id, element, 1);
+    }
+
+    void* Get() const { return m_bytes ? m_bytes.get() + 1 : nullptr; }
+    std::size_t Size() const { return m_size; }
+
+private:
+    std::unique_ptr<unsigned char[]> m_bytes;
+    std::size_t m_size = 0;
+};
+
+struct EstimateRow {
+    const char* reason;
+    KoTypeId id;
+    const char *low, *high;
+    unsigned op;
+    const char* value;
+    double expected;
+};
+
+/// The estimate of a row under a format, and what narrowing has to give.
+void CheckEstimate(const EstimateRow& row, unsigned char format)
+{
+    SCOPED_TRACE(testing::Message()
+                 << row.reason << ", " << manager.NameGet(row.id) << ", format " << int{format});
+    const Operand low(row.id, row.low, format);
+    const Operand high(row.id, row.high, format);
+    const Operand value(row.id, row.value, format);
+    KoIdxBounds bounds{low.Get(), high.Get(), 0, 0};
+    Narrowed narrowed;
+    // Bits beyond the mask are not looked at.
+    auto op = static_cast<unsigned short>(row.op | 0x7FF0);
+    const float estimate =
+        manager.EvalAndBound(row.id, &bounds, op, value.Get(), format, 1, &narrowed, nullptr);
+    if (std::isnan(row.expected))
+        EXPECT_TRUE(std::isnan(estimate));
+    else
+        EXPECT_EQ(estimate, static_cast<float>(row.expected));
+    const auto check = [&](const void* end, unsigned length, bool closed) {
+        ASSERT_EQ(end != nullptr, closed);
+        EXPECT_EQ(length, closed ? value.Size() : 0U);
+        EXPECT_TRUE(!closed || std::memcmp(end, value.Get(), value.Size()) == 0);
+    };
+    check(narrowed.low, narrowed.lowLen, (row.op & kLess) == 0);
+    check(narrowed.high, narrowed.highLen, (row.op & kGreater) == 0);
+    EXPECT_EQ(bounds.low, low.Get());
+    EXPECT_EQ(manager.EvalAndBound(row.id, nullptr, op, value.Get(), format, 1, nullptr, nullptr),
+              0.0F)
+        << "nothing known of the index";
+}
+
+constexpr double kNoNumber = std::numeric_limits<double>::quiet_NaN();
+constexpr double kEpsilon = 1.1920928955078125e-07;
+constexpr double kTwo32 = 4294967296.0;
+
+const EstimateRow kEstimates[] = {
+    {"one key of ten", Ko1B_T, "\x0A", "\x13", kEqual, "\x0F", 0.1},
+    {"below", Ko1B_T, "\x0A", "\x13", kLess, "\x0F", 0.5},
+    {"above all", Ko1B_T, "\x0A", "\x13", kGreater, "\x19", 0.0},
+    {"from below the range on", Ko1B_T, "\x0A", "\x13", kGreater | kEqual, "\x05", 1.0},
+    {"every key", Ko1B_T, "\x0A", "\x13", kGreater | kEqual | kLess, "\x0F", 1.0},
+    {"every key, value outside", Ko1B_T, "\x0A", "\x13", kGreater | kEqual | kLess, "\x19", 1.0},
+    {"unequal", Ko1B_T, "\x0A", "\x13", kGreater | kLess, "\x0F", 0.9},
+    {"no condition", Ko1B_T, "\x0A", "\x13", 0, "\x0F", 0.0},
+    {"range of one key", KoINT_T, "7", "7", kEqual, "7", 1.0},
+    {"range of one key, below", KoINT_T, "7", "7", kLess, "7", 0.0},
+    {"signed", Ko2B_T, "-5", "4", kLess, "0", 0.5},
+    {"unsigned", KoU2B_T, "0", "65535", kGreater | kEqual, "32768", 0.5},
+    {"unsigned bytes", KoU1B_T, "\x01", "\xC8", kLess | kEqual, "\x64", 0.5},
+    {"enum", KoENUM_T, "-2", "1", kLess, "0", 0.5},
+    {"unsigned int", KoUNSIGNED_T, "0", "4294967295", kLess, "3221225472", 0.75},
+    {"32 bits", Ko4B_T, "-2147483648", "2147483647", kLess, "0", 0.5},
+    {"32 bits unsigned", KoU4B_T, "0", "4294967295", kLess, "1073741824", 0.25},
+    {"block", KoBLOCKID_T, "#0", "#99", kGreater | kEqual, "#25", 0.75},
+    {"open low end", Ko2B_T, nullptr, "32767", kLess, "0", 0.5},
+    {"open high end", KoU4B_T, "0", nullptr, kLess, "1073741824", 0.25},
+    {"both open", Ko1B_T, nullptr, nullptr, kEqual, "A", 1.0 / 256},
+    {"empty range: a divisor of -4", Ko4B_T, "10", "5", kEqual, "7", 0.0},
+    {"empty range, and no care for it", Ko4B_T, "10", "5", kLess, "20", 0.0},
+
+    {"64 bits", Ko8B_T, "0", "99", kLess, "25", 0.25},
+    {"next key, the same as a double", Ko8B_T, "9007199254740992", "9007199254740993", kGreater,
+     "9007199254740992", 1.0},
+    {"no key there", Ko8B_T, "10", "19", kEqual, "20", 0.0},
+    {"no key below, by less than a double tells", Ko8B_T, "9007199254740993", "9007199254740994",
+     kLess, "9007199254740992", 0.0},
+    {"raised where only the high end rules out", Ko8B_T, "10", "19", kLess, "10", 0.1},
+    {"upper half unsigned", KoU8B_T, "0", "18446744073709551615", kGreater | kEqual,
+     "9223372036854775808", 0.5},
+    {"halves", KoINT64_T, "-4294967296", "4294967295", kLess, "0", 0.5},
+    {"halves, raised", KoINT64_T, "10", "19", kLess, "10", 0.1},
+    {"halves, no key there", KoINT64_T, "10", "19", kGreater | kEqual, "20", 0.0},
+
+    {"float", KoFLOAT_T, "0", "9", kLess, "2.5", 0.25},
+    {"float below the smallest share", KoFLOAT_T, "0", "1e30", kEqual, "5", kEpsilon},
+    {"float: nothing stays nothing", KoFLOAT_T, "0", "9", kGreater, "9", 0.0},
+    {"float up to infinity", KoFLOAT_T, "0", "inf", kGreater, "1", 0.0},
+    {"float, both sides infinite", KoFLOAT_T, "-inf", "inf", kGreater | kLess, "1", kNoNumber},
+    {"double", KoDOUBLE_T, "-1", "8", kGreater | kEqual, "7", 0.2},
+    {"double across all numbers", KoDOUBLE_T, "0", "1e308", kLess, "1e308", 1.0},
+    {"double, small share", KoDOUBLE_T, "0", "1e308", kEqual, "1e307", kEpsilon},
+    {"double, half of infinity", KoDOUBLE_T, "-inf", "inf", kLess, "0", 1.0},
+    {"double, both sides infinite", KoDOUBLE_T, "-inf", "inf", kGreater | kLess, "0", 1.0},
+    {"no number above", KoDOUBLE_T, "0", "9", kGreater, "nan", 1.7976931348623157e307},
+    {"equal to no number", KoDOUBLE_T, "0", "9", kEqual, "nan", 1.0},
+    {"double, open ends", KoDOUBLE_T, nullptr, nullptr, kGreater, "0", 1.0},
+
+    {"null equals null", KoNULL_INT_T, "null", "9", kEqual, "null", 0.001 / 10},
+    {"null equals null, none there", KoNULL_INT_T, "0", "9", kEqual, "null", 0.0},
+    {"above null", KoNULL_INT_T, "0", "9", kGreater, "null", 0.5 / 10},
+    {"above, null low end", KoNULL_INT_T, "null", "9", kGreater, "5", 0.5 / 10},
+    {"below, null low end", KoNULL_INT_T, "null", "9", kLess, "5", 0.5 / 10},
+    {"below null", KoNULL_INT_T, "null", "9", kLess, "null", 0.0},
+    {"a value, null low end", KoNULL_INT_T, "null", "9", kEqual, "5", 0.1 / 10},
+    {"a value among nulls", KoNULL_INT_T, "null", "null", kEqual | kLess | kGreater, "5", 0.0},
+    {"null among nulls", KoNULL_INT_T, "null", "null", kEqual | kLess | kGreater, "null", 0.001},
+    {"null high end only", KoNULL_INT_T, "0", "null", kEqual | kLess | kGreater, "5", 0.0},
+    {"no null about", KoNULL_INT_T, "0", "9", kLess | kEqual, "4", 0.5},
+    {"outside", KoNULL_INT_T, "0", "9", kEqual, "12", 0.0},
+    {"above, outside", KoNULL_INT_T, "0", "9", kGreater, "-3", 1.0},
+    {"open low end: null is the smallest", KoNULL_INT_T, nullptr, "9", kLess, "5", 0.5 / 10},
+    {"open high end", KoNULL_U2B_T, "0", nullptr, kLess, "32768", 0.5},
+    {"null 8 bits", KoNULL_1B_T, "\x0A", "\x13", kLess, "\x0F", 0.5},
+    {"null 8 bits unsigned", KoNULL_U1B_T, "\x01", "\xC8", kLess | kEqual, "\x64", 0.5},
+    {"null 16 bits", KoNULL_2B_T, "-5", "4", kLess, "0", 0.5},
+    {"null unsigned", KoNULL_UNSIGNED_T, "0", "4294967295", kLess, "3221225472", 0.75},
+    {"null 32 bits", KoNULL_4B_T, "-5", "4", kLess, "0", 0.5},
+    {"null 32 bits unsigned", KoNULL_U4B_T, "0", "4294967295", kLess, "3221225472", 0.75},
+    {"null float: no smallest share", KoNULL_FLOAT_T, "0", "1048575", kEqual, "1", 1.0 / 1048576},
+    {"null double: no smallest share", KoNULL_DOUBLE_T, "0", "4294967295", kEqual, "1", 1 / kTwo32},
+    {"null halves", KoNULL_KOINT64_T, "-4294967296", "4294967295", kLess, "0", 0.5},
+    {"null 64 bits: not raised", KoNULL_8B_T, "10", "19", kLess, "10", 0.0},
+    {"null 64 bits unsigned", KoNULL_U8B_T, "0", "18446744073709551615", kLess,
+     "9223372036854775808", 0.5},
+};
+
+TEST(Bounds, EstimatesUnderEveryFormat)
+{
+    for (const EstimateRow& row : kEstimates) {
+        for (unsigned format = 0; format < 256; ++format)
+            CheckEstimate(row, static_cast<unsigned char>(format));
+    }
+}
+
+TEST(Bounds, NarrowingLeavesSetEndsAlone)
+{
+    o_4b value[] = {7, 8, 9};
+    unsigned short op = kEqual;
+    o_4b mine = 5;
+    Narrowed narrowed;
+    narrowed.low = &mine;
+    narrowed.lowLen = 99;
+    manager.EvalAndBound(Ko4B_T, nullptr, op, value, KoFMT_MEMORY, 3, &narrowed, nullptr);
+    EXPECT_EQ(narrowed.low, &mine);
+    EXPECT_EQ(narrowed.lowLen, 99);
+    narrowed.low = nullptr;
+    ASSERT_NE(narrowed.high, nullptr);
+    EXPECT_EQ(std::memcmp(narrowed.high, value, sizeof value), 0) << "all elements";
+    EXPECT_EQ(narrowed.highLen, sizeof value);
+    EXPECT_EQ(op, kEqual);
+
+    Narrowed wide;
+    const std::vector<o_4b> many(100, 1);
+    manager.EvalAndBound(Ko4B_T, nullptr, op, const_cast<o_4b*>(many.data()), KoFMT_MEMORY, 100,
+                         &wide, nullptr);
+    EXPECT_EQ(wide.lowLen, 400 % 256) << "a length of 8 bits";
+    Narrowed none;
+    EXPECT_EQ(manager.EvalAndBound(Ko4B_T, nullptr, op, nullptr, KoFMT_MEMORY, 0, &none, nullptr),
+              0.0F);
+    EXPECT_EQ(none.low, nullptr) << "no element is read";
+}
+
+TEST(Bounds, AnEndStaysOpenWithoutMemory)
+{
+    o_4b value = 7;
+    unsigned short op = kEqual;
+    for (const int allocations : {0, 1}) {
+        Narrowed narrowed;
+        {
+            FailingHeap heap(allocations);
+            manager.EvalAndBound(Ko4B_T, nullptr, op, &value, KoFMT_MEMORY, 1, &narrowed, nullptr);
+            EXPECT_EQ(heap.HandlerCalls(), 2 - allocations);
+        }
+        EXPECT_EQ(narrowed.low != nullptr, allocations == 1);
+        EXPECT_EQ(narrowed.lowLen, allocations == 1 ? 4 : 0);
+        EXPECT_EQ(narrowed.high, nullptr);
+        EXPECT_EQ(narrowed.highLen, 0);
+    }
+}
+
+/// True where a key lies in a range under the plain comparison.
+bool Inside(o_char id, const KoIdxBounds& range, void* key, unsigned char format)
+{
+    return (range.low == nullptr || manager.Cmp(id, range.low, key, 0x10, 1, format) <= 0) &&
+           (range.high == nullptr || manager.Cmp(id, key, range.high, 0x10, 1, format) <= 0);
+}
+
+// Identities in memory know no order, and stored forms of texts have a test of their own.
+class BoundsOfType : public testing::TestWithParam<int>
+{
+};
+
+TEST_P(BoundsOfType, ANarrowedRangeLosesNoMatch)
+{
+    const auto id = static_cast<o_char>(GetParam());
+    if (manager.IsFixed(id) == 0)
+        GTEST_SKIP() << "texts and blobs";
+    const FixtureArray fixtures(manager, id);
+    std::mt19937_64 random(20240229);
+    const unsigned char formats[] = {KoFMT_LITTLE, KoFMT_BIG};
+    for (const unsigned char format : formats) {
+        std::vector<Bytes> keys;
+        for (unsigned i = 0; i < fixtures.Count(); ++i)
+            keys.push_back(InForm(id, fixtures[i], format));
+        const std::size_t size = manager.DiskLenGet(id, nullptr, format, 1, KoFMT_MEMORY);
+        for (int i = 0; i < 60 && size > 0; ++i) {
+            Bytes key(size);
+            // Few values of a byte, so that many keys share a field.
+            for (unsigned char& byte : key)
+                byte = static_cast<unsigned char>(random() % 4 == 0 ? random() : random() % 3);
+            keys.push_back(key);
+        }
+        for (Bytes& value : keys) {
+            for (unsigned bits = 1; bits < 8; ++bits) {
+                auto op = static_cast<unsigned short>(bits);
+                Narrowed narrowed;
+                manager.EvalAndBound(id, nullptr, op, value.data(), format, 1, &narrowed, nullptr);
+                for (Bytes& key : keys) {
+                    const int order = manager.Cmp(id, key.data(), value.data(), 0x10, 1, format);
+                    const unsigned met = order < 0 ? kLess : order > 0 ? kGreater : kEqual;
+                    ASSERT_TRUE((bits & met) == 0 || Inside(id, narrowed, key.data(), format));
+                }
+            }
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Types, BoundsOfType, testing::Range(0, KoTYPE_COUNT),
+                         [](const auto& info) {
+                             return manager.TypeIdNameGet(static_cast<o_char>(info.param));
+                         });
+
+} // namespace
