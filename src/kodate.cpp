@@ -16,7 +16,7 @@ constexpr KoDate kNullDate(-32768, -128, -128);
 constexpr KoDate kDefaultDate(-4713, 11, 24);
 constexpr KoDate kZeroDate(0, 1, 1);
 
-struct DateType : PackedElements<TemporalLayout{.hasYear = true, .bytes = 2}> {
+struct DateType : PackedElements<TemporalLayout<true, 2>> {
     using Value = KoDate;
     static constexpr KoTypeId kId = KoDATE_T;
     static constexpr TemporalKind kKind = TemporalKind::kDate;

@@ -4,8 +4,6 @@
 // operations that do nothing. A type leaves this list when its own file defines its record. The
 // rows stand apart so that removals on different branches merge.
 
-KO_DEFINE_TYPE(koTimeDescriptor, NoOps, KoTIME_T)
-
 KO_DEFINE_TYPE(koObjIdDescriptor, NoOps, KoOBJID_T)
 
 KO_DEFINE_TYPE(koClassIdDescriptor, NoOps, KoCLID_T)
@@ -13,8 +11,6 @@ KO_DEFINE_TYPE(koClassIdDescriptor, NoOps, KoCLID_T)
 KO_DEFINE_TYPE(koRefDescriptor, NoOps, KoREF_T)
 
 KO_DEFINE_TYPE(koBlobDescriptor, NoOps, KoBLOB_T)
-
-KO_DEFINE_TYPE(koDateTimeDescriptor, NoOps, KoDATIME_T)
 
 KO_DEFINE_TYPE(koIStringDescriptor, NoOps, KoISTRING_T)
 
@@ -31,7 +27,3 @@ KO_DEFINE_TYPE(d_IntervalDescriptor, NoOps, D_INTERVAL_T)
 KO_DEFINE_TYPE(koBooleanDescriptor, NoOps, KoBOOLEAN_T)
 
 KO_DEFINE_TYPE(koSealDescriptor, NoOps, KoSEAL_T)
-
-KO_DEFINE_TYPE(koDateTimeNDescriptor, NoOps, KoDATIME_N_T)
-
-KO_DEFINE_TYPE(koTimeSpanDescriptor, NoOps, KoTIMESPAN_T)

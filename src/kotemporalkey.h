@@ -10,27 +10,27 @@
 
 /// The fields of an element: a 16-bit year, fields of one byte, and nanoseconds in 32 bits. The
 /// first two lie without a gap in every form; nanoseconds are aligned in memory and follow at once
-/// in a persistent form.
+/// in a persistent form. A type, not a value: values of classes as template parameters would become
+/// symbols of the library.
+template <bool hasYear, unsigned bytes, bool hasNanoseconds = false>
 struct TemporalLayout {
-    bool hasYear = false;
-    unsigned bytes = 0;
-    bool hasNanoseconds = false;
+    static constexpr bool kHasYear = hasYear;
+    static constexpr unsigned kBytes = bytes;
+    static constexpr bool kHasNanoseconds = hasNanoseconds;
 
-    constexpr unsigned Packed() const { return (hasYear ? 2 : 0) + bytes; }
-    constexpr unsigned NanosecondsAt(bool memory) const
+    static constexpr unsigned kPacked = (hasYear ? 2 : 0) + bytes;
+    static constexpr unsigned kNanosecondsInMemory = (kPacked + 3) / 4 * 4;
+    static constexpr unsigned kStoredSize = kPacked + (hasNanoseconds ? 4 : 0);
+    static constexpr unsigned kMemorySize = hasNanoseconds ? kNanosecondsInMemory + 4
+                                            : hasYear      ? (kPacked + 1) / 2 * 2
+                                                           : kPacked;
+    static constexpr unsigned NanosecondsAt(bool memory)
     {
-        return memory ? (Packed() + 3) / 4 * 4 : Packed();
+        return memory ? kNanosecondsInMemory : kPacked;
     }
-    constexpr unsigned StoredSize() const { return Packed() + (hasNanoseconds ? 4 : 0); }
-    constexpr unsigned MemorySize() const
+    static constexpr unsigned Size(unsigned char format)
     {
-        if (hasNanoseconds)
-            return NanosecondsAt(true) + 4;
-        return hasYear ? (Packed() + 1) / 2 * 2 : Packed();
-    }
-    constexpr unsigned Size(unsigned char format) const
-    {
-        return (format & KoFMT_MEMORY) != 0 ? MemorySize() : StoredSize();
+        return (format & KoFMT_MEMORY) != 0 ? kMemorySize : kStoredSize;
     }
 };
 
@@ -58,51 +58,51 @@ T ReadValue(const unsigned char* at) noexcept
 
 /// Copies `count` elements from memory to the form `format` names, or (`load`) back. Padding
 /// becomes zero. Returns the bytes of that form.
-template <TemporalLayout layout>
+template <class Layout>
 unsigned CopyTemporal(void* destination, const void* source, unsigned char format, unsigned count,
                       bool load)
 {
-    const unsigned size = layout.Size(format);
+    const unsigned size = Layout::Size(format);
     const bool swap = KoNeedsSwap(format);
-    if (!swap && layout.MemorySize() == layout.StoredSize()) {
+    if (!swap && Layout::kMemorySize == Layout::kStoredSize) {
         if (count > 0)
             std::memmove(destination, source, std::size_t{count} * size);
         return count * size;
     }
-    constexpr unsigned year = layout.hasYear ? 2 : 0;
-    const unsigned fromSize = load ? size : layout.MemorySize();
-    const unsigned toSize = load ? layout.MemorySize() : size;
-    const unsigned fromNanoseconds = layout.NanosecondsAt(fromSize == layout.MemorySize());
-    const unsigned toNanoseconds = layout.NanosecondsAt(toSize == layout.MemorySize());
+    constexpr unsigned year = Layout::kHasYear ? 2 : 0;
+    const unsigned fromSize = load ? size : Layout::kMemorySize;
+    const unsigned toSize = load ? Layout::kMemorySize : size;
+    const unsigned fromNanoseconds = Layout::NanosecondsAt(fromSize == Layout::kMemorySize);
+    const unsigned toNanoseconds = Layout::NanosecondsAt(toSize == Layout::kMemorySize);
     const auto* from = static_cast<const unsigned char*>(source);
     auto* to = static_cast<unsigned char*>(destination);
     for (unsigned i = 0; i < count; ++i, from += fromSize, to += toSize) {
-        if constexpr (layout.hasYear) {
+        if constexpr (Layout::kHasYear) {
             const auto number = KoReadNumber<o_u2b>(from, swap);
             std::memcpy(to, &number, 2);
         }
-        std::memcpy(to + year, from + year, layout.bytes);
-        if constexpr (layout.hasNanoseconds) {
+        std::memcpy(to + year, from + year, Layout::kBytes);
+        if constexpr (Layout::kHasNanoseconds) {
             const auto number = KoReadNumber<o_u4b>(from + fromNanoseconds, swap);
-            std::memset(to + layout.Packed(), 0, toNanoseconds - layout.Packed());
+            std::memset(to + Layout::kPacked, 0, toNanoseconds - Layout::kPacked);
             std::memcpy(to + toNanoseconds, &number, 4);
         } else {
-            std::memset(to + layout.Packed(), 0, toSize - layout.Packed());
+            std::memset(to + Layout::kPacked, 0, toSize - Layout::kPacked);
         }
     }
     return count * size;
 }
 
 /// The year and the byte fields of an element as one number, the first field highest.
-template <TemporalLayout layout>
+template <class Layout>
 o_u8b PackedFields(const unsigned char* at, bool big) noexcept
 {
-    constexpr unsigned size = layout.Packed();
+    constexpr unsigned size = Layout::kPacked;
     static_assert(size == 3 || size == 4 || size == 7);
     if constexpr (size == 3) {
         return static_cast<o_u4b>(at[0] << 16 | at[1] << 8 | at[2]);
     } else {
-        static_assert(layout.hasYear);
+        static_assert(Layout::kHasYear);
         auto date = ReadOrdered<o_u4b>(at, true);
         if (!big)
             date = (date << 8 & 0xFF000000U) | (date >> 8 & 0x00FF0000U) | (date & 0xFFFFU);
@@ -114,10 +114,10 @@ o_u8b PackedFields(const unsigned char* at, bool big) noexcept
 }
 
 /// The sign bits of the fields in PackedFields: turned over, packed fields order as the fields do.
-template <TemporalLayout layout>
-inline constexpr o_u8b kPackedSigns = (0x80808080808080ULL >> (56 - 8 * layout.Packed())) &
-                                      (layout.hasYear ? ~(0xFFULL << (8 * (layout.Packed() - 2)))
-                                                      : ~0ULL);
+template <class Layout>
+inline constexpr o_u8b kPackedSigns = (0x80808080808080ULL >> (56 - 8 * Layout::kPacked)) &
+                                      (Layout::kHasYear ? ~(0xFFULL << (8 * (Layout::kPacked - 2)))
+                                                        : ~0ULL);
 
 /// True when a byte of packed fields is 0xFF: only then can a field be the wildcard.
 constexpr bool MayHaveWildcard(o_u8b packed) noexcept
@@ -137,9 +137,9 @@ constexpr o_u4b TemporalHashBits(o_u8b fields, o_u4b rest) noexcept
 }
 
 /// Order and hash of the elements of a layout, read where they stand.
-template <TemporalLayout layout>
+template <class Layout>
 struct PackedElements {
-    static constexpr TemporalLayout kLayout = layout;
+    using Fields = Layout;
 
     /// The order of two persistent elements: -1, 0 or 1. Where not `strict`, a field of -1 equals
     /// every other: month and day where they stand in `b`, the time and nanoseconds on either
@@ -148,19 +148,19 @@ struct PackedElements {
     template <bool strict>
     static int OrderStored(const unsigned char* a, const unsigned char* b, bool big) noexcept
     {
-        const o_u8b fieldsA = PackedFields<layout>(a, big);
-        const o_u8b fieldsB = PackedFields<layout>(b, big);
+        const o_u8b fieldsA = PackedFields<Layout>(a, big);
+        const o_u8b fieldsB = PackedFields<Layout>(b, big);
         if (fieldsA != fieldsB) {
             if (!strict && (MayHaveWildcard(fieldsA) || MayHaveWildcard(fieldsB))) {
                 if (const int order = OrderWithWildcards(a, b, big); order != 0)
                     return order;
             } else {
-                return KoOrder(fieldsA ^ kPackedSigns<layout>, fieldsB ^ kPackedSigns<layout>);
+                return KoOrder(fieldsA ^ kPackedSigns<Layout>, fieldsB ^ kPackedSigns<Layout>);
             }
         }
-        if constexpr (layout.hasNanoseconds) {
-            const int order = KoOrder(ReadOrdered<o_4b>(a + layout.Packed(), big),
-                                      ReadOrdered<o_4b>(b + layout.Packed(), big));
+        if constexpr (Layout::kHasNanoseconds) {
+            const int order = KoOrder(ReadOrdered<o_4b>(a + Layout::kPacked, big),
+                                      ReadOrdered<o_4b>(b + Layout::kPacked, big));
             return strict || order == 0 || !HasWildNanoseconds(a, b, big) ? order : 0;
         }
         return 0;
@@ -170,23 +170,23 @@ struct PackedElements {
     static o_u4b HashBits(const unsigned char* at, bool big, bool memory) noexcept
     {
         o_u4b nanoseconds = 0;
-        if constexpr (layout.hasNanoseconds)
-            nanoseconds = ReadOrdered<o_u4b>(at + layout.NanosecondsAt(memory), big);
-        return TemporalHashBits(PackedFields<layout>(at, big), nanoseconds);
+        if constexpr (Layout::kHasNanoseconds)
+            nanoseconds = ReadOrdered<o_u4b>(at + Layout::NanosecondsAt(memory), big);
+        return TemporalHashBits(PackedFields<Layout>(at, big), nanoseconds);
     }
 
 private:
     static int OrderWithWildcards(const unsigned char* a, const unsigned char* b, bool big) noexcept
     {
-        if constexpr (layout.hasYear) {
+        if constexpr (Layout::kHasYear) {
             const int order = KoOrder(ReadOrdered<o_2b>(a, big), ReadOrdered<o_2b>(b, big));
             if (order != 0)
                 return order;
         }
-        for (unsigned i = layout.hasYear ? 2 : 0; i < layout.Packed(); ++i) {
+        for (unsigned i = Layout::kHasYear ? 2 : 0; i < Layout::kPacked; ++i) {
             const auto fieldA = static_cast<o_1b>(a[i]);
             const auto fieldB = static_cast<o_1b>(b[i]);
-            const bool ofDate = layout.hasYear && i < 4;
+            const bool ofDate = Layout::kHasYear && i < 4;
             if (fieldB != -1 && (ofDate || fieldA != -1) && fieldA != fieldB)
                 return KoOrder(fieldA, fieldB);
         }
@@ -196,8 +196,8 @@ private:
     static bool HasWildNanoseconds(const unsigned char* a, const unsigned char* b,
                                    bool big) noexcept
     {
-        return ReadOrdered<o_4b>(a + layout.Packed(), big) == -1 ||
-               ReadOrdered<o_4b>(b + layout.Packed(), big) == -1;
+        return ReadOrdered<o_4b>(a + Layout::kPacked, big) == -1 ||
+               ReadOrdered<o_4b>(b + Layout::kPacked, big) == -1;
     }
 };
 

@@ -8,7 +8,7 @@
 
 /// The operations of the temporal types, told for each by a traits struct:
 ///
-///     struct DateType : PackedElements<TemporalLayout{.hasYear = true, .bytes = 2}> {
+///     struct DateType : PackedElements<TemporalLayout<true, 2>> {
 ///         using Value = KoDate;
 ///         static constexpr KoTypeId kId = KoDATE_T;
 ///         static constexpr TemporalKind kKind = TemporalKind::kDate;
@@ -66,8 +66,8 @@ void ScanTemporalValue(typename Type::Value& value, const KoString& in, const ch
 template <class Type>
 struct TemporalOps : ElementOps<typename Type::Value, TemporalOps<Type>, Type::kId> {
     using T = typename Type::Value;
-    static constexpr TemporalLayout kLayout = Type::kLayout;
-    static_assert(kLayout.MemorySize() == sizeof(T) && std::is_trivially_copyable_v<T>);
+    using Layout = typename Type::Fields;
+    static_assert(Layout::kMemorySize == sizeof(T) && std::is_trivially_copyable_v<T>);
 
     /// The clock is read by default constructors alone: a new element is all zero.
     static void ConstructOne(void* memory) { std::memset(memory, 0, sizeof(T)); }
@@ -75,21 +75,21 @@ struct TemporalOps : ElementOps<typename Type::Value, TemporalOps<Type>, Type::k
     static unsigned Store(void* destination, const void* source, unsigned char format,
                           unsigned count)
     {
-        return CopyTemporal<kLayout>(destination, source, format, count, false);
+        return CopyTemporal<Layout>(destination, source, format, count, false);
     }
     static unsigned Load(void* destination, const void* source, unsigned char format,
                          unsigned count)
     {
-        return CopyTemporal<kLayout>(destination, source, format, count, true);
+        return CopyTemporal<Layout>(destination, source, format, count, true);
     }
-    static unsigned NullSizeGet(unsigned count) { return kLayout.StoredSize() * count; }
+    static unsigned NullSizeGet(unsigned count) { return Layout::kStoredSize * count; }
     static unsigned SizeGet(const void*, unsigned char, unsigned char format, unsigned count)
     {
-        return kLayout.Size(format) * count;
+        return Layout::Size(format) * count;
     }
     static unsigned SizeGetFromMemFile(MemFile*, unsigned char format, unsigned count)
     {
-        return kLayout.Size(format) * count;
+        return Layout::Size(format) * count;
     }
 
     static int Cmp(unsigned char format, unsigned length1, void* value1, unsigned length2,
@@ -97,7 +97,7 @@ struct TemporalOps : ElementOps<typename Type::Value, TemporalOps<Type>, Type::k
     {
         const bool strict = (cmpOp & kKoCmpStrictBit) != 0;
         const auto walk = [&](auto order) {
-            return KoCompareWalk(length1, value1, length2, value2, kLayout.Size(format), count,
+            return KoCompareWalk(length1, value1, length2, value2, Layout::Size(format), count,
                                  status, order);
         };
         if constexpr (requires(const T& value) { value.Compare(value, cmpOp); }) {
@@ -124,7 +124,7 @@ struct TemporalOps : ElementOps<typename Type::Value, TemporalOps<Type>, Type::k
         const bool big = IsBigEndian(format);
         const bool memory = (format & KoFMT_MEMORY) != 0;
         return KoHashWalk(
-            length, value, kLayout.Size(format), count, status,
+            length, value, Layout::Size(format), count, status,
             [=](const unsigned char* element) { return Type::HashBits(element, big, memory); });
     }
 

@@ -1,0 +1,379 @@
+#include "clock.h"
+
+#include <kotms.h>
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <limits>
+#include <random>
+
+namespace
+{
+
+constexpr int kIntMax = std::numeric_limits<int>::max();
+constexpr int kIntMin = std::numeric_limits<int>::min();
+constexpr o_8b kMax = std::numeric_limits<o_8b>::max();
+constexpr o_8b kMin = std::numeric_limits<o_8b>::min();
+const KoTimeStampRec kNow = {2024, 2, 29, 23, 30, 5, 700};
+
+KoDateTime At(int year, int month, int day, int hour, int minute, int second)
+{
+    return {KoDate(year, month, day), KoTime(hour, minute, second)};
+}
+
+KoDateTimeN AtN(int year, int month, int day, int hour, int minute, int second, int nanoseconds)
+{
+    KoDateTimeN value = At(year, month, day, hour, minute, second);
+    value.AddNanoSeconds(nanoseconds);
+    return value;
+}
+
+} // namespace
+
+// Where argument-dependent look-up finds it.
+static std::ostream& operator<<(std::ostream& out, const KoDateTimeN& value)
+{
+    return out << value.Date().Year() << '-' << value.Date().Month() << '-' << value.Date().Day()
+               << ' ' << value.Time().Hour() << ':' << value.Time().Minute() << ':'
+               << value.Time().Second() << '.' << value.NanoSeconds();
+}
+
+TEST(KoDateTime, AddsSeconds)
+{
+    const struct {
+        KoDateTime from;
+        int seconds;
+        KoDateTime to;
+        const char* reason;
+    } rows[] = {
+        {At(2024, 1, 1, 0, 0, 0), -1, At(2023, 12, 31, 23, 59, 59), "back over midnight"},
+        {At(2024, 2, 28, 23, 59, 59), 1, At(2024, 2, 29, 0, 0, 0), "over midnight"},
+        {At(2024, 2, 28, 12, 0, 0), 86400 * 2, At(2024, 3, 1, 12, 0, 0), "whole days"},
+        {At(2024, 1, 1, 6, 0, 0), -86400 * 3 - 7 * 3600, At(2023, 12, 28 + -0, 23, 0, 0), "both"},
+        {At(2024, 1, 1, 0, 0, 0), kIntMax, At(2092, 1, 19, 3, 14, 7), "the largest count"},
+        {At(2024, 1, 1, 0, 0, 0), kIntMin, At(1955, 12, 13, 20, 45, 52), "the smallest count"},
+    };
+    for (const auto& row : rows) {
+        KoDateTime value = row.from;
+        value.AddSeconds(row.seconds);
+        EXPECT_EQ(KoDateTimeN(value), KoDateTimeN(row.to)) << row.reason;
+    }
+}
+
+TEST(KoDateTime, ZonesMoveOneDayAtTheMost)
+{
+    const struct {
+        KoDateTime from;
+        int zone;
+        KoDateTime local;
+        const char* reason;
+    } rows[] = {
+        {At(2024, 3, 1, 0, 30, 7), -60, At(2024, 2, 29, 23, 30, 7), "a day back"},
+        {At(2024, 3, 1, 0, 30, 0), -30, At(2024, 3, 1, 0, 0, 0), "to midnight"},
+        {At(2024, 3, 1, 0, 0, 0), -120, At(2024, 2, 29, 22, 0, 0), "back by whole hours"},
+        {At(2024, 2, 29, 23, 30, 0), 30, At(2024, 3, 1, 0, 0, 0), "a day on"},
+        {At(2024, 1, 1, 0, 0, 0), 2940, At(2024, 1, 2, 25, 0, 0),
+         "beyond a day the hour stays out"},
+        {At(2024, 1, 2, 0, 0, 0), -1530, At(2024, 1, 1, -2, 30, 0), "and so it does backwards"},
+    };
+    for (const auto& row : rows) {
+        {
+            const FixedClock clock(kNow, row.zone);
+            KoDateTime value = row.from;
+            EXPECT_EQ(value.ToLocalTime(), 0);
+            EXPECT_EQ(KoDateTimeN(value), KoDateTimeN(row.local)) << row.reason;
+        }
+        const FixedClock clock(kNow, -row.zone);
+        KoDateTime value = row.from;
+        EXPECT_EQ(value.ToUTCTime(), 0);
+        EXPECT_EQ(KoDateTimeN(value), KoDateTimeN(row.local)) << row.reason;
+    }
+    const FixedClock clock(kNow, 0, KoRC_NO_TIMEZONE);
+    KoDateTime value = At(2024, 3, 1, 0, 30, 0);
+    KoDateTimeN valueN = value;
+    EXPECT_EQ(value.ToLocalTime(), -2171);
+    EXPECT_EQ(value.ToUTCTime(), -2171);
+    EXPECT_EQ(valueN.ToLocalTime(), -2171);
+    EXPECT_EQ(valueN.ToUTCTime(), -2171);
+    EXPECT_EQ(valueN, KoDateTimeN(At(2024, 3, 1, 0, 30, 0)));
+    EXPECT_EQ(KoDateTimeN(value), valueN);
+}
+
+TEST(KoDateTime, ClockGivesBothParts)
+{
+    const FixedClock clock(kNow, 60);
+    const KoDateTime local = At(2024, 3, 1, 0, 30, 5);
+    EXPECT_EQ(KoDateTime(), local);
+    EXPECT_EQ(KoDateTime(KoDate(1999, 1, 1)), At(1999, 1, 1, 0, 30, 5));
+    EXPECT_EQ(KoDateTime(KoTime(1, 2, 3)), At(2024, 3, 1, 1, 2, 3));
+    KoDateTime value = At(0, 0, 0, 0, 0, 0);
+    EXPECT_EQ(value.Now(), local);
+    EXPECT_EQ(value.NowUTC(), At(2024, 2, 29, 23, 30, 5));
+    value = KoTime(4, 5, 6);
+    EXPECT_EQ(value, At(2024, 2, 29, 4, 5, 6)) << "a time replaces the time alone";
+    KoDateTimeN valueN;
+    EXPECT_EQ(valueN.Now(), KoDateTimeN(2024, 3, 1, 0, 30, 5, 700));
+    EXPECT_EQ(valueN.NowUTC(), KoDateTimeN(2024, 2, 29, 23, 30, 5, 700));
+    EXPECT_EQ(valueN.ToLocalTime(), 0);
+    EXPECT_EQ(valueN, KoDateTimeN(2024, 3, 1, 0, 30, 5, 700));
+    EXPECT_EQ(valueN.ToUTCTime(), 0);
+    EXPECT_EQ(valueN, KoDateTimeN(2024, 2, 29, 23, 30, 5, 700));
+}
+
+TEST(KoDateTime, CompareGoesFromDateToTime)
+{
+    const struct {
+        KoDateTime a;
+        KoDateTime b;
+        int lenient;
+        int strict;
+    } rows[] = {
+        {At(2024, 5, 1, 1, 1, 1), At(2024, 3, 9, 9, 9, 9), 2, 2},
+        {At(2024, 5, 1, 7, 1, 1), At(2024, 5, 1, 9, 0, 0), -2, -2},
+        {At(2024, -1, 1, 7, 1, 1), At(2024, 5, 1, 7, -1, 1), 0, -6},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(row.a.Compare(row.b, 0), row.lenient);
+        EXPECT_EQ(row.a.Compare(row.b), row.strict);
+        EXPECT_EQ(row.b != row.a, -row.strict);
+    }
+}
+
+TEST(KoDateTime, SpecialValues)
+{
+    const KoDateTime timeOfDefault(KoDate(-4713, 11, 24), KoTime(1, 2, 3));
+    EXPECT_EQ(timeOfDefault.IsDefaultValue(), 1) << "whatever the time";
+    EXPECT_EQ(KoDateTimeN(timeOfDefault).IsDefaultValue(), 0);
+    EXPECT_EQ(KoDateTime::Null(), At(0, 0, 0, 0, 0, 0)) << "not the null value";
+    EXPECT_EQ(KoDateTime::Null().IsNullValue(), 0);
+    EXPECT_EQ(KoDateTime::NullValue(), At(-32768, -128, -128, -128, -128, -128));
+    EXPECT_EQ(KoDateTime::ZeroValue(), At(0, 1, 1, 0, 0, 0));
+    EXPECT_EQ(KoDateTimeN().IsNullValue(), 1);
+    EXPECT_EQ(KoDateTimeN(0, 0, 0, 0, 0, 0, 0), KoDateTimeN::ClearValue());
+    EXPECT_EQ(KoDateTimeN::DefaultValue(), KoDateTimeN(KoDateTime::DefaultValue()));
+    KoDateTimeN value = AtN(2024, 1, 1, 0, 0, 0, 1);
+    EXPECT_EQ(value.IsNullValue() + value.IsDefaultValue() + value.IsZeroValue(), 0);
+    EXPECT_EQ(value.SetDefaultValue() + value.IsDefaultValue(), 1);
+    EXPECT_EQ(value.SetNullValue() + value.IsNullValue(), 1);
+    EXPECT_EQ(At(2024, 2, 30, 0, 0, 0).IsDaTime() + At(2024, 2, 29, 24, 0, 0).IsDateTime(), 0);
+    EXPECT_EQ(AtN(2024, 2, 29, 23, 0, 0, 0).IsValidDateTime(), 1);
+}
+
+TEST(KoDateTimeN, SumsAreThoseOfOneLongCount)
+{
+    std::mt19937_64 random(43);
+    for (int i = 0; i < 20000; ++i) {
+        KoDateTimeN value = KoDate(static_cast<int>(200000 + random() % 5000000));
+        value.AddNanoSeconds(static_cast<o_8b>(random() % 86400000000000));
+        const o_8b seconds = value.GetTotalSeconds();
+        const int nanoseconds = value.NanoSeconds();
+
+        const auto n = static_cast<o_8b>(random()) >> (random() % 40);
+        KoDateTimeN sum = value;
+        sum.AddNanoSeconds(n);
+        const o_8b total = n % 1000000000 + nanoseconds;
+        const o_8b floor = total < 0 ? -1 : total / 1000000000;
+        ASSERT_EQ(sum.GetTotalSeconds(), seconds + n / 1000000000 + floor) << value << " + " << n;
+        ASSERT_EQ(sum.NanoSeconds(), total - floor * 1000000000) << value << " + " << n;
+
+        // Before year -4800 days leave the calendar.
+        const o_8b s = static_cast<o_8b>(random() % 400000000000) - seconds - 151000000000;
+        sum = value;
+        sum.AddSeconds(s);
+        ASSERT_EQ(sum.GetTotalSeconds(), seconds + s) << value << " + " << s;
+        ASSERT_EQ(sum.IsValidDateTime(), 1);
+        sum.AddMinutes(-90);
+        sum.AddHours(-25);
+        sum.AddDays(-3);
+        ASSERT_EQ(sum.GetTotalSeconds(), seconds + s - 90 * 60 - 25 * 3600 - 3 * 86400);
+
+        KoDateTimeN back;
+        back.SetTotalSeconds(seconds);
+        back.AddNanoSeconds(nanoseconds);
+        ASSERT_EQ(back, value);
+        back.SetTotalDays(value.GetTotalDays());
+        ASSERT_EQ(back, KoDateTimeN(value.Date()));
+    }
+}
+
+TEST(KoDateTimeN, Sums)
+{
+    KoDateTimeN value = AtN(2024, 2, 28, 23, 59, 59, 999999999);
+    value.AddNanoSeconds(1);
+    EXPECT_EQ(value, AtN(2024, 2, 29, 0, 0, 0, 0));
+    value = KoDateTimeN(2023, 2, 28, 12, 0, 0, 0);
+    value.AddSeconds(86400);
+    EXPECT_EQ(value, AtN(2023, 3, 1, 12, 0, 0, 0));
+    value = KoDateTimeN(2023, 2, 28, 25, 75, 80, 5);
+    value.AddSeconds(0);
+    EXPECT_EQ(value, KoDateTimeN(2023, 3, 1, 2, 16, 20, 5)) << "adding nothing still carries";
+    EXPECT_EQ(KoDateTimeN(KoDate(2000, 1, 1)).GetTotalDays(), 730485);
+    EXPECT_EQ(KoDateTimeN(1.5), KoDateTimeN(0, 1, 1, 0, 0, 1, 500000000));
+    EXPECT_EQ(KoDateTimeN(-0.5), KoDateTimeN(-1, 12, 31, 23, 59, 59, 500000000));
+    EXPECT_EQ(KoDateTimeN(0.0), KoDateTimeN::ZeroValue());
+    EXPECT_DOUBLE_EQ(KoDateTimeN(1.5).GetTotalSeconds_f(), 1.5);
+    value.SetTotalNanoSeconds(-1500000000);
+    EXPECT_EQ(value.GetTotalNanoSeconds(), -1500000000);
+    value = KoDateTimeN(2024, 1, 1, 0, 0, 0, 7);
+    EXPECT_EQ(static_cast<o_u8b>(value.GetTotalNanoSeconds()), 739251ULL * 86400 * 1000000000 + 7)
+        << "modulo 2^64";
+    // Counts at their limits leave some valid time and overflow nothing.
+    for (const o_8b n : {kMax, kMin}) {
+        value = KoDateTimeN(2024, 1, 1, 127, 127, 127, kIntMax);
+        value.AddSeconds(n);
+        value.AddNanoSeconds(n);
+        EXPECT_NE(KoTime(value.Time()).IsTime(), 0) << value;
+    }
+    for (const double n : {1e300, -1e300, std::numeric_limits<double>::infinity()}) {
+        value.SetTotalSeconds(n);
+        KoDateTimeN limit;
+        limit.SetTotalNanoSeconds(n > 0 ? kMax : kMin);
+        EXPECT_EQ(value, limit);
+    }
+    value.SetTotalSeconds(std::numeric_limits<double>::quiet_NaN());
+    EXPECT_EQ(value, KoDateTimeN::ZeroValue());
+    for (const int n : {kIntMax, kIntMin}) {
+        value = KoDateTimeN::NullValue();
+        value.AddDays(n);
+        value.AddHours(n);
+        value.AddMinutes(n);
+        EXPECT_NE(value.Time().Minute(), -128);
+    }
+}
+
+TEST(KoDateTimeN, DatesThatDoNotExistAreCounts)
+{
+    const struct {
+        KoDate from;
+        int days;
+        KoDate to;
+        const char* reason;
+    } rows[] = {
+        {{0, 0, 0}, 45, {0, 1, 15}, "30-day months"},
+        {{0, 0, 0}, 400, {1, 1, 10}, "12-month years"},
+        {{0, 0, 5}, -10, {0, 0, -5}, "a leading day stays negative"},
+        {{0, 0, -5}, -30, {0, -2, 25}, "but with a whole month to carry the rest is borrowed"},
+        {{0, 13, 5}, -10, {1, 0, 25}, "a month lends, and months carry"},
+        {{0, 1, 5}, -10, {-1, 12, 26}, "a date that exists goes by the calendar"},
+        {{1, 0, 5}, -10, {0, 11, 25}, "a year lends through the months"},
+        {{32767, 11, 0}, 400, {32767, 0, 10}, "years stop at the top"},
+        {{-32768, 0, 0}, -360, {-32768, 0, 0}, "and at the bottom"},
+        {{0, 0, 0}, kIntMax, {32767, 4, 7}, "the largest count"},
+    };
+    for (const auto& row : rows) {
+        KoDateTimeN value = row.from;
+        value.AddDays(row.days);
+        EXPECT_EQ(value, KoDateTimeN(row.to)) << row.reason << ": " << value;
+    }
+    KoDateTimeN value = KoTime(23, 0, 0);
+    value.AddHours(2);
+    EXPECT_EQ(value, KoDateTimeN(0, 0, 1, 1, 0, 0, 0));
+}
+
+TEST(KoDateTimeN, NanosecondsCompareByOne)
+{
+    const KoDateTimeN value = AtN(2024, 1, 1, 0, 0, 0, 100);
+    EXPECT_EQ(value.Compare(AtN(2024, 1, 1, 0, 0, 0, 107), 0), -1);
+    EXPECT_EQ(value.Compare(AtN(2024, 1, 1, 0, 0, 0, 93), 0xFFFF), 1);
+    EXPECT_EQ(value.Compare(KoDateTimeN(2024, 1, 1, 0, 0, 0, kIntMin), 0), 1);
+    EXPECT_EQ(value.Compare(KoDateTimeN(2024, 1, 1, 0, 0, 0, -1), 0), 0);
+    EXPECT_EQ(value.Compare(KoDateTimeN(2024, 1, 1, 0, 0, 0, -1), 0x10), 1);
+    EXPECT_EQ(value.Compare(KoDateTimeN(2024, 1, 1, 0, 0, 3, -1), 0), -3);
+}
+
+TEST(KoDateTimeN, MillisecondClock)
+{
+    using namespace std::chrono;
+    const auto now = [] {
+        return floor<milliseconds>(system_clock::now().time_since_epoch()).count();
+    };
+    const o_8b before = now();
+    KoInt64 reading = 0;
+    EXPECT_EQ(GetSystemTimeInMSSinceTheEpoch(reading), 0);
+    EXPECT_LE(before, reading.Get8b());
+    EXPECT_LE(reading.Get8b(), now());
+}
+
+TEST(KoTimeSpan, Construction)
+{
+    const KoTimeSpan span(45, 1, 2, 3, 4);
+    EXPECT_EQ(span, KoTimeSpan(0, 1, 15, 1, 2, 3, 4));
+    EXPECT_EQ(KoTimeSpan(400, 0, 0, 0, 0), KoTimeSpan(1, 1, 10, 0, 0, 0, 0));
+    EXPECT_EQ(KoTimeSpan(400, 0, 0, 0, 0).GetTotalDays(), 400);
+    EXPECT_EQ(KoTimeSpan(2.25), KoTimeSpan(0, 0, 0, 0, 0, 2, 250000000));
+    EXPECT_EQ(KoTimeSpan(-2.25), KoTimeSpan(0, 0, -1, 23, 59, 57, 750000000));
+    EXPECT_EQ(KoTimeSpan(65536, 256, 257, 258, 259, 260, 261), KoTimeSpan(0, 0, 1, 2, 3, 4, 261));
+    EXPECT_EQ(KoTimeSpan().IsNullValue(), 1);
+    EXPECT_EQ(KoTimeSpan::DefaultValue(), KoTimeSpan(-4713, 11, 24, 0, 0, 0, 0));
+    EXPECT_EQ(KoTimeSpan::ZeroValue(), KoTimeSpan(0, 0, 0, 0, 0, 0, 0));
+    KoTimeSpan fields(0.0);
+    fields.SetYears(1), fields.SetMonths(2), fields.SetDays(259), fields.SetHours(4);
+    fields.SetMinutes(5), fields.SetSeconds(6), fields.SetNanoSeconds(7);
+    EXPECT_EQ(fields, KoTimeSpan(1, 2, 3, 4, 5, 6, 7));
+    EXPECT_EQ(fields.GetTotalNanoSeconds(), 423 * 86400000000000 + 14706000000007);
+    EXPECT_DOUBLE_EQ(fields.GetTotalSeconds_f(), 423 * 86400 + 14706.000000007);
+}
+
+TEST(KoTimeSpan, SumsNeverGoByTheCalendar)
+{
+    KoTimeSpan span(90061.0);
+    EXPECT_EQ(span, KoTimeSpan(0, 0, 1, 1, 1, 1, 0));
+    span = KoTimeSpan(0, 0, 5, 0, 0, 0, 0);
+    span.AddDays(-10);
+    EXPECT_EQ(span.Days(), -5);
+    span = KoTimeSpan(2024, 1, 31, 0, 0, 0, 0); // a date, were it not a span
+    span.AddDays(1);
+    EXPECT_EQ(span, KoTimeSpan(2024, 2, 2, 0, 0, 0, 0));
+    span.SetTotalSeconds(kMax);
+    EXPECT_EQ(span.Years(), 32767) << "the years of 64 bits of seconds stop at the top";
+    std::mt19937_64 random(44);
+    for (int i = 0; i < 20000; ++i) {
+        const auto seconds = static_cast<o_8b>(random() % 1000000000000);
+        const auto more = static_cast<o_8b>(random() % 1000000000);
+        span.SetTotalSeconds(seconds);
+        ASSERT_EQ(span.GetTotalSeconds(), seconds);
+        span.AddSeconds(more);
+        ASSERT_EQ(span.GetTotalSeconds(), seconds + more);
+        span.AddSeconds(-seconds - more);
+        ASSERT_EQ(span, KoTimeSpan::ZeroValue());
+    }
+}
+
+TEST(KoTimeSpan, Difference)
+{
+    using Span = KoTimeSpan;
+    const struct {
+        Span a;
+        Span b;
+        Span difference;
+        const char* reason;
+    } rows[] = {
+        {{2024, 1, 1, 0, 0, 0, 0}, {2024, 3, 1, 0, 0, 0, 0}, {0, 2, 0, 0, 0, 0, 0}, "60 days"},
+        {{2023, 1, 1, 0, 0, 0, 0}, {2024, 1, 1, 0, 0, 0, 0}, {1, 0, 5, 0, 0, 0, 0}, "365 days"},
+        {{2024, 1, 1, 23, 0, 0, 0},
+         {2024, 1, 3, 1, 0, 0, 0},
+         {0, 0, 1, 2, 0, 0, 0},
+         "a borrowed day"},
+        {{2024, 1, 1, 0, 0, 1, 900000000},
+         {2024, 1, 1, 0, 0, 3, 100000000},
+         {0, 0, 0, 0, 0, 1, 200000000},
+         "a borrowed second"},
+        {{2024, 1, 1, 23, 59, 59, 5},
+         {2024, 1, 2, 0, 0, 0, 3},
+         {0, 0, 1, 0, 0, 0, 999999998},
+         "a second borrowed at midnight takes no day with it"},
+        {Span(), Span(), {0, 0, 0, 0, 0, 0, 0}, "null is all zero"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(Span::Difference(row.a, row.b), row.difference) << row.reason;
+        EXPECT_EQ(Span::Difference(row.b, row.a), row.difference) << row.reason;
+    }
+    std::mt19937_64 random(45);
+    for (int i = 0; i < 20000; ++i) {
+        const auto any = [&random] { return static_cast<int>(random()); };
+        const Span a(any(), any(), any(), any(), any(), any(), any());
+        const Span b(any(), any(), any(), any(), any(), any(), any());
+        ASSERT_EQ(Span::Difference(a, b), Span::Difference(b, a));
+    }
+}

@@ -1,0 +1,148 @@
+#include "clock.h"
+
+#include <kotms.h>
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <random>
+
+namespace
+{
+
+constexpr int kIntMax = std::numeric_limits<int>::max();
+constexpr int kIntMin = std::numeric_limits<int>::min();
+
+int Key(const KoTime& time)
+{
+    return time.Hour() * 10000 + time.Minute() * 100 + time.Second();
+}
+
+} // namespace
+
+TEST(KoTime, SumsWrapAtMidnight)
+{
+    std::mt19937 random(42);
+    for (int i = 0; i < 20000; ++i) {
+        const int start = static_cast<int>(random() % 86400);
+        const int n = static_cast<int>(random() % 172799) - 86399; // less than a day back
+        const int sum = start + n;
+        // Hour -24 becomes 24 and not 0: the rows below have more of it.
+        const int hour24 = sum < -23 * 3600 ? 86400 : 0;
+        ASSERT_EQ(KoTime(start) + n, KoTime((sum + 86400) % 86400 + hour24)) << start << ' ' << n;
+    }
+}
+
+TEST(KoTime, ExceptionsOfSums)
+{
+    const struct {
+        KoTime time;
+        int seconds;
+        KoTime sum;
+        const char* reason;
+    } rows[] = {
+        {{23, 59, 30}, 45, {0, 0, 15}, "over midnight"},
+        {{0, 0, 10}, -20, {23, 59, 50}, "back over midnight"},
+        {{0, 0, 0}, -86400, {24, 0, 0}, "a whole day back is hour 24"},
+        {{0, 0, 0}, -2 * 86400, {24, 0, 0}, "two days as well"},
+        {{0, 0, 0}, -3600 * 30, {18, 0, 0}, "other hours below 0 come into the day"},
+        {{0, 0, 0}, 86400, {0, 0, 0}, "a whole day on"},
+        {{0, 0, 0}, 128 * 3600, {16, 0, 0}, "128 hours overflow to -128"},
+        {{1, 0, 0}, 127 * 3600, {16, 0, 0}, "so do the hours of both"},
+        {{127, 127, 127}, 59 * 60 + 59, {6, -11, -10}, "minutes and seconds overflow too"},
+        {{-128, -128, -128},
+         0,
+         {17, 67, -68},
+         "fields far below are raised once, minutes overflow"},
+        {{0, 0, 0}, kIntMax, {19, 14, 7}, "the largest count"},
+        {{0, 0, 0}, kIntMin, {4, 45, 52}, "the smallest count"},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(Key(row.time + row.seconds), Key(row.sum)) << row.reason;
+
+    EXPECT_EQ(Key(KoTime(0, 0, 0) - kIntMin), Key(KoTime(0, 0, 0) + kIntMin)) << "-n wraps";
+    EXPECT_EQ(Key(KoTime(1, 0, 0) - KoTime(2, 30, 15)), 222945);
+    KoTime time(23, 59, 59);
+    EXPECT_EQ(Key(++time), 0);
+    EXPECT_EQ(Key(--time), 235959);
+    EXPECT_EQ(Key(time -= 59), 235900);
+}
+
+TEST(KoTime, CountsOfSeconds)
+{
+    const struct {
+        int seconds;
+        KoTime time;
+    } rows[] = {
+        {3725, {1, 2, 5}}, {90000, {25, 0, 0}}, {-3725, {-1, -2, -5}}, {kIntMax, {596523, 14, 7}}};
+    for (const auto& row : rows)
+        EXPECT_EQ(Key(KoTime(row.seconds)), Key(row.time)) << row.seconds;
+    EXPECT_EQ(static_cast<int>(KoTime(1, 2, 5)), 3725);
+    EXPECT_EQ(static_cast<int>(KoTime::NullValue()), -128 * 3661);
+}
+
+TEST(KoTime, CompareHonoursWildcardsUnlessStrict)
+{
+    const KoTime other(12, 30, 0);
+    const struct {
+        KoTime time;
+        int lenient;
+        int strict;
+    } rows[] = {{{12, 30, 0}, 0, 0},        {{12, -1, 0}, 0, -31}, {{-1, 30, 7}, 7, -13},
+                {{12, 30, -1}, 0, -1},      {{15, -1, 0}, 3, 3},   {{-1, -1, -1}, 0, -13},
+                {{-128, 30, 0}, -140, -140}};
+    for (const auto& row : rows) {
+        EXPECT_EQ(row.time.Compare(other, 0), row.lenient) << Key(row.time);
+        EXPECT_EQ(other.Compare(row.time, 0), -row.lenient) << Key(row.time);
+        EXPECT_EQ(row.time != other, row.strict) << Key(row.time);
+    }
+}
+
+TEST(KoTime, ValidTimes)
+{
+    for (const KoTime& time : {KoTime(0, 0, 0), KoTime(23, 59, 59)})
+        EXPECT_EQ(time.IsTime(), 1) << Key(time);
+    for (const KoTime& time : {KoTime(24, 0, 0), KoTime(0, 60, 0), KoTime(0, 0, 60),
+                               KoTime(-1, 0, 0), KoTime(0, -1, 0), KoTime(0, 0, -1)})
+        EXPECT_EQ(time.IsTime(), 0) << Key(time);
+}
+
+TEST(KoTime, SpecialValues)
+{
+    EXPECT_EQ(Key(KoTime::NullValue()), -128 * 10101);
+    for (const KoTime* zero :
+         {&KoTime::ClearValue(), &KoTime::DefaultValue(), &KoTime::ZeroValue()}) {
+        EXPECT_EQ(Key(*zero), 0);
+        EXPECT_EQ(zero->IsDefaultValue() + zero->IsZeroValue(), 2);
+    }
+    KoTime time(1, 2, 3);
+    EXPECT_EQ(time.IsNullValue() + time.IsDefaultValue() + time.IsZeroValue(), 0);
+    EXPECT_EQ(time.SetNullValue() + time.IsNullValue(), 1);
+    EXPECT_EQ(time.SetDefaultValue() + time.IsDefaultValue(), 1);
+}
+
+TEST(KoTime, ClockAndZone)
+{
+    const KoTimeStampRec now = {2024, 2, 29, 23, 30, 5, 700};
+    {
+        const FixedClock clock(now, 120);
+        EXPECT_EQ(Key(KoTime()), 13005);
+        KoTime time(0);
+        EXPECT_EQ(Key(time.NowUTC()), 233005);
+        EXPECT_EQ(time.ToLocalTime(), 0);
+        EXPECT_EQ(Key(time), 13005);
+        EXPECT_EQ(time.ToUTCTime(), 0);
+        EXPECT_EQ(Key(time), 233005);
+        EXPECT_EQ(Key(time.Now()), 13005);
+    }
+    {
+        const FixedClock clock(now, 0, KoRC_NO_TIMEZONE);
+        KoTime time(1, 2, 3);
+        EXPECT_EQ(time.ToLocalTime(), -2171);
+        EXPECT_EQ(time.ToUTCTime(), -2171);
+        EXPECT_EQ(Key(time), 10203);
+    }
+    const FixedClock clock(now, kIntMin);
+    KoTime time(0);
+    EXPECT_EQ(time.ToUTCTime(), 0) << "an offset out of all bounds wraps";
+}
