@@ -3,6 +3,7 @@
 
 #include "koelementops.h"
 #include "kohashwalk.h"
+#include "kotemporalbound.h"
 #include "kotemporalkey.h"
 #include "kotemporaltext.h"
 
@@ -126,6 +127,12 @@ struct TemporalOps : ElementOps<typename Type::Value, TemporalOps<Type>, Type::k
         return KoHashWalk(
             length, value, Layout::Size(format), count, status,
             [=](const unsigned char* element) { return Type::HashBits(element, big, memory); });
+    }
+
+    static float EvalAndBound(KoIdxBounds* bounds, unsigned short& op, void* value,
+                              unsigned char format, unsigned count, KoIdxBounds* newBounds)
+    {
+        return KoEvaluateBounds<KoTemporalAxis<Type>>(bounds, op, value, format, count, newBounds);
     }
 
     static KoString ToText(const T& value)

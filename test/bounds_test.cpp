@@ -207,6 +207,66 @@ TEST(Bounds, EstimatesUnderEveryFormat)
     }
 }
 
+/// Dates and times by their fields: a year, then fields of one byte, then nanoseconds.
+struct TemporalRow {
+    const char* reason;
+    KoTypeId id;
+    std::vector<int> low, high;
+    unsigned op;
+    std::vector<int> value;
+    double expected;
+};
+
+const TemporalRow kTemporalEstimates[] = {
+    {"days", KoDATE_T, {2024, 3, 1}, {2024, 3, 10}, kLess, {2024, 3, 4}, 0.3},
+    {"a month has 31 days", KoDATE_T, {2024, 2, 1}, {2024, 3, 31}, kLess, {2024, 3, 1}, 0.5},
+    {"a year has 12 months", KoDATE_T, {2023, 1, 1}, {2024, 12, 31}, kLess, {2024, 1, 1}, 0.5},
+    {"before the year 0", KoDATE_T, {-2, 1, 1}, {1, 12, 31}, kLess, {0, 1, 1}, 0.5},
+    {"any day of a month", KoDATE_T, {2024, 1, 1}, {2024, 4, 31}, kEqual, {2024, 2, -1}, 0.25},
+    {"any day of a year", KoDATE_T, {2021, 1, 1}, {2024, 12, 31}, kEqual, {2022, -1, -1}, 0.25},
+    {"beyond any day", KoDATE_T, {2021, 1, 1}, {2024, 12, 31}, kGreater, {2022, -1, -1}, 0.5},
+    {"the year -1 is a year", KoDATE_T, {-2, 1, 1}, {-1, 12, 31}, kEqual, {-1, -1, -1}, 0.5},
+    {"open ends", KoDATE_T, {}, {}, kLess, {0, 1, 1}, 0.5},
+};
+
+/// The stored form of temporal fields; empty where there are none.
+Bytes StoredFields(o_char id, const std::vector<int>& fields, bool big)
+{
+    Bytes bytes;
+    const auto put = [&](unsigned number, unsigned size) {
+        for (unsigned i = 0; i < size; ++i)
+            bytes.push_back(static_cast<unsigned char>(number >> (8 * (big ? size - 1 - i : i))));
+    };
+    for (std::size_t i = 0; i < fields.size(); ++i) {
+        const bool year = i == 0 && id != KoTIME_T && id != D_TIME_T;
+        put(static_cast<unsigned>(fields[i]), year ? 2 : i == 6 ? 4 : 1);
+    }
+    return bytes;
+}
+
+TEST(Bounds, EstimatesOfDatesAndTimes)
+{
+    for (const TemporalRow& row : kTemporalEstimates) {
+        for (const bool big : {false, true}) {
+            const unsigned char format = big ? KoFMT_BIG : KoFMT_LITTLE;
+            Bytes low = StoredFields(row.id, row.low, big);
+            Bytes high = StoredFields(row.id, row.high, big);
+            Bytes value = StoredFields(row.id, row.value, big);
+            ASSERT_EQ(value.size(), manager.DiskLenGet(row.id, nullptr, format, 1, KoFMT_MEMORY));
+            KoIdxBounds bounds{low.empty() ? nullptr : low.data(),
+                               high.empty() ? nullptr : high.data(), 0, 0};
+            Narrowed narrowed;
+            auto op = static_cast<unsigned short>(row.op);
+            EXPECT_FLOAT_EQ(manager.EvalAndBound(row.id, &bounds, op, value.data(), format, 1,
+                                                 &narrowed, nullptr),
+                            static_cast<float>(row.expected))
+                << row.reason;
+            EXPECT_EQ(narrowed.low != nullptr, (row.op & kLess) == 0) << row.reason;
+            EXPECT_EQ(narrowed.high != nullptr, (row.op & kGreater) == 0) << row.reason;
+        }
+    }
+}
+
 TEST(Bounds, NarrowingLeavesSetEndsAlone)
 {
     o_4b value[] = {7, 8, 9};
