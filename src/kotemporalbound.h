@@ -31,10 +31,10 @@ template <class Type>
 struct KoTemporalAxis {
     using Value = KoTemporalSpan;
     static constexpr KoAxisKind kKind = KoAxisKind::kPlain;
-    static constexpr auto kLayout = Type::kLayout;
+    using Layout = typename Type::Fields;
 
     explicit KoTemporalAxis(unsigned char format)
-        : big(IsBigEndian(format)), memory((format & KoFMT_MEMORY) != 0), size(kLayout.Size(format))
+        : big(IsBigEndian(format)), memory((format & KoFMT_MEMORY) != 0), size(Layout::Size(format))
     {
     }
 
@@ -43,17 +43,17 @@ struct KoTemporalAxis {
     {
         KoTemporalSpan span;
         unsigned at = 0;
-        if constexpr (kLayout.hasYear) {
+        if constexpr (Layout::kHasYear) {
             // A year of -1 is a year.
             span.from = span.to = ReadOrdered<o_2b>(element, big);
             at = 2;
         }
-        for (unsigned i = FirstField(); at < kLayout.Packed(); ++i, ++at) {
+        for (unsigned i = FirstField(); at < Layout::kPacked; ++i, ++at) {
             const auto value = static_cast<o_1b>(element[at]);
             span.Add(kFields[i], value, kWildcards && value == -1);
         }
-        if constexpr (kLayout.hasNanoseconds) {
-            const auto value = ReadOrdered<o_4b>(element + kLayout.NanosecondsAt(memory), big);
+        if constexpr (Layout::kHasNanoseconds) {
+            const auto value = ReadOrdered<o_4b>(element + Layout::NanosecondsAt(memory), big);
             const bool wildcard = kWildcards && value == -1;
             span.from += wildcard ? 0.0 : value / 1e9;
             span.to += wildcard ? 1.0 : value / 1e9;
@@ -72,14 +72,14 @@ private:
     static constexpr int kFirst = Type::kKind == TemporalKind::kTimeSpan ? 0 : 1;
     static constexpr KoCountedField kFields[] = {
         {12, kFirst}, {31, kFirst}, {24, 0}, {60, 0}, {60, 0}};
-    static constexpr unsigned FirstField() { return kLayout.hasYear ? 0 : 2; }
+    static constexpr unsigned FirstField() { return Layout::kHasYear ? 0 : 2; }
 
     static KoTemporalSpan Everything([[maybe_unused]] int year)
     {
         KoTemporalSpan span;
-        if constexpr (kLayout.hasYear)
+        if constexpr (Layout::kHasYear)
             span.from = span.to = year;
-        for (unsigned i = FirstField(); i < FirstField() + kLayout.bytes; ++i)
+        for (unsigned i = FirstField(); i < FirstField() + Layout::kBytes; ++i)
             span.Add(kFields[i], 0, true);
         return span;
     }
