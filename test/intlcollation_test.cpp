@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <kointl.h>
 
+#include <algorithm>
 #include <map>
 #include <set>
 #include <string>
@@ -45,6 +46,16 @@ std::vector<o_u4b> Keys(const std::u16string& text, o_u4b mask, unsigned char va
             keys.push_back(KoCollationKey(order, variant) & mask);
     return keys;
 }
+
+// The order of vectors on a big-endian host with GCC 12, whose operator< looks at too few bytes
+// there (its bug 113960).
+struct Less {
+    template <class T>
+    bool operator()(const std::vector<T>& a, const std::vector<T>& b) const
+    {
+        return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end());
+    }
+};
 
 constexpr o_u4b kAll = 0xFFFFFFFF;
 constexpr o_u4b kNoCase = 0xFFFFFF9F;
@@ -154,7 +165,7 @@ TEST_F(IntlCollation, TellingOrders)
 // how many orders belong to it; after the lead, the second one does.
 TEST_F(IntlCollation, TextsHaveTheirOwnOrders)
 {
-    std::set<Orders> beginnings;
+    std::set<Orders, Less> beginnings;
     for (unsigned c = 1; c < 0x10000; ++c) {
         Orders begin = OrdersOf(c);
         ASSERT_FALSE(begin.empty());
@@ -285,7 +296,7 @@ TEST_F(IntlCollation, IgnoringCaseFollowsCaseMapping)
 {
     const std::set<char16_t> formsOfTheirOwn = {u'\u0130', u'\u0131', u'\u017F'};
     const KoCodeSet& unicode = CodeSet(KoCS_UNICODE);
-    std::map<std::vector<o_u4b>, std::set<o_u2b>> classes;
+    std::map<std::vector<o_u4b>, std::set<o_u2b>, Less> classes;
     for (o_u2b c = 1; c < 512; ++c) {
         const o_u2b folded = formsOfTheirOwn.count(static_cast<char16_t>(c)) != 0
                                  ? c
