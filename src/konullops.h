@@ -1,13 +1,10 @@
 #ifndef KONULLOPS_H
 #define KONULLOPS_H
 
+#include "konulltext.h"
 #include "koscalarops.h"
 
 #include <_konulty.h>
-
-/// True for the texts that mean null: a null string, an empty one, and the null print string, which
-/// must be the whole text or (`whole` false) begin it.
-bool KoIsNullText(const KoString& text, bool whole);
 
 /// Where the parts of one null-capable element stand, in the form that a format byte names for
 /// comparing and hashing: elements as they lie in memory (bit 3), or persistent ones.

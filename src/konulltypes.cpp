@@ -4,21 +4,34 @@
 
 bool KoIsNullText(const KoString& text, bool whole)
 {
-    if (text.IsNullValue() || text.IsEmpty())
+    return text.IsEmpty() || KoIsNullPrint(text, whole);
+}
+
+bool KoIsNullPrint(const KoString& text, bool whole)
+{
+    if (text.IsNullValue())
         return true;
     const KoString& nullText = KoTypeMgr::GetNullPrintString();
-    if (nullText.IsEmpty() || text.Len() < nullText.Len() || (whole && text.Len() > nullText.Len()))
+    if (nullText.IsEmpty())
+        return false;
+    // Nearly every text that is not null differs in its first character already.
+    const bool sameSet = text.CodeSet() == nullText.CodeSet();
+    if (sameSet && *text.StrGet() != *nullText.StrGet())
+        return false;
+    const unsigned short length = text.Len();
+    const unsigned short nullLength = nullText.Len();
+    if (whole ? length != nullLength : length < nullLength)
         return false;
     KoString mapped;
     const KoString* start = &text;
-    if (text.CodeSet() != nullText.CodeSet()) {
+    if (!sameSet) {
         // A character that the other code set lacks becomes "?", which must not pass for one.
-        if (mapped.CopyMapped(text, nullText.CodeSet(), static_cast<short>(nullText.Len())) != 0)
+        if (mapped.CopyMapped(text, nullText.CodeSet(), static_cast<short>(nullLength)) != 0)
             return false;
         start = &mapped;
     }
     return std::memcmp(start->StrGet(), nullText.StrGet(),
-                       std::size_t{nullText.Len()} * nullText.Width()) == 0;
+                       std::size_t{nullLength} * nullText.Width()) == 0;
 }
 
 // clang-format off

@@ -66,7 +66,7 @@ int ParseTemporal(TemporalFields& fields, const KoString& in, const char* format
 
 /// The format that a null format stands for, and in which a value's text is that value again:
 /// "%Y-%m-%d", "%H:%M:%S", "%Y-%m-%dT%H:%M:%S", "%X" and "%V" in the order of the kinds, and again
-/// from the date on with "%X" for the time stamp and "%V" for the interval.
+/// "%Y-%m-%d", "%H:%M:%f", "%X" and "%V": the last four have fractions of a second.
 constexpr const char* TemporalFormat(TemporalKind kind) noexcept
 {
     switch (kind) {
@@ -74,8 +74,9 @@ constexpr const char* TemporalFormat(TemporalKind kind) noexcept
     case TemporalKind::kOdmgDate:
         return "%Y-%m-%d";
     case TemporalKind::kTime:
-    case TemporalKind::kOdmgTime:
         return "%H:%M:%S";
+    case TemporalKind::kOdmgTime:
+        return "%H:%M:%f";
     case TemporalKind::kDateTime:
         return "%Y-%m-%dT%H:%M:%S";
     case TemporalKind::kDateTimeN:
