@@ -27,6 +27,18 @@ enum KoResult : int {
     KoRC_NULL_MARK_RIGHT = 2115, ///< compare: the right stored string alone does
 };
 
+/// The comparison operator word: bits that may be joined. Types read those that mean something to
+/// them; 0 matches wildcards and makes all distinctions.
+enum KoCmpOp : o_u2b {
+    KoCMP_PLAIN = 0x0010,          ///< values as they are: no wildcards, null before all else
+    KoCMP_IGNORE_CASE = 0x0020,    ///< texts
+    KoCMP_IGNORE_ACCENTS = 0x0040, ///< texts
+    KoCMP_SKIP_SPACES = 0x0080,    ///< texts: as if control and space characters were not there
+    KoCMP_NO_WILDCARDS = 0x0100,   ///< texts: as KoCMP_PLAIN
+    KoCMP_SKIP_SYMBOLS = 0x0200,   ///< texts: as if symbols were not there
+    KoCMP_DEFAULT = 0xFFFF,        ///< stands for KoLanguageContext::GetDefaultCmpOp()
+};
+
 /// The capabilities that KoTypeMgr::SupportsCapability answers.
 enum KoCapability : o_u2b {
     KoCAP_NULL = 1,      ///< has a null value

@@ -159,11 +159,14 @@ public:
         return KoLanguageContext::SetDefaultCmpOp(cmpOp);
     }
 
-    // ---- comparison: null before all else, then character by character, the shorter first.
-    // Two texts without a code set compare as bytes, others by the Unicode values of their
-    // characters; a side without a code set is then in the native one.
-    bool operator==(const KoString& other) const { return (*this != other) == 0; }
-    int operator!=(const KoString& other) const; ///< negative, 0 or positive
+    // ---- comparison: by KoStrCmp (kostrcmp.h). The operators go by the default operator word, the
+    // right side being a pattern where that leaves wildcards on.
+    /// Of at most `len` orders (kRest: all); 0xFFFF is the default operator.
+    int Compare(const KoString& other, short len = kRest, unsigned short cmpOp = 0xFFFF) const;
+    /// Without wildcards. Languages that differ count as none.
+    bool EqualsIgnoreLanguage(const KoString& other) const;
+    bool operator==(const KoString& other) const; ///< true for the same object, whatever it holds
+    int operator!=(const KoString& other) const;  ///< negative, 0 or positive
     bool operator<(const KoString& other) const { return (*this != other) < 0; }
     bool operator>(const KoString& other) const { return (*this != other) > 0; }
     bool operator<=(const KoString& other) const { return (*this != other) <= 0; }
@@ -237,15 +240,5 @@ KOTMS_API unsigned StringLoad(void* destination, const void* source, unsigned ch
 /// KoFMT_IGNORE_CS counts every code set as none, KoFMT_NATIVE_CS none as the native one.
 KOTMS_API unsigned StringSizeGet(const void* value, unsigned char valueFormat, unsigned char format,
                                  unsigned count);
-
-/// The order of `count` strings in memory or of stored ones of either layout (see KoTypeCmpFunc):
-/// that of KoString's operators; no option of `cmpOp` changes it.
-/// A stored side of fewer than the bytes of its record is a cut key: where its text agrees with the
-/// other side as far as it goes, the result is 0 and `status` KoRC_TRUNCATED. A cut text of 254
-/// bytes or more gives -1 and KoRC_NOT_SUPPORTED. A null mark of code set 254 with bit 7 of the
-/// language set is reported in `status`: KoRC_NULL_MARK, or KoRC_NULL_MARK_RIGHT when the right
-/// side alone has it.
-KOTMS_API int StringCompare(unsigned char format, unsigned leftSize, void* left, unsigned rightSize,
-                            void* right, unsigned short cmpOp, unsigned count, int& status);
 
 #endif

@@ -8,6 +8,7 @@
 #include "kodate.h"
 #include "kodatetime.h"
 #include "koint64.h"
+#include "kostrcmp.h"
 #include "kostring.h"
 #include "kotemporal.h"
 #include "kotime.h"

@@ -24,6 +24,22 @@ constexpr unsigned KoElementsWithin(unsigned length, unsigned size, unsigned cou
     return std::min(count, (length - 1) / size + 1);
 }
 
+/// Eight bytes as they lie in memory.
+inline std::uint64_t KoWordAt(const void* bytes) noexcept
+{
+    std::uint64_t word;
+    std::memcpy(&word, bytes, sizeof word);
+    return word;
+}
+
+/// The first byte in memory of a word that has a bit set; the word is not 0.
+inline unsigned KoFirstByteOf(std::uint64_t word) noexcept
+{
+    const int zeros = std::endian::native == std::endian::little ? std::countr_zero(word)
+                                                                 : std::countl_zero(word);
+    return static_cast<unsigned>(zeros) / 8;
+}
+
 /// Number of equal bytes at the start of `a` and `b`.
 inline std::size_t KoEqualBytes(const unsigned char* a, const unsigned char* b,
                                 std::size_t length) noexcept
@@ -45,16 +61,16 @@ inline std::size_t KoEqualBytes(const unsigned char* a, const unsigned char* b,
         if (at + block <= length && std::memcmp(a + at, b + at, block) == 0)
             at += block;
     for (; at + kWord <= length; at += kWord) {
-        std::uint64_t x;
-        std::uint64_t y;
-        std::memcpy(&x, a + at, kWord);
-        std::memcpy(&y, b + at, kWord);
-        if (const std::uint64_t difference = x ^ y; difference != 0) {
-            const int zeros = std::endian::native == std::endian::little
-                                  ? std::countr_zero(difference)
-                                  : std::countl_zero(difference);
-            return at + static_cast<std::size_t>(zeros) / 8;
-        }
+        if (const std::uint64_t difference = KoWordAt(a + at) ^ KoWordAt(b + at); difference != 0)
+            return at + KoFirstByteOf(difference);
+    }
+    // The last word overlaps what is known to be equal.
+    if (at < length && length >= kWord) {
+        if (const std::uint64_t difference =
+                KoWordAt(a + length - kWord) ^ KoWordAt(b + length - kWord);
+            difference != 0)
+            return length - kWord + KoFirstByteOf(difference);
+        return length;
     }
     while (at < length && a[at] == b[at])
         ++at;

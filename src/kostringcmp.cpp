@@ -1,84 +1,91 @@
-#include "kocmpwalk.h"
-#include "kostringtext.h"
+#include "kocollator.h"
+
+#include <kostrcmp.h>
 
 #include <algorithm>
 
-// Plain comparison and hashing.
+// What compares texts and strings for applications.
 
 namespace
 {
 
-/// What a character counts as: its Unicode value; what has none stands behind all that have one.
-unsigned KeyOf(const KoCodeSet& codeSet, unsigned character)
+/// The text that starts at `text`. No order takes less than one character, so `limit` orders need
+/// no more than as many characters.
+KoText TextAt(unsigned char codeSet, unsigned char language, const char* text, unsigned char format,
+              unsigned limit)
 {
-    o_u2b unicode = 0;
-    return codeSet.ToUnicode(static_cast<o_u2b>(character), unicode) ? unicode
-                                                                     : 0x10000U + character;
+    KoText found;
+    found.bytes = text;
+    found.codeSet = codeSet == KoCS_DEFAULT ? KoLanguageContext::GetDefaultCodeSet() : codeSet;
+    found.language = language;
+    found.format = KoTextFormat(format);
+    if (text == nullptr || found.IsNull())
+        return found;
+    if (found.Width() == 2)
+        found.units = KoUnitsBeforeZero(text, 2, limit);
+    else if (limit == kNoLimit)
+        found.units = static_cast<unsigned>(std::strlen(text));
+    else
+        found.units = KoUnitsBeforeZero(text, 1, limit);
+    return found;
 }
 
-/// The first position from `i` on, below `end`, where the bytes of the characters differ.
-unsigned FirstDifference(const KoText& left, const KoText& right, unsigned i, unsigned end)
+unsigned LimitOf(short len)
 {
-    const std::size_t width = left.Width();
-    const auto bytes = [i, width](const KoText& text) {
-        return reinterpret_cast<const unsigned char*>(text.bytes) + i * width;
-    };
-    if (i >= end)
-        return end;
-    const std::size_t equal = KoEqualBytes(bytes(left), bytes(right), (end - i) * width);
-    return i + static_cast<unsigned>(equal / width);
+    return len < 0 ? kNoLimit : static_cast<unsigned>(len);
 }
 
 } // namespace
 
-KoTextOrder KoPlainCompare(const KoText& left, const KoText& right)
+int KoStrCmp(unsigned char codeSet1, unsigned char language1, const char* text1,
+             unsigned char codeSet2, unsigned char language2, const char* text2,
+             unsigned short cmpOp, short len, unsigned char format, int* secondary)
 {
-    if (left.IsNull() || right.IsNull())
-        return {KoOrder(left.IsNull() ? 0 : 1, right.IsNull() ? 0 : 1)};
-    const KoCodeSet& leftSet = *KoLanguageContext::QueryCodeSet(left.codeSet);
-    const KoCodeSet& rightSet = *KoLanguageContext::QueryCodeSet(right.codeSet);
-    const bool plainBytes = left.codeSet == KoCS_NONE && right.codeSet == KoCS_NONE;
-    const unsigned end = std::min(left.units, right.units);
-    const unsigned width = left.Width();
-    // Characters need no look at their meaning while both sides hold the same ones.
-    const bool skip = left.codeSet == right.codeSet && left.format == right.format;
-    for (unsigned i = 0;; ++i) {
-        if (skip) {
-            const unsigned from = i;
-            i = FirstDifference(left, right, from, end);
-            const unsigned zero =
-                from + KoUnitsBeforeZero(left.bytes + std::size_t{from} * width, width, i - from);
-            if (zero < i)
-                return {0, zero, true};
-        }
-        // A text may end before its units do, at a zero.
-        const unsigned a = i < left.units ? left.At(i) : 0;
-        const unsigned b = i < right.units ? right.At(i) : 0;
-        if (a == 0 || b == 0)
-            return {KoOrder(a != 0 ? 1 : 0, b != 0 ? 1 : 0), i, true};
-        const int order =
-            plainBytes ? KoOrder(a, b) : KoOrder(KeyOf(leftSet, a), KeyOf(rightSet, b));
-        if (order != 0)
-            return {order, i};
-    }
+    const unsigned limit = LimitOf(len);
+    const KoText left = TextAt(codeSet1, language1, text1, format, limit);
+    const KoText right = TextAt(codeSet2, language2, text2, format, limit);
+    const o_u2b asked = KoResolvedCmpOp(cmpOp);
+    const int order = KoCompareText(left, right, asked, limit).order;
+    constexpr o_u2b kLeavesOut = KoCMP_SKIP_SPACES | KoCMP_SKIP_SYMBOLS;
+    if (secondary != nullptr)
+        *secondary =
+            order != 0 || (asked & kLeavesOut) == 0
+                ? order
+                : KoCompareText(left, right, asked & static_cast<o_u2b>(~kLeavesOut), limit).order;
+    return order;
 }
 
-o_u4b KoPlainHash(const KoText& text)
+unsigned HashString(unsigned char codeSet, unsigned char language, char* text, short len,
+                    unsigned char format)
 {
-    constexpr o_u4b kHashOfNullText = 0xFEFE7575U;
-    if (text.IsNull())
-        return kHashOfNullText;
-    const KoCodeSet& codeSet = *KoLanguageContext::QueryCodeSet(text.codeSet);
-    const unsigned end = KoUnitsBeforeZero(text.bytes, text.Width(), text.units);
-    o_u4b hash = 0;
-    for (unsigned i = 0; i < end; ++i)
-        hash = hash * 9 + KeyOf(codeSet, text.At(i));
-    return hash;
+    const unsigned limit = len == KoString::kRest ? kNoLimit : len < 0 ? 0U : LimitOf(len);
+    return KoHashText(TextAt(codeSet, language, text, format, limit), limit);
+}
+
+// ---- members of strings
+
+int KoString::Compare(const KoString& other, short len, unsigned short cmpOp) const
+{
+    return KoCompareText(KoStringAccess::Get(*this), KoStringAccess::Get(other),
+                         KoResolvedCmpOp(cmpOp), LimitOf(len))
+        .order;
 }
 
 int KoString::operator!=(const KoString& other) const
 {
-    if (this == &other)
-        return 0;
-    return KoPlainCompare(KoStringAccess::Get(*this), KoStringAccess::Get(other)).order;
+    return Compare(other);
+}
+
+bool KoString::operator==(const KoString& other) const
+{
+    return this == &other || Compare(other) == 0;
+}
+
+bool KoString::EqualsIgnoreLanguage(const KoString& other) const
+{
+    KoText left = KoStringAccess::Get(*this);
+    KoText right = KoStringAccess::Get(other);
+    if (left.language != right.language)
+        left.language = right.language = KoLANG_NONE;
+    return KoCompareText(left, right, KoCMP_NO_WILDCARDS).order == 0;
 }

@@ -33,13 +33,22 @@ KoNumFormat ParseStringFormat(const char* format)
     return parsed;
 }
 
-/// The number of characters at `pos` of the text that are those of `literal`.
+/// The number of characters at `pos` of the text that are those of `literal`, by Unicode value.
 unsigned Matching(const KoString& text, unsigned pos, const KoString& literal)
 {
-    KoText from = KoStringAccess::Get(text);
-    from.bytes += std::size_t{pos} * from.Width();
-    from.units -= pos;
-    return KoPlainCompare(from, KoStringAccess::Get(literal)).position;
+    const KoText from = KoStringAccess::Get(text);
+    const KoText to = KoStringAccess::Get(literal);
+    const auto meaning = [](const KoText& of, unsigned index) {
+        const auto character = static_cast<o_u2b>(of.At(index));
+        o_u2b unicode = 0;
+        return KoLanguageContext::QueryCodeSet(of.codeSet)->ToUnicode(character, unicode)
+                   ? unicode
+                   : 0x10000U + character;
+    };
+    unsigned i = 0;
+    while (pos + i < from.units && i < to.units && meaning(from, pos + i) == meaning(to, i))
+        ++i;
+    return i;
 }
 
 KoString Part(const KoString& text, unsigned pos, unsigned count)

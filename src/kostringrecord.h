@@ -71,7 +71,7 @@ private:
 
 /// StringCompare for either string type.
 int KoCompareTexts(unsigned char format, unsigned leftSize, const void* left, unsigned rightSize,
-                   const void* right, unsigned count, int& status, bool cutIsOlder);
+                   const void* right, o_u2b cmpOp, unsigned count, int& status, bool cutIsOlder);
 
 /// The hash of `count` strings: h = 9h + hash of each.
 o_u4b KoHashTexts(unsigned char format, unsigned size, const void* value, unsigned count,

@@ -13,12 +13,15 @@ struct KoText {
     unsigned char codeSet = KoCS_NONE;
     unsigned char language = 0;
     unsigned char format = KoFMT_MEMORY; ///< byte order of 16-bit characters
+    bool cut = false;                    ///< the text goes on where its characters end
 
     unsigned Width() const { return KoCodeSetWidth(codeSet); }
     bool IsNull() const
     {
         return language == KoString::kNullLanguage || (codeSet == KoCS_NULL && language == 0);
     }
+    /// 16-bit characters stand in the order that is not the machine's.
+    bool IsSwapped() const { return Width() == 2 && KoNeedsSwap(format); }
     /// Character `index`. Stored text is not aligned.
     unsigned At(unsigned index) const
     {
@@ -32,23 +35,6 @@ struct KoText {
 
 /// The number of characters before the first zero among `limit` ones, all of which are there.
 unsigned KoUnitsBeforeZero(const char* text, unsigned width, unsigned limit);
-
-/// How two texts compare.
-struct KoTextOrder {
-    int order = 0;         ///< -1, 0 or 1
-    unsigned position = 0; ///< of the characters that differ, else the length of the shorter text
-    bool atEnd = false;    ///< no character differs: the ends of the texts decided
-};
-
-/// Order of two texts in characters up to their first zero: null first, then by bytes where neither
-/// has a code set, else by Unicode value.
-KoTextOrder KoPlainCompare(const KoText& left, const KoText& right);
-
-/// Sum over the characters of a text up to its first zero, h = 9h + c with the Unicode value of
-/// each, so that equal texts have equal hashes whatever their code sets; a null text has a value of
-/// its own. It goes with KoPlainCompare: no hash of a text is stored before texts are hashed by
-/// their collation orders.
-o_u4b KoPlainHash(const KoText& text);
 
 /// What the library itself may do with a string's parts.
 struct KoStringAccess {

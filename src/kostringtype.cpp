@@ -3,6 +3,8 @@
 #include "kotranslate.h"
 #include "kovalueops.h"
 
+#include <kostrcmp.h>
+
 namespace
 {
 
@@ -114,9 +116,9 @@ struct OldStringOps : StringOpsBase<OldStringOps> {
     static constexpr auto Bytes = KoOlderBytes;
     static constexpr auto SizeGetFromMemFile = KoOlderFileSize;
     static int Cmp(unsigned char format, unsigned leftSize, void* left, unsigned rightSize,
-                   void* right, unsigned short, unsigned count, int& status)
+                   void* right, unsigned short cmpOp, unsigned count, int& status)
     {
-        return KoCompareTexts(format, leftSize, left, rightSize, right, count, status, true);
+        return KoCompareTexts(format, leftSize, left, rightSize, right, cmpOp, count, status, true);
     }
     static unsigned Hash(unsigned char format, unsigned length, void* value, unsigned count,
                          int& status)

@@ -1,4 +1,7 @@
+#include "kocollator.h"
 #include "kostringrecord.h"
+
+#include <kostrcmp.h>
 
 #include <algorithm>
 
@@ -67,6 +70,7 @@ KoTextFound KoTextWalk::NextRecord(KoText& text)
     text.units = static_cast<unsigned>(held / text.Width());
     if (held == whole)
         return KoTextFound::kText;
+    text.cut = true;
     return held < kLongestCutKey ? KoTextFound::kCut : KoTextFound::kBroken;
 }
 
@@ -82,13 +86,15 @@ KoTextFound KoTextWalk::NextOlder(KoText& text)
     m_offset += std::min<std::size_t>(text.units + 1, left);
     if (text.units < left || !m_cut)
         return KoTextFound::kText;
+    text.cut = true;
     return text.units < kLongestCutKey ? KoTextFound::kCut : KoTextFound::kBroken;
 }
 
 int KoCompareTexts(unsigned char format, unsigned leftSize, const void* left, unsigned rightSize,
-                   const void* right, unsigned count, int& status, bool cutIsOlder)
+                   const void* right, o_u2b cmpOp, unsigned count, int& status, bool cutIsOlder)
 {
     status = KoRC_OK;
+    const o_u2b asked = KoResolvedCmpOp(cmpOp);
     KoTextWalk leftWalk(format, leftSize, left, cutIsOlder);
     KoTextWalk rightWalk(format, rightSize, right, cutIsOlder);
     for (unsigned i = 0; i < count; ++i) {
@@ -108,15 +114,12 @@ int KoCompareTexts(unsigned char format, unsigned leftSize, const void* left, un
             status = KoRC_NULL_MARK;
         if (rightWalk.HasNullMark())
             status = status > 0 ? KoRC_NULL_MARK : KoRC_NULL_MARK_RIGHT;
-        const KoTextOrder found = KoPlainCompare(a, b);
-        // The side that ends first may go on where it was cut, and then nothing is known.
-        const bool leftOpen = leftFound == KoTextFound::kCut && found.order <= 0;
-        const bool rightOpen = rightFound == KoTextFound::kCut && found.order >= 0;
-        if (found.atEnd && (leftOpen || rightOpen)) {
+        const KoTextOrder found = KoCompareText(a, b, asked);
+        if (found.open)
             status = KoRC_TRUNCATED;
-            return 0;
-        }
-        if (found.order != 0)
+        // Under KoCMP_SKIP_SPACES this is the secondary result as well: the two differ only where
+        // the texts are equal.
+        if (found.open || found.order != 0)
             return found.order;
     }
     return 0;
@@ -136,13 +139,13 @@ o_u4b KoHashTexts(unsigned char format, unsigned size, const void* value, unsign
         else if (found != KoTextFound::kText)
             status = KoRC_TRUNCATED;
         if (found == KoTextFound::kText || found == KoTextFound::kCut)
-            hash = hash * 9 + KoPlainHash(text);
+            hash = hash * 9 + KoHashText(text);
     }
     return hash;
 }
 
 int StringCompare(unsigned char format, unsigned leftSize, void* left, unsigned rightSize,
-                  void* right, unsigned short, unsigned count, int& status)
+                  void* right, unsigned short cmpOp, unsigned count, int& status)
 {
-    return KoCompareTexts(format, leftSize, left, rightSize, right, count, status, false);
+    return KoCompareTexts(format, leftSize, left, rightSize, right, cmpOp, count, status, false);
 }

@@ -1,32 +1,16 @@
 #include "failing_heap.h"
-
-#include <kotms.h>
+#include "texts.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <climits>
-#include <cstring>
 #include <limits>
-#include <string>
 
 namespace
 {
 
 using Edit = void (*)(KoString&);
-
-/// The characters of a string, from either width.
-std::u16string Units(const KoString& text)
-{
-    std::u16string units;
-    for (unsigned i = 0; i < text.Len(); ++i) {
-        o_u2b unit = static_cast<unsigned char>(text.StrGet()[i]);
-        if (text.Width() == 2)
-            std::memcpy(&unit, text.StrGet() + std::size_t{2} * i, 2);
-        units += static_cast<char16_t>(unit);
-    }
-    return units;
-}
 
 const unsigned short* Wide(const char16_t* text)
 {
@@ -112,7 +96,7 @@ TEST(String, ConstructorsGiveTextInTheirCodeSet)
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.text.StrGet());
-        EXPECT_EQ(Units(row.text), row.units);
+        EXPECT_EQ(UnitsOf(row.text), row.units);
         EXPECT_EQ(row.text.ByteSize(), row.byteSize);
         EXPECT_EQ(row.text.CodeSet(), row.codeSet);
         EXPECT_EQ(row.text.IsEmpty(), row.units.empty());
@@ -165,7 +149,7 @@ TEST(String, EditsWorkAlikeInBothWidths)
             const unsigned width = text.Width();
             row.edit(text);
             const std::string result = row.result;
-            EXPECT_EQ(Units(text), std::u16string(result.begin(), result.end()));
+            EXPECT_EQ(UnitsOf(text), std::u16string(result.begin(), result.end()));
             EXPECT_EQ(text.CodeSet(), codeSet);
             EXPECT_EQ(text.ByteSize(), result.empty() ? 0 : (result.size() + 1) * width);
         }
@@ -179,7 +163,7 @@ TEST(String, SixteenBitNumberIsACharacterOnlyInSixteenBitText)
     EXPECT_STREQ(text.StrGet(), "a65");
     KoString wide = Wide("a");
     wide << static_cast<unsigned short>(65);
-    EXPECT_EQ(Units(wide), u"aA");
+    EXPECT_EQ(UnitsOf(wide), u"aA");
 }
 
 TEST(String, AssignmentTakesCodeSetAndLanguage)
@@ -307,13 +291,13 @@ TEST(String, CodeSetsChangeByNameOrByMeaning)
     // 0xA4 is the currency sign in Latin-1 and the euro sign in ISO 8859-15.
     KoString text("\xA4");
     text.SetCodeSet(15);
-    EXPECT_EQ(Units(text), u"\u00A4"); // same width: only the name changes
+    EXPECT_EQ(UnitsOf(text), u"\u00A4"); // same width: only the name changes
     EXPECT_EQ(text.SetCodeSetCode(KoCS_UNICODE), KoRC_REFUSED);
     EXPECT_EQ(text.CodeSet(), 15);
     text.SetCodeSet(KoCS_UNICODE);
-    EXPECT_EQ(Units(text), u"\u20AC");
+    EXPECT_EQ(UnitsOf(text), u"\u20AC");
     EXPECT_EQ(text.MapToCodeSet(KoCS_WINDOWS_1252), 0);
-    EXPECT_EQ(Units(text), u"\u0080");
+    EXPECT_EQ(UnitsOf(text), u"\u0080");
     EXPECT_EQ(text.MapToCodeSet(KoCS_LATIN1), -1); // no euro sign there
     EXPECT_STREQ(text.StrGet(), "?");
     for (const int codeSet : {0, 254, 255})
@@ -322,11 +306,11 @@ TEST(String, CodeSetsChangeByNameOrByMeaning)
     // Text without a code set is native text when its meaning counts, and plain bytes otherwise.
     KoLanguageContext::SetNativeCodeSet(15);
     const KoString plain = In(KoCS_NONE, "\xA4");
-    EXPECT_EQ(Units(KoString(KoCS_KOI8_R, 0) += plain), u"\u00A4");
-    EXPECT_EQ(Units(KoString(KoCS_UNICODE, 0) += plain), u"\u20AC");
+    EXPECT_EQ(UnitsOf(KoString(KoCS_KOI8_R, 0) += plain), u"\u00A4");
+    EXPECT_EQ(UnitsOf(KoString(KoCS_UNICODE, 0) += plain), u"\u20AC");
     KoString mapped(KoCS_LATIN1, 9);
     EXPECT_EQ(mapped.CopyMapped(plain + "xy", KoCS_WINDOWS_1252, 2), 0);
-    EXPECT_EQ(Units(mapped), u"\u0080x");
+    EXPECT_EQ(UnitsOf(mapped), u"\u0080x");
     EXPECT_EQ(mapped.Language(), plain.Language());
     EXPECT_EQ(mapped.CopyMapped(mapped, KoCS_LATIN1, 1), KoRC_REFUSED);
     KoLanguageContext::SetNativeCodeSet(KoCS_LATIN1);
@@ -351,44 +335,6 @@ TEST(String, NullIsEmptyUntilTextComesIn)
     EXPECT_FALSE(text.IsNullValue());
     EXPECT_TRUE(text.CodeSet() == KoCS_LATIN1 && text == KoString("abc"));
     EXPECT_FALSE((Null() + "x").IsNullValue());
-}
-
-TEST(String, OrderIsByCharacterAcrossCodeSets)
-{
-    // Ascending; a group of rows with the same rank is equal.
-    const struct {
-        int rank;
-        KoString text;
-    } rows[] = {
-        {0, Null()},
-        {0, KoString(KoCS_NULL, 0)},
-        {1, KoString()},
-        {1, KoString(KoCS_UNICODE, 0)},
-        {2, KoString("A")},
-        {2, Wide("A")},
-        {3, KoString("AB")},
-        {4, KoString("a")},
-        {4, In(KoCS_NONE, "a")},
-        {5, KoString("a\xE9")},        // e acute, 00E9
-        {5, In(KoCS_IBM437, "a\x82")}, // the same
-        {5, In(KoCS_NONE, "a\xE9")},   // the same in the native code set
-        {6, In(2, "a\xB1")},           // a ogonek 0105
-        {6, KoString(Wide(u"a\u0105"))},
-        {7, In(2, "a\xA9")},           // S caron 0160: a smaller byte than the one before
-        {8, In(KoCS_KOI8_R, "a\xC1")}, // Cyrillic a, 0430
-        {9, In(KoCS_ASCII, "a\x80")},  // no character there: behind all that is one
-        {10, KoString("b")},
-    };
-    for (const auto& left : rows) {
-        for (const auto& right : rows) {
-            const int order = left.text != right.text;
-            EXPECT_EQ(order, (left.rank > right.rank) - (left.rank < right.rank))
-                << left.rank << " and " << right.rank;
-            EXPECT_EQ(left.text == right.text, left.rank == right.rank);
-            EXPECT_EQ(left.text < right.text, left.rank < right.rank);
-            EXPECT_EQ(left.text >= right.text, left.rank >= right.rank);
-        }
-    }
 }
 
 TEST(String, SplitListYieldsTrimmedItems)

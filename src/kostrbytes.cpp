@@ -1,0 +1,100 @@
+#include "kocmpwalk.h"
+#include "kocollator.h"
+#include "kowildmatch.h"
+
+#include <algorithm>
+
+// Comparing texts without a code set: bytes.
+
+namespace
+{
+
+/// A place in a text or pattern of bytes.
+class Bytes
+{
+public:
+    Bytes(const KoText& text, unsigned limit)
+        : m_at(text.bytes), m_left(std::min(text.units, limit))
+    {
+    }
+    o_u4b Key() const { return m_left == 0 ? 0 : static_cast<unsigned char>(*m_at); }
+    void Advance()
+    {
+        ++m_at;
+        --m_left;
+    }
+    KoPatternKind Kind() const
+    {
+        switch (Key()) {
+        case 0:
+            return KoPatternKind::kEnd;
+        case '*':
+            return KoPatternKind::kRun;
+        case '?':
+            return KoPatternKind::kOne;
+        default:
+            return KoPatternKind::kLiteral;
+        }
+    }
+
+private:
+    const char* m_at;
+    unsigned m_left;
+};
+
+/// The difference of two bytes; where a side has no text at all, the sign alone.
+KoTextOrder Difference(const KoText& left, const KoText& right, unsigned a, unsigned b)
+{
+    if (left.bytes == nullptr || right.bytes == nullptr)
+        return {KoOrder(a, b)};
+    return {static_cast<int>(a) - static_cast<int>(b)};
+}
+
+KoTextOrder Compare(const KoText& left, const KoText& right, unsigned limit)
+{
+    const auto* a = reinterpret_cast<const unsigned char*>(left.bytes);
+    const auto* b = reinterpret_cast<const unsigned char*>(right.bytes);
+    const unsigned end = std::min({left.units, right.units, limit});
+    const unsigned i = end == 0 ? 0 : static_cast<unsigned>(KoEqualBytes(a, b, end));
+    const bool leftEnds = i == left.units;
+    const bool rightEnds = i == right.units;
+    const bool open = (leftEnds && left.cut) || (rightEnds && right.cut);
+    if (i == limit || (leftEnds && rightEnds && !open))
+        return {};
+    // What stands behind a terminator is no text.
+    if (i != 0 && KoUnitsBeforeZero(left.bytes, 1, i) < i)
+        return {};
+    if (open)
+        return {0, true};
+    return Difference(left, right, leftEnds ? 0 : a[i], rightEnds ? 0 : b[i]);
+}
+
+/// With a side cut the bytes before the first wildcard are compared, and behind it nothing is
+/// certain but a pattern that ends in "*".
+KoTextOrder MatchCut(const KoText& left, const KoText& right, unsigned limit)
+{
+    Bytes pattern(right, limit);
+    unsigned literal = 0;
+    for (; pattern.Kind() == KoPatternKind::kLiteral; pattern.Advance())
+        ++literal;
+    if (pattern.Kind() == KoPatternKind::kEnd)
+        return Compare(left, right, limit);
+    const KoTextOrder found = Compare(left, right, literal);
+    if (found.open || found.order != 0)
+        return found;
+    while (pattern.Kind() == KoPatternKind::kRun)
+        pattern.Advance();
+    return {0, right.cut || pattern.Kind() != KoPatternKind::kEnd};
+}
+
+} // namespace
+
+KoTextOrder KoCompareBytes(const KoText& left, const KoText& right, bool wildcards, unsigned limit)
+{
+    if (!wildcards)
+        return Compare(left, right, limit);
+    if (left.cut || right.cut)
+        return MatchCut(left, right, limit);
+    const KoMatch match = KoMatchWildcards(Bytes(left, limit), Bytes(right, limit));
+    return match.matched ? KoTextOrder{} : Difference(left, right, match.text, match.pattern);
+}

@@ -1,0 +1,274 @@
+#include "kocmpwalk.h"
+#include "kocollator.h"
+#include "kowildmatch.h"
+
+#include <atomic>
+
+// Comparing texts: the rules in full. kostrcmpfast.cpp and kowildfast.cpp have what
+// they come to for most texts.
+
+o_u2b KoOrderReader::NextPending()
+{
+    const o_u2b order = m_pending[0];
+    m_pending[0] = m_pending[1];
+    m_pending[1] = 0;
+    --m_limit;
+    return order;
+}
+
+o_u2b KoOrderReader::Expand(o_u2b character)
+{
+    o_u2b orders[3];
+    m_codeSet->GetOrders(character, orders);
+    m_pending[0] = orders[1];
+    m_pending[1] = orders[2];
+    return orders[0];
+}
+
+namespace
+{
+
+/// A place in a text, from element to element: an element is an order that the operator word does
+/// not leave out.
+class Elements
+{
+public:
+    Elements(const KoText& text, unsigned from, unsigned limit, const KoCompareMode& mode)
+        : m_orders(text, from, limit), m_mode(&mode)
+    {
+    }
+
+    o_u4b Key() const { return m_key; }
+    /// A space or symbol: passed over at first, it decides where nothing else does.
+    bool IsSkipped() const { return m_skipped; }
+    bool IsOpenEnd() const { return m_key == 0 && m_open; }
+
+protected:
+    /// Takes an order; false where the operator word leaves it out.
+    bool Take(o_u2b order)
+    {
+        const KoOrderClass orderClass = KoClassOfOrder(order);
+        m_skipped = orderClass == KoORDER_SPACE || orderClass == KoORDER_SYMBOL;
+        if (m_skipped && (orderClass == KoORDER_SPACE ? m_mode->skipsSpaces : m_mode->skipsSymbols))
+            return false;
+        m_key = KoCollationKey(order, m_orders.Variant()) & m_mode->mask;
+        m_open = order == 0 && m_orders.EndsOpen();
+        return true;
+    }
+
+    KoOrderReader m_orders;
+
+private:
+    const KoCompareMode* m_mode;
+    o_u4b m_key = 0;
+    bool m_skipped = false;
+    bool m_open = false;
+};
+
+class TextElements : public Elements
+{
+public:
+    TextElements(const KoText& text, unsigned from, unsigned limit, const KoCompareMode& mode)
+        : Elements(text, from, limit, mode)
+    {
+        Advance();
+    }
+    void Advance()
+    {
+        while (!Take(m_orders.Next())) {
+        }
+    }
+};
+
+/// Of the right text, which is a pattern where wildcards are on.
+class PatternElements : public Elements
+{
+public:
+    PatternElements(const KoText& text, unsigned from, unsigned limit, const KoCompareMode& mode)
+        : Elements(text, from, limit, mode),
+          m_wildcards(mode.wildcards ? KoWildcards::Current() : KoWildcards{})
+    {
+        Advance();
+    }
+
+    KoPatternKind Kind() const { return m_kind; }
+    bool IsWildcard() const { return m_kind >= KoPatternKind::kOne; }
+
+    void Advance()
+    {
+        for (;;) {
+            o_u2b order = m_orders.Next();
+            m_kind = order == 0 ? KoPatternKind::kEnd : KoPatternKind::kLiteral;
+            if (order != 0) {
+                if (order == m_wildcards.escape)
+                    order = Escaped(order);
+                else if (order == m_wildcards.asterisk)
+                    m_kind = KoPatternKind::kRun;
+                else if (order == m_wildcards.question)
+                    m_kind = KoPatternKind::kOne;
+            }
+            if (Take(order) || IsWildcard())
+                return;
+        }
+    }
+
+private:
+    /// At the very end the escape stands for itself.
+    o_u2b Escaped(o_u2b escape)
+    {
+        const o_u2b order = m_orders.Next();
+        if (order != 0)
+            return order;
+        if (!m_orders.EndsOpen())
+            return escape;
+        m_kind = KoPatternKind::kEnd;
+        return 0;
+    }
+
+    KoWildcards m_wildcards; ///< zeros, which no order is, where wildcards are off
+    KoPatternKind m_kind = KoPatternKind::kEnd;
+};
+
+/// The rest of a pattern is asterisks only, and whole.
+bool MatchesAll(PatternElements pattern)
+{
+    while (pattern.Kind() == KoPatternKind::kRun)
+        pattern.Advance();
+    return pattern.Kind() == KoPatternKind::kEnd && !pattern.IsOpenEnd();
+}
+
+/// From the pattern's first wildcard on, where all before it is equal.
+KoTextOrder Match(const TextElements& left, const PatternElements& right, bool cut)
+{
+    if (cut)
+        return {0, !MatchesAll(right)};
+    return {KoMatchWildcards(left, right).Order()};
+}
+
+/// Compares element by element. Between two that are not skipped may stand skipped ones, a gap: the
+/// gaps of both texts are compared like words, and the first that differ are kept as the
+/// tie-breaker. Going by gaps notices where something was skipped, which makes the order a total
+/// one: texts are equal exactly when all their elements are.
+KoTextOrder CompareElements(TextElements left, PatternElements right, bool cut)
+{
+    int tie = 0;
+    const auto differ = [&tie](int order) {
+        if (tie == 0)
+            tie = order;
+    };
+    for (;;) {
+        if (right.IsWildcard())
+            return tie != 0 ? KoTextOrder{tie} : Match(left, right, cut);
+        if (left.IsOpenEnd() || right.IsOpenEnd()) {
+            // More text can only make a side greater. That changes nothing where the other side has
+            // ended and the cut one is greater already.
+            const bool leftOver = left.Key() == 0 && !left.IsOpenEnd();
+            const bool rightOver = right.Key() == 0 && !right.IsOpenEnd();
+            return {tie, !((rightOver && tie > 0) || (leftOver && tie < 0))};
+        }
+        if (left.IsSkipped() || right.IsSkipped()) {
+            if (left.IsSkipped() && right.IsSkipped())
+                differ(KoOrder(left.Key(), right.Key()));
+            else
+                differ(left.IsSkipped() ? 1 : -1);
+            const bool both = left.IsSkipped() == right.IsSkipped();
+            if (both || left.IsSkipped())
+                left.Advance();
+            if (both || right.IsSkipped())
+                right.Advance();
+            continue;
+        }
+        if (left.Key() != right.Key()) {
+            // A cut side that has more than a whole one is greater, whatever comes.
+            return {KoOrder(left.Key(), right.Key())};
+        }
+        if (left.Key() == 0)
+            return {tie};
+        left.Advance();
+        right.Advance();
+    }
+}
+
+} // namespace
+
+KoTextOrder KoCompareText(const KoText& left, const KoText& right, o_u2b cmpOp, unsigned limit)
+{
+    const KoCompareMode mode(cmpOp);
+    if (left.IsNull() || right.IsNull()) {
+        if (!right.IsNull() && mode.wildcards) {
+            KoText empty = left; // so that a null value matches a pattern for any text
+            empty.units = 0;
+            empty.language = KoLANG_NONE;
+            if (left.codeSet == KoCS_NULL)
+                empty.codeSet = KoCS_UNICODE;
+            return KoCompareText(empty, right, cmpOp, limit);
+        }
+        return {KoOrder(left.IsNull() ? 0 : 1, right.IsNull() ? 0 : 1)};
+    }
+    if (limit == 0)
+        return {};
+    if (left.codeSet == KoCS_NONE && right.codeSet == KoCS_NONE)
+        return KoCompareBytes(left, right, mode.wildcards, limit);
+    unsigned from = 0;
+    if (limit == kNoLimit) {
+        KoTextOrder result;
+        if (KoCompareFast(left, right, mode, from, result))
+            return result;
+        if (mode.wildcards && KoMatchFast(left, right, mode, from, result))
+            return result;
+    }
+    return CompareElements(TextElements(left, from, limit, mode),
+                           PatternElements(right, from, limit, mode), left.cut || right.cut);
+}
+
+// ---- wildcards
+
+namespace
+{
+
+std::atomic<o_u2b> s_wildcards[3]; // 0 before the first use
+
+constexpr char kDefaultWildcards[] = {'*', '?', '\\'};
+
+o_u2b DefaultWildcard(unsigned index)
+{
+    const auto character = static_cast<o_u2b>(kDefaultWildcards[index]);
+    return KoLanguageContext::QueryCodeSet(KoCS_LATIN1)->GetOrder(character);
+}
+
+/// Two threads that meet here write the same.
+o_u2b Wildcard(unsigned index)
+{
+    o_u2b order = s_wildcards[index].load(std::memory_order_relaxed);
+    if (order == 0) {
+        order = DefaultWildcard(index);
+        s_wildcards[index].store(order, std::memory_order_relaxed);
+    }
+    return order;
+}
+
+std::atomic<bool> s_replaced;
+
+} // namespace
+
+KoWildcards KoWildcards::Current()
+{
+    return {Wildcard(0), Wildcard(1), Wildcard(2)};
+}
+
+bool KoWildcards::AreDefault()
+{
+    return !s_replaced.load(std::memory_order_relaxed);
+}
+
+void KoWildcards::Replace(const KoWildcards& orders)
+{
+    const o_u2b given[] = {orders.asterisk, orders.question, orders.escape};
+    bool replaced = false;
+    for (unsigned i = 0; i < 3; ++i) {
+        if (given[i] != 0)
+            s_wildcards[i].store(given[i], std::memory_order_relaxed);
+        replaced = replaced || Wildcard(i) != DefaultWildcard(i);
+    }
+    s_replaced.store(replaced, std::memory_order_relaxed);
+}

@@ -1,0 +1,75 @@
+#ifndef KOWILDMATCH_H
+#define KOWILDMATCH_H
+
+#include "kocmpwalk.h"
+
+/// Matching a text against a pattern of keys. `Text` is a place in the text: Key(), which is 0 at
+/// the end, and Advance(). `Pattern` is one in the pattern and has Kind() as well. Both are copied.
+
+enum class KoPatternKind : unsigned char { kEnd, kLiteral, kOne, kRun };
+
+struct KoMatch {
+    bool matched = false;
+    o_u4b text = 0, pattern = 0; ///< the keys where it failed
+
+    /// 0 for a match, else the order of the keys where it failed.
+    int Order() const
+    {
+        if (matched)
+            return 0;
+        return text == 0 ? -1 : KoOrder(text, pattern);
+    }
+};
+
+/// Going back to the last run suffices: if the pattern up to that run fits at all, it fits at the
+/// first place where it does. So the time is at most the product of the two lengths.
+template <class Text, class Pattern>
+KoMatch KoMatchWildcards(Text text, Pattern pattern)
+{
+    Text retryText = text;
+    Pattern retryPattern = pattern;
+    bool retry = false;
+    // A place where the literal behind the run cannot begin need not be tried.
+    const auto seek = [&retryText, &retryPattern] {
+        if (retryPattern.Kind() != KoPatternKind::kLiteral)
+            return;
+        const o_u4b first = retryPattern.Key();
+        for (o_u4b key = retryText.Key(); key != first && key != 0; key = retryText.Key())
+            retryText.Advance();
+    };
+    for (;;) {
+        KoPatternKind kind = pattern.Kind();
+        if (kind == KoPatternKind::kRun) {
+            while (kind == KoPatternKind::kRun) {
+                pattern.Advance();
+                kind = pattern.Kind();
+            }
+            if (kind == KoPatternKind::kEnd)
+                return {true};
+            retry = true;
+            retryPattern = pattern;
+            retryText = text;
+            seek();
+            text = retryText;
+        }
+        const o_u4b key = text.Key();
+        if (kind == KoPatternKind::kEnd
+                ? key == 0
+                : key != 0 && (kind == KoPatternKind::kOne || key == pattern.Key())) {
+            if (key == 0)
+                return {true};
+            text.Advance();
+            pattern.Advance();
+            continue;
+        }
+        // From a later place less of the text is left.
+        if (!retry || key == 0)
+            return {false, key, pattern.Key()};
+        retryText.Advance();
+        seek();
+        text = retryText;
+        pattern = retryPattern;
+    }
+}
+
+#endif

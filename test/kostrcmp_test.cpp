@@ -1,0 +1,347 @@
+#include "texts.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <numeric>
+
+namespace
+{
+
+using Keys = std::vector<o_u4b>;
+
+o_u4b MaskOf(o_u2b cmpOp)
+{
+    return ((cmpOp & KoCMP_IGNORE_CASE) != 0 ? 0xFFFFFF9FU : 0xFFFFFFFFU) &
+           ((cmpOp & KoCMP_IGNORE_ACCENTS) != 0 ? 0xFFFFFFE0U : 0xFFFFFFFFU);
+}
+
+/// The keys of the first `limit` orders.
+Keys KeysOf(const KoString& text, std::size_t limit = ~std::size_t{0})
+{
+    const KoCodeSet& codeSet = *KoLanguageContext::QueryCodeSet(text.CodeSet());
+    const unsigned char variant = codeSet.GetVariant(text.Language());
+    Keys keys;
+    for (const o_u2b character : UnitsOf(text)) {
+        o_u2b orders[3];
+        const unsigned count = codeSet.GetOrders(character, orders);
+        for (unsigned i = 0; i < count; ++i)
+            keys.push_back(KoCollationKey(orders[i], variant));
+    }
+    keys.resize(std::min(keys.size(), limit));
+    return keys;
+}
+
+/// What a text counts for under an operator word without wildcards: the keys that decide first, and
+/// the spaces and symbols before each of them and behind the last.
+struct Weight {
+    Keys first;
+    std::vector<Keys> gaps{1};
+    auto operator<=>(const Weight&) const = default;
+
+    Weight(const KoString& text, o_u2b cmpOp, std::size_t limit)
+    {
+        for (const o_u4b key : KeysOf(text, limit)) {
+            const o_u4b order = key >> 8U & 0xFFFFU;
+            const bool space = order < 80;
+            if (space || order < 0x3F00) {
+                if ((cmpOp & (space ? KoCMP_SKIP_SPACES : KoCMP_SKIP_SYMBOLS)) == 0)
+                    gaps.back().push_back(key);
+                continue;
+            }
+            first.push_back(key & MaskOf(cmpOp));
+            gaps.emplace_back();
+        }
+    }
+};
+
+int Sign(auto order)
+{
+    return (order > 0) - (order < 0);
+}
+
+std::vector<o_u2b> PlainOperators()
+{
+    std::vector<o_u2b> all;
+    for (const o_u2b plain : {KoCMP_PLAIN, KoCMP_NO_WILDCARDS})
+        for (const unsigned strength : {0x00U, 0x20U, 0x40U, 0x60U})
+            for (const unsigned skips : {0x000U, 0x080U, 0x200U, 0x280U})
+                all.push_back(static_cast<o_u2b>(plain | strength | skips));
+    return all;
+}
+
+TEST(StrCmp, OperatorWordTellsWhatIsEqual)
+{
+    enum {
+        kAlways = 1,
+        kNoCase = 2,
+        kNoAccents = 4,
+        kNeither = 8,
+        kNoSpaces = 16,
+        kNoSymbols = 32
+    };
+    const struct {
+        const char16_t *left, *right;
+        unsigned equal; ///< under which of the words
+    } rows[] = {
+        {u"strix", u"strix", 63},
+        {u"a", u"A", kNoCase | kNeither},
+        {u"e", u"\u00E9", kNoAccents | kNeither},
+        {u"E", u"\u00E9", kNeither},
+        {u"stra\u00DFe", u"strasse", kNoAccents | kNeither},
+        {u"\u00DF", u"SS", kNeither},
+        {u"\u00C6", u"\u00E6", kNoCase | kNeither},
+        {u"\u00C6", u"Ae", kNeither},
+        {u"i", u"\u0131", kNoAccents | kNeither},
+        {u"d", u"\u00F0", 0},
+        {u"2", u"\u00B2", 0},
+        {u"co op", u"coop", kNoSpaces},
+        {u"co-op", u"coop", kNoSymbols},
+        {u"co-op", u"co op", 0},
+        {u"\u516C", u"\u00FD", 0}, // the value of the one is the order of the other
+        {u"\u03B1", u"\u03B2", kNoSymbols},
+    };
+    const o_u2b words[] = {0, 0x20, 0x40, 0x60, 0x80, 0x200};
+    for (const auto& row : rows)
+        for (unsigned i = 0; i < std::size(words); ++i)
+            for (const o_u2b plain : {KoCMP_PLAIN, KoCMP_NO_WILDCARDS, KoCmpOp{}}) {
+                const auto cmpOp = static_cast<o_u2b>(words[i] | plain);
+                const KoString left = Text(row.left);
+                const KoString right = Text(row.right);
+                EXPECT_EQ(left.Compare(right, -1, cmpOp) == 0, (row.equal >> i & 1U) != 0)
+                    << Show(left) << " and " << Show(right) << " under " << cmpOp;
+            }
+}
+
+TEST(StrCmp, OrderOfSomeTexts)
+{
+    // Ascending: letters first, then spaces and symbols, the shorter before the longer.
+    const char16_t* const ascending[] = {
+        u"",   u" ",  u"-",    u"1",     u"\u00B2", u"A",     u"AB",   u"\u00C1", u"a",
+        u"a ", u" a", u"-a",   u"ab",    u"a b",    u"a-b",   u"a--b", u"abc",    u"\u00E1",
+        u"Bc", u"ba", u"coop", u"coop ", u"co op",  u"co-op", u"s",    u"\u00DF", u"\u9000",
+    };
+    const unsigned count = std::size(ascending);
+    for (unsigned i = 0; i + 1 < count; ++i) {
+        const KoString left = Text(ascending[i]);
+        const KoString right = Text(ascending[i + 1]);
+        EXPECT_LT(left.Compare(right, -1, KoCMP_PLAIN), 0) << Show(left) << " " << Show(right);
+        EXPECT_GT(right.Compare(left, -1, KoCMP_PLAIN), 0) << Show(left) << " " << Show(right);
+    }
+}
+
+// A sort gives every text a rank. Where each comparison of two texts agrees with their ranks, the
+// relation is antisymmetric and transitive, and equality an equivalence.
+TEST(StrCmp, OrderIsTotalUnderEveryOperator)
+{
+    Random random(1);
+    for (const o_u2b cmpOp : PlainOperators()) {
+        std::vector<KoString> texts;
+        for (unsigned i = 0; i < 120; ++i)
+            texts.push_back(random.AnyText());
+        const auto before = [cmpOp](const KoString& a, const KoString& b) {
+            return a.Compare(b, -1, cmpOp) < 0;
+        };
+        std::sort(texts.begin(), texts.end(), before);
+        std::vector<int> ranks(texts.size());
+        for (std::size_t i = 1; i < texts.size(); ++i)
+            ranks[i] = ranks[i - 1] + (before(texts[i - 1], texts[i]) ? 1 : 0);
+        for (std::size_t i = 0; i < texts.size(); ++i)
+            for (std::size_t j = 0; j < texts.size(); ++j)
+                ASSERT_EQ(Sign(texts[i].Compare(texts[j], -1, cmpOp)), Sign(ranks[i] - ranks[j]))
+                    << Show(texts[i]) << " and " << Show(texts[j]) << " under " << cmpOp;
+    }
+}
+
+TEST(StrCmp, AgreesWithTheRulesWrittenSimply)
+{
+    Random random(2);
+    const std::vector<o_u2b> words = PlainOperators();
+    for (unsigned i = 0; i < 60000; ++i) {
+        const KoString left = random.AnyText();
+        const KoString right = random.Below(3) == 0 ? random.AnyText() : random.Like(left);
+        if (left.IsNullValue() || right.IsNullValue())
+            continue;
+        const o_u2b cmpOp = words[random.Below(static_cast<unsigned>(words.size()))];
+        const bool limited = random.Below(3) == 0;
+        const auto len = static_cast<short>(limited ? random.Below(8) : -1U);
+        const std::size_t limit = limited ? static_cast<std::size_t>(len) : ~std::size_t{0};
+        const auto expected = Weight(left, cmpOp, limit) <=> Weight(right, cmpOp, limit);
+        ASSERT_EQ(Sign(left.Compare(right, len, cmpOp)), Sign(expected))
+            << Show(left) << " and " << Show(right) << " under " << cmpOp << ", " << len;
+        int secondary = 77;
+        const int order = KoStrCmp(left.CodeSet(), left.Language(), left.StrGet(), right.CodeSet(),
+                                   right.Language(), right.StrGet(), cmpOp, len, 1, &secondary);
+        ASSERT_EQ(Sign(order), Sign(expected));
+        const auto counted = static_cast<o_u2b>(cmpOp & ~0x280);
+        ASSERT_EQ(Sign(secondary), order != 0 ? Sign(order)
+                                              : Sign(Weight(left, counted, limit) <=>
+                                                     Weight(right, counted, limit)));
+    }
+}
+
+TEST(StrCmp, NullsLengthsAndBytes)
+{
+    KoString null;
+    null.SetNullValue();
+    const KoString earlier(KoCS_NULL, 0);
+    const KoString empty;
+    const KoString a("a");
+    const auto bytes = [](const char* text) {
+        KoString plain(text);
+        plain.SetCodeSetCode(KoCS_NONE);
+        return plain;
+    };
+    const struct {
+        const char* why;
+        KoString left, right;
+        o_u2b cmpOp;
+        short len;
+        int order;
+    } rows[] = {
+        {"two nulls", null, earlier, 0, -1, 0},
+        {"null first", null, empty, 0x10, -1, -1},
+        {"null first", earlier, a, 0x100, -1, -1},
+        {"null last on the right", empty, null, 0, -1, 1},
+        {"a null value matches as an empty text", null, KoString("*"), 0, -1, 0},
+        {"and fails as one", null, a, 0, -1, -1},
+        {"before any length", null, a, 0x10, 0, -1},
+        {"no length", a, KoString("b"), 0x10, 0, 0},
+        {"254 with a language is none", KoString(KoCS_NULL, 5), empty, 0x10, -1, 0},
+        {"run", bytes("abbc"), bytes("a*c"), 0, -1, 0},
+        {"one", bytes("abc"), bytes("a?c"), 0, -1, 0},
+        {"no escape in bytes", bytes("a\\xc"), bytes("a\\*c"), 0, -1, 0},
+        {"difference of bytes", bytes("abx"), bytes("ab?d"), 0, -1, -'d'},
+        {"difference of bytes", bytes("abe"), bytes("*c"), 0, -1, -'c'},
+        {"unsigned bytes", bytes("\xE9"), bytes("a"), 0x10, -1, 0xE9 - 'a'},
+        {"limited", bytes("abe"), bytes("abc"), 0x10, 2, 0},
+        {"shorter", bytes("abe"), bytes("ab"), 0x100, -1, 'e'},
+        {"no text at all", bytes(""), bytes("ab"), 0x100, -1, -1},
+        {"none is native beside another", bytes("\xE9"), KoString("\xE9"), 0x10, -1, 0},
+        {"expansions count", KoString("\xDF"), KoString("\xDFx"), 0x10, 2, 0},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(row.left.Compare(row.right, row.len, row.cmpOp), row.order) << row.why;
+    EXPECT_EQ(KoStrCmp(1, 0, nullptr, 1, 0, "", 0x10, -1, 1, nullptr), 0);
+    EXPECT_EQ(KoStrCmp(0, 0, "a", 0, 0, nullptr, 0, -1, 1, nullptr), 1);
+    const char unterminated[] = {'a', 'b'};
+    EXPECT_EQ(KoStrCmp(1, 0, unterminated, 1, 0, "abc", 0x10, 2, 1, nullptr), 0);
+    const char big[] = "\0a\0*\0";
+    EXPECT_EQ(KoStrCmp(1, 0, "abc", 253, 0, big, 0, -1, KoFMT_BIG, nullptr), 0);
+    EXPECT_LT(KoStrCmp(255, 255, "abc", 1, 0, "abd", 0x10, -1, 255, nullptr), 0);
+    EXPECT_TRUE(KoString("a") == KoString("a") && KoString("a\\b") != KoString("a\\b"));
+    KoString japanese("a");
+    japanese.SetLanguage(KoLANG_JAPANESE);
+    EXPECT_NE(japanese.Compare(a, -1, 0x10), 0);
+    EXPECT_TRUE(japanese.EqualsIgnoreLanguage(a) && !a.EqualsIgnoreLanguage("?"));
+}
+
+/// The characters that a text or pattern of the alphabet below comes to: what an operator does not
+/// ignore or leave out. 1 and 2 are the wildcards of a pattern.
+std::u16string Folded(const std::u16string& text, bool pattern, bool bytes, o_u2b cmpOp)
+{
+    std::u16string folded;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        char16_t c = text[i];
+        if (pattern && c == '\\' && !bytes && i + 1 < text.size())
+            c = text[++i];
+        else if (pattern && (c == '*' || c == '?')) {
+            folded += c == '*' ? u'\1' : u'\2';
+            continue;
+        }
+        if (bytes) {
+            folded += c;
+            continue;
+        }
+        if (c == ' ' ? (cmpOp & 0x80) != 0 : (cmpOp & 0x200) != 0 && c < '0')
+            continue;
+        if ((c == '?' || c == '\\') && (cmpOp & 0x200) != 0)
+            continue;
+        if (c == 'A' && (cmpOp & 0x20) != 0)
+            c = 'a';
+        if (c == 0xE9 && (cmpOp & 0x40) != 0)
+            c = 'e';
+        if (c == 0xDF) { // is ss; its first s has an accent
+            folded += (cmpOp & 0x40) != 0 ? u's' : u'\3';
+            c = 's';
+        }
+        folded += c;
+    }
+    return folded;
+}
+
+bool Matches(const std::u16string& text, const std::u16string& pattern)
+{
+    // can[j]: the text so far matches the first j of the pattern.
+    bool can[32] = {true};
+    const std::size_t n = pattern.size();
+    for (std::size_t j = 0; j < n && pattern[j] == 1; ++j)
+        can[j + 1] = true;
+    for (const char16_t c : text) {
+        bool diagonal = can[0];
+        can[0] = false;
+        for (std::size_t j = 0; j < n; ++j) {
+            const bool above = can[j + 1];
+            can[j + 1] = pattern[j] == 1 ? above || can[j]
+                                         : diagonal && (pattern[j] == 2 || pattern[j] == c);
+            diagonal = above;
+        }
+    }
+    return can[n];
+}
+
+TEST(StrCmp, WildcardsMatchAsASimpleMatcherDoes)
+{
+    Random random(3);
+    const char16_t alphabet[] = u"aab*?A-\\ \u00E9es\u00DF";
+    const o_u2b words[] = {0, 0x20, 0x40, 0x60, 0x80, 0x200, 0x280};
+    const unsigned char codeSets[] = {0, 1, 1, 2, 32, 253};
+    unsigned matches = 0;
+    for (unsigned i = 0; i < 1000000 / 20; ++i) {
+        const KoString text = random.Text(alphabet, 10, codeSets);
+        const std::u16string units = UnitsOf(text);
+        for (unsigned j = 0; j < 20; ++j) {
+            const KoString pattern = random.Text(alphabet, 7, codeSets);
+            const o_u2b cmpOp = words[random.Below(std::size(words))];
+            const bool bytes = text.CodeSet() == 0 && pattern.CodeSet() == 0;
+            const bool expected = Matches(Folded(units, false, bytes, cmpOp),
+                                          Folded(UnitsOf(pattern), true, bytes, cmpOp));
+            matches += expected ? 1U : 0U;
+            ASSERT_EQ(text.Compare(pattern, -1, cmpOp) == 0, expected)
+                << Show(text) << " and " << Show(pattern) << " under " << cmpOp;
+        }
+    }
+    EXPECT_GT(matches, 30000U);
+}
+
+// The time is at most the product of the lengths: a matcher that tries every way would not end.
+TEST(StrCmp, NoPatternTakesLong)
+{
+    const auto repeated = [](const char* piece, const char* end, unsigned length) {
+        std::string text;
+        while (text.size() + std::strlen(piece) + std::strlen(end) <= length)
+            text += piece;
+        return KoString((text + end).c_str());
+    };
+    constexpr unsigned kLongest = 65531;
+    const KoString text = repeated("a", "", kLongest);
+    const struct {
+        KoString pattern;
+        bool matches;
+    } rows[] = {
+        {repeated("*a", "*b", kLongest), false}, {repeated("a*", "", kLongest), true},
+        {repeated("*?", "", kLongest), true},    {repeated("*", "b", kLongest), false},
+        {repeated("a", "*b", kLongest), false},  {repeated("*aaaaaaaaab", "*", kLongest), false},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(text.Compare(row.pattern, -1, 0) == 0, row.matches);
+        EXPECT_EQ(text.Compare(row.pattern, -1, 0x280) == 0, row.matches);
+        KoString left = text;
+        KoString right = row.pattern;
+        left.SetCodeSetCode(KoCS_NONE);
+        right.SetCodeSetCode(KoCS_NONE);
+        EXPECT_EQ(left.Compare(right, -1, 0) == 0, row.matches);
+    }
+}
+
+} // namespace
