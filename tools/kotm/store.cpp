@@ -21,7 +21,8 @@ namespace
 
 using nlohmann::json;
 
-constexpr std::uint64_t kReserveStep = 1U << 20;
+/// After so many bytes a new store is committed, and room is reserved for an old one that grows.
+constexpr std::uint64_t kStep = 1U << 20;
 
 MDB_val Val(std::string_view bytes)
 {
@@ -131,12 +132,13 @@ void Store::OpenEnvironment(std::uint64_t mapBytes)
         break;
     case Mode::Add:
         // Pages are written in the map: a transaction of any size then costs no memory beyond it.
-        flags |= MDB_WRITEMAP;
+        flags |= MDB_WRITEMAP | MDB_NORDAHEAD;
         Check(mdb_env_set_mapsize(m_env, std::max(mapBytes, 2 * m_bytesBefore)));
         break;
     case Mode::Create:
-        // Nobody else sees the file until it is complete and on disk.
-        flags |= MDB_WRITEMAP | MDB_NOLOCK | MDB_NOSYNC;
+        // Nobody else sees the file until it is complete and on disk: what is there may be
+        // committed in steps, and pages written to the file take less time than pages of the map.
+        flags |= MDB_NORDAHEAD | MDB_NOLOCK | MDB_NOSYNC;
         Check(mdb_env_set_mapsize(m_env, mapBytes));
         break;
     }
@@ -288,7 +290,7 @@ std::uint64_t Store::Add(std::string_view record)
 {
     if (m_counts.nextNumber > kMaxObjectNumber)
         throw Failure(Exit::Io, m_path + ": the store is full (no object numbers are left)");
-    ReserveFor(record.size());
+    Count(record.size());
     char id[kObjectIdBytes];
     PutObjectId(id, m_counts.nextNumber);
     MDB_val key = Val({id, kObjectIdBytes});
@@ -300,7 +302,7 @@ std::uint64_t Store::Add(std::string_view record)
 
 void Store::AddEntry(std::size_t attribute, std::string_view entry, bool inOrder)
 {
-    ReserveFor(entry.size());
+    Count(entry.size());
     MDB_val key = Val(entry);
     MDB_val value = Val({});
     Check(mdb_put(m_txn, Index(attribute), &key, &value, inOrder ? MDB_APPEND : 0));
@@ -322,20 +324,31 @@ std::uint64_t Store::PagesInUse() const
     return pages;
 }
 
-void Store::ReserveFor(std::size_t bytes)
+void Store::Count(std::size_t bytes)
 {
-    m_unreserved += bytes;
-    if (m_unreserved < kReserveStep)
+    m_sinceStep += bytes;
+    if (m_sinceStep < kStep)
         return;
+    if (m_mode == Mode::Create) {
+        Check(mdb_txn_commit(std::exchange(m_txn, nullptr)));
+        Check(mdb_txn_begin(m_env, nullptr, 0, &m_txn));
+    } else {
+        Reserve();
+    }
+    m_sinceStep = 0;
+}
+
+/// A page of the map that finds no room on the disk would end the process.
+void Store::Reserve()
+{
     MDB_stat stat{};
     Check(mdb_env_stat(m_env, &stat));
     // Every page in use may be a new one beside the old. The step lies well within the slack.
     const std::uint64_t most =
-        m_bytesBefore + PagesInUse() * stat.ms_psize + m_unreserved + 4 * kReserveStep;
+        m_bytesBefore + PagesInUse() * stat.ms_psize + m_sinceStep + 4 * kStep;
     MDB_envinfo info{};
     Check(mdb_env_info(m_env, &info));
     m_lock->Reserve(std::min<std::uint64_t>(most, info.me_mapsize));
-    m_unreserved = 0;
 }
 
 void Store::Commit()

@@ -82,7 +82,8 @@ private:
     void ReadDescription();
     void WriteDescription();
     void WriteCounts();
-    void ReserveFor(std::size_t bytes);
+    void Count(std::size_t bytes);
+    void Reserve();
     std::uint64_t PagesInUse() const;
     void Close() noexcept;
     bool Find(std::size_t attribute, const char* id, std::string_view& form) override;
@@ -100,7 +101,7 @@ private:
     MDB_dbi m_objects = 0;
     std::vector<std::optional<MDB_dbi>> m_indexes;
     StoreCounts m_counts;
-    std::size_t m_unreserved = 0; ///< bytes put since the last ReserveFor looked
+    std::size_t m_sinceStep = 0; ///< bytes put since the last step
     std::string m_bounds[2];
     std::optional<RecordReader> m_reader;
     FullForms* m_previousForms = nullptr;
