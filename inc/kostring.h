@@ -2,6 +2,7 @@
 #define KOSTRING_H
 
 #include "kobasic.h"
+#include "kochar.h"
 
 #include <kointl.h>
 
@@ -122,6 +123,22 @@ public:
     KoString& Expand(unsigned short n, char c); ///< appends `c` up to a length of `n`
     KoString& Expand(unsigned short n, unsigned short c);
 
+    // ---- characters
+    /// The character at `i`, referring to the text: assigning to it changes the text. The
+    /// terminator
+    /// (`i` equal to Len()) comes by value; any other `i` gives KoChar::Invalid().
+    KoChar operator[](int i);
+    const KoChar operator[](int i) const;
+    // Blanks are the characters for which KoChar::IsSpace holds.
+    KoString& LeftTrim();  ///< without the blanks at the beginning
+    KoString& RightTrim(); ///< without those at the end
+    KoString& Trim();      ///< without either
+    /// Case within the code set and by the language, see KoCodeSet::ToUpper.
+    KoString& ToUpper();
+    KoString& ToLower();
+    /// Applies an operation to every character, in place; see KoStringIterator::Transform.
+    KoString& Transform(KoCharOperation& operation);
+
     // ---- null value
     bool IsNullValue() const
     {
@@ -187,6 +204,7 @@ private:
     int MapFrom(const KoString& source, unsigned char codeSet, unsigned limit);
     Piece Whole() const;
     Piece Part(unsigned pos, unsigned count) const;
+    KoString& KeepWithoutBlanks(bool atBegin, bool atEnd);
     const char* At(unsigned pos) const { return m_buffer + std::size_t{pos} * Width(); }
 
     char* m_buffer = nullptr; ///< characters and terminator; null when there are none

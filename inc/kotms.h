@@ -5,9 +5,12 @@
 
 #include "_konulty.h"
 #include "kobasic.h"
+#include "kochar.h"
 #include "kodate.h"
 #include "kodatetime.h"
 #include "koint64.h"
+#include "kombs.h"
+#include "koorder.h"
 #include "kostrcmp.h"
 #include "kostring.h"
 #include "kotemporal.h"

@@ -10,10 +10,14 @@ inline constexpr unsigned kNoLimit = 0xFFFFFFFFU;
 
 /// The code set that the characters of a text are read by. Identifier 255 has 16-bit characters,
 /// whatever the default code set is.
-inline const KoCodeSet& KoCodeSetOf(const KoText& text)
+inline const KoCodeSet& KoCodeSetOf(unsigned char codeSet)
 {
     return *KoLanguageContext::QueryCodeSet(
-        text.codeSet == KoCS_DEFAULT ? static_cast<unsigned char>(KoCS_UNICODE) : text.codeSet);
+        codeSet == KoCS_DEFAULT ? static_cast<unsigned char>(KoCS_UNICODE) : codeSet);
+}
+inline const KoCodeSet& KoCodeSetOf(const KoText& text)
+{
+    return KoCodeSetOf(text.codeSet);
 }
 
 /// The collation variant of a text's language.

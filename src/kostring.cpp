@@ -60,6 +60,14 @@ void KoStringAccess::Set(KoString& string, const KoText& text)
     string.Become({text.bytes, text.units, text.codeSet, text.format}, text.codeSet, text.language);
 }
 
+int KoStringAccess::Convert(KoString& string, const KoText& text, unsigned char codeSet,
+                            unsigned char language)
+{
+    const KoString::Outcome outcome =
+        string.Become({text.bytes, text.units, text.codeSet, text.format}, codeSet, language);
+    return outcome == KoString::Outcome::kDone ? KoRC_OK : -1;
+}
+
 KoText KoStringAccess::Get(const KoString& string)
 {
     const unsigned width = string.Width();

@@ -42,6 +42,10 @@ struct KoStringAccess {
     /// runs out.
     static void Set(KoString& string, const KoText& text);
     static KoText Get(const KoString& string);
+    /// Makes `string` the given text converted to `codeSet`: 0, -1 where a character became "?", or
+    /// -1 with the string as it was when memory runs out. The text may stand in the string itself.
+    static int Convert(KoString& string, const KoText& text, unsigned char codeSet,
+                       unsigned char language);
 };
 
 #endif

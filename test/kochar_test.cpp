@@ -1,0 +1,315 @@
+#include "kotext.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <vector>
+
+namespace
+{
+
+using Codes = std::u16string;
+
+/// The characters from an iterator's place on.
+Codes Rest(KoStringIterator at)
+{
+    Codes codes;
+    for (; !at.IsEOS(); ++at)
+        codes += static_cast<char16_t>((*at).Code());
+    return codes;
+}
+
+std::vector<unsigned> Orders(KoStringIterator at)
+{
+    std::vector<unsigned> orders;
+    for (unsigned order; (order = at.GetNextOrder(1)) != 0;)
+        orders.push_back(order);
+    return orders;
+}
+
+TEST(Char, WritesThroughItsReference)
+{
+    for (const unsigned char codeSet : {o_u1b{1}, o_u1b{253}}) {
+        KoString text = Text(u"abc", codeSet);
+        text[1] = 'x';
+        EXPECT_EQ(Units(text), u"axc");
+        KoChar first = text[0];
+        first = static_cast<unsigned short>(0x263A);
+        EXPECT_EQ(Units(text), codeSet == 1 ? u"\u003Axc" : u"\u263Axc")
+            << "the low byte of 8 bits";
+        KoChar copy(first);
+        copy = 'z';
+        EXPECT_EQ(text[1].Code(), 'x');
+        text[2] = text[1];
+        EXPECT_EQ(Units(text).substr(1), u"xx");
+        // No way of writing leads beyond the text.
+        text[3] = 'y';
+        text[99] = 'y';
+        text[-1] = 'y';
+        EXPECT_EQ(text.Len(), 3);
+    }
+    KoString koi = Text(u"abc", KoCS_KOI8_R);
+    koi[0] = KoChar(static_cast<unsigned short>(0x0416)); // mapped: Zhe
+    koi[1] = KoChar(static_cast<unsigned short>(0x4E00)); // no such character
+    EXPECT_EQ(Units(koi), u"\u00F6?c");
+    KoString empty;
+    empty[0] = 'x';
+    EXPECT_TRUE(empty.IsEmpty() && KoString().IsEmpty());
+}
+
+TEST(Char, HoldsOneCharacterOfACodeSet)
+{
+    char units[] = {'\x12', '\x34', '\x56'};
+    KoString text = Text(u"a\u20AC", KoCS_UNICODE, KoLANG_GERMAN);
+    KoLanguageContext::SetDefaultLanguage(KoLANG_FRENCH);
+    static const struct {
+        const char* what;
+        KoChar c;
+        unsigned code, codeSet, language;
+    } rows[] = {
+        {"char", KoChar('\xE9'), 0xE9, 1, 3},
+        {"short", KoChar(static_cast<unsigned short>(0x20AC)), 0x20AC, 253, 3},
+        {"short of 8 bits", KoChar(static_cast<unsigned short>(0x20AC), 2, 7), 0xAC, 2, 7},
+        {"char of 16 bits", KoChar('\xE9', 253, 7), 0xE9, 253, 7},
+        {"place, big first", KoChar(units, 253, 7, KoFMT_BIG), 0x1234, 253, 7},
+        {"place, off alignment", KoChar(units + 1, 253, 7, KoFMT_BIG), 0x3456, 253, 7},
+        {"place of 8 bits", KoChar(units + 2, 255, 255, 255), 0x56, 1, 3},
+        {"no place", KoChar(static_cast<const char*>(nullptr), 1, 0), 0, 1, 0},
+        {"byte offset", KoChar(text, 2), 0x20AC, 253, 2},
+        {"its terminator", KoChar(text, 4), 0, 253, 2},
+        {"offset inside a character", KoChar(text, 3), 0, 255, 255},
+        {"offset beyond", KoChar(text, 6), 0, 255, 255},
+        {"index", text[1], 0x20AC, 253, 2},
+        {"the terminator", text[2], 0, 253, 2},
+        {"beyond it", text[3], 0, 255, 255},
+        {"before all", text[-1], 0, 255, 255},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        EXPECT_EQ(row.c.Code(), row.code);
+        EXPECT_EQ(row.c.CodeSet(), row.codeSet);
+        EXPECT_EQ(row.c.Language(), row.language);
+    }
+    const KoChar invalid = KoChar::Invalid();
+    const KoChar copy(invalid);
+    EXPECT_TRUE(invalid.Language() == 255 && copy.Language() == 3 && copy.CodeSet() == 255);
+    KoLanguageContext::SetDefaultLanguage(KoLANG_NONE);
+    KoChar big(units, 253, 0, KoFMT_BIG);
+    big = static_cast<unsigned short>(0xABCD);
+    EXPECT_TRUE(units[0] == '\xAB' && units[1] == '\xCD' && units[2] == '\x56');
+}
+
+TEST(Char, IsOfOneClassByItsOrder)
+{
+    static const struct {
+        unsigned code;
+        const char* classes; // space, symbol, digit, alpha, han
+    } rows[] = {
+        {0, "s"},     {'\t', "s"}, {' ', "s"},    {0xA0, "s"},   {'*', "y"},
+        {0x3B1, "y"}, {'0', "d"},  {'9', "d"},    {0xB2, "d"},   {'A', "a"},
+        {'z', "a"},   {0xDF, "a"}, {0x4E00, "a"}, {0x9FFF, "h"}, {0xFF21, "h"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.code);
+        const KoChar c(static_cast<unsigned short>(row.code));
+        std::string classes;
+        classes += c.IsSpace() ? "s" : "";
+        classes += c.IsSymbol() ? "y" : "";
+        classes += c.IsDigit() ? "d" : "";
+        classes += c.IsAlpha() ? "a" : "";
+        classes += c.IsHan() ? "h" : "";
+        EXPECT_EQ(classes, row.classes);
+    }
+}
+
+// Every character of every code set means the same in Unicode, and comes back from there.
+TEST(Char, EveryCodeSetMapsToUnicodeAndBack)
+{
+    for (const unsigned char codeSet : kCodeSets) {
+        const KoCodeSet& set = *KoLanguageContext::QueryCodeSet(codeSet);
+        unsigned defined = 0;
+        for (unsigned code = 1; code < (KoCodeSetWidth(codeSet) == 1 ? 256U : 65536U); ++code) {
+            const KoChar c(static_cast<unsigned short>(code), codeSet);
+            o_u2b unicode = 0;
+            const KoChar mapped = c.MapTo(KoCS_UNICODE);
+            if (!set.ToUnicode(static_cast<o_u2b>(code), unicode)) {
+                ASSERT_EQ(mapped.Code(), '?');
+                continue;
+            }
+            ++defined;
+            ASSERT_EQ(mapped.Code(), unicode) << int{codeSet};
+            ASSERT_EQ(mapped.MapTo(codeSet).Code(), code) << int{codeSet};
+            ASSERT_EQ(mapped.Order(), c.Order()) << int{codeSet};
+        }
+        EXPECT_GE(defined, 127U);
+    }
+}
+
+TEST(Iterator, WalksBothWaysOverEveryKindOfText)
+{
+    std::mt19937 random(3);
+    for (int round = 0; round < 300; ++round) {
+        const unsigned char codeSet = kCodeSets[random() % std::size(kCodeSets)];
+        const bool wide = KoCodeSetWidth(codeSet) == 2;
+        Codes units(random() % 20, u'\0');
+        for (char16_t& unit : units)
+            unit = static_cast<char16_t>(random() % (wide ? 0xFFFF : 0xFF) + 1);
+        KoString text = Text(units, codeSet);
+        // The same text with its bytes in the order of persistent values, at any address.
+        std::vector<char> raw(1 + 2 * (units.size() + 1));
+        const unsigned char format = random() % 2 == 0 ? KoFMT_BIG : KoFMT_MEMORY;
+        if (wide)
+            ShortStore(raw.data() + 1, text.StrGet(), format, text.Len());
+        else
+            std::memcpy(raw.data() + 1, text.StrGet(), text.Len());
+        KoStringIterator places[] = {
+            KoStringIterator(text),
+            KoStringIterator(text.StrGet(), codeSet, 0),
+            KoStringIterator(raw.data() + 1, codeSet, 0, format),
+        };
+        for (KoStringIterator& at : places) {
+            ASSERT_EQ(Rest(at), units);
+            const KoStringIterator begin = at;
+            ASSERT_EQ(at.Step(65535), units.size());
+            ASSERT_TRUE(at.IsEOS() && (*at).Code() == 0 && ++at == at);
+            Codes backwards;
+            while (!(at == begin)) {
+                --at;
+                backwards += static_cast<char16_t>((*at).Code());
+            }
+            ASSERT_EQ(backwards, Codes(units.rbegin(), units.rend()));
+            ASSERT_TRUE(at-- == begin && at == begin);
+
+            // The orders of the text are those of its characters, and looking changes nothing.
+            std::vector<unsigned> orders;
+            for (const char16_t unit : units) {
+                o_u2b list[3];
+                const unsigned n = KoLanguageContext::QueryCodeSet(codeSet)->GetOrders(unit, list);
+                orders.insert(orders.end(), list, list + n);
+            }
+            ASSERT_EQ(Orders(at), orders);
+            for (const unsigned order : orders) {
+                ASSERT_FALSE(at.IsEOS());
+                ASSERT_EQ(at.GetNextOrder(0), order);
+                ASSERT_EQ(at.GetNextOrder(1), order);
+            }
+            ASSERT_TRUE(at.IsEOS() && at.GetNextOrder(1) == 0);
+        }
+    }
+}
+
+TEST(Iterator, KeepsTheOrdersOfACharacterThatStandsForSeveral)
+{
+    KoString text = Text(u"\u00DFa", 1); // sharp s
+    KoStringIterator at(text);
+    const std::vector<unsigned> orders = Orders(at);
+    ASSERT_EQ(orders.size(), 3U);
+    at.GetNextOrder(1);
+    EXPECT_EQ((*at).Code(), 'a') << "the character is behind, its second order is to come";
+    KoStringIterator copy = at;
+    EXPECT_TRUE(copy == at);
+    EXPECT_EQ(copy.GetNextOrder(1), orders[1]);
+    EXPECT_FALSE(copy == at) << "the same place without that order";
+    ++at;
+    EXPECT_TRUE(at.IsEOS()) << "moving by characters drops it";
+
+    const KoWCharList list = {{5, 6, 7}, 3};
+    at.SetOverflow(&list, 1);
+    EXPECT_FALSE(at.IsEOS());
+    EXPECT_EQ(Orders(at), (std::vector<unsigned>{6, 7}));
+    at.SetOverflow(nullptr, 0);
+    EXPECT_TRUE(at.IsEOS());
+
+    KoChar one = text[0];
+    EXPECT_EQ(Orders(KoStringIterator(one)), (std::vector<unsigned>{orders[0], orders[1]}));
+    KoChar value('x');
+    KoStringIterator single(value);
+    *single = 'y';
+    EXPECT_EQ(value.Code(), 'y');
+    EXPECT_EQ(Rest(KoStringIterator(static_cast<const char*>(nullptr), 1, 0)), u"");
+}
+
+TEST(Transform, MapsCaseWithinTheCodeSetByLanguage)
+{
+    static const struct {
+        const char* what;
+        unsigned char codeSet, language;
+        Codes text, upper, lower;
+    } rows[] = {
+        {"Latin-1", 1, 0, u"aZ\u00E9\u00C9\u00DF\u00FF1", u"AZ\u00C9\u00C9\u00DF\u00FF1",
+         u"az\u00E9\u00E9\u00DF\u00FF1"},
+        {"Y with diaeresis in Windows-1252", 32, 0, u"\u00FF\u009F", u"\u009F\u009F",
+         u"\u00FF\u00FF"},
+        {"Turkish", 9, KoLANG_TURKISH, u"iI\u00FD\u00DD", u"\u00DDII\u00DD", u"i\u00FD\u00FDi"},
+        {"Unicode", 253, 0, u"\u03B1\u0416\U0001F600", u"\u0391\u0416\U0001F600",
+         u"\u03B1\u0436\U0001F600"},
+        {"no code set: native", 0, 0, u"a\u00E9", u"A\u00C9", u"a\u00E9"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        KoString upper = Text(row.text, row.codeSet, row.language);
+        KoString lower = upper;
+        upper.ToUpper();
+        lower.ToLower();
+        EXPECT_EQ(Units(upper), row.upper);
+        EXPECT_EQ(Units(lower), row.lower);
+        EXPECT_EQ(upper.CodeSet(), row.codeSet);
+        EXPECT_EQ(upper.Language(), row.language);
+    }
+}
+
+/// Looks at the next character, moves its iterator, and refuses "d" by a zero.
+class Shift final : public KoCharOperation
+{
+public:
+    KoChar& Apply(KoChar& result, const KoChar& input, KoStringIterator& at) override
+    {
+        ++at;
+        seen += static_cast<char16_t>((*at).Code());
+        result = input.Code() == 'd' ? KoChar('\0') : KoChar(static_cast<unsigned short>(0x40B));
+        return result;
+    }
+    Codes seen;
+};
+
+TEST(Transform, AppliesAnOperationInPlace)
+{
+    Shift operation;
+    KoString text = Text(u"abcd", 5); // has Tshe as 0xAB
+    text.Transform(operation);
+    EXPECT_EQ(Units(text), u"\u00AB\u00AB\u00ABd");
+    EXPECT_EQ(operation.seen, Codes(u"bcd") + u'\0');
+    KoString target = Text(u"12", 1);
+    KoStringIterator from(text);
+    KoStringIterator to(target);
+    from.Transform(to, operation);
+    EXPECT_EQ(Units(target), u"??") << "as long as the target, which lacks the character";
+    KoString empty;
+    EXPECT_TRUE(empty.Transform(operation).IsEmpty());
+}
+
+TEST(Trim, RemovesWhatCountsAsSpace)
+{
+    static const struct {
+        Codes text, left, right, both;
+    } rows[] = {
+        {u" \t\u00A0ab c\u0085\r\n ", u"ab c\u0085\r\n ", u" \t\u00A0ab c", u"ab c"},
+        {u"ab", u"ab", u"ab", u"ab"},
+        {u" \x01 ", u"", u"", u""},
+        {u"", u"", u"", u""},
+        {u".a.", u".a.", u".a.", u".a."},
+    };
+    for (const auto& row : rows) {
+        for (const unsigned char codeSet : {o_u1b{0}, o_u1b{1}, o_u1b{253}}) {
+            const KoString text = Text(row.text, codeSet, 7);
+            EXPECT_EQ(Units(KoString(text).LeftTrim()), row.left);
+            EXPECT_EQ(Units(KoString(text).RightTrim()), row.right);
+            KoString both(text);
+            EXPECT_EQ(Units(both.Trim()), row.both);
+            EXPECT_TRUE(both.CodeSet() == codeSet && both.Language() == 7);
+            EXPECT_EQ(both.ByteSize(), row.both.empty() ? 0 : (both.Len() + 1) * both.Width());
+        }
+    }
+}
+
+} // namespace

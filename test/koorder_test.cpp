@@ -1,0 +1,131 @@
+#include <kotms.h>
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+
+namespace
+{
+
+std::string Words(unsigned order, unsigned char variant = 0)
+{
+    KoString text("before");
+    EXPECT_EQ(KoConvertOrderToString(static_cast<unsigned short>(order), variant, text), 0);
+    return text.StrGet();
+}
+
+struct Plain {
+    unsigned ch;
+    std::string name;
+};
+
+Plain ToChar(unsigned order, int exact = 1, unsigned char variant = 0)
+{
+    unsigned char ch = 0;
+    const char* name = nullptr;
+    EXPECT_EQ(KoConvertOrderToChar(static_cast<unsigned short>(order), variant, ch, exact, &name),
+              0);
+    return {ch, name};
+}
+
+constexpr unsigned Letter(unsigned index, unsigned accent, unsigned cases, unsigned extension = 0)
+{
+    return 0x4000 + cases * 4096 + accent * 128 + index * 4 + extension;
+}
+
+TEST(OrderText, DescribesEveryClass)
+{
+    static const struct {
+        unsigned order;
+        unsigned char variant;
+        const char* words;
+        unsigned plain;
+    } rows[] = {
+        {0, 0, "space", ' '},
+        {13, 0, "undefined ordering indicator", ' '},
+        {79, 0, "space", ' '},
+        {80, 0, "symbol ", 7},
+        {112, 0, "symbol _", '_'},
+        {135, 0, "symbol \"", '"'},
+        {138, 0, "symbol left pointing o_double angle quotation mark", '.'},
+        {150, 0, "symbol copyright sign", '.'},
+        {160, 0, "symbol reverse solidus", '.'},
+        {187, 0, "symbol |", '|'},
+        {219, 0, "symbol inverted question mark", '.'},
+        {16127, 0, "symbol ", 7},
+        {16128, 0, "digit 0", '0'},
+        {16128 + 70 + 1, 0, "digit 7 with expand", '7'},
+        {16128 + 95, 0, "digit 9 with expand", '9'},
+        {16383, 0, "digit 25 with expand", 'I'},
+        {Letter(3, 0, 0), 0, "upper letter A", 'A'},
+        {Letter(3, 2, 0), 0, "upper letter A with accent acute", 0xC1},
+        {Letter(3, 2, 1), 0, "lower letter a with accent acute", 0xE1},
+        {Letter(17, 14, 1), 0, "lower letter o with accent o_double acute", 'o'},
+        {Letter(17, 8, 2), 0, "lower letter o with stroke", 'o'},
+        {Letter(6, 0, 1, 1), 0, "lower letter d with extension", 'd'},
+        {Letter(6, 31, 1, 1), 0, "lower letter d with  with extension", 'd'},
+        {0x8001, 0, "HAN character 0x8001\n", 127},
+        {13, 20, "HAN character 0x000d\n", 127},
+        {13, 0x80 | 20, "HAN character 0x000d\n", 127},
+        {13, 0x80 | 19, "undefined ordering indicator", ' '},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(Words(row.order, row.variant), row.words);
+        EXPECT_EQ(ToChar(row.order, 1, row.variant).ch, row.plain) << row.words;
+    }
+    EXPECT_EQ(ToChar(Letter(3, 2, 0), 0).ch, 'A') << "an accent counts only when asked for";
+    EXPECT_EQ(ToChar(Letter(3, 2, 0)).name, "LATIN CAPITAL LETTER A WITH ACUTE");
+    EXPECT_EQ(ToChar(80).name, "BELL");
+    unsigned char ch = 0;
+    EXPECT_EQ(KoConvertOrderToChar(0x3F00, 0, ch, 0, nullptr), 0);
+    EXPECT_EQ(ch, '0');
+}
+
+// The order of each character of code set 1 leads back to it, or to what stands for it.
+TEST(OrderText, CharactersComeBackFromTheirOrders)
+{
+    const KoCodeSet& latin1 = *KoLanguageContext::QueryCodeSet(KoCS_LATIN1);
+    for (unsigned code = 0; code < 256; ++code) {
+        SCOPED_TRACE(code);
+        const KoChar c(static_cast<unsigned short>(code), KoCS_LATIN1);
+        const unsigned order = latin1.GetOrder(static_cast<o_u2b>(code));
+        const Plain plain = ToChar(order);
+        const bool accented = c.IsAlpha() && (order >> 7 & 0x1F) != 0;
+        if (accented || ((c.IsAlpha() || c.IsDigit()) && code < 128)) {
+            EXPECT_EQ(plain.ch, code);
+        } else if (c.IsSpace()) {
+            EXPECT_EQ(plain.ch, ' ');
+        } else if (c.IsSymbol() && plain.ch != code) {
+            EXPECT_TRUE(plain.ch == '.' || code == 0xB4) << "only the acute accent has a stand-in";
+        }
+        // A named symbol has a number, a digit a value, and nothing has both.
+        unsigned short symbol = 0;
+        unsigned short digit = 0;
+        unsigned short expanded = 9;
+        const auto word = static_cast<unsigned short>(order);
+        EXPECT_EQ(KoExtractSymbolFromOrder(word, symbol), c.IsSymbol() ? 0 : KoRC_REFUSED);
+        EXPECT_EQ(symbol, c.IsSymbol() ? order - 80 : 0);
+        EXPECT_EQ(KoExtractDigitFromOrder(word, digit, expanded), c.IsDigit() ? 0 : KoRC_REFUSED);
+        EXPECT_EQ(expanded, c.IsDigit() ? order & 1U : 9U);
+        if (c.IsDigit() && code < 128) {
+            EXPECT_EQ(digit, code - '0');
+        }
+    }
+    EXPECT_EQ(KoCollationVersion(), 1U) << "the symbol names stand for the orders of this version";
+}
+
+TEST(OrderText, ExtractsAtTheEndsOfTheRanges)
+{
+    unsigned short a = 77;
+    unsigned short b = 77;
+    EXPECT_EQ(KoExtractSymbolFromOrder(79, a), KoRC_REFUSED);
+    EXPECT_EQ(KoExtractSymbolFromOrder(16128, a), KoRC_REFUSED);
+    EXPECT_EQ(KoExtractDigitFromOrder(16127, a, b), KoRC_REFUSED);
+    EXPECT_EQ(KoExtractDigitFromOrder(16384, a, b), KoRC_REFUSED);
+    EXPECT_TRUE(a == 77 && b == 77);
+    EXPECT_TRUE(KoExtractSymbolFromOrder(16127, a) == 0 && a == 16047);
+    EXPECT_TRUE(KoExtractDigitFromOrder(16128 + 70 + 1, a, b) == 0 && a == 7 && b == 1);
+}
+
+} // namespace
