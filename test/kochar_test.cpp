@@ -32,16 +32,16 @@ TEST(Char, WritesThroughItsReference)
     for (const unsigned char codeSet : {o_u1b{1}, o_u1b{253}}) {
         KoString text = Text(u"abc", codeSet);
         text[1] = 'x';
-        EXPECT_EQ(Units(text), u"axc");
+        EXPECT_EQ(UnitsOf(text), u"axc");
         KoChar first = text[0];
         first = static_cast<unsigned short>(0x263A);
-        EXPECT_EQ(Units(text), codeSet == 1 ? u"\u003Axc" : u"\u263Axc")
+        EXPECT_EQ(UnitsOf(text), codeSet == 1 ? u"\u003Axc" : u"\u263Axc")
             << "the low byte of 8 bits";
         KoChar copy(first);
         copy = 'z';
         EXPECT_EQ(text[1].Code(), 'x');
         text[2] = text[1];
-        EXPECT_EQ(Units(text).substr(1), u"xx");
+        EXPECT_EQ(UnitsOf(text).substr(1), u"xx");
         // No way of writing leads beyond the text.
         text[3] = 'y';
         text[99] = 'y';
@@ -51,7 +51,7 @@ TEST(Char, WritesThroughItsReference)
     KoString koi = Text(u"abc", KoCS_KOI8_R);
     koi[0] = KoChar(static_cast<unsigned short>(0x0416)); // mapped: Zhe
     koi[1] = KoChar(static_cast<unsigned short>(0x4E00)); // no such character
-    EXPECT_EQ(Units(koi), u"\u00F6?c");
+    EXPECT_EQ(UnitsOf(koi), u"\u00F6?c");
     KoString empty;
     empty[0] = 'x';
     EXPECT_TRUE(empty.IsEmpty() && KoString().IsEmpty());
@@ -251,8 +251,8 @@ TEST(Transform, MapsCaseWithinTheCodeSetByLanguage)
         KoString lower = upper;
         upper.ToUpper();
         lower.ToLower();
-        EXPECT_EQ(Units(upper), row.upper);
-        EXPECT_EQ(Units(lower), row.lower);
+        EXPECT_EQ(UnitsOf(upper), row.upper);
+        EXPECT_EQ(UnitsOf(lower), row.lower);
         EXPECT_EQ(upper.CodeSet(), row.codeSet);
         EXPECT_EQ(upper.Language(), row.language);
     }
@@ -277,13 +277,13 @@ TEST(Transform, AppliesAnOperationInPlace)
     Shift operation;
     KoString text = Text(u"abcd", 5); // has Tshe as 0xAB
     text.Transform(operation);
-    EXPECT_EQ(Units(text), u"\u00AB\u00AB\u00ABd");
+    EXPECT_EQ(UnitsOf(text), u"\u00AB\u00AB\u00ABd");
     EXPECT_EQ(operation.seen, Codes(u"bcd") + u'\0');
     KoString target = Text(u"12", 1);
     KoStringIterator from(text);
     KoStringIterator to(target);
     from.Transform(to, operation);
-    EXPECT_EQ(Units(target), u"??") << "as long as the target, which lacks the character";
+    EXPECT_EQ(UnitsOf(target), u"??") << "as long as the target, which lacks the character";
     KoString empty;
     EXPECT_TRUE(empty.Transform(operation).IsEmpty());
 }
@@ -302,10 +302,10 @@ TEST(Trim, RemovesWhatCountsAsSpace)
     for (const auto& row : rows) {
         for (const unsigned char codeSet : {o_u1b{0}, o_u1b{1}, o_u1b{253}}) {
             const KoString text = Text(row.text, codeSet, 7);
-            EXPECT_EQ(Units(KoString(text).LeftTrim()), row.left);
-            EXPECT_EQ(Units(KoString(text).RightTrim()), row.right);
+            EXPECT_EQ(UnitsOf(KoString(text).LeftTrim()), row.left);
+            EXPECT_EQ(UnitsOf(KoString(text).RightTrim()), row.right);
             KoString both(text);
-            EXPECT_EQ(Units(both.Trim()), row.both);
+            EXPECT_EQ(UnitsOf(both.Trim()), row.both);
             EXPECT_TRUE(both.CodeSet() == codeSet && both.Language() == 7);
             EXPECT_EQ(both.ByteSize(), row.both.empty() ? 0 : (both.Len() + 1) * both.Width());
         }

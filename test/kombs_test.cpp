@@ -118,29 +118,29 @@ TEST(Utf8String, CodeSetsOfTheTargetDecide)
         SCOPED_TRACE(row.what);
         KoString text(row.codeSet, 7);
         EXPECT_EQ(KoMBS2KoString(row.utf8.c_str(), text, -1), row.rc);
-        EXPECT_EQ(Units(text), row.units);
+        EXPECT_EQ(UnitsOf(text), row.units);
         EXPECT_TRUE(text.CodeSet() == row.codeSet && text.Language() == 7);
         EXPECT_EQ(KoMultiByteString2KoString(row.utf8.c_str(), text, 100), row.rc);
-        EXPECT_EQ(Units(text), row.units);
+        EXPECT_EQ(UnitsOf(text), row.units);
         KoString bytes(row.utf8.c_str());
         EXPECT_EQ(KoMultiByteString2KoString(bytes, text), row.rc);
-        EXPECT_EQ(Units(text), row.units);
+        EXPECT_EQ(UnitsOf(text), row.units);
         if (row.rc == 0) {
             EXPECT_EQ(Utf8(text), row.utf8);
         }
     }
     KoString text(KoCS_LATIN1, 0);
     EXPECT_EQ(KoMBS2KoString("abc", text, 2), 0);
-    EXPECT_EQ(Units(text), u"ab");
+    EXPECT_EQ(UnitsOf(text), u"ab");
     EXPECT_EQ(KoMBS2KoString("\xC3\xA9", text, 1), -1) << "a limit inside a character";
     EXPECT_EQ(KoMBS2KoString("abc", text, -2), -1);
     EXPECT_EQ(KoMultiByteString2KoString(Text(u"abc", 253), text), -1);
-    EXPECT_EQ(Units(text), u"ab");
+    EXPECT_EQ(UnitsOf(text), u"ab");
     EXPECT_EQ(KoMBS2KoString(text.StrGet() + 1, text, -1), 0) << "from its own buffer";
-    EXPECT_EQ(Units(text), u"b");
+    EXPECT_EQ(UnitsOf(text), u"b");
     KoString bytes("\xC3\xA9");
     EXPECT_EQ(KoMultiByteString2KoString(bytes, bytes), 0);
-    EXPECT_EQ(Units(bytes), u"\u00E9");
+    EXPECT_EQ(UnitsOf(bytes), u"\u00E9");
     text.SetNullValue();
     EXPECT_EQ(Utf8(text), "");
     EXPECT_EQ(KoMBS2KoString(nullptr, text, -1), 0);
@@ -172,7 +172,7 @@ TEST(Utf8String, MalformedTextLeavesTheTarget)
             for (const unsigned char codeSet : {o_u1b{0}, o_u1b{1}, o_u1b{253}}) {
                 KoString text = Text(u"keep", codeSet, 7);
                 EXPECT_EQ(KoMBS2KoString((lead + row.bytes).c_str(), text, -1), -1) << row.what;
-                EXPECT_EQ(Units(text), u"keep");
+                EXPECT_EQ(UnitsOf(text), u"keep");
             }
         }
     }
@@ -194,7 +194,7 @@ TEST(Utf8String, EveryCodeSetComesBack)
             const KoString text = Text(units, codeSet);
             KoString back(codeSet, 0);
             ASSERT_EQ(KoMBS2KoString(Utf8(text).c_str(), back, -1), 0);
-            ASSERT_EQ(Units(back), units) << int{codeSet};
+            ASSERT_EQ(UnitsOf(back), units) << int{codeSet};
             ASSERT_EQ(Utf8(back), Utf8(text));
             units.clear();
         }

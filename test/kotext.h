@@ -1,23 +1,7 @@
 #ifndef KOTEXT_H
 #define KOTEXT_H
 
-#include <kotms.h>
-
-#include <cstring>
-#include <string>
-
-/// The characters of a string, from either width.
-inline std::u16string Units(const KoString& text)
-{
-    std::u16string units;
-    for (unsigned i = 0; i < text.Len(); ++i) {
-        o_u2b unit = static_cast<unsigned char>(text.StrGet()[i]);
-        if (text.Width() == 2)
-            std::memcpy(&unit, text.StrGet() + std::size_t{2} * i, 2);
-        units += static_cast<char16_t>(unit);
-    }
-    return units;
-}
+#include "texts.h"
 
 /// A text of the given code set and language, from its characters as they are.
 inline KoString Text(const std::u16string& units, unsigned char codeSet, unsigned char language = 0)
