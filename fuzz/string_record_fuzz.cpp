@@ -1,8 +1,8 @@
+#include "require.h"
+
 #include <kotms.h>
 
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <vector>
 
@@ -13,14 +13,6 @@
 
 namespace
 {
-
-void Require(bool holds, const char* what)
-{
-    if (!holds) {
-        std::fprintf(stderr, "broken: %s\n", what);
-        std::abort();
-    }
-}
 
 unsigned Length(const unsigned char* record, unsigned char format)
 {

@@ -5,6 +5,7 @@
 
 #include "_konulty.h"
 #include "kobasic.h"
+#include "koblob.h"
 #include "kochar.h"
 #include "kodate.h"
 #include "kodatetime.h"

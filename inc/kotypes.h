@@ -11,7 +11,8 @@
 /// - `format` is the format byte (KoFormat): which form a value is in, and the
 ///   byte order of the persistent form. Persistent buffers need no alignment;
 ///   values in memory form are aligned as their type asks.
-/// - `count` is a number of elements; a count of 0 reads and writes nothing.
+/// - `count` is a number of elements; a count of 0 reads and writes nothing
+///   but the total in front of an array of blobs.
 /// - `length` bounds the bytes behind an operand; 0 means no separate bound.
 /// - No function throws. Sizes are bytes, results are KoResult codes.
 /// - Nothing is locked. Functions work only on what they are handed; process-wide

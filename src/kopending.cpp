@@ -10,8 +10,6 @@ KO_DEFINE_TYPE(koClassIdDescriptor, NoOps, KoCLID_T)
 
 KO_DEFINE_TYPE(koRefDescriptor, NoOps, KoREF_T)
 
-KO_DEFINE_TYPE(koBlobDescriptor, NoOps, KoBLOB_T)
-
 KO_DEFINE_TYPE(koIStringDescriptor, NoOps, KoISTRING_T)
 
 KO_DEFINE_TYPE(koCaseIStringDescriptor, NoOps, KoCASEISTRING_T)

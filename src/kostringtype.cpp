@@ -8,14 +8,6 @@
 namespace
 {
 
-constexpr int kTranslateLine = 1745;
-
-void AssertTranslate(bool holds, const char* text)
-{
-    if (!holds)
-        KORA_assert(text, "src\\kotypes", kTranslateLine);
-}
-
 /// The string type. `Ops` names the functions in which the two string types differ.
 template <class Ops>
 struct StringOpsBase : ValueOps<KoString, Ops> {
@@ -31,32 +23,12 @@ struct StringOpsBase : ValueOps<KoString, Ops> {
         return count * (kRecordHead + static_cast<unsigned>(sizeof kRecordEnd));
     }
 
-    /// A destination length of 0 is no bound. Where the strings do not fit, nothing is written.
     static unsigned Translate(void* destination, unsigned char destinationFormat,
                               unsigned destinationLength, void* source, unsigned char sourceFormat,
                               unsigned sourceLength, unsigned count)
     {
-        const bool fromMemory = (sourceFormat & KoFMT_MEMORY) != 0;
-        if ((destinationFormat & KoFMT_MEMORY) != 0) {
-            if (!fromMemory)
-                return Ops::Load(destination, source, sourceFormat, count);
-            Ops::Assign(destination, source, count, 0);
-            return count * static_cast<unsigned>(sizeof(KoString));
-        }
-        if (fromMemory) {
-            const unsigned char format = destinationFormat & KoFMT_ORDER_MASK;
-            const o_u8b nLen = Ops::Bytes(source, format, count);
-            const auto length = static_cast<o_u4b>(nLen);
-            AssertTranslate(length == nLen, "(o_u4b)_nLen == nLen");
-            if (length != nLen || (destinationLength != 0 && length > destinationLength))
-                return 0;
-            return Ops::Store(destination, source, format, count);
-        }
-        if (destinationFormat != sourceFormat) {
-            AssertTranslate(false, "format combination not supported");
-            return 0;
-        }
-        return KoCopyPersistent(destination, destinationLength, source, sourceLength);
+        return KoTranslateRecords<Ops>(destination, destinationFormat, destinationLength, source,
+                                       sourceFormat, sourceLength, count);
     }
 
     static KoTypeConvertData* ConvertTo(void* value, unsigned count)

@@ -2,6 +2,7 @@
 #define KOTRANSLATE_H
 
 #include <kobasic.h>
+#include <koservices.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -43,6 +44,41 @@ unsigned KoTranslateElements(unsigned memLen, void* destination, unsigned char d
     if (count > 0)
         std::memmove(destination, source, std::size_t{count} * memLen);
     return count * memLen;
+}
+
+/// The `translate` of a type of variable length with owned parts. `Ops::Bytes` is the size when
+/// stored, not cut to 32 bits. A destination length of 0 is no bound; where the values do not fit,
+/// nothing is written.
+template <class Ops>
+unsigned KoTranslateRecords(void* destination, unsigned char destinationFormat,
+                            unsigned destinationLength, void* source, unsigned char sourceFormat,
+                            unsigned sourceLength, unsigned count)
+{
+    constexpr int kLine = 1745;
+    const auto holds = [](bool condition, const char* text) {
+        if (!condition)
+            KORA_assert(text, "src\\kotypes", kLine);
+        return condition;
+    };
+    const bool fromMemory = (sourceFormat & KoFMT_MEMORY) != 0;
+    if ((destinationFormat & KoFMT_MEMORY) != 0) {
+        if (!fromMemory)
+            return Ops::Load(destination, source, sourceFormat, count);
+        Ops::Assign(destination, source, count, 0);
+        return count * static_cast<unsigned>(sizeof(typename Ops::Value));
+    }
+    if (fromMemory) {
+        const unsigned char format = destinationFormat & KoFMT_ORDER_MASK;
+        const o_u8b nLen = Ops::Bytes(source, format, count);
+        const auto length = static_cast<o_u4b>(nLen);
+        if (!holds(length == nLen, "(o_u4b)_nLen == nLen") ||
+            (destinationLength != 0 && length > destinationLength))
+            return 0;
+        return Ops::Store(destination, source, format, count);
+    }
+    if (!holds(destinationFormat == sourceFormat, "format combination not supported"))
+        return 0;
+    return KoCopyPersistent(destination, destinationLength, source, sourceLength);
 }
 
 #endif

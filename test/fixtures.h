@@ -60,11 +60,17 @@ void AddNullable(std::vector<Fixture>& all, KoTypeId id)
     all.push_back(Value(id, "null", KoNull<T>{T{0}, 1}));
 }
 
+template <class T>
+T NullOf()
+{
+    T value;
+    value.SetNullValue();
+    return value;
+}
+
 inline KoString NullText()
 {
-    KoString text;
-    text.SetNullValue();
-    return text;
+    return NullOf<KoString>();
 }
 
 inline std::vector<Fixture> AllFixtures()
@@ -115,6 +121,12 @@ inline std::vector<Fixture> AllFixtures()
     all.push_back(Value(KoSTRING_T, "longest", KoString().Fill(65531, 'x')));
     all.push_back(Value(KoSTRING_T, "longest 16-bit", KoString(253, 0).Fill(32765, wide[1])));
     all.push_back(Value(KoSTRING_T, "null", NullText()));
+
+    all.push_back(Value(KoBLOB_T, "empty", KoBlob()));
+    all.push_back(Value(KoBLOB_T, "one byte", KoBlob("", 1)));
+    all.push_back(Value(KoBLOB_T, "as long as its length", KoBlob("\0\0\0\x04", 4)));
+    all.push_back(Value(KoBLOB_T, "long", KoBlob(KoString().Fill(300, 'b').StrGet(), 300)));
+    all.push_back(Value(KoBLOB_T, "null", NullOf<KoBlob>()));
     return all;
 }
 

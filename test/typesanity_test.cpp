@@ -193,7 +193,9 @@ TEST(TypeSanity, StoredValuesComeBack)
                 const Bytes one = Stored(manager, id, values[i], format, 1);
                 oneByOne.insert(oneByOne.end(), one.begin(), one.end());
             }
-            EXPECT_EQ(oneByOne, bytes) << "an array is its elements one after the other";
+            if (id != KoBLOB_T) { // its array has one total in front
+                EXPECT_EQ(oneByOne, bytes) << "an array is its elements one after the other";
+            }
 
             EXPECT_EQ(manager.DiskLenGet(id, bytes.data(), format, count, format), size);
             MemFile file(bytes.data(), bytes.size());
@@ -231,7 +233,8 @@ TEST(TypeSanity, NoElementsAreNeverTouched)
         for (const unsigned char format : {KoFMT_LITTLE, KoFMT_BIG, KoFMT_MEMORY}) {
             EXPECT_EQ(manager.Store(id, nullptr, nullptr, format, 0), 0U);
             EXPECT_EQ(manager.Load(id, nullptr, nullptr, format, 0), 0U);
-            EXPECT_EQ(manager.DiskLenGet(id, nullptr, format, 0, format), 0U);
+            EXPECT_EQ(manager.DiskLenGet(id, nullptr, format, 0, format),
+                      id == KoBLOB_T && format == KoFMT_MEMORY ? 4U : 0U);
             EXPECT_EQ(manager.Translate(id, nullptr, format, 0, nullptr, format, 0, 0), 0U);
             EXPECT_EQ(manager.Cmp(id, nullptr, nullptr, 0, 0, format), 0);
             int status = 9;
@@ -301,10 +304,10 @@ TEST(TypeSanity, ArraysAreMadeCopiedAndAssigned)
             manager.AssignmentPtrGet(id)(raw.get(), values[i], count, 1);
             const Bytes first = Stored(manager, id, raw.get(), KoFMT_BIG, 1);
             EXPECT_EQ(first, Stored(manager, id, values[i], KoFMT_BIG, 1)) << values.Reason(i);
-            Bytes repeated;
-            for (unsigned n = 0; n < count; ++n)
-                repeated.insert(repeated.end(), first.begin(), first.end());
-            EXPECT_EQ(stored(raw.get()), repeated) << values.Reason(i);
+            for (unsigned n = 0; n < count; ++n) {
+                const void* element = manager.GetArrayElement(id, raw.get(), n, count);
+                EXPECT_EQ(Stored(manager, id, element, KoFMT_BIG, 1), first) << values.Reason(i);
+            }
         }
         manager.DestructorPtrGet(id)(raw.get(), count, 0);
         EXPECT_EQ(stored(values.Data()), expected);

@@ -1,0 +1,247 @@
+#include "koblobrecord.h"
+
+#include "kohashwalk.h"
+#include "kostringrecord.h"
+
+#include <koencode.h>
+#include <koservices.h>
+
+#include <algorithm>
+#include <climits>
+
+namespace
+{
+
+o_4b Word(const unsigned char* at, unsigned char format)
+{
+    o_4b word;
+    LongStoreOne(&word, at, KoRecordOrder(format));
+    return word;
+}
+
+void PutWord(unsigned char* at, o_4b word, unsigned char format)
+{
+    LongStoreOne(at, &word, KoRecordOrder(format));
+}
+
+const KoBlob* Blobs(const void* array)
+{
+    return static_cast<const KoBlob*>(array);
+}
+
+/// The bytes of an array by its total.
+unsigned SizeByTotal(o_4b total)
+{
+    return (total == kBlobNull ? 0 : static_cast<unsigned>(total)) + kBlobWord;
+}
+
+/// h = 9h + byte from the length on, so that zero bytes in front count.
+o_u4b HashOf(const KoBlobPart& part)
+{
+    if (part.IsNull())
+        return kHashOfNull;
+    auto hash = static_cast<o_u4b>(part.length);
+    const unsigned char* at = part.bytes;
+    std::size_t left = part.held;
+    // Blocks with powers of 9 give the same value without a chain of multiplications.
+    constexpr o_u4b k9To2 = 81;
+    constexpr o_u4b k9To4 = 6561;
+    constexpr o_u4b k9To8 = 43046721;
+    for (; left >= 8; left -= 8, at += 8) {
+        const o_u4b first = (9U * at[0] + at[1]) * k9To2 + (9U * at[2] + at[3]);
+        const o_u4b second = (9U * at[4] + at[5]) * k9To2 + (9U * at[6] + at[7]);
+        hash = hash * k9To8 + (first * k9To4 + second);
+    }
+    for (; left > 0; --left, ++at)
+        hash = hash * 9 + *at;
+    return hash;
+}
+
+} // namespace
+
+// ---- reading
+
+KoBlobWalk::KoBlobWalk(unsigned char format, unsigned bound, const void* value)
+    : m_value(static_cast<const unsigned char*>(value)), m_format(format),
+      m_available(bound == 0 ? SIZE_MAX : bound)
+{
+    if ((format & KoFMT_MEMORY) != 0)
+        return;
+    m_at = kBlobWord;
+    m_end = SIZE_MAX; // as long as the total is not there to be read
+    if (m_available < kBlobWord)
+        return;
+    m_total = Word(m_value, format);
+    m_end = m_total < 0 ? 0 : kBlobWord + static_cast<std::size_t>(m_total);
+}
+
+KoBlobFound KoBlobWalk::NextInMemory(KoBlobPart& part)
+{
+    // An element is visited where it starts inside the bound, as in every array in memory.
+    if (m_at >= m_available)
+        return KoBlobFound::kNone;
+    const KoBlob& blob = *reinterpret_cast<const KoBlob*>(m_value + m_at);
+    m_at += sizeof(KoBlob);
+    if (!blob.IsNullValue())
+        part = {blob.Seek(0, -1), blob.Length(), static_cast<std::size_t>(blob.Length())};
+    return KoBlobFound::kWhole;
+}
+
+KoBlobFound KoBlobWalk::Next(KoBlobPart& part)
+{
+    part = {};
+    if ((m_format & KoFMT_MEMORY) != 0)
+        return NextInMemory(part);
+    if (m_end < m_at || m_end - m_at < kBlobWord)
+        return KoBlobFound::kBroken;
+    if (m_available < m_at || m_available - m_at < kBlobWord)
+        return KoBlobFound::kNone;
+    part.length = Word(m_value + m_at, m_format);
+    m_at += kBlobWord;
+    if (part.IsNull())
+        return KoBlobFound::kWhole;
+    if (part.length < 0 || static_cast<std::size_t>(part.length) > m_end - m_at)
+        return KoBlobFound::kBroken;
+    const auto length = static_cast<std::size_t>(part.length);
+    part.bytes = m_value + m_at;
+    part.held = std::min(length, m_available - m_at);
+    m_at += length;
+    return part.held == length ? KoBlobFound::kWhole : KoBlobFound::kCut;
+}
+
+unsigned KoBlobLoad(void* destination, const void* source, unsigned char format, unsigned count)
+{
+    if (source == nullptr)
+        return 0;
+    KoBlobWalk walk(static_cast<unsigned char>(format & ~KoFMT_MEMORY), 0, source);
+    if (walk.Total() < 0)
+        return 0;
+    auto* blobs = static_cast<KoBlob*>(destination);
+    for (unsigned i = 0; i < count; ++i) {
+        KoBlobPart part;
+        if (walk.Next(part) == KoBlobFound::kBroken)
+            return 0;
+        if (part.IsNull())
+            blobs[i].SetNullValue();
+        else
+            blobs[i].SetTo(part.bytes, part.length);
+    }
+    return SizeByTotal(walk.Total());
+}
+
+// ---- writing and measuring
+
+o_u8b KoBlobBytes(const void* blobs, unsigned char, unsigned count)
+{
+    o_u8b size = kBlobWord + o_u8b{count} * kBlobWord;
+    for (unsigned i = 0; i < count; ++i)
+        size += static_cast<unsigned>(Blobs(blobs)[i].Length());
+    return size;
+}
+
+unsigned KoBlobStore(void* destination, const void* source, unsigned char format, unsigned count)
+{
+    const o_u8b total = KoBlobBytes(source, format, count) - kBlobWord;
+    if (total > INT_MAX) {
+        KORA_assert("total <= INT_MAX", "src\\koblobrecord", __LINE__);
+        return 0;
+    }
+    auto* at = static_cast<unsigned char*>(destination);
+    if (at == nullptr)
+        return 0;
+    PutWord(at, static_cast<o_4b>(total), format);
+    at += kBlobWord;
+    for (unsigned i = 0; i < count; ++i) {
+        const KoBlob& blob = Blobs(source)[i];
+        const int length = blob.Length();
+        PutWord(at, blob.IsNullValue() ? kBlobNull : length, format);
+        at += kBlobWord;
+        if (length != 0)
+            std::memcpy(at, blob.Seek(0, length), static_cast<std::size_t>(length));
+        at += length;
+    }
+    return static_cast<unsigned>(total) + kBlobWord;
+}
+
+unsigned KoBlobSizeGet(const void* value, unsigned char valueFormat, unsigned char format,
+                       unsigned count)
+{
+    if ((valueFormat & KoFMT_MEMORY) == 0)
+        return value == nullptr
+                   ? 0
+                   : SizeByTotal(Word(static_cast<const unsigned char*>(value), valueFormat));
+    const o_u8b size = KoBlobBytes(value, format, count);
+    return size - kBlobWord > INT_MAX ? 0 : static_cast<unsigned>(size);
+}
+
+unsigned KoBlobFileSize(MemFile* file, unsigned char format, unsigned)
+{
+    const void* total = file == nullptr ? nullptr : file->Peek(kBlobWord);
+    return total == nullptr ? 0
+                            : SizeByTotal(Word(static_cast<const unsigned char*>(total), format));
+}
+
+// ---- comparing and hashing
+
+int BlobCompare(unsigned char format, unsigned length1, void* value1, unsigned length2,
+                void* value2, unsigned short, unsigned count, int& status)
+{
+    status = KoRC_OK;
+    if (count == 0)
+        return 0;
+    KoBlobWalk walk1(format, length1, value1);
+    KoBlobWalk walk2(format, length2, value2);
+    for (unsigned i = 0; i < count; ++i) {
+        KoBlobPart a;
+        KoBlobPart b;
+        const KoBlobFound found1 = walk1.Next(a);
+        const KoBlobFound found2 = walk2.Next(b);
+        if (found1 == KoBlobFound::kBroken || found2 == KoBlobFound::kBroken) {
+            status = KoRC_NOT_SUPPORTED;
+            return -1;
+        }
+        if (found1 == KoBlobFound::kNone || found2 == KoBlobFound::kNone) {
+            status = KoRC_TRUNCATED;
+            return 0;
+        }
+        if (a.IsNull() != b.IsNull())
+            return a.IsNull() ? -2 : 2;
+        if (a.IsNull())
+            continue;
+        // Where a side was cut before the shorter one ends, its length decides nothing.
+        const auto lengthA = static_cast<std::size_t>(a.length);
+        const auto lengthB = static_cast<std::size_t>(b.length);
+        const std::size_t held = std::min(a.held, b.held);
+        const bool open = held < std::min(lengthA, lengthB);
+        const int order = open ? KoBlobOrder(a.bytes, held, b.bytes, held)
+                               : KoBlobOrder(a.bytes, lengthA, b.bytes, lengthB);
+        if (order != 0)
+            return order;
+        if (open) {
+            status = KoRC_TRUNCATED;
+            return 0;
+        }
+    }
+    return 0;
+}
+
+o_u4b KoBlobHash(unsigned char format, unsigned length, const void* value, unsigned count,
+                 int& status)
+{
+    status = KoRC_OK;
+    o_u4b hash = 0;
+    if (count == 0)
+        return hash;
+    KoBlobWalk walk(format, length, value);
+    for (unsigned i = 0; i < count && status == KoRC_OK; ++i) {
+        KoBlobPart part;
+        const KoBlobFound found = walk.Next(part);
+        if (found == KoBlobFound::kBroken)
+            status = KoRC_NOT_SUPPORTED;
+        else if (found != KoBlobFound::kWhole)
+            status = KoRC_TRUNCATED;
+        if (found == KoBlobFound::kWhole || found == KoBlobFound::kCut)
+            hash = hash * 9 + HashOf(part);
+    }
+    return hash;
+}

@@ -1,0 +1,381 @@
+#include "blobs.h"
+#include "failing_heap.h"
+
+#include <gtest/gtest.h>
+#include <kotms.h>
+
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
+/// What KoBlob keeps to itself.
+struct KoBlobAccess {
+    static KoBlob FromText(char* text) { return {text}; }
+    static void Assign(KoBlob& blob, char* counted) { blob = counted; }
+    static short Short(const KoBlob& blob) { return blob.operator short(); }
+    static int Int(const KoBlob& blob) { return blob.operator int(); }
+    static double Double(const KoBlob& blob) { return blob.operator double(); }
+};
+
+namespace
+{
+
+/// A heap that writes down what is asked of it.
+class Ledger
+{
+public:
+    Ledger()
+    {
+        sizes.clear();
+        KoSetAllocator(
+            [](std::size_t size) {
+                sizes.push_back(size);
+                return std::malloc(size);
+            },
+            std::free);
+    }
+    Ledger(const Ledger&) = delete;
+    Ledger& operator=(const Ledger&) = delete;
+    ~Ledger() { KoSetAllocator(nullptr, nullptr); }
+    static std::vector<std::size_t> Take() { return std::exchange(sizes, {}); }
+
+private:
+    static inline std::vector<std::size_t> sizes;
+};
+
+using Sizes = std::vector<std::size_t>;
+
+TEST(KoBlob, Edits)
+{
+    char two[] = "ab";
+    const std::string text = "abcdef";
+    struct {
+        const char* reason;
+        KoBlob blob;
+        std::function<void(KoBlob&)> edit;
+        const char* expected;
+    } const rows[] = {
+        {"default is empty, not null", KoBlob(), [](KoBlob&) {}, "0:"},
+        {"a negative size is 0", KoBlob(-5), [](KoBlob&) {}, "0:"},
+        {"set to null", Of(text), [](KoBlob& b) { EXPECT_EQ(b.SetNullValue(), 0); }, "null"},
+        {"null is set", Null(), [](KoBlob& b) { b.SetTo("xy", 2); }, "2:xy"},
+        {"set to a negative size", Of(text), [](KoBlob& b) { b.SetTo("xy", -1); }, "0:"},
+        {"set to its own middle", Of(text), [](KoBlob& b) { b.SetTo(b.Seek(2, 3), 3); }, "3:cde"},
+        {"assigned null", Of(text), [](KoBlob& b) { b = Null(); }, "null"},
+        {"assigned itself", Of(text), [](KoBlob& b) { b = *&b; }, "6:abcdef"},
+        {"null assigned empty", Null(), [](KoBlob& b) { b = KoBlob(); }, "0:"},
+        {"resized down", Of(text), [](KoBlob& b) { b.Resize(2); }, "2:ab"},
+        {"resized to 0", Of(text), [](KoBlob& b) { b.Resize(0); }, "0:"},
+        {"resized to a negative size", Of(text), [](KoBlob& b) { b.Resize(0x80000000U); }, "0:"},
+        {"null resized to 0", Null(), [](KoBlob& b) { b.Resize(0); }, "0:"},
+        {"expanded down", Of(text), [](KoBlob& b) { b.Expand(4); }, "4:abcd"},
+        {"expanded to a negative size", Of(text), [](KoBlob& b) { b.Expand(-1); }, "0:"},
+        {"null expanded", Null(), [](KoBlob& b) { b.Expand(0); }, "0:"},
+        {"appended to null", Null(), [](KoBlob& b) { b.Append("xy", 2); }, "2:xy"},
+        {"nothing appended to null", Null(), [](KoBlob& b) { b.Append("xy", 0); }, "null"},
+        {"null appended", Of(text), [](KoBlob& b) { b += Null(); }, "6:abcdef"},
+        {"null appended to null", Null(), [](KoBlob& b) { b += Null(); }, "null"},
+        {"appended to itself", Of("ab"),
+         [](KoBlob& b) {
+             b += b;
+             b += b;
+             b.Append(b.Seek(1, 1), 1);
+         },
+         "9:ababababb"},
+        {"cut in the middle", Of(text), [](KoBlob& b) { b.Cut(1, 2); }, "4:adef"},
+        {"cut beyond the end", Of(text), [](KoBlob& b) { b.Cut(4, INT_MAX); }, "4:abcd"},
+        {"cut at the end", Of(text), [](KoBlob& b) { b.Cut(6, 1); }, "6:abcdef"},
+        {"cut before the start", Of(text), [](KoBlob& b) { b.Cut(-1, 3); }, "6:abcdef"},
+        {"cut nothing", Of(text), [](KoBlob& b) { b.Cut(0, -1); }, "6:abcdef"},
+        {"cut whole", Of(text), [](KoBlob& b) { b.Cut(0, b.Length()); }, "0:"},
+        {"cut null", Null(), [](KoBlob& b) { b.Cut(0, 1); }, "null"},
+        {"overwritten", Of(text), [](KoBlob& b) { b.CopyTo(Of("XYZ"), 1, 2); }, "6:aXYdef"},
+        {"overwritten to the end", Of(text), [](KoBlob& b) { b.CopyTo(Of("XYZ"), 5, 3); },
+         "6:abcdeX"},
+        {"overwritten by a short one", Of(text), [](KoBlob& b) { b.CopyTo(Of("X"), 0, 4); },
+         "6:Xbcdef"},
+        {"overwritten by itself", Of(text), [](KoBlob& b) { b.CopyTo(b, 2, 9); }, "6:ababcd"},
+        {"null overwritten", Null(), [](KoBlob& b) { b.CopyTo(Of("X"), 0, 1); }, "null"},
+        {"a part", Of(text), [](KoBlob& b) { b = b.CopyFrom(2, 3); }, "3:cde"},
+        {"the rest", Of(text), [](KoBlob& b) { b = b.CopyFrom(4, 99); }, "2:ef"},
+        {"the whole", Of(text), [](KoBlob& b) { b = b.CopyFrom(0, INT_MAX); }, "6:abcdef"},
+        {"a part beyond the end", Of(text), [](KoBlob& b) { b = b.CopyFrom(7, 1); }, "0:"},
+        {"a part of no bytes", Of(text), [](KoBlob& b) { b = b.CopyFrom(2, 0); }, "0:"},
+        {"a part of null", Null(), [](KoBlob& b) { b = b.CopyFrom(0, 1); }, "null"},
+        {"moved away", Of(text), [](KoBlob& b) { const KoBlob to(std::move(b)); }, "null"},
+        {"with its terminator", Of(text), [&](KoBlob& b) { b = KoBlobAccess::FromText(two); },
+         "3:ab\0"},
+        {"no text", Of(text), [](KoBlob& b) { b = KoBlobAccess::FromText(nullptr); }, "1:\0"},
+    };
+    for (const auto& row : rows) {
+        KoBlob blob = row.blob;
+        row.edit(blob);
+        std::string expected = row.expected;
+        if (blob.Length() > 0 && expected.size() < Shown(blob).size())
+            expected += '\0'; // which ends the literal
+        EXPECT_EQ(Shown(blob), expected) << row.reason;
+    }
+
+    KoBlob grown = Of(text);
+    grown.Resize(9);
+    EXPECT_EQ(grown.Length(), 9);
+    EXPECT_EQ(std::memcmp(grown.Seek(0, 9), "abcdef", 6), 0);
+    grown.Expand(20);
+    EXPECT_EQ(grown.Length(), 20);
+    EXPECT_EQ(std::memcmp(grown.Seek(0, 20), "abcdef", 6), 0);
+}
+
+TEST(KoBlob, TakesOver)
+{
+    for (const bool hadRecord : {true, false}) {
+        KoBlob to = hadRecord ? Of("old") : Null();
+        KoBlob from = Of("new");
+        to.Destroy(from);
+        EXPECT_EQ(Shown(to), "3:new");
+        EXPECT_EQ(Shown(from), "0:");
+        from.SetNullValue();
+        to.Destroy(from);
+        EXPECT_EQ(Shown(to), "null");
+        EXPECT_EQ(Shown(from), "null");
+    }
+    KoBlob own = Of("own");
+    KoBlob& same = own;
+    own.Destroy(same);
+    EXPECT_EQ(Shown(own), "3:own");
+}
+
+TEST(KoBlob, SeekAndSearch)
+{
+    const KoBlob blob = Of("abcabd");
+    EXPECT_EQ(*blob.Seek(3, 3), 'a');
+    EXPECT_NE(blob.Seek(6, -1), nullptr);
+    for (const auto& [pos, len] : {std::pair{3, 4}, {6, 1}, {7, -1}, {0, 0}, {-1, 2}, {5, INT_MAX}})
+        EXPECT_EQ(blob.Seek(pos, len), nullptr) << pos << ' ' << len;
+    EXPECT_EQ(Null().Seek(0, -1), nullptr);
+
+    EXPECT_EQ(blob.Search(Of("abd")), 3);
+    EXPECT_EQ(blob.Search(blob), 0);
+    EXPECT_EQ(blob.Search(Of("")), 0);
+    EXPECT_EQ(blob.Search(Of("abe")), 65535);
+    EXPECT_EQ(blob.Search(Of("abcabde")), 65535);
+    EXPECT_EQ(blob.Search(Null()), 65535);
+    EXPECT_EQ(Null().Search(blob), 65535);
+    EXPECT_EQ(KoBlob().Search(blob), 65535);
+    const std::string zeros(70000, '\0');
+    EXPECT_EQ(Of(zeros + "x").Search(Of("x")), 70000);
+}
+
+TEST(KoBlob, Numbers)
+{
+    // No terminator stands behind the bytes.
+    EXPECT_EQ(KoBlobAccess::Int(Of(" -42 ")), -42);
+    EXPECT_EQ(KoBlobAccess::Int(Of("0x10")), 0);
+    EXPECT_EQ(KoBlobAccess::Int(Null()), 0);
+    EXPECT_EQ(KoBlobAccess::Short(Of("65537")), 1);
+    EXPECT_EQ(KoBlobAccess::Double(Of("2.5e1z")), 25.0);
+}
+
+TEST(KoBlob, AssignsCountedBytes)
+{
+    char counted[8] = {};
+    const o_4b three = 3;
+    std::memcpy(counted, &three, 4);
+    std::memcpy(counted + 4, "xyz", 3);
+    KoBlob blob = Of("before");
+    KoBlobAccess::Assign(blob, counted);
+    EXPECT_EQ(Shown(blob), "3:xyz");
+    std::memset(counted, 0xFF, 4);
+    KoBlobAccess::Assign(blob, counted);
+    EXPECT_EQ(Shown(blob), "null");
+}
+
+TEST(KoBlob, OrderHasThreeWays)
+{
+    const KoBlob blobs[] = {Null(), KoBlob(), Of("ab"), Of("abc"), Of("b"), Of("\xFF")};
+    constexpr int kCount = 6;
+    for (int i = 0; i < kCount; ++i) {
+        for (int j = 0; j < kCount; ++j) {
+            SCOPED_TRACE(testing::Message() << i << " beside " << j);
+            const int order = blobs[i] != blobs[j];
+            if (i == j)
+                EXPECT_EQ(order, 0);
+            else if (i == 0 || j == 0)
+                EXPECT_EQ(order, i == 0 ? -2 : 2);
+            else
+                EXPECT_EQ(order < 0, i < j);
+            EXPECT_EQ(blobs[i] == blobs[j], i == j);
+            int status = 1;
+            const int compared = BlobCompare(KoFMT_MEMORY, 0, const_cast<KoBlob*>(&blobs[i]), 0,
+                                             const_cast<KoBlob*>(&blobs[j]), 0, 1, status);
+            EXPECT_EQ(compared, order);
+            EXPECT_EQ(status, 0);
+        }
+    }
+    EXPECT_EQ(Of("ab") != Of("abc"), -1);
+}
+
+/// The buffer is kept where the length so far is 0 to 128 more than the new one, to the byte.
+TEST(KoBlob, BufferIsReused)
+{
+    const std::string text(2000, 'x');
+    struct {
+        int before;
+        int after;
+        bool kept;
+    } const rows[] = {{1000, 1000, true},  {1000, 872, true}, {1000, 871, false},
+                      {1000, 1001, false}, {128, 0, true},    {129, 0, false},
+                      {1000, 0, false},    {0, 0, true}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(testing::Message() << row.before << " to " << row.after);
+        const KoBlob source(text.data(), row.after);
+        const Ledger ledger;
+        KoBlob set(text.data(), row.before);
+        KoBlob assigned(text.data(), row.before);
+        Ledger::Take();
+        set.SetTo(text.data(), row.after);
+        assigned = source;
+        const auto size = static_cast<std::size_t>(row.after);
+        EXPECT_EQ(Ledger::Take(), row.kept || row.after == 0 ? Sizes() : Sizes({size, size}));
+        EXPECT_EQ(set.Seek(0, -1) != nullptr, row.after != 0 || (row.before != 0 && row.kept));
+        EXPECT_EQ(set, assigned);
+    }
+    {
+        const Ledger ledger;
+        KoBlob steps(text.data(), 1000);
+        for (int size = 900; size > 0; size -= 100)
+            steps.SetTo(text.data(), size);
+        EXPECT_EQ(Ledger::Take().back(), 1000U) << "only the length counts";
+        steps.SetTo(text.data(), 101);
+        EXPECT_EQ(Ledger::Take(), Sizes{101}) << "only the length counts, upwards too";
+        steps.Resize(50);
+        EXPECT_EQ(Ledger::Take(), Sizes()) << "shrinking keeps the buffer";
+        steps.Resize(51);
+        EXPECT_EQ(Ledger::Take(), Sizes{51}) << "growing takes one";
+        steps.Expand(51);
+        EXPECT_EQ(Ledger::Take(), Sizes{51}) << "expanding always does";
+        steps.Append("x", 1);
+        EXPECT_EQ(Ledger::Take(), Sizes{52}) << "the first of a run takes what it needs";
+        steps.Append("x", 1);
+        EXPECT_EQ(Ledger::Take(), Sizes{53 + 26}) << "the next one half as much again";
+        steps.Append(text.data(), 26);
+        EXPECT_EQ(Ledger::Take(), Sizes());
+        steps.Cut(0, 1);
+        steps.Append("x", 1);
+        EXPECT_EQ(Ledger::Take(), Sizes{79}) << "another edit ends the run";
+        steps.SetTo(text.data(), 1);
+        steps.Append("x", 1);
+        EXPECT_EQ(Ledger::Take(), Sizes{2});
+    }
+}
+
+TEST(KoBlob, AppendsInARunAreCheap)
+{
+    constexpr int kTimes = 100000;
+    const char piece[17] = "0123456789abcdef";
+    const Ledger ledger;
+    KoBlob blob;
+    for (int i = 0; i < kTimes; ++i)
+        blob.Append(piece, 16);
+    const Sizes sizes = Ledger::Take();
+    std::size_t bytes = 0;
+    for (const std::size_t size : sizes)
+        bytes += size;
+    // As the header promises, and one for the record.
+    EXPECT_EQ(sizes.size(), 27U + 1);
+    EXPECT_LE(bytes, 6700000U);
+    EXPECT_EQ(blob.Length(), kTimes * 16);
+    EXPECT_EQ(std::memcmp(blob.Seek(16 * (kTimes - 1), 16), piece, 16), 0);
+}
+
+/// Blobs of a size that no test has the memory for: their bytes are never touched.
+TEST(KoBlob, SizesBeyondTheLimitAreRefused)
+{
+    static int asserts = 0;
+    asserts = 0;
+    KoSetAssertHandler([](const char*, const char*, int) { ++asserts; });
+    // Records are real, the large buffers are all the same few bytes.
+    alignas(16) static unsigned char shared[64];
+    KoSetAllocator(
+        [](std::size_t size) -> void* { return size > 1U << 20 ? shared : std::malloc(size); },
+        [](void* memory) {
+            if (memory != shared)
+                std::free(memory);
+        });
+    {
+        KoBlob large[2] = {KoBlob(INT_MAX), KoBlob(INT_MAX)};
+        large[0].Append("x", 1);
+        EXPECT_EQ(large[0].Length(), INT_MAX);
+        EXPECT_EQ(asserts, 1);
+        const KoTypeMgr manager;
+        unsigned char untouched = 0x5A;
+        for (const unsigned count : {1U, 2U}) {
+            EXPECT_EQ(manager.DiskLenGet(KoBLOB_T, large, 1, count, KoFMT_MEMORY), 0U);
+            EXPECT_EQ(manager.Store(KoBLOB_T, &untouched, large, 1, count), 0U);
+        }
+        EXPECT_EQ(untouched, 0x5A);
+        EXPECT_EQ(asserts, 3);
+        large[0].Resize(INT_MAX - 8);
+        large[1].SetNullValue();
+        EXPECT_EQ(manager.DiskLenGet(KoBLOB_T, large, 1, 1, KoFMT_MEMORY), INT_MAX + 0U);
+    }
+    KoSetAllocator(nullptr, nullptr);
+    KoSetAssertHandler(nullptr);
+}
+
+/// Each allocation of each operation fails in turn: the handler hears the size, nothing leaks, and
+/// what was edited is what it was, what was made is null.
+TEST(KoBlob, LackOfMemoryLeavesTheValue)
+{
+    const std::string more(500, 'm');
+    const KoBlob source = Of(more);
+    char text[] = "text";
+    const std::function<void(KoBlob&)> edits[] = {
+        [&](KoBlob& b) { b = source; },
+        [&](KoBlob& b) { b.SetTo(more.data(), 300); },
+        [&](KoBlob& b) { b.Resize(400); },
+        [&](KoBlob& b) { b.Expand(1); },
+        [&](KoBlob& b) { b.Append(more.data(), 10); },
+        [&](KoBlob& b) { b += source; },
+    };
+    for (const KoBlob& before : {Of("before"), KoBlob(), Null()}) {
+        for (const auto& edit : edits) {
+            for (int first = 0;; ++first) {
+                KoBlob blob = before;
+                const FailingHeap heap(first);
+                edit(blob);
+                EXPECT_EQ(heap.HandlerCalls(), heap.HasFailed() ? 1 : 0);
+                if (!heap.HasFailed())
+                    break;
+                EXPECT_EQ(Shown(blob), Shown(before));
+            }
+        }
+    }
+    const std::function<KoBlob()> makers[] = {[] { return KoBlob(); },
+                                              [] { return KoBlob(7); },
+                                              [&] { return KoBlob(more.data(), 7); },
+                                              [&] { return KoBlob(source); },
+                                              [&] { return source.CopyFrom(1, 5); },
+                                              [&] { return KoBlobAccess::FromText(text); }};
+    for (const auto& make : makers) {
+        for (int first = 0;; ++first) {
+            const FailingHeap heap(first);
+            const KoBlob made = make();
+            EXPECT_EQ(heap.HandlerCalls(), heap.HasFailed() ? 1 : 0);
+            EXPECT_EQ(made.IsNullValue(), heap.HasFailed());
+            if (!heap.HasFailed())
+                break;
+        }
+    }
+    static std::size_t asked;
+    KoBlob blob = Of("1234");
+    const FailingHeap heap(0);
+    KoSetMemoryHandler([](std::size_t size) { asked = size; });
+    blob.Append("56", 2);
+    EXPECT_EQ(asked, 6U);
+}
+
+} // namespace

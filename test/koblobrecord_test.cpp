@@ -1,0 +1,251 @@
+#include "blobs.h"
+
+#include <gtest/gtest.h>
+#include <kotms.h>
+
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
+/// Stored blobs and their texts.
+
+namespace
+{
+
+using Bytes = std::vector<unsigned char>;
+
+TEST(KoBlobRecord, Layout)
+{
+    const KoTypeMgr manager;
+    KoBlob blobs[3] = {Of("ab"), Null(), KoBlob()};
+    const Bytes little = {14, 0, 0, 0, 2, 0, 0, 0, 'a', 'b', 255, 255, 255, 255, 0, 0, 0, 0};
+    const Bytes big = {0, 0, 0, 14, 0, 0, 0, 2, 'a', 'b', 255, 255, 255, 255, 0, 0, 0, 0};
+    for (const unsigned char format : {KoFMT_LITTLE, KoFMT_BIG}) {
+        Bytes stored(manager.DiskLenGet(KoBLOB_T, blobs, format, 3, KoFMT_MEMORY));
+        EXPECT_EQ(manager.Store(KoBLOB_T, stored.data(), blobs, format, 3), stored.size());
+        EXPECT_EQ(stored, format == KoFMT_BIG ? big : little);
+    }
+    Bytes one(8);
+    EXPECT_EQ(manager.Store(KoBLOB_T, one.data(), &blobs[1], KoFMT_BIG, 1), 8U);
+    EXPECT_EQ(one, Bytes({0, 0, 0, 4, 255, 255, 255, 255}));
+    EXPECT_EQ(manager.Store(KoBLOB_T, one.data(), blobs, KoFMT_BIG, 0), 4U);
+    EXPECT_EQ(one[3], 0);
+    const Bytes minusOne(4, 255);
+    EXPECT_EQ(manager.DiskLenGet(KoBLOB_T, minusOne.data(), 1, 1, KoFMT_LITTLE), 4U);
+    MemFile file(minusOne.data(), 4);
+    EXPECT_EQ(manager.DiskLenGetFromMemFile(KoBLOB_T, &file, 1, 1), 4U);
+    MemFile shortFile(minusOne.data(), 3);
+    EXPECT_EQ(manager.DiskLenGetFromMemFile(KoBLOB_T, &shortFile, 1, 1), 0U);
+}
+
+/// What is damaged is read up to there: 0, and the elements before keep their new values.
+TEST(KoBlobRecord, DamageIsFound)
+{
+    struct {
+        const char* reason;
+        Bytes bytes;
+        unsigned read;
+        const char* first;
+        const char* second;
+    } const rows[] = {
+        {"sound", {0, 0, 0, 9, 0, 0, 0, 1, 'x', 0, 0, 0, 0}, 13, "1:x", "0:"},
+        {"more than is asked for",
+         {0, 0, 0, 12, 255, 255, 255, 255, 0, 0, 0, 0, 0, 0, 0, 0},
+         16,
+         "null",
+         "0:"},
+        {"total negative", {0x80, 0, 0, 0}, 0, "2:f1", "2:f2"},
+        {"total -1", {255, 255, 255, 255}, 0, "2:f1", "2:f2"},
+        {"total of nothing", {0, 0, 0, 0}, 0, "2:f1", "2:f2"},
+        {"total within a length", {0, 0, 0, 3, 0, 0, 0}, 0, "2:f1", "2:f2"},
+        {"first length negative", {0, 0, 0, 8, 255, 255, 255, 254, 0, 0, 0, 0}, 0, "2:f1", "2:f2"},
+        {"first beyond the total", {0, 0, 0, 5, 0, 0, 0, 2, 'x'}, 0, "2:f1", "2:f2"},
+        {"first far beyond", {0, 0, 0, 5, 0x7F, 255, 255, 255, 'x'}, 0, "2:f1", "2:f2"},
+        {"second missing", {0, 0, 0, 5, 0, 0, 0, 1, 'x'}, 0, "1:x", "2:f2"},
+        {"second negative", {0, 0, 0, 9, 0, 0, 0, 1, 'x', 0x80, 0, 0, 0}, 0, "1:x", "2:f2"},
+        {"second beyond the total", {0, 0, 0, 9, 0, 0, 0, 1, 'x', 0, 0, 0, 1}, 0, "1:x", "2:f2"},
+    };
+    const KoTypeMgr manager;
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.reason);
+        // Nothing behind the bytes is there to be read.
+        const std::unique_ptr<unsigned char[]> exact(new unsigned char[row.bytes.size()]);
+        std::memcpy(exact.get(), row.bytes.data(), row.bytes.size());
+        KoBlob blobs[2] = {Of("f1"), Of("f2")};
+        EXPECT_EQ(manager.Load(KoBLOB_T, blobs, exact.get(), KoFMT_BIG, 2), row.read);
+        EXPECT_EQ(Shown(blobs[0]), row.first);
+        EXPECT_EQ(Shown(blobs[1]), row.second);
+        int status = 1;
+        const int order = BlobCompare(KoFMT_BIG, 0, exact.get(), 0, exact.get(), 0, 2, status);
+        EXPECT_EQ(order, row.read == 0 ? -1 : 0);
+        EXPECT_EQ(status, row.read == 0 ? KoRC_NOT_SUPPORTED : KoRC_OK);
+        manager.Hash(KoBLOB_T, 0, exact.get(), 2, KoFMT_BIG, status);
+        EXPECT_EQ(status, row.read == 0 ? KoRC_NOT_SUPPORTED : KoRC_OK);
+    }
+}
+
+TEST(KoBlobRecord, CutKeysCompareAsFarAsTheyGo)
+{
+    const KoTypeMgr manager;
+    const auto stored = [&](const KoBlob& blob) {
+        Bytes bytes(manager.DiskLenGet(KoBLOB_T, &blob, KoFMT_BIG, 1, KoFMT_MEMORY));
+        manager.Store(KoBLOB_T, bytes.data(), &blob, KoFMT_BIG, 1);
+        return bytes;
+    };
+    struct {
+        const char* reason;
+        KoBlob left;
+        unsigned leftBound;
+        KoBlob right;
+        unsigned rightBound;
+        int order;
+        int status;
+    } const rows[] = {
+        {"whole", Of("abcd"), 12, Of("abce"), 12, -1, KoRC_OK},
+        {"the difference is there", Of("abcd"), 10, Of("b"), 9, -1, KoRC_OK},
+        {"the difference is cut off", Of("abcd"), 11, Of("abce"), 12, 0, KoRC_TRUNCATED},
+        {"the shorter one is whole", Of("abcd"), 10, Of("ab"), 10, 1, KoRC_OK},
+        {"null needs no more bytes", Of("abcd"), 8, Null(), 8, 2, KoRC_OK},
+        {"empty is before", Of("abcd"), 8, KoBlob(), 8, 1, KoRC_OK},
+        {"no whole length", Of("abcd"), 7, Of("x"), 9, 0, KoRC_TRUNCATED},
+        {"no whole total", Of("abcd"), 3, Of("x"), 9, 0, KoRC_TRUNCATED},
+        {"both cut", Of("abcd"), 9, Of("abce"), 10, 0, KoRC_TRUNCATED},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.reason);
+        Bytes left = stored(row.left);
+        Bytes right = stored(row.right);
+        left.resize(row.leftBound);
+        left.shrink_to_fit();
+        right.resize(row.rightBound);
+        right.shrink_to_fit();
+        for (const bool turned : {false, true}) {
+            Bytes& a = turned ? right : left;
+            Bytes& b = turned ? left : right;
+            int status = 1;
+            const int order = BlobCompare(KoFMT_BIG, static_cast<unsigned>(a.size()), a.data(),
+                                          static_cast<unsigned>(b.size()), b.data(), 0, 1, status);
+            const int expected = turned ? -row.order : row.order;
+            EXPECT_EQ((order > 0) - (order < 0), (expected > 0) - (expected < 0));
+            EXPECT_EQ(status, row.status);
+        }
+    }
+    KoBlob two[2] = {Of("a"), Of("b")};
+    KoBlob other[2] = {Of("a"), Of("c")};
+    int status = 0;
+    EXPECT_EQ(BlobCompare(KoFMT_MEMORY, 8, two, 16, other, 0, 2, status), 0);
+    EXPECT_EQ(status, KoRC_TRUNCATED);
+    EXPECT_LT(BlobCompare(KoFMT_MEMORY, 16, two, 16, other, 0, 2, status), 0);
+    EXPECT_EQ(status, KoRC_OK);
+}
+
+TEST(KoBlobRecord, HashesStay)
+{
+    const KoTypeMgr manager;
+    const auto hash = [&](KoBlob blob) {
+        int status = 1;
+        return manager.Hash(KoBLOB_T, 0, &blob, 1, KoFMT_MEMORY, status);
+    };
+    EXPECT_EQ(hash(KoBlob()), 0U);
+    EXPECT_EQ(hash(Null()), 0x4E554C4CU);
+    EXPECT_EQ(hash(Of("ab")), (2U * 9 + 'a') * 9 + 'b');
+    unsigned expected = 19;
+    for (int i = 0; i < 19; ++i)
+        expected = expected * 9 + static_cast<unsigned char>(200 + i);
+    std::string bytes;
+    for (int i = 0; i < 19; ++i)
+        bytes += static_cast<char>(200 + i);
+    EXPECT_EQ(hash(Of(bytes)), expected) << "in blocks as byte by byte";
+    EXPECT_NE(hash(Of(std::string(1, '\0'))), hash(Of(std::string(2, '\0'))));
+}
+
+// ---- text
+
+TEST(KoBlobText, PrintsAndReads)
+{
+    struct {
+        const char* reason;
+        const char* format;
+        const char* text;
+        const char* scanned; ///< "was": the blob stays
+        const char* parsed;  ///< null: refused
+        unsigned errorAt;
+    } const rows[] = {
+        {"bytes", "%X", "4A4b", "2:JK", "2:JK", 0},
+        {"nothing", "%X", "", "0:", "0:", 0},
+        {"the null print string", "%X", "{NULL}", "null", "null", 0},
+        {"the type's own format reads bytes", nullptr, "4a", "1:J", "1:J", 0},
+        {"so does a foreign one", "%s", "4a", "1:J", "1:J", 0},
+        {"and one that ends in the middle", "4%", "4a", "1:J", "1:J", 0},
+        {"blanks", "%X", " 4a 4B\t", "2:JK", nullptr, 0},
+        {"half a byte", "%X", "4a4", "1:J", nullptr, 3},
+        {"only half a byte", "%X", "4", "was", nullptr, 1},
+        {"something behind", "%X", "4a,", "1:J", nullptr, 2},
+        {"something else", "%X", "xyz", "was", nullptr, 0},
+        {"literals", "<%x>", "<4a>", "1:J", "1:J", 0},
+        {"a literal is missing", "<%x>", "4a>", "was", nullptr, 0},
+        {"the last literal is missing", "<%x>", "<4a", "1:J", nullptr, 3},
+        {"length and bytes", "%L%%%X", "2%4a4b", "2:JK", "2:JK", 0},
+        {"another length", "%X:%L", "4a4b:12", "2:JK", nullptr, 5},
+        {"no length", "%L:%X", ":4a", "was", nullptr, 0},
+        {"a length out of all range", "%L:%X", "99999999999999999999:4a", "1:J", nullptr, 0},
+    };
+    const KoTypeMgr manager;
+    for (const auto& row : rows) {
+        for (const bool wide : {false, true}) {
+            SCOPED_TRACE(testing::Message() << row.reason << (wide ? ", 16-bit" : ""));
+            KoString text(row.text);
+            if (wide)
+                text.MapToCodeSet(KoCS_UNICODE);
+            KoBlob blob = Of("was");
+            manager.ScanFromKoString(KoBLOB_T, &blob, text, row.format, 1);
+            EXPECT_EQ(Shown(blob), row.scanned == std::string("was") ? "3:was" : row.scanned);
+            blob = Of("was");
+            unsigned errorAt = 0;
+            const int code = manager.ParseFromKoString(KoBLOB_T, &blob, text, row.format, errorAt);
+            EXPECT_EQ(code, row.parsed == nullptr ? -1 : 0);
+            EXPECT_EQ(Shown(blob), row.parsed == nullptr ? "3:was" : row.parsed);
+            EXPECT_EQ(errorAt, row.errorAt);
+        }
+    }
+    struct {
+        const char* format;
+        const char* expected;
+    } const prints[] = {{nullptr, "[BLOB,len=2]"},
+                        {"%X", "4AFF"},
+                        {"%x (%L%%)", "4aff (2%)"},
+                        {"", ""},
+                        {"%d", "[BLOB,len=2]"}};
+    for (const auto& row : prints) {
+        KoBlob blob = Of("J\xFF");
+        KoString text;
+        manager.PrintToKoString(KoBLOB_T, text, &blob, row.format, 1);
+        EXPECT_STREQ(text.StrGet(), row.expected);
+    }
+}
+
+TEST(KoBlobText, LongestBlobInAText)
+{
+    KoTypeMgr manager;
+    KoBlob blob(32765);
+    std::memset(blob.Seek(0, 32765), 0xA5, 32765);
+    const std::unique_ptr<KoTypeConvertData> texts(manager.ConvertTo(KoBLOB_T, &blob, 1));
+    ASSERT_NE(texts, nullptr);
+    void* back = manager.ConvertFrom(KoBLOB_T, texts.get(), 1);
+    EXPECT_EQ(*static_cast<KoBlob*>(back), blob);
+    manager.Delete(KoBLOB_T, back, 1);
+    blob.Append("x", 1);
+    EXPECT_EQ(manager.ConvertTo(KoBLOB_T, &blob, 1), nullptr);
+}
+
+TEST(KoBlobText, NoneIsOne)
+{
+    const KoTypeMgr manager;
+    auto* blob = static_cast<KoBlob*>(manager.Create(KoBLOB_T, 0));
+    ASSERT_NE(blob, nullptr);
+    blob->SetTo("x", 1);
+    manager.Delete(KoBLOB_T, blob, 0);
+}
+
+} // namespace
