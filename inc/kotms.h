@@ -11,6 +11,7 @@
 #include "kodatetime.h"
 #include "koint64.h"
 #include "kombs.h"
+#include "koodmg.h"
 #include "koorder.h"
 #include "kostrcmp.h"
 #include "kostring.h"

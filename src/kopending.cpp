@@ -14,14 +14,6 @@ KO_DEFINE_TYPE(koIStringDescriptor, NoOps, KoISTRING_T)
 
 KO_DEFINE_TYPE(koCaseIStringDescriptor, NoOps, KoCASEISTRING_T)
 
-KO_DEFINE_TYPE(d_DateDescriptor, NoOps, D_DATE_T)
-
-KO_DEFINE_TYPE(d_TimeDescriptor, NoOps, D_TIME_T)
-
-KO_DEFINE_TYPE(d_TimestampDescriptor, NoOps, D_TIMESTAMP_T)
-
-KO_DEFINE_TYPE(d_IntervalDescriptor, NoOps, D_INTERVAL_T)
-
 KO_DEFINE_TYPE(koBooleanDescriptor, NoOps, KoBOOLEAN_T)
 
 KO_DEFINE_TYPE(koSealDescriptor, NoOps, KoSEAL_T)

@@ -5,6 +5,8 @@
 #include "kotemporalkey.h"
 #include "kotemporaltext.h"
 
+#include <iterator>
+
 /// One field of a date or a time on its way into a number: how many values it has, and the first.
 struct KoCountedField {
     int values;
@@ -48,9 +50,16 @@ struct KoTemporalAxis {
             span.from = span.to = ReadOrdered<o_2b>(element, big);
             at = 2;
         }
-        for (unsigned i = FirstField(); at < Layout::kPacked; ++i, ++at) {
+        for (unsigned i = kFirstField; i < kEndField; ++i, ++at) {
+            if (kZone && i == kHour)
+                at += 2;
             const auto value = static_cast<o_1b>(element[at]);
             span.Add(kFields[i], value, kWildcards && value == -1);
+        }
+        if constexpr (kZone) {
+            const double fraction = static_cast<o_1b>(element[at]) / 100.0;
+            span.from += fraction;
+            span.to += fraction;
         }
         if constexpr (Layout::kHasNanoseconds) {
             const auto value = ReadOrdered<o_4b>(element + Layout::NanosecondsAt(memory), big);
@@ -72,14 +81,21 @@ private:
     static constexpr int kFirst = Type::kKind == TemporalKind::kTimeSpan ? 0 : 1;
     static constexpr KoCountedField kFields[] = {
         {12, kFirst}, {31, kFirst}, {24, 0}, {60, 0}, {60, 0}};
-    static constexpr unsigned FirstField() { return Layout::kHasYear ? 0 : 2; }
+    static constexpr unsigned kHour = 2;
+    /// Two bytes of the zone before the hour, hundredths behind the second. What the zone is does
+    /// not count.
+    static constexpr bool kZone =
+        Type::kKind == TemporalKind::kOdmgTime || Type::kKind == TemporalKind::kOdmgTimestamp;
+    static constexpr unsigned kFirstField = Layout::kHasYear ? 0 : kHour;
+    static constexpr unsigned kEndField = kFirstField + Layout::kBytes - (kZone ? 3 : 0);
+    static_assert(kEndField <= std::size(kFields));
 
     static KoTemporalSpan Everything([[maybe_unused]] int year)
     {
         KoTemporalSpan span;
         if constexpr (Layout::kHasYear)
             span.from = span.to = year;
-        for (unsigned i = FirstField(); i < FirstField() + Layout::kBytes; ++i)
+        for (unsigned i = kFirstField; i < kEndField; ++i)
             span.Add(kFields[i], 0, true);
         return span;
     }

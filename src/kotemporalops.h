@@ -17,6 +17,11 @@
 ///         static KoDate FromFields(const TemporalFields& fields);  // likewise
 ///     };
 ///
+/// and, where the texts of directives do not make the same value again, by texts of its own:
+///
+///         static KoString ToText(const T& value);
+///         static T FromText(const KoString& text);
+///
 /// A class with a Compare is compared by it in memory, all others as they are in persistent form.
 
 template <class Value>
@@ -96,7 +101,7 @@ struct TemporalOps : ElementOps<typename Type::Value, TemporalOps<Type>, Type::k
     static int Cmp(unsigned char format, unsigned length1, void* value1, unsigned length2,
                    void* value2, unsigned short cmpOp, unsigned count, int& status)
     {
-        const bool strict = (cmpOp & kKoCmpStrictBit) != 0;
+        const bool strict = !KindHasWildcards(Type::kKind) || (cmpOp & kKoCmpStrictBit) != 0;
         const auto walk = [&](auto order) {
             return KoCompareWalk(length1, value1, length2, value2, Layout::Size(format), count,
                                  status, order);
@@ -137,12 +142,16 @@ struct TemporalOps : ElementOps<typename Type::Value, TemporalOps<Type>, Type::k
 
     static KoString ToText(const T& value)
     {
-        KoString text;
-        if (IsNullTemporal(value))
-            text.SetNullValue();
-        else
-            PrintTemporalValue<Type>(text, value, nullptr);
-        return text;
+        if constexpr (requires { Type::ToText(value); }) {
+            return Type::ToText(value);
+        } else {
+            KoString text;
+            if (IsNullTemporal(value))
+                text.SetNullValue();
+            else
+                PrintTemporalValue<Type>(text, value, nullptr);
+            return text;
+        }
     }
     static void FromText(T& value, const KoString* text)
     {
@@ -150,6 +159,8 @@ struct TemporalOps : ElementOps<typename Type::Value, TemporalOps<Type>, Type::k
         null.isNull = true;
         if (text == nullptr)
             SetTemporalValue<Type>(value, null);
+        else if constexpr (requires { Type::FromText(*text); })
+            value = Type::FromText(*text);
         else
             ScanTemporalValue<Type>(value, *text, nullptr);
     }

@@ -1,6 +1,8 @@
 #include "kotypeslot.h"
 #include "kovalueops.h"
 
+#include <koodmg.h>
+
 // ---- process-wide texts
 
 namespace
@@ -98,61 +100,22 @@ int KoTypeMgr::GetValue(o_char id, void* value, unsigned length, unsigned char f
 
 // ---- time stamps
 
-namespace
-{
-
-/// The memory form of the standard's date and time.
-struct StampDate {
-    o_2b year;
-    o_1b month;
-    o_1b day;
-};
-
-struct StampTime {
-    o_1b zoneHour;
-    o_1b zoneMinute;
-    o_1b hour;
-    o_1b minute;
-    o_1b second;
-    o_1b hundredths;
-};
-
-struct Stamp {
-    StampDate date;
-    StampTime time;
-};
-static_assert(sizeof(StampDate) == 4 && sizeof(StampTime) == 6 && sizeof(Stamp) == 10);
-
-StampDate MakeStampDate(const KoTimeStampRec& clock)
-{
-    return {static_cast<o_2b>(clock.year), clock.month, clock.day};
-}
-
-/// The time in the default zone, 0.
-StampTime MakeStampTime(const KoTimeStampRec& clock)
-{
-    // The fraction counts as whole seconds: the sum is not scaled. Stored stamps rely on it. A
-    // 64-bit integer holds every such sum; what lies beyond the byte is cut.
-    const float seconds = static_cast<float>(clock.second) + static_cast<float>(clock.fraction);
-    const auto whole = static_cast<o_8b>(seconds);
-    const float rest = seconds - static_cast<float>(whole);
-    return {
-        0, 0, clock.hour, clock.minute, static_cast<o_1b>(whole), static_cast<o_1b>(rest * 100.0F)};
-}
-
-} // namespace
-
 int KoTypeMgr::StoreTimeStamp(o_char id, void* destination, unsigned char format,
                               KoTimeStampRec* clock)
 {
     if (clock == nullptr || SupportsCapability(id, KoCAP_TIMESTAMP) == 0)
         return KoRC_NOT_SUPPORTED;
-    Stamp stamp = {MakeStampDate(*clock), MakeStampTime(*clock)};
+    // The fraction counts as whole seconds: the sum is not scaled. Stored stamps rely on it.
+    const float seconds = static_cast<float>(clock->second) + static_cast<float>(clock->fraction);
+    const d_Timestamp stamp(
+        d_Date(static_cast<o_2b>(clock->year), static_cast<o_u2b>(clock->month),
+               static_cast<o_u2b>(clock->day)),
+        d_Time(static_cast<o_u2b>(clock->hour), static_cast<o_u2b>(clock->minute), seconds));
     const void* source = clock; // its leading bytes are the memory form of the date types
     if (id == KoTIME_T)
         source = &clock->hour;
     else if (id == D_TIME_T)
-        source = &stamp.time;
+        source = &stamp.time();
     else if (id == D_DATE_T || id == D_TIMESTAMP_T)
         source = &stamp;
     return static_cast<int>(Store(id, destination, source, format, 1));

@@ -73,6 +73,62 @@ inline KoString NullText()
     return NullOf<KoString>();
 }
 
+inline void AddTemporals(std::vector<Fixture>& all)
+{
+    const auto date = [&](const char* reason, KoDate value) {
+        all.push_back(Value(KoDATE_T, reason, value));
+        all.push_back(Value(D_DATE_T, "as a date of the standard", d_Date(value)));
+    };
+    date("day 0", KoDate::DefaultValue());
+    date("all fields 0", KoDate::ClearValue());
+    date("a leap day", {2024, 2, 29});
+    date("smallest", {-32768, 1, 1});
+    date("largest", {32767, 12, 31});
+    date("wildcards", {-1, 7, -1});
+    date("fields at their limits", {-32767, -128, 127});
+    all.push_back(Value(KoDATE_T, "null", KoDate::NullValue()));
+
+    const auto time = [&](const char* reason, KoTime value) {
+        all.push_back(Value(KoTIME_T, reason, value));
+        all.push_back(Value(D_TIME_T, "as a time of the standard", d_Time(value)));
+    };
+    time("midnight", {0, 0, 0});
+    time("the last second", {23, 59, 59});
+    time("24 o'clock", {24, 0, 0});
+    time("wildcards", {-1, 30, -1});
+    time("fields at their limits", {127, -128, 127});
+    all.push_back(Value(KoTIME_T, "null", KoTime::NullValue()));
+    for (const int zone : {1, -5, 127, -128})
+        all.push_back(Value(D_TIME_T, "a zone", d_Time::OfFields(23, 59, 5, 7, zone, -zone / 4)));
+
+    const auto stamp = [&](const char* reason, KoDateTimeN value, int zone) {
+        all.push_back(Value(KoDATIME_N_T, reason, value));
+        all.push_back(Value(KoDATIME_T, reason, value.DateTime()));
+        all.push_back(Value(
+            D_TIMESTAMP_T, "as a time stamp of the standard",
+            d_Timestamp(value.Date(), d_Time::OfFields(value.Time().Hour(), 30, 59, 99, zone, 0))));
+    };
+    stamp("day 0", KoDateTimeN::DefaultValue(), 0);
+    stamp("all fields 0", KoDateTimeN::ClearValue(), 12);
+    stamp("nanoseconds", {2024, 2, 29, 23, 59, 59, 123456789}, -12);
+    stamp("smallest", {-32768, 1, 1, 0, 0, 0, 0}, 0);
+    stamp("largest", {32767, 12, 31, 23, 59, 59, 999999999}, 14);
+    stamp("wildcards", {2024, -1, 5, 12, -1, 30, 0}, 0);
+    all.push_back(Value(KoDATIME_N_T, "null", KoDateTimeN::NullValue()));
+    all.push_back(Value(KoDATIME_T, "null", KoDateTime::NullValue()));
+
+    for (const KoTimeSpan& span :
+         {KoTimeSpan::ZeroValue(), KoTimeSpan(1, 1, 10, 2, 3, 4, 500),
+          KoTimeSpan(0, 0, -5, 23, 0, 0, 0), KoTimeSpan(32767, 11, 29, 23, 59, 59, 999999999),
+          KoTimeSpan(-32768, 0, 0, 0, 0, 0, 1)})
+        all.push_back(Value(KoTIMESPAN_T, "a span", span));
+    all.push_back(Value(KoTIMESPAN_T, "null", KoTimeSpan()));
+    for (const float seconds :
+         {0.0F, -0.0F, 0.25F, -93784.5F, 1e-20F, 3e38F, -std::numeric_limits<float>::infinity(),
+          std::numeric_limits<float>::quiet_NaN()})
+        all.push_back(Value(D_INTERVAL_T, "seconds", d_Interval::OfSeconds(seconds)));
+}
+
 inline std::vector<Fixture> AllFixtures()
 {
     std::vector<Fixture> all;
@@ -110,6 +166,8 @@ inline std::vector<Fixture> AllFixtures()
         all.push_back(Value(KoNULL_KOINT64_T, "a number", KoNull_KoInt64{KoInt64(number), 0}));
     }
     all.push_back(Value(KoNULL_KOINT64_T, "null", KoNull_KoInt64{KoInt64(), 1}));
+
+    AddTemporals(all);
 
     const unsigned short wide[] = {'1', 0x20AC, 0xFFFD, 0};
     all.push_back(Value(KoSTRING_T, "empty", KoString()));

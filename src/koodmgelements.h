@@ -1,0 +1,63 @@
+#ifndef KOODMGELEMENTS_H
+#define KOODMGELEMENTS_H
+
+#include "kotemporalops.h"
+
+#include <koodmg.h>
+
+/// Order and hash of the standard's dates and times, read where they stand.
+
+using OdmgDateElements = PackedElements<TemporalLayout<true, 2>>;
+
+/// Zone hour, zone minute, hour, minute, second, hundredths: every form is the same bytes.
+struct OdmgTimeElements {
+    using Fields = TemporalLayout<false, 6>;
+
+    /// The fields as one number that orders as they do: the clock first, then the zone.
+    static o_u8b Key(const unsigned char* at) noexcept
+    {
+        const o_u8b clock = ReadOrdered<o_u4b>(at + 2, true);
+        return (clock << 16 | ReadOrdered<o_u2b>(at, true)) ^ 0x808080808080ULL;
+    }
+    template <bool>
+    static int OrderStored(const unsigned char* a, const unsigned char* b, bool) noexcept
+    {
+        return KoOrder(Key(a), Key(b));
+    }
+    static o_u4b HashBits(const unsigned char* at, bool, bool) noexcept
+    {
+        return TemporalHashBits(Key(at), 0);
+    }
+};
+
+/// A date and then a time.
+struct OdmgTimestampElements {
+    using Fields = TemporalLayout<true, 8>;
+
+    template <bool>
+    static int OrderStored(const unsigned char* a, const unsigned char* b, bool big) noexcept
+    {
+        const int order = OdmgDateElements::OrderStored<true>(a, b, big);
+        return order != 0 ? order
+                          : KoOrder(OdmgTimeElements::Key(a + 4), OdmgTimeElements::Key(b + 4));
+    }
+    static o_u4b HashBits(const unsigned char* at, bool big, bool) noexcept
+    {
+        const auto date = static_cast<o_u4b>(PackedFields<OdmgDateElements::Fields>(at, big));
+        return TemporalHashBits(OdmgTimeElements::Key(at + 4), date);
+    }
+};
+
+/// The fields of a time, zone apart, into those of a text.
+void SetTimeFields(TemporalFields& fields, const d_Time& time);
+/// The time of a text's fields, in the default zone or another.
+d_Time TimeOfFields(const TemporalFields& fields);
+d_Time TimeOfFields(const TemporalFields& fields, int zoneHour, int zoneMinute);
+
+/// A value's text with the zone behind it, "10:00:05.250+01:30", so that the text is the value
+/// again; the default zone is left out.
+KoString ZonedText(const TemporalFields& fields, const char* format, const d_Time& time);
+/// Reads such a text leniently, fields and time.
+d_Time ScanZonedText(TemporalFields& fields, const KoString& text, const char* format);
+
+#endif

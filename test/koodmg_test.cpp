@@ -1,0 +1,429 @@
+#include "clock.h"
+
+#include <kotms.h>
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstring>
+#include <limits>
+#include <random>
+
+namespace
+{
+
+constexpr int kIntMax = std::numeric_limits<int>::max();
+constexpr int kIntMin = std::numeric_limits<int>::min();
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
+constexpr float kNoNumber = std::numeric_limits<float>::quiet_NaN();
+
+int Key(const d_Date& date)
+{
+    return (date.year() * 100 + date.month()) * 100 + date.day();
+}
+
+/// Of the local clock.
+int Key(const d_Time& time)
+{
+    return ((time.hour() * 100 + time.minute()) * 100 + time.whole_second()) * 100 +
+           time.hundredths();
+}
+
+d_Interval Seconds(double seconds)
+{
+    return d_Interval::OfSeconds(static_cast<float>(seconds));
+}
+
+/// Sets the default zone while it lives.
+struct ZoneScope {
+    explicit ZoneScope(d_Time::Time_Zone zone) { d_Time::set_default_Time_Zone(zone); }
+    ZoneScope(const ZoneScope&) = delete;
+    ZoneScope& operator=(const ZoneScope&) = delete;
+    ~ZoneScope() { d_Time::set_default_Time_Zone(d_Time::GMT); }
+};
+
+} // namespace
+
+TEST(OdmgDate, DaysAreJulianBeforeTheReformAndGregorianAfter)
+{
+    using namespace std::chrono;
+    // Day by day from 0001-01-01, a Saturday, beside a calendar that is counted on.
+    const d_Date start(1, 1, 1);
+    d_Date date = start;
+    int year = 1;
+    int month = 1;
+    int day = 1;
+    for (int n = 0; year < 2600; ++n, date++) {
+        const int key = (year * 100 + month) * 100 + day;
+        ASSERT_EQ(Key(date), key);
+        ASSERT_EQ(date != start, n) << key;
+        ASSERT_EQ(date.day_of_week(), (n + 6) % 7) << key;
+        if (key == 15821004) {
+            day = 14;
+        } else if (key > 15821004) {
+            const year_month_day peer = sys_days(days(n - 719164));
+            ASSERT_EQ(key,
+                      (int{peer.year()} * 100 + static_cast<int>(unsigned{peer.month()})) * 100 +
+                          static_cast<int>(unsigned{peer.day()}));
+        }
+        const bool leap = year % 4 == 0 && (year < 1582 || year % 100 != 0 || year % 400 == 0);
+        const int monthDays[] = {31, leap ? 29 : 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+        if (++day > monthDays[month - 1]) {
+            day = 1;
+            month = month % 12 + 1;
+            year += month == 1 ? 1 : 0;
+        }
+    }
+    for (int y = 2600; y <= 32767; y += 7) {
+        const sys_days peer = std::chrono::year(y) / December / 31;
+        const d_Date last(static_cast<o_2b>(y), 12, 31);
+        ASSERT_EQ(last != start, peer.time_since_epoch().count() + 719164) << y;
+    }
+}
+
+// Before year 1 the cut quotients leave the calendar: the rows come from the formulas.
+TEST(OdmgDate, DaysOutsideTheCalendar)
+{
+    const d_Date anchor(2000, 1, 1); // day number 2451544
+    const struct {
+        d_Date date;
+        int dayNumber;
+        const char* reason;
+    } forth[] = {
+        {{0, 12, 31}, 1721422, "the day before 0001-01-01"},
+        {{0, 3, 1}, 1721117, "the first day of whole quotients"},
+        {{0, 2, 29}, 1721117, "a leap day takes the number of the day behind it"},
+        {{-4, 2, 29}, 1719656, "so do those before it"},
+        {{-4712, 1, 1}, 0, "day 0 is a day early"},
+        {{-32768, 1, 1}, -10247454, "the smallest year"},
+        {{1582, 10, 5}, 2299160, "the days left out count into those after"},
+        {{1582, 10, 14}, 2299169, "to the last of them"},
+        {{2024, 13, 1}, 2460676, "month 13 is January"},
+        {{2023, 4, 31}, 2460065, "31 April is 1 May"},
+        {d_Date(KoDate(32767, 127, 127)), 13692939, "the largest fields"},
+        {d_Date(KoDate(-32768, -128, -128)), -10251530, "the smallest fields"},
+    };
+    for (const auto& row : forth)
+        EXPECT_EQ((row.date != anchor) + 2451544, row.dayNumber) << row.reason;
+    const struct {
+        int dayNumber;
+        KoDate date;
+    } back[] = {
+        {1721423, {1, 1, 1}},      {1721422, {0, 12, 31}},      {1721116, {0, 2, 29}},
+        {1721057, {0, 1, 1}},      {0, {-4712, 1, 2}},          {13692939, {-32759, 11, 23}},
+        {kIntMax, {-23342, 6, 4}}, {kIntMin, {14040, -8, -13}},
+    };
+    for (const auto& row : back) {
+        // A float of seconds holds a multiple of so many days. One move: days outside the calendar
+        // do not come back as they are.
+        constexpr unsigned kWhole = 131072;
+        const unsigned rest = (static_cast<unsigned>(row.dayNumber) - 2451544U) % kWhole;
+        d_Date date = anchor;
+        for (unsigned n = 0; n < rest; ++n)
+            date++;
+        date +=
+            d_Interval(static_cast<int>(static_cast<unsigned>(row.dayNumber) - 2451544U - rest));
+        EXPECT_EQ(Key(date), Key(d_Date(row.date))) << row.dayNumber;
+    }
+}
+
+TEST(OdmgDate, Members)
+{
+    d_Date date(1582, 10, 15);
+    EXPECT_EQ(Key(date--), 15821015);
+    EXPECT_EQ(Key(date), 15821004) << "the Julian calendar resumes";
+    EXPECT_EQ(Key(date++), 15821004);
+    EXPECT_EQ(Key(date), 15821015);
+    EXPECT_EQ(Key(d_Date(2024, 60)), 20240229);
+    EXPECT_EQ(Key(d_Date(2024, 0)), 20231231);
+    EXPECT_EQ(d_Date(2024, 12, 31).day_of_year(), 366);
+    EXPECT_EQ(d_Date(1582, 12, 31).day_of_year(), 355) << "ten days were left out";
+    EXPECT_EQ(d_Date(2024, 1, 7).day_of_week(), d_Date::Sunday);
+    for (int w = 0; w < 7; ++w) {
+        const auto weekday = static_cast<d_Date::Weekday>(w);
+        for (int day = 10; day < 17; ++day) {
+            const d_Date from(2024, 1, static_cast<o_u2b>(day));
+            d_Date later = from;
+            d_Date earlier = from;
+            EXPECT_EQ(later.next(weekday).day_of_week(), weekday);
+            EXPECT_EQ(earlier.previous(weekday).day_of_week(), weekday);
+            const int forth = later != from;
+            const int back = from != earlier;
+            EXPECT_TRUE(forth >= 1 && forth <= 7 && back >= 1 && back <= 7) << forth << back;
+        }
+    }
+    const struct {
+        o_2b year;
+        o_u2b month;
+        int days;
+    } months[] = {{2024, 2, 29}, {2023, 2, 28}, {1900, 2, 28}, {1500, 2, 29}, {2000, 2, 29},
+                  {1599, 2, 28}, {2024, 4, 30}, {2024, 8, 31}, {2024, 0, 0},  {2024, 13, 0}};
+    for (const auto& row : months)
+        EXPECT_EQ(d_Date::days_in_month(row.year, row.month), row.days) << row.year << row.month;
+    EXPECT_EQ(d_Date(2024, 2, 1).days_in_month(), 29);
+    EXPECT_EQ(d_Date(KoDate(2024, -128, 1)).days_in_month(), 0);
+    EXPECT_EQ(Key(d_Date(KoDate(2023, 2, 31))), 20230231) << "copied as it is";
+}
+
+TEST(OdmgDate, Intervals)
+{
+    const struct {
+        d_Interval interval;
+        int key;
+        const char* reason;
+    } rows[] = {
+        {d_Interval(0, 23), 20240301, "less than a day is nothing"},
+        {d_Interval(0, -23), 20240301, "in either direction"},
+        {d_Interval(0, -25), 20240229, "more than a day back"},
+        {d_Interval(1, 23, 59, 59.0F), 20240302, "the rest is cut"},
+        {d_Interval(-366), 20230301, "a leap year"},
+        {Seconds(kNoNumber), 20240301, "no number is nothing"},
+    };
+    for (const auto& row : rows) {
+        const d_Date date(2024, 3, 1);
+        EXPECT_EQ(Key(date + row.interval), row.key) << row.reason;
+        EXPECT_EQ(Key(row.interval + date), row.key) << row.reason;
+        EXPECT_EQ(Key(date - -row.interval), row.key) << row.reason;
+    }
+    const d_Date date(2024, 3, 1);
+    EXPECT_EQ(Key(date + Seconds(kInfinity)), Key(date + d_Interval(kIntMax)));
+    EXPECT_EQ(Key(date - Seconds(kInfinity)), Key(date + d_Interval(kIntMin)));
+}
+
+TEST(OdmgInterval, Arithmetic)
+{
+    const struct {
+        d_Interval interval;
+        float seconds;
+        const char* reason;
+    } rows[] = {
+        {d_Interval(1, -2, 0, 0), -93600.0F, "one negative part turns the whole"},
+        {d_Interval(1, 2, 3, 4.5F), 93784.5F, "a sum"},
+        {d_Interval(-1, -2, -3, -4.5F), -93784.5F, "all negative"},
+        {d_Interval(0, 0, 0, -0.5F), -0.5F, "a fraction"},
+        {d_Interval(kIntMin), -2147483648.0F * 86400.0F, "the largest count"},
+        {d_Interval(2) + d_Interval(0, 1), 176400.0F, "plus"},
+        {d_Interval(2) - d_Interval(3), -86400.0F, "minus"},
+        {d_Interval(2) * -3, -518400.0F, "times"},
+        {-3 * d_Interval(2), -518400.0F, "times"},
+        {d_Interval(3) / 2, 129600.0F, "by"},
+        {d_Interval(3) / 0, 259200.0F, "by 0: unchanged"},
+        {-d_Interval(3), -259200.0F, "turned"},
+        {d_Interval(), 0.0F, "none"},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(row.interval.Seconds(), row.seconds) << row.reason;
+    EXPECT_LT(d_Interval(1), d_Interval(1, 1));
+}
+
+TEST(OdmgTime, ConstructionAndZones)
+{
+    EXPECT_EQ(Key(d_Time(10, 20, 30.755F)), 10203075);
+    const d_Time zoned(10, 20, 30.5F, -5, -30);
+    EXPECT_EQ(Key(zoned), 10203050);
+    EXPECT_EQ(zoned.tz_hour() * 100 + zoned.tz_minute(), -530);
+    EXPECT_EQ(zoned.second(), 30.5F);
+    // Held with the zone's hour and minute added.
+    unsigned char bytes[6];
+    KoTypeMgr().Store(D_TIME_T, bytes, &zoned, KoFMT_BIG, 1);
+    const unsigned char expected[] = {0xFB, 0xE2, 5, 0xF6, 30, 50};
+    EXPECT_EQ(std::memcmp(bytes, expected, 6), 0);
+
+    for (const auto& [seconds, key] : {std::pair(3725, 1020500),
+                                       {90000, 25000000},
+                                       {-1, 23595900},
+                                       {-86400, 0},
+                                       {-100000, 20132000},
+                                       {kIntMin, 20455200}})
+        EXPECT_EQ(Key(d_Time(seconds)), key) << seconds;
+
+    const ZoneScope zone(d_Time::GMT2);
+    EXPECT_EQ(d_Time(1, 2, 3.0F).tz_hour(), 2);
+    EXPECT_EQ(Key(d_Time(KoTime(23, 2, 3))), 23020300);
+    EXPECT_EQ(Key(d_Time(3725)), 1020500);
+    EXPECT_EQ(d_Time(KoDateTime(KoDate(0), KoTime(0))).tz_hour(), 2);
+    EXPECT_EQ(d_Time(zoned).tz_hour(), -5);
+}
+
+TEST(OdmgTime, Clock)
+{
+    const KoTimeStampRec now = {2024, 2, 29, 23, 30, 5, 700};
+    const ZoneScope zone(d_Time::USeastern);
+    const FixedClock clock(now, 90);
+    d_Time::set_default_Time_Zone_to_local();
+    EXPECT_EQ(d_Time::current().tz_hour(), 1) << "whole hours";
+    EXPECT_EQ(Key(d_Time()), 1000500) << "the local clock";
+    EXPECT_EQ(Key(d_Date::current()), 20240301);
+    EXPECT_EQ(Key(d_Timestamp::current().date()), 20240301);
+    EXPECT_EQ(Key(d_Timestamp().time()), 1000500);
+    const FixedClock atGreenwich(now, 0);
+    d_Time::set_default_Time_Zone_to_local();
+    EXPECT_EQ(d_Time().tz_hour(), 1) << "a zone of 0 changes nothing";
+}
+
+TEST(OdmgTime, Intervals)
+{
+    const struct {
+        d_Time from;
+        d_Interval interval;
+        int key;
+        const char* reason;
+    } rows[] = {
+        {{23, 30, 0}, Seconds(3600), 300000, "over midnight"},
+        {{0, 30, 0}, Seconds(-86400), 300000, "a day back"},
+        {{0, 0, 0}, Seconds(-0.25), 23595975, "a little back"},
+        {{0, 0, 0}, Seconds(-1e-10), 0, "too little for a float"},
+        {{10, 0, 0.5F}, d_Interval(3, 1), 11000050, "whole days are nothing"},
+        {{10, 0, 0.4F}, d_Interval(), 10000039, "a float holds no 0.4"},
+        {{10, 0, 0}, Seconds(1e30), 3440000, "as far as a float goes"},
+        {{10, 0, 0.4F}, Seconds(kInfinity), 10000040, "no sum"},
+        {{10, 0, 0.4F}, Seconds(kNoNumber), 10000040, "no sum"},
+        {{25, 0, 0}, d_Interval(), 1000000, "an hour beyond the day comes back"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(Key(row.from + row.interval), row.key) << row.reason;
+        EXPECT_EQ(Key(row.interval + row.from), row.key) << row.reason;
+        EXPECT_EQ(Key(row.from - -row.interval), row.key) << row.reason;
+    }
+    // The zone stays, and the clock that is moved is the one with the zone added.
+    const d_Time moved = d_Time(23, 30, 0, 2, 0) + d_Interval(0, 1);
+    EXPECT_EQ(moved.tz_hour(), 2);
+    EXPECT_EQ(moved.hour(), 0);
+    EXPECT_EQ((d_Time(10, 0, 5.9F) - d_Time(11, 30, 0)).Seconds(), -5395.0F);
+    EXPECT_EQ((d_Time(10, 0, 0, 2, 0) - d_Time(10, 0, 0)).Seconds(), 7200.0F) << "as held";
+}
+
+TEST(OdmgTime, Order)
+{
+    const struct {
+        d_Time a;
+        d_Time b;
+        int difference;
+        bool isBefore;
+        const char* reason;
+    } rows[] = {
+        {{10, 0, 0.4F}, {10, 0, 0.9F}, 0, true, "less than a second apart"},
+        {{10, 0, 0.5F}, {10, 0, 1.5F}, -1, true, "a second apart"},
+        {{10, 0, 59.4F}, {10, 1, 0}, -1, true, "minutes before seconds"},
+        {{10, 0, 0}, {12, 30, 0}, -2, true, "hours before minutes"},
+        {{10, 0, 0, -1, 0}, {10, 0, 0}, 0, true, "the same on the clocks of two zones"},
+        {{10, 0, 0}, {10, 0, 0}, 0, false, "equal"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.reason);
+        EXPECT_EQ(row.a != row.b, row.difference);
+        EXPECT_EQ(row.b != row.a, -row.difference);
+        EXPECT_EQ(row.a == row.b, row.difference == 0);
+        EXPECT_EQ(row.a < row.b, row.isBefore);
+        EXPECT_EQ(row.b > row.a, row.isBefore);
+        EXPECT_FALSE(row.b < row.a);
+        EXPECT_LE(row.a, row.b);
+        EXPECT_GE(row.b, row.a);
+    }
+}
+
+TEST(OdmgTimestamp, Intervals)
+{
+    const struct {
+        int hour;
+        d_Interval interval;
+        int dateKey;
+        int timeKey;
+        const char* reason;
+    } rows[] = {
+        {23, d_Interval(0, 1, 30), 20240301, 300000, "over midnight"},
+        {0, Seconds(-0.25), 20240228, 23595975, "a little back"},
+        {0, Seconds(-1e-10), 20240229, 0, "too little for a float"},
+        {10, d_Interval(400, 2), 20250404, 12000000, "days and hours"},
+        {10, d_Interval(-400, -2), 20230125, 8000000, "back"},
+        {10, d_Interval(8192), 20460804, 10000000, "the time is kept over many days"},
+        {10, Seconds(kNoNumber), 20240229, 10000000, "no sum"},
+        {25, d_Interval(), 20240301, 1000000, "an hour beyond the day"},
+        {-1, d_Interval(), 20240228, 23000000, "an hour before the day"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.reason);
+        const d_Timestamp from(d_Date(2024, 2, 29), d_Time::OfFields(row.hour, 0, 0, 0, 0, 0));
+        for (const d_Timestamp& to :
+             {from + row.interval, row.interval + from, from - -row.interval}) {
+            EXPECT_EQ(Key(to.date()), row.dateKey);
+            EXPECT_EQ(Key(to.time()), row.timeKey);
+        }
+    }
+    std::mt19937 random(46);
+    for (int i = 0; i < 20000; ++i) {
+        const d_Timestamp from(d_Date(2024, static_cast<o_u2b>(random() % 366)),
+                               d_Time(static_cast<int>(random() % 86400)));
+        const int seconds = static_cast<int>(random() % 16000000) - 8000000; // whole in a float
+        const d_Timestamp to = from + Seconds(seconds);
+        ASSERT_EQ((to - from).Seconds(), static_cast<float>(seconds));
+        ASSERT_EQ(to < from, seconds < 0);
+        ASSERT_EQ(to - Seconds(seconds), from) << "and back";
+    }
+    const d_Timestamp far = d_Timestamp(d_Date(2024, 1, 1)) + Seconds(1e38);
+    EXPECT_EQ(Key(far.date()), Key(d_Date(2024, 1, 1) + d_Interval(kIntMax)));
+}
+
+TEST(OdmgTimestamp, PartsAndOrder)
+{
+    const d_Timestamp stamp(KoDateTime(KoDate(2024, 2, 29), KoTime(1, 2, 3)));
+    EXPECT_EQ(Key(d_Date(stamp)), 20240229);
+    EXPECT_EQ(Key(d_Time(stamp)), 1020300);
+    d_Timestamp other = stamp;
+    other = d_Date(2024, 3, 2);
+    EXPECT_EQ(Key(other.time()), 1020300);
+    EXPECT_EQ(other != stamp, 2) << "the days";
+    other = stamp + Seconds(120);
+    EXPECT_EQ(stamp != other, -2) << "the minutes";
+    EXPECT_EQ(stamp == stamp + Seconds(0.5), true) << "less than a second";
+    EXPECT_LT(stamp, stamp + Seconds(0.5));
+    EXPECT_EQ(Key(d_Timestamp(d_Date(2024, 3, 1)).time()), 0);
+}
+
+/// Every pairing against its meaning, moment by moment: three days of three moments each.
+TEST(OdmgPeriods, Overlap)
+{
+    constexpr int kMoments = 9;
+    const auto stamp = [](int moment) {
+        return d_Timestamp(d_Date(2024, static_cast<o_u2b>(31 + moment / 3)),
+                           d_Time(moment % 3 * 40000 + 100));
+    };
+    const auto share = [](auto inA, auto inB) {
+        for (int moment = 0; moment < kMoments; ++moment)
+            if (inA(moment) && inB(moment))
+                return true;
+        return false;
+    };
+    const auto between = [](int n, int end1, int end2) {
+        return n >= std::min(end1, end2) && n <= std::max(end1, end2);
+    };
+    for (int code = 0; code < kMoments * kMoments * kMoments * kMoments; ++code) {
+        const int a1 = code % 9;
+        const int a2 = code / 9 % 9;
+        const int b1 = code / 81 % 9;
+        const int b2 = code / 729;
+        SCOPED_TRACE(code);
+        const auto inA = [&](int n) { return between(n, a1, a2); };
+        ASSERT_EQ(overlaps(stamp(a1), stamp(a2), stamp(b1), stamp(b2)),
+                  share(inA, [&](int n) { return between(n, b1, b2); }));
+        const d_Date date1 = stamp(b1).date();
+        const d_Date date2 = stamp(b2).date();
+        const bool ofDates = share(inA, [&](int n) { return between(n / 3, b1 / 3, b2 / 3); });
+        ASSERT_EQ(overlaps(stamp(a1), stamp(a2), date1, date2), ofDates);
+        ASSERT_EQ(overlaps(date1, date2, stamp(a1), stamp(a2)), ofDates);
+        const d_Time time1 = stamp(b1).time();
+        const d_Time time2 = stamp(b2).time();
+        const bool ofTimes = share(inA, [&](int n) { return between(n % 3, b1 % 3, b2 % 3); });
+        ASSERT_EQ(overlaps(stamp(a1), stamp(a2), time1, time2), ofTimes);
+        ASSERT_EQ(overlaps(time1, time2, stamp(a1), stamp(a2)), ofTimes);
+        const auto onDays = [&](int n) { return between(n, a1 / 3, a2 / 3); };
+        ASSERT_EQ(overlaps(stamp(a1).date(), stamp(a2).date(), date1, date2),
+                  share(onDays, [&](int n) { return between(n, b1 / 3, b2 / 3); }));
+        const auto onTimes = [&](int n) { return between(n, a1 % 3, a2 % 3); };
+        ASSERT_EQ(overlaps(stamp(a1).time(), stamp(a2).time(), time1, time2),
+                  share(onTimes, [&](int n) { return between(n, b1 % 3, b2 % 3); }));
+    }
+    EXPECT_FALSE(overlaps(d_Time(10, 0, 0.4F), d_Time(10, 0, 0.5F), d_Time(10, 0, 0.6F),
+                          d_Time(10, 0, 0.9F)))
+        << "to the hundredth";
+}
