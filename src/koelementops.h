@@ -22,8 +22,9 @@ KoString& KoPrintElements(KoString& text, unsigned count, Print print)
 
 /// Reads `count` elements from texts with a comma between two; `scan(text, i)` reads one. A single
 /// element takes the whole text; elements beyond the last comma get an empty one.
-template <class Scan>
-void KoScanElements(const KoString& text, unsigned count, Scan scan)
+/// `commasFrom(at)` tells how many commas the element that starts at a position has within.
+template <class Scan, class Commas>
+void KoScanElements(const KoString& text, unsigned count, Scan scan, Commas commasFrom)
 {
     if (count == 1) {
         scan(text, 0U);
@@ -32,16 +33,23 @@ void KoScanElements(const KoString& text, unsigned count, Scan scan)
     const KoNarrowText narrow(text);
     std::size_t at = 0;
     for (unsigned i = 0; i < count; ++i) {
-        const void* comma = std::memchr(narrow.Data() + at, ',', narrow.Length() - at);
-        const std::size_t end =
-            comma == nullptr
-                ? narrow.Length()
-                : static_cast<std::size_t>(static_cast<const char*>(comma) - narrow.Data());
+        const char* const last = narrow.Data() + narrow.Length();
+        const char* comma = std::find(narrow.Data() + at, last, ',');
+        for (unsigned within = commasFrom(at); within > 0 && comma != last; --within)
+            comma = std::find(comma + 1, last, ',');
+        const auto end = static_cast<std::size_t>(comma - narrow.Data());
         scan(at < end ? text.Copy(static_cast<unsigned short>(at), static_cast<short>(end - at))
                       : KoString(),
              i);
         at = std::min(end + 1, narrow.Length());
     }
+}
+
+/// The same for elements without a comma.
+template <class Scan>
+void KoScanElements(const KoString& text, unsigned count, Scan scan)
+{
+    KoScanElements(text, count, scan, [](std::size_t) { return 0U; });
 }
 
 /// What is the same for types of elements of a fixed length without owned parts, over operations on

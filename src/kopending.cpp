@@ -4,16 +4,7 @@
 // operations that do nothing. A type leaves this list when its own file defines its record. The
 // rows stand apart so that removals on different branches merge.
 
-KO_DEFINE_TYPE(koObjIdDescriptor, NoOps, KoOBJID_T)
-
-KO_DEFINE_TYPE(koClassIdDescriptor, NoOps, KoCLID_T)
-
-KO_DEFINE_TYPE(koRefDescriptor, NoOps, KoREF_T)
-
 KO_DEFINE_TYPE(koIStringDescriptor, NoOps, KoISTRING_T)
 
 KO_DEFINE_TYPE(koCaseIStringDescriptor, NoOps, KoCASEISTRING_T)
 
-KO_DEFINE_TYPE(koBooleanDescriptor, NoOps, KoBOOLEAN_T)
-
-KO_DEFINE_TYPE(koSealDescriptor, NoOps, KoSEAL_T)

@@ -185,6 +185,30 @@ inline std::vector<Fixture> AllFixtures()
     all.push_back(Value(KoBLOB_T, "as long as its length", KoBlob("\0\0\0\x04", 4)));
     all.push_back(Value(KoBLOB_T, "long", KoBlob(KoString().Fill(300, 'b').StrGet(), 300)));
     all.push_back(Value(KoBLOB_T, "null", NullOf<KoBlob>()));
+
+    all.push_back(Value(KoBOOLEAN_T, "false", KoBoolean(0)));
+    all.push_back(Value(KoBOOLEAN_T, "true", KoBoolean(1)));
+    all.push_back(Value(KoBOOLEAN_T, "null", NullOf<KoBoolean>()));
+    all.push_back(Value(KoSEAL_T, "zero", KoSeal()));
+    all.push_back(Value(KoSEAL_T, "words in order", KoSeal(1, 2, 3)));
+    all.push_back(Value(KoSEAL_T, "largest", KoSeal(0xFFFF, 0xFFFF, 0xFFFF)));
+
+    all.push_back(Value(KoOBJID_T, "null", KoObjId{}));
+    all.push_back(Value(KoOBJID_T, "smallest", KoObjId{0, 1, 0}));
+    all.push_back(Value(KoOBJID_T, "high alone", KoObjId{0, 0, 1}));
+    all.push_back(Value(KoOBJID_T, "bytes in order", KoObjId{0x01020304, 0x05060708, 0x090A}));
+    all.push_back(Value(KoOBJID_T, "largest", KoObjId{0xFFFFFFFF, 0xFFFFFFFF, 0xFFFF}));
+    all.push_back(Value(KoCLID_T, "null", KoClassId{}));
+    all.push_back(Value(KoCLID_T, "version alone", KoClassId{0, 1}));
+    all.push_back(Value(KoCLID_T, "bytes in order", KoClassId{0x0102, 0x0304}));
+    all.push_back(Value(KoCLID_T, "largest", KoClassId{0xFFFF, 0xFFFF}));
+    all.push_back(Value(KoREF_T, "null", KoRef{}));
+    all.push_back(Value(KoREF_T, "number alone", KoRef{0, 1, 0, 0, 0, 0}));
+    all.push_back(
+        Value(KoREF_T, "bytes in order", KoRef{0x01020304, 0x05060708, 0x090A, 0x0B0C, 0x0D0E, 0}));
+    all.push_back(Value(KoREF_T, "a version, which is not stored", KoRef{1, 2, 3, 4, 5, 6}));
+    all.push_back(
+        Value(KoREF_T, "largest", KoRef{0xFFFFFFFF, 0xFFFFFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF}));
     return all;
 }
 

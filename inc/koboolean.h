@@ -1,0 +1,46 @@
+#ifndef KOBOOLEAN_H
+#define KOBOOLEAN_H
+
+#include "kotypcmp.h"
+
+/// False, true or null, in one byte: the persistent type KoBOOLEAN_T.
+///
+/// Null comes before false and false before true. Comparisons return the int 1 or 0; an int on the
+/// right counts as true unless it is 0, and a null value equals no int. Objects and stored values
+/// hold 0, 1 or 0xFF; another byte, which only foreign data can hold, counts as true.
+class KoBoolean
+{
+public:
+    constexpr KoBoolean(int truth = 0) : m_byte(truth != 0 ? 1 : 0) {}
+
+    constexpr int IsNullValue() const { return m_byte == kNull; }
+    constexpr int SetNullValue() ///< returns 0
+    {
+        m_byte = kNull;
+        return KoRC_OK;
+    }
+    constexpr int IsTrue() const { return m_byte != 0 && m_byte != kNull; }
+
+    constexpr int operator==(const KoBoolean& other) const { return Rank() == other.Rank(); }
+    constexpr int operator!=(const KoBoolean& other) const { return Rank() != other.Rank(); }
+    constexpr int operator<(const KoBoolean& other) const { return Rank() < other.Rank(); }
+    constexpr int operator>(const KoBoolean& other) const { return Rank() > other.Rank(); }
+    constexpr int operator==(int truth) const { return *this == KoBoolean(truth); }
+    constexpr int operator!=(int truth) const { return *this != KoBoolean(truth); }
+    constexpr int operator<(int truth) const { return *this < KoBoolean(truth); }
+    constexpr int operator>(int truth) const { return *this > KoBoolean(truth); }
+
+private:
+    static constexpr o_u1b kNull = 0xFF;
+
+    constexpr int Rank() const { return m_byte == kNull ? 0 : 1 + IsTrue(); }
+
+    o_u1b m_byte;
+};
+
+static_assert(sizeof(KoBoolean) == 1 && alignof(KoBoolean) == 1);
+
+/// Compares elements as the functions of kotypcmp.h do: -1, 0 or 1. All forms are the same byte.
+KOTMS_API KoTypeCmp BooleanCompare;
+
+#endif

@@ -1,0 +1,134 @@
+#include <koboolean.h>
+
+#include "koelementops.h"
+#include "konullops.h"
+#include "koordered.h"
+
+int BooleanCompare(unsigned char, unsigned length1, void* value1, unsigned length2, void* value2,
+                   unsigned short, unsigned count, int& status)
+{
+    return KoCompareWalk(length1, value1, length2, value2, 1, count, status,
+                         [](const unsigned char* a, const unsigned char* b) {
+                             const auto x = ReadValue<KoBoolean>(a);
+                             const auto y = ReadValue<KoBoolean>(b);
+                             return (x > y) - (x < y);
+                         });
+}
+
+namespace
+{
+
+constexpr char kTrue[] = "TRUE";
+constexpr char kFalse[] = "FALSE";
+
+/// The word at the start of `text`: its length and the truth value that it names.
+struct TruthWord {
+    std::size_t length;
+    bool isTruth;
+    KoBoolean value;
+};
+
+TruthWord ReadTruth(const char* text, std::size_t length)
+{
+    constexpr struct {
+        const char* word;
+        int value;
+    } kWords[] = {{kTrue, 1}, {kFalse, 0}, {"1", 1}, {"0", 0}};
+    const auto upper = [](char c) {
+        return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+    };
+    const auto belongs = [&](char c) {
+        return (upper(c) >= 'A' && upper(c) <= 'Z') || (c >= '0' && c <= '9');
+    };
+    const char* end = std::find_if_not(text, text + length, belongs);
+    const auto wordLength = static_cast<std::size_t>(end - text);
+    for (const auto& known : kWords) {
+        if (wordLength == std::strlen(known.word) &&
+            std::equal(text, end, known.word, [&](char a, char b) { return upper(a) == b; }))
+            return {wordLength, true, known.value};
+    }
+    return {wordLength, false, 0};
+}
+
+struct BooleanOps : ElementOps<KoBoolean, BooleanOps, KoBOOLEAN_T> {
+    static constexpr KoTypeCmpFunc Cmp = BooleanCompare;
+
+    static unsigned Store(void* destination, const void* source, unsigned char format,
+                          unsigned count)
+    {
+        return CharStore(destination, source, format, count);
+    }
+    static constexpr KoStoreFunc Load = Store;
+    static unsigned NullSizeGet(unsigned count) { return count; }
+    static unsigned SizeGet(const void*, unsigned char, unsigned char, unsigned count)
+    {
+        return count;
+    }
+    static unsigned SizeGetFromMemFile(MemFile*, unsigned char, unsigned count) { return count; }
+
+    static unsigned Hash(unsigned char, unsigned length, void* value, unsigned count, int& status)
+    {
+        return KoHashWalk(length, value, 1, count, status, [](const unsigned char* element) {
+            const auto boolean = ReadValue<KoBoolean>(element);
+            return boolean.IsNullValue() != 0 ? kHashOfNull : static_cast<o_u4b>(boolean.IsTrue());
+        });
+    }
+
+    static const char* Word(const KoBoolean& value) { return value.IsTrue() != 0 ? kTrue : kFalse; }
+
+    static KoString ToText(const KoBoolean& value)
+    {
+        if (value.IsNullValue() == 0)
+            return KoString(Word(value));
+        KoString text;
+        text.SetNullValue();
+        return text;
+    }
+    static void FromText(KoBoolean& value, const KoString* text)
+    {
+        value.SetNullValue(); // what names no truth value is unknown
+        if (text != nullptr)
+            ScanOne(value, *text, nullptr);
+    }
+    // The print format is not looked at.
+    static void PrintOne(KoString& text, const KoBoolean& value, const char*)
+    {
+        if (value.IsNullValue() != 0)
+            text += KoTypeMgr::GetNullPrintString();
+        else
+            text << Word(value);
+    }
+    static void ScanOne(KoBoolean& value, const KoString& text, const char*)
+    {
+        if (KoIsNullText(text, false)) {
+            value.SetNullValue();
+            return;
+        }
+        const KoNarrowText narrow(text);
+        std::size_t at = 0;
+        while (at < narrow.Length() && narrow.Data()[at] == ' ')
+            ++at;
+        const TruthWord word = ReadTruth(narrow.Data() + at, narrow.Length() - at);
+        if (word.isTruth)
+            value = word.value;
+    }
+    static int ParseOne(KoBoolean& value, const KoString& text, const char*, unsigned& errorAt)
+    {
+        if (KoIsNullText(text, true)) {
+            value.SetNullValue();
+            return 0;
+        }
+        const KoNarrowText narrow(text);
+        const TruthWord word = ReadTruth(narrow.Data(), narrow.Length());
+        if (!word.isTruth || word.length != narrow.Length()) {
+            errorAt = word.isTruth ? static_cast<unsigned>(word.length) : 0;
+            return -1;
+        }
+        value = word.value;
+        return 0;
+    }
+};
+
+} // namespace
+
+KO_DEFINE_TYPE(koBooleanDescriptor, BooleanOps, KoBOOLEAN_T)
