@@ -1,7 +1,7 @@
 #include <koboolean.h>
 
 #include "koelementops.h"
-#include "konullops.h"
+#include "konulltext.h"
 #include "koordered.h"
 
 int BooleanCompare(unsigned char, unsigned length1, void* value1, unsigned length2, void* value2,

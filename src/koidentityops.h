@@ -3,7 +3,7 @@
 
 #include "koelementops.h"
 #include "koidentitytext.h"
-#include "konullops.h"
+#include "konulltext.h"
 #include "koordered.h"
 
 #include <bit>

@@ -1,6 +1,7 @@
 #include <koobjid.h>
 
 #include "koidentityops.h"
+#include "koscalarops.h"
 
 namespace
 {
@@ -94,7 +95,21 @@ struct RefType {
     }
 };
 
-using ObjIdOps = IdentityOps<ObjIdType>;
+struct ObjIdOps : IdentityOps<ObjIdType> {
+    static int GetValue(void* value, unsigned, unsigned char format, unsigned char kind)
+    {
+        // In another form the bytes are no aligned value.
+        if (format != KoFMT_MEMORY)
+            return KoRC_NOT_SUPPORTED;
+        auto& id = *static_cast<KoObjId*>(value);
+        // A number of 64 bits that overflows where one of 48 does.
+        o_u8b shifted = id.Number() << 16 | 0xFFFF;
+        const int result = KoStepSequence<o_u8b>(&shifted, format, kind);
+        if (result == KoRC_OK && kind != 'O')
+            id.SetNumber(shifted >> 16);
+        return result;
+    }
+};
 
 struct ClassIdOps : IdentityOps<ClassIdType> {
     static float EvalAndBound(KoIdxBounds*, unsigned short&, void*, unsigned char, unsigned,

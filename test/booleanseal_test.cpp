@@ -1,0 +1,248 @@
+#include <kotms.h>
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+KoBoolean Null()
+{
+    KoBoolean value;
+    value.SetNullValue();
+    return value;
+}
+
+TEST(KoBoolean, OrderIsNullFalseTrue)
+{
+    const KoBoolean ascending[] = {Null(), 0, 1};
+    for (int a = 0; a < 3; ++a) {
+        for (int b = 0; b < 3; ++b) {
+            SCOPED_TRACE(testing::Message() << a << ' ' << b);
+            KoBoolean x = ascending[a];
+            KoBoolean y = ascending[b];
+            EXPECT_EQ(x == y, a == b);
+            EXPECT_EQ(x != y, a != b);
+            EXPECT_EQ(x < y, a < b);
+            EXPECT_EQ(x > y, a > b);
+            if (b > 0) {
+                const int truth = b == 1 ? 0 : -7; // any int but 0 is true
+                EXPECT_EQ(x == truth, a == b);
+                EXPECT_EQ(x != truth, a != b);
+                EXPECT_EQ(x < truth, a < b);
+                EXPECT_EQ(x > truth, a > b);
+            }
+            for (const unsigned char format : {KoFMT_MEMORY, KoFMT_LITTLE, KoFMT_BIG})
+                EXPECT_EQ(KoTypeMgr().Cmp(KoBOOLEAN_T, &x, &y, 0, 1, format), (a > b) - (a < b));
+        }
+    }
+    KoBoolean value = 5;
+    EXPECT_EQ(value == KoBoolean(1), 1);
+    EXPECT_EQ((value = 0) == 0, 1);
+    EXPECT_EQ((value = -1) == 1, 1);
+    EXPECT_EQ(Null().IsNullValue(), 1);
+    EXPECT_EQ(value.IsNullValue(), 0);
+}
+
+TEST(KoBoolean, BytesAndHashesAreStored)
+{
+    KoTypeMgr manager;
+    KoBoolean values[] = {0, 1, Null()};
+    unsigned char stored[3] = {};
+    EXPECT_EQ(manager.Store(KoBOOLEAN_T, stored, values, KoFMT_BIG, 3), 3U);
+    EXPECT_EQ(std::string(stored, stored + 3), std::string("\x00\x01\xFF", 3));
+    const unsigned words[] = {0, 1, 0x4E554C4C};
+    int status = 1;
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(manager.Hash(KoBOOLEAN_T, 0, &values[i], 1, KoFMT_MEMORY, status),
+                  words[i] * 1103515245U);
+    // A foreign byte is true in everything.
+    unsigned char foreign = 2;
+    EXPECT_EQ(manager.Load(KoBOOLEAN_T, &values[0], &foreign, KoFMT_LITTLE, 1), 1U);
+    EXPECT_EQ(values[0] == KoBoolean(1), 1);
+    EXPECT_EQ(manager.Cmp(KoBOOLEAN_T, &foreign, &values[1], 0, 1, KoFMT_LITTLE), 0);
+    EXPECT_EQ(manager.Hash(KoBOOLEAN_T, 0, &foreign, 1, KoFMT_LITTLE, status), 1103515245U);
+
+    unsigned char a[] = {1, 1, 0};
+    unsigned char b[] = {1, 1, 1};
+    EXPECT_EQ(BooleanCompare(KoFMT_LITTLE, 2, a, 3, b, 0, 3, status), 0);
+    EXPECT_EQ(status, KoRC_TRUNCATED);
+    EXPECT_EQ(BooleanCompare(KoFMT_LITTLE, 0, a, 0, b, 0, 3, status), -1);
+    EXPECT_EQ(status, 0);
+}
+
+TEST(KoBoolean, Texts)
+{
+    enum Result { kFalse, kTrue, kNull, kNothing };
+    const struct {
+        const char* text;
+        Result scanned; ///< kNothing: stays as it was
+        int errorAt;    ///< of the strict reader; -1: reads the same
+    } rows[] = {
+        {"TRUE", kTrue, -1},      {"false", kFalse, -1},   {"tRuE", kTrue, -1},
+        {"1", kTrue, -1},         {"0", kFalse, -1},       {"", kNull, -1},
+        {"{NULL}", kNull, -1},    {"{NULL} x", kNull, 0},  {"  true", kTrue, 0},
+        {"true story", kTrue, 4}, {"truest", kNothing, 0}, {"10", kNothing, 0},
+        {"yes", kNothing, 0},     {"t", kNothing, 0},      {"0,1", kFalse, 1},
+    };
+    KoTypeMgr manager;
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.text);
+        for (const Result start : {kFalse, kTrue}) {
+            const auto expect = [&](const KoBoolean& value, Result expected) {
+                if (expected == kNull)
+                    EXPECT_EQ(value.IsNullValue(), 1);
+                else
+                    EXPECT_EQ(value == (expected == kTrue ? 1 : 0), 1);
+            };
+            KoString text(row.text);
+            KoBoolean value = start == kTrue;
+            manager.ScanFromKoString(KoBOOLEAN_T, &value, text, nullptr, 1);
+            expect(value, row.scanned == kNothing ? start : row.scanned);
+            value = start == kTrue;
+            unsigned errorAt = 99;
+            const int result =
+                manager.ParseFromKoString(KoBOOLEAN_T, &value, text, nullptr, errorAt);
+            EXPECT_EQ(result, row.errorAt < 0 ? 0 : -1);
+            if (result != 0) {
+                EXPECT_EQ(errorAt, static_cast<unsigned>(row.errorAt));
+            }
+            expect(value, result == 0 ? row.scanned : start);
+        }
+    }
+
+    KoBoolean values[] = {1, Null(), 0};
+    KoString text;
+    manager.PrintToKoString(KoBOOLEAN_T, text, values, nullptr, 3);
+    EXPECT_STREQ(text.StrGet(), "TRUE,{NULL},FALSE");
+    const std::unique_ptr<KoTypeConvertData> record(manager.ConvertTo(KoBOOLEAN_T, values, 3));
+    EXPECT_NE(record->GetString(1)->IsNullValue(), 0);
+    *record->GetString(0) = "perhaps";
+    auto* back = static_cast<KoBoolean*>(manager.ConvertFrom(KoBOOLEAN_T, record.get(), 3));
+    EXPECT_EQ(back[0].IsNullValue(), 1) << "no truth value is null";
+    EXPECT_EQ(back[1].IsNullValue(), 1);
+    EXPECT_EQ(back[2] == 0, 1);
+    manager.Delete(KoBOOLEAN_T, back, 3);
+}
+
+std::vector<unsigned> Words(const KoSeal& seal)
+{
+    return {seal.Word(0), seal.Word(1), seal.Word(2)};
+}
+
+TEST(KoSeal, KeepsTheLow48Bits)
+{
+    const struct {
+        const char* reason;
+        o_8b from, to;
+    } rows[] = {
+        {"48 bits", 0x123456789ABC, 0x123456789ABC},
+        {"bits above are dropped", 0x7FFF000000000001, 1},
+        {"never negative", -1, 0xFFFFFFFFFFFF},
+        {"low half alone", 0xFFFFFFFF, 0xFFFFFFFF},
+        {"high word alone", 0x800000000000, 0x800000000000},
+    };
+    for (const auto& row : rows) {
+        KoSeal seal;
+        seal.ConvertFrom(row.from);
+        o_8b number = -1;
+        seal.ConvertTo(number);
+        EXPECT_EQ(number, row.to) << row.reason;
+        KoSeal fromClass;
+        fromClass.ConvertFrom(KoInt64(row.from));
+        EXPECT_EQ(fromClass == seal, 1) << row.reason;
+        KoInt64 back;
+        fromClass.ConvertTo(back);
+        EXPECT_EQ(back.Get8b(), row.to) << row.reason;
+    }
+    KoSeal seal;
+    seal.ConvertFrom(KoObjId{9, 0x00020003, 1});
+    EXPECT_EQ(Words(seal), Words(KoSeal(1, 2, 3))) << "without the tag";
+}
+
+TEST(KoSeal, OrderAndStoredForm)
+{
+    const struct {
+        const char* reason;
+        KoSeal a, b;
+        int difference;
+    } rows[] = {
+        {"equal", {1, 2, 3}, {1, 2, 3}, 0},
+        {"last word", {0, 0, 5}, {0, 0, 7}, -2},
+        {"middle before last", {0, 9, 0}, {0, 1, 9}, 8},
+        {"first before all, unsigned", {0xFFFF, 0, 0}, {0, 9, 9}, 0xFFFF},
+    };
+    KoTypeMgr manager;
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.reason);
+        EXPECT_EQ(row.a != row.b, row.difference);
+        EXPECT_EQ(row.b != row.a, -row.difference);
+        EXPECT_EQ(row.a == row.b, row.difference == 0);
+        for (const unsigned char format : {KoFMT_MEMORY, KoFMT_LITTLE, KoFMT_BIG}) {
+            unsigned char stored[2][6];
+            EXPECT_EQ(manager.Store(KoSEAL_T, stored[0], &row.a, format, 1), 6U);
+            manager.Store(KoSEAL_T, stored[1], &row.b, format, 1);
+            const int sign = (row.difference > 0) - (row.difference < 0);
+            EXPECT_EQ(manager.Cmp(KoSEAL_T, stored[0], stored[1], 0, 1, format), sign);
+            EXPECT_EQ(manager.Cmp(KoSEAL_T, stored[1], stored[0], 0, 1, format), -sign);
+        }
+    }
+    const KoSeal seal(0x0102, 0x0304, 0x0506);
+    unsigned char stored[6];
+    manager.Store(KoSEAL_T, stored, &seal, KoFMT_BIG, 1);
+    EXPECT_EQ(std::memcmp(stored, "\1\2\3\4\5\6", 6), 0);
+    manager.Store(KoSEAL_T, stored, &seal, KoFMT_LITTLE, 1);
+    EXPECT_EQ(std::memcmp(stored, "\2\1\4\3\6\5", 6), 0);
+    int status = 1;
+    EXPECT_EQ(manager.Hash(KoSEAL_T, 0, stored, 1, KoFMT_LITTLE, status),
+              (0x03040506U ^ 0x0102U) * 1103515245U);
+}
+
+TEST(KoSeal, Texts)
+{
+    const struct {
+        const char* text;
+        o_8b scanned; ///< -1: stays as it was
+        int errorAt;  ///< of the strict reader; -1: reads the same
+    } rows[] = {
+        {"123456789abc", 0x123456789ABC, -1},
+        {"123456789ABC", 0x123456789ABC, -1},
+        {"ffffffffffff", 0xFFFFFFFFFFFF, -1},
+        {"  1f ", 0x1F, 0},
+        {"1f", 0x1F, 2},
+        {"123456789abcd", 0x123456789ABC, 12},
+        {"12345678-9abc", 0x12345678, 8},
+        {"-1", -1, 0},
+        {"0x12", 0, 1},
+        {"", -1, 0},
+    };
+    KoTypeMgr manager;
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.text);
+        const KoSeal start(7, 8, 9);
+        KoSeal expected = start;
+        if (row.scanned >= 0)
+            expected.ConvertFrom(row.scanned);
+        KoSeal seal = start;
+        seal.ScanFromKoString(KoString(row.text));
+        EXPECT_EQ(seal != expected, 0);
+        seal = start;
+        unsigned errorAt = 99;
+        const int result =
+            manager.ParseFromKoString(KoSEAL_T, &seal, KoString(row.text), nullptr, errorAt);
+        EXPECT_EQ(result, row.errorAt < 0 ? 0 : -1);
+        if (result != 0) {
+            EXPECT_EQ(errorAt, static_cast<unsigned>(row.errorAt));
+        }
+        EXPECT_EQ(seal != (result == 0 ? expected : start), 0);
+    }
+    KoString text;
+    KoSeal(0, 0xAB, 0xCDEF).PrintToKoString(text);
+    EXPECT_STREQ(text.StrGet(), "000000abcdef");
+}
+
+} // namespace

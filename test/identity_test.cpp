@@ -1,0 +1,420 @@
+#include <kotms.h>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <vector>
+
+namespace
+{
+
+using Bytes = std::vector<unsigned char>;
+
+constexpr KoRef kRef = {4, 3, 2, 1, 5, 6}; // tag, low, high, origin, class, version
+constexpr KoObjId kObject = {4, 3, 2};
+constexpr KoClassId kClass = {5, 6};
+
+TEST(Identity, ObjectNumbersCountModulo2To48)
+{
+    const struct {
+        const char* reason;
+        o_u8b number;
+        short step;
+        o_u8b result;
+    } rows[] = {
+        {"low wraps into high", 0x5FFFFFFFFULL, 1, 0x600000000ULL},
+        {"and back", 0x600000000ULL, -1, 0x5FFFFFFFFULL},
+        {"high wraps", 0xFFFFFFFFFFFFULL, 1, 0},
+        {"below 0", 0, -1, 0xFFFFFFFFFFFFULL},
+        {"the largest step", 0xFFFFFFFFULL, 32767, 0x100007FFEULL},
+        {"the smallest step", 0x100000000ULL, -32768, 0xFFFF8000ULL},
+        {"no step", 0x100000000ULL, 0, 0x100000000ULL},
+    };
+    for (const auto& row : rows) {
+        KoObjId id = {7, 0, 0};
+        id.SetNumber(row.number);
+        EXPECT_EQ((id += row.step).Number(), row.result) << row.reason;
+        if (row.step == 1 || row.step == -1) {
+            id.SetNumber(row.number);
+            EXPECT_EQ((row.step > 0 ? ++id : --id).Number(), row.result) << row.reason;
+        }
+        EXPECT_EQ(id.tag, 7U) << row.reason;
+    }
+    KoObjId id = {7, 0, 0};
+    id.SetHighestValue();
+    EXPECT_EQ(id.tag, 0U);
+    EXPECT_EQ((++id).Number(), 0U);
+}
+
+TEST(Identity, SequencesEndAtTheLargestNumber)
+{
+    KoTypeMgr manager;
+    KoObjId id = {7, 0xFFFFFFFE, 0xFFFF};
+    EXPECT_EQ(manager.GetValue(KoOBJID_T, &id, 0, KoFMT_MEMORY, 'N'), KoRC_OK);
+    EXPECT_EQ(manager.GetValue(KoOBJID_T, &id, 0, KoFMT_MEMORY, 'M'), KoRC_OVERFLOW);
+    EXPECT_EQ(manager.GetValue(KoOBJID_T, &id, 0, KoFMT_MEMORY, 'O'), KoRC_OK);
+    EXPECT_EQ(id.Number(), 0xFFFFFFFFFFFFU);
+    EXPECT_EQ(id.tag, 7U);
+    unsigned char stored[10] = {1, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0xFF, 5, 0};
+    EXPECT_EQ(manager.GetValue(KoOBJID_T, stored, 0, KoFMT_LITTLE, 'N'), KoRC_OK);
+    EXPECT_EQ(Bytes(stored, stored + 10), Bytes({1, 0, 0, 0, 0, 0, 0, 0, 6, 0}));
+
+    const KoGetValueFunc step = koCurrentTypeTable.entry[KoOBJID_T]->getValue;
+    EXPECT_EQ(step(&id, 0, KoFMT_MEMORY, 2), KoRC_OK);
+    EXPECT_EQ(id.Number(), 0U);
+    EXPECT_EQ(step(&id, 0, KoFMT_LITTLE, 'N'), KoRC_NOT_SUPPORTED);
+    EXPECT_EQ(step(&id, 0, KoFMT_MEMORY, 'P'), KoRC_NOT_SUPPORTED);
+    KoRef ref = kRef;
+    EXPECT_EQ(manager.GetValue(KoREF_T, &ref, 0, KoFMT_MEMORY, 'N'), KoRC_NOT_SUPPORTED);
+}
+
+TEST(Identity, ValidityOfReferences)
+{
+    const struct {
+        const char* reason;
+        KoRef ref;
+        bool valid, validOrigin;
+    } rows[] = {
+        {"complete", kRef, true, true},
+        {"high alone makes a number", {0, 0, 1, 0, 1, 0}, true, true},
+        {"no number", {9, 0, 0, 1, 5, 6}, false, false},
+        {"no class", {0, 3, 2, 1, 0, 6}, false, false},
+        {"no origin", {0, 3, 2, 0xFFFF, 5, 0}, false, true},
+        {"neither origin nor class", {0, 3, 2, 0xFFFF, 0, 0}, false, true},
+        {"nothing", {}, false, false},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(row.ref.IsValid(), row.valid) << row.reason;
+        EXPECT_EQ(row.ref.IsInvalid(), !row.valid) << row.reason;
+        EXPECT_EQ(row.ref.IsValidOriginId(), row.validOrigin) << row.reason;
+        EXPECT_EQ(row.ref.IsInvalidOriginId(), !row.validOrigin) << row.reason;
+    }
+}
+
+/// All fields, for a comparison that leaves none out.
+std::vector<unsigned> Fields(const KoRef& ref)
+{
+    return {ref.tag, ref.low, ref.high, ref.originId, ref.classNo, ref.version};
+}
+std::vector<unsigned> Fields(const KoLocalRef& ref)
+{
+    return {ref.tag, ref.low, ref.high, ref.classNo, ref.version};
+}
+
+TEST(Identity, AssignmentsSetTheFieldsOfTheirOperand)
+{
+    using Expected = std::vector<unsigned>;
+    KoRef ref;
+    EXPECT_EQ(Fields(ref = kObject), Expected({4, 3, 2, 0, 0, 0}));
+    EXPECT_EQ(Fields(ref = kClass), Expected({4, 3, 2, 0, 5, 6}));
+    EXPECT_EQ(Fields(ref = static_cast<unsigned short>(1)), Fields(kRef));
+    EXPECT_EQ(Fields(ref = KoLocalRef{14, 13, 12, 15, 16}), Expected({14, 13, 12, 1, 15, 16}));
+    KoLocalRef local;
+    EXPECT_EQ(Fields(local = kClass), Expected({0, 0, 0, 5, 6}));
+    EXPECT_EQ(Fields(local = kObject), Expected({4, 3, 2, 5, 6}));
+    EXPECT_EQ(Fields(local = KoLocalRef{}), Expected({0, 0, 0, 0, 0}));
+    EXPECT_EQ(Fields(local = kRef), Expected({4, 3, 2, 5, 6}));
+}
+
+/// The value with one field other than before.
+template <class T, class Field>
+T With(T value, Field T::*field)
+{
+    value.*field = static_cast<Field>(value.*field + 1);
+    return value;
+}
+
+TEST(Identity, EqualityReadsWhatIsStoredButTheTag)
+{
+    const KoLocalRef local = {4, 3, 2, 5, 6};
+    const struct {
+        const char* reason;
+        bool equal, expected;
+    } rows[] = {
+        {"tag of an object", With(kObject, &KoObjId::tag) == kObject, true},
+        {"low", With(kObject, &KoObjId::low) == kObject, false},
+        {"high", With(kObject, &KoObjId::high) == kObject, false},
+        {"class number", With(kClass, &KoClassId::classNo) == kClass, false},
+        {"class version", With(kClass, &KoClassId::version) == kClass, false},
+        {"tag of a reference", With(kRef, &KoRef::tag) == kRef, true},
+        {"low of a reference", With(kRef, &KoRef::low) == kRef, false},
+        {"high of a reference", With(kRef, &KoRef::high) == kRef, false},
+        {"origin", With(kRef, &KoRef::originId) == kRef, false},
+        {"class of a reference", With(kRef, &KoRef::classNo) == kRef, false},
+        {"version of a reference", With(kRef, &KoRef::version) == kRef, true},
+        {"local tag", With(local, &KoLocalRef::tag) == local, true},
+        {"local number", With(local, &KoLocalRef::low) == local, false},
+        {"local class", With(local, &KoLocalRef::classNo) == local, false},
+        {"local and full, any origin", local == With(kRef, &KoRef::originId), true},
+        {"full and local", kRef == local, true},
+        {"local and full of another class", local == With(kRef, &KoRef::classNo), false},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(row.equal, row.expected) << row.reason;
+    EXPECT_TRUE(kRef != With(kRef, &KoRef::high));
+    EXPECT_FALSE(local != kRef);
+
+    EXPECT_TRUE(KoClassId({2, 0}) > KoClassId({1, 5}));
+    EXPECT_TRUE(KoClassId({2, 1}) > KoClassId({2, 0}));
+    EXPECT_FALSE(KoClassId({2, 1}) > KoClassId({2, 1}));
+}
+
+TEST(Identity, StoredForms)
+{
+    const KoTypeMgr manager;
+    const KoObjId object = {0x01020304, 0x05060708, 0x090A};
+    const KoClassId classId = {0x0102, 0x0304};
+    const KoRef ref = {0x01020304, 0x05060708, 0x090A, 0x0B0C, 0x0D0E, 0x0F10};
+    const struct {
+        const char* reason;
+        KoTypeId id;
+        const void* value;
+        unsigned char format;
+        Bytes stored;
+    } rows[] = {
+        {"most significant byte first",
+         KoOBJID_T,
+         &object,
+         KoFMT_BIG,
+         {1, 2, 3, 4, 5, 6, 7, 8, 9, 10}},
+        {"least significant first", KoOBJID_T, &object, 1, {4, 3, 2, 1, 8, 7, 6, 5, 10, 9}},
+        {"of every other format too", KoOBJID_T, &object, 8, {4, 3, 2, 1, 8, 7, 6, 5, 10, 9}},
+        {"which has four bits", KoOBJID_T, &object, 0x42, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10}},
+        {"class", KoCLID_T, &classId, KoFMT_BIG, {1, 2, 3, 4}},
+        {"class, turned", KoCLID_T, &classId, KoFMT_LITTLE, {2, 1, 4, 3}},
+        {"class in the packed memory form", KoCLID_T, &classId, 8, {2, 1, 4, 3}},
+        {"no version", KoREF_T, &ref, KoFMT_BIG, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14}},
+        {"turned", KoREF_T, &ref, KoFMT_LITTLE, {4, 3, 2, 1, 8, 7, 6, 5, 10, 9, 12, 11, 14, 13}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.reason);
+        const auto size = static_cast<unsigned>(row.stored.size());
+        EXPECT_EQ(manager.DiskLenGet(row.id, row.value, row.format, 3, KoFMT_MEMORY), 3 * size);
+        Bytes bytes(size + 1, 0xA5);
+        EXPECT_EQ(manager.Store(row.id, bytes.data() + 1, row.value, row.format, 1), size)
+            << "at any address";
+        EXPECT_EQ(Bytes(bytes.begin() + 1, bytes.end()), row.stored);
+        KoRef loaded = {9, 9, 9, 9, 9, 9};
+        EXPECT_EQ(manager.Load(row.id, &loaded, row.stored.data(), row.format, 1), size);
+        if (row.id == KoREF_T) {
+            EXPECT_EQ(loaded.version, 0) << "of no reference that was loaded";
+        }
+    }
+}
+
+TEST(Identity, OrderOfStoredForms)
+{
+    const KoTypeMgr manager;
+    const struct {
+        const char* reason;
+        KoTypeId id;
+        Bytes a, b;
+        int order;
+    } rows[] = {
+        {"tag", KoOBJID_T, {9, 9, 9, 9, 1, 2, 3, 4, 5, 6}, {0, 0, 0, 0, 1, 2, 3, 4, 5, 6}, 0},
+        {"a byte of low", KoOBJID_T, {0, 0, 0, 0, 9, 2}, {0, 0, 0, 0, 1, 5}, -3},
+        {"high", KoOBJID_T, {0, 0, 0, 0, 1, 1, 1, 1, 0, 1}, {0, 0, 0, 0, 9, 9, 9, 9, 9, 0}, 1},
+        {"the largest difference", KoOBJID_T, {0, 0, 0, 0, 0, 0, 0, 0, 0, 255}, {}, 255},
+        {"class before version", KoCLID_T, {1, 2, 0, 0}, {9, 1, 9, 9}, 1},
+        {"version", KoCLID_T, {1, 2, 7, 3}, {1, 2, 8, 1}, 2},
+        {"number before origin", KoREF_T, {0, 0, 0, 0, 1}, {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 9, 9}, 1},
+        {"origin before class",
+         KoREF_T,
+         {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 3, 1},
+         {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 9, 0, 9, 9},
+         1},
+        {"class",
+         KoREF_T,
+         {7, 7, 7, 7, 0, 0, 0, 0, 0, 0, 0, 0, 3, 1},
+         {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 5, 1},
+         -2},
+    };
+    for (const auto& row : rows) {
+        Bytes a = row.a;
+        Bytes b = row.b;
+        const unsigned size = manager.DiskLenGet(row.id, nullptr, 1, 1, 1);
+        a.resize(size);
+        b.resize(size);
+        // The byte order is not consulted.
+        for (const unsigned char format : {KoFMT_LITTLE, KoFMT_BIG}) {
+            int status = 1;
+            EXPECT_EQ(manager.Cmp(row.id, 0, a.data(), 0, b.data(), 0, 1, format, status),
+                      row.order)
+                << row.reason;
+            EXPECT_EQ(status, 0);
+            EXPECT_EQ(manager.Cmp(row.id, b.data(), a.data(), 0, 1, format), -row.order)
+                << row.reason;
+        }
+    }
+}
+
+TEST(Identity, InMemoryThereIsNoOrder)
+{
+    KoObjId ids[] = {{0, 1, 0}, {0, 2, 0}, {5, 1, 0}};
+    int status = 1;
+    EXPECT_EQ(KoObjId::Compare(KoFMT_MEMORY, 0, &ids[0], 0, &ids[1], 0, 1, status), 1);
+    EXPECT_EQ(KoObjId::Compare(KoFMT_MEMORY, 0, &ids[1], 0, &ids[0], 0, 1, status), 1);
+    EXPECT_EQ(KoObjId::Compare(KoFMT_MEMORY, 0, &ids[0], 0, &ids[2], 0, 1, status), 0);
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(KoObjId::Compare(KoFMT_MEMORY, 12, &ids[0], 24, &ids[0], 0, 2, status), 0);
+    EXPECT_EQ(status, KoRC_TRUNCATED);
+    unsigned char stored[20] = {};
+    KoObjId::Store(stored, ids, KoFMT_LITTLE, 2);
+    EXPECT_EQ(KoObjId::Compare(KoFMT_LITTLE, 20, stored, 10, stored, 0, 2, status), 0);
+    EXPECT_EQ(status, KoRC_TRUNCATED);
+    KoRef refs[] = {kRef, With(kRef, &KoRef::originId)};
+    EXPECT_EQ(KoRef::Compare(KoFMT_MEMORY, 0, &refs[0], 0, &refs[1], 0, 1, status), 1);
+    EXPECT_EQ(KoRef::Compare(KoFMT_MEMORY, 0, &refs[1], 0, &refs[0], 0, 1, status), 1);
+}
+
+TEST(Identity, HashesAreStoredAndLeaveTheTagOut)
+{
+    constexpr unsigned kMultiplier = 1103515245U;
+    int status = 1;
+    KoObjId ids[] = {{7, 0xF0F0F0F0, 0x1234}, {8, 1, 0}};
+    EXPECT_EQ(KoObjId::Hash(KoFMT_MEMORY, 0, ids, 2, status),
+              (0xF0F0F0F0U ^ 0x1234U ^ 1U) * kMultiplier);
+    EXPECT_EQ(status, 0);
+    KoClassId classId = {5, 6};
+    EXPECT_EQ(KoClassId::Hash(KoFMT_MEMORY, 0, &classId, 1, status), 0x00050006U * kMultiplier);
+    KoRef ref = kRef;
+    EXPECT_EQ(KoRef::Hash(KoFMT_MEMORY, 0, &ref, 1, status), (3U ^ 2U ^ 0x00010005U) * kMultiplier);
+}
+
+/// What a class prints under a format; null is its own.
+template <class T>
+std::string Printed(const T& value, const char* format)
+{
+    KoString text;
+    value.PrintToKoString(text, format);
+    return text.StrGet();
+}
+
+TEST(Identity, PrintedText)
+{
+    const KoLocalRef local = {4, 3, 2, 5, 6};
+    const KoObjId largest = {0xFFFFFFFF, 0xFFFFFFFF, 0xFFFF};
+    const std::string lettersOnly(300, 'x');
+    const struct {
+        const char* reason;
+        std::string text, expected;
+    } rows[] = {
+        {"object", Printed(kObject, nullptr), "(2-3#4)"},
+        {"class", Printed(kClass, nullptr), "(5v6)"},
+        {"reference", Printed(kRef, nullptr), "(1:2-3#4, 5)"},
+        {"local reference", Printed(local, nullptr), "(2-3#4,5)"},
+        {"a local reference has origin 0", Printed(local, "%D %V"), "0 6"},
+        {"unsigned", Printed(largest, "%B %L %H"), "4294967295 4294967295 65535"},
+        {"percent signs and others", Printed(kRef, "100%% %x%"), "100% x%"},
+        {"no such field in the class", Printed(kObject, "%C%D"), "CD"},
+        {"the sequence", Printed(kRef, "%hu %hu %lu %lu %hu"), "1 2 3 4 5"},
+        {"which ends", Printed(kRef, "%hd%hd%ld%ld%hd%hd%ld"), "1234500"},
+        {"not of that width", Printed(kRef, "%lu %hu %hu %lu"), "0 2 0 4"},
+        {"a letter has no place in it", Printed(kRef, "%hu%C%hu"), "152"},
+        {"cut off", Printed(kRef, "%hu%h"), "12"},
+        {"of an object", Printed(kObject, "%hu %lu %lu"), "2 3 4"},
+        {"of a class", Printed(kClass, "%hu %hu %hu"), "5 6 0"},
+        {"a long format", Printed(kObject, (lettersOnly + "%L").c_str()), lettersOnly + "3"},
+        {"no number is null", Printed(KoRef{9, 0, 0, 1, 5, 6}, "%C"), "{NULL}"},
+        {"no object", Printed(KoObjId{9, 0, 0}, nullptr), "{NULL}"},
+        {"no local reference", Printed(KoLocalRef{}, nullptr), "{NULL}"},
+        {"no class", Printed(KoClassId{}, nullptr), "{NULL}"},
+        {"a version is not nothing", Printed(KoClassId{0, 1}, nullptr), "(0v1)"},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(row.text, row.expected) << row.reason;
+
+    KoRef ref = kRef;
+    KoString text("a ");
+    KoRef::PrintToString(text, &ref, nullptr, 1);
+    EXPECT_STREQ(text.StrGet(), "a (1:2-3#4,5v6)") << "the record's function has another default";
+    text = KoString();
+    EXPECT_STREQ(KoTypeMgr().PrintToKoString(KoREF_T, text, &ref, nullptr, 1).StrGet(),
+                 "(1:2-3#4, 5)");
+}
+
+TEST(Identity, ScannedText)
+{
+    const std::vector<unsigned> before = {9, 8, 7, 6, 5, 4};
+    const KoRef start = {9, 8, 7, 6, 5, 4};
+    const struct {
+        const char* reason;
+        const char* format;
+        const char* text;
+        std::vector<unsigned> fields;
+    } rows[] = {
+        {"default; the version stays", nullptr, "(1:2-3#4, 5)", {4, 3, 2, 1, 5, 4}},
+        {"blanks", nullptr, " ( 1: 2- 3# 4,   5)", before},
+        {"blanks before numbers", nullptr, "( 1: 2- 3# 4,   5)", {4, 3, 2, 1, 5, 4}},
+        {"a blank that lacks", nullptr, "(1:2-3#4,5)", {4, 3, 2, 1, 5, 4}},
+        {"the end does not matter", nullptr, "(1:2-3#4, 5 and more", {4, 3, 2, 1, 5, 4}},
+        {"half an identity", nullptr, "(1:2-3#4", before},
+        {"other text", nullptr, "[1:2-3#4, 5]", before},
+        {"beyond the field", nullptr, "(1:65536-3#4, 5)", before},
+        {"beyond 64 bits", "%L", "99999999999999999999999", before},
+        {"no sign", "%L", "-1", before},
+        {"the sequence", "%hu %hu %lu %lu %hu", "1 2 3 4 5", {4, 3, 2, 1, 5, 4}},
+        {"not of that width", "%lu %hu", "0 2", {9, 8, 2, 6, 5, 4}},
+        {"number 0 is null, its tag kept", "%H-%L", "0-0", {9, 0, 0, 6, 5, 4}},
+        {"empty is null", nullptr, "", {0, 0, 0, 0, 0, 0}},
+        {"null", nullptr, "{NULL} or not", {0, 0, 0, 0, 0, 0}},
+    };
+    for (const auto& row : rows) {
+        KoRef ref = start;
+        ref.ScanFromKoString(KoString(row.text), row.format);
+        EXPECT_EQ(Fields(ref), row.fields) << row.reason;
+    }
+    KoLocalRef local;
+    local.ScanFromKoString(KoString("(2-3#4,5)"), nullptr);
+    EXPECT_EQ(Fields(local), Fields(KoLocalRef{4, 3, 2, 5, 0}));
+    const unsigned short wide[] = {'(', '5', 'v', '6', ')', 0};
+    KoClassId classId;
+    classId.ScanFromKoString(KoString(wide), nullptr);
+    EXPECT_TRUE(classId == kClass);
+}
+
+TEST(Identity, ArraysHaveCommasBetweenAndWithin)
+{
+    KoTypeMgr manager;
+    KoRef refs[] = {kRef, KoRef{}, {0, 9, 0, 0, 1, 0}};
+    KoString text;
+    manager.PrintToKoString(KoREF_T, text, refs, nullptr, 3);
+    EXPECT_STREQ(text.StrGet(), "(1:2-3#4, 5),{NULL},(0:0-9#0, 1)");
+    KoRef back[4];
+    back[3] = kRef;
+    manager.ScanFromKoString(KoREF_T, back, text, nullptr, 4);
+    for (int i = 0; i < 3; ++i)
+        EXPECT_TRUE(back[i] == refs[i]) << i;
+    EXPECT_EQ(back[3].IsNullValue(), 1) << "beyond the text";
+}
+
+TEST(Identity, StrictText)
+{
+    const struct {
+        KoTypeId id;
+        const char* text;
+        int errorAt; ///< -1: read
+    } rows[] = {
+        {KoOBJID_T, "(2-3#4)", -1},    {KoOBJID_T, "", -1},
+        {KoOBJID_T, "{NULL}", -1},     {KoOBJID_T, "{NULL}x", 0},
+        {KoOBJID_T, "(2-3#4", 6},      {KoOBJID_T, "(2-3#4)x", 7},
+        {KoOBJID_T, "( 2-3#4)", 1},    {KoOBJID_T, "(65536-3#4)", 1},
+        {KoOBJID_T, "(2-+3#4)", 3},    {KoOBJID_T, "(2-4294967296#4)", 3},
+        {KoCLID_T, "(5v6)", -1},       {KoCLID_T, "(5V6)", 2},
+        {KoREF_T, "(1:2-3#4, 5)", -1}, {KoREF_T, "(1:2-3#4,5)", 9},
+    };
+    for (const auto& row : rows) {
+        KoRef value = {9, 8, 7, 6, 5, 4};
+        const KoRef before = value;
+        unsigned errorAt = 99;
+        const int result =
+            KoTypeMgr().ParseFromKoString(row.id, &value, KoString(row.text), nullptr, errorAt);
+        EXPECT_EQ(result, row.errorAt < 0 ? 0 : -1) << row.text;
+        if (row.errorAt >= 0) {
+            EXPECT_EQ(errorAt, static_cast<unsigned>(row.errorAt)) << row.text;
+            EXPECT_EQ(Fields(value), Fields(before)) << row.text;
+        }
+    }
+}
+
+} // namespace
