@@ -8,6 +8,8 @@
 
 #include <cstddef>
 
+struct KoText;
+
 /// Text with a code set and a language, of 8-bit or 16-bit characters; the code set decides which.
 ///
 /// Positions, counts and lengths are in characters. Every edit reallocates to the exact size and
@@ -139,6 +141,36 @@ public:
     /// Applies an operation to every character, in place; see KoStringIterator::Transform.
     KoString& Transform(KoCharOperation& operation);
 
+    // ---- search
+    /// The position of the first match of the pattern at or after `start`, or -1; -1 too for an
+    /// empty pattern. At each position that leaves at least the pattern's length, KoStrCmp decides
+    /// under the operator word (0xFFFF: the default one):
+    /// - with wildcards, on any beginning of the rest: "b" is found in "abc", and so is "a?c". What
+    ///   the escape makes literal is literal; at the very end of the pattern it stands for itself;
+    /// - with bit 0x10 or 0x100, on exactly as many orders as the pattern has characters.
+    /// Takes at most the time of the text's length times the pattern's.
+    int Find(const KoString& pattern, unsigned short start = 0,
+             unsigned short cmpOp = 0xFFFF) const;
+    /// One character of the default code set of its width.
+    int Find(char c, unsigned short start = 0, unsigned short cmpOp = 0xFFFF) const;
+    int Find(unsigned short c, unsigned short start = 0, unsigned short cmpOp = 0xFFFF) const;
+    int SubStringPos(const KoString& s, unsigned short cmpOp = 0xFFFF) const
+    {
+        return Find(s, 0, cmpOp);
+    }
+    /// Puts `to` in the place of every find of `from` by the default operator at or after `start`,
+    /// as many characters as `from` has; the search goes on behind what was put in. Wildcards in
+    /// `from` count: "*" is found everywhere.
+    KoString& ReplaceAll(const KoString& from, const KoString& to, unsigned short start = 0);
+    KoString& ReplaceAll(char from, char to, unsigned short start = 0);
+    KoString& ReplaceAll(unsigned short from, unsigned short to, unsigned short start = 0);
+    /// Make the first collation order of a character the wildcard of the whole process; 0 is
+    /// ignored. They are "*", "?" and "\" unless set. Return 0. Not synchronised, like all settings
+    /// of the process. Texts without a code set keep "*" and "?".
+    static int SetAsterisk(const KoChar& c);
+    static int SetQuestion(const KoChar& c);
+    static int SetEscape(const KoChar& c);
+
     // ---- null value
     bool IsNullValue() const
     {
@@ -204,6 +236,7 @@ private:
     int MapFrom(const KoString& source, unsigned char codeSet, unsigned limit);
     Piece Whole() const;
     Piece Part(unsigned pos, unsigned count) const;
+    KoString& ReplaceEvery(const KoText& from, const Piece& to, unsigned start);
     KoString& KeepWithoutBlanks(bool atBegin, bool atEnd);
     const char* At(unsigned pos) const { return m_buffer + std::size_t{pos} * Width(); }
 
@@ -227,9 +260,10 @@ inline KoString operator+(const char* a, const KoString& b)
     return KoString(a) + b;
 }
 
-/// The next piece of `list` from `pos` on, up to `separator` or the end, trimmed of blanks, in
-/// `item`; `pos` moves past the separator. A separator at the very start of the list is skipped.
-/// Returns 0, or KoRC_END_OF_LIST with `item` unchanged.
+/// The next piece of `list` from `pos` on, up to `separator` (as Find finds it by the default
+/// operator) or the end, trimmed, in `item`; `pos` moves past the separator. Where a separator
+/// stands at the very start of the list its first character is skipped. Returns 0, or
+/// KoRC_END_OF_LIST with `item` unchanged where `pos` is at the end.
 KOTMS_API int KoSplitList(KoString& list, KoString& item, const KoString& separator,
                           unsigned short& pos);
 

@@ -149,8 +149,9 @@ inline o_u2b KoResolvedCmpOp(o_u2b cmpOp)
 
 /// How two texts compare.
 struct KoTextOrder {
-    int order = 0;     ///< negative, 0 or positive
-    bool open = false; ///< what was cut off decides; `order` is what the rest gives
+    int order = 0;          ///< negative, 0 or positive
+    bool open = false;      ///< what was cut off decides; `order` is what the rest gives
+    bool behindRun = false; ///< what comes behind an asterisk of the pattern is nowhere in the rest
 };
 
 /// Order of two texts under an operator word (not 0xFFFF), `right` being the pattern where
@@ -158,7 +159,15 @@ struct KoTextOrder {
 KoTextOrder KoCompareText(const KoText& left, const KoText& right, o_u2b cmpOp,
                           unsigned limit = kNoLimit);
 
+/// As comparing with a pattern that has an asterisk behind it, whatever it ends with; neither may
+/// be null.
+KoTextOrder KoCompareBeginning(const KoText& text, const KoText& pattern,
+                               const KoCompareMode& mode);
+
 /// The same for two texts without a code set: plain bytes.
+KoTextOrder KoCompareBeginningBytes(const KoText& text, const KoText& pattern);
+
+/// KoCompareText for two texts without a code set: plain bytes.
 KoTextOrder KoCompareBytes(const KoText& left, const KoText& right, bool wildcards, unsigned limit);
 
 /// Runs along two texts that have a code set by tables, as long as those decide as the whole rules

@@ -13,13 +13,17 @@ namespace
 class Bytes
 {
 public:
-    Bytes(const KoText& text, unsigned limit)
-        : m_at(text.bytes), m_left(std::min(text.units, limit))
+    Bytes(const KoText& text, unsigned limit, bool runBehind = false)
+        : m_at(text.bytes), m_left(std::min(text.units, limit)), m_runBehind(runBehind)
     {
     }
     o_u4b Key() const { return m_left == 0 ? 0 : static_cast<unsigned char>(*m_at); }
     void Advance()
     {
+        if (m_left == 0) {
+            m_runBehind = false;
+            return;
+        }
         ++m_at;
         --m_left;
     }
@@ -27,7 +31,7 @@ public:
     {
         switch (Key()) {
         case 0:
-            return KoPatternKind::kEnd;
+            return m_left == 0 && m_runBehind ? KoPatternKind::kRun : KoPatternKind::kEnd;
         case '*':
             return KoPatternKind::kRun;
         case '?':
@@ -40,6 +44,7 @@ public:
 private:
     const char* m_at;
     unsigned m_left;
+    bool m_runBehind; ///< a pattern: an asterisk is added at the end
 };
 
 /// The difference of two bytes; where a side has no text at all, the sign alone.
@@ -97,4 +102,10 @@ KoTextOrder KoCompareBytes(const KoText& left, const KoText& right, bool wildcar
         return MatchCut(left, right, limit);
     const KoMatch match = KoMatchWildcards(Bytes(left, limit), Bytes(right, limit));
     return match.matched ? KoTextOrder{} : Difference(left, right, match.text, match.pattern);
+}
+
+KoTextOrder KoCompareBeginningBytes(const KoText& text, const KoText& pattern)
+{
+    const KoMatch match = KoMatchWildcards(Bytes(text, kNoLimit), Bytes(pattern, kNoLimit, true));
+    return {match.Order(), false, match.behindRun};
 }

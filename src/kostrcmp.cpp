@@ -84,9 +84,12 @@ public:
 class PatternElements : public Elements
 {
 public:
-    PatternElements(const KoText& text, unsigned from, unsigned limit, const KoCompareMode& mode)
+    /// With `runBehind` an asterisk is added at the end.
+    PatternElements(const KoText& text, unsigned from, unsigned limit, const KoCompareMode& mode,
+                    bool runBehind = false)
         : Elements(text, from, limit, mode),
-          m_wildcards(mode.wildcards ? KoWildcards::Current() : KoWildcards{})
+          m_wildcards(mode.wildcards ? KoWildcards::Current() : KoWildcards{}),
+          m_runBehind(runBehind)
     {
         Advance();
     }
@@ -106,6 +109,9 @@ public:
                     m_kind = KoPatternKind::kRun;
                 else if (order == m_wildcards.question)
                     m_kind = KoPatternKind::kOne;
+            } else if (m_runBehind) {
+                m_runBehind = false;
+                m_kind = KoPatternKind::kRun;
             }
             if (Take(order) || IsWildcard())
                 return;
@@ -127,6 +133,7 @@ private:
 
     KoWildcards m_wildcards; ///< zeros, which no order is, where wildcards are off
     KoPatternKind m_kind = KoPatternKind::kEnd;
+    bool m_runBehind;
 };
 
 /// The rest of a pattern is asterisks only, and whole.
@@ -142,14 +149,18 @@ KoTextOrder Match(const TextElements& left, const PatternElements& right, bool c
 {
     if (cut)
         return {0, !MatchesAll(right)};
-    return {KoMatchWildcards(left, right).Order()};
+    const KoMatch match = KoMatchWildcards(left, right);
+    return {match.Order(), false, match.behindRun};
 }
 
 /// Compares element by element. Between two that are not skipped may stand skipped ones, a gap: the
 /// gaps of both texts are compared like words, and the first that differ are kept as the
 /// tie-breaker. Going by gaps notices where something was skipped, which makes the order a total
 /// one: texts are equal exactly when all their elements are.
-KoTextOrder CompareElements(TextElements left, PatternElements right, bool cut)
+///
+/// With `onlyEqual` any difference ends it: then runs of skipped elements take no time.
+KoTextOrder CompareElements(TextElements left, PatternElements right, bool cut,
+                            bool onlyEqual = false)
 {
     int tie = 0;
     const auto differ = [&tie](int order) {
@@ -171,6 +182,8 @@ KoTextOrder CompareElements(TextElements left, PatternElements right, bool cut)
                 differ(KoOrder(left.Key(), right.Key()));
             else
                 differ(left.IsSkipped() ? 1 : -1);
+            if (onlyEqual && tie != 0)
+                return {tie};
             const bool both = left.IsSkipped() == right.IsSkipped();
             if (both || left.IsSkipped())
                 left.Advance();
@@ -219,6 +232,14 @@ KoTextOrder KoCompareText(const KoText& left, const KoText& right, o_u2b cmpOp, 
     }
     return CompareElements(TextElements(left, from, limit, mode),
                            PatternElements(right, from, limit, mode), left.cut || right.cut);
+}
+
+KoTextOrder KoCompareBeginning(const KoText& text, const KoText& pattern, const KoCompareMode& mode)
+{
+    if (text.codeSet == KoCS_NONE && pattern.codeSet == KoCS_NONE)
+        return KoCompareBeginningBytes(text, pattern);
+    return CompareElements(TextElements(text, 0, kNoLimit, mode),
+                           PatternElements(pattern, 0, kNoLimit, mode, true), false, true);
 }
 
 // ---- wildcards

@@ -49,52 +49,17 @@ int KoString::MapFrom(const KoString& source, unsigned char codeSet, unsigned li
     return Become(piece, codeSet, source.m_language) == Outcome::kDone ? KoRC_OK : -1;
 }
 
-namespace
-{
-
-/// Position of `pattern`, which is of the code set of `text` and not empty, from `start` on; the
-/// length of `text` where there is none.
-unsigned FindPlain(const KoString& text, const KoString& pattern, unsigned start)
-{
-    const std::size_t width = text.Width();
-    const unsigned length = text.Len();
-    const unsigned wanted = pattern.Len();
-    for (unsigned i = start; i + wanted <= length; ++i)
-        if (std::memcmp(text.StrGet() + i * width, pattern.StrGet(), wanted * width) == 0)
-            return i;
-    return length;
-}
-
-bool IsBlank(const KoText& text, unsigned index)
-{
-    return text.At(index) <= ' ';
-}
-
-} // namespace
-
 int KoSplitList(KoString& list, KoString& item, const KoString& separator, unsigned short& pos)
 {
-    const unsigned length = list.Len();
-    if (pos >= length)
+    int end = list.Find(separator, pos);
+    if (end == 0)
+        end = list.Find(separator, ++pos);
+    const unsigned short length = list.Len();
+    if (end < 0 && pos >= length)
         return KoRC_END_OF_LIST;
-    KoString mark(list.CodeSet(), list.Language());
-    mark += separator;
-    const unsigned step = mark.Len();
-    unsigned begin = pos;
-    unsigned end = step == 0 ? length : FindPlain(list, mark, begin);
-    if (end == 0) {
-        begin = step;
-        end = FindPlain(list, mark, begin);
-    }
-    pos = static_cast<unsigned short>(std::min(end + step, length));
-    if (begin >= length)
-        return KoRC_END_OF_LIST;
-    const KoText text = KoStringAccess::Get(list);
-    while (begin < end && IsBlank(text, begin))
-        ++begin;
-    unsigned last = end;
-    while (last > begin && IsBlank(text, last - 1))
-        --last;
-    item = list.Copy(static_cast<unsigned short>(begin), static_cast<short>(last - begin));
+    const unsigned stop = end < 0 ? length : static_cast<unsigned>(end);
+    KoString piece = list.Copy(pos, static_cast<short>(stop - pos));
+    pos = static_cast<unsigned short>(end < 0 ? length : stop + separator.Len());
+    item.Destruct(piece.Trim());
     return KoRC_OK;
 }

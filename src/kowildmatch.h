@@ -11,6 +11,7 @@ enum class KoPatternKind : unsigned char { kEnd, kLiteral, kOne, kRun };
 struct KoMatch {
     bool matched = false;
     o_u4b text = 0, pattern = 0; ///< the keys where it failed
+    bool behindRun = false;      ///< and it did behind a run
 
     /// 0 for a match, else the order of the keys where it failed.
     int Order() const
@@ -64,7 +65,7 @@ KoMatch KoMatchWildcards(Text text, Pattern pattern)
         }
         // From a later place less of the text is left.
         if (!retry || key == 0)
-            return {false, key, pattern.Key()};
+            return {false, key, pattern.Key(), retry};
         retryText.Advance();
         seek();
         text = retryText;

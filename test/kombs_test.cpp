@@ -204,7 +204,7 @@ TEST(Utf8String, EveryCodeSetComesBack)
 TEST(Utf8String, ValidTextIsWrittenAsItWasRead)
 {
     std::mt19937 random(36);
-    for (int round = 0; round < 2000; ++round) {
+    for (int round = 0; round < 500; ++round) {
         std::string utf8;
         unsigned units = 0;
         for (auto n = random() % 400; n > 0; --n) {

@@ -16,7 +16,8 @@
 inline std::u16string UnitsOf(const KoString& text)
 {
     std::u16string units;
-    for (unsigned i = 0; i < text.Len(); ++i) {
+    const unsigned length = text.Len();
+    for (unsigned i = 0; i < length; ++i) {
         o_u2b unit = static_cast<unsigned char>(text.StrGet()[i]);
         if (text.Width() == 2)
             std::memcpy(&unit, text.StrGet() + std::size_t{2} * i, 2);

@@ -1,0 +1,251 @@
+#include "failing_heap.h"
+#include "kotext.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+TEST(Find, ComparesTheBeginningOfTheRest)
+{
+    constexpr unsigned short kPlain = KoCMP_PLAIN;
+    static const struct {
+        const char* what;
+        std::u16string text, pattern;
+        unsigned start, cmpOp;
+        int at;
+    } rows[] = {
+        {"inside", u"abc", u"b", 0, 0xFFFF, 1},
+        {"plain", u"abc", u"b", 0, kPlain, 1},
+        {"at the start position", u"abab", u"ab", 1, 0xFFFF, 2},
+        {"the rest is too short", u"abab", u"ab", 3, 0xFFFF, -1},
+        {"empty pattern", u"abc", u"", 0, 0xFFFF, -1},
+        {"empty text", u"", u"a", 0, 0xFFFF, -1},
+        {"start at the end", u"abc", u"c", 3, 0xFFFF, -1},
+        {"start beyond", u"abc", u"c", 9, 0xFFFF, -1},
+        {"question", u"xabc", u"a?c", 0, 0xFFFF, 1},
+        {"a question is plain", u"xabca?c", u"a?c", 0, kPlain, 4},
+        {"asterisk", u"xa--b", u"a*b", 0, 0xFFFF, 1},
+        {"no rest for it", u"xa--ca", u"a*b", 0, 0xFFFF, -1},
+        {"asterisk first", u"xyb", u"*b", 0, 0xFFFF, 0},
+        {"escape", u"ab*", u"\\*", 0, 0xFFFF, -1}, // two characters are not left there
+        {"escape before more", u"ab*c", u"\\*", 0, 0xFFFF, 2},
+        {"escape at the end", u"a\\b", u"\\", 0, 0xFFFF, 1},
+        {"symbols count", u"a-b", u"ab", 0, 0, -1},
+        {"symbols skipped", u"a-b", u"ab", 0, KoCMP_SKIP_SYMBOLS, 0},
+        {"skipped at the beginning", u"x-b", u"b", 0, KoCMP_SKIP_SYMBOLS, 1},
+        {"a space is no symbol", u"x b", u"b", 0, KoCMP_SKIP_SYMBOLS, 2},
+        {"case", u"xABc", u"ab", 0, 0, -1},
+        {"case ignored", u"xABc", u"ab", 0, KoCMP_IGNORE_CASE, 1},
+        {"accents ignored", u"x\u00E9", u"e", 0, KoCMP_IGNORE_ACCENTS, 1},
+        {"a character of two orders", u"x\u00DFy", u"ss", 0, KoCMP_IGNORE_ACCENTS, 1},
+        {"as many orders as characters", u"xs", u"\u00DF", 0,
+         KoCMP_IGNORE_ACCENTS | KoCMP_NO_WILDCARDS, 1},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        for (const unsigned char codeSet : {o_u1b{0}, o_u1b{1}, o_u1b{253}}) {
+            const KoString text = Text(row.text, codeSet);
+            const auto start = static_cast<unsigned short>(row.start);
+            const auto cmpOp = static_cast<unsigned short>(row.cmpOp);
+            for (const unsigned char other : {o_u1b{1}, o_u1b{32}, o_u1b{253}}) {
+                const KoString pattern = Text(row.pattern, other);
+                EXPECT_EQ(text.Find(pattern, start, cmpOp), row.at);
+                if (start == 0) {
+                    EXPECT_EQ(text.SubStringPos(pattern, cmpOp), row.at);
+                }
+            }
+        }
+    }
+    const KoString bytes = Text(u"a\u00E9B", 0);
+    EXPECT_EQ(bytes.Find(Text(u"\u00E9?", 0)), 1) << "bytes know wildcards too";
+    EXPECT_EQ(bytes.Find(Text(u"b", 0), 0, KoCMP_IGNORE_CASE), -1) << "and nothing else";
+    EXPECT_EQ(Text(u"a\u20ACb", 253).Find('b'), 2);
+    EXPECT_EQ(Text(u"a\u00E9", 1).Find(static_cast<unsigned short>(0xE9)), 1);
+    EXPECT_EQ(bytes.Find('\0'), -1);
+    KoString null;
+    null.SetNullValue();
+    EXPECT_EQ(null.Find('a'), -1);
+    EXPECT_EQ(bytes.Find(null), -1);
+}
+
+TEST(Find, WildcardsOfTheProcessMayChange)
+{
+    const KoString text("a%c_*?");
+    EXPECT_EQ(KoString::SetAsterisk('%'), 0);
+    EXPECT_EQ(KoString::SetQuestion(KoChar(static_cast<unsigned short>('_'))), 0);
+    EXPECT_EQ(KoString::SetEscape('!'), 0);
+    EXPECT_EQ(KoString::SetEscape(KoChar('\0')), 0) << "ignored";
+    EXPECT_EQ(text.Find("c%?"), 2);
+    EXPECT_EQ(text.Find("*"), 4);
+    EXPECT_EQ(text.Find("!_"), 3);
+    EXPECT_TRUE(text == KoString("a%"));
+    EXPECT_FALSE(text == KoString("a*"));
+    EXPECT_EQ(Text(u"ab", 0).Find(Text(u"*b", 0)), 0) << "bytes keep theirs";
+    KoString::SetAsterisk('*');
+    KoString::SetQuestion('?');
+    KoString::SetEscape('\\');
+    EXPECT_TRUE(text == KoString("a*"));
+}
+
+// Every position compared by itself gives the same.
+TEST(Find, AgreesWithComparingEveryPosition)
+{
+    Random random(31);
+    constexpr unsigned char kSets[] = {1, 32, 253, 0};
+    constexpr o_u2b kWords[] = {0, 0x20, 0x60, 0x80, 0x200, 0x2E0, 0x10, 0x120};
+    int found = 0;
+    for (int round = 0; round < 20000; ++round) {
+        const KoString text = random.Text(u"aAb\u00E9e\u00DFs-? ", 10, kSets);
+        const KoString pattern = random.Text(u"aAb\u00E9es-*?", 4, kSets);
+        const o_u2b cmpOp = kWords[random.Below(std::size(kWords))];
+        const bool wild = (cmpOp & (KoCMP_PLAIN | KoCMP_NO_WILDCARDS)) == 0;
+        const KoString asked = wild ? pattern + "*" : pattern;
+        int expected = -1;
+        for (unsigned i = 0; expected < 0 && i + pattern.Len() <= text.Len(); ++i) {
+            const KoString rest = text.Copy(static_cast<unsigned short>(i), -1);
+            if (pattern.Len() != 0 &&
+                rest.Compare(asked, static_cast<short>(wild ? -1 : pattern.Len()), cmpOp) == 0)
+                expected = static_cast<int>(i);
+        }
+        ASSERT_EQ(text.Find(pattern, 0, cmpOp), expected)
+            << Show(text) << " " << Show(pattern) << " " << cmpOp;
+        found += expected >= 0 ? 1 : 0;
+    }
+    EXPECT_GT(found, 2000);
+}
+
+// Each of these took the square of the text's length, half a minute, before places that cannot
+// match were passed over.
+TEST(Find, LongTextsTakeTheTimeOfTheirLength)
+{
+    KoString text(KoCS_LATIN1, 0);
+    text.Fill(65531, 'a');
+    EXPECT_EQ(text.Find("a*a*a*a*a*a*a*b"), -1);
+    EXPECT_EQ(text.Find("a?*b", 0, KoCMP_IGNORE_CASE), -1);
+    EXPECT_EQ(text.Find("*b"), -1);
+    text.Fill(65531, '-');
+    EXPECT_EQ(text.Find("b"), -1);
+    EXPECT_EQ(text.Find("-b"), -1);
+    EXPECT_EQ(text.Find("b", 0, KoCMP_SKIP_SYMBOLS), -1);
+    EXPECT_EQ(text.Find("-*b", 0, KoCMP_SKIP_SPACES), -1);
+}
+
+TEST(Replace, PutsOneTextForAnother)
+{
+    static const struct {
+        std::u16string text, from, to, result;
+        unsigned start;
+    } rows[] = {
+        {u"abcabc", u"b", u"xyz", u"axyzcaxyzc", 0},
+        {u"abcabc", u"bc", u"", u"aa", 0},
+        {u"abcabc", u"b", u"b", u"abcabc", 0},
+        {u"aaa", u"a", u"aa", u"aaaaaa", 0},
+        {u"aaaa", u"aa", u"a", u"aa", 0},
+        {u"aaaa", u"a", u"b", u"aabb", 2},
+        {u"abc", u"x", u"y", u"abc", 0},
+        {u"abc", u"", u"y", u"abc", 0},
+        {u"abc", u"?", u"-", u"---", 0},
+        {u"a\\b", u"\\", u"/", u"a/b", 0},
+        {u"a", u"a", u"", u"", 0},
+        {u"a", u"a", u"b", u"a", 1},
+    };
+    for (const auto& row : rows) {
+        for (const unsigned char codeSet : {o_u1b{1}, o_u1b{253}}) {
+            KoString text = Text(row.text, codeSet, 7);
+            text.ReplaceAll(Text(row.from, 253), Text(row.to, 1),
+                            static_cast<unsigned short>(row.start));
+            EXPECT_EQ(UnitsOf(text), row.result);
+            EXPECT_TRUE(text.CodeSet() == codeSet && text.Language() == 7);
+            EXPECT_EQ(text.ByteSize(), text.IsEmpty() ? 0 : (text.Len() + 1) * text.Width());
+        }
+    }
+    KoString text("abab");
+    EXPECT_STREQ(text.ReplaceAll('a', '\xE9').StrGet(), "\xE9"
+                                                        "b\xE9"
+                                                        "b");
+    EXPECT_STREQ(
+        text.ReplaceAll(static_cast<unsigned short>(0xE9), static_cast<unsigned short>(0x20AC), 1)
+            .StrGet(),
+        "\xE9"
+        "b?b");
+    EXPECT_STREQ((text = "ab").ReplaceAll(text, text).StrGet(), "ab");
+    EXPECT_STREQ(text.ReplaceAll("b", text).StrGet(), "aab");
+}
+
+// The same as finding, cutting and inserting in turn, where the text becomes too long as well.
+TEST(Replace, AgreesWithEditingStepByStep)
+{
+    Random random(32);
+    constexpr unsigned char kSets[] = {1, 253};
+    for (int round = 0; round < 1000; ++round) {
+        const bool large = round % 100 == 0;
+        KoString text = random.Text(u"aAbsc", 12, kSets);
+        if (large) {
+            text.Expand(
+                static_cast<unsigned short>(random.Below(60) + (text.Width() == 2 ? 32700 : 65460)),
+                '-');
+            for (int i = 0; i < 4; ++i)
+                text += random.Text(u"aabc", 30, kSets);
+        }
+        const KoString from =
+            large ? random.Text(u"ab", 2, kSets) : random.Text(u"aAbs?", 3, kSets);
+        const KoString to = random.Text(u"ab", large ? 40 : 4, kSets);
+        KoString expected = text;
+        for (int at = expected.Find(from); at >= 0;) {
+            const auto place = static_cast<unsigned short>(at);
+            expected.Cut(place, static_cast<short>(from.Len())).Insert(to, place);
+            const int next = at + to.Len(); // may lie behind what was cut off
+            at = next > 65535 ? -1 : expected.Find(from, static_cast<unsigned short>(next));
+        }
+        ASSERT_TRUE(UnitsOf(text.ReplaceAll(from, to)) == UnitsOf(expected))
+            << Show(from) << " " << Show(to);
+    }
+}
+
+TEST(Replace, SurvivesWithoutMemory)
+{
+    for (int first = 0; first < 3; ++first) {
+        KoString text("abab");
+        const KoString from("b");
+        const KoString to("xyz");
+        const FailingHeap heap(first);
+        text.ReplaceAll(from, to);
+        EXPECT_EQ(heap.HandlerCalls(), 1);
+        EXPECT_STREQ(text.StrGet(), "abab");
+    }
+}
+
+TEST(Split, GoesByTheDefaultOperator)
+{
+    static const struct {
+        const char* list;
+        const char* separator;
+        const char* items;
+    } rows[] = {
+        {"a, b ,c", ",", "[a][b][c]"},
+        {",a,,b,", ",", "[a][][b]"},
+        {"one", ",", "[one]"},
+        {"abxaby", "ab", "[bx][y]"}, // one character of a separator at the start is skipped
+        {"a1b2c", "[0-9]", "[a1b2c]"},
+        {"a-b.c", "?", "[][-b.c]"},
+        {"  ", ",", "[]"},
+        {"", ",", ""},
+        {",", ",", ""},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.list);
+        KoString list(row.list);
+        KoString item("kept");
+        std::string items;
+        unsigned short pos = 0;
+        while (items.size() < 40 && KoSplitList(list, item, row.separator, pos) == 0)
+            items += std::string("[") + item.StrGet() + "]";
+        if (std::string(row.separator) != "?") {
+            EXPECT_EQ(items, row.items);
+        }
+        EXPECT_EQ(KoSplitList(list, item, row.separator, pos), KoRC_END_OF_LIST);
+    }
+}
+
+} // namespace
