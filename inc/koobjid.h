@@ -162,7 +162,6 @@ public:
     o_u2b version = 0;
 
     // Each sets the fields that its operand has and leaves the others.
-    constexpr KoRef& operator=(const KoRef& other) = default;
     constexpr KoRef& operator=(const KoObjId& object)
     {
         tag = object.tag;
@@ -232,7 +231,6 @@ public:
     o_u2b version = 0;
 
     // As for KoRef; the origin of a KoRef is left out.
-    constexpr KoLocalRef& operator=(const KoLocalRef& other) = default;
     constexpr KoLocalRef& operator=(const KoObjId& object)
     {
         tag = object.tag;
