@@ -12,11 +12,9 @@ bool KoIsNullPrint(const KoString& text, bool whole)
     if (text.IsNullValue())
         return true;
     const KoString& nullText = KoTypeMgr::GetNullPrintString();
-    if (nullText.IsEmpty())
-        return false;
     // Nearly every text that is not null differs in its first character already.
     const bool sameSet = text.CodeSet() == nullText.CodeSet();
-    if (sameSet && *text.StrGet() != *nullText.StrGet())
+    if ((sameSet && *text.StrGet() != *nullText.StrGet()) || nullText.IsEmpty())
         return false;
     const unsigned short length = text.Len();
     const unsigned short nullLength = nullText.Len();

@@ -38,25 +38,26 @@ private:
     std::size_t m_size = sizeof m_short;
 };
 
-/// The text of a KoString as 8-bit characters: itself where it is 8-bit, else a copy in which a
-/// character beyond ASCII is one that belongs to no number.
+/// The text of a KoString as 8-bit characters with a zero behind them: itself where it is 8-bit,
+/// else a copy in which a character beyond ASCII is one that belongs to no number.
 class KoNarrowText
 {
 public:
     explicit KoNarrowText(const KoString& text)
-        : m_length(text.Len()), m_room(text.Width() == 1 ? 0 : m_length)
+        : m_length(text.Len()), m_room(text.Width() == 1 ? 0 : m_length + 1)
     {
         m_text = text.StrGet();
         if (text.Width() == 1)
             return;
         char* out = m_room.Data();
-        if (m_length > m_room.Size())
+        if (m_length >= m_room.Size())
             m_length = 0;
         for (std::size_t i = 0; i < m_length; ++i) {
             unsigned short unit;
             std::memcpy(&unit, m_text + 2 * i, 2);
             out[i] = unit < 128 ? static_cast<char>(unit) : '\x1A';
         }
+        out[m_length] = '\0';
         m_text = out;
     }
     const char* Data() const { return m_text; }

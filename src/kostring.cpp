@@ -75,6 +75,27 @@ KoText KoStringAccess::Get(const KoString& string)
             string.m_codeSet, string.m_language};
 }
 
+void KoStringAccess::Append(KoString& string, const char* text, std::size_t count)
+{
+    const unsigned char codeSet = KoString::GetDefault8CodeSet();
+    const KoString::Piece piece = {text, static_cast<unsigned>(count), codeSet};
+    if (string.m_buffer != nullptr || string.m_codeSet != codeSet || string.IsNullValue() ||
+        count == 0 || count >= KoString::kMaxBytes) {
+        string.Append(piece);
+        return;
+    }
+    // The way of nearly all texts that are printed, which are short.
+    auto* buffer = static_cast<char*>(KoAlloc(count + 1));
+    if (buffer == nullptr) {
+        KoCallMemoryHandler(count + 1);
+        return;
+    }
+    std::memcpy(buffer, text, count);
+    buffer[count] = '\0';
+    string.m_buffer = buffer;
+    string.m_size = static_cast<o_u2b>(count + 1);
+}
+
 // ---- construction
 
 KoString::KoString() : m_codeSet(GetDefaultCodeSet()), m_language(GetDefaultLanguage())

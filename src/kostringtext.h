@@ -46,6 +46,8 @@ struct KoStringAccess {
     /// -1 with the string as it was when memory runs out. The text may stand in the string itself.
     static int Convert(KoString& string, const KoText& text, unsigned char codeSet,
                        unsigned char language);
+    /// Appends `count` characters of the default 8-bit code set, no zero among them.
+    static void Append(KoString& string, const char* text, std::size_t count);
 };
 
 #endif

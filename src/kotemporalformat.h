@@ -3,6 +3,8 @@
 
 #include "kotemporaltext.h"
 
+#include <array>
+#include <cstddef>
 #include <string_view>
 
 /// The directive language of dates and times, taken apart for the printer and the two readers.
@@ -12,7 +14,7 @@
 inline constexpr std::string_view kMonthNames[12] = {
     "January", "February", "March",     "April",   "May",      "June",
     "July",    "August",   "September", "October", "November", "December"};
-constexpr std::string_view PrintedMonthName(unsigned index)
+constexpr std::string_view PrintedMonthName(std::size_t index)
 {
     return kMonthNames[index].substr(0, kMonthNames[index].size() - (index < 2 ? 1 : 0));
 }
@@ -40,10 +42,27 @@ constexpr const char* TemporalExpansion(char letter)
     }
 }
 
-/// False for a letter that stands for itself.
-constexpr bool IsTemporalDirective(char letter)
+/// What a letter is behind a percent sign.
+enum class TemporalLetter : unsigned char {
+    kNone,      ///< it stands for itself
+    kName,      ///< a directive whose text is no number
+    kNumber,    ///< a directive that may begin with a digit
+    kExpansion, ///< likewise
+};
+inline constexpr auto kTemporalLetters = [] {
+    std::array<TemporalLetter, 256> letters{};
+    const auto set = [&letters](std::string_view list, TemporalLetter kind) {
+        for (const char letter : list)
+            letters[static_cast<unsigned char>(letter)] = kind;
+    };
+    set("YymdeHIMSfNJ", TemporalLetter::kNumber);
+    set("BbAapP", TemporalLetter::kName);
+    set("DTOXV", TemporalLetter::kExpansion);
+    return letters;
+}();
+constexpr TemporalLetter TemporalLetterKind(char letter)
 {
-    return std::string_view("YymdeHIMSfNJBbAapPDTOXV").find(letter) != std::string_view::npos;
+    return kTemporalLetters[static_cast<unsigned char>(letter)];
 }
 
 /// A count of days in years of 12 months of 30 days; in an interval it stays as it is.
@@ -55,16 +74,13 @@ inline void SetTemporalDays(TemporalFields& fields, o_4b days)
     fields.day = spread ? days % 30 : days;
 }
 
-struct TemporalElement {
-    enum Kind : unsigned char {
-        kLiteral,
-        kDirective, ///< any letter after a percent sign; one that is not known stands for itself
-        kGroupEnd,
-    };
-    Kind kind;
-    char letter;
-    bool optional;   ///< "%?": left out while it is 0 and nothing stands before it
-    bool opensGroup; ///< "%?(": so is what follows, up to the next ")"
+/// One element of a format: a literal character below 256, or one of these.
+enum TemporalElement : unsigned {
+    kTemporalDirective = 0x100, ///< with its letter; one that is not known stands for itself
+    kTemporalOptional = 0x200,  ///< "%?": a directive left out while it is 0 and first of all
+    kTemporalOpens = 0x400,     ///< "%?(": so is what follows, up to the next ")"
+    kTemporalGroupEnd = 0x800,
+    kTemporalEnd = 0x1000,
 };
 
 /// Walks a format element by element. A format that ends behind a percent sign ends before it.
@@ -80,14 +96,54 @@ public:
     {
     }
 
-    bool Next(TemporalElement& element)
+    /// The next element as the printer sees it.
+    unsigned Next()
+    {
+        // Behind a percent sign, all that is no letter of a directive stands before "@" in ASCII.
+        const char c = *m_pos;
+        if (c == '%' && m_pos[1] > '?') {
+            m_pos += 2;
+            return kTemporalDirective | static_cast<unsigned char>(m_pos[-1]);
+        }
+        if (c == '%' || c == ')' || c == '\0')
+            return NextUnusual();
+        ++m_pos;
+        return static_cast<unsigned char>(c);
+    }
+
+    /// The next element as a reader sees it.
+    unsigned NextToRead()
     {
         for (;;) {
-            if (!Step(element))
-                return false;
-            if (!m_leading || element.kind != TemporalElement::kDirective || !Leaves(element))
-                return true;
+            const unsigned element = Next();
+            if (element < kTemporalDirective || !m_leading || !Leaves(element))
+                return element;
         }
+    }
+
+    /// Copies the plain text that stands next, at most `most` characters of it; the end of the
+    /// copy.
+    char* CopyPlain(char* to, unsigned most)
+    {
+        for (; most > 0; --most) {
+            const char c = *m_pos;
+            if (c == '%' || c == ')' || c == '\0')
+                break;
+            *to++ = c;
+            ++m_pos;
+        }
+        return to;
+    }
+
+    /// Goes on behind `run` where the format goes on with it.
+    template <std::size_t size>
+    bool Skip(const char (&run)[size])
+    {
+        for (std::size_t i = 0; i + 1 < size; ++i)
+            if (m_pos[i] != run[i])
+                return false;
+        m_pos += size - 1;
+        return true;
     }
 
     /// Goes on with an expansion, and after it where the walk stands now.
@@ -97,16 +153,6 @@ public:
         m_pos = expansion;
     }
 
-    /// How many of the first optional directives printing may leave out.
-    static unsigned LeadingOptionals(const char* format)
-    {
-        TemporalFormatWalk walk(format);
-        TemporalElement element;
-        while (walk.m_leading && walk.Next(element)) {
-        }
-        return walk.m_optionals;
-    }
-
     /// True where digits of a directive follow without anything between.
     bool DigitsFollow() const
     {
@@ -114,61 +160,72 @@ public:
         if (*pos != '%')
             return false;
         pos += pos[1] == '?' ? (pos[2] == '(' ? 3 : 2) : 1;
-        return std::string_view("YymdeHIMSfNJDTOXV").find(*pos) != std::string_view::npos;
+        return TemporalLetterKind(*pos) >= TemporalLetter::kNumber;
+    }
+
+    /// How many of the first optional directives printing may leave out.
+    static unsigned LeadingOptionals(const char* format)
+    {
+        TemporalFormatWalk walk(format);
+        while (walk.m_leading && walk.NextToRead() != kTemporalEnd) {
+        }
+        return walk.m_optionals;
     }
 
 private:
-    bool Step(TemporalElement& element)
+    unsigned NextUnusual()
     {
-        if (*m_pos == '\0') {
-            if (m_resume == nullptr)
-                return false;
+        char c = *m_pos;
+        if (c == '\0' && m_resume != nullptr) {
             m_pos = m_resume;
             m_resume = nullptr;
-            if (*m_pos == '\0')
-                return false;
+            return Next();
         }
-        element = {TemporalElement::kLiteral, *m_pos++, false, false};
-        if (element.letter == '%')
-            return Directive(element);
-        if (element.letter == ')' && m_inGroup) {
-            element.kind = TemporalElement::kGroupEnd;
+        if (c == '\0')
+            return kTemporalEnd;
+        ++m_pos;
+        if (c == ')' && m_inGroup) {
             m_inGroup = false;
+            return kTemporalGroupEnd;
         }
-        return true;
-    }
-
-    bool Directive(TemporalElement& element)
-    {
-        element.kind = TemporalElement::kDirective;
+        if (c != '%')
+            return static_cast<unsigned char>(c);
+        unsigned element = kTemporalDirective;
         if (*m_pos == '?') {
             ++m_pos;
-            element.optional = true;
+            element |= kTemporalOptional;
             if (*m_pos == '(') {
                 ++m_pos;
-                element.opensGroup = true;
+                element |= kTemporalOpens;
+                m_inGroup = true;
             }
         }
-        if (*m_pos == '\0')
-            return false;
-        element.letter = *m_pos++;
-        m_inGroup = m_inGroup || element.opensGroup;
-        return true;
+        c = *m_pos;
+        if (c == '\0')
+            return kTemporalEnd;
+        ++m_pos;
+        return element | static_cast<unsigned char>(c);
+    }
+
+    static bool IsDirective(unsigned element)
+    {
+        return (element & kTemporalDirective) != 0 &&
+               TemporalLetterKind(static_cast<char>(element & 0xFF)) != TemporalLetter::kNone;
     }
 
     /// True when a directive is to be passed over. What an expansion holds does not count here: the
     /// expansion did.
-    bool Leaves(const TemporalElement& element)
+    bool Leaves(unsigned element)
     {
-        if (m_resume != nullptr || !IsTemporalDirective(element.letter))
+        if (m_resume != nullptr || !IsDirective(element))
             return false;
-        if (!element.optional) {
+        if ((element & kTemporalOptional) == 0) {
             m_leading = false;
             return false;
         }
         if (++m_optionals > m_leftOut)
             return false;
-        if (element.opensGroup)
+        if ((element & kTemporalOpens) != 0)
             PassEmptyGroup();
         return true;
     }
@@ -178,15 +235,16 @@ private:
     void PassEmptyGroup()
     {
         TemporalFormatWalk ahead = *this;
-        TemporalElement element;
-        while (ahead.Step(element)) {
-            if (element.kind == TemporalElement::kGroupEnd) {
+        for (unsigned element = 0; element != kTemporalEnd;) {
+            element = ahead.Next();
+            if (element == kTemporalGroupEnd) {
                 *this = ahead;
                 return;
             }
-            if (element.kind != TemporalElement::kDirective || !IsTemporalDirective(element.letter))
+            if (!IsDirective(element))
                 continue;
-            if (element.opensGroup || !element.optional || ++ahead.m_optionals > m_leftOut)
+            if ((element & kTemporalOpens) != 0 || (element & kTemporalOptional) == 0 ||
+                ++ahead.m_optionals > m_leftOut)
                 return;
         }
     }
@@ -203,11 +261,13 @@ private:
 inline bool HasHalfOfDay(const char* format)
 {
     TemporalFormatWalk walk(format);
-    TemporalElement element;
-    while (walk.Next(element))
-        if (element.kind == TemporalElement::kDirective &&
-            (element.letter == 'p' || element.letter == 'P'))
+    unsigned element;
+    do {
+        element = walk.Next();
+        if ((element & kTemporalDirective) != 0 &&
+            ((element & 0xFF) == 'p' || (element & 0xFF) == 'P'))
             return true;
+    } while (element != kTemporalEnd);
     return false;
 }
 

@@ -37,11 +37,10 @@ bool IsNullTemporal([[maybe_unused]] const Value& value)
 template <class Type>
 void PrintTemporalValue(KoString& out, const typename Type::Value& value, const char* format)
 {
-    TemporalFields fields;
     if (IsNullTemporal(value))
-        fields.isNull = true;
-    else
-        fields = Type::ToFields(value);
+        return PrintTemporalNull(out);
+    // Not assigned: copies of fields just written wait for their stores.
+    TemporalFields fields = Type::ToFields(value);
     fields.kind = Type::kKind;
     PrintTemporal(out, fields, format);
 }

@@ -63,20 +63,23 @@ private:
 
     bool Walk(TemporalFormatWalk walk)
     {
-        TemporalElement element;
-        while (walk.Next(element)) {
-            if (element.kind == TemporalElement::kGroupEnd)
+        for (;;) {
+            const unsigned element = walk.NextToRead();
+            if (element == kTemporalEnd)
+                return true;
+            if (element == kTemporalGroupEnd)
                 continue;
-            if (element.kind == TemporalElement::kLiteral) {
-                if (!Literal(element.letter))
+            const auto letter = static_cast<char>(element & 0xFF);
+            const TemporalLetter kind = TemporalLetterKind(letter);
+            if (element < kTemporalDirective || kind == TemporalLetter::kNone) {
+                if (!Literal(letter))
                     return false;
-            } else if (const char* expansion = TemporalExpansion(element.letter)) {
-                walk.Enter(expansion);
-            } else if (!Directive(element.letter, walk.DigitsFollow())) {
+            } else if (kind == TemporalLetter::kExpansion) {
+                walk.Enter(TemporalExpansion(letter));
+            } else if (!Directive(letter, walk.DigitsFollow())) {
                 return false;
             }
         }
-        return true;
     }
 
     /// The conditions on the text as a whole; then what the kind lacks is cleared.
@@ -148,11 +151,8 @@ private:
             return Nanoseconds();
         case 'f':
             return Seconds();
-        case 'p':
-        case 'P':
+        default: // 'p', 'P'
             return HalfOfDay();
-        default:
-            return Literal(letter);
         }
     }
 

@@ -1,201 +1,183 @@
 #include "kocalendar.h"
 #include "konumdigits.h"
+#include "kostringtext.h"
+#include "kotemporalbuffer.h"
 #include "kotemporalformat.h"
 #include "kotemporaltext.h"
 
-#include <koservices.h>
 #include <kostring.h>
 #include <kotypemgr.h>
 
+#include <array>
 #include <cstring>
+#include <utility>
 
 namespace
 {
 
-/// Text in the making: on the stack while it is short, from the heap beyond.
-class TemporalBuffer
+char* Put(char* to, std::string_view text)
 {
-public:
-    /// No element of a format prints more: a sign, 10 digits of seconds, a point, 9 of a fraction.
-    static constexpr std::size_t kLongestElement = 24;
+    std::memcpy(to, text.data(), text.size());
+    return to + text.size();
+}
 
-    TemporalBuffer() = default;
-    TemporalBuffer(const TemporalBuffer&) = delete;
-    TemporalBuffer& operator=(const TemporalBuffer&) = delete;
-    ~TemporalBuffer() { KoFree(m_long); }
+/// At least `minDigits` digits, after a sign.
+char* PutNumber(char* to, o_8b value, unsigned minDigits)
+{
+    const o_u8b bits = static_cast<o_u8b>(value);
+    char digits[20];
+    const char* end = KoPutDecimal(digits, value < 0 ? 0 - bits : bits);
+    const auto count = static_cast<unsigned>(end - digits);
+    if (value < 0)
+        *to++ = '-';
+    for (unsigned i = count; i < minDigits; ++i)
+        *to++ = '0';
+    return Put(to, std::string_view(digits, count));
+}
 
-    /// Makes room for one more element and the terminator. False when the text is as long as a
-    /// string can be, or memory has run out.
-    bool Reserve() { return m_room - m_size > kLongestElement || Grow(); }
-    bool HasFailed() const { return m_failed; }
+/// A name in a room of fixed size, which is copied whole.
+struct PrintedName {
+    char text[16] = {};
+    unsigned char length = 0;
 
-    std::size_t Size() const { return m_size; }
-    void CutTo(std::size_t size) { m_size = size; }
-    void Put(char c) { m_text[m_size++] = c; }
-    void Put(std::string_view text)
+    constexpr explicit PrintedName(std::string_view name)
+        : length(static_cast<unsigned char>(name.size()))
     {
-        std::memcpy(m_text + m_size, text.data(), text.size());
-        m_size += text.size();
+        for (std::size_t i = 0; i < name.size(); ++i)
+            text[i] = name[i];
     }
-    void PutTwoDigits(unsigned value)
+    char* Put(char* to, bool shortName) const
     {
-        KoPutPair(m_text + m_size, value);
-        m_size += 2;
+        static_assert(sizeof text < TemporalBuffer::kLongestElement);
+        std::memcpy(to, text, sizeof text);
+        return to + (shortName ? kShortNameLength : length);
     }
-    /// At least `minDigits` digits, after a sign.
-    void PutNumber(o_8b value, unsigned minDigits)
-    {
-        const o_u8b bits = static_cast<o_u8b>(value);
-        char digits[20];
-        const char* end = KoPutDecimal(digits, value < 0 ? 0 - bits : bits);
-        const auto count = static_cast<unsigned>(end - digits);
-        if (value < 0)
-            Put('-');
-        for (unsigned i = count; i < minDigits; ++i)
-            Put('0');
-        Put(std::string_view(digits, count));
-    }
-
-    const char* Text()
-    {
-        m_text[m_size] = '\0';
-        return m_text;
-    }
-
-private:
-    bool Grow()
-    {
-        if (m_size > KoString::kMaxBytes)
-            return false;
-        const std::size_t room = 4 * m_room;
-        auto* text = static_cast<char*>(KoAlloc(room));
-        if (text == nullptr) {
-            KoCallMemoryHandler(room);
-            m_failed = true;
-            return false;
-        }
-        std::memcpy(text, m_text, m_size);
-        KoFree(m_long);
-        m_text = m_long = text;
-        m_room = room;
-        return true;
-    }
-
-    char m_short[256];
-    char* m_long = nullptr;
-    char* m_text = m_short;
-    std::size_t m_size = 0;
-    std::size_t m_room = sizeof m_short;
-    bool m_failed = false;
 };
+template <std::size_t count, class NameOf>
+constexpr auto PrintedNames(NameOf nameOf)
+{
+    return [&]<std::size_t... index>(std::index_sequence<index...>)
+    {
+        return std::array{PrintedName(nameOf(index))...};
+    }
+    (std::make_index_sequence<count>());
+}
+constexpr auto kPrintedMonths = PrintedNames<12>(PrintedMonthName);
+constexpr auto kPrintedDays = PrintedNames<7>([](std::size_t index) { return kDayNames[index]; });
 
+/// Each of the members that print returns the end of what it wrote.
 class TemporalPrinter
 {
 public:
     TemporalPrinter(const TemporalFields& fields, const char* format)
-        : m_fields(fields), m_format(format), m_wildcards(KindHasWildcards(fields.kind))
+        : m_fields(fields), m_format(format), m_wildcards(KindHasWildcards(fields.kind)),
+          m_plainDate(AreBelow(fields.year, 10000, fields.month, fields.day)),
+          m_plainTime(AreBelow(fields.hour, 100, fields.minute, fields.second))
     {
     }
 
     void PrintTo(KoString& out)
     {
-        TemporalFormatWalk walk(m_format);
-        TemporalElement element;
+        TemporalBuffer buffer;
+        char* end = buffer.Begin();
         std::size_t groupStart = 0;
         bool produced = false; // by a directive: literal text does not count
-        while (m_out.Reserve() && walk.Next(element)) {
-            if (element.kind == TemporalElement::kLiteral) {
-                m_out.Put(element.letter);
+        TemporalFormatWalk walk(m_format);
+        for (;;) {
+            if (buffer.IsFull(end)) {
+                char* moved = buffer.Grow(end);
+                if (moved == nullptr)
+                    break;
+                end = moved;
+            }
+            const unsigned element = walk.Next();
+            if (element < kTemporalDirective) {
+                *end++ = static_cast<char>(element);
+                end = walk.CopyPlain(end, TemporalBuffer::kLongestElement - 1);
                 continue;
             }
-            if (element.kind == TemporalElement::kGroupEnd) {
-                if (!produced)
-                    m_out.CutTo(groupStart);
-                continue;
+            if (element >= kTemporalOptional) {
+                if (element == kTemporalEnd)
+                    break;
+                if (element == kTemporalGroupEnd) {
+                    if (!produced)
+                        end = buffer.Begin() + groupStart;
+                    continue;
+                }
+                if ((element & kTemporalOpens) != 0)
+                    groupStart = static_cast<std::size_t>(end - buffer.Begin());
+                if (!produced && IsZero(static_cast<char>(element & 0xFF)))
+                    continue;
             }
-            if (element.opensGroup)
-                groupStart = m_out.Size();
-            if (element.optional && !produced && IsZero(element.letter))
-                continue;
-            if (const char* expansion = TemporalExpansion(element.letter))
-                walk.Enter(expansion);
-            else if (Directive(element.letter))
-                produced = true;
-            else
-                m_out.Put(element.letter);
+            const auto letter = static_cast<char>(element & 0xFF);
+            switch (letter) {
+            case 'Y':
+                end = m_plainDate && walk.Skip("-%m-%d") ? Date(end) : Year(end);
+                break;
+            case 'm':
+                end = Two(end, m_fields.month);
+                break;
+            case 'd':
+            case 'e': // pads with a zero as %d does: its precision of 2 outweighs the blank of its
+                      // width
+                end = Two(end, m_fields.day);
+                break;
+            case 'H':
+                end = m_plainTime && walk.Skip(":%M:%S") ? Time(end) : Two(end, m_fields.hour);
+                break;
+            case 'M':
+                end = Two(end, m_fields.minute);
+                break;
+            case 'S':
+                end = Two(end, m_fields.second);
+                break;
+            default:
+                switch (TemporalLetterKind(letter)) {
+                case TemporalLetter::kNone:
+                    *end++ = letter;
+                    continue;
+                case TemporalLetter::kExpansion:
+                    walk.Enter(TemporalExpansion(letter));
+                    continue;
+                default:
+                    end = RareDirective(end, letter);
+                }
+            }
+            produced = true;
         }
-        if (!m_out.HasFailed())
-            out << m_out.Text();
+        if (!buffer.HasFailed())
+            KoStringAccess::Append(out, buffer.Begin(),
+                                   static_cast<std::size_t>(end - buffer.Begin()));
     }
 
 private:
-    /// False for a letter that is no directive.
-    bool Directive(char letter)
+    char* RareDirective(char* to, char letter) const
     {
         switch (letter) {
-        case 'Y':
-            Year();
-            return true;
         case 'y':
-            if (IsWild(m_fields.year))
-                m_out.Put('*');
-            else
-                Two(m_fields.year % 100);
-            return true;
-        case 'm':
-            Two(m_fields.month);
-            return true;
-        case 'd':
-        case 'e': // pads with a zero as %d does: its precision of 2 outweighs the blank of its
-                  // width
-            Two(m_fields.day);
-            return true;
-        case 'H':
-            Two(m_fields.hour);
-            return true;
+            return IsWild(m_fields.year) ? Wild(to) : Two(to, m_fields.year % 100);
         case 'I':
-            if (IsWild(m_fields.hour))
-                m_out.Put('*');
-            else
-                Two(HourOfHalf());
-            return true;
-        case 'M':
-            Two(m_fields.minute);
-            return true;
-        case 'S':
-            Two(m_fields.second);
-            return true;
+            return IsWild(m_fields.hour) ? Wild(to) : Two(to, HourOfHalf());
         case 'f':
-            Seconds();
-            return true;
+            return Seconds(to);
         case 'N':
-            Number(m_fields.nanoseconds, 1);
-            return true;
+            return Number(to, m_fields.nanoseconds, 1);
         case 'J':
             if (IsWild(m_fields.year) && IsWild(m_fields.month) && IsWild(m_fields.day))
-                m_out.Put('*');
-            else
-                m_out.PutNumber(TotalDays(), 1);
-            return true;
+                return Wild(to);
+            return PutNumber(to, TotalDays(), 1);
         case 'B':
         case 'b':
-            Month(letter == 'b');
-            return true;
+            return Month(to, letter == 'b');
         case 'A':
         case 'a':
-            Weekday(letter == 'a');
-            return true;
-        case 'p':
-        case 'P':
+            return Weekday(to, letter == 'a');
+        default: // 'p', 'P'
             if (IsWild(m_fields.hour))
-                m_out.Put('*');
-            else if (letter == 'p')
-                m_out.Put(m_fields.hour >= 12 ? "pm" : "am");
-            else
-                m_out.Put(m_fields.hour >= 12 ? "PM" : "AM");
-            return true;
-        default:
-            return false;
+                return Wild(to);
+            if (letter == 'p')
+                return Put(to, m_fields.hour >= 12 ? "pm" : "am");
+            return Put(to, m_fields.hour >= 12 ? "PM" : "AM");
         }
     }
 
@@ -248,29 +230,54 @@ private:
 
     bool IsWild(o_4b field) const { return field == -1 && m_wildcards; }
 
-    void Number(o_4b value, unsigned minDigits)
+    static char* Wild(char* to)
     {
-        if (IsWild(value))
-            m_out.Put('*');
-        else
-            m_out.PutNumber(value, minDigits);
+        *to = '*';
+        return to + 1;
     }
-    void Two(o_4b value)
+    char* Number(char* to, o_4b value, unsigned minDigits) const
     {
-        if (static_cast<o_u4b>(value) < 100)
-            m_out.PutTwoDigits(static_cast<unsigned>(value));
-        else
-            Number(value, 2);
+        return IsWild(value) ? Wild(to) : PutNumber(to, value, minDigits);
     }
-    void Year()
+    char* Two(char* to, o_4b value) const
+    {
+        if (static_cast<o_u4b>(value) >= 100)
+            return Number(to, value, 2);
+        KoPutPair(to, static_cast<o_u4b>(value));
+        return to + 2;
+    }
+    /// Numbers of 0 and above, the last two of two digits.
+    static bool AreBelow(o_4b first, o_u4b limit, o_4b second, o_4b third)
+    {
+        return static_cast<o_u4b>(first) < limit && static_cast<o_u4b>(second) < 100 &&
+               static_cast<o_u4b>(third) < 100;
+    }
+    // What most formats consist of, in one go.
+    char* Date(char* to) const
+    {
+        to = Year(to);
+        return TwoMore(to, '-', m_fields.month, m_fields.day);
+    }
+    char* Time(char* to) const
+    {
+        KoPutPair(to, static_cast<o_u4b>(m_fields.hour));
+        return TwoMore(to + 2, ':', m_fields.minute, m_fields.second);
+    }
+    static char* TwoMore(char* to, char separator, o_4b first, o_4b second)
+    {
+        to[0] = to[3] = separator;
+        KoPutPair(to + 1, static_cast<o_u4b>(first));
+        KoPutPair(to + 4, static_cast<o_u4b>(second));
+        return to + 6;
+    }
+    char* Year(char* to) const
     {
         const auto year = static_cast<o_u4b>(m_fields.year);
-        if (year < 10000) {
-            m_out.PutTwoDigits(year / 100);
-            m_out.PutTwoDigits(year % 100);
-        } else {
-            Number(m_fields.year, 4);
-        }
+        if (year >= 10000)
+            return Number(to, m_fields.year, 4);
+        KoPutPair(to, year / 100);
+        KoPutPair(to + 2, year % 100);
+        return to + 4;
     }
 
     o_8b TotalDays() const
@@ -289,64 +296,63 @@ private:
         return hour == 0 && HasHalfOfDay(m_format) ? 12 : hour;
     }
 
-    void Month(bool shortName)
+    char* Month(char* to, bool shortName) const
     {
         const auto index = static_cast<o_u4b>(m_fields.month) - 1;
         if (index >= 12)
-            return Number(m_fields.month, 3);
-        const std::string_view name = PrintedMonthName(index);
-        m_out.Put(shortName ? name.substr(0, kShortNameLength) : name);
+            return Number(to, m_fields.month, 3);
+        return kPrintedMonths[index].Put(to, shortName);
     }
 
-    void Weekday(bool shortName)
+    char* Weekday(char* to, bool shortName) const
     {
         if (IsWild(m_fields.year) || IsWild(m_fields.month) || IsWild(m_fields.day))
-            return m_out.Put('*');
+            return Wild(to);
         // An interval counts more days than a date's field can hold.
         const o_4b day =
             KoWeekday(static_cast<o_2b>(m_fields.year), static_cast<o_1b>(m_fields.month),
                       static_cast<o_1b>(m_fields.day));
-        const std::string_view name = kDayNames[day];
-        m_out.Put(shortName ? name.substr(0, kShortNameLength) : name);
+        return kPrintedDays[day].Put(to, shortName);
     }
 
     /// Seconds and their fraction as one number, with as many groups of three decimals as it needs.
     /// A sign takes the place of the leading zero: the width counts it.
-    void Seconds()
+    char* Seconds(char* to) const
     {
         if (IsWild(m_fields.second) || IsWild(m_fields.nanoseconds))
-            return m_out.Put('*');
+            return Wild(to);
         constexpr o_u8b kNano = 1'000'000'000;
         const o_8b sum = o_8b{m_fields.second} * static_cast<o_8b>(kNano) + m_fields.nanoseconds;
         const o_u8b magnitude = sum < 0 ? -static_cast<o_u8b>(sum) : static_cast<o_u8b>(sum);
         if (sum < 0)
-            m_out.Put('-');
-        m_out.PutNumber(static_cast<o_8b>(magnitude / kNano), sum < 0 ? 1 : 2);
+            *to++ = '-';
+        to = PutNumber(to, static_cast<o_8b>(magnitude / kNano), sum < 0 ? 1 : 2);
         if (m_fields.nanoseconds == 0)
-            return;
-        m_out.Put('.');
-        const o_4b fraction = static_cast<o_4b>(magnitude % kNano);
+            return to;
+        *to++ = '.';
+        const auto fraction = static_cast<o_4b>(magnitude % kNano);
         if (m_fields.nanoseconds % 1'000'000 == 0)
-            m_out.PutNumber(fraction / 1'000'000, 3);
-        else if (m_fields.nanoseconds % 1000 == 0)
-            m_out.PutNumber(fraction / 1000, 6);
-        else
-            m_out.PutNumber(fraction, 9);
+            return PutNumber(to, fraction / 1'000'000, 3);
+        if (m_fields.nanoseconds % 1000 == 0)
+            return PutNumber(to, fraction / 1000, 6);
+        return PutNumber(to, fraction, 9);
     }
 
     const TemporalFields& m_fields;
     const char* m_format;
     bool m_wildcards;
-    TemporalBuffer m_out;
+    bool m_plainDate; ///< nothing in it but digits, as many as are always printed
+    bool m_plainTime;
 };
 
 } // namespace
 
+void PrintTemporalNull(KoString& out)
+{
+    out += KoTypeMgr::GetNullPrintString();
+}
+
 void PrintTemporal(KoString& out, const TemporalFields& fields, const char* format)
 {
-    if (fields.isNull && KindHasNull(fields.kind)) {
-        out += KoTypeMgr::GetNullPrintString();
-        return;
-    }
     TemporalPrinter(fields, format != nullptr ? format : TemporalFormat(fields.kind)).PrintTo(out);
 }

@@ -4,6 +4,7 @@
 #include "kotemporaltext.h"
 
 #include <algorithm>
+#include <cstring>
 #include <limits>
 
 namespace
@@ -30,12 +31,12 @@ constexpr o_4b Saturate(o_8b value)
     return static_cast<o_4b>(std::clamp<o_8b>(value, Limits::min(), Limits::max()));
 }
 
+/// Reads a text that ends with a zero.
 class TemporalScanner
 {
 public:
-    TemporalScanner(TemporalFields& fields, const char* text, std::size_t length)
-        : m_fields(fields), m_pos(text), m_end(text + length),
-          m_wildcards(KindHasWildcards(fields.kind))
+    TemporalScanner(TemporalFields& fields, const char* text)
+        : m_fields(fields), m_pos(text), m_wildcards(KindHasWildcards(fields.kind))
     {
     }
 
@@ -43,51 +44,53 @@ public:
     bool Scan(TemporalFormatWalk walk)
     {
         const bool complete = Walk(walk);
-        ApplyHalfOfDay();
+        if (m_half != Half::kUnknown)
+            ApplyHalfOfDay();
         return complete;
     }
     /// True when every literal character stood in the text and nothing stands behind.
-    bool FitsExactly() const { return m_literalsMatch && m_pos == m_end; }
+    bool FitsExactly() const { return m_literalsMatch && AtEnd(); }
 
 private:
     enum class Half : unsigned char { kUnknown, kMorning, kAfternoon };
 
-    bool Walk(TemporalFormatWalk& walk)
+    bool Walk(TemporalFormatWalk walk)
     {
-        TemporalElement element;
         for (;;) {
-            SkipSpace();
-            if (!walk.Next(element))
-                return true;
-            if (element.kind == TemporalElement::kGroupEnd)
-                continue;
-            if (element.kind == TemporalElement::kLiteral) {
-                Literal(element.letter);
+            while (IsSpace(*m_pos))
+                ++m_pos;
+            const unsigned element = walk.NextToRead();
+            const auto letter = static_cast<char>(element & 0xFF);
+            if (element < kTemporalDirective) {
+                Literal(letter);
                 continue;
             }
-            if (m_pos == m_end && IsTemporalDirective(element.letter)) {
-                if (element.optional)
-                    continue;
-                return false;
+            if (element >= kTemporalGroupEnd) {
+                if (element == kTemporalEnd)
+                    return true;
+                continue;
             }
-            if (const char* expansion = TemporalExpansion(element.letter))
-                walk.Enter(expansion);
-            else
-                Directive(element.letter);
+            const TemporalLetter kind = TemporalLetterKind(letter);
+            if (kind == TemporalLetter::kNone) {
+                Literal(letter);
+            } else if (AtEnd()) {
+                if ((element & kTemporalOptional) == 0)
+                    return false;
+            } else if (kind == TemporalLetter::kExpansion) {
+                walk.Enter(TemporalExpansion(letter));
+            } else {
+                Directive(letter, walk);
+            }
         }
     }
 
-    void SkipSpace()
-    {
-        while (m_pos != m_end && IsSpace(*m_pos))
-            ++m_pos;
-    }
+    bool AtEnd() const { return *m_pos == '\0'; }
 
     /// Any character that is no digit stands for any literal one, so that dates are read whatever
     /// separates their fields; a digit that is not the one asked for begins the next field.
     void Literal(char c)
     {
-        if (IsSpace(c) || m_pos == m_end)
+        if (IsSpace(c) || AtEnd())
             return;
         const char found = *m_pos;
         if (found == c || !IsDigit(found))
@@ -95,36 +98,52 @@ private:
         m_literalsMatch = m_literalsMatch && found == c;
     }
 
-    void Directive(char letter)
+    void Directive(char letter, TemporalFormatWalk& walk)
     {
         TemporalFields& f = m_fields;
-        o_4b weekday;
         switch (letter) {
         case 'Y':
-            Number(f.year);
-            return;
-        case 'y':
-            ShortYear();
+            if (IsThreeNumbers<4>('-') && walk.Skip("-%m-%d"))
+                TakeThreeNumbers<4>(f.year, f.month, f.day);
+            else
+                Number(f.year);
             return;
         case 'm':
-            Number(f.month);
+            Number(m_fields.month);
             return;
         case 'd':
         case 'e':
-            Number(f.day);
+            Number(m_fields.day);
             return;
         case 'H':
+            if (IsThreeNumbers<2>(':') && walk.Skip(":%M:%S"))
+                TakeThreeNumbers<2>(f.hour, f.minute, f.second);
+            else
+                Number(f.hour);
+            return;
         case 'I':
-            Number(f.hour);
+            Number(m_fields.hour);
             return;
         case 'M':
-            Number(f.minute);
+            Number(m_fields.minute);
             return;
         case 'S':
-            Number(f.second);
+            Number(m_fields.second);
+            return;
+        default:
+            RareDirective(letter);
+        }
+    }
+
+    void RareDirective(char letter)
+    {
+        o_4b weekday;
+        switch (letter) {
+        case 'y':
+            ShortYear();
             return;
         case 'N':
-            Number(f.nanoseconds);
+            Number(m_fields.nanoseconds);
             return;
         case 'f':
             Seconds();
@@ -135,28 +154,47 @@ private:
         case 'b':
         case 'B':
             if (Wildcard())
-                f.month = -1;
+                m_fields.month = -1;
             else
-                Name(kMonthNames, f.month);
+                Name(kMonthNames, m_fields.month);
             return;
         case 'a':
         case 'A':
             if (!Wildcard())
                 Name(kDayNames, weekday); // it follows from the date
             return;
-        case 'p':
-        case 'P':
+        default: // 'p', 'P'
             if (!Wildcard())
                 HalfOfDay();
-            return;
-        default:
-            Literal(letter);
         }
+    }
+
+    // What most texts consist of, in one go: a number of so many digits and two of two digits, just
+    // as they are printed.
+    template <int digits>
+    bool IsThreeNumbers(char separator) const
+    {
+        const char* const pos = m_pos;
+        for (int i = 0; i < digits; ++i)
+            if (!IsDigit(pos[i]))
+                return false;
+        return pos[digits] == separator && IsDigit(pos[digits + 1]) && IsDigit(pos[digits + 2]) &&
+               pos[digits + 3] == separator && IsDigit(pos[digits + 4]) &&
+               IsDigit(pos[digits + 5]) && !IsDigit(pos[digits + 6]);
+    }
+    template <int digits>
+    void TakeThreeNumbers(o_4b& first, o_4b& second, o_4b& third)
+    {
+        const auto two = [pos = m_pos](int at) { return 10 * pos[at] + pos[at + 1] - 11 * '0'; };
+        first = digits == 4 ? 100 * two(0) + two(2) : two(0);
+        second = two(digits + 1);
+        third = two(digits + 4);
+        m_pos += digits + 6;
     }
 
     bool Wildcard()
     {
-        if (!m_wildcards || m_pos == m_end || *m_pos != '*')
+        if (!m_wildcards || *m_pos != '*')
             return false;
         ++m_pos;
         return true;
@@ -165,6 +203,19 @@ private:
     /// All digits that stand there, with a sign before them. False, with the field as it was, where
     /// there are none.
     bool Number(o_4b& field)
+    {
+        // A few digits, as almost always.
+        o_u4b number = 0;
+        const char* pos = m_pos;
+        for (; IsDigit(*pos) && pos - m_pos < 9; ++pos)
+            number = 10 * number + static_cast<o_u4b>(*pos - '0');
+        if (pos == m_pos || IsDigit(*pos))
+            return LongNumber(field);
+        m_pos = pos;
+        field = static_cast<o_4b>(number);
+        return true;
+    }
+    bool LongNumber(o_4b& field)
     {
         if (Wildcard()) {
             field = -1;
@@ -177,18 +228,13 @@ private:
         field = Saturate(negative ? -number : number);
         return true;
     }
-    bool Sign()
-    {
-        if (m_pos == m_end || !IsSign(*m_pos))
-            return false;
-        return *m_pos++ == '-';
-    }
+    bool Sign() { return IsSign(*m_pos) && *m_pos++ == '-'; }
     bool Digits(o_8b& number)
     {
         constexpr o_8b kLimit = 1LL << 32;
         const char* start = m_pos;
         number = 0;
-        for (; m_pos != m_end && IsDigit(*m_pos); ++m_pos)
+        for (; IsDigit(*m_pos); ++m_pos)
             if (number < kLimit)
                 number = 10 * number + (*m_pos - '0');
         return m_pos != start;
@@ -225,10 +271,9 @@ private:
         o_8b seconds;
         bool read = Digits(seconds);
         o_4b fraction = 0;
-        if (m_pos != m_end && *m_pos == '.') {
+        if (*m_pos == '.') {
             ++m_pos;
-            for (o_4b place = 100'000'000; m_pos != m_end && IsDigit(*m_pos);
-                 ++m_pos, place /= 10) {
+            for (o_4b place = 100'000'000; IsDigit(*m_pos); ++m_pos, place /= 10) {
                 fraction += place * (*m_pos - '0');
                 read = true;
             }
@@ -238,7 +283,7 @@ private:
             m_fields.nanoseconds = negative ? -fraction : fraction;
         }
         // What else looks like a part of a number belongs to none.
-        while (m_pos != m_end && (IsDigit(*m_pos) || IsSign(*m_pos) || *m_pos == '.'))
+        while (IsDigit(*m_pos) || IsSign(*m_pos) || *m_pos == '.')
             ++m_pos;
     }
 
@@ -248,32 +293,33 @@ private:
     template <std::size_t count>
     void Name(const std::string_view (&names)[count], o_4b& field)
     {
-        const auto left = static_cast<std::size_t>(m_end - m_pos);
-        const std::string_view text(m_pos, left);
+        char three[kShortNameLength + 1] = {};
+        std::size_t length = 0;
+        for (; length < kShortNameLength && m_pos[length] != '\0'; ++length)
+            three[length] = m_pos[length];
         for (std::size_t i = 0; i < count; ++i) {
             const std::string_view name = names[i];
-            if (text.substr(0, kShortNameLength) != name.substr(0, kShortNameLength))
+            if (std::memcmp(three, name.data(), kShortNameLength) != 0)
                 continue;
-            m_pos += std::mismatch(name.begin(), name.end(), text.begin(), text.end()).first -
-                     name.begin();
+            m_pos += kShortNameLength;
+            for (std::size_t at = kShortNameLength; at < name.size() && *m_pos == name[at]; ++at)
+                ++m_pos;
             field = static_cast<o_4b>(i) + 1;
             return;
         }
-        TemporalScanner three(m_fields, m_pos, std::min<std::size_t>(left, kShortNameLength));
-        three.m_wildcards = false;
-        three.Number(field);
-        m_pos += std::min<std::size_t>(left, kShortNameLength);
+        TemporalScanner scanner(m_fields, three);
+        scanner.m_wildcards = false;
+        scanner.Number(field);
+        m_pos += length;
     }
 
     void HalfOfDay()
     {
-        const std::string_view text(m_pos, m_end - m_pos < 2 ? 0U : 2U);
-        if (text == "PM" || text == "pm")
-            m_half = Half::kAfternoon;
-        else if (text == "AM" || text == "am")
-            m_half = Half::kMorning;
-        else
+        const bool afternoon = *m_pos == 'p' || *m_pos == 'P';
+        const bool morning = *m_pos == 'a' || *m_pos == 'A';
+        if (!(afternoon || morning) || m_pos[1] != (*m_pos < 'a' ? 'M' : 'm'))
             return;
+        m_half = afternoon ? Half::kAfternoon : Half::kMorning;
         m_pos += 2;
     }
 
@@ -290,11 +336,29 @@ private:
 
     TemporalFields& m_fields;
     const char* m_pos;
-    const char* m_end;
     bool m_wildcards;
     bool m_literalsMatch = true;
     Half m_half = Half::kUnknown;
 };
+
+bool ScanText(TemporalFields& fields, const char* text, const char* format)
+{
+    const TemporalKind kind = fields.kind;
+    if (TemporalScanner(fields, text).Scan(TemporalFormatWalk(format)))
+        return true;
+    // A text that ends early may be one from which printing has left out something. Where that does
+    // not explain it, what was read at first stays.
+    const unsigned most = TemporalFormatWalk::LeadingOptionals(format);
+    for (unsigned leftOut = 1; leftOut <= most; ++leftOut) {
+        TemporalFields shorter = {.kind = kind};
+        TemporalScanner scanner(shorter, text);
+        if (scanner.Scan(TemporalFormatWalk(format, leftOut)) && scanner.FitsExactly()) {
+            fields = shorter;
+            return true;
+        }
+    }
+    return false;
+}
 
 } // namespace
 
@@ -308,20 +372,7 @@ bool ScanTemporal(TemporalFields& fields, const KoString& in, const char* format
     fields = {.kind = kind};
     if (format == nullptr)
         format = TemporalFormat(kind);
-    const KoNarrowText text(in);
-    const char* data = text.Data();
-    if (TemporalScanner(fields, data, text.Length()).Scan(TemporalFormatWalk(format)))
-        return true;
-    // A text that ends early may be one from which printing has left out something. Where that does
-    // not explain it, what was read at first stays.
-    const unsigned most = TemporalFormatWalk::LeadingOptionals(format);
-    for (unsigned leftOut = 1; leftOut <= most; ++leftOut) {
-        TemporalFields shorter = {.kind = kind};
-        TemporalScanner scanner(shorter, data, text.Length());
-        if (scanner.Scan(TemporalFormatWalk(format, leftOut)) && scanner.FitsExactly()) {
-            fields = shorter;
-            return true;
-        }
-    }
-    return false;
+    if (in.Width() == 1)
+        return ScanText(fields, in.StrGet(), format);
+    return ScanText(fields, KoNarrowText(in).Data(), format);
 }

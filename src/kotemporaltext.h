@@ -49,8 +49,11 @@ struct TemporalFields {
     o_4b nanoseconds = 0;
 };
 
-/// Appends the text of `fields` to `out`. A null value is the null print string, whatever the
-/// format. A null format is the kind's own; see TemporalFormat.
+/// Appends the null print string, the text of a null value under every format.
+void PrintTemporalNull(KoString& out);
+
+/// Appends the text of `fields`, which are not those of a null value, to `out`. A null format is
+/// the kind's own; see TemporalFormat.
 void PrintTemporal(KoString& out, const TemporalFields& fields, const char* format);
 
 /// Reads `in` leniently. Only the kind of `fields` matters before; afterwards they hold what was
