@@ -53,6 +53,8 @@ struct KoIdxBounds {
 /// | o_float, o_double, d_Interval | as above; what is not 0 is at least 2^-23 |
 /// | null-capable scalars | null comes first; a null end stands for a fixed part of a step: 0.5 |
 /// |  | of the keys beyond it, 0.1 of those equal to a value, 0.001 of those equal to null |
+/// | KoString | as if texts were spread evenly by their letters and digits; a pattern is the range |
+/// |  | of its literal prefix, a plain text that of its first two letters |
 /// | KoBoolean | 1/3 |
 /// | KoClassId, KoBlob | 1, with or without `bounds`; `newBounds` stays as it is |
 /// | the reserved type | 0; `newBounds` stays as it is |
@@ -66,5 +68,14 @@ struct KoIdxBounds {
 /// Dates and times: a field of -1 in the value stands for all values of the field. An index has to
 /// be scanned under the same comparison operator that the condition is tested with; then no match
 /// lies outside the narrowed range, as long as no field behind a field of -1 holds another value.
+///
+/// KoString: the operator word has room for options of the comparison (KoCMP_PLAIN to
+/// KoCMP_SKIP_SYMBOLS of KoCmpOp); without any the default operator of comparisons holds. With
+/// wildcards on the value is a pattern. The index has to be ordered under KoCMP_PLAIN with all
+/// distinctions, and either all of its texts have a code set or none. The narrowed range then holds
+/// every text that meets the condition under the options. A pattern with KoQOP_EQUAL alone narrows
+/// to its literal prefix; one that begins with a wildcard, or means an order, to nothing. The ends
+/// are stored strings of at most 254 bytes, also where `format` is KoFMT_MEMORY (then in
+/// KoFMT_LITTLE), and of a count of 1; longer arrays are not narrowed.
 
 #endif

@@ -1,3 +1,4 @@
+#include "kostringeval.h"
 #include "kostringprint.h"
 #include "kostringrecord.h"
 #include "kotranslate.h"
@@ -74,6 +75,11 @@ struct StringOps : StringOpsBase<StringOps> {
     static constexpr auto Bytes = KoStringBytes;
     static constexpr auto SizeGetFromMemFile = KoStringFileSize;
     static constexpr auto Cmp = StringCompare;
+    static float EvalAndBound(KoIdxBounds* bounds, unsigned short& op, void* value,
+                              unsigned char format, unsigned count, KoIdxBounds* newBounds)
+    {
+        return KoEvaluateTexts(bounds, op, value, format, count, newBounds, false);
+    }
     static unsigned Hash(unsigned char format, unsigned length, void* value, unsigned count,
                          int& status)
     {
@@ -91,6 +97,11 @@ struct OldStringOps : StringOpsBase<OldStringOps> {
                    void* right, unsigned short cmpOp, unsigned count, int& status)
     {
         return KoCompareTexts(format, leftSize, left, rightSize, right, cmpOp, count, status, true);
+    }
+    static float EvalAndBound(KoIdxBounds* bounds, unsigned short& op, void* value,
+                              unsigned char format, unsigned count, KoIdxBounds* newBounds)
+    {
+        return KoEvaluateTexts(bounds, op, value, format, count, newBounds, true);
     }
     static unsigned Hash(unsigned char format, unsigned length, void* value, unsigned count,
                          int& status)

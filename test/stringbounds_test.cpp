@@ -1,0 +1,325 @@
+#include <kotms.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+using Bytes = std::vector<unsigned char>;
+
+constexpr unsigned kEqual = KoQOP_EQUAL;
+constexpr unsigned kLess = KoQOP_LESS;
+constexpr unsigned kGreater = KoQOP_GREATER;
+
+const KoTypeMgr current;
+const KoTypeMgr compat(0);
+
+struct Narrowed : KoIdxBounds {
+    Narrowed() : KoIdxBounds{} {}
+    Narrowed(const Narrowed&) = delete;
+    Narrowed& operator=(const Narrowed&) = delete;
+    ~Narrowed()
+    {
+        KoFree(low);
+        KoFree(high);
+    }
+};
+
+KoString Text(const std::u16string& characters, unsigned char codeSet, unsigned char language)
+{
+    std::vector<unsigned short> units(characters.begin(), characters.end());
+    units.push_back(0);
+    KoString text(units.data());
+    text.MapToCodeSet(codeSet == KoCS_NONE ? static_cast<unsigned char>(KoCS_LATIN1) : codeSet);
+    text.SetLanguage(language);
+    if (codeSet == KoCS_NONE)
+        text.SetCodeSetCode(KoCS_NONE);
+    return text;
+}
+
+Bytes Stored(const KoTypeMgr& manager, const KoString& text, unsigned char format)
+{
+    Bytes bytes(manager.DiskLenGet(KoSTRING_T, &text, format, 1, KoFMT_MEMORY));
+    bytes.resize(manager.Store(KoSTRING_T, bytes.data(), &text, format, 1));
+    return bytes;
+}
+
+int PlainOrder(const KoTypeMgr& manager, void* a, void* b, unsigned char format)
+{
+    return manager.Cmp(KoSTRING_T, a, b, KoCMP_PLAIN, 1, format);
+}
+
+/// The text of an end, "-" where it is open.
+std::string TextOf(const void* end, unsigned char format)
+{
+    if (end == nullptr)
+        return "-";
+    KoString text;
+    current.Load(KoSTRING_T, &text, end, format, 1);
+    if (text.IsNullValue())
+        return "null";
+    std::string result;
+    for (unsigned short i = 0; i < text.Len(); ++i) {
+        const auto* wide = reinterpret_cast<const unsigned short*>(text.StrGet());
+        const unsigned unit =
+            text.Width() == 1 ? static_cast<unsigned char>(text.StrGet()[i]) : wide[i];
+        if (unit < 0x100) {
+            result += static_cast<char>(unit);
+        } else {
+            char hex[8];
+            std::snprintf(hex, sizeof hex, "<%X>", unit);
+            result += hex;
+        }
+    }
+    return result;
+}
+
+// Characters in Latin-1.
+TEST(StringBounds, TableOfEnds)
+{
+    const struct {
+        const char* reason;
+        const char* value;
+        unsigned op;
+        const char *low, *high;
+    } rows[] = {
+        {"plain text", "hawk", kEqual | KoCMP_PLAIN, "hawk", "hawk"},
+        {"no wildcard in it", "hawk", kEqual, "hawk", "hawk"},
+        {"below", "hawk", kLess, "-", "hawk"},
+        {"above or equal", "hawk", kGreater | kEqual, "hawk", "-"},
+        {"unequal", "hawk", kGreater | kLess, "-", "-"},
+        {"prefix", "hawk*", kEqual, "hawk", "haw<137>"},
+        {"prefix and more", "ha?k*s", kEqual, "ha", "h<508C>"},
+        {"prefix, case ignored", "hawk*", kEqual | KoCMP_IGNORE_CASE, "HAWK",
+         "<7028><700C><7064><70B4>"},
+        {"leading wildcard", "*hawk", kEqual, "-", "-"},
+        {"leading question", "?awk", kEqual, "-", "-"},
+        {"a wildcard that is none", "a*", kEqual | KoCMP_PLAIN, "a*", "a*"},
+        {"an escaped wildcard", "a\\*b", kEqual, "a*b", "a*b"},
+        {"behind a pattern nothing is", "hawk*", kGreater, "-", "-"},
+        {"below it neither", "hawk*", kLess | kEqual, "-", "-"},
+        {"prefix of symbols alone", "-+*", kEqual, "-+", "-"},
+        {"symbols in a prefix", "a-b*", kEqual, "a-b", "a-<5090>"},
+        {"the same, symbols left out", "a-b*", kEqual | KoCMP_SKIP_SYMBOLS, "ab", "a<5090>"},
+        {"spaces left out", "a b", kEqual | KoCMP_SKIP_SPACES, "ab", "ab0"},
+        {"only spaces, left out", "  ", kEqual | KoCMP_SKIP_SPACES | KoCMP_NO_WILDCARDS, "-", "0"},
+        {"empty", "", kEqual | KoCMP_PLAIN, "", ""},
+        {"empty: null is matched like it", "", kEqual, "-", ""},
+    };
+    for (const auto& row : rows) {
+        for (const unsigned char format : {KoFMT_LITTLE, KoFMT_BIG, KoFMT_MEMORY}) {
+            KoString text(row.value);
+            Bytes stored = Stored(current, text, format == KoFMT_MEMORY ? 1 : format);
+            auto op = static_cast<unsigned short>(row.op);
+            Narrowed narrowed;
+            current.EvalAndBound(KoSTRING_T, nullptr, op,
+                                 format == KoFMT_MEMORY ? static_cast<void*>(&text) : stored.data(),
+                                 format, 1, &narrowed, nullptr);
+            // In memory form too the ends are stored values.
+            const unsigned char formOfEnds = format == KoFMT_BIG ? KoFMT_BIG : KoFMT_LITTLE;
+            EXPECT_EQ(TextOf(narrowed.low, formOfEnds), row.low) << row.reason;
+            EXPECT_EQ(TextOf(narrowed.high, formOfEnds), row.high) << row.reason;
+        }
+    }
+}
+
+TEST(StringBounds, Estimates)
+{
+    const struct {
+        const char* reason;
+        const char *low, *high;
+        unsigned op;
+        const char* value;
+        double least, most;
+    } rows[] = {
+        {"a quarter of the letters", "A", "Zz", kLess, "G", 0.22, 0.25},
+        {"and the others", "A", "Zz", kGreater | kEqual, "G", 0.75, 0.78},
+        {"every text", "A", "Zz", kLess | kGreater | kEqual, "G", 1.0, 1.0},
+        {"one letter of 26", "A", "Zz", kEqual, "G*", 0.037, 0.040},
+        {"behind a common beginning", "page-10", "page-99", kLess, "page-50", 0.40, 0.50},
+        {"outside of it", "page-10", "page-99", kLess, "book", 0.0, 0.0},
+        {"outside of it, above", "page-10", "page-99", kLess, "zoo", 1.0, 1.0},
+        {"the common beginning itself", "page-10", "page-99", kEqual, "pa*", 1.0, 1.0},
+        {"a leading wildcard", "A", "Zz", kEqual, "*s", 1.0, 1.0},
+        {"case does not matter", "alpha", "Zulu", kLess, "N", 0.45, 0.55},
+        {"a plain text", "A", "Zz", kEqual, "Gloucester", 0.0005, 0.002},
+        {"open ends", nullptr, nullptr, kLess, "N", 0.5, 0.7},
+        {"one key", "hawk", "hawk", kEqual, "hawk", 1.0, 1.0},
+        {"one key, another text", "hawk", "hawk", kEqual, "kite", 0.0, 0.0},
+        {"high end below the low one", "hawk", "crow", kEqual, "dove", 0.0, 0.0},
+        {"symbols only", "+", "~", kLess | kEqual, "+*", 0.08, 0.09},
+    };
+    for (const auto& row : rows) {
+        const auto stored = [](const char* text) {
+            return text == nullptr ? Bytes() : Stored(current, KoString(text), KoFMT_BIG);
+        };
+        Bytes low = stored(row.low);
+        Bytes high = stored(row.high);
+        Bytes value = stored(row.value);
+        KoIdxBounds bounds{low.empty() ? nullptr : low.data(), high.empty() ? nullptr : high.data(),
+                           0, 0};
+        auto op = static_cast<unsigned short>(row.op);
+        const float share = current.EvalAndBound(KoSTRING_T, &bounds, op, value.data(), KoFMT_BIG,
+                                                 1, nullptr, nullptr);
+        EXPECT_GE(share, static_cast<float>(row.least)) << row.reason;
+        EXPECT_LE(share, static_cast<float>(row.most)) << row.reason;
+        EXPECT_EQ(current.EvalAndBound(KoSTRING_T, nullptr, op, value.data(), KoFMT_BIG, 1, nullptr,
+                                       nullptr),
+                  0.0F);
+    }
+}
+
+/// Texts of few characters, so that many share beginnings and differ in one thing alone.
+class TextMaker
+{
+public:
+    explicit TextMaker(unsigned seed) : m_random(seed) { Turn(); }
+
+    unsigned Below(std::size_t end) { return static_cast<unsigned>(m_random() % end); }
+
+    /// Takes other characters, from everywhere in the scheme of orders.
+    void Turn()
+    {
+        static const std::u16string kNarrow =
+            u"aAbBkK01 -+\u00E1\u00C1\u00E4\u00DF\u00C6\u00E6\u00D8\u00FE\u00AA\u00BD\u00FF";
+        static const std::u16string kWide =
+            u"aA -\u0137\u0149\u01C6\u01C5\u01C4\u01CB\u0131\u017F\u03B1\u0391\u1E9E\u3F01\u4E00"
+            u"\u516C\u6B20\u5004\u7FFF\u8000\uF601\uFFFD\uFFFF";
+        m_narrow.clear();
+        m_wide = {char16_t{0xD800}};
+        for (int i = 0; i < 5; ++i) {
+            m_narrow += kNarrow[Below(kNarrow.size())];
+            m_wide += kWide[Below(kWide.size())];
+        }
+        m_wide += m_narrow;
+    }
+
+    std::u16string Characters(bool narrow, bool pattern)
+    {
+        const std::u16string& from = narrow ? m_narrow : m_wide;
+        std::u16string text;
+        if (Below(20) == 0)
+            text.assign(Below(300), from[Below(from.size())]); // longer than an end can be
+        for (unsigned n = Below(5); n > 0; --n) {
+            text += from[Below(from.size())];
+            if (pattern && Below(3) == 0)
+                text += u"*?\\"[Below(3)];
+        }
+        return text;
+    }
+
+    KoString Make(bool bytes, bool pattern)
+    {
+        if (Below(30) == 0) {
+            KoString null;
+            null.SetNullValue();
+            return null;
+        }
+        if (bytes)
+            return Text(Characters(true, pattern), KoCS_NONE, 0);
+        const bool latin = Below(2) == 0;
+        return Text(Characters(latin, pattern), latin ? KoCS_LATIN1 : KoCS_UNICODE,
+                    Below(8) == 0 ? KoLANG_CHINESE : KoLANG_NONE);
+    }
+
+private:
+    std::mt19937_64 m_random;
+    std::u16string m_narrow, m_wide;
+};
+
+constexpr unsigned kKeys = 60;
+
+struct Keys {
+    const KoTypeMgr& manager;
+    unsigned char format;
+    std::vector<Bytes> sorted;
+    KoIdxBounds bounds{};
+
+    Keys(const KoTypeMgr& types, unsigned char format, bool bytes, TextMaker& maker)
+        : manager(types), format(format)
+    {
+        for (unsigned i = 0; i < kKeys; ++i)
+            sorted.push_back(Stored(types, maker.Make(bytes, false), format));
+        std::sort(sorted.begin(), sorted.end(), [this](const Bytes& a, const Bytes& b) {
+            return PlainOrder(manager, const_cast<unsigned char*>(a.data()),
+                              const_cast<unsigned char*>(b.data()), this->format) < 0;
+        });
+        bounds = {sorted.front().data(), sorted.back().data(), 0, 0};
+    }
+};
+
+void CheckConditions(Keys& keys, bool bytes, TextMaker& maker, int conditions)
+{
+    static const unsigned kOptions[] = {0,
+                                        KoCMP_PLAIN,
+                                        KoCMP_NO_WILDCARDS,
+                                        KoCMP_IGNORE_CASE,
+                                        KoCMP_IGNORE_ACCENTS,
+                                        KoCMP_IGNORE_CASE | KoCMP_IGNORE_ACCENTS,
+                                        KoCMP_SKIP_SPACES,
+                                        KoCMP_SKIP_SYMBOLS | KoCMP_IGNORE_CASE,
+                                        KoCMP_PLAIN | KoCMP_IGNORE_ACCENTS,
+                                        KoCMP_PLAIN | KoCMP_IGNORE_CASE | KoCMP_SKIP_SPACES |
+                                            KoCMP_SKIP_SYMBOLS};
+    const KoTypeMgr& manager = keys.manager;
+    const unsigned char format = keys.format;
+    for (int i = 0; i < conditions; ++i) {
+        const unsigned options = kOptions[maker.Below(std::size(kOptions))];
+        const unsigned bits = maker.Below(2) == 0 ? kEqual : 1 + maker.Below(7);
+        // A condition without a code set on keys with one, or the other way round.
+        const bool other = maker.Below(8) == 0;
+        Bytes value = Stored(manager, maker.Make(bytes != other, maker.Below(2) == 0), format);
+        if (maker.Below(4) == 0)
+            value = keys.sorted[maker.Below(kKeys)];
+        auto op = static_cast<unsigned short>(bits | options);
+        const bool known = other || maker.Below(4) != 0;
+        Narrowed ends;
+        const float share = manager.EvalAndBound(KoSTRING_T, known ? &keys.bounds : nullptr, op,
+                                                 value.data(), format, 1, &ends, nullptr);
+        ASSERT_TRUE(share >= 0.0F && share <= 1.0F);
+        // What a scan of the index finds between the ends.
+        const auto before = [&](Bytes& key, void* end) {
+            return PlainOrder(manager, key.data(), end, format) < 0;
+        };
+        const auto notBehind = [&](void* end, Bytes& key) {
+            return PlainOrder(manager, end, key.data(), format) < 0;
+        };
+        auto& sorted = keys.sorted;
+        const auto first = ends.low == nullptr
+                               ? sorted.begin()
+                               : std::lower_bound(sorted.begin(), sorted.end(), ends.low, before);
+        const auto last = ends.high == nullptr ? sorted.end()
+                                               : std::upper_bound(sorted.begin(), sorted.end(),
+                                                                  ends.high, notBehind);
+        for (auto key = sorted.begin(); key != sorted.end(); ++key) {
+            const int order = manager.Cmp(KoSTRING_T, key->data(), value.data(),
+                                          static_cast<unsigned short>(options), 1, format);
+            const unsigned met = order < 0 ? kLess : order > 0 ? kGreater : kEqual;
+            ASSERT_TRUE((bits & met) == 0 || (key >= first && key < last))
+                << "bits " << bits << " options " << options << " value "
+                << TextOf(value.data(), format) << " key " << TextOf(key->data(), format) << " low "
+                << TextOf(ends.low, format) << " high " << TextOf(ends.high, format);
+        }
+    }
+}
+
+TEST(StringBounds, ANarrowedRangeLosesNoMatch)
+{
+    TextMaker maker(31);
+    for (int round = 0; round < 200; ++round) {
+        maker.Turn();
+        const unsigned char format = round % 2 == 0 ? KoFMT_LITTLE : KoFMT_BIG;
+        const bool bytes = round % 4 == 3;
+        Keys keys(current, format, bytes, maker);
+        CheckConditions(keys, bytes, maker, 40);
+        Keys older(compat, format, true, maker);
+        CheckConditions(older, true, maker, 10);
+    }
+}
+
+} // namespace
