@@ -42,6 +42,29 @@ void ReadLiteral(Condition& condition, const Predicate& predicate, std::string_v
     }
 }
 
+/// The literal of an object id: the text of one, or its number alone.
+void ReadObjectId(Condition& condition, const Predicate& predicate, std::string_view text)
+{
+    condition.type = KoOBJID_T;
+    const Literal& literal = predicate.literal;
+    if (literal.quoted) {
+        const Attribute id{kObjectIdName, {}, ValueType(KoOBJID_T), std::nullopt, false, 0};
+        ReadLiteral(condition, predicate, text, id);
+        return;
+    }
+    condition.cmpOp = kPlainOperator;
+    o_u8b number = 0;
+    unsigned errorAt = 0;
+    if (Manager().ParseFromKoString(KoU8B_T, &number, KoString(literal.text.c_str()), nullptr,
+                                    errorAt) != 0)
+        FailAt(text, literal.at[std::min<std::size_t>(errorAt, literal.at.size() - 1)],
+               "an object id is a number or a text such as \"(0-17#0)\"");
+    if (number > kMaxObjectNumber)
+        FailAt(text, literal.at.front(), "object numbers have 48 bits");
+    condition.form.resize(kObjectIdBytes);
+    PutObjectId(condition.form.data(), number);
+}
+
 Truth Compare(const Condition& condition, std::string_view form)
 {
     if (form.empty())
@@ -76,6 +99,12 @@ Condition Condition::Make(const Predicate& predicate, std::string_view text, con
         condition.parts.push_back(Make(part, text, schema));
     if (!condition.parts.empty())
         return condition;
+    if (predicate.attribute == kObjectIdName) {
+        condition.attribute = kObjectIdIndex;
+        if (predicate.kind == Predicate::Kind::Compare)
+            ReadObjectId(condition, predicate, text);
+        return condition;
+    }
     const Attribute* attribute = schema.Find(predicate.attribute);
     if (attribute == nullptr)
         FailAt(text, predicate.attributeAt,
@@ -121,7 +150,7 @@ Truth Condition::Evaluate(const RecordReader& record) const
 
 std::size_t Condition::AttributesNeeded() const
 {
-    std::size_t needed = parts.empty() ? attribute + 1 : 0;
+    std::size_t needed = parts.empty() && attribute != kObjectIdIndex ? attribute + 1 : 0;
     for (const Condition& part : parts)
         needed = std::max(needed, part.AttributesNeeded());
     return needed;

@@ -20,7 +20,7 @@ enum class Truth { False, Unknown, True };
 struct Condition {
     Predicate::Kind kind;
     std::vector<Condition> parts;
-    std::size_t attribute = 0;
+    std::size_t attribute = 0; ///< kObjectIdIndex: the object's id
     o_char type = 0;
     Operator op = Operator::Equal;
     unsigned short cmpOp = 0;

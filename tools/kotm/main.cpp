@@ -142,6 +142,7 @@ private:
         command->add_option("PREDICATE", m_query.predicate,
                             "Such as: speed > 200 and not state = \"Texas\"");
         command->add_option("--columns", m_query.columns, "Attributes to print")->delimiter(',');
+        command->add_flag("--ids", m_query.ids, "Print the id of each object first");
         CLI::Option* order = command->add_option("--order", m_query.order, "Attribute to sort by");
         command->add_flag("--desc", m_query.descending, "Largest first")->needs(order);
         command->add_option("--limit", m_query.limit, "At most so many rows");

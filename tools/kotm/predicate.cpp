@@ -49,6 +49,9 @@ private:
     {
         SkipBlanks();
         std::size_t end = m_at;
+        // "@id" is the one name that begins so.
+        if (end < m_text.size() && m_text[end] == '@')
+            ++end;
         while (end < m_text.size() && IsNameByte(m_text[end]))
             ++end;
         return m_text.substr(m_at, end - m_at);

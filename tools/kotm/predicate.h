@@ -46,8 +46,9 @@ struct Predicate {
 ///     op         := "=" | "!=" | "<" | "<=" | ">" | ">="
 ///     literal    := number | "true" | "false" | quoted text with the suffixes i, a, x
 ///
-/// Key words are read in any case. In a quoted text a backslash makes the next character stand
-/// for itself; * and ? are wildcards unless the suffix is x. Throws Failure (Exit::Usage).
+/// The name "@id", which no attribute has, is read too. Key words are read in any case. In a quoted
+/// text a backslash makes the next character stand for itself; * and ? are wildcards unless the
+/// suffix is x. Throws Failure (Exit::Usage).
 Predicate ParsePredicate(std::string_view text);
 
 } // namespace kotm

@@ -16,6 +16,8 @@ namespace
 
 std::size_t AttributeNamed(const Schema& schema, const std::string& name, const char* where)
 {
+    if (name == kObjectIdName)
+        return kObjectIdIndex;
     const Attribute* attribute = schema.Find(name);
     if (attribute == nullptr)
         throw Failure(Exit::Usage, std::string(where) + ": class " + schema.name +
@@ -36,14 +38,20 @@ public:
             for (const Attribute& attribute : schema.attributes)
                 names.push_back(attribute.name);
         }
+        if (request.ids && std::find(names.begin(), names.end(), kObjectIdName) == names.end())
+            names.insert(names.begin(), kObjectIdName);
         for (const std::string& name : names) {
             const std::size_t index = AttributeNamed(schema, name, "--columns");
-            const Attribute& attribute = schema.attributes[index];
             const auto print = request.prints.find(name);
-            m_columns.push_back({index, Value(attribute.type),
-                                 print != request.prints.end() ? &print->second
-                                 : attribute.format            ? &*attribute.format
-                                                               : nullptr});
+            const std::string* format = print != request.prints.end() ? &print->second : nullptr;
+            if (index == kObjectIdIndex) {
+                m_columns.push_back({index, Value(ValueType(KoOBJID_T)), format});
+                continue;
+            }
+            const Attribute& attribute = schema.attributes[index];
+            if (format == nullptr && attribute.format)
+                format = &*attribute.format;
+            m_columns.push_back({index, Value(attribute.type), format});
             m_needed = std::max(m_needed, index + 1);
         }
         m_writer = RowWriter::Make(request.output, names, out);
@@ -159,6 +167,11 @@ public:
         if (request.order.empty())
             return;
         m_order = AttributeNamed(m_schema, request.order, "--order");
+        if (*m_order == kObjectIdIndex) {
+            // The objects themselves lie in this order.
+            m_mustSort = m_range && m_range->attribute != kObjectIdIndex;
+            return;
+        }
         if (!m_range && m_schema.attributes[*m_order].index)
             m_range = IndexRange::All(*m_order);
         m_mustSort = !m_range || m_range->attribute != *m_order;
@@ -202,6 +215,7 @@ private:
             throw Failure(Exit::Damaged, m_store.Path() + ": is damaged: object " +
                                              std::to_string(ObjectNumber(id)) +
                                              " has an unsound record");
+        m_record.SetId(id);
     }
 
     bool Matches(Scan& scan)
@@ -222,8 +236,9 @@ private:
 
     void PrintSorted(Scan& scan, RowPrinter& printer)
     {
-        Sorter sorter(m_schema.attributes[*m_order].type.Id(), m_request.descending,
-                      m_request.limit);
+        Sorter sorter(*m_order == kObjectIdIndex ? static_cast<o_char>(KoOBJID_T)
+                                                 : m_schema.attributes[*m_order].type.Id(),
+                      m_request.descending, m_request.limit);
         while (scan.Next()) {
             if (Matches(scan))
                 sorter.Add(m_record.Form(*m_order), scan.Id());

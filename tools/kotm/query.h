@@ -17,6 +17,7 @@ struct QueryRequest {
     std::string store;
     std::string predicate;            ///< empty: every object
     std::vector<std::string> columns; ///< empty: every attribute
+    bool ids = false;                 ///< the object's id is the first column
     std::string order;                ///< an attribute; empty: as it comes
     bool descending = false;
     std::uint64_t limit = std::numeric_limits<std::uint64_t>::max();
@@ -25,7 +26,8 @@ struct QueryRequest {
     bool count = false; ///< the number of rows alone
 };
 
-/// Answers a query. Throws Failure, for a predicate with the place of the fault in it.
+/// Answers a query. Where it names an attribute, "@id" stands for the object's id. Throws Failure,
+/// for a predicate with the place of the fault in it.
 void Query(const QueryRequest& request, std::ostream& out);
 
 } // namespace kotm

@@ -1,6 +1,7 @@
 #ifndef KOTM_RECORD_H
 #define KOTM_RECORD_H
 
+#include "entry.h"
 #include "schema.h"
 
 #include <string>
@@ -57,10 +58,16 @@ public:
     {
         return Read(record, m_schema.attributes.size()) && m_end == record.size();
     }
-    std::string_view Form(std::size_t attribute) const { return m_forms[attribute]; }
+    /// The object id of the record, which Form gives for kObjectIdIndex.
+    void SetId(const char* id) { m_id = {id, kObjectIdBytes}; }
+    std::string_view Form(std::size_t attribute) const
+    {
+        return attribute == kObjectIdIndex ? m_id : m_forms[attribute];
+    }
 
 private:
     const Schema& m_schema;
+    std::string_view m_id;
     std::vector<std::string_view> m_forms;
     std::size_t m_end = 0; ///< where the last form read ends
 };

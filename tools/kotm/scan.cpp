@@ -13,6 +13,19 @@ namespace
 /// A look-up of so many entries compares each with the edge; a longer walk looks for its end once.
 constexpr unsigned kFewSteps = 16;
 
+/// The key that lies before or behind an object's.
+std::string ObjectEdge(const IndexRange::Edge& edge)
+{
+    if (edge.form.empty()) // the lowest: no object has number 0
+        return std::string(kObjectIdBytes, '\0');
+    // Objects have tag 0, and the tag decides between equal numbers.
+    const std::uint64_t number = ObjectNumber(edge.form.data());
+    std::string key(kObjectIdBytes, '\0');
+    if (edge.behind || number != 0)
+        PutObjectId(key.data(), edge.behind ? number : number - 1, 0xFFFFFFFF);
+    return key;
+}
+
 /// Tightens a range by one comparison on its attribute.
 void Narrow(IndexRange& range, const Condition& condition, bool& hasLow)
 {
@@ -83,11 +96,17 @@ std::optional<IndexRange> RangeOn(std::size_t attribute, const std::vector<const
     if (used == 0)
         return std::nullopt;
     if (null) {
+        if (attribute == kObjectIdIndex)
+            return std::nullopt; // of an id that is null there is no object to find
         // With another term on the attribute nothing is left; that one tests the null values.
         return IndexRange{
             attribute, {"", false}, IndexRange::Edge{"", true}, 3, used == 1 && terms.size() == 1};
     }
-    range.rank = equal ? 3 : hasLow && range.high ? 2 : hasLow || range.high ? 1 : 0;
+    range.rank = equal && attribute == kObjectIdIndex ? 4
+                 : equal                              ? 3
+                 : hasLow && range.high               ? 2
+                 : hasLow || range.high               ? 1
+                                                      : 0;
     range.exact = used == terms.size();
     return range;
 }
@@ -117,7 +136,7 @@ std::optional<IndexRange> ChooseRange(const Condition& condition, const Schema& 
         for (const Condition& part : list->parts)
             terms.push_back(&part);
     }
-    std::optional<IndexRange> best;
+    std::optional<IndexRange> best = RangeOn(kObjectIdIndex, terms);
     for (std::size_t i = 0; i < schema.attributes.size(); ++i) {
         if (!schema.attributes[i].index)
             continue;
@@ -132,7 +151,11 @@ Scan::Scan(Store& store, const std::optional<IndexRange>& range, bool backwards)
     : m_store(store), m_backwards(backwards)
 {
     MDB_dbi dbi = store.Objects();
-    if (range) {
+    if (range && range->attribute == kObjectIdIndex) {
+        m_low = ObjectEdge(range->low);
+        if (range->high)
+            m_high = ObjectEdge(*range->high);
+    } else if (range) {
         m_attribute = range->attribute;
         dbi = store.Index(range->attribute);
         const o_char type = store.GetSchema().attributes[range->attribute].type.Id();
@@ -167,7 +190,7 @@ bool Scan::Step(MDB_val& key, MDB_cursor_op op)
 
 bool Scan::Start(MDB_val& key)
 {
-    if (!m_attribute)
+    if (m_low.empty())
         return Step(key, m_backwards ? MDB_LAST : MDB_FIRST);
     if (!m_backwards) {
         key = {m_low.size(), m_low.data()};
@@ -194,17 +217,22 @@ void Scan::FindEnd()
         CheckLmdb(code, m_store.Path());
 }
 
+int Scan::CompareKeys(std::string_view a, std::string_view b) const
+{
+    return m_attribute ? CompareEntries(*m_attribute, a, b) : CompareObjectIds(a.data(), b.data());
+}
+
 bool Scan::Inside(const MDB_val& key)
 {
     const std::string& edge = m_backwards ? m_low : m_high;
-    if (!m_attribute || edge.empty())
+    if (edge.empty())
         return true;
     if (m_steps > kFewSteps && !m_backwards) {
         if (m_end == nullptr)
             FindEnd();
         return key.mv_data != m_end;
     }
-    const int order = CompareEntries(*m_attribute, View(key), edge);
+    const int order = CompareKeys(View(key), edge);
     return m_backwards ? order > 0 : order < 0;
 }
 

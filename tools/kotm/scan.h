@@ -11,7 +11,8 @@
 namespace kotm
 {
 
-/// The part of an index that a condition leaves: all entries from one edge to another.
+/// The part of an index that a condition leaves: all entries from one edge to another. The objects
+/// by their ids are an index too, that of kObjectIdIndex.
 struct IndexRange {
     /// Before or behind all entries with that form. The empty form is the null value's.
     struct Edge {
@@ -52,10 +53,11 @@ private:
     bool Start(MDB_val& key);
     bool Step(MDB_val& key, MDB_cursor_op op);
     bool Inside(const MDB_val& key);
+    int CompareKeys(std::string_view a, std::string_view b) const;
     void FindEnd();
 
     Store& m_store;
-    std::optional<std::size_t> m_attribute; ///< of the index; none for all objects
+    std::optional<std::size_t> m_attribute; ///< of the index; none for the objects themselves
     bool m_backwards;
     MDB_cursor* m_cursor = nullptr;
     std::string m_low;  ///< entries at the edges of the range

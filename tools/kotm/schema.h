@@ -23,6 +23,11 @@ struct Attribute {
     const char* Format() const { return format ? format->c_str() : nullptr; }
 };
 
+/// What stands for an object's own id where an attribute is named, and in the place of an
+/// attribute's index: no attribute can have this name.
+inline constexpr const char* kObjectIdName = "@id";
+inline constexpr std::size_t kObjectIdIndex = static_cast<std::size_t>(-1);
+
 /// A class of objects: its attributes in the order of their bits and forms in a record.
 struct Schema {
     static constexpr std::size_t kMaxAttributes = 256;
