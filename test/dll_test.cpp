@@ -7,6 +7,12 @@
 #include <cstring>
 #include <string>
 
+#ifdef _WIN32
+#include <windows.h>
+#else
+#include <dlfcn.h>
+#endif
+
 namespace
 {
 
@@ -55,6 +61,30 @@ TEST(Dll, DescribesItself)
     GetKoTypeMgrInfo(nullptr, nullptr, &again, nullptr, nullptr);
     EXPECT_EQ(again, longDescription);
     EXPECT_STREQ(again, "Marblecrest Typemanager 12.0.2.248.0 ") << "the buffer is written anew";
+}
+
+// A loader knows the library's file and the names of its entry points, and nothing else.
+TEST(Dll, EntryPointsAreFoundByName)
+{
+    using Info = void (*)(const char**, o_u4b*, const char**, const char**, const char**);
+#ifdef _WIN32
+    const HMODULE module = LoadLibraryA("MC120Ctms100x64.dll");
+    const auto find = [module](const char* name) {
+        return reinterpret_cast<void*>(GetProcAddress(module, name));
+    };
+#else
+    void* const module = dlopen("libkotms.so.12", RTLD_NOW);
+    const auto find = [module](const char* name) { return dlsym(module, name); };
+#endif
+    ASSERT_NE(module, nullptr);
+    for (const char* name : {"KoCheckDll", "KoDescribeDll", "GetKoTypeMgrInfo",
+                             "___KoTypeMgrOptions", "___KoTypemgrContext"})
+        EXPECT_NE(find(name), nullptr) << name;
+    void* const address = find("GetKoTypeMgrInfo");
+    ASSERT_NE(address, nullptr);
+    const char* description = nullptr;
+    reinterpret_cast<Info>(address)(nullptr, nullptr, &description, nullptr, nullptr);
+    EXPECT_STREQ(description, "Marblecrest Typemanager 12.0.2.248.0 ");
 }
 
 TEST(Dll, ChecksItsVersion)

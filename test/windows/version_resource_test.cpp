@@ -20,6 +20,7 @@ TEST(VersionResource, CarriesTheVersionAndTheNames)
     const auto* fixed = static_cast<const VS_FIXEDFILEINFO*>(found);
     EXPECT_EQ(fixed->dwFileVersionMS, 12U << 16 | 0U);
     EXPECT_EQ(fixed->dwFileVersionLS, 2U << 16 | 248U);
+    EXPECT_EQ(fixed->dwFileType, DWORD{VFT_DLL});
 
     const struct {
         const char* key;
