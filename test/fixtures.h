@@ -212,6 +212,24 @@ inline std::vector<Fixture> AllFixtures()
     return all;
 }
 
+/// True for a type whose operations are those of the reserved one still.
+inline bool IsPending(const KoTypeDescriptor& type)
+{
+    return type.create == koCurrentTypeTable.entry[KoRES_T]->create;
+}
+
+/// An array that a type made, with its release.
+struct Array {
+    const KoTypeMgr& manager;
+    o_char id;
+    void* data;
+    unsigned count;
+    ~Array() { manager.Delete(id, data, count); }
+};
+
+/// Exact comparison: no wildcards in texts, none in the fields of dates and times.
+inline constexpr unsigned short kExact = 0x0110;
+
 /// The fixtures of one type as an array that the type made.
 class FixtureArray
 {

@@ -27,12 +27,6 @@ const KoTypeDescriptor& Reserved()
     return *koCurrentTypeTable.entry[KoRES_T];
 }
 
-/// True for a type whose operations are those of the reserved one still.
-bool IsPending(const KoTypeDescriptor& type)
-{
-    return type.create == Reserved().create;
-}
-
 /// True for a type whose new element is null: an identity that names nothing yet.
 bool IsNullWhenNew(int id)
 {
@@ -53,15 +47,6 @@ void ForEachType(Visit visit)
         visit(manager, static_cast<o_char>(slot), type);
     }
 }
-
-/// An array that a type made, with its release.
-struct Array {
-    const KoTypeMgr& manager;
-    o_char id;
-    void* data;
-    unsigned count;
-    ~Array() { manager.Delete(id, data, count); }
-};
 
 Bytes Stored(const KoTypeMgr& manager, o_char id, const void* values, unsigned char format,
              unsigned count)
@@ -214,8 +199,6 @@ TEST(TypeSanity, StoredValuesComeBack)
             EXPECT_EQ(manager.Load(id, loaded.data, bytes.data(), format, count), size);
             EXPECT_EQ(Stored(manager, id, loaded.data, format, count), bytes);
 
-            // Exact: no wildcards in texts, none in the fields of dates and times.
-            constexpr unsigned short kExact = 0x0110;
             int status = 1;
             EXPECT_EQ(manager.Cmp(id, 0, values.Data(), 0, loaded.data, kExact, count, KoFMT_MEMORY,
                                   status),
