@@ -349,6 +349,9 @@ TEST(String, SplitListYieldsTrimmedItems)
         {"a,,b,", ",", "[a][][b]"},
         {" \ta b ,\nc ", ",", "[a b][c]"},
         {"a::b:c", "::", "[a][b:c]"},
+        {"abxaby", "ab", "[bx][y]"},    // one character of it
+        {"a1xb2xc", "?x", "[a][b][c]"}, // a separator is a pattern
+        {"  ", ",", "[]"},
         {"", ",", ""},
         {",", ",", ""},
         {"abc", "", "[abc]"},

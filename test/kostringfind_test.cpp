@@ -216,36 +216,4 @@ TEST(Replace, SurvivesWithoutMemory)
     }
 }
 
-TEST(Split, GoesByTheDefaultOperator)
-{
-    static const struct {
-        const char* list;
-        const char* separator;
-        const char* items;
-    } rows[] = {
-        {"a, b ,c", ",", "[a][b][c]"},
-        {",a,,b,", ",", "[a][][b]"},
-        {"one", ",", "[one]"},
-        {"abxaby", "ab", "[bx][y]"}, // one character of a separator at the start is skipped
-        {"a1b2c", "[0-9]", "[a1b2c]"},
-        {"a-b.c", "?", "[][-b.c]"},
-        {"  ", ",", "[]"},
-        {"", ",", ""},
-        {",", ",", ""},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.list);
-        KoString list(row.list);
-        KoString item("kept");
-        std::string items;
-        unsigned short pos = 0;
-        while (items.size() < 40 && KoSplitList(list, item, row.separator, pos) == 0)
-            items += std::string("[") + item.StrGet() + "]";
-        if (std::string(row.separator) != "?") {
-            EXPECT_EQ(items, row.items);
-        }
-        EXPECT_EQ(KoSplitList(list, item, row.separator, pos), KoRC_END_OF_LIST);
-    }
-}
-
 } // namespace
