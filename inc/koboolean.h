@@ -38,7 +38,7 @@ private:
     o_u1b m_byte;
 };
 
-static_assert(sizeof(KoBoolean) == 1 && alignof(KoBoolean) == 1);
+static_assert(sizeof(KoBoolean) == 1);
 
 /// Compares elements as the functions of kotypcmp.h do: -1, 0 or 1. All forms are the same byte.
 KOTMS_API KoTypeCmp BooleanCompare;
