@@ -3,6 +3,8 @@
 
 #include "kostringtext.h"
 
+#include <atomic>
+
 /// Comparing and hashing texts by their collation orders (doc/collation.md).
 
 /// No limit on the number of orders.
@@ -120,9 +122,12 @@ struct KoWildcards {
     /// Those of the process.
     static KoWildcards Current();
     /// Those are the orders of "*", "?" and "\\".
-    static bool AreDefault();
+    static bool AreDefault() { return !s_replaced.load(std::memory_order_relaxed); }
     /// Replaces those that are not 0. Not synchronised, like all settings of the process.
     static void Replace(const KoWildcards& orders);
+
+private:
+    static std::atomic<bool> s_replaced;
 };
 
 /// What an operator word asks for.
@@ -155,9 +160,10 @@ struct KoTextOrder {
 };
 
 /// Order of two texts under an operator word (not 0xFFFF), `right` being the pattern where
-/// wildcards are on; at most `limit` orders of each count.
+/// wildcards are on; at most `limit` orders of each count. Without a limit, `from` may be a
+/// character up to which the texts are known to be equal, none of them a wildcard.
 KoTextOrder KoCompareText(const KoText& left, const KoText& right, o_u2b cmpOp,
-                          unsigned limit = kNoLimit);
+                          unsigned limit = kNoLimit, unsigned from = 0);
 
 /// As comparing with a pattern that has an asterisk behind it, whatever it ends with; neither may
 /// be null.
@@ -170,16 +176,18 @@ KoTextOrder KoCompareBeginningBytes(const KoText& text, const KoText& pattern);
 /// KoCompareText for two texts without a code set: plain bytes.
 KoTextOrder KoCompareBytes(const KoText& left, const KoText& right, bool wildcards, unsigned limit);
 
-/// Runs along two texts that have a code set by tables, as long as those decide as the whole rules
-/// would. True with the result, or false with the character in `from` at which the rules have to
-/// take over: the two texts are equal up to there, and no wildcard has come.
-bool KoCompareFast(const KoText& left, const KoText& right, const KoCompareMode& mode,
-                   unsigned& from, KoTextOrder& result);
+/// What the fast ways return where they cannot decide; no order has this value.
+inline constexpr int kUndecided = 0x1000;
 
-/// From the character `from` on of both texts, where the pattern has a wildcard. False when there
-/// is no wildcard or the tables cannot decide.
-bool KoMatchFast(const KoText& left, const KoText& right, const KoCompareMode& mode, unsigned from,
-                 KoTextOrder& result);
+/// Runs along two texts that have a code set by tables, as long as those decide as the whole rules
+/// would. -1, 0 or 1, or kUndecided with the character in `from` at which the rules have to take
+/// over: the two texts are equal up to there, and no wildcard has come.
+int KoCompareFast(const KoText& left, const KoText& right, const KoCompareMode& mode,
+                  unsigned& from);
+
+/// From the character `from` on of both texts, where the pattern has a wildcard. kUndecided when
+/// there is no wildcard or the tables cannot decide.
+int KoMatchFast(const KoText& left, const KoText& right, const KoCompareMode& mode, unsigned from);
 
 /// Hash of the first `limit` orders of a text that is not null, or of all; see HashString.
 o_u4b KoHashText(const KoText& text, unsigned limit = kNoLimit);

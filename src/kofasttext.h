@@ -3,20 +3,48 @@
 
 #include "kocollator.h"
 
+#include <algorithm>
+#include <atomic>
+
 /// Texts whose characters are looked up in tables of keys: what the fast ways of comparing,
 /// matching and hashing share. They hold for the collation variant 0 alone.
 
-/// The fast keys of the characters 0 to 255 of a code set. Looked up once where an identifier
-/// always means the same code set.
-const o_u4b* KoFastKeysOf(unsigned char codeSet);
+/// What is looked up in the other library once, where an identifier always means the same.
+class KoKnown
+{
+public:
+    /// The fast keys of the characters 0 to 255 of a code set.
+    static const o_u4b* Keys(unsigned char codeSet)
+    {
+        // Identifiers from 225 on all have 16-bit Unicode characters.
+        const auto known = std::min<unsigned char>(codeSet, 225);
+        const o_u4b* const keys = s_keys[known].load(std::memory_order_relaxed);
+        return keys != nullptr ? keys : AskKeys(known);
+    }
+    /// The collation variant of a language is 0; never of the null value's.
+    static bool IsPlain(unsigned char language)
+    {
+        const unsigned char known = s_languages[language].load(std::memory_order_relaxed);
+        return known != 0 ? known == kPlain : AskLanguage(language);
+    }
+
+private:
+    static constexpr unsigned char kPlain = 1;
+    static constexpr unsigned char kOther = 2;
+    static const o_u4b* AskKeys(unsigned char codeSet);
+    static bool AskLanguage(unsigned char language);
+
+    static std::atomic<const o_u4b*> s_keys[226];
+    static std::atomic<unsigned char> s_languages[256];
+};
 
 /// The fast key of a 16-bit character.
 o_u4b KoWideFastKey(unsigned character);
 
-/// The orders of a text are not compared as plain numbers.
+/// The orders of a text's language are not compared as plain numbers.
 inline bool KoHasFastKeys(const KoText& text)
 {
-    return text.language == KoLANG_NONE || KoVariantOf(KoCodeSetOf(text), text.language) == 0;
+    return text.language == KoLANG_NONE || KoKnown::IsPlain(text.language);
 }
 
 /// Characters of type `Unit`, o_u1b or o_u2b.
@@ -25,7 +53,7 @@ class KoFastText
 {
 public:
     explicit KoFastText(const KoText& text)
-        : m_bytes(text.bytes), m_units(text.units), m_keys(KoFastKeysOf(text.codeSet)),
+        : m_bytes(text.bytes), m_units(text.units), m_keys(KoKnown::Keys(text.codeSet)),
           m_swapped(text.IsSwapped())
     {
     }

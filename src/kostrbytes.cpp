@@ -1,8 +1,5 @@
-#include "kocmpwalk.h"
-#include "kocollator.h"
+#include "kofastcompare.h"
 #include "kowildmatch.h"
-
-#include <algorithm>
 
 // Comparing texts without a code set: bytes.
 
@@ -47,33 +44,6 @@ private:
     bool m_runBehind; ///< a pattern: an asterisk is added at the end
 };
 
-/// The difference of two bytes; where a side has no text at all, the sign alone.
-KoTextOrder Difference(const KoText& left, const KoText& right, unsigned a, unsigned b)
-{
-    if (left.bytes == nullptr || right.bytes == nullptr)
-        return {KoOrder(a, b)};
-    return {static_cast<int>(a) - static_cast<int>(b)};
-}
-
-KoTextOrder Compare(const KoText& left, const KoText& right, unsigned limit)
-{
-    const auto* a = reinterpret_cast<const unsigned char*>(left.bytes);
-    const auto* b = reinterpret_cast<const unsigned char*>(right.bytes);
-    const unsigned end = std::min({left.units, right.units, limit});
-    const unsigned i = end == 0 ? 0 : static_cast<unsigned>(KoEqualBytes(a, b, end));
-    const bool leftEnds = i == left.units;
-    const bool rightEnds = i == right.units;
-    const bool open = (leftEnds && left.cut) || (rightEnds && right.cut);
-    if (i == limit || (leftEnds && rightEnds && !open))
-        return {};
-    // What stands behind a terminator is no text.
-    if (i != 0 && KoUnitsBeforeZero(left.bytes, 1, i) < i)
-        return {};
-    if (open)
-        return {0, true};
-    return Difference(left, right, leftEnds ? 0 : a[i], rightEnds ? 0 : b[i]);
-}
-
 /// With a side cut the bytes before the first wildcard are compared, and behind it nothing is
 /// certain but a pattern that ends in "*".
 KoTextOrder MatchCut(const KoText& left, const KoText& right, unsigned limit)
@@ -83,8 +53,8 @@ KoTextOrder MatchCut(const KoText& left, const KoText& right, unsigned limit)
     for (; pattern.Kind() == KoPatternKind::kLiteral; pattern.Advance())
         ++literal;
     if (pattern.Kind() == KoPatternKind::kEnd)
-        return Compare(left, right, limit);
-    const KoTextOrder found = Compare(left, right, literal);
+        return KoCompareByBytes(left, right, limit);
+    const KoTextOrder found = KoCompareByBytes(left, right, literal);
     if (found.open || found.order != 0)
         return found;
     while (pattern.Kind() == KoPatternKind::kRun)
@@ -97,11 +67,11 @@ KoTextOrder MatchCut(const KoText& left, const KoText& right, unsigned limit)
 KoTextOrder KoCompareBytes(const KoText& left, const KoText& right, bool wildcards, unsigned limit)
 {
     if (!wildcards)
-        return Compare(left, right, limit);
+        return KoCompareByBytes(left, right, limit);
     if (left.cut || right.cut)
         return MatchCut(left, right, limit);
     const KoMatch match = KoMatchWildcards(Bytes(left, limit), Bytes(right, limit));
-    return match.matched ? KoTextOrder{} : Difference(left, right, match.text, match.pattern);
+    return match.matched ? KoTextOrder{} : KoByteDifference(left, right, match.text, match.pattern);
 }
 
 KoTextOrder KoCompareBeginningBytes(const KoText& text, const KoText& pattern)

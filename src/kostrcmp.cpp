@@ -204,7 +204,8 @@ KoTextOrder CompareElements(TextElements left, PatternElements right, bool cut,
 
 } // namespace
 
-KoTextOrder KoCompareText(const KoText& left, const KoText& right, o_u2b cmpOp, unsigned limit)
+KoTextOrder KoCompareText(const KoText& left, const KoText& right, o_u2b cmpOp, unsigned limit,
+                          unsigned from)
 {
     const KoCompareMode mode(cmpOp);
     if (left.IsNull() || right.IsNull()) {
@@ -222,13 +223,12 @@ KoTextOrder KoCompareText(const KoText& left, const KoText& right, o_u2b cmpOp, 
         return {};
     if (left.codeSet == KoCS_NONE && right.codeSet == KoCS_NONE)
         return KoCompareBytes(left, right, mode.wildcards, limit);
-    unsigned from = 0;
     if (limit == kNoLimit) {
-        KoTextOrder result;
-        if (KoCompareFast(left, right, mode, from, result))
-            return result;
-        if (mode.wildcards && KoMatchFast(left, right, mode, from, result))
-            return result;
+        int order = KoCompareFast(left, right, mode, from);
+        if (order == kUndecided && mode.wildcards)
+            order = KoMatchFast(left, right, mode, from);
+        if (order != kUndecided)
+            return {order};
     }
     return CompareElements(TextElements(left, from, limit, mode),
                            PatternElements(right, from, limit, mode), left.cut || right.cut);
@@ -268,18 +268,13 @@ o_u2b Wildcard(unsigned index)
     return order;
 }
 
-std::atomic<bool> s_replaced;
-
 } // namespace
+
+std::atomic<bool> KoWildcards::s_replaced;
 
 KoWildcards KoWildcards::Current()
 {
     return {Wildcard(0), Wildcard(1), Wildcard(2)};
-}
-
-bool KoWildcards::AreDefault()
-{
-    return !s_replaced.load(std::memory_order_relaxed);
 }
 
 void KoWildcards::Replace(const KoWildcards& orders)

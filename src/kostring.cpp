@@ -68,11 +68,15 @@ int KoStringAccess::Convert(KoString& string, const KoText& text, unsigned char 
     return outcome == KoString::Outcome::kDone ? KoRC_OK : -1;
 }
 
-KoText KoStringAccess::Get(const KoString& string)
+char* KoStringAccess::Allocate(std::size_t size)
 {
-    const unsigned width = string.Width();
-    return {string.m_buffer, string.m_size < width ? 0 : string.m_size / width - 1,
-            string.m_codeSet, string.m_language};
+    const std::size_t padded = (size + 7) & ~std::size_t{7};
+    auto* const buffer = static_cast<char*>(KoAlloc(padded));
+    if (buffer == nullptr)
+        KoCallMemoryHandler(size);
+    else
+        std::memset(buffer + padded - 8, 0, 8);
+    return buffer;
 }
 
 void KoStringAccess::Append(KoString& string, const char* text, std::size_t count)
@@ -85,11 +89,9 @@ void KoStringAccess::Append(KoString& string, const char* text, std::size_t coun
         return;
     }
     // The way of nearly all texts that are printed, which are short.
-    auto* buffer = static_cast<char*>(KoAlloc(count + 1));
-    if (buffer == nullptr) {
-        KoCallMemoryHandler(count + 1);
+    char* const buffer = Allocate(count + 1);
+    if (buffer == nullptr)
         return;
-    }
     std::memcpy(buffer, text, count);
     buffer[count] = '\0';
     string.m_buffer = buffer;

@@ -1,4 +1,4 @@
-#include "kocollator.h"
+#include "kofastcompare.h"
 
 #include <kostrcmp.h>
 
@@ -66,8 +66,17 @@ unsigned HashString(unsigned char codeSet, unsigned char language, char* text, s
 
 int KoString::Compare(const KoString& other, short len, unsigned short cmpOp) const
 {
-    return KoCompareText(KoStringAccess::Get(*this), KoStringAccess::Get(other),
-                         KoResolvedCmpOp(cmpOp), LimitOf(len))
+    const o_u2b asked = KoResolvedCmpOp(cmpOp);
+    unsigned from = 0;
+    if (len < 0) {
+        const int order = KoCompareHot<true>(
+            {m_buffer, m_size, m_codeSet, m_language},
+            {other.m_buffer, other.m_size, other.m_codeSet, other.m_language}, asked, from);
+        if (order != kUndecided)
+            return order;
+    }
+    return KoCompareText(KoStringAccess::Get(*this), KoStringAccess::Get(other), asked,
+                         LimitOf(len), from)
         .order;
 }
 

@@ -1,4 +1,5 @@
 #include "kostringpiece.h"
+#include "kostringtext.h"
 
 #include <koencode.h>
 #include <koservices.h>
@@ -64,11 +65,9 @@ KoString::Outcome KoString::Edit(unsigned prefix, unsigned suffixFrom, unsigned 
             wanted = kMaxBytes;
         }
         size = static_cast<unsigned>(wanted);
-        buffer = static_cast<char*>(KoAlloc(size));
-        if (buffer == nullptr) {
-            KoCallMemoryHandler(size);
+        buffer = KoStringAccess::Allocate(size);
+        if (buffer == nullptr)
             return Outcome::kNoMemory;
-        }
         o_u8b room = wanted - width; // the terminator has its place in any case
         const auto cut = [&room](std::size_t bytes) {
             const std::size_t fits = std::min<std::size_t>(bytes, room);

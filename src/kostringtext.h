@@ -41,13 +41,27 @@ struct KoStringAccess {
     /// Makes `string` the given text with its code set and language; it stays as it was when memory
     /// runs out.
     static void Set(KoString& string, const KoText& text);
-    static KoText Get(const KoString& string);
     /// Makes `string` the given text converted to `codeSet`: 0, -1 where a character became "?", or
     /// -1 with the string as it was when memory runs out. The text may stand in the string itself.
     static int Convert(KoString& string, const KoText& text, unsigned char codeSet,
                        unsigned char language);
     /// Appends `count` characters of the default 8-bit code set, no zero among them.
     static void Append(KoString& string, const char* text, std::size_t count);
+    /// Memory for the text of a string, `size` bytes with the terminator, or null after the memory
+    /// handler. Up to a whole word there are zeros behind it, and every buffer of a string comes
+    /// from here: comparing reads a text's first word whatever its length.
+    static char* Allocate(std::size_t size);
+    static KoText Get(const KoString& string)
+    {
+        KoText text;
+        text.bytes = string.m_buffer;
+        text.codeSet = string.m_codeSet;
+        text.language = string.m_language;
+        // Less than one character of the width is none.
+        const unsigned characters = text.Width() == 1 ? string.m_size : string.m_size / 2U;
+        text.units = characters == 0 ? 0 : characters - 1;
+        return text;
+    }
 };
 
 #endif

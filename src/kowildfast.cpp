@@ -102,25 +102,23 @@ private:
 
 } // namespace
 
-bool KoMatchFast(const KoText& left, const KoText& right, const KoCompareMode& mode, unsigned from,
-                 KoTextOrder& result)
+int KoMatchFast(const KoText& left, const KoText& right, const KoCompareMode& mode, unsigned from)
 {
     if (left.cut || right.cut || !KoHasFastKeys(left) || !KoHasFastKeys(right))
-        return false;
+        return kUndecided;
     const o_u4b leftOut = (mode.skipsSpaces ? o_u4b{KoKEY_SPACE} : 0U) |
                           (mode.skipsSymbols ? o_u4b{KoKEY_SYMBOL} : 0U);
     const o_u4b mask = mode.mask & ~o_u4b{KoKEY_FLAGS};
     return KoWithFastTexts(left, right, [&](const auto& text, const auto& patternText) {
         Pattern pattern;
         if (!pattern.Read(patternText, from, mask, leftOut))
-            return false;
+            return kUndecided;
         const Pattern::Place start(pattern);
         if (start.Kind() != KoPatternKind::kRun && start.Kind() != KoPatternKind::kOne)
-            return false;
+            return kUndecided;
         bool stuck = false;
         const KoMatch match =
             KoMatchWildcards(Place(text, from, mask, leftOut | KoKEY_EXPANDS, stuck), start);
-        result = {match.Order()};
-        return !stuck;
+        return stuck ? kUndecided : match.Order();
     });
 }
