@@ -21,8 +21,10 @@ KoText TextAt(unsigned char codeSet, unsigned char language, const char* text, u
     found.format = KoTextFormat(format);
     if (text == nullptr || found.IsNull())
         return found;
+    // Behind the terminator nothing need be there, not even the rest of a word.
     if (found.Width() == 2)
-        found.units = KoUnitsBeforeZero(text, 2, limit);
+        while (found.units < limit && found.At(found.units) != 0)
+            ++found.units;
     else if (limit == kNoLimit)
         found.units = static_cast<unsigned>(std::strlen(text));
     else

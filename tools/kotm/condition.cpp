@@ -23,11 +23,13 @@ void ReadLiteral(Condition& condition, const Predicate& predicate, std::string_v
             FailAt(text, start,
                    "wildcards and suffixes go with texts, " + attribute.name + " is of type " +
                        attribute.type.Name());
-        if (literal.pattern)
-            FailAt(
-                text, start,
-                "wildcards are not supported yet; suffix x or \\ makes * and ? plain characters");
-        FailAt(text, start, "the suffixes i and a are not supported yet");
+        if (literal.pattern && predicate.op != Operator::Equal &&
+            predicate.op != Operator::NotEqual)
+            FailAt(text, start,
+                   "wildcards go with = and !=; suffix x or \\ makes * and ? plain characters");
+        condition.cmpOp = static_cast<unsigned short>((literal.pattern ? 0 : kPlainOperator) |
+                                                      (literal.ignoreCase ? kIgnoreCase : 0) |
+                                                      (literal.ignoreAccents ? kIgnoreAccents : 0));
     }
     Attribute anyCodeSet = attribute;
     anyCodeSet.codeSet = 0;

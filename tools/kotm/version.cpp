@@ -21,7 +21,7 @@ std::string LibraryVersion()
 
 std::uint32_t TextTablesVersion()
 {
-    return KoCodeSetTablesVersion();
+    return KoCollationVersion() << 16 | KoCodeSetTablesVersion();
 }
 
 } // namespace kotm
