@@ -11,6 +11,7 @@
 #include "kodate.h"
 #include "kodatetime.h"
 #include "koint64.h"
+#include "koistring.h"
 #include "kombs.h"
 #include "koobjid.h"
 #include "koodmg.h"

@@ -12,13 +12,6 @@
 namespace
 {
 
-/// An over-long text is cut off in any case; the setting decides whether that is reported.
-void ReportOverflow()
-{
-    if (DefaultConfig::GetBool("debug", "stringOverflow"))
-        KORA_assert("String overflow", "src\\kostring", 1110);
-}
-
 /// Writes `count` characters of the piece in the code set `codeSet`; how many that lacks. Text
 /// without a code set stays as it is unless its width has to change.
 std::size_t Write(char* to, unsigned char codeSet, const void* text, unsigned char from,
@@ -46,6 +39,12 @@ void Repeat(char* to, std::size_t unit, std::size_t total)
 
 } // namespace
 
+void KoReportOverflow()
+{
+    if (DefaultConfig::GetBool("debug", "stringOverflow"))
+        KORA_assert("String overflow", "src\\kostring", 1110);
+}
+
 /// The text becomes its first `prefix` characters, the piece, and `suffix` characters from
 /// `suffixFrom`, in the code set `codeSet`; prefix and suffix must be 0 where its width differs
 /// from the current one. The old buffer is released last: the piece may stand in it.
@@ -61,7 +60,7 @@ KoString::Outcome KoString::Edit(unsigned prefix, unsigned suffixFrom, unsigned 
     if (length > 0) {
         o_u8b wanted = (length + 1) * width;
         if (wanted > kMaxBytes) {
-            ReportOverflow();
+            KoReportOverflow();
             wanted = kMaxBytes;
         }
         size = static_cast<unsigned>(wanted);

@@ -87,12 +87,17 @@ void KoScanString(KoString& value, const KoString& text, const char* format)
         value.SetNullValue();
         return;
     }
+    KoScanText(value, text, format);
+}
+
+bool KoScanText(KoString& value, const KoString& text, const char* format)
+{
     const KoNumFormat parsed = ParseStringFormat(format);
     const KoString prefix = Literal(parsed.prefix, parsed.prefixEnd);
     const KoString suffix = Literal(parsed.suffix, parsed.suffixEnd);
     const unsigned begin = prefix.Len();
     if (begin > text.Len() || Matching(text, 0, prefix) < begin)
-        return;
+        return false;
     unsigned count = text.Len() - begin;
     const unsigned ending = suffix.Len();
     if (ending <= count && Matching(text, begin + count - ending, suffix) == ending)
@@ -100,9 +105,11 @@ void KoScanString(KoString& value, const KoString& text, const char* format)
     if (parsed.width != 0)
         count = std::min(count, parsed.width);
     value = Part(text, begin, count);
+    return true;
 }
 
-int KoParseString(KoString& value, const KoString& text, const char* format, unsigned& errorAt)
+int KoParseString(KoString& value, const KoString& text, const char* format, unsigned& errorAt,
+                  unsigned* startsAt)
 {
     if (text.IsNullValue()) {
         value.SetNullValue();
@@ -129,5 +136,7 @@ int KoParseString(KoString& value, const KoString& text, const char* format, uns
         end - begin > std::max(parsed.width, static_cast<unsigned>(parsed.precision)))
         return fail(begin + std::max(parsed.width, static_cast<unsigned>(parsed.precision)));
     value = Part(text, begin, end - begin);
+    if (startsAt != nullptr)
+        *startsAt = begin;
     return 0;
 }

@@ -16,9 +16,13 @@ KoString& KoPrintString(KoString& text, const KoString& value, const char* forma
 /// value stays. The null print string, and the null string, give null.
 void KoScanString(KoString& value, const KoString& text, const char* format);
 
+/// The same without a null value. False where the value stays.
+bool KoScanText(KoString& value, const KoString& text, const char* format);
+
 /// Reads the whole text, whose beginning and end must be the literal texts: 0, or -1 with `errorAt`
 /// and the value unchanged. Every text is a value, the null print string too; only the null string
-/// is null.
-int KoParseString(KoString& value, const KoString& text, const char* format, unsigned& errorAt);
+/// is null. `startsAt` receives the position of the value in the text.
+int KoParseString(KoString& value, const KoString& text, const char* format, unsigned& errorAt,
+                  unsigned* startsAt = nullptr);
 
 #endif

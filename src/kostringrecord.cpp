@@ -9,15 +9,6 @@
 namespace
 {
 
-void PutLength(unsigned char* record, unsigned length, unsigned char format)
-{
-    const auto low = static_cast<unsigned char>(length);
-    const auto high = static_cast<unsigned char>(length >> 8U);
-    const bool big = KoRecordOrder(format) == KoFMT_BIG;
-    record[0] = big ? high : low;
-    record[1] = big ? low : high;
-}
-
 /// The bytes of a string's text area: its characters and the end mark.
 unsigned TextArea(const KoText& text)
 {
@@ -86,7 +77,7 @@ unsigned StringStore(void* destination, const void* source, unsigned char format
     for (unsigned i = 0; i < count; ++i) {
         const KoText text = KoStringAccess::Get(Strings(source)[i]);
         const unsigned area = TextArea(text);
-        PutLength(record, area + 2, format);
+        KoPutRecordLength(record, area + 2, format);
         record[2] = text.codeSet;
         record[3] = text.language;
         if (text.units != 0 && text.Width() == 1)
@@ -183,7 +174,7 @@ unsigned KoOlderStore(void* destination, const void* source, unsigned char forma
         at[bytes] = 0;
         at += bytes + 1;
     }
-    PutLength(record, static_cast<unsigned>(total), format);
+    KoPutRecordLength(record, static_cast<unsigned>(total), format);
     return static_cast<unsigned>(total) + kRecordLengthField;
 }
 
@@ -206,56 +197,20 @@ unsigned KoOlderSizeGet(const void* value, unsigned char valueFormat, unsigned c
 
 // ---- memory files
 
-namespace
-{
-
-constexpr unsigned kTooLarge = 65535;
-
-/// The bytes of `count` records at the position of the file, which is left where it was.
-/// `measure(record, length, i, last)` measures record i, which is wholly inside, and tells whether
-/// it is the last one.
-template <class Measure>
-unsigned FileSize(MemFile* file, unsigned char format, unsigned count, Measure measure)
-{
-    if (file == nullptr || file->Left() == 0)
-        return 0;
-    const o_u8b start = file->Position();
-    const auto bytesAt = [file](o_u8b position, unsigned bytes) {
-        return static_cast<const unsigned char*>(file->Seek(position, bytes));
-    };
-    o_u8b position = start;
-    unsigned size = 0;
-    bool last = false;
-    for (unsigned i = 0; i < count && !last; ++i) {
-        const unsigned char* record = bytesAt(position, kRecordLengthField);
-        const unsigned length = record == nullptr ? 0 : KoRecordLength(record, format);
-        if (record == nullptr || bytesAt(position, length + kRecordLengthField) == nullptr) {
-            size = (count - i + 1) * kTooLarge;
-            break;
-        }
-        const unsigned bytes = measure(record, length, i, last);
-        size += bytes;
-        position += bytes;
-    }
-    file->Seek(start, 0);
-    return size;
-}
-
-} // namespace
-
 unsigned KoStringFileSize(MemFile* file, unsigned char format, unsigned count)
 {
-    return FileSize(file, format, count,
-                    [format](const unsigned char* record, unsigned length, unsigned i, bool& last) {
-                        return StoredSize(record, length, format, i == 0, last);
-                    });
+    return KoMeasureRecords(
+        file, format, count,
+        [format](const unsigned char* record, unsigned length, unsigned i, bool& last) {
+            return StoredSize(record, length, format, i == 0, last);
+        });
 }
 
 unsigned KoOlderFileSize(MemFile* file, unsigned char format, unsigned count)
 {
-    return FileSize(file, format, count,
-                    [](const unsigned char*, unsigned length, unsigned, bool& last) {
-                        last = true;
-                        return length + kRecordLengthField;
-                    });
+    return KoMeasureRecords(file, format, count,
+                            [](const unsigned char*, unsigned length, unsigned, bool& last) {
+                                last = true;
+                                return length + kRecordLengthField;
+                            });
 }

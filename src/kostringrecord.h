@@ -28,6 +28,48 @@ inline unsigned KoRecordLength(const unsigned char* record, unsigned char format
                                               : record[1] * 256U + record[0];
 }
 
+inline void KoPutRecordLength(unsigned char* record, unsigned length, unsigned char format)
+{
+    const auto low = static_cast<unsigned char>(length);
+    const auto high = static_cast<unsigned char>(length >> 8U);
+    const bool big = KoRecordOrder(format) == KoFMT_BIG;
+    record[0] = big ? high : low;
+    record[1] = big ? low : high;
+}
+
+/// The bytes of `count` records at the position of a memory file, which is left where it was: 0
+/// where there is no data. A record that does not end inside the file gives one more than the
+/// number of records not yet measured times 65535, which is too large for anything.
+/// `measure(record, length, i, last)` measures record i, which is wholly inside, and tells whether
+/// it is the last one.
+template <class Measure>
+unsigned KoMeasureRecords(MemFile* file, unsigned char format, unsigned count, Measure measure)
+{
+    constexpr unsigned kTooLarge = 65535;
+    if (file == nullptr || file->Left() == 0)
+        return 0;
+    const o_u8b start = file->Position();
+    const auto bytesAt = [file](o_u8b position, unsigned bytes) {
+        return static_cast<const unsigned char*>(file->Seek(position, bytes));
+    };
+    o_u8b position = start;
+    unsigned size = 0;
+    bool last = false;
+    for (unsigned i = 0; i < count && !last; ++i) {
+        const unsigned char* record = bytesAt(position, kRecordLengthField);
+        const unsigned length = record == nullptr ? 0 : KoRecordLength(record, format);
+        if (record == nullptr || bytesAt(position, length + kRecordLengthField) == nullptr) {
+            size = (count - i + 1) * kTooLarge;
+            break;
+        }
+        const unsigned bytes = measure(record, length, i, last);
+        size += bytes;
+        position += bytes;
+    }
+    file->Seek(start, 0);
+    return size;
+}
+
 /// What walking through the texts of one operand meets.
 enum class KoTextFound {
     kText,   ///< a whole text
@@ -35,6 +77,29 @@ enum class KoTextFound {
     kNone,   ///< the bound ended before the text
     kBroken, ///< a cut text that is longer than a cut key can be
 };
+
+/// A cut key is never longer than this, so a cut text of as many bytes means lengths that do not
+/// belong together.
+inline constexpr std::size_t kLongestCutKey = 254;
+
+/// The hash of `count` texts of a walk: h = 9h + hash of each, as far as the walk goes.
+template <class Text, class Walk, class Hash>
+o_u4b KoHashTextsOf(Walk walk, unsigned count, int& status, Hash hashOf)
+{
+    status = KoRC_OK;
+    o_u4b hash = 0;
+    for (unsigned i = 0; i < count && status == KoRC_OK; ++i) {
+        Text text;
+        const KoTextFound found = walk.Next(text);
+        if (found == KoTextFound::kBroken)
+            status = KoRC_NOT_SUPPORTED;
+        else if (found != KoTextFound::kText)
+            status = KoRC_TRUNCATED;
+        if (found == KoTextFound::kText || found == KoTextFound::kCut)
+            hash = hash * 9 + hashOf(text);
+    }
+    return hash;
+}
 
 /// The texts of an operand of compare and hash, one after another: strings in memory, or stored
 /// records with or without a bound.
@@ -89,9 +154,7 @@ unsigned KoOlderSizeGet(const void* value, unsigned char valueFormat, unsigned c
                         unsigned count);
 o_u8b KoOlderBytes(const void* strings, unsigned char format, unsigned count);
 
-// ---- sizes in a memory file: of the records at its position, which stays. 0 where there is no
-// data; a record that does not end inside the file gives one more than the number of records not
-// yet measured times 65535, which is too large for anything.
+// ---- sizes in a memory file, see KoMeasureRecords
 
 unsigned KoStringFileSize(MemFile* file, unsigned char format, unsigned count);
 unsigned KoOlderFileSize(MemFile* file, unsigned char format, unsigned count);

@@ -36,6 +36,9 @@ struct KoText {
 /// The number of characters before the first zero among `limit` ones, all of which are there.
 unsigned KoUnitsBeforeZero(const char* text, unsigned width, unsigned limit);
 
+/// An over-long text is cut off in any case; the setting decides whether that is reported.
+void KoReportOverflow();
+
 /// What the library itself may do with a string's parts.
 struct KoStringAccess {
     /// Makes `string` the given text with its code set and language; it stays as it was when memory

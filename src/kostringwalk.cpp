@@ -10,10 +10,6 @@
 namespace
 {
 
-/// A cut key is never longer than this, so a cut text of as many bytes means lengths that do not
-/// belong together.
-constexpr std::size_t kLongestCutKey = 254;
-
 /// In a null mark: bit 7 of the language.
 constexpr unsigned char kNullMarkBit = 0x80;
 
@@ -128,20 +124,8 @@ int KoCompareTexts(unsigned char format, unsigned leftSize, const void* left, un
 o_u4b KoHashTexts(unsigned char format, unsigned size, const void* value, unsigned count,
                   int& status, bool cutIsOlder)
 {
-    status = KoRC_OK;
-    KoTextWalk walk(format, size, value, cutIsOlder);
-    o_u4b hash = 0;
-    for (unsigned i = 0; i < count && status == KoRC_OK; ++i) {
-        KoText text;
-        const KoTextFound found = walk.Next(text);
-        if (found == KoTextFound::kBroken)
-            status = KoRC_NOT_SUPPORTED;
-        else if (found != KoTextFound::kText)
-            status = KoRC_TRUNCATED;
-        if (found == KoTextFound::kText || found == KoTextFound::kCut)
-            hash = hash * 9 + KoHashText(text);
-    }
-    return hash;
+    return KoHashTextsOf<KoText>(KoTextWalk(format, size, value, cutIsOlder), count, status,
+                                 [](const KoText& text) { return KoHashText(text); });
 }
 
 int StringCompare(unsigned char format, unsigned leftSize, void* left, unsigned rightSize,

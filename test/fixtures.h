@@ -129,6 +129,17 @@ inline void AddTemporals(std::vector<Fixture>& all)
         all.push_back(Value(D_INTERVAL_T, "seconds", d_Interval::OfSeconds(seconds)));
 }
 
+template <class T>
+void AddCaseless(std::vector<Fixture>& all, KoTypeId id)
+{
+    all.push_back(Value(id, "empty", T()));
+    all.push_back(Value(id, "one byte", T("A")));
+    all.push_back(Value(id, "expands", T("\xDF\x8C\x9C")));
+    all.push_back(Value(id, "no characters of the code set", T("\x81\x8D\x9D\xFF")));
+    all.push_back(Value(id, "like a null", T("{NULL}")));
+    all.push_back(Value(id, "longest", T().Fill(65531, 'x')));
+}
+
 inline std::vector<Fixture> AllFixtures()
 {
     std::vector<Fixture> all;
@@ -179,6 +190,9 @@ inline std::vector<Fixture> AllFixtures()
     all.push_back(Value(KoSTRING_T, "longest", KoString().Fill(65531, 'x')));
     all.push_back(Value(KoSTRING_T, "longest 16-bit", KoString(253, 0).Fill(32765, wide[1])));
     all.push_back(Value(KoSTRING_T, "null", NullText()));
+
+    AddCaseless<KoIString>(all, KoISTRING_T);
+    AddCaseless<KoCaseIString>(all, KoCASEISTRING_T);
 
     all.push_back(Value(KoBLOB_T, "empty", KoBlob()));
     all.push_back(Value(KoBLOB_T, "one byte", KoBlob("", 1)));

@@ -1,0 +1,237 @@
+#ifndef KOISTRING_H
+#define KOISTRING_H
+
+#include "kobasic.h"
+#include "kotypcmp.h"
+
+/// What KoIString and KoCaseIString share: an 8-bit text that ends at its first zero byte, without
+/// code set or language, and a flag byte.
+///
+/// Its characters are those of Windows-1252. Positions and counts are in bytes; a count of 65535,
+/// or -1 where it is signed, reaches to the end. A text never exceeds 65531 bytes; what goes beyond
+/// is cut off, and reported as it is for KoString. An operand may be the text itself. When memory
+/// runs out and the memory handler returns, an edit leaves the text as it was and a constructor
+/// leaves it empty.
+class KOTMS_API KoIStringText
+{
+public:
+    static constexpr unsigned short kToEnd = 65535;
+    static constexpr unsigned kMaxLength = 65531;
+    /// Flag: accents count in comparison. KoIString does not look at it.
+    static constexpr unsigned char kAccents = 0x20;
+    /// Flag: the bytes are weights, as the key form of a stored text has them.
+    static constexpr unsigned char kRaw = 0x80;
+
+    // A null pointer, a zero character and a count of 0 give the empty text.
+    KoIStringText() = default;
+    KoIStringText(char c) : KoIStringText(&c, 1) {}
+    KoIStringText(unsigned char c) : KoIStringText(static_cast<char>(c)) {}
+    KoIStringText(const char* s) : KoIStringText(s, kToEnd) {}
+    KoIStringText(const char* s, unsigned short n); ///< at most `n` bytes
+    KoIStringText(short n) : KoIStringText(static_cast<int>(n)) {}
+    KoIStringText(int n);
+    KoIStringText(unsigned n) : KoIStringText(static_cast<int>(n)) {} ///< negative from 2^31 on
+    KoIStringText(long n) : KoIStringText(static_cast<o_8b>(n)) {}
+    KoIStringText(unsigned long n) : KoIStringText(static_cast<o_u8b>(n)) {}
+    KoIStringText(o_8b n);
+    KoIStringText(o_u8b n);
+    KoIStringText(double d); ///< formatted with "%.17g"
+    KoIStringText(const KoIStringText& other);
+    KoIStringText(KoIStringText&& other) noexcept;
+    ~KoIStringText();
+    KoIStringText& operator=(const KoIStringText& other); ///< the flag, too
+    KoIStringText& operator=(KoIStringText&& other) noexcept;
+
+    unsigned short Len() const;
+    bool IsEmpty() const { return m_text == nullptr; }
+    bool operator!() const { return m_text == nullptr; }
+    const char* StrGet() const; ///< with its terminator, never null; valid until the text changes
+    /// Byte `i`, or the terminator where `i` is the length; it may be overwritten where it is not.
+    /// Anywhere else a zero byte that belongs to no text.
+    char& operator[](int i);
+    char operator[](int i) const;
+    unsigned char Flag() const { return m_flag; }
+    void SetFlag(unsigned char flag) { m_flag = flag; }
+
+    // The decimal number that the text begins with, held to the limits of its type; else 0.
+    operator short() const; ///< the low 16 bits of what operator int gives
+    operator int() const;
+    operator o_8b() const;
+    operator double() const;
+
+    /// The position of the first occurrence of the bytes from `start` on; -1 when there is none,
+    /// and where either is empty.
+    int Find(const KoIStringText& piece, unsigned short start = 0) const;
+    int SubStringPos(const KoIStringText& piece) const { return Find(piece); }
+
+protected:
+    friend struct KoIStringAccess;
+
+    /// Puts `count` bytes in the place of `removed` ones at `pos`; times `fill` for a null piece.
+    void Splice(unsigned pos, unsigned removed, const char* piece, unsigned count, char fill = 0);
+    void SpliceAt(unsigned pos, const KoIStringText& piece, bool over);
+    void CutAt(unsigned short pos, unsigned short n);
+    void FillWith(unsigned from, unsigned short n, char c);
+    void TrimBlanks(bool atBegin, bool atEnd);
+    void Swap(char from, char to);
+    void MapCase(bool upper);
+    int Weigh(const KoIStringText& other, bool ignoresCase, unsigned len) const;
+
+private:
+    char* m_text = nullptr; ///< null when empty
+    o_u1b m_flag = 0;
+};
+
+/// The members of both classes, which mirror those of KoString.
+template <class Self>
+class KoIStringOf : public KoIStringText
+{
+public:
+    using KoIStringText::KoIStringText;
+
+    Self& operator+=(const Self& s)
+    {
+        SpliceAt(Len(), s, false);
+        return This();
+    }
+    friend Self operator+(const Self& a, const Self& b)
+    {
+        Self sum(a);
+        return sum += b;
+    }
+    // Without these two, adding a literal could also mean pointer arithmetic.
+    friend Self operator+(const Self& a, const char* b) { return a + Self(b); }
+    friend Self operator+(const char* a, const Self& b) { return Self(a) + b; }
+    Self& operator<<(const Self& s) { return *this += s; }
+
+    Self& Insert(const Self& s, unsigned short pos) ///< nothing for `pos` beyond Len()
+    {
+        SpliceAt(pos, s, false);
+        return This();
+    }
+    /// Overwrites from `pos` on, never beyond the end: the length stays.
+    Self& Replace(const Self& s, unsigned short pos)
+    {
+        SpliceAt(pos, s, true);
+        return This();
+    }
+    Self& Cut(unsigned short pos, short n) ///< removes
+    {
+        CutAt(pos, static_cast<unsigned short>(n));
+        return This();
+    }
+    Self Copy(unsigned short pos, short n) const ///< with the flag
+    {
+        Self copy(pos < Len() ? StrGet() + pos : nullptr, static_cast<unsigned short>(n));
+        copy.SetFlag(Flag());
+        return copy;
+    }
+    Self Left(unsigned short n) const { return Copy(0, static_cast<short>(n)); }
+    Self Right(unsigned short n) const
+    {
+        return Copy(static_cast<unsigned short>(n < Len() ? Len() - n : 0), -1);
+    }
+    Self& Fill(unsigned short n, char c) ///< the whole text becomes `n` times `c`
+    {
+        FillWith(0, n, c);
+        return This();
+    }
+    Self& Expand(unsigned short n, char c) ///< appends `c` up to a length of `n`
+    {
+        FillWith(Len(), n, c);
+        return This();
+    }
+    Self& LeftTrim()
+    {
+        TrimBlanks(true, false);
+        return This();
+    }
+    Self& RightTrim()
+    {
+        TrimBlanks(false, true);
+        return This();
+    }
+    Self& Trim()
+    {
+        TrimBlanks(true, true);
+        return This();
+    }
+    Self& SpaceToZero() ///< every blank becomes the digit 0
+    {
+        Swap(' ', '0');
+        return This();
+    }
+    Self& ZeroToSpace() ///< every digit 0 becomes a blank
+    {
+        Swap('0', ' ');
+        return This();
+    }
+    /// 97 to 122 and 224 to 254 without 247 lose 32; 156 becomes 140 and 159 becomes 255.
+    Self& ToUpper()
+    {
+        MapCase(true);
+        return This();
+    }
+    /// 65 to 90 and 192 to 222 without 215 gain 32; 140 becomes 156 and 255 becomes 159.
+    Self& ToLower()
+    {
+        MapCase(false);
+        return This();
+    }
+
+    /// Negative, 0 or positive, by the weights of the class; at most `len` bytes of each, all for
+    /// 0.
+    int Compare(const Self& other, unsigned short len = 0) const
+    {
+        return Weigh(other, Self::kIgnoresCase, len);
+    }
+    friend bool operator==(const Self& a, const Self& b) { return a.Compare(b) == 0; }
+    friend int operator!=(const Self& a, const Self& b) { return a.Compare(b); }
+    friend bool operator<(const Self& a, const Self& b) { return a.Compare(b) < 0; }
+    friend bool operator>(const Self& a, const Self& b) { return a.Compare(b) > 0; }
+    friend bool operator<=(const Self& a, const Self& b) { return a.Compare(b) <= 0; }
+    friend bool operator>=(const Self& a, const Self& b) { return a.Compare(b) >= 0; }
+
+private:
+    Self& This() { return static_cast<Self&>(*this); }
+};
+
+/// A text that orders a lower-case letter just before its capital and ignores accents; of the
+/// persistent type KoISTRING_T.
+///
+/// Weights of single bytes decide, in the order of the bytes; sharp s counts as two letters s, AE
+/// and thorn have weights of their own, the ligatures OE at 140 and 156 count as two letters.
+/// doc/collation.md tells what compares equal.
+class KoIString : public KoIStringOf<KoIString>
+{
+public:
+    static constexpr bool kIgnoresCase = false;
+    using KoIStringOf::KoIStringOf;
+};
+
+/// A text that ignores case, and accents unless the flag kAccents is set on either side of a
+/// comparison; of the persistent type KoCASEISTRING_T. Where accents count, sharp s and the
+/// ligatures are single letters just before the weight that they begin with.
+///
+/// Texts of both flags must not be sorted together: what is equal without accents differs with
+/// them.
+class KoCaseIString : public KoIStringOf<KoCaseIString>
+{
+public:
+    static constexpr bool kIgnoresCase = true;
+    using KoIStringOf::KoIStringOf;
+};
+
+static_assert(sizeof(KoIString) == 16 && sizeof(KoCaseIString) == 16);
+
+/// Compares stored or in-memory texts (see KoTypeCmpFunc); the result is the difference of the
+/// first weights that differ. No option of `cmpOp` changes it, and there are no wildcards. The
+/// flags are those of the texts, so that stored ones and keys compare alike.
+///
+/// A stored operand of fewer bytes than its record is a cut key: where its text agrees with the
+/// other side as far as it goes, the result is 0 and `status` KoRC_TRUNCATED. A cut text of 254
+/// bytes or more gives -1 and KoRC_NOT_SUPPORTED.
+KOTMS_API KoTypeCmp KoIStringCompare;
+KOTMS_API KoTypeCmp KoCaseIStringCompare;
+
+#endif

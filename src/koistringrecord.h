@@ -1,0 +1,57 @@
+#ifndef KOISTRINGRECORD_H
+#define KOISTRINGRECORD_H
+
+#include "koistringtext.h"
+#include "kostringrecord.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+
+/// Stored case-insensitive texts: for each a 16-bit length of what follows in the byte order of the
+/// format, the flag byte, the text and a zero byte. In the key form, which bit KoFMT_KEY asks for
+/// in writing, the text stands as its weights and the flag says so.
+
+inline constexpr unsigned kIRecordHead = 3; ///< length and flag
+inline constexpr unsigned kIRecordRest = 2; ///< what a length counts beyond the text
+inline constexpr unsigned kIRecordMostText =
+    0xFFFF - kIRecordRest; ///< weights of a key are cut to it
+
+/// The texts of an operand of compare and hash, one after another: in memory, or stored with or
+/// without a bound of `size` bytes (0: none).
+class KoITextWalk
+{
+public:
+    KoITextWalk(unsigned char format, unsigned size, const void* value)
+        : m_format(format), m_available(size == 0 ? SIZE_MAX : size),
+          m_value(static_cast<const unsigned char*>(value))
+    {
+    }
+
+    KoTextFound Next(KoIText& text);
+
+private:
+    unsigned char m_format;
+    std::size_t m_available;
+    const unsigned char* m_value;
+    std::size_t m_at = 0;
+};
+
+/// The text of a record of `length` bytes of which `held` are there, all but the length field; what
+/// stands behind is not looked at.
+KoIText KoIRecordText(const unsigned char* record, unsigned length, std::size_t held);
+
+/// Writing, reading and measuring; comparing and hashing. `weights` are those of the class.
+unsigned KoIStore(void* destination, const void* source, unsigned char format, unsigned count,
+                  const KoIWeights& weights);
+unsigned KoILoad(void* destination, const void* source, unsigned char format, unsigned count);
+o_u8b KoIBytes(const void* texts, unsigned char format, unsigned count, const KoIWeights& weights);
+unsigned KoISizeGet(const void* value, unsigned char valueFormat, unsigned char format,
+                    unsigned count, const KoIWeights& weights);
+unsigned KoIFileSize(MemFile* file, unsigned char format, unsigned count);
+int KoICompare(unsigned char format, unsigned size1, const void* value1, unsigned size2,
+               const void* value2, unsigned count, int& status, const KoIWeights& weights);
+o_u4b KoIHash(unsigned char format, unsigned size, const void* value, unsigned count, int& status,
+              const KoIWeights& weights);
+
+#endif

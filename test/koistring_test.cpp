@@ -1,0 +1,321 @@
+#include "failing_heap.h"
+
+#include <gtest/gtest.h>
+#include <kotms.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+using Bytes = std::vector<unsigned char>;
+
+int Sign(int order)
+{
+    return (order > 0) - (order < 0);
+}
+
+TEST(KoIString, Edits)
+{
+    struct {
+        const char* reason;
+        const char* before;
+        std::function<void(KoIString&)> edit;
+        const char* expected;
+    } const rows[] = {
+        {"from a number", "", [](KoIString& s) { s = -7; }, "-7"},
+        {"unsigned is printed as signed", "", [](KoIString& s) { s = 4294967295U; }, "-1"},
+        {"64 bits", "", [](KoIString& s) { s = o_u8b{1} << 63; }, "9223372036854775808"},
+        {"from a fraction", "", [](KoIString& s) { s = 0.5; }, "0.5"},
+        {"from the character 0", "x", [](KoIString& s) { s = '\0'; }, ""},
+        {"from null", "x", [](KoIString& s) { s = static_cast<const char*>(nullptr); }, ""},
+        {"counted", "", [](KoIString& s) { s = KoIString("abc", 2); }, "ab"},
+        {"counted beyond its end", "", [](KoIString& s) { s = KoIString("abc", 65535); }, "abc"},
+        {"appended to itself", "ab", [](KoIString& s) { s += s; }, "abab"},
+        {"joined", "ab", [](KoIString& s) { s = s + "cd" + "e"; }, "abcde"},
+        {"inserted", "ad", [](KoIString& s) { s.Insert("bc", 1); }, "abcd"},
+        {"inserted beyond the end", "ad", [](KoIString& s) { s.Insert("bc", 3); }, "ad"},
+        {"replaced", "abcd", [](KoIString& s) { s.Replace("XYZ", 2); }, "abXY"},
+        {"replaced behind the end", "abcd", [](KoIString& s) { s.Replace("X", 4); }, "abcd"},
+        {"cut", "abcd", [](KoIString& s) { s.Cut(1, 2); }, "ad"},
+        {"cut to the end", "abcd", [](KoIString& s) { s.Cut(2, -1); }, "ab"},
+        {"cut whole", "abcd", [](KoIString& s) { s.Cut(0, 9); }, ""},
+        {"copied", "abcd", [](KoIString& s) { s = s.Copy(1, 2); }, "bc"},
+        {"copied from the end", "abcd", [](KoIString& s) { s = s.Copy(4, 1); }, ""},
+        {"left", "abcd", [](KoIString& s) { s = s.Left(3); }, "abc"},
+        {"right", "abcd", [](KoIString& s) { s = s.Right(3); }, "bcd"},
+        {"filled", "abcd", [](KoIString& s) { s.Fill(2, 'x'); }, "xx"},
+        {"filled with nothing", "abcd", [](KoIString& s) { s.Fill(2, '\0'); }, ""},
+        {"expanded", "ab", [](KoIString& s) { s.Expand(4, '.'); }, "ab.."},
+        {"long enough", "ab", [](KoIString& s) { s.Expand(1, '.'); }, "ab"},
+        {"trimmed", " \ta b\xA0 ", [](KoIString& s) { s.Trim(); }, "a b"},
+        {"trimmed on the left", "  a ", [](KoIString& s) { s.LeftTrim(); }, "a "},
+        {"nothing but blanks", "   ", [](KoIString& s) { s.RightTrim(); }, ""},
+        {"blanks to zeros", " 1 ", [](KoIString& s) { s.SpaceToZero(); }, "010"},
+        {"zeros to blanks", "010", [](KoIString& s) { s.ZeroToSpace(); }, " 1 "},
+        {"upper case", "az\xE0\xFE\xF7\x9C\x9F[", [](KoIString& s) { s.ToUpper(); },
+         "AZ\xC0\xDE\xF7\x8C\xFF["},
+        {"lower case", "AZ\xC0\xDE\xD7\x8C\xFF@", [](KoIString& s) { s.ToLower(); },
+         "az\xE0\xFE\xD7\x9C\x9F@"},
+        {"a character overwritten", "abc", [](KoIString& s) { s[1] = 'X'; }, "aXc"},
+        {"one that is not there", "abc", [](KoIString& s) { s[4] = s[-1] = 'X'; }, "abc"},
+    };
+    for (const auto& row : rows) {
+        KoIString text(row.before);
+        row.edit(text);
+        EXPECT_STREQ(text.StrGet(), row.expected) << row.reason;
+        EXPECT_EQ(text.IsEmpty(), *row.expected == 0) << row.reason;
+        EXPECT_EQ(text.Len(), std::char_traits<char>::length(row.expected)) << row.reason;
+    }
+    KoIString full = KoIString().Fill(65000, 'x');
+    EXPECT_EQ((full += full).Len(), 65531);
+    EXPECT_EQ(full[70000], 0);
+    EXPECT_EQ(KoIString("aXbX").SubStringPos("X"), 1);
+    EXPECT_EQ(KoIString("aXbX").Find("X", 2), 3);
+    EXPECT_EQ(KoIString("a").SubStringPos(""), -1);
+    EXPECT_EQ(static_cast<int>(KoIString(" 12x")), 12);
+    EXPECT_EQ(static_cast<short>(KoIString("65537")), 1);
+    EXPECT_EQ(static_cast<o_8b>(KoIString("-9223372036854775808")), INT64_MIN);
+    EXPECT_EQ(static_cast<double>(KoIString("2.5")), 2.5);
+    EXPECT_EQ(static_cast<int>(KoIString("0x10")), 0) << "decimal only";
+    KoIString flagged("x");
+    flagged.SetFlag(0x20);
+    KoIString copy;
+    copy = flagged;
+    EXPECT_EQ(copy.Flag(), 0x20);
+    EXPECT_EQ(KoIString("y").Flag(), 0);
+}
+
+TEST(KoIString, LackOfMemoryLeavesTheText)
+{
+    const KoCaseIString more("more");
+    const std::function<void(KoCaseIString&)> edits[] = {
+        [&](KoCaseIString& s) { s = more; }, [&](KoCaseIString& s) { s += more; },
+        [&](KoCaseIString& s) { s.Insert(more, 1); }, [](KoCaseIString& s) { s.Cut(1, 1); },
+        [](KoCaseIString& s) { s.Fill(9, 'x'); }};
+    for (const auto& edit : edits) {
+        KoCaseIString text("was");
+        const FailingHeap heap(0);
+        edit(text);
+        EXPECT_EQ(heap.HandlerCalls(), 1);
+        EXPECT_STREQ(text.StrGet(), "was");
+    }
+}
+
+/// Pairs under both classes, and under KoCaseIString with accents.
+TEST(KoIString, Orders)
+{
+    struct {
+        const char* reason;
+        const char* a;
+        const char* b;
+        int withCase, withoutCase, withAccents;
+    } const rows[] = {
+        {"nothing is first", "", "\x01", -1, -1, -1},
+        {"a small letter just before its capital", "a", "A", -1, 0, 0},
+        {"and the capital before the next letter", "A", "b", -1, -1, -1},
+        {"the letter before the case behind it", "aB", "Ab", -1, 0, 0},
+        {"an accent", "e", "\xE9", 0, 0, -1},
+        {"acute before grave", "\xE9", "\xE8", 0, 0, -1},
+        {"an accented capital", "\xE9", "\xC9", -1, 0, 0},
+        {"Y with diaeresis at either place", "\x9F", "Y", 0, 0, 1},
+        {"and the small one", "\xFF", "y", 0, 0, 1},
+        {"sharp s and small letters", "\xDF", "ss", 0, 0, -1},
+        {"sharp s and capitals", "\xDF", "SS", -1, 0, -1},
+        {"sharp s in the middle of a pair", "s\xDF", "sss", 0, 0, -1},
+        {"and displaced by one", "s\xDFs", "\xDFss", 0, 0, 1},
+        {"ligature OE", "\x8C", "OE", 0, 0, -1},
+        {"ligature oe", "\x9C", "oe", 0, 0, -1},
+        {"half of a ligature", "\x9C", "o", 1, 1, -1},
+        {"letters with weights of their own", "\xC6", "AE", 1, 1, 1},
+        {"thorn is last", "z", "\xDE", -1, -1, -1},
+        {"symbols before letters", "~", "a", -1, -1, -1},
+        {"digits before symbols of 64 and on", "9", "@", -1, -1, -1},
+        {"the euro sign behind all", "\xDE", "\x80", -1, -1, -1},
+        {"a prefix", "ab", "abc", -1, -1, -1},
+    };
+    const auto flagged = [](const char* text) {
+        KoCaseIString made(text);
+        made.SetFlag(KoCaseIString::kAccents);
+        return made;
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.reason);
+        EXPECT_EQ(Sign(KoIString(row.a) != KoIString(row.b)), row.withCase);
+        EXPECT_EQ(Sign(KoIString(row.b) != KoIString(row.a)), -row.withCase);
+        EXPECT_EQ(Sign(KoCaseIString(row.a) != KoCaseIString(row.b)), row.withoutCase);
+        EXPECT_EQ(Sign(KoCaseIString(row.b) != KoCaseIString(row.a)), -row.withoutCase);
+        EXPECT_EQ(Sign(flagged(row.a) != flagged(row.b)), row.withAccents);
+        EXPECT_EQ(Sign(flagged(row.b) != KoCaseIString(row.a)), -row.withAccents);
+    }
+    EXPECT_EQ(KoIString("abX").Compare("abY", 2), 0);
+    EXPECT_EQ(KoIString("a") != KoIString("A"), 78 - 84);
+    EXPECT_TRUE(KoCaseIString("hawk") == "HAWK");
+    EXPECT_TRUE(KoIString("a") < KoIString("A"));
+}
+
+template <class T>
+struct Kind;
+template <>
+struct Kind<KoIString> {
+    static constexpr KoTypeId kId = KoISTRING_T;
+};
+template <>
+struct Kind<KoCaseIString> {
+    static constexpr KoTypeId kId = KoCASEISTRING_T;
+};
+
+template <class T>
+Bytes Stored(const T& text, unsigned char format)
+{
+    const KoTypeMgr manager;
+    const o_char id = Kind<T>::kId;
+    Bytes bytes(manager.DiskLenGet(id, &text, format, 1, KoFMT_MEMORY));
+    EXPECT_EQ(manager.Store(id, bytes.data(), &text, format, 1), bytes.size());
+    return bytes;
+}
+
+/// Memory, records of both orders and keys have one order and one hash, whichever of them meet.
+template <class T>
+void AllFormsAgree()
+{
+    const KoTypeMgr manager;
+    const o_char id = Kind<T>::kId;
+    const char* const pool[] = {"",   "a",    "A",     "\xE1", "ss",           "\xDF",     "SS",
+                                "oe", "\x9C", "z\xDF", "zs",   "\xDF\xDF\xDF", "\x81\xFF", "hawk"};
+    for (const unsigned char flag : {T().Flag(), T::kAccents}) {
+        for (const char* left : pool) {
+            for (const char* right : pool) {
+                T a(left);
+                T b(right);
+                a.SetFlag(flag);
+                b.SetFlag(flag);
+                const int order = a != b;
+                const auto hash = [&](void* value, unsigned char format) {
+                    int status = 1;
+                    return manager.Hash(id, 0, value, 1, format, status);
+                };
+                if (order == 0) {
+                    EXPECT_EQ(hash(&a, KoFMT_MEMORY), hash(&b, KoFMT_MEMORY)) << left << right;
+                }
+                for (const int format : {1, 2, 0x81, 0x82}) {
+                    for (const int mixed : {format & 2, format | 0x80}) {
+                        Bytes x = Stored(a, static_cast<unsigned char>(format));
+                        Bytes y = Stored(b, static_cast<unsigned char>(mixed));
+                        int status = 1;
+                        EXPECT_EQ(manager.Cmp(id, 0, x.data(), 0, y.data(), 0, 1,
+                                              static_cast<unsigned char>(format & 2), status),
+                                  order)
+                            << left << " and " << right << " in " << format << " and " << mixed;
+                        EXPECT_EQ(hash(x.data(), static_cast<unsigned char>(format & 2)),
+                                  hash(&a, KoFMT_MEMORY));
+                    }
+                }
+            }
+        }
+    }
+}
+
+TEST(KoIStringRecord, AllFormsAgree)
+{
+    AllFormsAgree<KoIString>();
+    AllFormsAgree<KoCaseIString>();
+}
+
+TEST(KoIStringRecord, Layout)
+{
+    EXPECT_EQ(Stored(KoIString("ab"), 1), Bytes({4, 0, 0, 'a', 'b', 0}));
+    EXPECT_EQ(Stored(KoIString("ab"), 2), Bytes({0, 4, 0, 'a', 'b', 0}));
+    EXPECT_EQ(Stored(KoIString(), 1), Bytes({2, 0, 0, 0}));
+    EXPECT_EQ(Stored(KoIString("a\xDF"), 0x82), Bytes({0, 5, 0x80, 78, 156, 156, 0}));
+    KoCaseIString accents("\xE9\xDF");
+    accents.SetFlag(KoCaseIString::kAccents);
+    EXPECT_EQ(Stored(accents, 1), Bytes({4, 0, 0x20, 0xE9, 0xDF, 0}));
+    EXPECT_EQ(Stored(accents, 0x81), Bytes({4, 0, 0xA0, 107, 156, 0}));
+    // A key that is read stays one.
+    const KoTypeMgr manager;
+    const Bytes key = Stored(accents, 0x81);
+    KoCaseIString back;
+    EXPECT_EQ(manager.Load(KoCASEISTRING_T, &back, key.data(), 1, 1), key.size());
+    EXPECT_EQ(Stored(back, 1), key);
+    EXPECT_EQ(Stored(back, 0x81), key);
+    EXPECT_EQ(Stored(KoIString().Fill(65531, '\xDF'), 0x81).size(), 65535U + 2);
+    // Damaged: nothing outside the record is looked at.
+    for (const Bytes& bytes : {Bytes{0, 0}, Bytes{1, 0, 9}, Bytes{2, 0, 0, 'x'}}) {
+        const std::unique_ptr<unsigned char[]> exact(new unsigned char[bytes.size()]);
+        std::copy(bytes.begin(), bytes.end(), exact.get());
+        EXPECT_EQ(manager.Load(KoCASEISTRING_T, &back, exact.get(), 1, 1), bytes.size());
+        EXPECT_STREQ(back.StrGet(), bytes.size() == 4 ? "x" : "");
+    }
+}
+
+TEST(KoIStringRecord, CutKeys)
+{
+    struct {
+        const char* reason;
+        std::string left;
+        unsigned bound;
+        const char* right;
+        int order;
+        int status;
+    } const rows[] = {
+        {"the difference is there", "abcd", 5, "b", -1, KoRC_OK},
+        {"cut where they agree", "abcd", 5, "abcd", 0, KoRC_TRUNCATED},
+        {"the other one goes on", "abcd", 5, "abz", 0, KoRC_TRUNCATED},
+        {"the other one has ended", "abcd", 5, "a", 1, KoRC_OK},
+        {"cut in the middle of an expansion", "s\xDFx", 5, "ssst", 0, KoRC_TRUNCATED},
+        {"only the terminator is cut off", "ab", 5, "ab", 0, KoRC_TRUNCATED},
+        {"no text", "abcd", 3, "z", 0, KoRC_TRUNCATED},
+        {"no flag", "abcd", 2, "z", 0, KoRC_TRUNCATED},
+        {"no whole length", "abcd", 1, "z", 0, KoRC_TRUNCATED},
+        {"too long for a cut key", std::string(300, 'x'), 257, "z", -1, KoRC_NOT_SUPPORTED},
+        {"just not", std::string(300, 'x'), 256, "z", -1, KoRC_OK},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.reason);
+        Bytes left = Stored(KoIString(row.left.c_str()), 2);
+        left.resize(row.bound);
+        left.shrink_to_fit();
+        Bytes right = Stored(KoIString(row.right), 2);
+        const auto size = static_cast<unsigned>(right.size());
+        int status = 1;
+        EXPECT_EQ(
+            Sign(KoIStringCompare(2, row.bound, left.data(), size, right.data(), 0, 1, status)),
+            row.order);
+        EXPECT_EQ(status, row.status);
+    }
+}
+
+TEST(KoIStringText, GoesThroughWindows1252)
+{
+    const KoTypeMgr manager;
+    const unsigned short wide[] = {0x152, 'u', 'v', 0xE9, 0};
+    KoIString value("was");
+    unsigned errorAt = 0;
+    EXPECT_EQ(manager.ParseFromKoString(KoISTRING_T, &value, KoString(wide), nullptr, errorAt), 0);
+    EXPECT_STREQ(value.StrGet(), "\x8Cuv\xE9");
+    KoString text(KoCS_UNICODE, 0);
+    manager.PrintToKoString(KoISTRING_T, text, &value, "<%s>", 1);
+    const unsigned short shown[] = {'<', 0x152, 'u', 'v', 0xE9, '>', 0};
+    EXPECT_EQ(text, KoString(shown));
+
+    const unsigned short greek[] = {'<', 'a', 0x3B1, '>', 0};
+    EXPECT_EQ(manager.ParseFromKoString(KoISTRING_T, &value, KoString(greek), "<%s>", errorAt), -1);
+    EXPECT_EQ(errorAt, 2U);
+    EXPECT_STREQ(value.StrGet(), "\x8Cuv\xE9");
+    value.SetFlag(KoIString::kAccents);
+    KoString lenient(greek);
+    manager.ScanFromKoString(KoISTRING_T, &value, lenient, "<%s>", 1);
+    EXPECT_STREQ(value.StrGet(), "a?");
+    EXPECT_EQ(value.Flag(), KoIString::kAccents);
+    KoString null("{NULL}");
+    manager.ScanFromKoString(KoISTRING_T, &value, null, nullptr, 1);
+    EXPECT_STREQ(value.StrGet(), "{NULL}") << "a type without null takes it as a text";
+}
+
+} // namespace
