@@ -63,7 +63,9 @@ Bytes Stored(const KoTypeMgr& manager, o_char id, const void* values, unsigned c
 
 const unsigned char persistentFormats[] = {KoFMT_LITTLE, KoFMT_BIG, 0};
 
-/// Every slot of every type works, or does on purpose what the reserved type's does.
+/// Every type has fixtures, and every slot of it does something of its own but for the null value
+/// of types without one. Estimates and steps of a sequence, which many types answer as the reserved
+/// one does, have tests of their own.
 TEST(TypeSanity, EveryTypeIsWritten)
 {
     std::set<int> covered;
@@ -75,23 +77,17 @@ TEST(TypeSanity, EveryTypeIsWritten)
         EXPECT_EQ(covered.count(id), 1U) << "has fixtures";
         std::string absent;
 #define NAME_ABSENT(fieldType, field)                                                              \
-    if (type.field == Reserved().field)                                                            \
+    if (type.field == Reserved().field &&                                                          \
+        !std::set<std::string>{"evalAndBound", "getValue"}.count(#field))                          \
         absent += #field " ";
         KO_SLOT_LIST(NAME_ABSENT)
 #undef NAME_ABSENT
-        // No null value, no sequence; setNull is absent where there is no null value, and nothing
-        // is kept in what is reserved.
         std::string expected;
         if (type.setNull == nullptr)
             expected += "isNull setNull ";
         if (type.isFixed != 0)
             expected += "isFixed ";
         expected += "reserved1 reserved2 ";
-        static const std::set<int> steps = {Ko1B_T,    Ko2B_T,    Ko4B_T,       KoU2B_T,
-                                            KoU4B_T,   KoINT_T,   KoUNSIGNED_T, KoU1B_T,
-                                            KoOBJID_T, KoINT64_T, Ko8B_T,       KoU8B_T};
-        if (steps.count(id) == 0)
-            expected += "getValue ";
         EXPECT_EQ(absent, expected + "reserved3 ");
     }
 }
