@@ -134,6 +134,7 @@ void AddCaseless(std::vector<Fixture>& all, KoTypeId id)
 {
     all.push_back(Value(id, "empty", T()));
     all.push_back(Value(id, "one byte", T("A")));
+    all.push_back(Value(id, "accents and both cases", T("\xC9t\xE9")));
     all.push_back(Value(id, "expands", T("\xDF\x8C\x9C")));
     all.push_back(Value(id, "no characters of the code set", T("\x81\x8D\x9D\xFF")));
     all.push_back(Value(id, "like a null", T("{NULL}")));
