@@ -79,7 +79,7 @@ static_assert(sizeof(KoDateTime) == 8 && alignof(KoDateTime) == 2);
 ///
 /// Elements are compared by KoDateTimeNCompare. Their persistent form is that of KoDateTime and
 /// then the nanoseconds in the byte order of the format: 11 bytes; in memory an element takes 12.
-class KoDateTimeN : public KoTemporal<KoDateTimeN>
+class KoDateTimeN : public KoTemporal<KoDateTimeN>, public KoTotals<KoDateTimeN>
 {
 public:
     KoDateTimeN() : KoDateTimeN(NullValue()) {} ///< null
@@ -111,24 +111,16 @@ public:
     KOTMS_API double GetTotalSeconds_f() const; ///< with the nanoseconds as fraction
     KOTMS_API o_8b GetTotalNanoSeconds() const;
     KOTMS_API void SetZero(); ///< the epoch
-    void SetTotalDays(int n) { SetTotal(&KoDateTimeN::AddDays, n); }
-    void SetTotalSeconds(o_8b n) { SetTotal<o_8b>(&KoDateTimeN::AddSeconds, n); }
-    void SetTotalSeconds(int n) { SetTotalSeconds(o_8b{n}); }
-    void SetTotalSeconds(long n) { SetTotalSeconds(static_cast<o_8b>(n)); }
-    void SetTotalSeconds(double n) { SetTotal<double>(&KoDateTimeN::AddSeconds, n); }
-    void SetTotalNanoSeconds(o_8b n) { SetTotal<o_8b>(&KoDateTimeN::AddNanoSeconds, n); }
 
+    using KoTotals<KoDateTimeN>::AddSeconds;
+    using KoTotals<KoDateTimeN>::AddNanoSeconds;
     KOTMS_API void AddDays(int n);
     KOTMS_API void AddHours(int n);
     KOTMS_API void AddMinutes(int n);
-    void AddSeconds(int n) { AddSeconds(o_8b{n}); }
-    void AddSeconds(long n) { AddSeconds(static_cast<o_8b>(n)); }
     KOTMS_API void AddSeconds(o_8b n);
     /// Adds n * 1e9 nanoseconds, the fraction cut off. Beyond 64 bits their count stops at the
     /// limit; a NaN adds nothing.
     KOTMS_API void AddSeconds(double n);
-    void AddNanoSeconds(int n) { AddNanoSeconds(o_8b{n}); }
-    void AddNanoSeconds(long n) { AddNanoSeconds(static_cast<o_8b>(n)); }
     KOTMS_API void AddNanoSeconds(o_8b n);
 
     /// Becomes the current time, local or in UTC; unchanged when the clock has none.
@@ -161,13 +153,6 @@ public:
 
 private:
     friend struct KoCarry;
-
-    template <class N>
-    void SetTotal(void (KoDateTimeN::*add)(N), N n)
-    {
-        SetZero();
-        (this->*add)(n);
-    }
 
     KoDateTime m_dateTime;
     o_4b m_nanoseconds = 0;

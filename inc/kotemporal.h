@@ -50,4 +50,32 @@ private:
     }
 };
 
+/// Totals of a class `T` and counts of other widths, over its SetZero, AddDays(int),
+/// AddSeconds(o_8b), AddSeconds(double) and AddNanoSeconds(o_8b).
+template <class T>
+class KoTotals
+{
+public:
+    /// Zero and so much.
+    void SetTotalDays(int n) { FromZero().AddDays(n); }
+    void SetTotalSeconds(o_8b n) { FromZero().AddSeconds(n); }
+    void SetTotalSeconds(int n) { SetTotalSeconds(o_8b{n}); }
+    void SetTotalSeconds(long n) { SetTotalSeconds(static_cast<o_8b>(n)); }
+    void SetTotalSeconds(double n) { FromZero().AddSeconds(n); }
+    void SetTotalNanoSeconds(o_8b n) { FromZero().AddNanoSeconds(n); }
+
+    void AddSeconds(int n) { Self().AddSeconds(o_8b{n}); }
+    void AddSeconds(long n) { Self().AddSeconds(static_cast<o_8b>(n)); }
+    void AddNanoSeconds(int n) { Self().AddNanoSeconds(o_8b{n}); }
+    void AddNanoSeconds(long n) { Self().AddNanoSeconds(static_cast<o_8b>(n)); }
+
+private:
+    T& Self() { return static_cast<T&>(*this); }
+    T& FromZero()
+    {
+        Self().SetZero();
+        return Self();
+    }
+};
+
 #endif

@@ -10,7 +10,7 @@
 /// years stop at -32768 and 32767.
 ///
 /// Elements are compared by KoTimeSpanCompare; their forms are those of KoDateTimeN.
-class KoTimeSpan : public KoTemporal<KoTimeSpan>
+class KoTimeSpan : public KoTemporal<KoTimeSpan>, public KoTotals<KoTimeSpan>
 {
 public:
     KoTimeSpan() = default; ///< null
@@ -57,22 +57,14 @@ public:
     KOTMS_API double GetTotalSeconds_f() const;
     KOTMS_API o_8b GetTotalNanoSeconds() const;
     void SetZero() { *this = ZeroValue(); }
-    void SetTotalDays(int n) { SetTotal(&KoTimeSpan::AddDays, n); }
-    void SetTotalSeconds(o_8b n) { SetTotal<o_8b>(&KoTimeSpan::AddSeconds, n); }
-    void SetTotalSeconds(int n) { SetTotalSeconds(o_8b{n}); }
-    void SetTotalSeconds(long n) { SetTotalSeconds(static_cast<o_8b>(n)); }
-    void SetTotalSeconds(double n) { SetTotal<double>(&KoTimeSpan::AddSeconds, n); }
-    void SetTotalNanoSeconds(o_8b n) { SetTotal<o_8b>(&KoTimeSpan::AddNanoSeconds, n); }
 
+    using KoTotals<KoTimeSpan>::AddSeconds;
+    using KoTotals<KoTimeSpan>::AddNanoSeconds;
     KOTMS_API void AddDays(int n);
     KOTMS_API void AddHours(int n);
     KOTMS_API void AddMinutes(int n);
-    void AddSeconds(int n) { AddSeconds(o_8b{n}); }
-    void AddSeconds(long n) { AddSeconds(static_cast<o_8b>(n)); }
     KOTMS_API void AddSeconds(o_8b n);
     KOTMS_API void AddSeconds(double n); ///< as KoDateTimeN::AddSeconds
-    void AddNanoSeconds(int n) { AddNanoSeconds(o_8b{n}); }
-    void AddNanoSeconds(long n) { AddNanoSeconds(static_cast<o_8b>(n)); }
     KOTMS_API void AddNanoSeconds(o_8b n);
 
     /// As KoDateTimeN::Compare.
@@ -101,13 +93,6 @@ private:
     {
         return {years, months, days, hours, minutes, seconds, NanoSeconds()};
     }
-    template <class N>
-    void SetTotal(void (KoTimeSpan::*add)(N), N n)
-    {
-        SetZero();
-        (this->*add)(n);
-    }
-
     KoDateTimeN m_value;
 };
 

@@ -13,16 +13,21 @@ using OdmgDateElements = PackedElements<TemporalLayout<true, 2>>;
 struct OdmgTimeElements {
     using Fields = TemporalLayout<false, 6>;
 
-    /// The fields as one number that orders as they do: the clock first, then the zone.
+    /// The fields as one number that orders as they do: the clock first, then the zone. Hashes are
+    /// made of it with its turned signs, and are stored.
     static o_u8b Key(const unsigned char* at) noexcept
     {
         const o_u8b clock = ReadOrdered<o_u4b>(at + 2, true);
-        return (clock << 16 | ReadOrdered<o_u2b>(at, true)) ^ 0x808080808080ULL;
+        return (clock << 16 | ReadOrdered<o_u2b>(at, true)) ^ 0x808080808080;
+    }
+    static int Order(const unsigned char* a, const unsigned char* b) noexcept
+    {
+        return KoOrder(Key(a), Key(b));
     }
     template <bool>
     static int OrderStored(const unsigned char* a, const unsigned char* b, bool) noexcept
     {
-        return KoOrder(Key(a), Key(b));
+        return Order(a, b);
     }
     static o_u4b HashBits(const unsigned char* at, bool, bool) noexcept
     {
@@ -38,8 +43,7 @@ struct OdmgTimestampElements {
     static int OrderStored(const unsigned char* a, const unsigned char* b, bool big) noexcept
     {
         const int order = OdmgDateElements::OrderStored<true>(a, b, big);
-        return order != 0 ? order
-                          : KoOrder(OdmgTimeElements::Key(a + 4), OdmgTimeElements::Key(b + 4));
+        return order != 0 ? order : OdmgTimeElements::Order(a + 4, b + 4);
     }
     static o_u4b HashBits(const unsigned char* at, bool big, bool) noexcept
     {

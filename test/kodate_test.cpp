@@ -16,22 +16,6 @@ constexpr int kLastDay = 13689325; // 32767-12-31
 constexpr int kIntMax = std::numeric_limits<int>::max();
 constexpr int kIntMin = std::numeric_limits<int>::min();
 
-/// Both conversions against the standard library's calendar.
-void CheckDays(int first, int last, int step)
-{
-    using namespace std::chrono;
-    for (int day = first; day <= last; day += step) {
-        const year_month_day peer = sys_days(days(day - kDayOf1970));
-        const KoDate date(day);
-        const bool agrees = date.Year() == int{peer.year()} &&
-                            date.Month() == static_cast<int>(unsigned{peer.month()}) &&
-                            date.Day() == static_cast<int>(unsigned{peer.day()}) &&
-                            date.dayabs() == day;
-        ASSERT_TRUE(agrees) << day << ": " << date.Year() << '-' << date.Month() << '-'
-                            << date.Day();
-    }
-}
-
 /// A date between the smallest and the largest fields, in the calendar more often than not.
 KoDate AnyDate(std::mt19937& random)
 {
@@ -42,16 +26,19 @@ KoDate AnyDate(std::mt19937& random)
 
 } // namespace
 
-TEST(KoDate, DaysAreThoseOfTheCalendar)
+TEST(KoDate, EveryDayIsThatOfTheCalendar)
 {
-    CheckDays(KoDate(1599, 12, 1), KoDate(2401, 1, 31), 1);
-    CheckDays(0, kLastDay, 97);
-}
-
-// Some seconds of work: the target every_day runs it.
-TEST(KoDate, DISABLED_EveryDayIsThatOfTheCalendar)
-{
-    CheckDays(0, kLastDay, 1);
+    using namespace std::chrono;
+    for (int day = 0; day <= kLastDay; ++day) {
+        const year_month_day peer = sys_days(days(day - kDayOf1970));
+        const KoDate date(day);
+        const bool agrees = date.Year() == int{peer.year()} &&
+                            date.Month() == static_cast<int>(unsigned{peer.month()}) &&
+                            date.Day() == static_cast<int>(unsigned{peer.day()}) &&
+                            date.dayabs() == day;
+        ASSERT_TRUE(agrees) << day << ": " << date.Year() << '-' << date.Month() << '-'
+                            << date.Day();
+    }
 }
 
 TEST(KoDate, DayNumbers)
