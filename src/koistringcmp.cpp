@@ -49,16 +49,16 @@ constexpr KoIWeights MakeWeights(bool ignoresCase)
         made.first[c] = static_cast<o_u1b>(c + 96);
     for (unsigned c = 160; c < 192; ++c)
         made.first[c] = static_cast<o_u1b>(c + 16);
-    std::copy(std::begin(kCapitals), std::end(kCapitals), made.first + 'A');
-    std::copy(std::begin(kAfterCapitals), std::end(kAfterCapitals), made.first + '[');
+    std::copy(std::begin(kCapitals), std::end(kCapitals), &made.first['A']);
+    std::copy(std::begin(kAfterCapitals), std::end(kAfterCapitals), &made.first['[']);
     std::copy(std::begin(ignoresCase ? kCapitals : kSmalls),
-              std::end(ignoresCase ? kCapitals : kSmalls), made.first + 'a');
-    std::copy(std::begin(kAfterSmalls), std::end(kAfterSmalls), made.first + '{');
-    std::copy(std::begin(kUpperCapitals), std::end(kUpperCapitals), made.first + 192);
+              std::end(ignoresCase ? kCapitals : kSmalls), &made.first['a']);
+    std::copy(std::begin(kAfterSmalls), std::end(kAfterSmalls), &made.first['{']);
+    std::copy(std::begin(kUpperCapitals), std::end(kUpperCapitals), &made.first[192]);
     std::copy(std::begin(ignoresCase ? kUpperNoCase : kUpperSmalls),
-              std::end(ignoresCase ? kUpperNoCase : kUpperSmalls), made.first + kSharpS);
-    std::copy(std::begin(kAccentsOfCapitals), std::end(kAccentsOfCapitals), made.second + 192);
-    std::copy(std::begin(kAccentsOfSmalls), std::end(kAccentsOfSmalls), made.second + 224);
+              std::end(ignoresCase ? kUpperNoCase : kUpperSmalls), &made.first[kSharpS]);
+    std::copy(std::begin(kAccentsOfCapitals), std::end(kAccentsOfCapitals), &made.second[192]);
+    std::copy(std::begin(kAccentsOfSmalls), std::end(kAccentsOfSmalls), &made.second[224]);
     made.second[kSharpS] = made.first['s'];
     // The ligatures OE and Y with diaeresis, where Windows-1252 has them.
     made.first[140] = made.first['O'];

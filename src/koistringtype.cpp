@@ -22,9 +22,6 @@ KoString Widened(const KoIStringText& text)
 bool Narrowed(const KoText& text, unsigned at, char& byte)
 {
     const unsigned character = text.At(at);
-    byte = static_cast<char>(character);
-    if (text.codeSet == KoCS_NONE || text.codeSet == kBytes)
-        return true;
     o_u2b unicode = 0;
     o_u2b found = 0;
     byte = '?';
@@ -48,6 +45,11 @@ unsigned Narrow(KoIStringText& text, const KoString& string, bool onlyWhole)
     const KoText from = KoStringAccess::Get(string);
     const unsigned length = string.Len();
     unsigned lacking = length;
+    const auto accents = static_cast<o_u1b>(text.Flag() & KoIStringText::kAccents);
+    if (from.codeSet == KoCS_NONE || from.codeSet == kBytes) {
+        KoIStringAccess::Set(text, from.bytes, length, accents);
+        return length;
+    }
     KoTextRoom room(length + 1);
     if (room.Size() <= length)
         return length;
@@ -56,7 +58,7 @@ unsigned Narrow(KoIStringText& text, const KoString& string, bool onlyWhole)
             lacking = i;
     }
     if (lacking == length || !onlyWhole)
-        KoIStringAccess::Set(text, room.Data(), length, text.Flag() & KoIStringText::kAccents);
+        KoIStringAccess::Set(text, room.Data(), length, accents);
     return lacking;
 }
 
