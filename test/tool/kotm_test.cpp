@@ -449,6 +449,7 @@ TEST_F(KotmStore, PrintsInEveryForm)
         {"text without quotes", "query " + m_store + " 'title = 12'", 2, "in double quotes"},
         {"suffix for a number", "query " + m_store + " 'id = \"1\"i'", 2, "go with texts"},
         {"order of a pattern", "query " + m_store + " 'title < \"*x\"'", 2, "go with = and !="},
+        {"nothing to explain", "explain " + m_store + " 'nothing = 1'", 2, "has no attribute"},
         {"null literal", "query " + m_store + " 'title = \"\"'", 2, "is null"},
     };
     for (const Step& step : kSteps)

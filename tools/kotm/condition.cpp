@@ -19,7 +19,7 @@ void ReadLiteral(Condition& condition, const Predicate& predicate, std::string_v
         FailAt(text, start, "a value of " + attribute.name + " stands in double quotes");
     condition.cmpOp = kPlainOperator;
     if (literal.pattern || literal.ignoreCase || literal.ignoreAccents) {
-        if (!attribute.type.IsText())
+        if (!attribute.type.HasPatterns())
             FailAt(text, start,
                    "wildcards and suffixes go with texts, " + attribute.name + " is of type " +
                        attribute.type.Name());

@@ -1,4 +1,5 @@
 #include "checker.h"
+#include "explain.h"
 #include "failure.h"
 #include "importer.h"
 #include "query.h"
@@ -62,6 +63,7 @@ public:
         AddInspect();
         AddImport();
         AddQuery();
+        AddExplain();
         AddCheck();
     }
 
@@ -162,6 +164,21 @@ private:
         });
     }
 
+    void AddExplain()
+    {
+        CLI::App* command =
+            m_app.add_subcommand("explain", "Show how a query would find its objects");
+        command->add_option("STORE", m_explain.store, "Store")->required();
+        command->add_option("PREDICATE", m_explain.predicate, "As for query")->required();
+        const std::map<std::string, bool> kinds{{"table", false}, {"json", true}};
+        command->add_option("--output", m_explain.json, "table or json")
+            ->transform(CLI::CheckedTransformer(kinds));
+        On(command, [this] {
+            Explain(m_explain, std::cout);
+            return Exit::Done;
+        });
+    }
+
     void AddCheck()
     {
         CLI::App* command = m_app.add_subcommand("check", "Look for damage in a store");
@@ -180,6 +197,7 @@ private:
     std::string m_schema;
     ImportRequest m_import;
     QueryRequest m_query;
+    ExplainRequest m_explain;
     std::vector<std::string> m_prints;
     std::string m_checked;
 };

@@ -2,8 +2,7 @@
 
 #include "condition.h"
 #include "failure.h"
-#include "scan.h"
-#include "store.h"
+#include "planner.h"
 
 #include <algorithm>
 #include <ostream>
@@ -161,7 +160,8 @@ public:
         if (!request.predicate.empty()) {
             m_condition =
                 Condition::Make(ParsePredicate(request.predicate), request.predicate, m_schema);
-            m_range = ChooseRange(*m_condition, m_schema);
+            m_plan = MakePlan(store, *m_condition, request.count);
+            m_range = m_plan.range;
             m_needed = m_condition->AttributesNeeded();
         }
         if (request.order.empty())
@@ -172,8 +172,11 @@ public:
             m_mustSort = m_range && m_range->attribute != kObjectIdIndex;
             return;
         }
-        if (!m_range && m_schema.attributes[*m_order].index)
-            m_range = IndexRange::All(*m_order);
+        if (!m_range && m_schema.attributes[*m_order].index) {
+            const auto narrowed = m_plan.ranges.find(*m_order);
+            m_range =
+                narrowed != m_plan.ranges.end() ? narrowed->second : IndexRange::All(*m_order);
+        }
         m_mustSort = !m_range || m_range->attribute != *m_order;
         if (m_mustSort)
             m_needed = std::max(m_needed, *m_order + 1);
@@ -258,6 +261,7 @@ private:
     const Schema& m_schema;
     RecordReader m_record;
     std::optional<Condition> m_condition;
+    Plan m_plan;
     std::optional<IndexRange> m_range;
     std::optional<std::size_t> m_order;
     bool m_mustSort = false;

@@ -26,91 +26,6 @@ std::string ObjectEdge(const IndexRange::Edge& edge)
     return key;
 }
 
-/// Tightens a range by one comparison on its attribute.
-void Narrow(IndexRange& range, const Condition& condition, bool& hasLow)
-{
-    const auto order = [&](const std::string& a, const std::string& b) {
-        int status = 0;
-        return ComparePersistent(condition.type, a, b, kPlainOperator, status);
-    };
-    const auto raise = [&](bool behind) {
-        const int sign = hasLow ? order(condition.form, range.low.form) : 1;
-        if (sign > 0 || (sign == 0 && behind))
-            range.low = {condition.form, behind};
-        hasLow = true;
-    };
-    const auto lower = [&](bool behind) {
-        const int sign = range.high ? order(condition.form, range.high->form) : -1;
-        if (sign < 0 || (sign == 0 && !behind))
-            range.high = {condition.form, behind};
-    };
-    switch (condition.op) {
-    case Operator::Equal:
-        raise(false);
-        lower(true);
-        break;
-    case Operator::Less:
-        lower(false);
-        break;
-    case Operator::LessEqual:
-        lower(true);
-        break;
-    case Operator::Greater:
-        raise(true);
-        break;
-    case Operator::GreaterEqual:
-        raise(false);
-        break;
-    case Operator::NotEqual:
-        break;
-    }
-}
-
-bool Narrows(const Condition& condition)
-{
-    return condition.kind == Predicate::Kind::Compare && condition.op != Operator::NotEqual &&
-           condition.cmpOp == kPlainOperator;
-}
-
-/// The range that all terms on one attribute leave, and whether they are all the terms there are.
-std::optional<IndexRange> RangeOn(std::size_t attribute, const std::vector<const Condition*>& terms)
-{
-    IndexRange range{attribute, {"", true}, std::nullopt, 0, true};
-    std::size_t used = 0;
-    bool hasLow = false;
-    bool equal = false;
-    bool null = false;
-    for (const Condition* term : terms) {
-        if (term->attribute != attribute || !term->parts.empty()) {
-            continue;
-        } else if (term->kind == Predicate::Kind::IsNull) {
-            null = true;
-        } else if (Narrows(*term)) {
-            Narrow(range, *term, hasLow);
-            equal = equal || term->op == Operator::Equal;
-        } else if (term->kind != Predicate::Kind::IsNotNull) {
-            continue;
-        }
-        ++used;
-    }
-    if (used == 0)
-        return std::nullopt;
-    if (null) {
-        if (attribute == kObjectIdIndex)
-            return std::nullopt; // of an id that is null there is no object to find
-        // With another term on the attribute nothing is left; that one tests the null values.
-        return IndexRange{
-            attribute, {"", false}, IndexRange::Edge{"", true}, 3, used == 1 && terms.size() == 1};
-    }
-    range.rank = equal && attribute == kObjectIdIndex ? 4
-                 : equal                              ? 3
-                 : hasLow && range.high               ? 2
-                 : hasLow || range.high               ? 1
-                                                      : 0;
-    range.exact = used == terms.size();
-    return range;
-}
-
 std::string_view View(const MDB_val& value)
 {
     return {static_cast<const char*>(value.mv_data), value.mv_size};
@@ -120,31 +35,7 @@ std::string_view View(const MDB_val& value)
 
 IndexRange IndexRange::All(std::size_t attribute)
 {
-    return {attribute, {"", false}, std::nullopt, 0, true};
-}
-
-std::optional<IndexRange> ChooseRange(const Condition& condition, const Schema& schema)
-{
-    std::vector<const Condition*> terms{&condition};
-    for (std::size_t i = 0; i < terms.size();) {
-        if (terms[i]->kind != Predicate::Kind::And) {
-            ++i;
-            continue;
-        }
-        const Condition* list = terms[i];
-        terms.erase(terms.begin() + static_cast<std::ptrdiff_t>(i));
-        for (const Condition& part : list->parts)
-            terms.push_back(&part);
-    }
-    std::optional<IndexRange> best = RangeOn(kObjectIdIndex, terms);
-    for (std::size_t i = 0; i < schema.attributes.size(); ++i) {
-        if (!schema.attributes[i].index)
-            continue;
-        std::optional<IndexRange> range = RangeOn(i, terms);
-        if (range && (!best || range->rank > best->rank))
-            best = std::move(range);
-    }
-    return best;
+    return {attribute, {"", false}, std::nullopt, true};
 }
 
 Scan::Scan(Store& store, const std::optional<IndexRange>& range, bool backwards)

@@ -1,7 +1,6 @@
 #ifndef KOTM_SCAN_H
 #define KOTM_SCAN_H
 
-#include "condition.h"
 #include "store.h"
 
 #include <optional>
@@ -23,16 +22,11 @@ struct IndexRange {
     std::size_t attribute = 0;
     Edge low;
     std::optional<Edge> high; ///< absent: the end of the index
-    int rank = 0;             ///< larger: fewer entries are to be expected
     bool exact = false;       ///< the entries in it are the answer, nothing is left to test
 
     /// The whole index, null values included.
     static IndexRange All(std::size_t attribute);
 };
-
-/// The best range for a condition by the comparisons that hold for every object of the answer;
-/// none where no index helps.
-std::optional<IndexRange> ChooseRange(const Condition& condition, const Schema& schema);
 
 /// Walks the objects of a store: all of them by number, or those of an index range in its order.
 class Scan

@@ -45,6 +45,26 @@ struct Schema {
 
     /// The attribute of that name, or null.
     const Attribute* Find(const std::string& attribute) const;
+
+    // ---- of the attribute at an index, or of the objects' own ids at kObjectIdIndex
+
+    bool IsIndexed(std::size_t attribute) const
+    {
+        return attribute == kObjectIdIndex || attributes[attribute].index;
+    }
+    o_char TypeId(std::size_t attribute) const
+    {
+        return attribute == kObjectIdIndex ? static_cast<o_char>(KoOBJID_T)
+                                           : attributes[attribute].type.Id();
+    }
+    std::string Name(std::size_t attribute) const
+    {
+        return attribute == kObjectIdIndex ? kObjectIdName : attributes[attribute].name;
+    }
+    const char* Format(std::size_t attribute) const
+    {
+        return attribute == kObjectIdIndex ? nullptr : attributes[attribute].Format();
+    }
 };
 
 } // namespace kotm

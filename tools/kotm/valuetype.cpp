@@ -17,13 +17,15 @@ KoTypeMgr& Manager()
 }
 
 ValueType::ValueType(o_char id)
-    : m_id(id), m_hasNull(Manager().SupportsNullValue(id) != 0), m_isText(false), m_fixedSize(0)
+    : m_id(id), m_hasNull(Manager().SupportsNullValue(id) != 0), m_isText(false),
+      m_hasPatterns(false), m_fixedSize(0)
 {
     const Value empty(*this);
     if (Manager().IsFixed(id) != 0)
         m_fixedSize = Manager().DiskLenGet(id, const_cast<Value&>(empty).Get(), kStoreFormat, 1,
                                            KoFMT_MEMORY);
     m_isText = TakesAnyText();
+    m_hasPatterns = m_isText && MatchesPatterns();
 }
 
 ValueType ValueType::Named(const std::string& name)
@@ -50,6 +52,16 @@ bool ValueType::TakesAnyText() const
             return false;
     }
     return true;
+}
+
+bool ValueType::MatchesPatterns() const
+{
+    Value text(*this);
+    Value pattern(*this);
+    unsigned errorAt = 0;
+    Manager().ParseFromKoString(m_id, text.Get(), KoString("ab"), nullptr, errorAt);
+    Manager().ParseFromKoString(m_id, pattern.Get(), KoString("a*"), nullptr, errorAt);
+    return Manager().Cmp(m_id, text.Get(), pattern.Get(), 0, 1, KoFMT_MEMORY) == 0;
 }
 
 std::size_t ValueType::SizeAt(std::string_view bytes, unsigned char format) const

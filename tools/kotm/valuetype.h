@@ -45,6 +45,8 @@ public:
     bool HasNull() const { return m_hasNull; }
     /// True for a type that takes any text as its value and prints it unchanged.
     bool IsText() const { return m_isText; }
+    /// True for a type of text that is matched with patterns, and compared without case or accents.
+    bool HasPatterns() const { return m_hasPatterns; }
 
     /// Bytes of the persistent form in the store's format that `bytes` begins with; 0 where the
     /// form does not end within them.
@@ -55,10 +57,12 @@ public:
 
 private:
     bool TakesAnyText() const;
+    bool MatchesPatterns() const;
 
     o_char m_id;
     bool m_hasNull;
     bool m_isText;
+    bool m_hasPatterns;
     std::size_t m_fixedSize;
 };
 

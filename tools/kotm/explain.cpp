@@ -1,0 +1,227 @@
+#include "explain.h"
+
+#include "failure.h"
+#include "output.h"
+#include "planner.h"
+
+#include <nlohmann/json.hpp>
+
+#include <array>
+#include <cstdio>
+#include <ostream>
+
+namespace kotm
+{
+
+namespace
+{
+
+using nlohmann::ordered_json;
+
+std::string Percent(double share)
+{
+    char text[32];
+    std::snprintf(text, sizeof text, "%.4g %%", share * 100.0);
+    return text;
+}
+
+const char* Symbol(Operator op)
+{
+    switch (op) {
+    case Operator::Equal:
+        return "=";
+    case Operator::NotEqual:
+        return "!=";
+    case Operator::Less:
+        return "<";
+    case Operator::LessEqual:
+        return "<=";
+    case Operator::Greater:
+        return ">";
+    case Operator::GreaterEqual:
+        return ">=";
+    }
+    return "";
+}
+
+class Explainer
+{
+public:
+    Explainer(Store& store, const std::string& predicate)
+        : m_store(store), m_schema(store.GetSchema()), m_predicate(predicate),
+          m_condition(Condition::Make(ParsePredicate(predicate), predicate, m_schema)),
+          m_plan(MakePlan(store, m_condition, false))
+    {
+        Count();
+    }
+
+    void WriteTable(std::ostream& out)
+    {
+        const auto writer = RowWriter::Make(
+            RowWriter::Kind::Table,
+            {"predicate", "index", "lowest", "highest", "from", "to", "estimated", "true"}, out);
+        for (std::size_t i = 0; i < m_plan.terms.size(); ++i) {
+            const PlanTerm& term = m_plan.terms[i];
+            const bool indexed = m_schema.IsIndexed(term.condition->attribute);
+            writer->Row(
+                Cells({Text(term), indexed ? "yes" : "no", Lowest(term), Highest(term), From(term),
+                       To(term), Percent(term.share), Percent(Share(m_met[i]))}));
+        }
+        writer->Row(Cells(
+            {m_predicate, "", "", "", "", "", Percent(m_plan.share), Percent(Share(m_found))}));
+        writer->Finish();
+        if (m_plan.range)
+            out << "\nplan: index on " << m_schema.Name(m_plan.range->attribute) << ", from "
+                << Low(*m_plan.range) << " to " << High(*m_plan.range) << ", about "
+                << Percent(m_plan.rangeShare) << " of its entries\n";
+        else
+            out << "\nplan: all objects\n";
+        out << "read " << m_read << ", found " << m_found << " of " << m_objects << '\n';
+    }
+
+    void WriteJson(std::ostream& out)
+    {
+        ordered_json conditions = ordered_json::array();
+        for (std::size_t i = 0; i < m_plan.terms.size(); ++i) {
+            const PlanTerm& term = m_plan.terms[i];
+            ordered_json one{{"predicate", Text(term)}};
+            if (m_schema.IsIndexed(term.condition->attribute)) {
+                one["index"] = m_schema.Name(term.condition->attribute);
+                one["bounds"] = {{"lowest", Lowest(term)}, {"highest", Highest(term)}};
+                one["narrowed"] = {{"from", From(term)}, {"to", To(term)}};
+            } else {
+                one["index"] = nullptr;
+            }
+            one["estimated"] = term.share;
+            one["true"] = Share(m_met[i]);
+            conditions.push_back(std::move(one));
+        }
+        ordered_json plan{{"index", nullptr}};
+        if (m_plan.range)
+            plan = {{"index", m_schema.Name(m_plan.range->attribute)},
+                    {"from", Low(*m_plan.range)},
+                    {"to", High(*m_plan.range)},
+                    {"estimatedEntries", m_plan.rangeShare}};
+        plan["read"] = m_read;
+        const ordered_json all{{"predicate", m_predicate},  {"conditions", std::move(conditions)},
+                               {"estimated", m_plan.share}, {"true", Share(m_found)},
+                               {"plan", std::move(plan)},   {"found", m_found},
+                               {"objects", m_objects}};
+        out << all.dump(2, ' ', false, ordered_json::error_handler_t::replace) << '\n';
+    }
+
+private:
+    /// Runs the plan, and tests every comparison on every object.
+    void Count()
+    {
+        RecordReader record(m_schema);
+        const auto read = [&](Scan& scan) {
+            if (!record.Read(scan.Record(), m_condition.AttributesNeeded()))
+                throw Failure(Exit::Damaged, m_store.Path() + ": is damaged: an unsound record");
+            record.SetId(scan.Id());
+        };
+        Scan planned(m_store, m_plan.range, false);
+        while (planned.Next()) {
+            read(planned);
+            ++m_read;
+            m_found += m_condition.Evaluate(record) == Truth::True ? 1 : 0;
+        }
+        m_met.resize(m_plan.terms.size());
+        Scan all(m_store, std::nullopt, false);
+        while (all.Next()) {
+            read(all);
+            ++m_objects;
+            for (std::size_t i = 0; i < m_met.size(); ++i) {
+                const PlanTerm& term = m_plan.terms[i];
+                const Truth wanted = term.negated ? Truth::False : Truth::True;
+                m_met[i] += term.condition->Evaluate(record) == wanted ? 1 : 0;
+            }
+        }
+    }
+
+    double Share(std::uint64_t count) const
+    {
+        return m_objects == 0 ? 0.0 : static_cast<double>(count) / static_cast<double>(m_objects);
+    }
+
+    std::string Printed(std::size_t attribute, const std::string& form) const
+    {
+        if (form.empty())
+            return "null";
+        std::string text;
+        Value value{ValueType(m_schema.TypeId(attribute))};
+        value.Load(form);
+        value.Print(text, m_schema.Format(attribute));
+        return text;
+    }
+
+    /// The comparison as it would be written.
+    std::string Text(const PlanTerm& term) const
+    {
+        const Condition& condition = *term.condition;
+        std::string text = (term.negated ? "not " : "") + m_schema.Name(condition.attribute);
+        if (condition.kind == Predicate::Kind::IsNull)
+            return text + " is null";
+        if (condition.kind == Predicate::Kind::IsNotNull)
+            return text + " is not null";
+        const std::string value = Printed(condition.attribute, condition.form);
+        text += std::string(" ") + Symbol(condition.op) + " " +
+                (ValueType(condition.type).IsText() ? "\"" + value + "\"" : value);
+        text += (condition.cmpOp & kIgnoreCase) != 0 ? "i" : "";
+        text += (condition.cmpOp & kIgnoreAccents) != 0 ? "a" : "";
+        return text;
+    }
+
+    std::string Lowest(const PlanTerm& term) const { return End(term, term.lowest); }
+    std::string Highest(const PlanTerm& term) const { return End(term, term.highest); }
+    std::string End(const PlanTerm& term, const std::string& form) const
+    {
+        const bool indexed = m_schema.IsIndexed(term.condition->attribute);
+        return indexed ? Printed(term.condition->attribute, form) : "";
+    }
+    std::string From(const PlanTerm& term) const { return term.range ? Low(*term.range) : ""; }
+    std::string To(const PlanTerm& term) const { return term.range ? High(*term.range) : ""; }
+    /// An open end is the first or last value.
+    std::string Low(const IndexRange& range) const
+    {
+        if (range.low.form.empty())
+            return range.low.behind ? "(first)" : "null";
+        return Printed(range.attribute, range.low.form);
+    }
+    std::string High(const IndexRange& range) const
+    {
+        return range.high ? Printed(range.attribute, range.high->form) : "(last)";
+    }
+
+    static std::vector<Cell> Cells(const std::array<std::string, 8>& texts)
+    {
+        std::vector<Cell> cells;
+        for (const std::string& text : texts)
+            cells.push_back({text, false, false});
+        return cells;
+    }
+
+    Store& m_store;
+    const Schema& m_schema;
+    const std::string& m_predicate;
+    const Condition m_condition;
+    Plan m_plan;
+    std::vector<std::uint64_t> m_met;
+    std::uint64_t m_objects = 0;
+    std::uint64_t m_read = 0;
+    std::uint64_t m_found = 0;
+};
+
+} // namespace
+
+void Explain(const ExplainRequest& request, std::ostream& out)
+{
+    const std::unique_ptr<Store> store = Store::Open(request.store);
+    Explainer explainer(*store, request.predicate);
+    if (request.json)
+        explainer.WriteJson(out);
+    else
+        explainer.WriteTable(out);
+}
+
+} // namespace kotm

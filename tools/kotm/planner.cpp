@@ -1,0 +1,370 @@
+#include "planner.h"
+
+#include <kotypevl.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace kotm
+{
+
+namespace
+{
+
+using Edge = IndexRange::Edge;
+
+// Costs in units of reading one object in the order of the objects: finding one through an index,
+// and passing over an index entry.
+constexpr double kLookUpCost = 4.0;
+constexpr double kEntryCost = 0.5;
+
+// What is assumed of attributes without an index, and of null values, which no index counts.
+constexpr double kEqualShare = 0.1;
+constexpr double kRangeShare = 1.0 / 3.0;
+constexpr double kNullShare = 0.1;
+
+/// The part of an index that a condition leaves, and the estimated share of its entries.
+struct Part {
+    IndexRange range;
+    double share;
+};
+
+/// What is known of a condition or a part of one.
+struct Estimate {
+    double share;
+    std::map<std::size_t, Part> parts;    ///< by attribute; those without a part are not limited
+    std::optional<std::size_t> attribute; ///< the only one that it asks about
+};
+
+Operator Negated(Operator op)
+{
+    switch (op) {
+    case Operator::Equal:
+        return Operator::NotEqual;
+    case Operator::NotEqual:
+        return Operator::Equal;
+    case Operator::Less:
+        return Operator::GreaterEqual;
+    case Operator::LessEqual:
+        return Operator::Greater;
+    case Operator::Greater:
+        return Operator::LessEqual;
+    case Operator::GreaterEqual:
+        return Operator::Less;
+    }
+    return op;
+}
+
+unsigned QueryBits(Operator op)
+{
+    switch (op) {
+    case Operator::Equal:
+        return KoQOP_EQUAL;
+    case Operator::NotEqual:
+        return KoQOP_LESS | KoQOP_GREATER;
+    case Operator::Less:
+        return KoQOP_LESS;
+    case Operator::LessEqual:
+        return KoQOP_LESS | KoQOP_EQUAL;
+    case Operator::Greater:
+        return KoQOP_GREATER;
+    case Operator::GreaterEqual:
+        return KoQOP_GREATER | KoQOP_EQUAL;
+    }
+    return 0;
+}
+
+/// The order of two edges; the null value's empty form is the lowest.
+int EdgeOrder(o_char type, const Edge& a, const Edge& b)
+{
+    int order = 0;
+    int status = 0;
+    if (a.form.empty() || b.form.empty())
+        order = static_cast<int>(b.form.empty()) - static_cast<int>(a.form.empty());
+    else
+        order = ComparePersistent(type, a.form, b.form, kPlainOperator, status);
+    return order != 0 ? order : static_cast<int>(a.behind) - static_cast<int>(b.behind);
+}
+
+bool HasLow(const IndexRange& range)
+{
+    return !range.low.form.empty();
+}
+
+/// The ends of a key range that an evaluator allocates.
+struct OwnedBounds : KoIdxBounds {
+    OwnedBounds() : KoIdxBounds{} {}
+    OwnedBounds(const OwnedBounds&) = delete;
+    OwnedBounds& operator=(const OwnedBounds&) = delete;
+    ~OwnedBounds()
+    {
+        KoFree(low);
+        KoFree(high);
+    }
+};
+
+class Planner
+{
+public:
+    Planner(Store& store, Plan& plan) : m_store(store), m_schema(store.GetSchema()), m_plan(plan) {}
+
+    Estimate Look(const Condition& condition, bool negated)
+    {
+        using Kind = Predicate::Kind;
+        switch (condition.kind) {
+        case Kind::Not:
+            return Look(condition.parts[0], !negated);
+        case Kind::And:
+        case Kind::Or: {
+            std::vector<Estimate> estimates;
+            for (const Condition& part : condition.parts)
+                estimates.push_back(Look(part, negated));
+            return (condition.kind == Kind::And) != negated ? All(estimates) : Any(estimates);
+        }
+        default:
+            return Leaf(condition, negated);
+        }
+    }
+
+private:
+    Estimate Leaf(const Condition& condition, bool negated)
+    {
+        PlanTerm term{&condition, negated, {}, {}, std::nullopt, 1.0};
+        const bool indexed = m_schema.IsIndexed(condition.attribute);
+        const bool hasNull = indexed && LookAtEnds(condition.attribute, term);
+        if (condition.kind == Predicate::Kind::Compare) {
+            Compare(term, indexed);
+        } else {
+            const bool wantsNull = (condition.kind == Predicate::Kind::IsNull) != negated;
+            const double nullShare = indexed && !hasNull ? 0.0 : kNullShare;
+            term.share = wantsNull ? nullShare : 1.0 - nullShare;
+            if (condition.attribute == kObjectIdIndex)
+                term.range.reset(); // no object has a null id: nothing to find by it
+            else if (indexed && wantsNull)
+                term.range = {condition.attribute, {"", false}, Edge{"", true}, true};
+            else if (indexed)
+                term.range = {condition.attribute, {"", true}, std::nullopt, true};
+        }
+        Estimate estimate{term.share, {}, condition.attribute};
+        if (term.range)
+            estimate.parts.emplace(condition.attribute, Part{*term.range, term.share});
+        m_plan.terms.push_back(std::move(term));
+        return estimate;
+    }
+
+    /// The lowest and the highest value of an index; true where it holds null values as well.
+    bool LookAtEnds(std::size_t attribute, PlanTerm& term)
+    {
+        const auto first = [&](const std::optional<IndexRange>& range, bool backwards,
+                               std::string& form) {
+            Scan scan(m_store, range, backwards);
+            if (!scan.Next())
+                return false;
+            RecordReader reader(m_schema);
+            if (attribute == kObjectIdIndex)
+                form.assign(scan.Id(), kObjectIdBytes);
+            else if (reader.Read(scan.Record(), attribute + 1))
+                form = reader.Form(attribute);
+            return true;
+        };
+        const IndexRange values{attribute, {"", true}, std::nullopt, false};
+        first(values, false, term.lowest);
+        first(values, true, term.highest);
+        std::string null;
+        return attribute != kObjectIdIndex &&
+               first(IndexRange{attribute, {"", false}, Edge{"", true}, false}, false, null);
+    }
+
+    /// Asks the type.
+    void Compare(PlanTerm& term, bool indexed)
+    {
+        const Condition& condition = *term.condition;
+        const Operator op = term.negated ? Negated(condition.op) : condition.op;
+        if (!indexed) {
+            term.share = op == Operator::Equal      ? kEqualShare
+                         : op == Operator::NotEqual ? 1.0 - kEqualShare
+                                                    : kRangeShare;
+            return;
+        }
+        term.range = IndexRange{condition.attribute, {"", true}, std::nullopt, false};
+        if (term.lowest.empty() || term.highest.empty()) {
+            term.share = 0.0; // nothing but null values
+            return;
+        }
+        OwnedBounds narrowed;
+        const auto word = static_cast<unsigned short>(QueryBits(op) | condition.cmpOp);
+        m_ends.emplace(condition.attribute, std::pair(term.lowest, term.highest));
+        term.share = Ask(condition.attribute, word, condition.form, &narrowed);
+
+        // Under the order of the index the literal itself is the edge. A narrowed end is the same
+        // or, cut to the length that one has, further away.
+        const bool plain = condition.cmpOp == kPlainOperator;
+        const auto edge = [&](const void* end, unsigned length, bool behind) {
+            return plain ? Edge{condition.form, behind}
+                         : Edge{{static_cast<const char*>(end), length}, behind};
+        };
+        IndexRange& range = *term.range;
+        if (narrowed.low != nullptr)
+            range.low = edge(narrowed.low, narrowed.lowLen, plain && op == Operator::Greater);
+        if (narrowed.high != nullptr)
+            range.high = edge(narrowed.high, narrowed.highLen, !plain || op != Operator::Less);
+        const unsigned bits = QueryBits(op);
+        range.exact = plain && op != Operator::NotEqual &&
+                      (narrowed.low != nullptr) == ((bits & KoQOP_LESS) == 0) &&
+                      (narrowed.high != nullptr) == ((bits & KoQOP_GREATER) == 0);
+    }
+
+    /// The share of an index that a value selects.
+    double Ask(std::size_t attribute, unsigned short word, const std::string& form,
+               KoIdxBounds* narrowed) const
+    {
+        // Evaluators take their operands unqualified and do not write to them.
+        const auto unqualified = [](const std::string& bytes) {
+            return const_cast<char*>(bytes.data());
+        };
+        const auto& [lowest, highest] = m_ends.at(attribute);
+        KoIdxBounds bounds{unqualified(lowest), unqualified(highest), 0, 0};
+        const float share =
+            Manager().EvalAndBound(m_schema.TypeId(attribute), &bounds, word, unqualified(form),
+                                   kStoreFormat, 1, narrowed, nullptr);
+        // Infinite ends make no number.
+        return std::isnan(share) ? 1.0 : std::clamp(static_cast<double>(share), 0.0, 1.0);
+    }
+
+    /// Both have to hold on one attribute.
+    Part Intersect(const Part& a, const Part& b) const
+    {
+        const o_char type = m_schema.TypeId(a.range.attribute);
+        Part both = a;
+        if (EdgeOrder(type, b.range.low, a.range.low) > 0)
+            both.range.low = b.range.low;
+        if (!a.range.high || (b.range.high && EdgeOrder(type, *b.range.high, *a.range.high) < 0))
+            both.range.high = b.range.high;
+        both.range.exact = a.range.exact && b.range.exact;
+        // Two that cut off opposite ends of the index leave what both have.
+        const auto oneSided = [](const IndexRange& low, const IndexRange& high) {
+            return HasLow(low) && !low.high && !HasLow(high) && high.high;
+        };
+        both.share = oneSided(a.range, b.range) || oneSided(b.range, a.range)
+                         ? std::max(a.share + b.share - 1.0, 0.0)
+                         : std::min(a.share, b.share);
+        return both;
+    }
+
+    Estimate All(const std::vector<Estimate>& estimates) const
+    {
+        Estimate all{1.0, {}, estimates[0].attribute};
+        std::map<std::size_t, Part> alone; // of the estimates that ask about one attribute
+        for (const Estimate& one : estimates) {
+            if (one.attribute != all.attribute)
+                all.attribute.reset();
+            for (const auto& [attribute, part] : one.parts) {
+                Merge(all.parts, attribute, part);
+                if (one.attribute)
+                    Merge(alone, attribute, part);
+            }
+            if (!one.attribute || one.parts.empty())
+                all.share *= one.share;
+        }
+        for (const auto& [attribute, part] : alone)
+            all.share *= part.share;
+        for (auto& [attribute, part] : all.parts) {
+            for (const Estimate& one : estimates) {
+                if (one.parts.count(attribute) == 0)
+                    part.range.exact = false;
+            }
+        }
+        return all;
+    }
+
+    void Merge(std::map<std::size_t, Part>& parts, std::size_t attribute, const Part& part) const
+    {
+        const auto [at, isNew] = parts.emplace(attribute, part);
+        if (!isNew)
+            at->second = Intersect(at->second, part);
+    }
+
+    Estimate Any(const std::vector<Estimate>& estimates) const
+    {
+        Estimate any = estimates[0];
+        double none = 1.0 - any.share;
+        double sum = any.share;
+        for (std::size_t i = 1; i < estimates.size(); ++i) {
+            const Estimate& one = estimates[i];
+            if (one.attribute != any.attribute)
+                any.attribute.reset();
+            none *= 1.0 - one.share;
+            sum += one.share;
+            for (auto at = any.parts.begin(); at != any.parts.end();) {
+                const auto other = one.parts.find(at->first);
+                if (other == one.parts.end()) {
+                    at = any.parts.erase(at);
+                } else {
+                    Span(at->second, other->second);
+                    ++at;
+                }
+            }
+        }
+        any.share = any.attribute ? std::min(sum, 1.0) : 1.0 - none;
+        return any;
+    }
+
+    /// Takes in what lies between the two as well.
+    void Span(Part& part, const Part& other) const
+    {
+        const o_char type = m_schema.TypeId(part.range.attribute);
+        if (EdgeOrder(type, other.range.low, part.range.low) < 0)
+            part.range.low = other.range.low;
+        if (part.range.high &&
+            (!other.range.high || EdgeOrder(type, *other.range.high, *part.range.high) > 0))
+            part.range.high = other.range.high;
+        part.range.exact = false;
+        part.share = ShareOf(part.range);
+    }
+
+    double ShareOf(const IndexRange& range) const
+    {
+        // Null values are in no estimate, and without others there is nothing to ask.
+        if (m_ends.count(range.attribute) == 0)
+            return 1.0;
+        double share = 1.0;
+        if (HasLow(range))
+            share = Ask(range.attribute, KoQOP_GREATER | KoQOP_EQUAL | kPlainOperator,
+                        range.low.form, nullptr);
+        if (range.high && !range.high->form.empty())
+            share += Ask(range.attribute, KoQOP_LESS | KoQOP_EQUAL | kPlainOperator,
+                         range.high->form, nullptr) -
+                     1.0;
+        return std::max(share, 0.0);
+    }
+
+    Store& m_store;
+    const Schema& m_schema;
+    Plan& m_plan;
+    /// Lowest and highest value of the indexes that have values.
+    std::map<std::size_t, std::pair<std::string, std::string>> m_ends;
+};
+
+} // namespace
+
+Plan MakePlan(Store& store, const Condition& condition, bool countOnly)
+{
+    Plan plan;
+    const Estimate estimate = Planner(store, plan).Look(condition, false);
+    plan.share = estimate.share;
+    double lowestCost = 1.0;
+    for (const auto& [attribute, part] : estimate.parts) {
+        plan.ranges.emplace(attribute, part.range);
+        const bool entriesOnly = countOnly && part.range.exact;
+        const bool inOrder = attribute == kObjectIdIndex;
+        const double cost = part.share * (inOrder ? 1.0 : entriesOnly ? kEntryCost : kLookUpCost);
+        if (cost >= lowestCost)
+            continue;
+        lowestCost = cost;
+        plan.range = part.range;
+        plan.rangeShare = part.share;
+    }
+    return plan;
+}
+
+} // namespace kotm
