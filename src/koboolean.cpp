@@ -1,5 +1,6 @@
 #include <koboolean.h>
 
+#include "koboundeval.h"
 #include "koelementops.h"
 #include "konulltext.h"
 #include "koordered.h"
@@ -66,6 +67,15 @@ struct BooleanOps : ElementOps<KoBoolean, BooleanOps, KoBOOLEAN_T> {
     }
     static unsigned SizeGetFromMemFile(MemFile*, unsigned char, unsigned count) { return count; }
 
+    static float EvalAndBound(KoIdxBounds* bounds, unsigned short& op, void* value, unsigned char,
+                              unsigned count, KoIdxBounds* newBounds)
+    {
+        if (count == 0)
+            return 0.0F;
+        KoNarrowBounds(newBounds, op & kQueryMask, value, count);
+        // Of three values one is asked for, whatever the operator.
+        return bounds != nullptr ? static_cast<float>(1.0 / 3.0) : 0.0F;
+    }
     static unsigned Hash(unsigned char, unsigned length, void* value, unsigned count, int& status)
     {
         return KoHashWalk(length, value, 1, count, status, [](const unsigned char* element) {

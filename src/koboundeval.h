@@ -126,4 +126,25 @@ private:
     using Number = std::conditional_t<kIsNumber, Value, o_8b>;
 };
 
+/// The axis of 48-bit numbers of objects: `Ops` has FormSize(format) and NumberAt(element, format).
+template <class Ops>
+struct KoNumberAxis {
+    using Value = double;
+    static constexpr KoAxisKind kKind = KoAxisKind::kPlain;
+
+    explicit KoNumberAxis(unsigned char f) : format(f) {}
+
+    unsigned Size() const { return Ops::FormSize(format); }
+    double Read(const unsigned char* element) const
+    {
+        return static_cast<double>(Ops::NumberAt(element, format));
+    }
+    static double From(double number) { return number; }
+    static double To(double number) { return number; }
+    static double Lowest() { return 0.0; }
+    static double Highest() { return 281474976710655.0; }
+
+    unsigned char format;
+};
+
 #endif

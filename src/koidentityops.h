@@ -1,6 +1,7 @@
 #ifndef KOIDENTITYOPS_H
 #define KOIDENTITYOPS_H
 
+#include "koboundeval.h"
 #include "koelementops.h"
 #include "koidentitytext.h"
 #include "konulltext.h"
@@ -135,6 +136,25 @@ struct IdentityOps : ElementOps<typename Type::Value, IdentityOps<Type>, Type::k
                               Load(&loaded, element, format, 1);
                               return Type::HashBits(loaded);
                           });
+    }
+
+    static unsigned FormSize(unsigned char format)
+    {
+        return format == KoFMT_MEMORY ? static_cast<unsigned>(sizeof(T)) : kStored;
+    }
+    static o_u8b NumberAt(const unsigned char* element, unsigned char format)
+    {
+        if (format == KoFMT_MEMORY)
+            return ReadValue<T>(element).Number();
+        T loaded;
+        Load(&loaded, element, format, 1);
+        return loaded.Number();
+    }
+    static float EvalAndBound(KoIdxBounds* bounds, unsigned short& op, void* value,
+                              unsigned char format, unsigned count, KoIdxBounds* newBounds)
+    {
+        return KoEvaluateBounds<KoNumberAxis<IdentityOps>>(bounds, op, value, format, count,
+                                                           newBounds);
     }
 
     static KoString ToText(const T& value)

@@ -1,5 +1,6 @@
 #include <koseal.h>
 
+#include "koboundeval.h"
 #include "koelementops.h"
 #include "koscalartype.h"
 
@@ -60,6 +61,17 @@ struct SealOps : ElementOps<KoSeal, SealOps, KoSEAL_T> {
         const bool swap = KoNeedsSwap(format);
         return KoHashWalk(length, value, kSize, count, status,
                           [swap](const unsigned char* at) { return KoHashBits(Number(at, swap)); });
+    }
+
+    static unsigned FormSize(unsigned char) { return kSize; }
+    static o_u8b NumberAt(const unsigned char* at, unsigned char format)
+    {
+        return Number(at, KoNeedsSwap(format));
+    }
+    static float EvalAndBound(KoIdxBounds* bounds, unsigned short& op, void* value,
+                              unsigned char format, unsigned count, KoIdxBounds* newBounds)
+    {
+        return KoEvaluateBounds<KoNumberAxis<SealOps>>(bounds, op, value, format, count, newBounds);
     }
 
     static KoString ToText(const KoSeal& seal)

@@ -35,7 +35,9 @@ struct Narrowed : KoIdxBounds {
 /// The bytes of `count` elements in the form that evaluators and comparisons take.
 Bytes InForm(o_char id, const void* elements, unsigned char format, unsigned count = 1)
 {
-    if ((format & KoFMT_MEMORY) != 0) {
+    // Identities take the memory form under the one format that is nothing else.
+    const bool identity = id == KoOBJID_T || id == KoREF_T;
+    if (identity ? format == KoFMT_MEMORY : (format & KoFMT_MEMORY) != 0) {
         const auto* bytes = static_cast<const unsigned char*>(elements);
         return Bytes(bytes, bytes + manager.MemLenGet(id, count));
     }
@@ -194,6 +196,10 @@ const EstimateRow kEstimates[] = {
     {"null float: no smallest share", KoNULL_FLOAT_T, "0", "1048575", kEqual, "1", 1.0 / 1048576},
     {"null double: no smallest share", KoNULL_DOUBLE_T, "0", "4294967295", kEqual, "1", 1 / kTwo32},
     {"null halves", KoNULL_KOINT64_T, "-4294967296", "4294967295", kLess, "0", 0.5},
+    {"object numbers", KoOBJID_T, "(0-0#7)", "(0-99#0)", kLess, "(0-25#9)", 0.25},
+    {"their high part", KoOBJID_T, "(0-1#0)", "(3-4294967295#0)", kGreater, "(2-0#0)", 0.5},
+    {"references", KoREF_T, "(1:0-10#0, 2)", "(9:0-19#0, 2)", kEqual, "(5:0-15#0, 7)", 0.1},
+    {"seals", KoSEAL_T, "000000000000", "0000000000ff", kLess, "000000000040", 0.25},
     {"null 64 bits: not raised", KoNULL_8B_T, "10", "19", kLess, "10", 0.0},
     {"null 64 bits unsigned", KoNULL_U8B_T, "0", "18446744073709551615", kLess,
      "9223372036854775808", 0.5},
@@ -295,6 +301,29 @@ TEST(Bounds, EstimatesOfDatesAndTimes)
                 << row.reason;
             EXPECT_EQ(narrowed.low != nullptr, (row.op & kLess) == 0) << row.reason;
             EXPECT_EQ(narrowed.high != nullptr, (row.op & kGreater) == 0) << row.reason;
+        }
+    }
+}
+
+TEST(Bounds, TypesWithAFixedShare)
+{
+    KoBoolean truth(1);
+    KoIdxBounds bounds{};
+    for (unsigned short op = 0; op < 8; ++op) {
+        Narrowed narrowed;
+        EXPECT_FLOAT_EQ(manager.EvalAndBound(KoBOOLEAN_T, &bounds, op, &truth, KoFMT_LITTLE, 1,
+                                             &narrowed, nullptr),
+                        1.0F / 3.0F);
+        EXPECT_EQ(narrowed.lowLen, (op & kLess) == 0 ? 1 : 0);
+        EXPECT_EQ(narrowed.highLen, (op & kGreater) == 0 ? 1 : 0);
+        EXPECT_EQ(manager.EvalAndBound(KoBOOLEAN_T, nullptr, op, &truth, 1, 1, nullptr, nullptr),
+                  0.0F);
+        for (const KoTypeId id : {KoCLID_T, KoBLOB_T, KoRES_T}) {
+            Narrowed none;
+            EXPECT_EQ(manager.EvalAndBound(id, nullptr, op, nullptr, 1, 1, &none, nullptr),
+                      id == KoRES_T ? 0.0F : 1.0F);
+            EXPECT_EQ(none.low, nullptr);
+            EXPECT_EQ(none.high, nullptr);
         }
     }
 }
