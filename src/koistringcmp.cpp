@@ -49,23 +49,25 @@ constexpr KoIWeights MakeWeights(bool ignoresCase)
         made.first[c] = static_cast<o_u1b>(c + 96);
     for (unsigned c = 160; c < 192; ++c)
         made.first[c] = static_cast<o_u1b>(c + 16);
-    std::copy(std::begin(kCapitals), std::end(kCapitals), &made.first['A']);
-    std::copy(std::begin(kAfterCapitals), std::end(kAfterCapitals), &made.first['[']);
-    std::copy(std::begin(ignoresCase ? kCapitals : kSmalls),
-              std::end(ignoresCase ? kCapitals : kSmalls), &made.first['a']);
-    std::copy(std::begin(kAfterSmalls), std::end(kAfterSmalls), &made.first['{']);
-    std::copy(std::begin(kUpperCapitals), std::end(kUpperCapitals), &made.first[192]);
-    std::copy(std::begin(ignoresCase ? kUpperNoCase : kUpperSmalls),
-              std::end(ignoresCase ? kUpperNoCase : kUpperSmalls), &made.first[kSharpS]);
-    std::copy(std::begin(kAccentsOfCapitals), std::end(kAccentsOfCapitals), &made.second[192]);
-    std::copy(std::begin(kAccentsOfSmalls), std::end(kAccentsOfSmalls), &made.second[224]);
-    made.second[kSharpS] = made.first['s'];
+    const auto put = [](o_u1b(&to)[256], unsigned at, const auto& from) {
+        std::copy(std::begin(from), std::end(from), to + at);
+    };
+    put(made.first, 'A', kCapitals);
+    put(made.first, '[', kAfterCapitals);
+    ignoresCase ? put(made.first, 'a', kCapitals) : put(made.first, 'a', kSmalls);
+    put(made.first, '{', kAfterSmalls);
+    put(made.first, 192, kUpperCapitals);
+    ignoresCase ? put(made.first, kSharpS, kUpperNoCase) : put(made.first, kSharpS, kUpperSmalls);
+    put(made.second, 192, kAccentsOfCapitals);
+    put(made.second, 224, kAccentsOfSmalls);
+    const auto weightOf = [&made](unsigned c) { return made.first[c]; };
+    made.second[kSharpS] = weightOf('s');
     // The ligatures OE and Y with diaeresis, where Windows-1252 has them.
-    made.first[140] = made.first['O'];
-    made.second[140] = made.first['E'];
-    made.first[156] = made.first['o'];
-    made.second[156] = made.first['e'];
-    made.first[159] = made.first['Y'];
+    made.first[140] = weightOf('O');
+    made.second[140] = weightOf('E');
+    made.first[156] = weightOf('o');
+    made.second[156] = weightOf('e');
+    made.first[159] = weightOf('Y');
     made.second[159] = 1;
     return made;
 }
