@@ -50,5 +50,9 @@ say 'Conditions combine; any attribute orders the answer.'
 run query "$store" 'species = "Red-tailed hawk" and speed >= 150' \
     --columns date,airport,species,speed --order speed --desc --limit 8
 
+say 'A date is read in the format that the schema gives it, and printed in any.'
+run query "$store" 'date >= "1999-12-24" and date <= "1999-12-31"' \
+    --columns date,airport,species --print 'date=%a %e.%b %Y' --order date --limit 6
+
 say 'What was written is whole.'
 run check "$store"

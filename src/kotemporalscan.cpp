@@ -48,8 +48,8 @@ public:
             ApplyHalfOfDay();
         return complete;
     }
-    /// True when every literal character stood in the text and nothing stands behind.
-    bool FitsExactly() const { return m_literalsMatch && AtEnd(); }
+    /// True when every literal and number stood in the text and nothing stands behind.
+    bool FitsExactly() const { return m_exact && AtEnd(); }
 
 private:
     enum class Half : unsigned char { kUnknown, kMorning, kAfternoon };
@@ -95,7 +95,7 @@ private:
         const char found = *m_pos;
         if (found == c || !IsDigit(found))
             ++m_pos;
-        m_literalsMatch = m_literalsMatch && found == c;
+        m_exact = m_exact && found == c;
     }
 
     void Directive(char letter, TemporalFormatWalk& walk)
@@ -223,8 +223,10 @@ private:
         }
         const bool negative = Sign();
         o_8b number;
-        if (!Digits(number))
+        if (!Digits(number)) {
+            m_exact = false;
             return false;
+        }
         field = Saturate(negative ? -number : number);
         return true;
     }
@@ -337,17 +339,19 @@ private:
     TemporalFields& m_fields;
     const char* m_pos;
     bool m_wildcards;
-    bool m_literalsMatch = true;
+    bool m_exact = true;
     Half m_half = Half::kUnknown;
 };
 
 bool ScanText(TemporalFields& fields, const char* text, const char* format)
 {
     const TemporalKind kind = fields.kind;
-    if (TemporalScanner(fields, text).Scan(TemporalFormatWalk(format)))
+    TemporalScanner whole(fields, text);
+    const bool complete = whole.Scan(TemporalFormatWalk(format));
+    if (complete && whole.FitsExactly())
         return true;
-    // A text that ends early may be one from which printing has left out something. Where that does
-    // not explain it, what was read at first stays.
+    // It may be a text from which printing has left out something. Where that does not explain it,
+    // what was read at first stays.
     const unsigned most = TemporalFormatWalk::LeadingOptionals(format);
     for (unsigned leftOut = 1; leftOut <= most; ++leftOut) {
         TemporalFields shorter = {.kind = kind};
@@ -357,7 +361,7 @@ bool ScanText(TemporalFields& fields, const char* text, const char* format)
             return true;
         }
     }
-    return false;
+    return complete;
 }
 
 } // namespace

@@ -35,6 +35,19 @@ struct TimeSpanType : PackedWithNanoseconds {
         return {fields.year,   fields.month,  fields.day,        fields.hour,
                 fields.minute, fields.second, fields.nanoseconds};
     }
+    /// Lenient reading spreads days back in time with a sign in each field. What counting made is
+    /// to come back as it was.
+    static KoTimeSpan FromText(const KoString& text)
+    {
+        TemporalFields fields;
+        fields.kind = kKind;
+        unsigned errorAt;
+        if (ParseTemporal(fields, text, nullptr, errorAt) != 0)
+            ScanTemporal(fields, text, nullptr);
+        KoTimeSpan span;
+        SetTemporalValue<TimeSpanType>(span, fields);
+        return span;
+    }
 };
 
 using TimeSpanOps = TemporalOps<TimeSpanType>;

@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """What kotm answers about the example data is what Python's csv module counts: figures.py ROOT KOTM"""
 import csv
+import datetime
 import pathlib
 import subprocess
 import sys
@@ -19,7 +20,8 @@ def number(text):
 
 with open(examples / "birdstrikes.csv", encoding="utf-8", newline="") as file:
     rows = [{"speed": number(row["Speed IAS in knots"]), "cost": number(row["Cost Total $"]),
-             "species": row["Wildlife Species"], "state": row["Origin State"]}
+             "species": row["Wildlife Species"], "state": row["Origin State"],
+             "date": datetime.date.fromisoformat(row["Flight Date"])}
             for row in csv.DictReader(file)]
 
 
@@ -40,6 +42,9 @@ QUESTIONS = [
      lambda row: row["species"] == "Turkey vulture" and known(row) and 100 < row["speed"] <= 200),
     ('state = "Texas"x or cost_total > 50000',
      lambda row: row["state"] == "Texas" or row["cost"] > 50000),
+    ('date >= "1995-06-30" and date < "1996-02-29"',
+     lambda row: datetime.date(1995, 6, 30) <= row["date"] < datetime.date(1996, 2, 29)),
+    ("date = 2000-02-29", lambda row: row["date"] == datetime.date(2000, 2, 29)),
 ]
 
 faults = 0
@@ -57,5 +62,10 @@ with tempfile.TemporaryDirectory() as folder:
     if fastest != [str(speed) for speed in sorted(filter(None, (r["speed"] for r in rows)))[:-51:-1]]:
         print(f"the 50 fastest: {fastest}")
         faults += 1
-print(f"{len(QUESTIONS) + 1} questions, {faults} faults")
+    latest = run("query", store, "--columns", "date", "--order", "date", "--desc", "--limit", "50",
+                 "--print", "date=%d.%m.%Y", "--output", "csv").split()[1:]
+    if latest != [f"{day:%d.%m.%Y}" for day in sorted(row["date"] for row in rows)[:-51:-1]]:
+        print(f"the 50 latest: {latest}")
+        faults += 1
+print(f"{len(QUESTIONS) + 2} questions, {faults} faults")
 sys.exit(bool(faults))

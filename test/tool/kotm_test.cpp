@@ -469,7 +469,42 @@ TEST(Kotm, ImportsTheExample)
         {"empty speeds are null", "query " + store + " 'speed is null' --count", 0, "2836\n"},
         {"index and scan", "query " + store + " 'speed > 200 and phase = \"Climb\"' --count", 0,
          "378\n"},
+        {"dates", "query " + store + " 'date >= \"1999-12-31\" and date < \"2000-01-02\"' --count",
+         0, "2\n"},
         {"sound", "check " + store, 0, "10000 objects, no faults"},
+    };
+    for (const Step& step : kSteps)
+        Expect(step);
+}
+
+TEST(Kotm, KnowsDatesAndTimes)
+{
+    const TestFolder folder;
+    const std::string store = folder.Path("store");
+    const std::string schema = folder.Write("schema", R"({"class": "Flight", "attributes": [
+        {"name": "day", "column": "Day", "type": "KoDate", "format": "%d.%m.%Y", "index": true},
+        {"name": "start", "column": "Start", "type": "KoTime", "format": "%I:%M %p"},
+        {"name": "took", "column": "Took", "type": "KoTimeSpan", "format": "%?(J days )%H:%M"}]})");
+    const std::string rows = folder.Write("rows", "Day,Start,Took\n"
+                                                  "05.03.2024,12:30 am,01:15\n"
+                                                  "29.02.2024,01:00 pm,2 days 03:00\n"
+                                                  "29.02.2023,01:00 pm,03:00\n"
+                                                  ",01:00 pm,03:00\n"
+                                                  "01.04.2024,13:00 pm,03:00\n");
+    const std::string query = "query " + store + " ";
+    const Step kSteps[] = {
+        {"29 February 2023, an hour 13 pm", "import " + store + " " + rows + " --schema " + schema,
+         1, "rows read 5, stored 3, rejected 2\n"},
+        {"in order of the days", query + "--output csv --order day --columns day,start,took", 0,
+         "day,start,took\n,01:00 pm,03:00\n29.02.2024,01:00 pm,2 days 03:00\n"
+         "05.03.2024,12:30 am,01:15\n"},
+        {"literals in the attribute's format", query + "'day > \"29.02.2024\"' --count", 0, "1\n"},
+        {"a time", query + "'start < \"01:00 am\"' --count", 0, "1\n"},
+        {"a span", query + "'took >= \"1 days 00:00\"' --count", 0, "1\n"},
+        {"another format", query + "'took = \"01:15\"' --print day='%a %e.%b %Y' --columns day", 0,
+         "Tue 05.Mar 2024"},
+        {"no day", query + "'day = \"31.04.2024\"'", 2, "in the format \"%d.%m.%Y\""},
+        {"the null day", query + "'day is null' --count", 0, "1\n"},
     };
     for (const Step& step : kSteps)
         Expect(step);

@@ -70,6 +70,8 @@ FieldReader::Result FieldReader::Convert(std::string_view utf8, std::string& byt
                        : utf8.empty()             ? "empty, and there is no null value in the type "
                                                   : Shown(utf8) + " is no value of the type ";
         fault.reason += m_attribute.type.Name();
+        if (m_attribute.format)
+            fault.reason += " in the format " + Shown(*m_attribute.format);
         return Result::Refused;
     }
     if (m_attribute.type.HasNull() && m_value.IsNull())
