@@ -10,8 +10,7 @@
 
 // Texts of dates and times: the first byte of the input chooses the type, a zero ends the format,
 // the rest is the text. Whatever they are, nothing behind either is read, both widths of text read
-// alike, what is read strictly is a value that its own text gives back, and what is printed of it
-// under the format prints so again where it can be read.
+// alike, and what is read strictly is a value that its own text gives back.
 
 namespace
 {
@@ -109,11 +108,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         return 0;
     Require(value.Equals(valueWide), "both widths read alike");
     Require(value.ComesBackFromText(), "the value of its own text");
-    const KoString printed = value.Print(format.get());
-    Value again(id);
-    // An interval is one floating number: of fields that fit it, others may be made.
-    if (id != D_INTERVAL_T && again.Parse(printed, format.get()))
-        Require(again.Print(format.get()).EqualsIgnoreLanguage(printed),
-                "a printed text prints so again");
+    value.Print(format.get());
     return 0;
 }

@@ -108,7 +108,7 @@ o_u4b HashKeys(const KoFastText<Unit>& text, const KoCodeSet& codeSet, unsigned 
         const o_u4b c = text.Key(text[i + 2]);
         const o_u4b d = text.Key(text[i + 3]);
         if (((a | b | c | d) & KoKEY_EXPANDS) != 0) {
-            for (const unsigned next = i + 4; i < next;)
+            for (int expanding = 0; expanding < 4; ++expanding)
                 one();
             continue;
         }

@@ -312,7 +312,7 @@ private:
         const o_4b day =
             KoWeekday(static_cast<o_2b>(m_fields.year), static_cast<o_1b>(m_fields.month),
                       static_cast<o_1b>(m_fields.day));
-        return kPrintedDays[day].Put(to, shortName);
+        return kPrintedDays[static_cast<unsigned>(day)].Put(to, shortName);
     }
 
     /// Seconds and their fraction as one number, with as many groups of three decimals as it needs.
