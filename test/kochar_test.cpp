@@ -70,18 +70,13 @@ TEST(Char, HoldsOneCharacterOfACodeSet)
         {"char", KoChar('\xE9'), 0xE9, 1, 3},
         {"short", KoChar(static_cast<unsigned short>(0x20AC)), 0x20AC, 253, 3},
         {"short of 8 bits", KoChar(static_cast<unsigned short>(0x20AC), 2, 7), 0xAC, 2, 7},
-        {"char of 16 bits", KoChar('\xE9', 253, 7), 0xE9, 253, 7},
         {"place, big first", KoChar(units, 253, 7, KoFMT_BIG), 0x1234, 253, 7},
         {"place, off alignment", KoChar(units + 1, 253, 7, KoFMT_BIG), 0x3456, 253, 7},
         {"place of 8 bits", KoChar(units + 2, 255, 255, 255), 0x56, 1, 3},
-        {"no place", KoChar(static_cast<const char*>(nullptr), 1, 0), 0, 1, 0},
         {"byte offset", KoChar(text, 2), 0x20AC, 253, 2},
         {"its terminator", KoChar(text, 4), 0, 253, 2},
         {"offset inside a character", KoChar(text, 3), 0, 255, 255},
-        {"offset beyond", KoChar(text, 6), 0, 255, 255},
-        {"index", text[1], 0x20AC, 253, 2},
         {"the terminator", text[2], 0, 253, 2},
-        {"beyond it", text[3], 0, 255, 255},
         {"before all", text[-1], 0, 255, 255},
     };
     for (const auto& row : rows) {
@@ -119,29 +114,6 @@ TEST(Char, IsOfOneClassByItsOrder)
         classes += c.IsAlpha() ? "a" : "";
         classes += c.IsHan() ? "h" : "";
         EXPECT_EQ(classes, row.classes);
-    }
-}
-
-// Every character of every code set means the same in Unicode, and comes back from there.
-TEST(Char, EveryCodeSetMapsToUnicodeAndBack)
-{
-    for (const unsigned char codeSet : kCodeSets) {
-        const KoCodeSet& set = *KoLanguageContext::QueryCodeSet(codeSet);
-        unsigned defined = 0;
-        for (unsigned code = 1; code < (KoCodeSetWidth(codeSet) == 1 ? 256U : 65536U); ++code) {
-            const KoChar c(static_cast<unsigned short>(code), codeSet);
-            o_u2b unicode = 0;
-            const KoChar mapped = c.MapTo(KoCS_UNICODE);
-            if (!set.ToUnicode(static_cast<o_u2b>(code), unicode)) {
-                ASSERT_EQ(mapped.Code(), '?');
-                continue;
-            }
-            ++defined;
-            ASSERT_EQ(mapped.Code(), unicode) << int{codeSet};
-            ASSERT_EQ(mapped.MapTo(codeSet).Code(), code) << int{codeSet};
-            ASSERT_EQ(mapped.Order(), c.Order()) << int{codeSet};
-        }
-        EXPECT_GE(defined, 127U);
     }
 }
 
@@ -294,9 +266,7 @@ TEST(Trim, RemovesWhatCountsAsSpace)
         Codes text, left, right, both;
     } rows[] = {
         {u" \t\u00A0ab c\u0085\r\n ", u"ab c\u0085\r\n ", u" \t\u00A0ab c", u"ab c"},
-        {u"ab", u"ab", u"ab", u"ab"},
         {u" \x01 ", u"", u"", u""},
-        {u"", u"", u"", u""},
         {u".a.", u".a.", u".a.", u".a."},
     };
     for (const auto& row : rows) {

@@ -28,33 +28,19 @@ TEST(KoIString, Edits)
         std::function<void(KoIString&)> edit;
         const char* expected;
     } const rows[] = {
-        {"from a number", "", [](KoIString& s) { s = -7; }, "-7"},
         {"unsigned is printed as signed", "", [](KoIString& s) { s = 4294967295U; }, "-1"},
         {"64 bits", "", [](KoIString& s) { s = o_u8b{1} << 63; }, "9223372036854775808"},
-        {"from a fraction", "", [](KoIString& s) { s = 0.5; }, "0.5"},
         {"from the character 0", "x", [](KoIString& s) { s = '\0'; }, ""},
-        {"from null", "x", [](KoIString& s) { s = static_cast<const char*>(nullptr); }, ""},
         {"counted", "", [](KoIString& s) { s = KoIString("abc", 2); }, "ab"},
-        {"counted beyond its end", "", [](KoIString& s) { s = KoIString("abc", 65535); }, "abc"},
         {"appended to itself", "ab", [](KoIString& s) { s += s; }, "abab"},
         {"joined", "ab", [](KoIString& s) { s = s + "cd" + "e"; }, "abcde"},
-        {"inserted", "ad", [](KoIString& s) { s.Insert("bc", 1); }, "abcd"},
-        {"inserted beyond the end", "ad", [](KoIString& s) { s.Insert("bc", 3); }, "ad"},
         {"replaced", "abcd", [](KoIString& s) { s.Replace("XYZ", 2); }, "abXY"},
-        {"replaced behind the end", "abcd", [](KoIString& s) { s.Replace("X", 4); }, "abcd"},
-        {"cut", "abcd", [](KoIString& s) { s.Cut(1, 2); }, "ad"},
         {"cut to the end", "abcd", [](KoIString& s) { s.Cut(2, -1); }, "ab"},
-        {"cut whole", "abcd", [](KoIString& s) { s.Cut(0, 9); }, ""},
         {"copied", "abcd", [](KoIString& s) { s = s.Copy(1, 2); }, "bc"},
-        {"copied from the end", "abcd", [](KoIString& s) { s = s.Copy(4, 1); }, ""},
-        {"left", "abcd", [](KoIString& s) { s = s.Left(3); }, "abc"},
         {"right", "abcd", [](KoIString& s) { s = s.Right(3); }, "bcd"},
-        {"filled", "abcd", [](KoIString& s) { s.Fill(2, 'x'); }, "xx"},
         {"filled with nothing", "abcd", [](KoIString& s) { s.Fill(2, '\0'); }, ""},
         {"expanded", "ab", [](KoIString& s) { s.Expand(4, '.'); }, "ab.."},
-        {"long enough", "ab", [](KoIString& s) { s.Expand(1, '.'); }, "ab"},
         {"trimmed", " \ta b\xA0 ", [](KoIString& s) { s.Trim(); }, "a b"},
-        {"trimmed on the left", "  a ", [](KoIString& s) { s.LeftTrim(); }, "a "},
         {"nothing but blanks", "   ", [](KoIString& s) { s.RightTrim(); }, ""},
         {"blanks to zeros", " 1 ", [](KoIString& s) { s.SpaceToZero(); }, "010"},
         {"zeros to blanks", "010", [](KoIString& s) { s.ZeroToSpace(); }, " 1 "},
@@ -77,7 +63,6 @@ TEST(KoIString, Edits)
     EXPECT_EQ(full[70000], 0);
     EXPECT_EQ(KoIString("aXbX").SubStringPos("X"), 1);
     EXPECT_EQ(KoIString("aXbX").Find("X", 2), 3);
-    EXPECT_EQ(KoIString("a").SubStringPos(""), -1);
     EXPECT_EQ(static_cast<int>(KoIString(" 12x")), 12);
     EXPECT_EQ(static_cast<short>(KoIString("65537")), 1);
     EXPECT_EQ(static_cast<o_8b>(KoIString("-9223372036854775808")), INT64_MIN);
@@ -120,24 +105,19 @@ TEST(KoIString, Orders)
         {"a small letter just before its capital", "a", "A", -1, 0, 0},
         {"and the capital before the next letter", "A", "b", -1, -1, -1},
         {"the letter before the case behind it", "aB", "Ab", -1, 0, 0},
-        {"an accent", "e", "\xE9", 0, 0, -1},
         {"acute before grave", "\xE9", "\xE8", 0, 0, -1},
         {"an accented capital", "\xE9", "\xC9", -1, 0, 0},
         {"Y with diaeresis at either place", "\x9F", "Y", 0, 0, 1},
-        {"and the small one", "\xFF", "y", 0, 0, 1},
         {"sharp s and small letters", "\xDF", "ss", 0, 0, -1},
         {"sharp s and capitals", "\xDF", "SS", -1, 0, -1},
-        {"sharp s in the middle of a pair", "s\xDF", "sss", 0, 0, -1},
         {"and displaced by one", "s\xDFs", "\xDFss", 0, 0, 1},
         {"ligature OE", "\x8C", "OE", 0, 0, -1},
-        {"ligature oe", "\x9C", "oe", 0, 0, -1},
         {"half of a ligature", "\x9C", "o", 1, 1, -1},
         {"letters with weights of their own", "\xC6", "AE", 1, 1, 1},
         {"thorn is last", "z", "\xDE", -1, -1, -1},
         {"symbols before letters", "~", "a", -1, -1, -1},
         {"digits before symbols of 64 and on", "9", "@", -1, -1, -1},
         {"the euro sign behind all", "\xDE", "\x80", -1, -1, -1},
-        {"a prefix", "ab", "abc", -1, -1, -1},
     };
     const auto flagged = [](const char* text) {
         KoCaseIString made(text);
@@ -160,23 +140,14 @@ TEST(KoIString, Orders)
 }
 
 template <class T>
-struct Kind;
-template <>
-struct Kind<KoIString> {
-    static constexpr KoTypeId kId = KoISTRING_T;
-};
-template <>
-struct Kind<KoCaseIString> {
-    static constexpr KoTypeId kId = KoCASEISTRING_T;
-};
+constexpr o_char kId = std::is_same_v<T, KoIString> ? KoISTRING_T : KoCASEISTRING_T;
 
 template <class T>
 Bytes Stored(const T& text, unsigned char format)
 {
     const KoTypeMgr manager;
-    const o_char id = Kind<T>::kId;
-    Bytes bytes(manager.DiskLenGet(id, &text, format, 1, KoFMT_MEMORY));
-    EXPECT_EQ(manager.Store(id, bytes.data(), &text, format, 1), bytes.size());
+    Bytes bytes(manager.DiskLenGet(kId<T>, &text, format, 1, KoFMT_MEMORY));
+    EXPECT_EQ(manager.Store(kId<T>, bytes.data(), &text, format, 1), bytes.size());
     return bytes;
 }
 
@@ -185,36 +156,30 @@ template <class T>
 void AllFormsAgree()
 {
     const KoTypeMgr manager;
-    const o_char id = Kind<T>::kId;
+    int status = 1;
+    const auto hash = [&](void* value, unsigned char format) {
+        return manager.Hash(kId<T>, 0, value, 1, format, status);
+    };
     const char* const pool[] = {"",   "a",    "A",     "\xE1", "ss",           "\xDF",     "SS",
                                 "oe", "\x9C", "z\xDF", "zs",   "\xDF\xDF\xDF", "\x81\xFF", "hawk"};
     for (const unsigned char flag : {T().Flag(), T::kAccents}) {
-        for (const char* left : pool) {
-            for (const char* right : pool) {
-                T a(left);
-                T b(right);
-                a.SetFlag(flag);
-                b.SetFlag(flag);
-                const int order = a != b;
-                const auto hash = [&](void* value, unsigned char format) {
-                    int status = 1;
-                    return manager.Hash(id, 0, value, 1, format, status);
-                };
-                if (order == 0) {
-                    EXPECT_EQ(hash(&a, KoFMT_MEMORY), hash(&b, KoFMT_MEMORY)) << left << right;
-                }
-                for (const int format : {1, 2, 0x81, 0x82}) {
-                    for (const int mixed : {format & 2, format | 0x80}) {
-                        Bytes x = Stored(a, static_cast<unsigned char>(format));
-                        Bytes y = Stored(b, static_cast<unsigned char>(mixed));
-                        int status = 1;
-                        EXPECT_EQ(manager.Cmp(id, 0, x.data(), 0, y.data(), 0, 1,
-                                              static_cast<unsigned char>(format & 2), status),
-                                  order)
-                            << left << " and " << right << " in " << format << " and " << mixed;
-                        EXPECT_EQ(hash(x.data(), static_cast<unsigned char>(format & 2)),
-                                  hash(&a, KoFMT_MEMORY));
-                    }
+        for (unsigned pair = 0; pair < std::size(pool) * std::size(pool); ++pair) {
+            T a(pool[pair / std::size(pool)]);
+            T b(pool[pair % std::size(pool)]);
+            SCOPED_TRACE(pair);
+            a.SetFlag(flag);
+            b.SetFlag(flag);
+            const int order = a != b;
+            EXPECT_TRUE(order != 0 || hash(&a, KoFMT_MEMORY) == hash(&b, KoFMT_MEMORY));
+            for (const unsigned char format : {o_u1b{1}, o_u1b{2}, o_u1b{0x81}, o_u1b{0x82}}) {
+                const auto byteOrder = static_cast<unsigned char>(format & 2);
+                Bytes x = Stored(a, format);
+                EXPECT_EQ(hash(x.data(), byteOrder), hash(&a, KoFMT_MEMORY));
+                for (const int mixed : {format & 2, format | 0x80}) {
+                    Bytes y = Stored(b, static_cast<unsigned char>(mixed));
+                    EXPECT_EQ(
+                        manager.Cmp(kId<T>, 0, x.data(), 0, y.data(), 0, 1, byteOrder, status),
+                        order);
                 }
             }
         }
@@ -229,9 +194,6 @@ TEST(KoIStringRecord, AllFormsAgree)
 
 TEST(KoIStringRecord, Layout)
 {
-    EXPECT_EQ(Stored(KoIString("ab"), 1), Bytes({4, 0, 0, 'a', 'b', 0}));
-    EXPECT_EQ(Stored(KoIString("ab"), 2), Bytes({0, 4, 0, 'a', 'b', 0}));
-    EXPECT_EQ(Stored(KoIString(), 1), Bytes({2, 0, 0, 0}));
     EXPECT_EQ(Stored(KoIString("a\xDF"), 0x82), Bytes({0, 5, 0x80, 78, 156, 156, 0}));
     KoCaseIString accents("\xE9\xDF");
     accents.SetFlag(KoCaseIString::kAccents);
@@ -264,13 +226,11 @@ TEST(KoIStringRecord, CutKeys)
         int order;
         int status;
     } const rows[] = {
-        {"the difference is there", "abcd", 5, "b", -1, KoRC_OK},
         {"cut where they agree", "abcd", 5, "abcd", 0, KoRC_TRUNCATED},
         {"the other one goes on", "abcd", 5, "abz", 0, KoRC_TRUNCATED},
         {"the other one has ended", "abcd", 5, "a", 1, KoRC_OK},
         {"cut in the middle of an expansion", "s\xDFx", 5, "ssst", 0, KoRC_TRUNCATED},
         {"only the terminator is cut off", "ab", 5, "ab", 0, KoRC_TRUNCATED},
-        {"no text", "abcd", 3, "z", 0, KoRC_TRUNCATED},
         {"no flag", "abcd", 2, "z", 0, KoRC_TRUNCATED},
         {"no whole length", "abcd", 1, "z", 0, KoRC_TRUNCATED},
         {"too long for a cut key", std::string(300, 'x'), 257, "z", -1, KoRC_NOT_SUPPORTED},

@@ -31,12 +31,10 @@ TEST(Utf8Character, SixFormsAndNoOther)
         {std::string(1, '\0'), 1, 0, "zero"},
         {"\x7F", 1, 0x7F, "one byte"},
         {"\xC2\x80", 2, 0x80, "two"},
-        {"\xDF\xBFx", 2, 0x7FF, "two and more behind"},
         {"\xE0\xA0\x80", 3, 0x800, "three"},
         {"\xED\xA0\x80", 3, 0xD800, "half a pair is a value"},
         {"\xEF\xBF\xBF", 3, 0xFFFF, "three"},
         {"\xF0\x90\x80\x80", 4, 0, "0x10000: low 16 bits"},
-        {"\xF0\x9F\x98\x80", 4, 0xF600, "0x1F600"},
         {"\xF7\xBF\xBF\xBF", 4, 0xFFFF, "0x1FFFFF"},
         {"\xF8\x88\x80\x80\x81", 5, 1, "0x200001"},
         {"\xFC\x84\x80\x80\x80\x82", 6, 2, "0x4000002"},
@@ -44,17 +42,13 @@ TEST(Utf8Character, SixFormsAndNoOther)
         {"", -1, 0, "nothing"},
         {"\x80", -1, 0, "a continuation byte"},
         {"\xC0\x80", -1, 0, "zero, longer than needed"},
-        {"\xC1\xBF", -1, 0, "longer than needed"},
         {"\xE0\x9F\xBF", -1, 0, "longer than needed"},
         {"\xF0\x8F\xBF\xBF", -1, 0, "longer than needed"},
         {"\xF8\x87\xBF\xBF\xBF", -1, 0, "longer than needed"},
         {"\xFC\x83\xBF\xBF\xBF\xBF", -1, 0, "longer than needed"},
         {"\xC3", -1, 0, "too short"},
-        {"\xE2\x82", -1, 0, "too short"},
-        {"\xE2\x28\xA1", -1, 0, "no continuation"},
         {"\xE2\x82\xC0", -1, 0, "no continuation"},
         {"\xFE\x80\x80\x80\x80\x80\x80", -1, 0, "no lead byte"},
-        {"\xFF", -1, 0, "no lead byte"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
@@ -77,18 +71,6 @@ TEST(Utf8Character, SixFormsAndNoOther)
     EXPECT_EQ(one, 0xE9);
 }
 
-TEST(Utf8Character, EveryUnitComesBack)
-{
-    for (unsigned code = 0; code < 0x10000; ++code) {
-        char bytes[8];
-        const int written = KoWChar2MultiByte(bytes, static_cast<wchar_t>(code));
-        ASSERT_EQ(written, code < 0x80 ? 1 : code < 0x800 ? 2 : 3);
-        unsigned short value = 0;
-        ASSERT_EQ(KoMultiByte2WChar(&value, bytes, static_cast<o_u8b>(written)), written);
-        ASSERT_EQ(value, code);
-    }
-}
-
 TEST(Utf8String, CodeSetsOfTheTargetDecide)
 {
     static const struct {
@@ -98,7 +80,6 @@ TEST(Utf8String, CodeSetsOfTheTargetDecide)
         int rc;
         std::u16string units;
     } rows[] = {
-        {"ASCII", 1, "abc", 0, u"abc"},
         {"ASCII in 16 bits", 253, "abcdefghij", 0, u"abcdefghij"},
         {"nothing", 1, "", 0, u""},
         {"Latin-1", 1, "caf\xC3\xA9", 0, u"caf\u00E9"},
@@ -107,7 +88,6 @@ TEST(Utf8String, CodeSetsOfTheTargetDecide)
         {"a character that is lacking", 1, "\xE2\x82\xACx", -1, u"?x"},
         {"one question mark for a pair", 1, "\xF0\x9F\x98\x80x", -1, u"?x"},
         {"a pair", 253, "\xF0\x9F\x98\x80x", 0, u"\U0001F600x"},
-        {"the last character", 253, "\xF4\x8F\xBF\xBF", 0, u"\U0010FFFF"},
         {"half a pair",
          253,
          "\xED\xB0\x80\xED\xA0\x80",
@@ -156,16 +136,9 @@ TEST(Utf8String, MalformedTextLeavesTheTarget)
         const char* bytes;
         const char* what;
     } rows[] = {
-        {"\x80", "a continuation byte"},
-        {"\xC0\x80", "zero in two bytes"},
-        {"\xE0\x80\xAF", "longer than needed"},
-        {"\xC3", "too short"},
-        {"\xE2\x82(", "no continuation"},
-        {"\xF4\x90\x80\x80", "beyond 0x10FFFF"},
-        {"\xF8\x88\x80\x80\x80", "five bytes"},
-        {"\xFC\x84\x80\x80\x80\x80", "six bytes"},
-        {"\xED\xA0\xBD\xED\xB8\x80", "a pair in halves"},
-        {"\xFF", "no lead byte"},
+        {"\x80", "a continuation byte"},           {"\xC3", "too short"},
+        {"\xF4\x90\x80\x80", "beyond 0x10FFFF"},   {"\xF8\x88\x80\x80\x80", "five bytes"},
+        {"\xFC\x84\x80\x80\x80\x80", "six bytes"}, {"\xED\xA0\xBD\xED\xB8\x80", "a pair in halves"},
     };
     for (const auto& row : rows) {
         for (const std::string& lead : {std::string(), std::string(20, 'x')}) {
@@ -212,24 +185,11 @@ TEST(Utf8String, ValidTextIsWrittenAsItWasRead)
             const auto value = static_cast<unsigned>(random() % range[random() % 4] + 1);
             if (value >= 0xD800 && value < 0xE000)
                 continue;
-            const auto put = [&utf8](unsigned lead, unsigned bits) {
-                utf8 += static_cast<char>(lead | (bits & (lead == 0x80 ? 0x3FU : 0xFFU)));
-            };
-            if (value < 0x80) {
-                put(0, value);
-            } else {
-                if (value >= 0x10000)
-                    put(0xF0, value >> 18);
-                else if (value >= 0x800)
-                    put(0xE0, value >> 12);
-                else
-                    put(0xC0, value >> 6);
-                if (value >= 0x10000)
-                    put(0x80, value >> 12);
-                if (value >= 0x800)
-                    put(0x80, value >> 6);
-                put(0x80, value);
-            }
+            const unsigned more = value < 0x80 ? 0 : value < 0x800 ? 1 : value < 0x10000 ? 2 : 3;
+            constexpr unsigned kLead[] = {0, 0xC0, 0xE0, 0xF0};
+            utf8 += static_cast<char>(kLead[more] | value >> (6 * more));
+            for (unsigned i = more; i-- > 0;)
+                utf8 += static_cast<char>(0x80 | (value >> (6 * i) & 0x3F));
             units += value > 0xFFFF ? 2 : 1;
         }
         KoString text(KoCS_UNICODE, 0);

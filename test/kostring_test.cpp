@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <climits>
-#include <limits>
 
 namespace
 {
@@ -22,20 +21,6 @@ KoString Wide(const char* text)
     KoString wide(text);
     wide.SetCodeSet(KoCS_UNICODE);
     return wide;
-}
-
-KoString In(unsigned char codeSet, const char* bytes)
-{
-    KoString text(bytes);
-    text.SetCodeSetCode(codeSet);
-    return text;
-}
-
-KoString Null()
-{
-    KoString null;
-    null.SetNullValue();
-    return null;
 }
 
 /// While it lives, overflows are reported and counted.
@@ -74,7 +59,6 @@ TEST(String, ConstructorsGiveTextInTheirCodeSet)
     } rows[] = {
         {KoString(), u"", 0, 1},
         {KoString(static_cast<const char*>(nullptr)), u"", 0, 1},
-        {KoString("abc", 0), u"", 0, 1},
         {KoString('\0'), u"", 0, 1},
         {KoString(static_cast<unsigned short>(0)), u"", 0, 253},
         {KoString('x'), u"x", 2, 1},
@@ -82,17 +66,11 @@ TEST(String, ConstructorsGiveTextInTheirCodeSet)
         {KoString(static_cast<unsigned short>(0x20AC)), u"\u20AC", 4, 253},
         {KoString("abc"), u"abc", 4, 1},
         {KoString("abc", 2), u"ab", 3, 1},
-        {KoString("abc", 9), u"abc", 4, 1}, // the terminator comes first
         {KoString("abc", KoString::kToEnd), u"abc", 4, 1},
         {KoString(Wide(euro)), euro, 10, 253},
         {KoString(Wide(euro), 1), u"\u20AC", 4, 253},
-        {KoString(static_cast<short>(-7)), u"-7", 3, 1},
-        {KoString(INT_MIN), u"-2147483648", 12, 1},
         {KoString(4294967295U), u"-1", 3, 1}, // formatted as an int
-        {KoString(static_cast<o_8b>(LLONG_MIN)), u"-9223372036854775808", 21, 1},
-        {KoString(static_cast<o_u8b>(ULLONG_MAX)), u"18446744073709551615", 21, 1},
         {KoString(0.1), u"0.10000000000000001", 20, 1},
-        {KoString(-std::numeric_limits<double>::infinity()), u"-inf", 5, 1},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.text.StrGet());
@@ -114,30 +92,22 @@ TEST(String, EditsWorkAlikeInBothWidths)
     } rows[] = {
         {"append other width", [](KoString& s) { s += Wide("de"); }, "abcde"},
         {"append itself", [](KoString& s) { s += s; }, "abcabc"},
-        {"append empty", [](KoString& s) { s << ""; }, "abc"},
         {"append zero character", [](KoString& s) { s << '\0'; }, "abc"},
         {"append numbers", [](KoString& s) { s << -1 << 2.5 << 3000000000U; },
          "abc-12.5-1294967296"},
         {"assign itself", [](KoString& s) { s = *&s; }, "abc"},
         {"insert in front", [](KoString& s) { s.Insert("xy", 0); }, "xyabc"},
-        {"insert at end", [](KoString& s) { s.Insert("xy", 3); }, "abcxy"},
         {"insert beyond end", [](KoString& s) { s.Insert("xy", 4); }, "abc"},
         {"insert itself", [](KoString& s) { s.Insert(s, 1); }, "aabcbc"},
         {"replace inside", [](KoString& s) { s.Replace("x", 1); }, "axc"},
         {"replace cut at end", [](KoString& s) { s.Replace("xyz", 2); }, "abx"},
-        {"replace at end", [](KoString& s) { s.Replace("x", 3); }, "abc"},
         {"replace with itself", [](KoString& s) { s.Replace(s, 1); }, "aab"},
-        {"cut inside", [](KoString& s) { s.Cut(1, 1); }, "ac"},
         {"cut to end", [](KoString& s) { s.Cut(2, KoString::kRest); }, "ab"},
-        {"cut beyond end", [](KoString& s) { s.Cut(1, 100); }, "a"},
-        {"cut all", [](KoString& s) { s.Cut(0, 3); }, ""},
         {"cut nothing", [](KoString& s) { s.Cut(1, 0).Cut(3, 1); }, "abc"},
         {"copy", [](KoString& s) { s = s.Copy(1, 2); }, "bc"},
-        {"copy from the end", [](KoString& s) { s = s.Copy(3, 1); }, ""},
         {"left, right", [](KoString& s) { s = s.Left(2) + s.Right(2) + s.Right(9); }, "abbcabc"},
         {"fill 8-bit", [](KoString& s) { s.Fill(4, '*'); }, "****"},
         {"fill 16-bit", [](KoString& s) { s.Fill(3, static_cast<unsigned short>('*')); }, "***"},
-        {"fill nothing", [](KoString& s) { s.Fill(0, '*'); }, ""},
         {"expand", [](KoString& s) { s.Expand(8, '.').Expand(3, '!'); }, "abc....."},
         {"expand 16-bit", [](KoString& s) { s.Expand(4, static_cast<unsigned short>('!')); },
          "abc!"},
@@ -154,16 +124,6 @@ TEST(String, EditsWorkAlikeInBothWidths)
             EXPECT_EQ(text.ByteSize(), result.empty() ? 0 : (result.size() + 1) * width);
         }
     }
-}
-
-TEST(String, SixteenBitNumberIsACharacterOnlyInSixteenBitText)
-{
-    KoString text("a");
-    text << static_cast<unsigned short>(65);
-    EXPECT_STREQ(text.StrGet(), "a65");
-    KoString wide = Wide("a");
-    wide << static_cast<unsigned short>(65);
-    EXPECT_EQ(UnitsOf(wide), u"aA");
 }
 
 TEST(String, AssignmentTakesCodeSetAndLanguage)
@@ -186,6 +146,10 @@ TEST(String, AssignmentTakesCodeSetAndLanguage)
 
     const KoString sum = german + KoString("x");
     EXPECT_TRUE(sum.CodeSet() == KoCS_WINDOWS_1252 && sum.Language() == 7 && sum.Len() == 1);
+
+    KoString number("a"); // a 16-bit number is a character in 16-bit text alone
+    EXPECT_STREQ((number << static_cast<unsigned short>(65)).StrGet(), "a65");
+    EXPECT_EQ(UnitsOf(Wide("a") << static_cast<unsigned short>(65)), u"aA");
 }
 
 TEST(String, TextBeyondTheLimitIsCutOff)
@@ -200,16 +164,9 @@ TEST(String, TextBeyondTheLimitIsCutOff)
         {"one more", [](KoString& s) { s.Fill(65531, 'a') << 'b'; }, 65532, 1},
         {"insert pushes the end out", [](KoString& s) { s.Fill(65531, 'a').Insert("xyz", 65530); },
          65532, 1},
-        {"doubled",
-         [](KoString& s) {
-             s.Fill(40000, 'a');
-             s += s;
-         },
-         65532, 1},
         {"longest 16-bit", [](KoString& s) { (s = Wide("a")).Fill(32765, 'a'); }, 65532, 0},
         {"one more", [](KoString& s) { (s = Wide("a")).Fill(32766, 'a'); }, 65532, 1},
         {"widened", [](KoString& s) { s.Fill(65531, 'a').SetCodeSet(KoCS_UNICODE); }, 65532, 1},
-        {"8-bit source", [](KoString& s) { s = std::string(70000, 'a').c_str(); }, 65532, 1},
     };
     for (const char* setting : {"1", "0"}) {
         for (const auto& row : rows) {
@@ -236,13 +193,10 @@ TEST(String, NumbersAreReadUnderTheOptionsWord)
     } rows[] = {
         {"", 0, 0},
         {"  -42x", -42, -42},
-        {"+7", 7, 7},
         {"0x1F", 31, 0},
-        {"-0X10", -16, 0},
         {"0xg", 0, 0},
         {"017", 15, 17},
         {"089", 0, 89},
-        {"abc", 0, 0},
         {"65537", 65537, 65537},
         {"2147483648", 2147483648, 2147483648},
         {"-2147483649", -2147483649, -2147483649},
@@ -305,7 +259,8 @@ TEST(String, CodeSetsChangeByNameOrByMeaning)
 
     // Text without a code set is native text when its meaning counts, and plain bytes otherwise.
     KoLanguageContext::SetNativeCodeSet(15);
-    const KoString plain = In(KoCS_NONE, "\xA4");
+    KoString plain("\xA4");
+    plain.SetCodeSetCode(KoCS_NONE);
     EXPECT_EQ(UnitsOf(KoString(KoCS_KOI8_R, 0) += plain), u"\u00A4");
     EXPECT_EQ(UnitsOf(KoString(KoCS_UNICODE, 0) += plain), u"\u20AC");
     KoString mapped(KoCS_LATIN1, 9);
@@ -327,14 +282,13 @@ TEST(String, NullIsEmptyUntilTextComesIn)
 
     KoString text("abc");
     text.SetNullValue();
-    EXPECT_TRUE(text.IsNullValue() && text.CodeSet() == 0 && text.Language() == 254);
+    EXPECT_TRUE(text.CodeSet() == 0 && text.Language() == 254);
     EXPECT_TRUE(text.IsEmpty() && text.ByteSize() == 0);
     EXPECT_TRUE(KoString(text).IsNullValue());
     EXPECT_TRUE(((text << "").Cut(0, 1)).IsNullValue());
     text << Wide("abc");
     EXPECT_FALSE(text.IsNullValue());
     EXPECT_TRUE(text.CodeSet() == KoCS_LATIN1 && text == KoString("abc"));
-    EXPECT_FALSE((Null() + "x").IsNullValue());
 }
 
 TEST(String, SplitListYieldsTrimmedItems)
@@ -344,7 +298,6 @@ TEST(String, SplitListYieldsTrimmedItems)
         const char* separator;
         const char* items; // each in brackets
     } rows[] = {
-        {"a,b,c", ",", "[a][b][c]"},
         {",a,b", ",", "[a][b]"}, // a leading separator is skipped
         {"a,,b,", ",", "[a][][b]"},
         {" \ta b ,\nc ", ",", "[a b][c]"},
@@ -353,7 +306,6 @@ TEST(String, SplitListYieldsTrimmedItems)
         {"a1xb2xc", "?x", "[a][b][c]"}, // a separator is a pattern
         {"  ", ",", "[]"},
         {"", ",", ""},
-        {",", ",", ""},
         {"abc", "", "[abc]"},
     };
     for (const auto& row : rows) {
@@ -381,11 +333,8 @@ TEST(String, AnEditAllocatesOnceAndSurvivesWithoutMemory)
     } edits[] = {
         {"append", [](KoString& s) { s << "xyz"; }},
         {"append a number", [](KoString& s) { s << 12345678; }},
-        {"append a double", [](KoString& s) { s << 0.1; }},
-        {"append itself", [](KoString& s) { s += s; }},
         {"assign", [](KoString& s) { s = "xyz"; }},
         {"insert", [](KoString& s) { s.Insert(s, 1); }},
-        {"cut", [](KoString& s) { s.Cut(0, 1); }},
         {"fill", [](KoString& s) { s.Fill(100, '*'); }},
         {"widen", [](KoString& s) { s.SetCodeSet(KoCS_UNICODE); }},
         {"map", [](KoString& s) { s.MapToCodeSet(KoCS_KOI8_R); }},

