@@ -26,8 +26,12 @@ struct KoBlobData {
 class KOTMS_API KoBlob
 {
 public:
-    static constexpr int kNotFound = 65535; ///< answer of Search
-    static constexpr int kReuse = 128;      ///< bytes that a buffer may be too long by
+    // Enumerators, since a program cannot take the address of what a module of Windows keeps
+    // inline.
+    enum : int {
+        kNotFound = 65535, ///< answer of Search
+        kReuse = 128,      ///< bytes that a buffer may be too long by
+    };
 
     KoBlob();                           ///< empty
     KoBlob(int size);                   ///< bytes of no certain value

@@ -15,12 +15,13 @@
 class KOTMS_API KoIStringText
 {
 public:
-    static constexpr unsigned short kToEnd = 65535;
-    static constexpr unsigned kMaxLength = 65531;
-    /// Flag: accents count in comparison. KoIString does not look at it.
-    static constexpr unsigned char kAccents = 0x20;
-    /// Flag: the bytes are weights, as the key form of a stored text has them.
-    static constexpr unsigned char kRaw = 0x80;
+    // Enumerators, since a program cannot take the address of what a module of Windows keeps
+    // inline.
+    enum : unsigned short { kToEnd = 65535, kMaxLength = 65531 };
+    enum : unsigned char {
+        kAccents = 0x20, ///< flag: accents count in comparison; KoIString does not look at it
+        kRaw = 0x80,     ///< flag: the bytes are weights, as in the key form of a stored text
+    };
 
     // A null pointer, a zero character and a count of 0 give the empty text.
     KoIStringText() = default;

@@ -80,7 +80,7 @@ unsigned KoIStore(void* destination, const void* source, unsigned char format, u
             std::memcpy(out, text.bytes, bytes);
         out[bytes] = 0;
         KoPutRecordLength(record, bytes + kIRecordRest, format);
-        const unsigned raw = IsKey(format) ? KoIStringText::kRaw : 0U;
+        const unsigned raw = IsKey(format) ? 0U + KoIStringText::kRaw : 0U;
         record[kRecordLengthField] = static_cast<unsigned char>(text.flag | raw);
         record = out + bytes + 1;
     }
