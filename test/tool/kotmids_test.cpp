@@ -23,18 +23,13 @@ TEST(KotmIds, FindObjects)
         {"any column", "--columns title,@id --print @id=%L --limit 1", "title,@id\na,1\n"},
         {"once", "--ids --columns @id,id --limit 1", "@id,id\n(0-1#0),10\n"},
         {"by number", "'@id = 3' --columns id", "id\n30\n"},
-        {"by text", "'@id = \"(0-3#0)\"' --columns id", "id\n30\n"},
         {"the tag is no part of it", "'@id = \"(0-3#7)\"' --columns id", "id\n30\n"},
         {"no such object", "'@id = 5 or @id = 0' --columns id", "id\n"},
         {"number 0 alone", "'@id = 0' --columns id", "id\n"},
-        {"beyond", "'@id > 4' --columns id", "id\n"},
         {"below", "'@id < 3' --columns id", "id\n10\n20\n"},
-        {"between", "'@id >= 2 and @id <= 3' --columns id", "id\n20\n30\n"},
         {"without the ends", "'@id > 1 and @id < 4' --columns id", "id\n20\n30\n"},
-        {"backwards", "'@id >= 2 and @id < 4' --columns id --order @id --desc", "id\n30\n20\n"},
         {"in two ranges", "'@id < 4 and id > 10' --columns id --order @id", "id\n20\n30\n"},
         {"sorted otherwise", "'@id < 4' --columns id --order weight", "id\n30\n20\n10\n"},
-        {"all but one", "'@id != 2' --columns id", "id\n10\n30\n40\n"},
         {"by id behind an index", "'id > 10' --columns id --order @id --desc", "id\n40\n30\n20\n"},
         {"counted", "'@id > 1' --count", "3\n"},
         {"never null", "'@id is null' --count", "0\n"},
@@ -68,7 +63,6 @@ TEST(KotmIds, StoreIdentitiesBooleansAndSeals)
         const char* reason;
         std::string arguments, output;
     } kRows[] = {
-        {"by number", "--order from --columns from", "from\n\n(0-7#3)\n(0-9#0)\n(1-1#0)\n"},
         {"in its format", "'to > \"1:4/2\"' --order to --columns to", "to\n1:5/2\n1:300/2\n"},
         {"texts", "'from = \"(0-7#3)\"' --columns class,valid,seal",
          "class,valid,seal\n(2v3),TRUE,000000000001\n"},

@@ -30,30 +30,14 @@ std::string CsvField(const std::string& text)
 std::vector<std::string> TextsOf(const Attribute& attribute, std::mt19937_64& random)
 {
     std::vector<std::string> texts;
-    if (attribute.type.IsText())
-        return {"",
-                "Hawk",
-                "hawk",
-                "h\u00E4wk",
-                "H\u00C4WK",
-                "Stra\u00DFe",
-                "a*b",
-                "a?b",
-                "\\",
-                "-",
-                " a",
-                "a b",
-                "ab",
-                "\u03B1",
-                "\u4E00\u4E8C",
-                "\u00C6sir",
-                "zz\u0161",
-                "a-b",
-                "Hawks",
-                "hawk 17",
-                "10",
-                std::string(300, 'h'),
-                "\u516C"};
+    if (attribute.type.IsText()) {
+        texts = {"",      "Hawk",    "hawk",         "h\u00E4wk", "H\u00C4WK", "Stra\u00DFe",
+                 "a*b",   "a?b",     "\\",           "-",         " a",        "a b",
+                 "ab",    "\u03B1",  "\u4E00\u4E8C", "\u00C6sir", "zz\u0161",  "a-b",
+                 "Hawks", "hawk 17", "10",           "\u516C"};
+        texts.emplace_back(300, 'h');
+        return texts;
+    }
     if (attribute.type.Name() == "o_float" || attribute.type.Name() == "o_double" ||
         attribute.type.Name() == "KoNull_double" || attribute.type.Name() == "KoNull_float")
         texts = {"nan", "inf", "-inf", "-0", "1e30", "0.5", "1e-30", "-17"};
