@@ -73,7 +73,6 @@ TEST(Kotm, ValuesAndWrongUse)
          "written 06000100616200ff"},
         {"no subcommand", "", 2, "subcommand is required"},
         {"unknown option", "types --xml", 2, "--xml"},
-        {"help", "--help", 0, "import"},
         {"types in JSON", "types --json", 0, "\"name\": \"KoSeal\""},
         {"no store", "query /nowhere/at/all", 4, "No such file"},
     };
@@ -234,8 +233,7 @@ TEST_F(KotmStore, SurvivesBeingKilled)
                 << count;
             EXPECT_EQ(Check().status, 0) << Check().out;
         }
-        EXPECT_EQ(Import(small).status, 0);
-        EXPECT_EQ(Check().status, 0) << Check().out;
+        EXPECT_EQ(Import(small).status + Check().status, 0) << Check().out;
     }
     EXPECT_GT(killed, 3);
 }
@@ -326,37 +324,6 @@ TEST_F(KotmStore, FindsTextsByPatternAndWithoutCaseOrAccents)
             << c.predicate;
 }
 
-TEST(Kotm, KeepsBlobsAndTextsWithoutCase)
-{
-    const TestFolder folder;
-    const std::string schema = folder.Write("schema", R"({"class": "Item", "attributes": [
-      {"name": "id", "column": "Id", "type": "o_4b"},
-      {"name": "data", "column": "Data", "type": "KoBlob", "format": "%x", "index": true},
-      {"name": "name", "column": "Name", "type": "KoIString", "index": true},
-      {"name": "kind", "column": "Kind", "type": "KoCaseIString", "index": true}]})");
-    const std::string csv =
-        folder.Write("csv", "Id,Data,Name,Kind\n1,4a4B,stra\xC3\x9F"
-                            "e,Hawk\n2,,A,HAWK\n"
-                            "3,00ff,a,owl\n4,4a4,x,x\n5,ff,\xCE\xB1,x\n6,ff,\xC5\x93uf,\n");
-    const std::string store = folder.Path("store");
-    const std::string query = "query " + store + " --output csv ";
-    const Step kSteps[] = {
-        {"half a byte, a character that Windows-1252 lacks",
-         "import " + store + " " + csv + " --schema " + schema, 1, "stored 4, rejected 2"},
-        {"every value is one that its type writes", "check " + store, 0, "4 objects, no faults"},
-        {"digits come back", query + "'id = 1' --columns data,name", 0,
-         "\n4a4b,stra\xC3\x9F"
-         "e\n"},
-        {"and beyond Latin-1", query + "'id = 6' --columns data,name", 0, "\nff,\xC5\x93uf\n"},
-        {"case counts, sharp s is two letters", query + "'name = \"strasse\"' --columns id", 0,
-         "id\n1\n"},
-        {"the length alone, as the type prints it",
-         query + "'id = 1' --columns data --print data=%L", 0, "\n2\n"},
-    };
-    for (const Step& step : kSteps)
-        Expect(step);
-}
-
 TEST_F(KotmStore, SaysWhatIsWrongWithAStore)
 {
     std::string csv = "Id,Title,Latin,Weight\n";
@@ -376,7 +343,6 @@ TEST_F(KotmStore, SaysWhatIsWrongWithAStore)
         std::string output;
     } kCases[] = {
         {"empty", "", "is no store (too short)"},
-        {"text", std::string(10000, 'x'), "is no store"},
         {"cut", whole.substr(0, whole.size() - 1), "is truncated"},
         {"cut to the first page", whole.substr(0, 4096), "its second page is missing"},
         {"other program", overwritten("kotm store", "some other"), "is no store of this program"},
@@ -425,39 +391,6 @@ TEST_F(KotmStore, PrintsInEveryForm)
         {"suffix for a number", "query " + m_store + " 'id = \"1\"i'", 2, "go with texts"},
         {"order of a pattern", "query " + m_store + " 'title < \"*x\"'", 2, "go with = and !="},
         {"null literal", "query " + m_store + " 'title = \"\"'", 2, "is null"},
-    };
-    for (const Step& step : kSteps)
-        Expect(step);
-}
-
-TEST(Kotm, KnowsDatesAndTimes)
-{
-    const TestFolder folder;
-    const std::string store = folder.Path("store");
-    const std::string schema = folder.Write("schema", R"({"class": "Flight", "attributes": [
-        {"name": "day", "column": "Day", "type": "KoDate", "format": "%d.%m.%Y", "index": true},
-        {"name": "start", "column": "Start", "type": "KoTime", "format": "%I:%M %p"},
-        {"name": "took", "column": "Took", "type": "KoTimeSpan", "format": "%?(J days )%H:%M"}]})");
-    const std::string rows = folder.Write("rows", "Day,Start,Took\n"
-                                                  "05.03.2024,12:30 am,01:15\n"
-                                                  "29.02.2024,01:00 pm,2 days 03:00\n"
-                                                  "29.02.2023,01:00 pm,03:00\n"
-                                                  ",01:00 pm,03:00\n"
-                                                  "01.04.2024,13:00 pm,03:00\n");
-    const std::string query = "query " + store + " ";
-    const Step kSteps[] = {
-        {"29 February 2023, an hour 13 pm", "import " + store + " " + rows + " --schema " + schema,
-         1, "rows read 5, stored 3, rejected 2\n"},
-        {"in order of the days", query + "--output csv --order day --columns day,start,took", 0,
-         "day,start,took\n,01:00 pm,03:00\n29.02.2024,01:00 pm,2 days 03:00\n"
-         "05.03.2024,12:30 am,01:15\n"},
-        {"literals in the attribute's format", query + "'day > \"29.02.2024\"' --count", 0, "1\n"},
-        {"a time", query + "'start < \"01:00 am\"' --count", 0, "1\n"},
-        {"a span", query + "'took >= \"1 days 00:00\"' --count", 0, "1\n"},
-        {"another format", query + "'took = \"01:15\"' --print day='%a %e.%b %Y' --columns day", 0,
-         "Tue 05.Mar 2024"},
-        {"no day", query + "'day = \"31.04.2024\"'", 2, "in the format \"%d.%m.%Y\""},
-        {"the null day", query + "'day is null' --count", 0, "1\n"},
     };
     for (const Step& step : kSteps)
         Expect(step);
