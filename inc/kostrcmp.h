@@ -8,8 +8,8 @@
 ///
 /// Two texts without a code set compare as bytes; if only one has none, it is in the native code
 /// set. All others compare by collation orders, whatever their code sets. 0xFFFF stands for the
-/// default operator. A code set of 255 in KoStrCmp and HashString is the default one, a language of
-/// 255 the default one everywhere.
+/// default operator. A code set of 255 in KoStrCmp and HashString is the default 8-bit one, a
+/// language of 255 the default one everywhere.
 
 /// Negative, 0 or positive, as the first text comes before, equals or comes after the second. With
 /// neither KoCMP_PLAIN nor KoCMP_NO_WILDCARDS in `cmpOp` the second one is a pattern, and 0 means
@@ -49,8 +49,9 @@ KOTMS_API int StringCompare(unsigned char format, unsigned leftSize, void* left,
                             void* right, unsigned short cmpOp, unsigned count, int& status);
 
 /// The hash of a text: h = 9h + k modulo 2^32, k being the comparison key of each order, or each
-/// byte of a text without a code set. Ends at the terminator or after `len` orders; -1 is no
-/// limit, any other negative `len` gives 0. A null value has 0xFEFE7575.
+/// byte of a text without a code set. A `len` of -1 is all up to the terminator. Otherwise exactly
+/// `len` orders count, those that a shorter text lacks as zeros: `len` is part of the value. 0 and
+/// any other negative `len` give 0. A null value has 0xFEFE7575.
 ///
 /// Texts with code sets that are equal under KoCMP_PLAIN with all distinctions have the same hash.
 /// Not so under an operator that ignores something, and not a text without a code set and the same

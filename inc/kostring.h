@@ -145,8 +145,9 @@ public:
     /// The position of the first match of the pattern at or after `start`, or -1; -1 too for an
     /// empty pattern. At each position that leaves at least the pattern's length, KoStrCmp decides
     /// under the operator word (0xFFFF: the default one):
-    /// - with wildcards, on any beginning of the rest: "b" is found in "abc", and so is "a?c". What
-    ///   the escape makes literal is literal; at the very end of the pattern it stands for itself;
+    /// - with wildcards, as if the pattern had an asterisk behind it, so on any beginning of the
+    ///   rest: "b" is found in "abc", and so is "a?c". An escape at the very end of the pattern
+    ///   makes that asterisk literal: "b\" is found where the text ends in "b*";
     /// - with bit 0x10 or 0x100, on exactly as many orders as the pattern has characters.
     /// Takes at most the time of the text's length times the pattern's.
     int Find(const KoString& pattern, unsigned short start = 0,
@@ -164,9 +165,9 @@ public:
     KoString& ReplaceAll(const KoString& from, const KoString& to, unsigned short start = 0);
     KoString& ReplaceAll(char from, char to, unsigned short start = 0);
     KoString& ReplaceAll(unsigned short from, unsigned short to, unsigned short start = 0);
-    /// Make the first collation order of a character the wildcard of the whole process; 0 is
-    /// ignored. They are "*", "?" and "\" unless set. Return 0. Not synchronised, like all settings
-    /// of the process. Texts without a code set keep "*" and "?".
+    /// Make the first collation order of a character the wildcard of the whole process. They are
+    /// "*", "?" and "\" unless set, and again after the character 0. Return 0. Not synchronised,
+    /// like all settings of the process. Texts without a code set keep "*" and "?".
     static int SetAsterisk(const KoChar& c);
     static int SetQuestion(const KoChar& c);
     static int SetEscape(const KoChar& c);
@@ -187,8 +188,9 @@ public:
     /// Converts the text character by character. Returns 0, -1 where a character became "?", or
     /// KoRC_REFUSED (unchanged) for 0, 254 and 255. A null string stays as it is.
     int MapToCodeSet(unsigned char codeSet);
-    /// Becomes the first `n` characters of `source` (kRest: all) in `codeSet`, with its language.
-    /// Returns as MapToCodeSet; the string itself as the source is refused.
+    /// Becomes the first `n` characters of `source` (kRest: all) in `codeSet`, with its language; 0
+    /// takes native characters and no code set. Returns as MapToCodeSet; refused are 254, 255 and
+    /// the string itself as the source.
     int CopyMapped(const KoString& source, unsigned char codeSet, short n);
     static unsigned char GetDefaultCodeSet() { return KoLanguageContext::GetDefaultCodeSet(); }
     static unsigned char GetDefault8CodeSet() { return KoLanguageContext::GetDefault8CodeSet(); }

@@ -117,14 +117,16 @@ private:
 
 /// The orders that are wildcards in a pattern. None is 0.
 struct KoWildcards {
+    enum Which { kAsterisk, kQuestion, kEscape };
+
     o_u2b asterisk, question, escape;
 
     /// Those of the process.
     static KoWildcards Current();
     /// Those are the orders of "*", "?" and "\\".
     static bool AreDefault() { return !s_replaced.load(std::memory_order_relaxed); }
-    /// Replaces those that are not 0. Not synchronised, like all settings of the process.
-    static void Replace(const KoWildcards& orders);
+    /// 0 restores the default one. Not synchronised, like all settings of the process.
+    static void Replace(Which which, o_u2b order);
 
 private:
     static std::atomic<bool> s_replaced;
@@ -165,8 +167,7 @@ struct KoTextOrder {
 KoTextOrder KoCompareText(const KoText& left, const KoText& right, o_u2b cmpOp,
                           unsigned limit = kNoLimit, unsigned from = 0);
 
-/// As comparing with a pattern that has an asterisk behind it, whatever it ends with; neither may
-/// be null.
+/// As comparing with a pattern that has an asterisk behind it; neither may be null.
 KoTextOrder KoCompareBeginning(const KoText& text, const KoText& pattern,
                                const KoCompareMode& mode);
 
@@ -189,7 +190,7 @@ int KoCompareFast(const KoText& left, const KoText& right, const KoCompareMode& 
 /// there is no wildcard or the tables cannot decide.
 int KoMatchFast(const KoText& left, const KoText& right, const KoCompareMode& mode, unsigned from);
 
-/// Hash of the first `limit` orders of a text that is not null, or of all; see HashString.
+/// Hash of `limit` orders of a text, or of all; see HashString.
 o_u4b KoHashText(const KoText& text, unsigned limit = kNoLimit);
 
 #endif

@@ -84,7 +84,7 @@ public:
 class PatternElements : public Elements
 {
 public:
-    /// With `runBehind` an asterisk is added at the end.
+    /// With `runBehind` an asterisk stands behind the text.
     PatternElements(const KoText& text, unsigned from, unsigned limit, const KoCompareMode& mode,
                     bool runBehind = false)
         : Elements(text, from, limit, mode),
@@ -119,12 +119,17 @@ public:
     }
 
 private:
-    /// At the very end the escape stands for itself.
+    /// At the very end the escape stands for itself, or makes the asterisk that stands behind the
+    /// text literal.
     o_u2b Escaped(o_u2b escape)
     {
         const o_u2b order = m_orders.Next();
         if (order != 0)
             return order;
+        if (m_runBehind) {
+            m_runBehind = false;
+            return m_wildcards.asterisk;
+        }
         if (!m_orders.EndsOpen())
             return escape;
         m_kind = KoPatternKind::kEnd;
@@ -247,7 +252,7 @@ KoTextOrder KoCompareBeginning(const KoText& text, const KoText& pattern, const 
 namespace
 {
 
-std::atomic<o_u2b> s_wildcards[3]; // 0 before the first use
+std::atomic<o_u2b> s_wildcards[3]; // 0 until it is needed
 
 constexpr char kDefaultWildcards[] = {'*', '?', '\\'};
 
@@ -277,14 +282,11 @@ KoWildcards KoWildcards::Current()
     return {Wildcard(0), Wildcard(1), Wildcard(2)};
 }
 
-void KoWildcards::Replace(const KoWildcards& orders)
+void KoWildcards::Replace(Which which, o_u2b order)
 {
-    const o_u2b given[] = {orders.asterisk, orders.question, orders.escape};
+    s_wildcards[which].store(order, std::memory_order_relaxed);
     bool replaced = false;
-    for (unsigned i = 0; i < 3; ++i) {
-        if (given[i] != 0)
-            s_wildcards[i].store(given[i], std::memory_order_relaxed);
+    for (unsigned i = 0; i < 3; ++i)
         replaced = replaced || Wildcard(i) != DefaultWildcard(i);
-    }
     s_replaced.store(replaced, std::memory_order_relaxed);
 }

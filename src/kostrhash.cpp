@@ -12,7 +12,11 @@ constexpr o_u4b kHashOfNullText = 0xFEFE7575U;
 
 constexpr o_u4b PowerOf9(unsigned exponent)
 {
-    return exponent == 0 ? 1 : 9 * PowerOf9(exponent - 1);
+    o_u4b power = 1;
+    for (o_u4b square = 9; exponent != 0; exponent >>= 1U, square *= square)
+        if ((exponent & 1U) != 0)
+            power *= square;
+    return power;
 }
 
 /// Eight bytes, the first one lowest.
@@ -158,8 +162,12 @@ o_u4b KoHashText(const KoText& text, unsigned limit)
     if (text.units == 0 || limit == 0)
         return 0;
     const unsigned end = KoUnitsBeforeZero(text.bytes, text.Width(), std::min(text.units, limit));
+    // Of the characters that are asked for, those behind the end count as zeros.
+    const auto padded = [limit](o_u4b hash, unsigned done) {
+        return limit == kNoLimit ? hash : hash * PowerOf9(limit - done);
+    };
     if (text.codeSet == KoCS_NONE)
-        return HashBytes<Unsigned>(text.bytes, end);
+        return padded(HashBytes<Unsigned>(text.bytes, end), end);
     if (limit == kNoLimit && KoHasFastKeys(text)) {
         const KoCodeSet& codeSet = KoCodeSetOf(text);
         return text.Width() == 1 ? HashKeys(KoFastText<o_u1b>(text), codeSet, end)
@@ -167,9 +175,10 @@ o_u4b KoHashText(const KoText& text, unsigned limit)
     }
     KoOrderReader orders(text, 0, limit);
     o_u4b hash = 0;
-    for (o_u2b order = orders.Next(); order != 0; order = orders.Next())
+    unsigned done = 0;
+    for (o_u2b order = orders.Next(); order != 0; order = orders.Next(), ++done)
         hash = hash * 9 + KoCollationKey(order, orders.Variant());
-    return hash;
+    return padded(hash, done);
 }
 
 unsigned HashKoString(const KoString& string)

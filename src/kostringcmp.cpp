@@ -16,7 +16,7 @@ KoText TextAt(unsigned char codeSet, unsigned char language, const char* text, u
 {
     KoText found;
     found.bytes = text;
-    found.codeSet = codeSet == KoCS_DEFAULT ? KoLanguageContext::GetDefaultCodeSet() : codeSet;
+    found.codeSet = codeSet == KoCS_DEFAULT ? KoLanguageContext::GetDefault8CodeSet() : codeSet;
     found.language = language;
     found.format = KoTextFormat(format);
     if (text == nullptr || found.IsNull())

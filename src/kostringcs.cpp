@@ -23,7 +23,7 @@ int KoString::SetCodeSetCode(unsigned char codeSet)
 
 int KoString::MapToCodeSet(unsigned char codeSet)
 {
-    return MapFrom(*this, codeSet, kToEnd);
+    return codeSet == KoCS_NONE ? KoRC_REFUSED : MapFrom(*this, codeSet, kToEnd);
 }
 
 int KoString::CopyMapped(const KoString& source, unsigned char codeSet, short n)
@@ -34,7 +34,7 @@ int KoString::CopyMapped(const KoString& source, unsigned char codeSet, short n)
 
 int KoString::MapFrom(const KoString& source, unsigned char codeSet, unsigned limit)
 {
-    if (codeSet == KoCS_NONE || codeSet >= KoCS_NULL)
+    if (codeSet >= KoCS_NULL)
         return KoRC_REFUSED;
     if (source.IsNullValue()) {
         Destroy();

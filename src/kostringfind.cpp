@@ -200,18 +200,18 @@ KoString& KoString::ReplaceAll(unsigned short from, unsigned short to, unsigned 
 
 int KoString::SetAsterisk(const KoChar& c)
 {
-    KoWildcards::Replace({c.Order(), 0, 0});
+    KoWildcards::Replace(KoWildcards::kAsterisk, c.Order());
     return KoRC_OK;
 }
 
 int KoString::SetQuestion(const KoChar& c)
 {
-    KoWildcards::Replace({0, c.Order(), 0});
+    KoWildcards::Replace(KoWildcards::kQuestion, c.Order());
     return KoRC_OK;
 }
 
 int KoString::SetEscape(const KoChar& c)
 {
-    KoWildcards::Replace({0, 0, c.Order()});
+    KoWildcards::Replace(KoWildcards::kEscape, c.Order());
     return KoRC_OK;
 }

@@ -15,7 +15,7 @@ unsigned Hash(const KoString& text, short len = -1)
     return HashString(text.CodeSet(), text.Language(), const_cast<char*>(text.StrGet()), len, 1);
 }
 
-/// The rule itself, character by character.
+/// The rule itself, character by character. What is asked for behind the end counts as zeros.
 unsigned SimpleHash(const KoString& text, unsigned limit)
 {
     if (text.IsNullValue())
@@ -32,6 +32,8 @@ unsigned SimpleHash(const KoString& text, unsigned limit)
                                 ? character
                                 : KoCollationKey(orders[i], codeSet.GetVariant(text.Language())));
     }
+    for (; limit != ~0U && done < limit; ++done)
+        hash *= 9;
     return hash;
 }
 
@@ -52,6 +54,7 @@ TEST(StrHash, FollowsTheRule)
     EXPECT_EQ(Hash(KoString(KoCS_NULL, 0)), 0xFEFE7575U);
     EXPECT_EQ(Hash("abc", 0), 0U);
     EXPECT_EQ(Hash("abc", -2), 0U);
+    EXPECT_EQ(Hash("ab", 4), 81 * Hash("ab"));
     char big[] = "\0a\0\xE9\0";
     EXPECT_EQ(HashString(253, 0, big, -1, KoFMT_BIG), Hash("a\xE9"));
 }

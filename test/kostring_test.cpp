@@ -268,6 +268,11 @@ TEST(String, CodeSetsChangeByNameOrByMeaning)
     EXPECT_EQ(UnitsOf(mapped), u"\u0080x");
     EXPECT_EQ(mapped.Language(), plain.Language());
     EXPECT_EQ(mapped.CopyMapped(mapped, KoCS_LATIN1, 1), KoRC_REFUSED);
+    KoString native;
+    EXPECT_EQ(native.CopyMapped(mapped, KoCS_NONE, -1), 0); // refused by MapToCodeSet alone
+    EXPECT_EQ(native.CodeSet(), KoCS_NONE);
+    EXPECT_EQ(UnitsOf(native), u"\u00A4x");
+    EXPECT_EQ(native.CopyMapped(mapped, KoCS_NULL, -1), KoRC_REFUSED);
     KoLanguageContext::SetNativeCodeSet(KoCS_LATIN1);
 }
 

@@ -25,7 +25,9 @@ TEST(Find, ComparesTheBeginningOfTheRest)
         {"no rest for it", u"xa--ca", u"a*b", 0, 0xFFFF, -1},
         {"asterisk first", u"xyb", u"*b", 0, 0xFFFF, 0},
         {"escape", u"ab*", u"\\*", 0, 0xFFFF, -1}, // two characters are not left there
-        {"escape at the end", u"a\\b", u"\\", 0, 0xFFFF, 1},
+        {"a plain escape", u"a\\b", u"\\", 0, kPlain, 1},
+        {"escape before the asterisk that is added", u"a\\b", u"\\", 0, 0xFFFF, -1},
+        {"which is literal then, and the end", u"b\\b*cb*", u"b\\", 0, 0xFFFF, 5},
         {"symbols skipped", u"a-b", u"ab", 0, KoCMP_SKIP_SYMBOLS, 0},
         {"skipped at the beginning", u"x-b", u"b", 0, KoCMP_SKIP_SYMBOLS, 1},
         {"a space is no symbol", u"x b", u"b", 0, KoCMP_SKIP_SYMBOLS, 2},
@@ -67,17 +69,19 @@ TEST(Find, WildcardsOfTheProcessMayChange)
     EXPECT_EQ(KoString::SetAsterisk('%'), 0);
     EXPECT_EQ(KoString::SetQuestion(KoChar(static_cast<unsigned short>('_'))), 0);
     EXPECT_EQ(KoString::SetEscape('!'), 0);
-    EXPECT_EQ(KoString::SetEscape(KoChar('\0')), 0) << "ignored";
     EXPECT_EQ(text.Find("c%?"), 2);
     EXPECT_EQ(text.Find("*"), 4);
     EXPECT_EQ(text.Find("!_"), 3);
     EXPECT_TRUE(text == KoString("a%"));
     EXPECT_FALSE(text == KoString("a*"));
     EXPECT_EQ(Text(u"ab", 0).Find(Text(u"*b", 0)), 0) << "bytes keep theirs";
-    KoString::SetAsterisk('*');
-    KoString::SetQuestion('?');
-    KoString::SetEscape('\\');
+    EXPECT_EQ(text.Find("?!"), -1);
+    EXPECT_EQ(KoString("b%").Find("b!"), 0) << "the asterisk that is added is the one that is set";
+    EXPECT_EQ(KoString::SetAsterisk('\0'), 0) << "restores the default, as at the start";
+    KoString::SetQuestion('\0');
+    KoString::SetEscape('\0');
     EXPECT_TRUE(text == KoString("a*"));
+    EXPECT_EQ(text.Find("\\*"), 4);
 }
 
 // Every position compared by itself gives the same.
@@ -88,8 +92,8 @@ TEST(Find, AgreesWithComparingEveryPosition)
     constexpr o_u2b kWords[] = {0, 0x20, 0x60, 0x80, 0x200, 0x2E0, 0x10, 0x120};
     int found = 0;
     for (int round = 0; round < 20000; ++round) {
-        const KoString text = random.Text(u"aAb\u00E9e\u00DFs-? ", 10, kSets);
-        const KoString pattern = random.Text(u"aAb\u00E9es-*?", 4, kSets);
+        const KoString text = random.Text(u"aAb\u00E9e\u00DFs-?* ", 10, kSets);
+        const KoString pattern = random.Text(u"aAb\u00E9es-*?\\", 4, kSets);
         const o_u2b cmpOp = kWords[random.Below(std::size(kWords))];
         const bool wild = (cmpOp & (KoCMP_PLAIN | KoCMP_NO_WILDCARDS)) == 0;
         const KoString asked = wild ? pattern + "*" : pattern;
@@ -133,7 +137,7 @@ TEST(Replace, PutsOneTextForAnother)
         {u"aaaa", u"a", u"b", u"aabb", 2},
         {u"abc", u"", u"y", u"abc", 0},
         {u"abc", u"?", u"-", u"---", 0},
-        {u"a\\b", u"\\", u"/", u"a/b", 0},
+        {u"a*\\*", u"\\", u"/", u"a*\\/", 0},
         {u"a", u"a", u"b", u"a", 1},
     };
     for (const auto& row : rows) {
