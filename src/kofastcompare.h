@@ -335,6 +335,8 @@ template <bool kPadded>
     const unsigned width = KoCodeSetWidth(left.codeSet);
     if (width != KoCodeSetWidth(right.codeSet))
         return kUndecided;
+    if (width == 2 && (left.codeSet == KoCS_NULL || right.codeSet == KoCS_NULL))
+        return kUndecided; // null as well, where the language is none
     const bool wild = (cmpOp & (KoCMP_PLAIN | KoCMP_NO_WILDCARDS)) == 0;
     if ((left.codeSet | right.codeSet) == KoCS_NONE)
         return wild ? kUndecided

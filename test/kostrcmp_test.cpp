@@ -231,6 +231,11 @@ TEST(StrCmp, NullsLengthsAndBytes)
     KoLanguageContext::SetDefaultCodeSet(KoCS_UNICODE); // 255 is the default 8-bit one all the same
     EXPECT_LT(KoStrCmp(255, 255, "abc", 1, 0, "abd", 0x10, -1, 255, nullptr), 0);
     KoLanguageContext::SetDefaultCodeSet(KoCS_LATIN1);
+    KoString marked(static_cast<unsigned short>('b'));
+    marked.SetCodeSetCode(KoCS_NULL);
+    const KoString wide(static_cast<unsigned short>('a'));
+    EXPECT_EQ(marked.Compare(wide, -1, 0x10), -1) << "null by its code set, whatever text it has";
+    EXPECT_EQ(wide.Compare(marked, -1, 0x10), 1);
     EXPECT_TRUE(KoString("a") == KoString("a") && KoString("a\\b") != KoString("a\\b"));
     KoString japanese("a");
     japanese.SetLanguage(KoLANG_JAPANESE);
