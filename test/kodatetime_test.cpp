@@ -135,6 +135,11 @@ TEST(KoDateTimeN, SumsAreThoseOfOneLongCount)
         sum.AddHours(-25);
         sum.AddDays(-3);
         ASSERT_EQ(sum.GetTotalSeconds(), seconds + s - 90 * 60 - 25 * 3600 - 3 * 86400);
+
+        KoTimeSpan span;
+        span.SetTotalSeconds(seconds);
+        span.AddSeconds(n & 0xFFFFFFF);
+        ASSERT_EQ(span.GetTotalSeconds(), seconds + (n & 0xFFFFFFF));
     }
 }
 
@@ -291,5 +296,12 @@ TEST(KoTimeSpan, Difference)
     for (const auto& row : rows) {
         EXPECT_EQ(Span::Difference(row.a, row.b), row.difference) << row.reason;
         EXPECT_EQ(Span::Difference(row.b, row.a), row.difference) << row.reason;
+    }
+    std::mt19937_64 random(45);
+    for (int i = 0; i < 20000; ++i) {
+        const auto any = [&random] { return static_cast<int>(random()); };
+        const Span a(any(), any(), any(), any(), any(), any(), any());
+        const Span b(any(), any(), any(), any(), any(), any(), any());
+        ASSERT_EQ(Span::Difference(a, b), Span::Difference(b, a));
     }
 }

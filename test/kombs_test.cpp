@@ -20,6 +20,18 @@ std::string Utf8(const KoString& text)
     return utf8;
 }
 
+/// That the bytes are refused as a text, at its beginning and later, and the target stays.
+void ExpectMalformed(const std::string& bytes)
+{
+    for (const std::string& lead : {std::string(), std::string(20, 'x')}) {
+        for (const unsigned char codeSet : {o_u1b{0}, o_u1b{1}, o_u1b{253}}) {
+            KoString text = Text(u"keep", codeSet, 7);
+            EXPECT_EQ(KoMBS2KoString((lead + bytes).c_str(), text, -1), -1);
+            EXPECT_EQ(UnitsOf(text), u"keep");
+        }
+    }
+}
+
 TEST(Utf8Character, SixFormsAndNoOther)
 {
     static const struct {
@@ -62,7 +74,12 @@ TEST(Utf8Character, SixFormsAndNoOther)
                   size == 0      ? 0
                   : row.used < 0 ? -1
                                  : size - row.used + 1);
+        // A text has no form of five or six bytes, nor a pair in halves or more than 0x10FFFF.
+        if (row.used > 4 || (row.used < 0 && size != 0))
+            ExpectMalformed(row.bytes);
     }
+    for (const char* bytes : {"\xF4\x90\x80\x80", "\xED\xA0\xBD\xED\xB8\x80"})
+        ExpectMalformed(bytes);
     EXPECT_EQ(KoMultiByte2WChar(nullptr, nullptr, 0), 0);
     EXPECT_EQ(KoWChar2MultiByte(nullptr, L'x'), 0);
     EXPECT_EQ(KoMultiByteStr2WCharStr(nullptr, 0, "a\xC3\xA9", -1), 2);
@@ -128,27 +145,6 @@ TEST(Utf8String, CodeSetsOfTheTargetDecide)
     EXPECT_EQ(Utf8(Text(u"a\u0080", KoCS_ASCII)), "a?") << "an undefined byte";
     EXPECT_EQ(Utf8(Text({u'a', static_cast<char16_t>(0xD83D)}, 253)), "a\xED\xA0\xBD")
         << "half a pair at the end";
-}
-
-TEST(Utf8String, MalformedTextLeavesTheTarget)
-{
-    static const struct {
-        const char* bytes;
-        const char* what;
-    } rows[] = {
-        {"\x80", "a continuation byte"},           {"\xC3", "too short"},
-        {"\xF4\x90\x80\x80", "beyond 0x10FFFF"},   {"\xF8\x88\x80\x80\x80", "five bytes"},
-        {"\xFC\x84\x80\x80\x80\x80", "six bytes"}, {"\xED\xA0\xBD\xED\xB8\x80", "a pair in halves"},
-    };
-    for (const auto& row : rows) {
-        for (const std::string& lead : {std::string(), std::string(20, 'x')}) {
-            for (const unsigned char codeSet : {o_u1b{0}, o_u1b{1}, o_u1b{253}}) {
-                KoString text = Text(u"keep", codeSet, 7);
-                EXPECT_EQ(KoMBS2KoString((lead + row.bytes).c_str(), text, -1), -1) << row.what;
-                EXPECT_EQ(UnitsOf(text), u"keep");
-            }
-        }
-    }
 }
 
 // What one code set can say goes to UTF-8 and comes back, and the same UTF-8 is written again.

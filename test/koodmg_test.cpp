@@ -57,12 +57,6 @@ TEST(OdmgDate, DaysAreJulianBeforeTheReformAndGregorianAfter)
         ASSERT_EQ(Key(date), key);
         ASSERT_EQ(date != start, n) << key;
         ASSERT_EQ(date.day_of_week(), (n + 6) % 7) << key;
-        if (key > 15821004) {
-            const year_month_day peer = sys_days(days(n - 719164));
-            ASSERT_EQ(key,
-                      (int{peer.year()} * 100 + static_cast<int>(unsigned{peer.month()})) * 100 +
-                          static_cast<int>(unsigned{peer.day()}));
-        }
         const bool leap = year % 4 == 0 && (year < 1582 || year % 100 != 0 || year % 400 == 0);
         const int monthDays[] = {31, leap ? 29 : 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
         day = key == 15821004 ? 15 : day + 1;

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstring>
 
 namespace
 {
@@ -82,36 +83,49 @@ TEST(String, ConstructorsGiveTextInTheirCodeSet)
     EXPECT_EQ(KoString::EmptyString().StrGet()[0], '\0');
 }
 
-TEST(String, EditsWorkAlikeInBothWidths)
+template <class T>
+struct EditRow {
+    const char* what;
+    void (*edit)(T&);
+    const char* result; ///< of "abc"
+};
+
+/// Edits of every class of strings.
+template <class T>
+std::vector<EditRow<T>> Edits()
 {
-    // Each edit starts from "abc".
-    const struct {
-        const char* what;
-        Edit edit;
-        const char* result;
-    } rows[] = {
+    return {
+        {"append itself", [](T& s) { s += s; }, "abcabc"},
+        {"assign itself", [](T& s) { s = *&s; }, "abc"},
+        {"insert in front", [](T& s) { s.Insert("xy", 0); }, "xyabc"},
+        {"insert beyond end", [](T& s) { s.Insert("xy", 4); }, "abc"},
+        {"replace inside", [](T& s) { s.Replace("x", 1); }, "axc"},
+        {"replace cut at end", [](T& s) { s.Replace("xyz", 2); }, "abx"},
+        {"cut to end", [](T& s) { s.Cut(2, -1); }, "ab"},
+        {"copy", [](T& s) { s = s.Copy(1, 2); }, "bc"},
+        {"left, right", [](T& s) { s = s.Left(2) + s.Right(2) + s.Right(9); }, "abbcabc"},
+        {"fill", [](T& s) { s.Fill(4, '*'); }, "****"},
+        {"expand", [](T& s) { s.Expand(8, '.').Expand(3, '!'); }, "abc....."},
+        {"insert itself", [](T& s) { s.Insert(s, 1); }, "aabcbc"},
+        {"replace with itself", [](T& s) { s.Replace(s, 1); }, "aab"},
+        {"cut nothing", [](T& s) { s.Cut(1, 0).Cut(3, 1); }, "abc"},
+    };
+}
+
+// Each edit starts from "abc".
+TEST(String, EditsWorkAlikeInBothWidthsAndAllClasses)
+{
+    std::vector<EditRow<KoString>> rows = Edits<KoString>();
+    const EditRow<KoString> kOwn[] = {
         {"append other width", [](KoString& s) { s += Wide("de"); }, "abcde"},
-        {"append itself", [](KoString& s) { s += s; }, "abcabc"},
         {"append zero character", [](KoString& s) { s << '\0'; }, "abc"},
         {"append numbers", [](KoString& s) { s << -1 << 2.5 << 3000000000U; },
          "abc-12.5-1294967296"},
-        {"assign itself", [](KoString& s) { s = *&s; }, "abc"},
-        {"insert in front", [](KoString& s) { s.Insert("xy", 0); }, "xyabc"},
-        {"insert beyond end", [](KoString& s) { s.Insert("xy", 4); }, "abc"},
-        {"insert itself", [](KoString& s) { s.Insert(s, 1); }, "aabcbc"},
-        {"replace inside", [](KoString& s) { s.Replace("x", 1); }, "axc"},
-        {"replace cut at end", [](KoString& s) { s.Replace("xyz", 2); }, "abx"},
-        {"replace with itself", [](KoString& s) { s.Replace(s, 1); }, "aab"},
-        {"cut to end", [](KoString& s) { s.Cut(2, KoString::kRest); }, "ab"},
-        {"cut nothing", [](KoString& s) { s.Cut(1, 0).Cut(3, 1); }, "abc"},
-        {"copy", [](KoString& s) { s = s.Copy(1, 2); }, "bc"},
-        {"left, right", [](KoString& s) { s = s.Left(2) + s.Right(2) + s.Right(9); }, "abbcabc"},
-        {"fill 8-bit", [](KoString& s) { s.Fill(4, '*'); }, "****"},
         {"fill 16-bit", [](KoString& s) { s.Fill(3, static_cast<unsigned short>('*')); }, "***"},
-        {"expand", [](KoString& s) { s.Expand(8, '.').Expand(3, '!'); }, "abc....."},
         {"expand 16-bit", [](KoString& s) { s.Expand(4, static_cast<unsigned short>('!')); },
          "abc!"},
     };
+    rows.insert(rows.end(), std::begin(kOwn), std::end(kOwn));
     for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
         for (KoString text : {KoString("abc"), Wide("abc")}) {
@@ -123,6 +137,12 @@ TEST(String, EditsWorkAlikeInBothWidths)
             EXPECT_EQ(text.CodeSet(), codeSet);
             EXPECT_EQ(text.ByteSize(), result.empty() ? 0 : (result.size() + 1) * width);
         }
+    }
+    for (const auto& row : Edits<KoIString>()) {
+        KoIString text("abc");
+        row.edit(text);
+        EXPECT_STREQ(text.StrGet(), row.result) << row.what;
+        EXPECT_EQ(text.Len(), std::strlen(row.result)) << row.what;
     }
 }
 

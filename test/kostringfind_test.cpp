@@ -8,30 +8,19 @@ namespace
 
 TEST(Find, ComparesTheBeginningOfTheRest)
 {
-    constexpr unsigned short kPlain = KoCMP_PLAIN;
     static const struct {
         const char* what;
         std::u16string text, pattern;
         unsigned start, cmpOp;
         int at;
     } rows[] = {
-        {"inside", u"abc", u"b", 0, 0xFFFF, 1},
         {"at the start position", u"abab", u"ab", 1, 0xFFFF, 2},
         {"the rest is too short", u"abab", u"ab", 3, 0xFFFF, -1},
-        {"empty pattern", u"abc", u"", 0, 0xFFFF, -1},
         {"start at the end", u"abc", u"c", 3, 0xFFFF, -1},
-        {"a question is plain", u"xabca?c", u"a?c", 0, kPlain, 4},
-        {"asterisk", u"xa--b", u"a*b", 0, 0xFFFF, 1},
-        {"no rest for it", u"xa--ca", u"a*b", 0, 0xFFFF, -1},
-        {"asterisk first", u"xyb", u"*b", 0, 0xFFFF, 0},
         {"escape", u"ab*", u"\\*", 0, 0xFFFF, -1}, // two characters are not left there
-        {"a plain escape", u"a\\b", u"\\", 0, kPlain, 1},
+        {"a plain escape", u"a\\b", u"\\", 0, KoCMP_PLAIN, 1},
         {"escape before the asterisk that is added", u"a\\b", u"\\", 0, 0xFFFF, -1},
         {"which is literal then, and the end", u"b\\b*cb*", u"b\\", 0, 0xFFFF, 5},
-        {"symbols skipped", u"a-b", u"ab", 0, KoCMP_SKIP_SYMBOLS, 0},
-        {"skipped at the beginning", u"x-b", u"b", 0, KoCMP_SKIP_SYMBOLS, 1},
-        {"a space is no symbol", u"x b", u"b", 0, KoCMP_SKIP_SYMBOLS, 2},
-        {"case ignored", u"xABc", u"ab", 0, KoCMP_IGNORE_CASE, 1},
         {"a character of two orders", u"x\u00DFy", u"ss", 0, KoCMP_IGNORE_ACCENTS, 1},
         {"as many orders as characters", u"xs", u"\u00DF", 0,
          KoCMP_IGNORE_ACCENTS | KoCMP_NO_WILDCARDS, 1},
@@ -98,13 +87,14 @@ TEST(Find, AgreesWithComparingEveryPosition)
         const bool wild = (cmpOp & (KoCMP_PLAIN | KoCMP_NO_WILDCARDS)) == 0;
         const KoString asked = wild ? pattern + "*" : pattern;
         int expected = -1;
-        for (unsigned i = 0; expected < 0 && i + pattern.Len() <= text.Len(); ++i) {
+        const unsigned start = random.Below(2) * random.Below(4);
+        for (unsigned i = start; expected < 0 && i + pattern.Len() <= text.Len(); ++i) {
             const KoString rest = text.Copy(static_cast<unsigned short>(i), -1);
             if (pattern.Len() != 0 &&
                 rest.Compare(asked, static_cast<short>(wild ? -1 : pattern.Len()), cmpOp) == 0)
                 expected = static_cast<int>(i);
         }
-        ASSERT_EQ(text.Find(pattern, 0, cmpOp), expected)
+        ASSERT_EQ(text.Find(pattern, static_cast<unsigned short>(start), cmpOp), expected)
             << Show(text) << " " << Show(pattern) << " " << cmpOp;
         found += expected >= 0 ? 1 : 0;
     }
@@ -132,8 +122,6 @@ TEST(Replace, PutsOneTextForAnother)
         unsigned start;
     } rows[] = {
         {u"abcabc", u"b", u"xyz", u"axyzcaxyzc", 0},
-        {u"aaa", u"a", u"aa", u"aaaaaa", 0},
-        {u"aaaa", u"aa", u"a", u"aa", 0},
         {u"aaaa", u"a", u"b", u"aabb", 2},
         {u"abc", u"", u"y", u"abc", 0},
         {u"abc", u"?", u"-", u"---", 0},

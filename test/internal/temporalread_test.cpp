@@ -1,5 +1,6 @@
 #include "temporalfields.h"
 
+#include <algorithm>
 #include <array>
 
 namespace
@@ -37,13 +38,10 @@ TEST(TemporalReading, ScansLeniently)
         {kOdmgDate, "2024-*-5", nullptr, {2024, 0, -5}, true, "no wildcards"},
         {kDate, "30 31 -5", "%y", {2030}, true, "the pivot"},
         {kDate, "31", "%y", {1931}, true, "the pivot"},
-        {kDate, "Tue 05.Mar 2024", "%a %e.%b %Y", date, true, "short names"},
         {kDate, "Tuesday 5.March 2024", "%a %e.%b %Y", date, true, "whole names"},
         {kDate, "Januar 5 Februar", "%B %d %b", {0, 2, 5}, true, "as printed"},
-        {kDate, "5 January 2024", "%d %B %Y", {2024, 1, 5}, true, "the English name"},
         {kDate, "013 Xyz 2024", "%b %a %Y", {2024, 13}, true, "a number for a name; no name"},
         {kDate, "De", "%b%Y", {}, false, "less than a name"},
-        {kTime, "12:30 AM", "%I:%M %p", {.hour = 0, .minute = 30}, true, "midnight"},
         {kTime, "PM 12:30", "%P %I:%M", {.hour = 12, .minute = 30}, true, "noon"},
         {kTime, "*:05 pm", "%I:%M %p", {.hour = -1, .minute = 5}, true, "12 hours after any"},
         {kOdmgInterval, "3 pm", "%I %p", {.hour = 3}, true, "a count of hours"},
@@ -51,16 +49,12 @@ TEST(TemporalReading, ScansLeniently)
         {kDateTimeN, ".5", "%f", {.nanoseconds = 500'000'000}, true, "no seconds at all"},
         {kDateTimeN, "1.1234567899", "%f", {.second = 1, .nanoseconds = 123'456'789}, true, "cut"},
         {kDateTimeN, "1.0.6-7 8", "%f %d", {.day = 8, .second = 1}, true, "no number: skipped"},
-        {kTimeSpan, "400.02:03:04.5", nullptr, {1, 1, 10, 2, 3, 4, 500'000'000}, true, ""},
         {kTimeSpan, "-400", "%J", {-1, -1, -10}, true, "every part of a span back in time"},
         {kOdmgInterval, "400", "%J", {.day = 400}, true, "days are not spread"},
         {kTimeSpan, "3 Tage 5", "%?(J days )%M", {.day = 3, .minute = 5}, true, "any letters"},
         {kTimeSpan, "3d 5", "%?(J days )%M", {.day = 3, .minute = 5}, true, ""},
-        {kTimeSpan, "02:05", "%?(J days )%H:%M", {.hour = 2, .minute = 5}, true, "no group there"},
         {kTimeSpan, "02:05", "%?(J.)%H:%M", {.hour = 2, .minute = 5}, true, "the same"},
-        {kTimeSpan, "2 h 5", "%?(J d )%?(H h )%M", {.hour = 2, .minute = 5}, true, "one of two"},
         {kTimeSpan, "1 d 2", "%?(J d )%?(H h )%M", {.day = 1, .hour = 2}, false, "no way fits"},
-        {kTimeSpan, "", "%?H%?V", {}, true, "all left out"},
         {kDate, "2024-03-05%x", "%D%%%q", date, true, "what is no directive is a literal"},
     };
     for (const auto& row : rows) {
@@ -73,7 +67,8 @@ TEST(TemporalReading, ScansLeniently)
     }
 }
 
-constexpr int kGood = -1;
+constexpr int kGood = -1;   // the lenient reader gives the same
+constexpr int kUnlike = -2; // it gives something else
 
 TEST(TemporalReading, ParsesStrictly)
 {
@@ -82,7 +77,7 @@ TEST(TemporalReading, ParsesStrictly)
         TemporalKind kind;
         const char* text;
         const char* format;
-        int errorAt; ///< or kGood
+        int errorAt; ///< or kGood or kUnlike
         Parts parts;
         const char* reason;
     } const rows[] = {
@@ -104,14 +99,14 @@ TEST(TemporalReading, ParsesStrictly)
         {kDate, "*-03-05", nullptr, kGood, {-1, 3, 5}, "the year -1 as it is printed"},
         {kDate, "2024-*-05", nullptr, 5, {}, "no month is -1"},
         {kOdmgDate, "*-03-05", nullptr, 0, {}, "no wildcards"},
-        {kDate, "20240305", "%Y%m%d", kGood, date, "fields without separators"},
+        {kDate, "20240305", "%Y%m%d", kUnlike, date, "fields without separators"},
         {kDate, "03-05", "%m-%d", 5, {}, "the format has no year"},
         {kDate, "Sun 05.Mar 2024", "%a %e.%b %Y", kGood, date, "any weekday"},
         {kDate, "Tue 05.March 2024", "%a %e.%b %Y", 10, {}, "not a short name"},
         {kDate, "5 Januar 2024", "%e %B %Y", kGood, {2024, 1, 5}, "as it is printed"},
         {kDate, "5 January 2024", "%e %B %Y", kGood, {2024, 1, 5}, "as it is written"},
         {kDate, "5 Marx 2024", "%e %B %Y", 5, {}, "the letter that is wrong"},
-        {kDate, "2024-03-05 10:00", "%D %H:%M", kGood, date, "a time is dropped"},
+        {kDate, "2024-03-05 10:00", "%D %H:%M", kUnlike, date, "a time is dropped"},
         {kOdmgDate, "1500-02-29", nullptr, kGood, {1500, 2, 29}, "the Julian calendar"},
         {kDate, "1500-02-29", nullptr, 8, {}, "the Gregorian one"},
         {kOdmgDate, "1582-10-10", nullptr, 8, {}, "a day that the reform left out"},
@@ -133,7 +128,7 @@ TEST(TemporalReading, ParsesStrictly)
         {kDateTimeN, "2024-03-05T10:11:12.", nullptr, 20, {}, "no decimal"},
         {kDateTimeN, "2024-03-05 1000000000", "%D %N", 20, {}, "a whole second"},
         {kTimeSpan, "400.02:03:04.5", nullptr, kGood, {1, 1, 10, 2, 3, 4, 500'000'000}, ""},
-        {kTimeSpan, "-400.00:00:00", nullptr, kGood, {-2, 10, 20}, "as counting gives it"},
+        {kTimeSpan, "-400.00:00:00", nullptr, kUnlike, {-2, 10, 20}, "as counting gives it"},
         {kTimeSpan, "11796479.00:00:00", nullptr, kGood, {32767, 11, 29}, "the longest"},
         {kTimeSpan, "-11796480.00:00:00", nullptr, kGood, {-32768, 0, 0}, "the one farthest back"},
         {kTimeSpan, "11796480.00:00:00", nullptr, 0, {}, "longer"},
@@ -161,7 +156,13 @@ TEST(TemporalReading, ParsesStrictly)
             unsigned errorAt = 777;
             const int result = ParseTemporal(fields, text, row.format, errorAt);
             EXPECT_EQ(fields, result == 0 ? Fields(row.kind, row.parts) : before);
-            EXPECT_EQ(result == 0 ? kGood : static_cast<int>(errorAt), row.errorAt);
+            EXPECT_EQ(result == 0 ? kGood : static_cast<int>(errorAt),
+                      std::max(row.errorAt, kGood));
+            if (row.errorAt == kGood) {
+                fields = before;
+                EXPECT_TRUE(ScanTemporal(fields, text, row.format));
+                EXPECT_EQ(fields, Fields(row.kind, row.parts));
+            }
         }
     }
 }
