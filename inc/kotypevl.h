@@ -53,11 +53,11 @@ struct KoIdxBounds {
 /// | o_float, o_double, d_Interval | as above; what is not 0 is at least 2^-23 |
 /// | null-capable scalars | null comes first; a null end stands for a fixed part of a step: 0.5 |
 /// |  | of the keys beyond it, 0.1 of those equal to a value, 0.001 of those equal to null |
-/// | KoString | as if texts were spread evenly by their letters and digits; a pattern is the range |
-/// |  | of its literal prefix, a plain text that of its first two letters |
-/// | KoBoolean | 1/3 |
-/// | KoClassId, KoBlob | 1, with or without `bounds`; `newBounds` stays as it is |
-/// | the reserved type | 0; `newBounds` stays as it is |
+/// | texts | as if they were spread evenly by their letters and digits; a pattern is the range of |
+/// |  | its literal prefix, a plain text that of its first two letters behind what all keys share;
+/// | |  | all letters count where it and both ends have one length and a common beginning or digits
+/// | | KoBoolean | 1/3 | | KoClassId, KoBlob | 1, with or without `bounds`; `newBounds` stays as it
+/// is | | the reserved type | 0; `newBounds` stays as it is |
 ///
 /// Narrowing. Where the condition excludes smaller keys (KoQOP_LESS is not set) the low end becomes
 /// a copy of the value, where it excludes larger ones the high end; ends of `newBounds` that are
@@ -77,5 +77,12 @@ struct KoIdxBounds {
 /// to its literal prefix; one that begins with a wildcard, or means an order, to nothing. The ends
 /// are stored strings of at most 254 bytes, also where `format` is KoFMT_MEMORY (then in
 /// KoFMT_LITTLE), and of a count of 1; longer arrays are not narrowed.
+///
+/// KoIString, KoCaseIString: their comparisons know no wildcards. With wildcards on in the options,
+/// as above, a condition that has KoQOP_EQUAL is narrowed to what begins with the text before the
+/// first asterisk, question mark or backslash: that holds the text itself, and whatever a caller
+/// finds that matches patterns by itself. KoCMP_PLAIN narrows to the text itself. Ends may be keys
+/// of weights. Where the value has the flag kAccents and the keys do not, KoQOP_EQUAL alone
+/// narrows. The ends are stored, of at most 254 bytes and of a count of 1, as for KoString.
 
 #endif

@@ -1,4 +1,5 @@
 #include "koelementops.h"
+#include "koistringeval.h"
 #include "koistringrecord.h"
 #include "kostringprint.h"
 
@@ -89,6 +90,11 @@ struct IStringOps : ElementOps<T, IStringOps<T, id>, id> {
                    void* value2, unsigned short, unsigned count, int& status)
     {
         return KoICompare(format, length1, value1, length2, value2, count, status, Weights());
+    }
+    static float EvalAndBound(KoIdxBounds* bounds, unsigned short& op, void* value,
+                              unsigned char format, unsigned count, KoIdxBounds* newBounds)
+    {
+        return KoEvaluateITexts(bounds, op, value, format, count, newBounds, Weights());
     }
     static unsigned Hash(unsigned char format, unsigned length, void* value, unsigned count,
                          int& status)

@@ -1,96 +1,54 @@
 #include "kostringeval.h"
 
 #include "koboundeval.h"
-
-#include <kobase.h>
+#include "kotextshare.h"
 
 #include <algorithm>
-
-// The share of an index that a condition on a text selects.
-//
-// A text is a number in [0, 1): its characters at the first level are digits to the base of 38, as
-// if they were the ten digits, the twenty-six letters, one for what stands behind them, and the
-// end. Case, accents, spaces and symbols do not count. What all keys of the index begin with is
-// left out first, so that the digits tell them apart. A pattern is the range of the texts that
-// begin with its literal prefix; so is a plain text, by its first letters, since more of it would
-// make the share of a text that occurs often far too small.
 
 namespace
 {
 
-constexpr int kAssertLine = 412;
-constexpr double kBase = 38.0;
 constexpr double kValueBase = 65536.0;
-constexpr unsigned kDigits = 9; ///< as many as a double tells apart
-constexpr unsigned kPlainDigits = 2;
-
-void AssertEval(bool holds, const char* text)
-{
-    if (!holds)
-        KORA_assert(text, "src\\kotypevl", kAssertLine);
-}
 
 /// The digit of an order; ideographs share the last one by their values.
 double DigitOf(o_u2b order, unsigned char variant)
 {
-    constexpr int kFirstLetter = 11;
-    constexpr int kLastLetter = 36;
+    constexpr int kNumerals = 10;
+    constexpr int kLetters = 26;
     if (variant == KoVARIANT_IDEOGRAPHIC)
-        return 1.0 + (kBase - 1.0) * order / 65536.0;
+        return 1.0 + (kLetterBase - 1.0) * order / 65536.0;
     switch (KoClassOfOrder(order)) {
     case KoORDER_DIGIT:
-        return std::min(1 + (order - KoORDER_DIGIT) / 10, 10);
+        return kFirstNumeral + std::min((order - KoORDER_DIGIT) / 10, kNumerals - 1);
     case KoORDER_LETTER:
-        return std::clamp(kFirstLetter - 3 + ((order >> 2) & 0x1F), kFirstLetter, kLastLetter);
+        return kFirstLetter + std::clamp(((order >> 2) & 0x1F) - 3, 0, kLetters - 1);
     default:
-        return kBase - 1.0 + (static_cast<int>(order) - 0x8000) / 32768.0;
+        return kLetterBase - 1.0 + (static_cast<int>(order) - 0x8000) / 32768.0;
     }
 }
 
-/// How the characters of an index become digits.
+/// How the characters of an index become digits. What does not count at the first level is left
+/// out: case, accents, spaces and symbols.
 enum class Scale {
     kLetters,
     kSymbols,    ///< no key has a character at the first level, such as in Greek
     kIdeographs, ///< all keys are texts of an ideographic language
 };
 
-/// The digits of a text.
-struct Digits {
-    Digits(const KoConditionText& text, Scale scale)
-        : base(scale == Scale::kLetters ? kBase : kValueBase), variant(text.variant)
-    {
-        for (unsigned i = 0; i < text.count; ++i) {
-            const o_u2b order = text.orders[i];
-            if (scale == Scale::kSymbols)
-                digits[count++] = order;
-            else if (KoConditionText::IsPrimary(order))
-                digits[count++] = scale == Scale::kLetters ? DigitOf(order, variant) : order;
-        }
+KoTextDigits DigitsOf(const KoConditionText& text, Scale scale)
+{
+    KoTextDigits digits(scale == Scale::kLetters ? kLetterBase : kValueBase);
+    digits.variant = text.variant;
+    digits.isNull = text.isNull;
+    for (unsigned i = 0; i < text.count; ++i) {
+        const o_u2b order = text.orders[i];
+        if (scale == Scale::kSymbols)
+            digits.Append(order);
+        else if (KoConditionText::IsPrimary(order))
+            digits.Append(scale == Scale::kLetters ? DigitOf(order, text.variant) : order);
     }
-
-    /// As a number, its first `skipped` digits left out.
-    double Position(unsigned skipped) const
-    {
-        double position = 0.0;
-        double unit = 1.0;
-        for (unsigned i = skipped; i < std::min(count, skipped + kDigits); ++i) {
-            unit /= base;
-            position += digits[i] * unit;
-        }
-        return variant + position;
-    }
-    /// The room that texts take which begin with the first `kept` digits behind the skipped.
-    double Room(unsigned skipped, unsigned kept) const
-    {
-        const unsigned behind = count > skipped ? std::min({count - skipped, kept, kDigits}) : 0;
-        return std::pow(base, -static_cast<double>(behind));
-    }
-
-    double base;
-    double digits[KoConditionText::kMaxOrders];
-    unsigned count = 0;
-    unsigned char variant;
-};
+    return digits;
+}
 
 bool HasPrimary(const KoConditionText& text)
 {
@@ -104,38 +62,6 @@ Scale ScaleOf(const KoConditionText& lowest, const KoConditionText& highest, boo
     const bool ideographs =
         lowest.variant == KoVARIANT_IDEOGRAPHIC && lowest.variant == highest.variant;
     return ideographs ? Scale::kIdeographs : Scale::kLetters;
-}
-
-/// The leading digits that both texts have.
-unsigned CommonDigits(const Digits& a, const Digits& b)
-{
-    unsigned common = 0;
-    while (a.variant == b.variant && common < std::min(a.count, b.count) &&
-           a.digits[common] == b.digits[common])
-        ++common;
-    return common;
-}
-
-struct Interval {
-    double from, to;
-};
-
-/// What the condition's text stands for, where all keys share their first `shared` digits.
-Interval IntervalOf(const KoConditionText& text, const Digits& digits, const Digits& keys,
-                    unsigned shared)
-{
-    if (text.isNull)
-        return {-1.0, -1.0};
-    const unsigned common = CommonDigits(digits, keys);
-    if (common >= shared || digits.variant != keys.variant) {
-        const double from = digits.Position(shared);
-        const unsigned kept = text.isPattern ? kDigits : kPlainDigits;
-        return {from, from + digits.Room(shared, kept)};
-    }
-    if (common == digits.count)
-        return text.isPattern ? Interval{-1.0, 512.0} : Interval{-1.0, -1.0};
-    const bool below = digits.digits[common] < keys.digits[common];
-    return below ? Interval{-1.0, -1.0} : Interval{512.0, 512.0};
 }
 
 KoText TextAt(const void* at, unsigned char format, bool cutIsOlder)
@@ -157,35 +83,11 @@ double Share(const KoIdxBounds& bounds, unsigned bits, const KoConditionText& co
     const KoConditionText highest = key(bounds.high);
     const bool open = bounds.low == nullptr || bounds.high == nullptr;
     const Scale scale = ScaleOf(lowest, highest, open);
-    const Digits low(lowest, scale);
-    const Digits high(highest, scale);
-    const Digits digits(condition, scale);
-    const unsigned shared = open ? 0 : CommonDigits(low, high);
-
-    const double start = lowest.isNull ? 0.0 : low.Position(shared);
-    const double end = bounds.high == nullptr ? 1.0 + std::max(digits.variant, low.variant)
-                                              : high.Position(shared) + high.Room(shared, kDigits);
-    const double valueTotalArea = end - start;
-    if (!(valueTotalArea > 0.0))
-        return 0.0;
-    const unsigned charWildPos = condition.isPattern ? condition.count : KoString::kToEnd;
-    Interval texts{start, end};
-    if (charWildPos != 0) {
-        const Interval asked = IntervalOf(condition, digits, low, shared);
-        texts = {std::clamp(asked.from, start, end), std::clamp(asked.to, start, end)};
-    }
-    const double valueRange = texts.to - texts.from;
-    AssertEval(charWildPos != 0 || valueRange >= valueTotalArea,
-               "charWildPos != 0 || valueRange >= valueTotalArea");
-
-    double total = 0.0;
-    if ((bits & KoQOP_LESS) != 0)
-        total += texts.from - start;
-    if ((bits & KoQOP_GREATER) != 0)
-        total += end - texts.to;
-    if ((bits & KoQOP_EQUAL) != 0)
-        total += valueRange;
-    return std::clamp(total / valueTotalArea, 0.0, 1.0);
+    const KoTextDigits low = DigitsOf(lowest, scale);
+    const KoTextDigits high = DigitsOf(highest, scale);
+    return KoTextShare(bits, {DigitsOf(condition, scale), condition.isPattern, condition.count},
+                       bounds.low != nullptr ? &low : nullptr,
+                       bounds.high != nullptr ? &high : nullptr);
 }
 
 } // namespace

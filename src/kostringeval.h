@@ -45,6 +45,10 @@ unsigned KoMakeTextEnd(unsigned char* record, unsigned char format,
                        const KoConditionText& condition, const KoCompareMode& mode,
                        KoTextSide side);
 
+/// Narrows one end to a stored text; the other is left alone.
+void KoNarrowTextEnd(KoIdxBounds& newBounds, unsigned bits, KoTextSide side, const void* record,
+                     unsigned actualLen);
+
 /// Narrows an index that is ordered under KoCMP_PLAIN with all distinctions to the texts that meet
 /// the condition.
 void KoNarrowTexts(KoIdxBounds* newBounds, const KoIdxBounds* bounds, unsigned bits, o_u2b options,

@@ -144,13 +144,9 @@ private:
     /// Before and behind a pattern is no order.
     bool MeansNothing(bool pattern) const { return pattern && m_ranges; }
 
-    void Set(KoTextSide side, const void* record, unsigned actualLen)
+    void Set(KoTextSide side, const void* record, unsigned size)
     {
-        if (actualLen > kMaxBound)
-            KORA_assert("actualLen <= 254", "src\\kotypevl", kAssertLine);
-        // An operator that excludes nothing on the other side narrows this one alone.
-        const unsigned other = side == KoTextSide::kLow ? KoQOP_GREATER : KoQOP_LESS;
-        KoNarrowBounds(&m_newBounds, m_bits | other, record, actualLen);
+        KoNarrowTextEnd(m_newBounds, m_bits, side, record, size);
     }
 
     bool NarrowToValue()
@@ -202,6 +198,16 @@ private:
 };
 
 } // namespace
+
+void KoNarrowTextEnd(KoIdxBounds& newBounds, unsigned bits, KoTextSide side, const void* record,
+                     unsigned actualLen)
+{
+    if (actualLen > kMaxBound)
+        KORA_assert("actualLen <= 254", "src\\kotypevl", kAssertLine);
+    // An operator that excludes nothing on the other side narrows this one alone.
+    const unsigned other = side == KoTextSide::kLow ? KoQOP_GREATER : KoQOP_LESS;
+    KoNarrowBounds(&newBounds, bits | other, record, actualLen);
+}
 
 void KoNarrowTexts(KoIdxBounds* newBounds, const KoIdxBounds* bounds, unsigned bits, o_u2b options,
                    const KoText& text, const KoConditionText& condition, const void* value,

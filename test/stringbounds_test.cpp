@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <functional>
 #include <random>
 #include <string>
 #include <vector>
@@ -31,16 +32,16 @@ struct Narrowed : KoIdxBounds {
     }
 };
 
-Bytes Stored(const KoTypeMgr& manager, const KoString& text, unsigned char format)
+Bytes Stored(const KoTypeMgr& manager, o_char type, const void* text, unsigned char format)
 {
-    Bytes bytes(manager.DiskLenGet(KoSTRING_T, &text, format, 1, KoFMT_MEMORY));
-    bytes.resize(manager.Store(KoSTRING_T, bytes.data(), &text, format, 1));
+    Bytes bytes(manager.DiskLenGet(type, text, format, 1, KoFMT_MEMORY));
+    bytes.resize(manager.Store(type, bytes.data(), text, format, 1));
     return bytes;
 }
 
-int PlainOrder(const KoTypeMgr& manager, void* a, void* b, unsigned char format)
+Bytes Stored(const KoTypeMgr& manager, const KoString& text, unsigned char format)
 {
-    return manager.Cmp(KoSTRING_T, a, b, KoCMP_PLAIN, 1, format);
+    return Stored(manager, KoSTRING_T, &text, format);
 }
 
 /// The text of an end, "-" where it is open.
@@ -102,6 +103,71 @@ TEST(StringBounds, TableOfEnds)
     }
 }
 
+/// An end as its weights, letters of KoCaseIString printed as capitals; "-" where it is open.
+std::string WeightsOf(const void* end)
+{
+    if (end == nullptr)
+        return "-";
+    KoCaseIString text;
+    current.Load(KoCASEISTRING_T, &text, end, KoFMT_LITTLE, 1);
+    if ((text.Flag() & KoIStringText::kRaw) == 0)
+        return text.StrGet();
+    std::string result = "weights";
+    for (const char* at = text.StrGet(); *at != 0; ++at)
+        result += " " + std::to_string(static_cast<unsigned char>(*at));
+    return result;
+}
+
+TEST(StringBounds, TableOfCaselessEnds)
+{
+    const char* const kNoKey = nullptr;
+    const struct {
+        const char* reason;
+        const char* key; ///< both ends of the index
+        bool keyAccents;
+        const char* value;
+        bool accents;
+        unsigned op;
+        std::string low, high;
+    } rows[] = {
+        {"plain text", kNoKey, false, "hawk", false, kEqual, "hawk", "hawk"},
+        {"below", kNoKey, false, "hawk", false, kLess, "-", "hawk"},
+        {"unequal", kNoKey, false, "hawk", false, kLess | kGreater, "-", "-"},
+        {"a prefix", kNoKey, false, "ab*", false, kEqual, "weights 84 91", "weights 84 92"},
+        {"and up", kNoKey, false, "ab?c", false, kEqual | kGreater, "weights 84 91", "-"},
+        {"no pattern is below", kNoKey, false, "ab*", false, kLess, "-", "ab*"},
+        {"nor a plain text", kNoKey, false, "ab*", false, kEqual | KoCMP_PLAIN, "ab*", "ab*"},
+        {"a leading wildcard", kNoKey, false, "*ab", false, kEqual, "-", "-"},
+        {"an escape", kNoKey, false, "a\\*", false, kEqual, "weights 84", "weights 85"},
+        {"two letters of one", "a", false, "a\xDF*", false, kEqual, "weights 84 157 157",
+         "weights 84 157 158"},
+        {"one letter of its own", "a", true, "a\xDF*", true, kEqual, "weights 84 156",
+         "weights 84 157"},
+        {"which, nobody knows", kNoKey, false, "a\xDF*", false, kEqual, "weights 84", "weights 85"},
+        {"accents of the keys", "a", true, "\xE9*", false, kEqual, "weights 107", "weights 108"},
+        {"keys without", "a", false, "\xE9", true, kEqual, "weights 105", "weights 105"},
+        {"and another order", "a", false, "\xE9", true, kEqual | kLess, "-", "-"},
+        {"perhaps without", kNoKey, false, "\xE9", true, kEqual, "-", "-"},
+        {"empty", kNoKey, false, "", false, kEqual, "", ""},
+    };
+    for (const auto& row : rows) {
+        const auto text = [](const char* characters, bool accents) {
+            KoCaseIString made(characters);
+            made.SetFlag(accents ? +KoIStringText::kAccents : 0);
+            return made;
+        };
+        KoCaseIString value = text(row.value, row.accents);
+        KoCaseIString key = text(row.key, row.keyAccents);
+        KoIdxBounds keys{&key, &key, 0, 0};
+        auto op = static_cast<unsigned short>(row.op);
+        Narrowed narrowed;
+        current.EvalAndBound(KoCASEISTRING_T, row.key == nullptr ? nullptr : &keys, op, &value,
+                             KoFMT_MEMORY, 1, &narrowed, nullptr);
+        EXPECT_EQ(WeightsOf(narrowed.low), row.low) << row.reason;
+        EXPECT_EQ(WeightsOf(narrowed.high), row.high) << row.reason;
+    }
+}
+
 TEST(StringBounds, Estimates)
 {
     const struct {
@@ -121,9 +187,11 @@ TEST(StringBounds, Estimates)
         {"case does not matter", "alpha", "Zulu", kLess, "N", 0.45, 0.55},
         {"a plain text", "A", "Zz", kEqual, "Gloucester", 0.0005, 0.002},
         {"open ends", nullptr, nullptr, kLess, "N", 0.5, 0.7},
+        {"a code", "key-aaa", "key-zzz", kEqual, "key-mno", 2e-5, 1e-4},
+        {"a code of numerals", "0001000", "0010000", kEqual, "0005000", 0.0, 1e-4},
         {"one key, another text", "hawk", "hawk", kEqual, "kite", 0.0, 0.0},
         {"high end below the low one", "hawk", "crow", kEqual, "dove", 0.0, 0.0},
-        {"symbols only", "+", "~", kLess | kEqual, "+*", 0.08, 0.09},
+        {"symbols only", "+", "~", kLess | kEqual, "+*", 0.08, 0.095},
     };
     for (const auto& row : rows) {
         const auto stored = [](const char* text) {
@@ -139,6 +207,16 @@ TEST(StringBounds, Estimates)
                                                  1, nullptr, nullptr);
         EXPECT_GE(share, static_cast<float>(row.least)) << row.reason;
         EXPECT_LE(share, static_cast<float>(row.most)) << row.reason;
+        for (const o_char type : {KoISTRING_T, KoCASEISTRING_T}) {
+            KoIString ends[] = {row.low, row.high};
+            KoIString asked(row.value);
+            KoIdxBounds keys{row.low != nullptr ? ends : nullptr,
+                             row.high != nullptr ? ends + 1 : nullptr, 0, 0};
+            const float caseless =
+                current.EvalAndBound(type, &keys, op, &asked, KoFMT_MEMORY, 1, nullptr, nullptr);
+            EXPECT_GE(caseless, static_cast<float>(row.least)) << row.reason;
+            EXPECT_LE(caseless, static_cast<float>(row.most)) << row.reason;
+        }
         EXPECT_EQ(current.EvalAndBound(KoSTRING_T, nullptr, op, value.data(), KoFMT_BIG, 1, nullptr,
                                        nullptr),
                   0.0F);
@@ -202,27 +280,43 @@ private:
 
 constexpr unsigned kKeys = 60;
 
+/// An index of texts of a type, and what makes more of them.
 struct Keys {
     const KoTypeMgr& manager;
+    o_char type;
     unsigned char format;
-    std::vector<Bytes> sorted;
+    std::function<Bytes(bool pattern, bool other)> make; ///< `other`: unlike the keys
+    std::vector<Bytes> sorted{};
     KoIdxBounds bounds{};
 
-    Keys(const KoTypeMgr& types, unsigned char format, bool bytes, TextMaker& maker)
-        : manager(types), format(format)
+    int PlainOrder(void* a, void* b) const
+    {
+        return manager.Cmp(type, a, b, KoCMP_PLAIN, 1, format);
+    }
+    void Fill()
     {
         for (unsigned i = 0; i < kKeys; ++i)
-            sorted.push_back(Stored(types, maker.Make(bytes, false), format));
+            sorted.push_back(make(false, false));
         std::sort(sorted.begin(), sorted.end(), [this](const Bytes& a, const Bytes& b) {
-            return PlainOrder(manager, const_cast<unsigned char*>(a.data()),
-                              const_cast<unsigned char*>(b.data()), this->format) < 0;
+            return PlainOrder(const_cast<unsigned char*>(a.data()),
+                              const_cast<unsigned char*>(b.data())) < 0;
         });
         bounds = {sorted.front().data(), sorted.back().data(), 0, 0};
     }
 };
 
-void CheckConditions(Keys& keys, bool bytes, TextMaker& maker, int conditions)
+std::string Print(const Keys& keys, const void* end)
 {
+    if (keys.type == KoSTRING_T || end == nullptr)
+        return TextOf(end, keys.format);
+    KoIString text; // of either class
+    keys.manager.Load(KoISTRING_T, &text, end, keys.format, 1);
+    return std::to_string(text.Flag()) + ":" + text.StrGet();
+}
+
+void CheckConditions(Keys keys, TextMaker& maker, int conditions)
+{
+    keys.Fill();
     // Plain, case, accents, spaces, no wildcards, symbols.
     static const unsigned kOptions[] = {0, 0x10, 0x20, 0x40, 0x60, 0x80, 0x50, 0x100, 0x220, 0x2B0};
     const KoTypeMgr& manager = keys.manager;
@@ -232,21 +326,21 @@ void CheckConditions(Keys& keys, bool bytes, TextMaker& maker, int conditions)
         const unsigned bits = maker.Below(2) == 0 ? kEqual : 1 + maker.Below(7);
         // A condition without a code set on keys with one, or the other way round.
         const bool other = maker.Below(8) == 0;
-        Bytes value = Stored(manager, maker.Make(bytes != other, maker.Below(2) == 0), format);
+        Bytes value = keys.make(maker.Below(2) == 0, other);
         if (maker.Below(4) == 0)
             value = keys.sorted[maker.Below(kKeys)];
         auto op = static_cast<unsigned short>(bits | options);
-        const bool known = other || maker.Below(4) != 0;
+        const bool known = (other && keys.type == KoSTRING_T) || maker.Below(4) != 0;
         Narrowed ends;
-        const float share = manager.EvalAndBound(KoSTRING_T, known ? &keys.bounds : nullptr, op,
+        const float share = manager.EvalAndBound(keys.type, known ? &keys.bounds : nullptr, op,
                                                  value.data(), format, 1, &ends, nullptr);
         ASSERT_TRUE(share >= 0.0F && share <= 1.0F);
         // What a scan of the index finds between the ends.
         const auto before = [&](Bytes& key, void* end) {
-            return PlainOrder(manager, key.data(), end, format) < 0;
+            return keys.PlainOrder(key.data(), end) < 0;
         };
         const auto notBehind = [&](void* end, Bytes& key) {
-            return PlainOrder(manager, end, key.data(), format) < 0;
+            return keys.PlainOrder(end, key.data()) < 0;
         };
         auto& sorted = keys.sorted;
         const auto first = ends.low == nullptr
@@ -256,13 +350,13 @@ void CheckConditions(Keys& keys, bool bytes, TextMaker& maker, int conditions)
                                                : std::upper_bound(sorted.begin(), sorted.end(),
                                                                   ends.high, notBehind);
         for (auto key = sorted.begin(); key != sorted.end(); ++key) {
-            const int order = manager.Cmp(KoSTRING_T, key->data(), value.data(),
+            const int order = manager.Cmp(keys.type, key->data(), value.data(),
                                           static_cast<unsigned short>(options), 1, format);
             const unsigned met = order < 0 ? kLess : order > 0 ? kGreater : kEqual;
             ASSERT_TRUE((bits & met) == 0 || (key >= first && key < last))
-                << "bits " << bits << " options " << options << " value "
-                << TextOf(value.data(), format) << " key " << TextOf(key->data(), format) << " low "
-                << TextOf(ends.low, format) << " high " << TextOf(ends.high, format);
+                << "type " << int{keys.type} << " bits " << bits << " options " << options
+                << " value " << Print(keys, value.data()) << " key " << Print(keys, key->data())
+                << " low " << Print(keys, ends.low) << " high " << Print(keys, ends.high);
         }
     }
 }
@@ -274,10 +368,32 @@ TEST(StringBounds, ANarrowedRangeLosesNoMatch)
         maker.Turn();
         const unsigned char format = round % 2 == 0 ? KoFMT_LITTLE : KoFMT_BIG;
         const bool bytes = round % 4 == 3;
-        Keys keys(current, format, bytes, maker);
-        CheckConditions(keys, bytes, maker, 40);
-        Keys older(compat, format, true, maker);
-        CheckConditions(older, true, maker, 10);
+        const auto collated = [&](bool pattern, bool other) {
+            return Stored(current, maker.Make(bytes != other, pattern), format);
+        };
+        CheckConditions({current, KoSTRING_T, format, collated}, maker, 40);
+        const auto older = [&](bool pattern, bool other) {
+            return Stored(compat, maker.Make(!other, pattern), format);
+        };
+        CheckConditions({compat, KoSTRING_T, format, older}, maker, 10);
+
+        // Texts with accents and without are not sorted together, texts and keys are.
+        const bool accents = round % 4 < 2;
+        const auto caseless = [&](auto text, o_char type) {
+            return [&, text, type](bool pattern, bool other) mutable {
+                const KoString characters = maker.Make(true, pattern);
+                text = characters.StrGet();
+                text.SetFlag(accents != other ? +KoIStringText::kAccents : 0);
+                const bool key = maker.Below(3) == 0;
+                return Stored(current, type, &text,
+                              static_cast<unsigned char>(format | (key ? KoFMT_KEY : 0)));
+            };
+        };
+        CheckConditions({current, KoISTRING_T, format, caseless(KoIString(), KoISTRING_T)}, maker,
+                        20);
+        CheckConditions(
+            {current, KoCASEISTRING_T, format, caseless(KoCaseIString(), KoCASEISTRING_T)}, maker,
+            20);
     }
 }
 

@@ -1,0 +1,55 @@
+#ifndef KOTEXTSHARE_H
+#define KOTEXTSHARE_H
+
+/// The share of an index that a condition on a text selects, for every kind of text.
+///
+/// A text is a number in [0, 1): its characters are digits to a base of the number of characters
+/// that texts are made of. What all keys of the index begin with is left out, so that the digits
+/// tell them apart. A pattern is the range of the texts that begin with its literal prefix.
+///
+/// So is a plain text, by its first digits: texts repeat, and by all its digits the share of one
+/// that occurs often would be far too small. Codes repeat less. The ends of the index and the
+/// condition are taken for codes where all have one length, and a common beginning or numerals.
+
+/// The base of texts of letters: the end, the ten numerals, the twenty-six letters, and one for
+/// what stands behind them.
+inline constexpr double kLetterBase = 38.0;
+inline constexpr double kFirstNumeral = 1.0;
+inline constexpr double kFirstLetter = 11.0;
+
+struct KoTextDigits {
+    static constexpr unsigned kMost = 160;
+
+    explicit KoTextDigits(double numberBase) : base(numberBase) {}
+
+    void Append(double digit)
+    {
+        if (count < kMost)
+            digits[count++] = digit;
+    }
+    /// As a number, its first `skipped` digits left out.
+    double Position(unsigned skipped) const;
+    /// The room that texts take which begin with the first `kept` digits behind the skipped.
+    double Room(unsigned skipped, unsigned kept) const;
+    bool HasNumeral() const;
+
+    double base;
+    double digits[kMost];
+    unsigned count = 0;
+    unsigned char variant = 0; ///< texts of different ones come one behind another
+    bool isNull = false;       ///< before all others
+};
+
+/// The text of a condition. Behind the digits of a pattern stands a wildcard, at the position
+/// `charWildPos`.
+struct KoTextAsked {
+    KoTextDigits digits;
+    bool isPattern;
+    unsigned charWildPos;
+};
+
+/// `low` and `high` are the lowest and the highest key, null where the end is open. In [0, 1].
+double KoTextShare(unsigned bits, const KoTextAsked& asked, const KoTextDigits* low,
+                   const KoTextDigits* high);
+
+#endif
