@@ -33,6 +33,15 @@ d_Interval Seconds(double seconds)
     return d_Interval::OfSeconds(static_cast<float>(seconds));
 }
 
+/// That all ways of moving a value by an interval lead to the key.
+template <class T>
+void CheckMove(const T& from, const d_Interval& interval, int key, const char* reason)
+{
+    EXPECT_EQ(Key(from + interval), key) << reason;
+    EXPECT_EQ(Key(interval + from), key) << reason;
+    EXPECT_EQ(Key(from - -interval), key) << reason;
+}
+
 /// Sets the default zone while it lives.
 struct ZoneScope {
     explicit ZoneScope(d_Time::Time_Zone zone) { d_Time::set_default_Time_Zone(zone); }
@@ -164,13 +173,9 @@ TEST(OdmgDate, Intervals)
         {d_Interval(0, -25), 20240229, "more than a day back"},
         {Seconds(kNoNumber), 20240301, "no number is nothing"},
     };
-    for (const auto& row : rows) {
-        const d_Date date(2024, 3, 1);
-        EXPECT_EQ(Key(date + row.interval), row.key) << row.reason;
-        EXPECT_EQ(Key(row.interval + date), row.key) << row.reason;
-        EXPECT_EQ(Key(date - -row.interval), row.key) << row.reason;
-    }
     const d_Date date(2024, 3, 1);
+    for (const auto& row : rows)
+        CheckMove(date, row.interval, row.key, row.reason);
     EXPECT_EQ(Key(date + Seconds(kInfinity)), Key(date + d_Interval(kIntMax)));
     EXPECT_EQ(Key(date - Seconds(kInfinity)), Key(date + d_Interval(kIntMin)));
 }
@@ -252,11 +257,8 @@ TEST(OdmgTime, Intervals)
         {{10, 0, 0.4F}, Seconds(kInfinity), 10000040, "no sum"},
         {{25, 0, 0}, d_Interval(), 1000000, "an hour beyond the day comes back"},
     };
-    for (const auto& row : rows) {
-        EXPECT_EQ(Key(row.from + row.interval), row.key) << row.reason;
-        EXPECT_EQ(Key(row.interval + row.from), row.key) << row.reason;
-        EXPECT_EQ(Key(row.from - -row.interval), row.key) << row.reason;
-    }
+    for (const auto& row : rows)
+        CheckMove(row.from, row.interval, row.key, row.reason);
     // The zone stays, and the clock that is moved is the one with the zone added.
     const d_Time moved = d_Time(23, 30, 0, 2, 0) + d_Interval(0, 1);
     EXPECT_EQ(moved.tz_hour(), 2);

@@ -158,25 +158,3 @@ TEST(TemporalForm, OrdersAndHashesOfStoredElements)
         return d_Timestamp(day, odmgTime(fields));
     });
 }
-
-TEST(TemporalForm, BoundsEndAWalk)
-{
-    std::vector<KoDateTimeN> values(3, KoDateTimeN::ZeroValue());
-    const KoTypeMgr manager;
-    Bytes bytes(33);
-    manager.Store(KoDATIME_N_T, bytes.data(), values.data(), KoFMT_BIG, 3);
-    Bytes other = bytes;
-    other[32] = 1;
-    const struct {
-        unsigned length;
-        int result;
-        int status;
-    } rows[] = {{33, -1, 0}, {0, -1, 0}, {22, 0, 2101}, {11, 0, 2101}};
-    for (const auto& row : rows) {
-        int status = 0;
-        EXPECT_EQ(manager.Cmp(KoDATIME_N_T, row.length, bytes.data(), 0, other.data(), 0, 3,
-                              KoFMT_BIG, status),
-                  row.result);
-        EXPECT_EQ(status, row.status) << row.length;
-    }
-}
