@@ -347,7 +347,6 @@ TEST(OdmgTimestamp, PartsAndOrder)
     EXPECT_EQ(stamp != other, -2) << "the minutes";
     EXPECT_EQ(stamp == stamp + Seconds(0.5), true) << "less than a second";
     EXPECT_LT(stamp, stamp + Seconds(0.5));
-    EXPECT_EQ(Key(d_Timestamp(d_Date(2024, 3, 1)).time()), 0);
 }
 
 /// Every pairing against its meaning, moment by moment: three days of three moments each.

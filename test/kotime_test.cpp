@@ -40,10 +40,8 @@ TEST(KoTime, ExceptionsOfSums)
         KoTime sum;
         const char* reason;
     } rows[] = {
-        {{0, 0, 0}, -86400, {24, 0, 0}, "a whole day back is hour 24"},
         {{0, 0, 0}, -3600 * 30, {18, 0, 0}, "other hours below 0 come into the day"},
         {{0, 0, 0}, 86400, {0, 0, 0}, "a whole day on"},
-        {{0, 0, 0}, 128 * 3600, {16, 0, 0}, "128 hours overflow to -128"},
         {{1, 0, 0}, 127 * 3600, {16, 0, 0}, "so do the hours of both"},
         {{127, 127, 127}, 59 * 60 + 59, {6, -11, -10}, "minutes and seconds overflow too"},
         {{-128, -128, -128},

@@ -105,17 +105,16 @@ TEST(TemporalText, KnowsTheNullValue)
     KoString null;
     null.SetNullValue();
     for (const TemporalKind kind : {kDate, kTime, kDateTime, kDateTimeN, kTimeSpan}) {
+        TemporalFields fields;
+        unsigned errorAt = 99;
         for (const KoString& text : {KoString("{NULL}"), null}) {
-            TemporalFields fields = {.kind = kind, .day = 7};
+            fields = {.kind = kind, .day = 7};
             EXPECT_TRUE(ScanTemporal(fields, text, nullptr));
             EXPECT_EQ(fields, Null(kind));
             fields = {.kind = kind, .day = 7};
-            unsigned errorAt;
             EXPECT_EQ(ParseTemporal(fields, text, nullptr, errorAt), 0);
             EXPECT_EQ(fields, Null(kind));
         }
-        TemporalFields fields = {.kind = kind};
-        unsigned errorAt = 99;
         EXPECT_TRUE(ScanTemporal(fields, KoString("{NULL}x"), nullptr)) << "begins with it";
         EXPECT_TRUE(fields.isNull);
         EXPECT_EQ(ParseTemporal(fields, KoString("{NULL}x"), nullptr, errorAt), -1);
