@@ -108,6 +108,7 @@ Store::~Store()
 /// loses the room that was taken for more.
 void Store::Close() noexcept
 {
+    m_cursor.reset();
     if (m_txn != nullptr)
         mdb_txn_abort(std::exchange(m_txn, nullptr));
     const bool open = m_env != nullptr;
@@ -295,7 +296,7 @@ std::uint64_t Store::Add(std::string_view record)
     PutObjectId(id, m_counts.nextNumber);
     MDB_val key = Val({id, kObjectIdBytes});
     MDB_val value = Val(record);
-    Check(mdb_put(m_txn, m_objects, &key, &value, MDB_APPEND));
+    Put(m_objects, key, value, MDB_APPEND);
     ++m_counts.objects;
     return m_counts.nextNumber++;
 }
@@ -305,7 +306,7 @@ void Store::AddEntry(std::size_t attribute, std::string_view entry, bool inOrder
     Count(entry.size());
     MDB_val key = Val(entry);
     MDB_val value = Val({});
-    Check(mdb_put(m_txn, Index(attribute), &key, &value, inOrder ? MDB_APPEND : 0));
+    Put(Index(attribute), key, value, inOrder ? MDB_APPEND : 0);
 }
 
 std::uint64_t Store::PagesInUse() const
@@ -324,13 +325,30 @@ std::uint64_t Store::PagesInUse() const
     return pages;
 }
 
+void Store::Put(MDB_dbi dbi, MDB_val key, MDB_val value, unsigned flags)
+{
+    if (!m_cursor || mdb_cursor_dbi(m_cursor.get()) != dbi) {
+        MDB_cursor* cursor = nullptr;
+        m_cursor.reset();
+        Check(mdb_cursor_open(m_txn, dbi, &cursor));
+        m_cursor.reset(cursor);
+    }
+    Check(mdb_cursor_put(m_cursor.get(), &key, &value, flags));
+}
+
+void Store::CommitTransaction()
+{
+    m_cursor.reset();
+    Check(mdb_txn_commit(std::exchange(m_txn, nullptr)));
+}
+
 void Store::Count(std::size_t bytes)
 {
     m_sinceStep += bytes;
     if (m_sinceStep < kStep)
         return;
     if (m_mode == Mode::Create) {
-        Check(mdb_txn_commit(std::exchange(m_txn, nullptr)));
+        CommitTransaction();
         Check(mdb_txn_begin(m_env, nullptr, 0, &m_txn));
     } else {
         Reserve();
@@ -354,7 +372,7 @@ void Store::Reserve()
 void Store::Commit()
 {
     WriteCounts();
-    Check(mdb_txn_commit(std::exchange(m_txn, nullptr)));
+    CommitTransaction();
     Check(mdb_env_sync(m_env, 1));
     mdb_env_close(std::exchange(m_env, nullptr));
     m_lock->Resize(CheckStoreFile(m_file));

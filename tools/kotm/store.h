@@ -82,6 +82,8 @@ private:
     void ReadDescription();
     void WriteDescription();
     void WriteCounts();
+    void Put(MDB_dbi dbi, MDB_val key, MDB_val value, unsigned flags);
+    void CommitTransaction();
     void Count(std::size_t bytes);
     void Reserve();
     std::uint64_t PagesInUse() const;
@@ -97,6 +99,11 @@ private:
     std::uint64_t m_bytesBefore = 0; ///< of the file's pages when it was opened
     MDB_env* m_env = nullptr;
     MDB_txn* m_txn = nullptr;
+    struct CloseCursor {
+        void operator()(MDB_cursor* cursor) const { mdb_cursor_close(cursor); }
+    };
+    /// Of the database that was put into last: it stands at the end, where the next one goes.
+    std::unique_ptr<MDB_cursor, CloseCursor> m_cursor;
     MDB_dbi m_description = 0;
     MDB_dbi m_objects = 0;
     std::vector<std::optional<MDB_dbi>> m_indexes;
