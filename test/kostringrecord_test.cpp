@@ -178,38 +178,34 @@ TEST(StringRecord, TheOlderLayoutIsWrittenByTheOlderTypeAndReadByBoth)
 
 TEST(StringRecord, CutKeysDecideOnlyWhatTheyShow)
 {
-    const Bytes abcdef = Stored(Current(), {"abcdef"}, KoFMT_LITTLE); // 12 bytes, text from 4 on
-    const Bytes abx = Stored(Current(), {"abx"}, KoFMT_LITTLE);
-    const Bytes abc = Stored(Current(), {"abc"}, KoFMT_LITTLE);
-    const Bytes older = Stored(Compat(), {"abcdef"}, KoFMT_LITTLE); // 9 bytes, text from 2 on
-    const Bytes olderX = Stored(Compat(), {"abx"}, KoFMT_LITTLE);
-    KoString filled;
-    filled.Fill(300, 'x');
-    const Bytes longOne = Stored(Current(), {filled}, KoFMT_LITTLE);
+    // In the current layout text starts at byte 4, in the older one at byte 2.
+    const std::string x300(300, 'x');
     const struct {
         const char* why;
         const KoTypeMgr& manager;
-        const Bytes& left;
-        unsigned leftSize;
-        const Bytes& right;
+        std::string left;
+        unsigned leftSize; ///< 0: not cut
+        std::string right;
         unsigned rightSize;
         int order, status;
     } rows[] = {
-        {"a shown difference decides", Current(), abcdef, 7, abx, 0, -1, 0},
-        {"equal as far as shown", Current(), abcdef, 7, abc, 0, 0, KoRC_TRUNCATED},
-        {"the other ends first", Current(), abcdef, 8, abc, 0, 1, 0},
-        {"only the end mark is cut", Current(), abcdef, 10, abcdef, 0, 0, 0},
-        {"not even the head", Current(), abcdef, 3, abc, 0, 0, KoRC_TRUNCATED},
-        {"not even the length", Current(), abc, 0, abcdef, 1, 0, KoRC_TRUNCATED},
-        {"longer than a cut key", Current(), longOne, 4 + 254, longOne, 0, -1, KoRC_NOT_SUPPORTED},
-        {"as long as one can be", Current(), longOne, 4 + 253, longOne, 0, 0, KoRC_TRUNCATED},
-        {"the older type cuts the older layout", Compat(), older, 5, olderX, 0, -1, 0},
-        {"equal as far as shown", Compat(), older, 4, olderX, 0, 0, KoRC_TRUNCATED},
+        {"a shown difference decides", Current(), "abcdef", 7, "abx", 0, -1, 0},
+        {"equal as far as shown", Current(), "abcdef", 7, "abc", 0, 0, KoRC_TRUNCATED},
+        {"the other ends first", Current(), "abcdef", 8, "abc", 0, 1, 0},
+        {"only the end mark is cut", Current(), "abcdef", 10, "abcdef", 0, 0, 0},
+        {"not even the head", Current(), "abcdef", 3, "abc", 0, 0, KoRC_TRUNCATED},
+        {"not even the length", Current(), "abc", 0, "abcdef", 1, 0, KoRC_TRUNCATED},
+        {"longer than a cut key", Current(), x300, 4 + 254, x300, 0, -1, KoRC_NOT_SUPPORTED},
+        {"as long as one can be", Current(), x300, 4 + 253, x300, 0, 0, KoRC_TRUNCATED},
+        {"the older type cuts the older layout", Compat(), "abcdef", 5, "abx", 0, -1, 0},
+        {"equal as far as shown", Compat(), "abcdef", 4, "abx", 0, 0, KoRC_TRUNCATED},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.why);
-        const auto cut = [](const Bytes& bytes, unsigned size) {
-            return size == 0 ? bytes : Bytes(bytes.begin(), bytes.begin() + static_cast<int>(size));
+        const auto cut = [&](const std::string& text, unsigned size) {
+            Bytes bytes = Stored(row.manager, {text.c_str()}, KoFMT_LITTLE);
+            bytes.resize(size == 0 ? bytes.size() : size);
+            return bytes;
         };
         const Bytes left = cut(row.left, row.leftSize);
         const Bytes right = cut(row.right, row.rightSize);
@@ -231,7 +227,7 @@ TEST(StringRecord, CutKeysDecideOnlyWhatTheyShow)
     EXPECT_EQ(Compare(Current(), two, 7, two, 0, 1, 2, status), 0); // ends between two records
     EXPECT_EQ(status, KoRC_TRUNCATED);
     char text[] = "abc";
-    const auto cutKey = Exactly(Bytes(abcdef.begin(), abcdef.begin() + 6));
+    const auto cutKey = Exactly({10, 0, 1, 0, 'a', 'b'});
     EXPECT_EQ(Current().Hash(kId, 6, cutKey.get(), 1, 1, status), HashString(1, 0, text, 2, 1));
     EXPECT_EQ(status, KoRC_TRUNCATED);
     KoString pair[] = {"ab", "c"};
