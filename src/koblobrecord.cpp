@@ -113,7 +113,8 @@ unsigned KoBlobLoad(void* destination, const void* source, unsigned char format,
 {
     if (source == nullptr)
         return 0;
-    KoBlobWalk walk(static_cast<unsigned char>(format & ~KoFMT_MEMORY), 0, source);
+    // What is loaded is stored, also under a format byte with KoFMT_MEMORY in it.
+    KoBlobWalk walk(KoRecordOrder(format), 0, source);
     if (walk.Total() < 0)
         return 0;
     auto* blobs = static_cast<KoBlob*>(destination);

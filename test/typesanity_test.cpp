@@ -62,6 +62,7 @@ Bytes Stored(const KoTypeMgr& manager, o_char id, const void* values, unsigned c
 }
 
 const unsigned char persistentFormats[] = {KoFMT_LITTLE, KoFMT_BIG, 0};
+const unsigned char otherFormats[] = {KoFMT_MEMORY, KoFMT_MEMORY | KoFMT_BIG, 0x0F};
 
 /// Every type has fixtures, and every slot of it does something of its own but for the null value
 /// of types without one. Estimates and steps of a sequence, which many types answer as the reserved
@@ -226,6 +227,14 @@ TEST(TypeSanity, StoredValuesComeBack)
             const unsigned hash = manager.Hash(id, 0, values.Data(), count, KoFMT_MEMORY, status);
             EXPECT_EQ(manager.Hash(id, size, bytes.data(), count, format, status), hash);
             EXPECT_EQ(status, 0);
+        }
+        // Whatever else the low four bits are: only 2 alone puts the high byte first.
+        for (const unsigned char format : otherFormats) {
+            SCOPED_TRACE(testing::Message() << "format " << int{format});
+            const Bytes bytes = Stored(manager, id, values.Data(), format, count);
+            const Array loaded{manager, id, manager.Create(id, count), count};
+            EXPECT_EQ(manager.Load(id, loaded.data, bytes.data(), format, count), bytes.size());
+            EXPECT_EQ(Stored(manager, id, loaded.data, format, count), bytes);
         }
     });
 }
