@@ -4,6 +4,9 @@
 #include "kobasic.h"
 #include "kotypcmp.h"
 
+#include <type_traits>
+#include <utility>
+
 /// What KoIString and KoCaseIString share: an 8-bit text that ends at its first zero byte, without
 /// code set or language, and a flag byte.
 ///
@@ -43,6 +46,9 @@ public:
     KoIStringText& operator=(const KoIStringText& other); ///< the flag, too
     KoIStringText& operator=(KoIStringText&& other) noexcept;
 
+    void Init();    ///< what the default constructor gives
+    void Destroy(); ///< frees the text; the flag stays
+
     unsigned short Len() const;
     bool IsEmpty() const { return m_text == nullptr; }
     bool operator!() const { return m_text == nullptr; }
@@ -59,6 +65,13 @@ public:
     operator int() const;
     operator o_8b() const;
     operator double() const;
+    /// 0, or -1 with a result of 0 where the text does not begin with a digit or "-". Atol and
+    /// Atoll read decimal numbers; Strtol and Strtoll hexadecimal ones after 0x and octal ones
+    /// after 0, too.
+    int Atol(int& result) const;
+    int Atoll(o_8b& result) const;
+    int Strtol(int& result) const;
+    int Strtoll(o_8b& result) const;
 
     /// The position of the first occurrence of the bytes from `start` on; -1 when there is none,
     /// and where either is empty.
@@ -73,6 +86,7 @@ protected:
     void SpliceAt(unsigned pos, const KoIStringText& piece, bool over);
     void CutAt(unsigned short pos, unsigned short n);
     void FillWith(unsigned from, unsigned short n, char c);
+    void ReplaceEvery(const KoIStringText& from, const KoIStringText& to, unsigned start);
     void TrimBlanks(bool atBegin, bool atEnd);
     void Swap(char from, char to);
     void MapCase(bool upper);
@@ -104,6 +118,27 @@ public:
     friend Self operator+(const Self& a, const char* b) { return a + Self(b); }
     friend Self operator+(const char* a, const Self& b) { return Self(a) + b; }
     Self& operator<<(const Self& s) { return *this += s; }
+    /// Appends what the constructor makes of a character or a number; without this, shifting the
+    /// number that the text stands for could also be meant.
+    template <class N>
+    requires std::is_arithmetic_v<N> Self& operator<<(N n) { return *this += Self(n); }
+
+    static const Self& EmptyString()
+    {
+        static const Self empty;
+        return empty;
+    }
+    /// Takes the text and the flag of `other` over, which is empty then and keeps its flag. Nothing
+    /// when it is this text.
+    void Destruct(Self& other)
+    {
+        if (this == &other)
+            return;
+        Destroy();
+        const unsigned char flag = other.Flag();
+        static_cast<KoIStringText&>(*this) = std::move(other);
+        other.SetFlag(flag);
+    }
 
     Self& Insert(const Self& s, unsigned short pos) ///< nothing for `pos` beyond Len()
     {
@@ -140,6 +175,13 @@ public:
     Self& Expand(unsigned short n, char c) ///< appends `c` up to a length of `n`
     {
         FillWith(Len(), n, c);
+        return This();
+    }
+    /// Puts `to` in the place of every find of `from` at or after `start`; the search goes on
+    /// behind what was put in.
+    Self& ReplaceAll(const Self& from, const Self& to, unsigned short start = 0)
+    {
+        ReplaceEvery(from, to, start);
         return This();
     }
     Self& LeftTrim()

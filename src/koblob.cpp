@@ -166,7 +166,7 @@ KoBlob::KoBlob(char* text)
 
 KoBlob& KoBlob::operator=(const KoBlob& other)
 {
-    if (m_data == other.m_data)
+    if (this == &other)
         return *this;
     if (other.m_data == nullptr)
         Free();

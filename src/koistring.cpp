@@ -1,5 +1,5 @@
 #include "koistringtext.h"
-#include "konumtext.h"
+#include "konumstring.h"
 #include "kostringtext.h"
 
 #include <koservices.h>
@@ -36,6 +36,18 @@ T Number(const KoIStringText& text, const char* format)
     const std::string_view view = View(text);
     KoScanNumber(number, view.data(), view.size(), format);
     return number;
+}
+
+/// Only a text that begins like a number counts.
+template <class T>
+int ReadChecked(const KoIStringText& text, T& result, const char* format)
+{
+    result = 0;
+    const char first = *text.StrGet();
+    if (first != '-' && (first < '0' || first > '9'))
+        return -1;
+    result = Number<T>(text, format);
+    return KoRC_OK;
 }
 
 constexpr bool IsBlank(char c)
@@ -109,7 +121,8 @@ KoIStringText::~KoIStringText()
 
 KoIStringText& KoIStringText::operator=(const KoIStringText& other)
 {
-    KoIStringAccess::Set(*this, other.m_text, other.Len(), other.m_flag);
+    if (this != &other)
+        KoIStringAccess::Set(*this, other.m_text, other.Len(), other.m_flag);
     return *this;
 }
 
@@ -128,6 +141,17 @@ void KoIStringAccess::Set(KoIStringText& text, const char* bytes, unsigned count
         return; // no memory
     made.m_flag = flag;
     text = std::move(made);
+}
+
+void KoIStringText::Init()
+{
+    Destroy();
+    m_flag = 0;
+}
+
+void KoIStringText::Destroy()
+{
+    KoFree(std::exchange(m_text, nullptr));
 }
 
 // ---- questions
@@ -173,6 +197,26 @@ KoIStringText::operator o_8b() const
 KoIStringText::operator double() const
 {
     return Number<double>(*this, "%.17g");
+}
+
+int KoIStringText::Atol(int& result) const
+{
+    return ReadChecked(*this, result, "%d");
+}
+
+int KoIStringText::Atoll(o_8b& result) const
+{
+    return ReadChecked(*this, result, "%d");
+}
+
+int KoIStringText::Strtol(int& result) const
+{
+    return ReadChecked(*this, result, "%i");
+}
+
+int KoIStringText::Strtoll(o_8b& result) const
+{
+    return ReadChecked(*this, result, "%i");
 }
 
 int KoIStringText::Find(const KoIStringText& piece, unsigned short start) const
@@ -251,6 +295,35 @@ void KoIStringText::FillWith(unsigned from, unsigned short n, char c)
 {
     const unsigned count = c == 0 || n < from ? 0 : n - from;
     Splice(from, Len() - from, nullptr, count, c);
+}
+
+void KoIStringText::ReplaceEvery(const KoIStringText& from, const KoIStringText& to, unsigned start)
+{
+    const std::string_view text = View(*this);
+    const std::string_view piece = View(from);
+    const std::string_view put = View(to);
+    std::size_t at = piece.empty() ? std::string_view::npos : text.find(piece, start);
+    if (at == std::string_view::npos)
+        return;
+    const std::size_t grown = put.size() <= piece.size() ? 0 : put.size() - piece.size();
+    // One more, so that Splice notices a text that is too long.
+    const std::size_t most = std::min<std::size_t>(
+        text.size() + (text.size() - at) / piece.size() * grown, kMaxLength + 1);
+    KoTextRoom room(most);
+    if (room.Size() < most)
+        return;
+    std::size_t length = 0;
+    const auto append = [&](std::string_view bytes) {
+        length += bytes.copy(room.Data() + length, most - length);
+    };
+    std::size_t done = 0;
+    for (; at != std::string_view::npos; at = text.find(piece, done)) {
+        append(text.substr(done, at - done));
+        append(put);
+        done = at + piece.size();
+    }
+    append(text.substr(done));
+    Splice(0, Len(), room.Data(), static_cast<unsigned>(length));
 }
 
 void KoIStringText::TrimBlanks(bool atBegin, bool atEnd)

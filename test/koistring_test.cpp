@@ -53,6 +53,7 @@ TEST(KoIString, Edits)
     }
     KoIString full = KoIString().Fill(65000, 'x');
     EXPECT_EQ((full += full).Len(), 65531);
+    EXPECT_EQ(full.ReplaceAll("xx", "yyy").Len(), 65531);
     EXPECT_EQ(full[70000], 0);
     EXPECT_EQ(KoIString("aXbX").SubStringPos("X"), 1);
     EXPECT_EQ(KoIString("aXbX").Find("X", 2), 3);
@@ -66,6 +67,13 @@ TEST(KoIString, Edits)
     KoIString copy;
     copy = flagged;
     EXPECT_EQ(copy.Flag(), 0x20);
+    copy = "y";
+    copy.Destruct(flagged);
+    EXPECT_STREQ(copy.StrGet(), "x");
+    EXPECT_EQ(copy.Flag(), 0x20);
+    EXPECT_TRUE(flagged.IsEmpty() && flagged.Flag() == 0x20);
+    flagged.Init();
+    EXPECT_EQ(flagged.Flag(), 0);
     EXPECT_EQ(KoIString("y").Flag(), 0);
 }
 

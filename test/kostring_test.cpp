@@ -109,6 +109,32 @@ std::vector<EditRow<T>> Edits()
         {"insert itself", [](T& s) { s.Insert(s, 1); }, "aabcbc"},
         {"replace with itself", [](T& s) { s.Replace(s, 1); }, "aab"},
         {"cut nothing", [](T& s) { s.Cut(1, 0).Cut(3, 1); }, "abc"},
+        {"append zero character", [](T& s) { s << '\0'; }, "abc"},
+        {"append numbers", [](T& s) { s << -1 << 2.5 << 3000000000U; }, "abc-12.5-1294967296"},
+        {"destroy", [](T& s) { s.Destroy(); }, ""},
+        {"take over",
+         [](T& s) {
+             T taken = s + "d";
+             s.Destruct(taken);
+             s += taken;
+         },
+         "abcd"},
+        {"take over itself", [](T& s) { s.Destruct(s); }, "abc"},
+        {"replace by what holds it",
+         [](T& s) {
+             s += s;
+             s.ReplaceAll("b", "bbb");
+         },
+         "abbbcabbbc"},
+        {"replace with less, from 1 on",
+         [](T& s) {
+             s += s;
+             s.ReplaceAll("ab", "x", 1);
+         },
+         "abcxc"},
+        {"replace itself", [](T& s) { s.ReplaceAll(s, s + s); }, "abcabc"},
+        {"replace by nothing", [](T& s) { s.ReplaceAll("abc", ""); }, ""},
+        {"replace nothing", [](T& s) { s.ReplaceAll("", "x").ReplaceAll('d', 'x'); }, "abc"},
     };
 }
 
@@ -118,9 +144,6 @@ TEST(String, EditsWorkAlikeInBothWidthsAndAllClasses)
     std::vector<EditRow<KoString>> rows = Edits<KoString>();
     const EditRow<KoString> kOwn[] = {
         {"append other width", [](KoString& s) { s += Wide("de"); }, "abcde"},
-        {"append zero character", [](KoString& s) { s << '\0'; }, "abc"},
-        {"append numbers", [](KoString& s) { s << -1 << 2.5 << 3000000000U; },
-         "abc-12.5-1294967296"},
         {"fill 16-bit", [](KoString& s) { s.Fill(3, static_cast<unsigned short>('*')); }, "***"},
         {"expand 16-bit", [](KoString& s) { s.Expand(4, static_cast<unsigned short>('!')); },
          "abc!"},
@@ -248,13 +271,16 @@ TEST(String, NumbersAreReadUnderTheOptionsWord)
     };
     for (const auto& row : checked) {
         SCOPED_TRACE(row.text);
-        const KoString text(row.text);
-        int n = 99;
-        o_8b wide = 99;
-        EXPECT_TRUE(text.Atol(n) == row.rc && n == row.atol);
-        EXPECT_TRUE(text.Atoll(wide) == row.rc && wide == row.atol);
-        EXPECT_TRUE(text.Strtol(n) == row.rc && n == row.strtol);
-        EXPECT_TRUE(text.Strtoll(wide) == row.rc && wide == row.strtol);
+        const auto check = [&row](const auto& text) {
+            int n = 99;
+            o_8b wide = 99;
+            EXPECT_TRUE(text.Atol(n) == row.rc && n == row.atol);
+            EXPECT_TRUE(text.Atoll(wide) == row.rc && wide == row.atol);
+            EXPECT_TRUE(text.Strtol(n) == row.rc && n == row.strtol);
+            EXPECT_TRUE(text.Strtoll(wide) == row.rc && wide == row.strtol);
+        };
+        check(KoString(row.text));
+        check(KoIString(row.text));
     }
 }
 
