@@ -11,7 +11,6 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -28,8 +27,7 @@
 /// Bytes are hexadecimal; `78*40` and `20AC*40` are repeated bytes. Texts stand in double quotes,
 /// with \xNN or, in 16-bit text, \uNNNN for what is not printable ASCII, `"x"*40` for repeated
 /// characters, and the code set and language in front where they are not 1 and 0; the null string
-/// is `null`. `[type name] open: reason` is a section whose order and hashes are not promised yet:
-/// these are "-".
+/// is `null`.
 namespace golden
 {
 
@@ -41,15 +39,13 @@ using Columns = std::array<std::string, kColumnCount>;
 struct Line {
     Columns columns;
     std::string note;
-    std::size_t at; ///< index in the file
+    std::size_t at = 0; ///< number in the file
 };
 
 struct Section {
     std::string name;
-    std::string open; ///< why something is not promised; empty when all is
     std::string file;
     std::vector<Line> lines;
-    std::size_t end; ///< index behind the last line of the file that belongs to the section
 };
 
 inline constexpr std::size_t kShortestRun = 24;
@@ -92,18 +88,6 @@ void ForEachRun(const std::vector<Unit>& all, std::size_t longest, Put put)
         put(&all[plain], all.size() - plain, 1U);
 }
 
-inline std::vector<std::string> ReadLines(const std::string& file)
-{
-    std::ifstream in(file, std::ios::binary);
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(in, line);) {
-        if (!line.empty() && line.back() == '\r')
-            line.pop_back();
-        lines.push_back(line);
-    }
-    return lines;
-}
-
 /// The fields of a line; texts hold no bar.
 inline std::vector<std::string> Split(const std::string& line)
 {
@@ -117,24 +101,22 @@ inline std::vector<std::string> Split(const std::string& line)
 
 inline void ReadFile(const std::string& file, std::vector<Section>& sections)
 {
-    static const std::regex heading(R"(\[(\w+)\](?: open: (.+))?)");
-    const std::vector<std::string> lines = ReadLines(file);
+    std::ifstream in(file, std::ios::binary);
     const std::size_t before = sections.size();
-    for (std::size_t at = 0; at < lines.size(); ++at) {
-        const std::string& line = lines[at];
-        if (line.empty())
+    std::size_t at = 0;
+    for (std::string line; std::getline(in, line);) {
+        ++at;
+        if (!line.empty() && line.back() == '\r')
+            line.pop_back();
+        if (line.empty() || line[0] == '#')
             continue;
-        if (std::smatch match; std::regex_match(line, match, heading)) {
-            sections.push_back({match[1], match[2], file, {}, at + 1});
+        if (line[0] == '[' && line.back() == ']') {
+            sections.push_back({line.substr(1, line.size() - 2), file, {}});
             continue;
         }
-        if (sections.size() != before)
-            sections.back().end = at + 1;
-        if (line[0] == '#')
-            continue;
         const std::vector<std::string> fields = Split(line);
         if (sections.size() == before || fields.size() != kColumnCount + 1) {
-            ADD_FAILURE() << file << ':' << at + 1 << ": not a line of a section: " << line;
+            ADD_FAILURE() << file << ':' << at << ": not a line of a section: " << line;
             continue;
         }
         Line entry{{}, fields.back(), at};
@@ -162,21 +144,6 @@ inline std::string FormatLine(const Columns& columns, const std::string& note)
     for (const std::string& column : columns)
         line += column + " | ";
     return line + note;
-}
-
-/// Writes lines at the end of a section of its file.
-inline void AppendLines(const Section& section, const std::vector<Line>& lines)
-{
-    const std::vector<std::string> old = ReadLines(section.file);
-    std::ofstream out(section.file, std::ios::binary);
-    for (std::size_t at = 0; at <= old.size(); ++at) {
-        if (at == section.end) {
-            for (const Line& line : lines)
-                out << FormatLine(line.columns, line.note) << '\n';
-        }
-        if (at < old.size())
-            out << old[at] << '\n';
-    }
 }
 
 inline Bytes ParseBytes(const std::string& notation)
