@@ -12,8 +12,6 @@
 namespace
 {
 
-using Bytes = std::vector<unsigned char>;
-
 constexpr unsigned kEqual = KoQOP_EQUAL;
 constexpr unsigned kLess = KoQOP_LESS;
 constexpr unsigned kGreater = KoQOP_GREATER;

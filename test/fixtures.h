@@ -2,6 +2,7 @@
 #define FIXTURES_H
 
 #include <_konulty.h>
+#include <gtest/gtest.h>
 #include <kotms.h>
 
 #include <functional>
@@ -227,12 +228,6 @@ inline std::vector<Fixture> AllFixtures()
     return all;
 }
 
-/// True for a type whose operations are those of the reserved one still.
-inline bool IsPending(const KoTypeDescriptor& type)
-{
-    return type.create == koCurrentTypeTable.entry[KoRES_T]->create;
-}
-
 /// An array that a type made, with its release.
 struct Array {
     const KoTypeMgr& manager;
@@ -244,6 +239,22 @@ struct Array {
 
 /// Exact comparison: no wildcards in texts, none in the fields of dates and times.
 inline constexpr unsigned short kExact = 0x0110;
+
+using Bytes = std::vector<unsigned char>;
+
+/// The stored form of values; nothing is written beyond it.
+inline Bytes Stored(const KoTypeMgr& manager, o_char id, const void* values, unsigned char format,
+                    unsigned count)
+{
+    constexpr unsigned char kGuard = 0xA5;
+    const unsigned size = manager.DiskLenGet(id, values, format, count, KoFMT_MEMORY);
+    Bytes bytes(size + 16, kGuard);
+    EXPECT_EQ(manager.Store(id, bytes.data(), values, format, count), size);
+    for (std::size_t at = size; at < bytes.size(); ++at)
+        EXPECT_EQ(bytes[at], kGuard) << "written beyond the end, format " << int{format};
+    bytes.resize(size);
+    return bytes;
+}
 
 /// The fixtures of one type as an array that the type made.
 class FixtureArray

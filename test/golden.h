@@ -31,8 +31,6 @@
 namespace golden
 {
 
-using Bytes = std::vector<unsigned char>;
-
 enum Column { kLittle, kBig, kHash, kPrinted, kConverted, kColumnCount };
 using Columns = std::array<std::string, kColumnCount>;
 
