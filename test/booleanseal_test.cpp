@@ -25,16 +25,13 @@ TEST(KoBoolean, OrderIsNullFalseTrue)
             SCOPED_TRACE(testing::Message() << a << ' ' << b);
             KoBoolean x = ascending[a];
             KoBoolean y = ascending[b];
-            EXPECT_EQ(x == y, a == b);
-            EXPECT_EQ(x != y, a != b);
-            EXPECT_EQ(x < y, a < b);
-            EXPECT_EQ(x > y, a > b);
+            const auto all = [](const auto& left, const auto& right) {
+                return (left == right) + 2 * (left != right) + 4 * (left < right) +
+                       8 * (left > right);
+            };
+            EXPECT_EQ(all(x, y), all(a, b));
             if (b > 0) {
-                const int truth = b == 1 ? 0 : -7; // any int but 0 is true
-                EXPECT_EQ(x == truth, a == b);
-                EXPECT_EQ(x != truth, a != b);
-                EXPECT_EQ(x < truth, a < b);
-                EXPECT_EQ(x > truth, a > b);
+                EXPECT_EQ(all(x, b == 1 ? 0 : -7), all(a, b)) << "any int but 0 is true";
             }
             for (const unsigned char format : {KoFMT_MEMORY, KoFMT_LITTLE, KoFMT_BIG})
                 EXPECT_EQ(KoTypeMgr().Cmp(KoBOOLEAN_T, &x, &y, 0, 1, format), (a > b) - (a < b));
@@ -48,18 +45,11 @@ TEST(KoBoolean, OrderIsNullFalseTrue)
     EXPECT_EQ(value.IsNullValue(), 0);
 }
 
-TEST(KoBoolean, BytesAndHashesAreStored)
+TEST(KoBoolean, ForeignBytesAreTrue)
 {
     KoTypeMgr manager;
-    KoBoolean values[] = {0, 1, Null()};
-    unsigned char stored[3] = {};
-    EXPECT_EQ(manager.Store(KoBOOLEAN_T, stored, values, KoFMT_BIG, 3), 3U);
-    EXPECT_EQ(std::string(stored, stored + 3), std::string("\x00\x01\xFF", 3));
-    const unsigned words[] = {0, 1, 0x4E554C4C};
+    KoBoolean values[] = {0, 1};
     int status = 1;
-    for (int i = 0; i < 3; ++i)
-        EXPECT_EQ(manager.Hash(KoBOOLEAN_T, 0, &values[i], 1, KoFMT_MEMORY, status),
-                  words[i] * 1103515245U);
     // A foreign byte is true in everything.
     unsigned char foreign = 2;
     EXPECT_EQ(manager.Load(KoBOOLEAN_T, &values[0], &foreign, KoFMT_LITTLE, 1), 1U);
@@ -164,7 +154,7 @@ TEST(KoSeal, KeepsTheLow48Bits)
     EXPECT_EQ(Words(seal), Words(KoSeal(1, 2, 3))) << "without the tag";
 }
 
-TEST(KoSeal, OrderAndStoredForm)
+TEST(KoSeal, OrderInEveryForm)
 {
     const struct {
         const char* reason;
@@ -191,15 +181,6 @@ TEST(KoSeal, OrderAndStoredForm)
             EXPECT_EQ(manager.Cmp(KoSEAL_T, stored[1], stored[0], 0, 1, format), -sign);
         }
     }
-    const KoSeal seal(0x0102, 0x0304, 0x0506);
-    unsigned char stored[6];
-    manager.Store(KoSEAL_T, stored, &seal, KoFMT_BIG, 1);
-    EXPECT_EQ(std::memcmp(stored, "\1\2\3\4\5\6", 6), 0);
-    manager.Store(KoSEAL_T, stored, &seal, KoFMT_LITTLE, 1);
-    EXPECT_EQ(std::memcmp(stored, "\2\1\4\3\6\5", 6), 0);
-    int status = 1;
-    EXPECT_EQ(manager.Hash(KoSEAL_T, 0, stored, 1, KoFMT_LITTLE, status),
-              (0x03040506U ^ 0x0102U) * 1103515245U);
 }
 
 TEST(KoSeal, Texts)
@@ -240,9 +221,6 @@ TEST(KoSeal, Texts)
         }
         EXPECT_EQ(seal != (result == 0 ? expected : start), 0);
     }
-    KoString text;
-    KoSeal(0, 0xAB, 0xCDEF).PrintToKoString(text);
-    EXPECT_STREQ(text.StrGet(), "000000abcdef");
 }
 
 } // namespace

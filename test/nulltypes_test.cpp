@@ -57,34 +57,6 @@ TEST(NullTypes, StoredForms)
     }
 }
 
-TEST(NullTypes, KoInt64KeepsItsHalves)
-{
-    const KoTypeMgr manager;
-    const KoNull_KoInt64 elements[] = {{KoInt64(0x0102030405060708), 0}, {KoInt64(0), 1}};
-    const struct {
-        unsigned char format;
-        Bytes stored;
-    } rows[] = {
-        {KoFMT_LITTLE, {0, 8, 7, 6, 5, 4, 3, 2, 1, 1, 0, 0, 0, 0, 0, 0, 0, 0}},
-        {KoFMT_BIG, {0, 5, 6, 7, 8, 1, 2, 3, 4, 1, 0, 0, 0, 0, 0, 0, 0, 0}},
-    };
-    int status;
-    KoNull_8b same = {0x0102030405060708, 0};
-    const unsigned hash = manager.Hash(KoNULL_8B_T, 0, &same, 1, KoFMT_MEMORY, status);
-    for (const auto& row : rows) {
-        Bytes stored(18);
-        EXPECT_EQ(manager.Store(KoNULL_KOINT64_T, stored.data(), elements, row.format, 2), 18U);
-        EXPECT_EQ(stored, row.stored);
-        KoNull_KoInt64 loaded[2] = {};
-        EXPECT_EQ(manager.Load(KoNULL_KOINT64_T, loaded, stored.data(), row.format, 2), 18U);
-        EXPECT_EQ(loaded[0].value.Get8b(), elements[0].value.Get8b());
-        EXPECT_EQ(loaded[1].IsNullValue(), 1);
-        EXPECT_EQ(manager.Cmp(KoNULL_KOINT64_T, stored.data() + 9, stored.data(), 0, 1, row.format),
-                  -1);
-        EXPECT_EQ(manager.Hash(KoNULL_KOINT64_T, 0, stored.data(), 1, row.format, status), hash);
-    }
-}
-
 int assertions;
 const char* assertedText;
 
