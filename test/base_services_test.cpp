@@ -1,3 +1,6 @@
+#include "clock.h"
+#include "failing_heap.h"
+
 #include <kobase.h>
 
 #include <gtest/gtest.h>
@@ -6,56 +9,41 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
-#include <ostream>
 #include <string>
-#include <tuple>
 #include <utility>
-
-static bool operator==(const KoTimeStampRec& a, const KoTimeStampRec& b)
-{
-    return a.year == b.year && a.month == b.month && a.day == b.day && a.hour == b.hour &&
-           a.minute == b.minute && a.second == b.second && a.fraction == b.fraction;
-}
-
-static void PrintTo(const KoTimeStampRec& stamp, std::ostream* out)
-{
-    *out << stamp.year << '-' << int{stamp.month} << '-' << int{stamp.day} << ' ' << int{stamp.hour}
-         << ':' << int{stamp.minute} << ':' << int{stamp.second} << '.' << stamp.fraction;
-}
 
 namespace
 {
 
 // ---- clock -----------------------------------------------------------------
 
-KoTimeStampRec g_utc;
-int g_utcResult;
-int g_zone;
-int g_zoneResult;
-
-constexpr KoClock kFixedClock = {[](KoTimeStampRec* now) {
-                                     *now = g_utc;
-                                     return g_utcResult;
-                                 },
-                                 [](int* minutes) {
-                                     if (g_zoneResult == 0)
-                                         *minutes = g_zone;
-                                     return g_zoneResult;
-                                 }};
-
-class BaseClock : public testing::Test
+std::string Text(const KoTimeStampRec& stamp)
 {
-protected:
-    void SetUp() override
-    {
-        g_utc = {2024, 2, 29, 23, 30, 15, 123456789};
-        g_utcResult = g_zone = g_zoneResult = 0;
-        bksSetClock(&kFixedClock);
-    }
-    void TearDown() override { bksSetClock(nullptr); }
-};
+    char text[64];
+    return std::string(text, static_cast<std::size_t>(std::snprintf(
+                                 text, sizeof text, "%04d-%02d-%02d %02d:%02d:%02d.%09d", stamp.year,
+                                 stamp.month, stamp.day, stamp.hour, stamp.minute, stamp.second,
+                                 stamp.fraction)));
+}
 
-TEST_F(BaseClock, LocalTimeIsUtcMovedByTheZone)
+/// What the four functions answer, each with its outputs: local and UTC stamp, date, time.
+std::string Now(KoTimeStampRec start = {})
+{
+    KoTimeStampRec local = start;
+    KoTimeStampRec utc = start;
+    KoDateRec date{start.year, start.month, start.day};
+    KoTimeRec time{start.hour, start.minute, start.second, 5};
+    const int results[] = {bksGetHiresTime(&local), bksGetHiresTimeUTC(&utc), bksgetdate(&date),
+                           bksgettime(&time)};
+    KoTimeStampRec parts{date.year, date.month, date.day, time.hour, time.minute, time.second, 0};
+    std::string text;
+    for (const int result : results)
+        text += std::to_string(result) + " ";
+    return text + Text(local) + " " + Text(utc) + " " + Text(parts) + " " +
+           std::to_string(time.zone);
+}
+
+TEST(BaseClock, LocalTimeIsUtcMovedByTheZone)
 {
     const struct {
         KoTimeStampRec utc;
@@ -77,64 +65,38 @@ TEST_F(BaseClock, LocalTimeIsUtcMovedByTheZone)
          "later than nanoseconds in 64 bits reach"},
     };
     for (const auto& [utc, zone, local, reason] : cases) {
-        SCOPED_TRACE(reason);
-        g_utc = utc;
-        g_zone = zone;
-        KoTimeStampRec stamp{};
-        EXPECT_EQ(bksGetHiresTime(&stamp), 0);
-        EXPECT_EQ(stamp, local);
-        KoDateRec date{};
-        EXPECT_EQ(bksgetdate(&date), 0);
-        EXPECT_EQ(std::tuple(date.year, date.month, date.day),
-                  std::tuple(local.year, local.month, local.day));
-        KoTimeRec time{};
-        EXPECT_EQ(bksgettime(&time), 0);
-        EXPECT_EQ(std::tuple(time.hour, time.minute, time.second, time.zone),
-                  std::tuple(local.hour, local.minute, local.second, zone * 60));
-        EXPECT_EQ(bksGetHiresTimeUTC(&stamp), 0);
-        EXPECT_EQ(stamp, utc);
+        const FixedClock clock(utc, zone);
+        KoTimeStampRec seconds = local;
+        seconds.fraction = 0;
+        EXPECT_EQ(Now(), "0 0 0 0 " + Text(local) + " " + Text(utc) + " " + Text(seconds) + " " +
+                             std::to_string(zone * 60))
+            << reason;
     }
 }
 
-TEST_F(BaseClock, UnknownZoneGivesUtcAndTheCode)
+TEST(BaseClock, UnknownZoneGivesUtcAndTheCode)
 {
-    g_zone = 60;
-    g_zoneResult = KoRC_NO_TIMEZONE;
+    const FixedClock clock({2024, 2, 29, 23, 30, 15, 0}, 60, KoRC_NO_TIMEZONE);
     int minutes = 77;
     EXPECT_EQ(bksgettimezone(&minutes), -2171);
     EXPECT_EQ(minutes, 77);
-    KoTimeStampRec stamp{};
-    EXPECT_EQ(bksGetHiresTime(&stamp), -2171);
-    EXPECT_EQ(stamp, g_utc);
+    const std::string utc = "2024-02-29 23:30:15.000000000 ";
+    EXPECT_EQ(Now(), "-2171 0 -2171 -2171 " + utc + utc + utc + "0");
     KoDateRec date{};
-    EXPECT_EQ(bksgetdate(&date), -2171);
-    EXPECT_EQ(date.day, 29);
-    KoTimeRec time{0, 0, 0, 5};
-    EXPECT_EQ(bksgettime(&time), -2171);
-    EXPECT_EQ(std::tuple(time.hour, time.zone), std::tuple(23, 0));
+    KoTimeRec time{};
     EXPECT_EQ(bksgetsystemtime(&time, &date), 0) << "UTC needs no zone";
 }
 
-TEST_F(BaseClock, FailedReadingLeavesTheOutputs)
+TEST(BaseClock, FailedReadingLeavesTheOutputs)
 {
-    g_utcResult = -1;
-    KoTimeStampRec stamp{1, 2, 3, 4, 5, 6, 7};
-    const KoTimeStampRec before = stamp;
-    KoDateRec date{1, 2, 3};
-    KoTimeRec time{4, 5, 6, 7};
-    EXPECT_EQ(bksGetHiresTime(&stamp), -1);
-    EXPECT_EQ(bksGetHiresTimeUTC(&stamp), -1);
-    EXPECT_EQ(stamp, before);
+    static constexpr KoClock kBroken = {[](KoTimeStampRec*) { return -1; }, [](int*) { return 0; }};
+    EXPECT_EQ(bksSetClock(&kBroken), nullptr);
+    const std::string before = "0001-02-03 04:05:06.000000000 ";
+    EXPECT_EQ(Now({1, 2, 3, 4, 5, 6, 0}), "-1 -1 -1 -1 " + before + before + before + "5");
+    KoDateRec date{};
+    KoTimeRec time{};
     EXPECT_EQ(bksgetsystemtime(&time, &date), -1);
-    EXPECT_EQ(bksgetdate(&date), -1);
-    EXPECT_EQ(bksgettime(&time), -1);
-    EXPECT_EQ(std::tuple(date.year, time.hour, time.zone), std::tuple(1, 4, 7));
-}
-
-TEST_F(BaseClock, ReplacingReturnsTheOneBefore)
-{
-    EXPECT_EQ(bksSetClock(nullptr), &kFixedClock);
-    EXPECT_EQ(bksSetClock(&kFixedClock), nullptr);
+    EXPECT_EQ(bksSetClock(nullptr), &kBroken) << "the one before";
 }
 
 // The system's clock against the C runtime's calendar, which it does not use for UTC. The runtime's
@@ -151,26 +113,21 @@ TEST(BaseSystemClock, AgreesWithTheRuntime)
     KoTimeStampRec stamp{};
     ASSERT_EQ(bksGetHiresTimeUTC(&stamp), 0);
     const std::string after = runtime(1);
-    char ours[64];
-    std::snprintf(ours, sizeof ours, "%04d-%02d-%02d %02d:%02d:%02d", stamp.year, stamp.month,
-                  stamp.day, stamp.hour, stamp.minute, stamp.second);
+    const std::string ours = Text(stamp).substr(0, 19);
     EXPECT_LE(before, ours);
     EXPECT_LE(ours, after);
     EXPECT_GE(stamp.fraction, 0);
     EXPECT_LT(stamp.fraction, 1'000'000'000);
 }
 
-#if defined(_WIN32)
 TEST(BaseSystemClock, ZoneComesFromTheSystem)
 {
+#if defined(_WIN32)
     int zone = 9999;
     ASSERT_EQ(bksgettimezone(&zone), 0);
     EXPECT_GE(zone, -12 * 60);
     EXPECT_LE(zone, 14 * 60);
-}
 #else
-TEST(BaseSystemClock, ZoneComesFromTheSystem)
-{
     const struct {
         const char* tz;
         int result;
@@ -193,8 +150,8 @@ TEST(BaseSystemClock, ZoneComesFromTheSystem)
     }
     old ? setenv("TZ", kept.c_str(), 1) : unsetenv("TZ");
     tzset();
-}
 #endif
+}
 
 // ---- memory files ----------------------------------------------------------
 
@@ -263,43 +220,17 @@ TEST(BaseAssert, GoesToTheHandlerAndReturns)
     KoSetAssertHandler(before);
 }
 
-std::size_t g_missing;
-int g_failAt; // the allocation that fails, counted from 1; one of size 0 never succeeds
-
-// An allocator that fails at the g_failAt-th allocation, and a handler that notes the size and
-// returns; the process's own come back at the end.
-class FailingHeap
-{
-public:
-    FailingHeap() : m_handler(KoSetMemoryHandler([](std::size_t size) { g_missing = size; }))
-    {
-        g_missing = 0;
-        KoSetAllocator(
-            [](std::size_t size) { return size && --g_failAt ? std::malloc(size) : nullptr; },
-            std::free);
-    }
-    FailingHeap(const FailingHeap&) = delete;
-    FailingHeap& operator=(const FailingHeap&) = delete;
-    ~FailingHeap()
-    {
-        KoSetAllocator(nullptr, nullptr);
-        KoSetMemoryHandler(m_handler);
-    }
-
-private:
-    KoMemoryHandler m_handler;
-};
-
 TEST(BaseMemory, FailedAllocationGivesNull)
 {
-    const FailingHeap heap;
-    g_failAt = 2;
+    const FailingHeap heap(1);
+    static std::size_t asked;
+    KoSetMemoryHandler([](std::size_t size) { asked = size; });
     void* first = KoAlloc(0);
     EXPECT_NE(first, nullptr) << "a size of 0 gives memory too";
     EXPECT_EQ(KoAlloc(10), nullptr);
-    EXPECT_EQ(g_missing, 0u) << "telling the handler is the caller's part";
+    EXPECT_EQ(asked, 0U) << "telling the handler is the caller's part";
     KoCallMemoryHandler(4321);
-    EXPECT_EQ(g_missing, 4321u);
+    EXPECT_EQ(asked, 4321U);
     KoFree(first);
     KoFree(nullptr);
 }
@@ -322,14 +253,13 @@ TEST(BaseConfig, SetsReplacesAndRemoves)
     EXPECT_STREQ(DefaultConfig::Get("test", "key"), "ne") << "from its own old value";
     EXPECT_STREQ(DefaultConfig::Get("test", "Key"), "") << "empty is a setting";
 
+    for (const int allocations : {0, 1}) {
+        const FailingHeap heap(allocations);
+        EXPECT_EQ(DefaultConfig::Set("test", "new", "value"), -1);
+        EXPECT_EQ(heap.HandlerCalls(), 1);
+    }
     {
-        const FailingHeap heap;
-        for (const int at : {1, 2}) {
-            g_failAt = at;
-            EXPECT_EQ(DefaultConfig::Set("test", "new", "value"), -1);
-            EXPECT_GT(g_missing, 0u);
-        }
-        g_failAt = 1;
+        const FailingHeap heap(0);
         EXPECT_EQ(DefaultConfig::Set("test", "key", "value"), -1);
     }
     EXPECT_EQ(DefaultConfig::Get("test", "new"), nullptr);

@@ -30,18 +30,16 @@ struct Narrowed : KoIdxBounds {
     }
 };
 
-/// The bytes of `count` elements in the form that evaluators and comparisons take.
-Bytes InForm(o_char id, const void* elements, unsigned char format, unsigned count = 1)
+/// The bytes of an element in the form that evaluators and comparisons take.
+Bytes InForm(o_char id, const void* elements, unsigned char format)
 {
     // Identities take the memory form under the one format that is nothing else.
     const bool identity = id == KoOBJID_T || id == KoREF_T;
     if (identity ? format == KoFMT_MEMORY : (format & KoFMT_MEMORY) != 0) {
         const auto* bytes = static_cast<const unsigned char*>(elements);
-        return Bytes(bytes, bytes + manager.MemLenGet(id, count));
+        return Bytes(bytes, bytes + manager.MemLenGet(id, 1));
     }
-    Bytes bytes(manager.DiskLenGet(id, elements, format, count, KoFMT_MEMORY));
-    manager.Store(id, bytes.data(), elements, format, count);
-    return bytes;
+    return Stored(manager, id, elements, format, 1);
 }
 
 /// A value of a type made from its text, at an odd address. "null" is null, no text is none.
@@ -76,7 +74,7 @@ private:
 
 struct EstimateRow {
     const char* reason;
-    KoTypeId id;
+    std::vector<KoTypeId> ids;
     const char *low, *high;
     unsigned op;
     const char* value;
@@ -84,19 +82,19 @@ struct EstimateRow {
 };
 
 /// The estimate of a row under a format, and what narrowing has to give.
-void CheckEstimate(const EstimateRow& row, unsigned char format)
+void CheckEstimate(const EstimateRow& row, KoTypeId id, unsigned char format)
 {
     SCOPED_TRACE(testing::Message()
-                 << row.reason << ", " << manager.NameGet(row.id) << ", format " << int{format});
-    const Operand low(row.id, row.low, format);
-    const Operand high(row.id, row.high, format);
-    const Operand value(row.id, row.value, format);
+                 << row.reason << ", " << manager.NameGet(id) << ", format " << int{format});
+    const Operand low(id, row.low, format);
+    const Operand high(id, row.high, format);
+    const Operand value(id, row.value, format);
     KoIdxBounds bounds{low.Get(), high.Get(), 0, 0};
     Narrowed narrowed;
     // Bits beyond the mask are not looked at.
     auto op = static_cast<unsigned short>(row.op | 0x7FF0);
     const float estimate =
-        manager.EvalAndBound(row.id, &bounds, op, value.Get(), format, 1, &narrowed, nullptr);
+        manager.EvalAndBound(id, &bounds, op, value.Get(), format, 1, &narrowed, nullptr);
     if (std::isnan(row.expected))
         EXPECT_TRUE(std::isnan(estimate));
     else
@@ -109,105 +107,105 @@ void CheckEstimate(const EstimateRow& row, unsigned char format)
     check(narrowed.low, narrowed.lowLen, (row.op & kLess) == 0);
     check(narrowed.high, narrowed.highLen, (row.op & kGreater) == 0);
     EXPECT_EQ(bounds.low, low.Get());
-    EXPECT_EQ(manager.EvalAndBound(row.id, nullptr, op, value.Get(), format, 1, nullptr, nullptr),
+    EXPECT_EQ(manager.EvalAndBound(id, nullptr, op, value.Get(), format, 1, nullptr, nullptr),
               0.0F)
         << "nothing known of the index";
 }
 
 constexpr double kNoNumber = std::numeric_limits<double>::quiet_NaN();
 constexpr double kEpsilon = 1.1920928955078125e-07;
-constexpr double kTwo32 = 4294967296.0;
+
+const std::vector<KoTypeId> kSigned = {Ko2B_T,      KoINT_T,      Ko4B_T,     KoENUM_T,
+                                      KoNULL_2B_T, KoNULL_INT_T, KoNULL_4B_T};
+const std::vector<KoTypeId> kUnsigned = {KoU2B_T, KoNULL_U2B_T};
+const std::vector<KoTypeId> kUnsigned32 = {KoUNSIGNED_T, KoU4B_T, KoNULL_UNSIGNED_T, KoNULL_U4B_T};
+const std::vector<KoTypeId> kSigned64 = {Ko8B_T, KoINT64_T, KoNULL_8B_T, KoNULL_KOINT64_T};
 
 const EstimateRow kEstimates[] = {
-    {"one key of ten", Ko1B_T, "\x0A", "\x13", kEqual, "\x0F", 0.1},
-    {"below", Ko1B_T, "\x0A", "\x13", kLess, "\x0F", 0.5},
-    {"above all", Ko1B_T, "\x0A", "\x13", kGreater, "\x19", 0.0},
-    {"from below the range on", Ko1B_T, "\x0A", "\x13", kGreater | kEqual, "\x05", 1.0},
-    {"every key", Ko1B_T, "\x0A", "\x13", kGreater | kEqual | kLess, "\x0F", 1.0},
-    {"every key, value outside", Ko1B_T, "\x0A", "\x13", kGreater | kEqual | kLess, "\x19", 1.0},
-    {"unequal", Ko1B_T, "\x0A", "\x13", kGreater | kLess, "\x0F", 0.9},
-    {"no condition", Ko1B_T, "\x0A", "\x13", 0, "\x0F", 0.0},
-    {"range of one key", KoINT_T, "7", "7", kEqual, "7", 1.0},
-    {"range of one key, below", KoINT_T, "7", "7", kLess, "7", 0.0},
-    {"signed", Ko2B_T, "-5", "4", kLess, "0", 0.5},
-    {"unsigned", KoU2B_T, "0", "65535", kGreater | kEqual, "32768", 0.5},
-    {"unsigned bytes", KoU1B_T, "\x01", "\xC8", kLess | kEqual, "\x64", 0.5},
-    {"enum", KoENUM_T, "-2", "1", kLess, "0", 0.5},
-    {"unsigned int", KoUNSIGNED_T, "0", "4294967295", kLess, "3221225472", 0.75},
-    {"32 bits", Ko4B_T, "-2147483648", "2147483647", kLess, "0", 0.5},
-    {"32 bits unsigned", KoU4B_T, "0", "4294967295", kLess, "1073741824", 0.25},
-    {"block", KoBLOCKID_T, "#0", "#99", kGreater | kEqual, "#25", 0.75},
-    {"open low end", Ko2B_T, nullptr, "32767", kLess, "0", 0.5},
-    {"open high end", KoU4B_T, "0", nullptr, kLess, "1073741824", 0.25},
-    {"both open", Ko1B_T, nullptr, nullptr, kEqual, "A", 1.0 / 256},
-    {"empty range: a divisor of -4", Ko4B_T, "10", "5", kEqual, "7", 0.0},
-    {"empty range, and no care for it", Ko4B_T, "10", "5", kLess, "20", 0.0},
+    {"one key of ten", {Ko1B_T, KoNULL_1B_T}, "\x0A", "\x13", kEqual, "\x0F", 0.1},
+    {"unsigned bytes", {KoU1B_T, KoNULL_U1B_T}, "\x01", "\xC8", kLess | kEqual, "\x64", 0.5},
+    {"signed", kSigned, "-5", "4", kLess, "0", 0.5},
+    {"unsigned", kUnsigned, "0", "65535", kGreater | kEqual, "32768", 0.5},
+    {"unsigned 32 bits", kUnsigned32, "0", "4294967295", kLess, "3221225472", 0.75},
+    {"block", {KoBLOCKID_T}, "#0", "#4294967295", kGreater | kEqual, "#1073741824", 0.75},
+    {"64 bits", kSigned64, "-4294967296", "4294967295", kLess, "0", 0.5},
+    {"unsigned 64 bits",
+     {KoU8B_T, KoNULL_U8B_T},
+     "0",
+     "18446744073709551615",
+     kGreater | kEqual,
+     "9223372036854775808",
+     0.5},
+    {"no key there", {Ko8B_T, KoINT64_T}, "10", "19", kGreater | kEqual, "20", 0.0},
+    {"raised where only the high end rules out", {Ko8B_T, KoINT64_T}, "10", "19", kLess, "10", 0.1},
+    {"no smallest share",
+     {KoNULL_FLOAT_T, KoNULL_DOUBLE_T},
+     "0",
+     "1048575",
+     kEqual,
+     "1",
+     1.0 / 1048576},
+    {"below", {Ko1B_T}, "\x0A", "\x13", kLess, "\x0F", 0.5},
+    {"above all", {Ko1B_T}, "\x0A", "\x13", kGreater, "\x19", 0.0},
+    {"every key", {Ko1B_T}, "\x0A", "\x13", kGreater | kEqual | kLess, "\x0F", 1.0},
+    {"every key, value outside", {Ko1B_T}, "\x0A", "\x13", kGreater | kEqual | kLess, "\x19", 1.0},
+    {"unequal", {Ko1B_T}, "\x0A", "\x13", kGreater | kLess, "\x0F", 0.9},
+    {"no condition", {Ko1B_T}, "\x0A", "\x13", 0, "\x0F", 0.0},
+    {"range of one key", {KoINT_T}, "7", "7", kEqual, "7", 1.0},
+    {"open low end", {Ko2B_T}, nullptr, "32767", kLess, "0", 0.5},
+    {"open high end", {KoU4B_T}, "0", nullptr, kLess, "1073741824", 0.25},
+    {"both open", {Ko1B_T}, nullptr, nullptr, kEqual, "A", 1.0 / 256},
+    {"empty range: a divisor of -4", {Ko4B_T}, "10", "5", kEqual, "7", 0.0},
+    {"empty range, and no care for it", {Ko4B_T}, "10", "5", kLess, "20", 0.0},
 
-    {"64 bits", Ko8B_T, "0", "99", kLess, "25", 0.25},
-    {"next key, the same as a double", Ko8B_T, "9007199254740992", "9007199254740993", kGreater,
+    {"next key, the same as a double", {Ko8B_T}, "9007199254740992", "9007199254740993", kGreater,
      "9007199254740992", 1.0},
-    {"no key there", Ko8B_T, "10", "19", kEqual, "20", 0.0},
-    {"no key below, by less than a double tells", Ko8B_T, "9007199254740993", "9007199254740994",
+    {"no key below, by less than a double tells", {Ko8B_T}, "9007199254740993", "9007199254740994",
      kLess, "9007199254740992", 0.0},
-    {"raised where only the high end rules out", Ko8B_T, "10", "19", kLess, "10", 0.1},
-    {"upper half unsigned", KoU8B_T, "0", "18446744073709551615", kGreater | kEqual,
-     "9223372036854775808", 0.5},
-    {"halves", KoINT64_T, "-4294967296", "4294967295", kLess, "0", 0.5},
-    {"halves, raised", KoINT64_T, "10", "19", kLess, "10", 0.1},
-    {"halves, no key there", KoINT64_T, "10", "19", kGreater | kEqual, "20", 0.0},
 
-    {"float", KoFLOAT_T, "0", "9", kLess, "2.5", 0.25},
-    {"float below the smallest share", KoFLOAT_T, "0", "1e30", kEqual, "5", kEpsilon},
-    {"float: nothing stays nothing", KoFLOAT_T, "0", "9", kGreater, "9", 0.0},
-    {"float up to infinity", KoFLOAT_T, "0", "inf", kGreater, "1", 0.0},
-    {"float, both sides infinite", KoFLOAT_T, "-inf", "inf", kGreater | kLess, "1", kNoNumber},
-    {"double", KoDOUBLE_T, "-1", "8", kGreater | kEqual, "7", 0.2},
-    {"double across all numbers", KoDOUBLE_T, "0", "1e308", kLess, "1e308", 1.0},
-    {"double, small share", KoDOUBLE_T, "0", "1e308", kEqual, "1e307", kEpsilon},
-    {"double, half of infinity", KoDOUBLE_T, "-inf", "inf", kLess, "0", 1.0},
-    {"double, both sides infinite", KoDOUBLE_T, "-inf", "inf", kGreater | kLess, "0", 1.0},
-    {"no number above", KoDOUBLE_T, "0", "9", kGreater, "nan", 1.7976931348623157e307},
-    {"equal to no number", KoDOUBLE_T, "0", "9", kEqual, "nan", 1.0},
-    {"double, open ends", KoDOUBLE_T, nullptr, nullptr, kGreater, "0", 1.0},
+    {"float", {KoFLOAT_T}, "0", "9", kLess, "2.5", 0.25},
+    {"float below the smallest share", {KoFLOAT_T}, "0", "1e30", kEqual, "5", kEpsilon},
+    {"float: nothing stays nothing", {KoFLOAT_T}, "0", "9", kGreater, "9", 0.0},
+    {"float up to infinity", {KoFLOAT_T}, "0", "inf", kGreater, "1", 0.0},
+    {"float, both sides infinite", {KoFLOAT_T}, "-inf", "inf", kGreater | kLess, "1", kNoNumber},
+    {"double", {KoDOUBLE_T}, "-1", "8", kGreater | kEqual, "7", 0.2},
+    {"double across all numbers", {KoDOUBLE_T}, "0", "1e308", kLess, "1e308", 1.0},
+    {"double, small share", {KoDOUBLE_T}, "0", "1e308", kEqual, "1e307", kEpsilon},
+    {"double, half of infinity", {KoDOUBLE_T}, "-inf", "inf", kLess, "0", 1.0},
+    {"double, both sides infinite", {KoDOUBLE_T}, "-inf", "inf", kGreater | kLess, "0", 1.0},
+    {"no number above", {KoDOUBLE_T}, "0", "9", kGreater, "nan", 1.7976931348623157e307},
+    {"equal to no number", {KoDOUBLE_T}, "0", "9", kEqual, "nan", 1.0},
+    {"double, open ends", {KoDOUBLE_T}, nullptr, nullptr, kGreater, "0", 1.0},
 
-    {"null equals null", KoNULL_INT_T, "null", "9", kEqual, "null", 0.001 / 10},
-    {"null equals null, none there", KoNULL_INT_T, "0", "9", kEqual, "null", 0.0},
-    {"above null", KoNULL_INT_T, "0", "9", kGreater, "null", 0.5 / 10},
-    {"above, null low end", KoNULL_INT_T, "null", "9", kGreater, "5", 0.5 / 10},
-    {"below, null low end", KoNULL_INT_T, "null", "9", kLess, "5", 0.5 / 10},
-    {"below null", KoNULL_INT_T, "null", "9", kLess, "null", 0.0},
-    {"a value, null low end", KoNULL_INT_T, "null", "9", kEqual, "5", 0.1 / 10},
-    {"a value among nulls", KoNULL_INT_T, "null", "null", kEqual | kLess | kGreater, "5", 0.0},
-    {"null among nulls", KoNULL_INT_T, "null", "null", kEqual | kLess | kGreater, "null", 0.001},
-    {"null high end only", KoNULL_INT_T, "0", "null", kEqual | kLess | kGreater, "5", 0.0},
-    {"no null about", KoNULL_INT_T, "0", "9", kLess | kEqual, "4", 0.5},
-    {"outside", KoNULL_INT_T, "0", "9", kEqual, "12", 0.0},
-    {"above, outside", KoNULL_INT_T, "0", "9", kGreater, "-3", 1.0},
-    {"open low end: null is the smallest", KoNULL_INT_T, nullptr, "9", kLess, "5", 0.5 / 10},
-    {"open high end", KoNULL_U2B_T, "0", nullptr, kLess, "32768", 0.5},
-    {"null 8 bits", KoNULL_1B_T, "\x0A", "\x13", kLess, "\x0F", 0.5},
-    {"null 8 bits unsigned", KoNULL_U1B_T, "\x01", "\xC8", kLess | kEqual, "\x64", 0.5},
-    {"null 16 bits", KoNULL_2B_T, "-5", "4", kLess, "0", 0.5},
-    {"null unsigned", KoNULL_UNSIGNED_T, "0", "4294967295", kLess, "3221225472", 0.75},
-    {"null 32 bits", KoNULL_4B_T, "-5", "4", kLess, "0", 0.5},
-    {"null 32 bits unsigned", KoNULL_U4B_T, "0", "4294967295", kLess, "3221225472", 0.75},
-    {"null float: no smallest share", KoNULL_FLOAT_T, "0", "1048575", kEqual, "1", 1.0 / 1048576},
-    {"null double: no smallest share", KoNULL_DOUBLE_T, "0", "4294967295", kEqual, "1", 1 / kTwo32},
-    {"null halves", KoNULL_KOINT64_T, "-4294967296", "4294967295", kLess, "0", 0.5},
-    {"object numbers", KoOBJID_T, "(0-0#7)", "(0-99#0)", kLess, "(0-25#9)", 0.25},
-    {"their high part", KoOBJID_T, "(0-1#0)", "(3-4294967295#0)", kGreater, "(2-0#0)", 0.5},
-    {"references", KoREF_T, "(1:0-10#0, 2)", "(9:0-19#0, 2)", kEqual, "(5:0-15#0, 7)", 0.1},
-    {"seals", KoSEAL_T, "000000000000", "0000000000ff", kLess, "000000000040", 0.25},
-    {"null 64 bits: not raised", KoNULL_8B_T, "10", "19", kLess, "10", 0.0},
-    {"null 64 bits unsigned", KoNULL_U8B_T, "0", "18446744073709551615", kLess,
-     "9223372036854775808", 0.5},
+    {"null equals null", {KoNULL_INT_T}, "null", "9", kEqual, "null", 0.001 / 10},
+    {"null equals null, none there", {KoNULL_INT_T}, "0", "9", kEqual, "null", 0.0},
+    {"above null", {KoNULL_INT_T}, "0", "9", kGreater, "null", 0.5 / 10},
+    {"above, null low end", {KoNULL_INT_T}, "null", "9", kGreater, "5", 0.5 / 10},
+    {"below, null low end", {KoNULL_INT_T}, "null", "9", kLess, "5", 0.5 / 10},
+    {"below null", {KoNULL_INT_T}, "null", "9", kLess, "null", 0.0},
+    {"a value, null low end", {KoNULL_INT_T}, "null", "9", kEqual, "5", 0.1 / 10},
+    {"a value among nulls", {KoNULL_INT_T}, "null", "null", kEqual | kLess | kGreater, "5", 0.0},
+    {"null among nulls", {KoNULL_INT_T}, "null", "null", kEqual | kLess | kGreater, "null", 0.001},
+    {"null high end only", {KoNULL_INT_T}, "0", "null", kEqual | kLess | kGreater, "5", 0.0},
+    {"no null about", {KoNULL_INT_T}, "0", "9", kLess | kEqual, "4", 0.5},
+    {"outside", {KoNULL_INT_T}, "0", "9", kEqual, "12", 0.0},
+    {"above, outside", {KoNULL_INT_T}, "0", "9", kGreater, "-3", 1.0},
+    {"open low end: null is the smallest", {KoNULL_INT_T}, nullptr, "9", kLess, "5", 0.5 / 10},
+    {"open high end", {KoNULL_U2B_T}, "0", nullptr, kLess, "32768", 0.5},
+    {"object numbers", {KoOBJID_T}, "(0-0#7)", "(0-99#0)", kLess, "(0-25#9)", 0.25},
+    {"their high part", {KoOBJID_T}, "(0-1#0)", "(3-4294967295#0)", kGreater, "(2-0#0)", 0.5},
+    {"references", {KoREF_T}, "(1:0-10#0, 2)", "(9:0-19#0, 2)", kEqual, "(5:0-15#0, 7)", 0.1},
+    {"seals", {KoSEAL_T}, "000000000000", "0000000000ff", kLess, "000000000040", 0.25},
+    {"null 64 bits: not raised", {KoNULL_8B_T}, "10", "19", kLess, "10", 0.0},
 };
 
 TEST(Bounds, EstimatesUnderEveryFormat)
 {
     for (const EstimateRow& row : kEstimates) {
-        for (unsigned format = 0; format < 256; ++format)
-            CheckEstimate(row, static_cast<unsigned char>(format));
+        for (const KoTypeId id : row.ids) {
+            for (unsigned format = 0; format < 256; ++format)
+                CheckEstimate(row, id, static_cast<unsigned char>(format));
+        }
     }
 }
 
@@ -224,15 +222,12 @@ struct TemporalRow {
 const TemporalRow kTemporalEstimates[] = {
     {"days", KoDATE_T, {2024, 3, 1}, {2024, 3, 10}, kLess, {2024, 3, 4}, 0.3},
     {"a month has 31 days", KoDATE_T, {2024, 2, 1}, {2024, 3, 31}, kLess, {2024, 3, 1}, 0.5},
-    {"a year has 12 months", KoDATE_T, {2023, 1, 1}, {2024, 12, 31}, kLess, {2024, 1, 1}, 0.5},
     {"before the year 0", KoDATE_T, {-2, 1, 1}, {1, 12, 31}, kLess, {0, 1, 1}, 0.5},
-    {"any day of a month", KoDATE_T, {2024, 1, 1}, {2024, 4, 31}, kEqual, {2024, 2, -1}, 0.25},
     {"any day of a year", KoDATE_T, {2021, 1, 1}, {2024, 12, 31}, kEqual, {2022, -1, -1}, 0.25},
     {"beyond any day", KoDATE_T, {2021, 1, 1}, {2024, 12, 31}, kGreater, {2022, -1, -1}, 0.5},
     {"the year -1 is a year", KoDATE_T, {-2, 1, 1}, {-1, 12, 31}, kEqual, {-1, -1, -1}, 0.5},
     {"open ends", KoDATE_T, {}, {}, kLess, {0, 1, 1}, 0.5},
     {"seconds", KoTIME_T, {10, 0, 0}, {10, 0, 59}, kLess, {10, 0, 15}, 0.25},
-    {"minutes and hours", KoTIME_T, {0, 0, 0}, {23, 59, 59}, kLess, {18, 0, 0}, 0.75},
     {"any minute and second", KoTIME_T, {0, 0, 0}, {23, 59, 59}, kEqual, {7, -1, -1}, 1.0 / 24},
     {"open day", KoTIME_T, {}, {}, kGreater | kEqual, {12, 0, 0}, 0.5},
     {"a day of seconds",
@@ -249,13 +244,6 @@ const TemporalRow kTemporalEstimates[] = {
      kLess,
      {2024, 2, 1, 0, 0, 2, 500000000},
      0.25},
-    {"span",
-     KoTIMESPAN_T,
-     {-1, 0, 0, 0, 0, 0, 0},
-     {0, 11, 30, 23, 59, 59, 0},
-     kLess,
-     {0, 0, 0, 0, 0, 0, 0},
-     0.5},
     {"any month of a span",
      KoTIMESPAN_T,
      {0, 0, 0, 0, 0, 0, 0},
@@ -380,15 +368,9 @@ bool Inside(o_char id, const KoIdxBounds& range, void* key, unsigned char format
 }
 
 // Identities in memory know no order, and stored forms of texts have a test of their own.
-class BoundsOfType : public testing::TestWithParam<int>
+void CheckNarrowing(o_char id)
 {
-};
-
-TEST_P(BoundsOfType, ANarrowedRangeLosesNoMatch)
-{
-    const auto id = static_cast<o_char>(GetParam());
-    if (manager.IsFixed(id) == 0)
-        GTEST_SKIP() << "texts and blobs";
+    SCOPED_TRACE(manager.NameGet(id));
     const FixtureArray fixtures(manager, id);
     std::mt19937_64 random(20240229);
     const unsigned char formats[] = {KoFMT_LITTLE, KoFMT_BIG};
@@ -419,9 +401,12 @@ TEST_P(BoundsOfType, ANarrowedRangeLosesNoMatch)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Types, BoundsOfType, testing::Range(0, KoTYPE_COUNT),
-                         [](const auto& info) {
-                             return manager.TypeIdNameGet(static_cast<o_char>(info.param));
-                         });
+TEST(Bounds, ANarrowedRangeLosesNoMatch)
+{
+    for (o_char id = 0; id < KoRES_T; ++id) {
+        if (manager.IsFixed(id) != 0)
+            CheckNarrowing(id);
+    }
+}
 
 } // namespace

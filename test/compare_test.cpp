@@ -9,6 +9,8 @@
 #include <cstring>
 #include <limits>
 #include <random>
+#include <string>
+#include <utility>
 #include <vector>
 
 namespace
@@ -16,23 +18,17 @@ namespace
 
 using Byte = unsigned char;
 
-/// The number at `at` in the form that `format` names, put together byte by byte.
+/// The number at `at` in the form that `format` names.
 template <class T>
 T ReadPlainly(const Byte* at, Byte format)
 {
     const bool hostBig = std::endian::native == std::endian::big;
     const bool big = (format & 8) != 0 ? hostBig : (format & 15) == 2;
-    o_u8b bits = 0;
-    for (unsigned i = 0; i < sizeof(T); ++i)
-        bits = (bits << 8) | at[big ? i : sizeof(T) - 1 - i];
-    if constexpr (sizeof(T) == 1)
-        return std::bit_cast<T>(static_cast<o_u1b>(bits));
-    else if constexpr (sizeof(T) == 2)
-        return std::bit_cast<T>(static_cast<o_u2b>(bits));
-    else if constexpr (sizeof(T) == 4)
-        return std::bit_cast<T>(static_cast<o_u4b>(bits));
-    else
-        return std::bit_cast<T>(bits);
+    Byte bytes[sizeof(T)];
+    std::memcpy(bytes, at, sizeof(T));
+    if (big != hostBig)
+        std::reverse(bytes, bytes + sizeof(T));
+    return std::bit_cast<T>(bytes);
 }
 
 template <class T>
@@ -170,14 +166,11 @@ TEST(Compare, AgreesWithThePlainWalk)
             a.shrink_to_fit();
             b.shrink_to_fit();
             int status = 77;
-            ASSERT_EQ(manager.Cmp(member.id, length1, a.data() + 1, length2, b.data() + 1, 0xFFFF,
-                                  count, format, status),
-                      expected.result)
+            const int result = manager.Cmp(member.id, length1, a.data() + 1, length2, b.data() + 1,
+                                           0xFFFF, count, format, status);
+            ASSERT_EQ(std::pair(result, status), std::pair(expected.result, expected.status))
                 << "format " << int{format} << ", count " << count << ", lengths " << length1
                 << " and " << length2;
-            ASSERT_EQ(status, expected.status)
-                << "format " << int{format} << ", count " << count << ", lengths " << length1
-                << " and " << length2 << ", result " << expected.result;
 
             // A hash visits what a comparison of the value with itself visits.
             const unsigned visited =
@@ -224,74 +217,33 @@ TEST(Compare, OrderOfFloats)
     CheckFloats<o_double>(manager, KoDOUBLE_T);
 }
 
-/// Hashes are stored: these numbers must never change.
-TEST(Hash, StoredValues)
+/// Hashes are stored: these numbers must never change. Those of one element are in the golden
+/// corpus; these are of two, least significant byte first.
+TEST(Hash, StoredValuesOfArrays)
 {
-    // Two or three elements, least significant byte first.
     const struct {
         const char* reason;
         o_char id;
-        unsigned count;
-        Byte bytes[24];
+        std::string bytes;
         unsigned hash;
     } rows[] = {
-        {"signed bytes", Ko1B_T, 2, {0xFF, 0x41}, 0x0ADFC7E6U},
-        {"unsigned bytes are not extended by their top bit", KoU1B_T, 2, {0xFF, 0x41}, 0xD12E34E6U},
-        {"signed 16 bits", Ko2B_T, 2, {0xFE, 0xFF, 0x34, 0x12}, 0x2EA7CB02U},
-        {"unsigned 16 bits", KoU2B_T, 2, {0xFE, 0xFF, 0x34, 0x12}, 0x7D14CB02U},
-        {"signed 32 bits",
-         Ko4B_T,
-         2,
-         {0xFD, 0xFF, 0xFF, 0xFF, 0x78, 0x56, 0x34, 0x12},
-         0x2F3BB3A1U},
-        {"unsigned 32 bits hash as the signed ones",
-         KoU4B_T,
-         2,
-         {0xFD, 0xFF, 0xFF, 0xFF, 0x78, 0x56, 0x34, 0x12},
-         0x2F3BB3A1U},
-        {"enum", KoENUM_T, 2, {0x07, 0x00, 0x00, 0x00, 0xF9, 0xFF, 0xFF, 0xFF}, 0x7C736326U},
-        {"block", KoBLOCKID_T, 1, {0x01, 0x00, 0x00, 0x80}, 0xC1C64E6DU},
-        {"64 bits are folded",
-         Ko8B_T,
-         2,
-         {0x08, 0x07, 0x06, 0x05, 0x04, 0x03, 0x02, 0x01, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF,
-          0xFF},
-         0x1C39611CU},
-        {"unsigned 64 bits",
-         KoU8B_T,
-         1,
-         {0x01, 0x00, 0x00, 0x00, 0xFF, 0xFF, 0xFF, 0xFF},
-         0x7C736326U},
-        {"float", KoFLOAT_T, 2, {0x00, 0x00, 0xC0, 0x3F, 0x00, 0x00, 0x00, 0x80}, 0xA4C00000U},
-        {"no number", KoFLOAT_T, 2, {0x00, 0x00, 0xC0, 0x7F, 0x00, 0x00, 0x80, 0x3F}, 0xDB400000U},
-        {"double",
-         KoDOUBLE_T,
-         2,
-         {0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x02, 0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00,
-          0x80},
-         0x5CDA0000U},
-        {"no number, wide",
-         KoDOUBLE_T,
-         1,
-         {0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0xF8, 0x7F},
-         0x0C980000U},
+        {"signed bytes", Ko1B_T, "\xFF\x41", 0x0ADFC7E6},
+        {"unsigned bytes are not extended by their top bit", KoU1B_T, "\xFF\x41", 0xD12E34E6},
+        {"signed 16 bits", Ko2B_T, "\xFE\xFF\x34\x12", 0x2EA7CB02},
+        {"unsigned 16 bits", KoU2B_T, "\xFE\xFF\x34\x12", 0x7D14CB02},
+        {"32 bits", Ko4B_T, "\xFD\xFF\xFF\xFF\x78\x56\x34\x12", 0x2F3BB3A1},
+        {"unsigned as signed", KoU4B_T, "\xFD\xFF\xFF\xFF\x78\x56\x34\x12", 0x2F3BB3A1},
+        {"64 bits are folded", Ko8B_T, "\x8\7\6\5\4\3\2\1" + std::string(8, '\xFF'), 0x1C39611C},
+        {"no number", KoFLOAT_T, {"\0\0\xC0\x7F\0\0\x80\x3F", 8}, 0xDB400000},
+        {"double", KoDOUBLE_T, {"\0\0\0\0\0\0\2\xC0\0\0\0\0\0\0\0\x80", 16}, 0x5CDA0000},
     };
     const KoTypeMgr manager;
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.reason);
-        Byte little[24];
-        std::memcpy(little, row.bytes, sizeof little);
-        const unsigned size = manager.DiskLenGet(row.id, nullptr, 1, 1, 8);
-        Byte big[24];
-        for (unsigned i = 0; i < row.count; ++i)
-            std::reverse_copy(little + i * size, little + (i + 1) * size, big + i * size);
+        std::string little = row.bytes;
         int status = 77;
-        EXPECT_EQ(manager.Hash(row.id, 0, little, row.count, KoFMT_LITTLE, status), row.hash);
+        EXPECT_EQ(manager.Hash(row.id, 0, little.data(), 2, KoFMT_LITTLE, status), row.hash)
+            << row.reason;
         EXPECT_EQ(status, 0);
-        EXPECT_EQ(manager.Hash(row.id, 0, big, row.count, KoFMT_BIG, status), row.hash);
-        alignas(8) Byte memory[24];
-        manager.Load(row.id, memory, big, KoFMT_BIG, row.count);
-        EXPECT_EQ(manager.Hash(row.id, 0, memory, row.count, KoFMT_MEMORY, status), row.hash);
     }
 }
 

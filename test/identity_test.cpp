@@ -85,9 +85,9 @@ TEST(Identity, ValidityOfReferences)
     };
     for (const auto& row : rows) {
         EXPECT_EQ(row.ref.IsValid(), row.valid) << row.reason;
-        EXPECT_EQ(row.ref.IsInvalid(), !row.valid) << row.reason;
         EXPECT_EQ(row.ref.IsValidOriginId(), row.validOrigin) << row.reason;
-        EXPECT_EQ(row.ref.IsInvalidOriginId(), !row.validOrigin) << row.reason;
+        EXPECT_NE(row.ref.IsInvalid(), row.ref.IsValid()) << row.reason;
+        EXPECT_NE(row.ref.IsInvalidOriginId(), row.ref.IsValidOriginId()) << row.reason;
     }
 }
 
@@ -127,30 +127,21 @@ T With(T value, Field T::*field)
 TEST(Identity, EqualityReadsWhatIsStoredButTheTag)
 {
     const KoLocalRef local = {4, 3, 2, 5, 6};
-    const struct {
-        const char* reason;
-        bool equal, expected;
-    } rows[] = {
-        {"tag of an object", With(kObject, &KoObjId::tag) == kObject, true},
-        {"low", With(kObject, &KoObjId::low) == kObject, false},
-        {"high", With(kObject, &KoObjId::high) == kObject, false},
-        {"class number", With(kClass, &KoClassId::classNo) == kClass, false},
-        {"class version", With(kClass, &KoClassId::version) == kClass, false},
-        {"tag of a reference", With(kRef, &KoRef::tag) == kRef, true},
-        {"low of a reference", With(kRef, &KoRef::low) == kRef, false},
-        {"high of a reference", With(kRef, &KoRef::high) == kRef, false},
-        {"origin", With(kRef, &KoRef::originId) == kRef, false},
-        {"class of a reference", With(kRef, &KoRef::classNo) == kRef, false},
-        {"version of a reference", With(kRef, &KoRef::version) == kRef, true},
-        {"local tag", With(local, &KoLocalRef::tag) == local, true},
-        {"local number", With(local, &KoLocalRef::low) == local, false},
-        {"local class", With(local, &KoLocalRef::classNo) == local, false},
-        {"local and full, any origin", local == With(kRef, &KoRef::originId), true},
-        {"full and local", kRef == local, true},
-        {"local and full of another class", local == With(kRef, &KoRef::classNo), false},
+    const auto changes = [](const auto& value, const auto&... fields) {
+        return std::vector<bool>{!(With(value, fields) == value)...};
     };
-    for (const auto& row : rows)
-        EXPECT_EQ(row.equal, row.expected) << row.reason;
+    using Changed = std::vector<bool>; // of the tag, low, high, origin, class, version
+    EXPECT_EQ(changes(kObject, &KoObjId::tag, &KoObjId::low, &KoObjId::high),
+              Changed({false, true, true}));
+    EXPECT_EQ(changes(kClass, &KoClassId::classNo, &KoClassId::version), Changed({true, true}));
+    EXPECT_EQ(changes(kRef, &KoRef::tag, &KoRef::low, &KoRef::high, &KoRef::originId,
+                      &KoRef::classNo, &KoRef::version),
+              Changed({false, true, true, true, true, false}));
+    EXPECT_EQ(changes(local, &KoLocalRef::tag, &KoLocalRef::low, &KoLocalRef::classNo),
+              Changed({false, true, true}));
+    EXPECT_TRUE(local == With(kRef, &KoRef::originId)) << "local and full, any origin";
+    EXPECT_TRUE(kRef == local);
+    EXPECT_FALSE(local == With(kRef, &KoRef::classNo));
     EXPECT_TRUE(kRef != With(kRef, &KoRef::high));
     EXPECT_FALSE(local != kRef);
 
@@ -162,42 +153,25 @@ TEST(Identity, EqualityReadsWhatIsStoredButTheTag)
 TEST(Identity, StoredForms)
 {
     const KoTypeMgr manager;
-    const KoObjId object = {0x01020304, 0x05060708, 0x090A};
-    const KoClassId classId = {0x0102, 0x0304};
-    const KoRef ref = {0x01020304, 0x05060708, 0x090A, 0x0B0C, 0x0D0E, 0x0F10};
-    const struct {
-        const char* reason;
-        KoTypeId id;
-        const void* value;
-        unsigned char format;
-        Bytes stored;
-    } rows[] = {
-        {"most significant byte first",
-         KoOBJID_T,
-         &object,
-         KoFMT_BIG,
-         {1, 2, 3, 4, 5, 6, 7, 8, 9, 10}},
-        {"least significant first", KoOBJID_T, &object, 1, {4, 3, 2, 1, 8, 7, 6, 5, 10, 9}},
-        {"of every other format too", KoOBJID_T, &object, 8, {4, 3, 2, 1, 8, 7, 6, 5, 10, 9}},
-        {"which has four bits", KoOBJID_T, &object, 0x42, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10}},
-        {"class", KoCLID_T, &classId, KoFMT_BIG, {1, 2, 3, 4}},
-        {"class, turned", KoCLID_T, &classId, KoFMT_LITTLE, {2, 1, 4, 3}},
-        {"class in the packed memory form", KoCLID_T, &classId, 8, {2, 1, 4, 3}},
-        {"no version", KoREF_T, &ref, KoFMT_BIG, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14}},
-        {"turned", KoREF_T, &ref, KoFMT_LITTLE, {4, 3, 2, 1, 8, 7, 6, 5, 10, 9, 12, 11, 14, 13}},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.reason);
-        const auto size = static_cast<unsigned>(row.stored.size());
-        EXPECT_EQ(manager.DiskLenGet(row.id, row.value, row.format, 3, KoFMT_MEMORY), 3 * size);
-        Bytes bytes(size + 1, 0xA5);
-        EXPECT_EQ(manager.Store(row.id, bytes.data() + 1, row.value, row.format, 1), size)
-            << "at any address";
-        EXPECT_EQ(Bytes(bytes.begin() + 1, bytes.end()), row.stored);
-        KoRef loaded = {9, 9, 9, 9, 9, 9};
-        EXPECT_EQ(manager.Load(row.id, &loaded, row.stored.data(), row.format, 1), size);
-        if (row.id == KoREF_T) {
-            EXPECT_EQ(loaded.version, 0) << "of no reference that was loaded";
+    for (const KoTypeId id : {KoOBJID_T, KoCLID_T, KoREF_T}) {
+        const KoRef value = {0x01020304, 0x05060708, 0x090A, 0x0B0C, 0x0D0E, 0x0F10};
+        const unsigned size = manager.DiskLenGet(id, &value, KoFMT_BIG, 1, KoFMT_MEMORY);
+        for (unsigned format = 0; format < 256; ++format) {
+            Bytes expected(size);
+            Bytes bytes(size + 1);
+            const auto code = static_cast<unsigned char>(format);
+            manager.Store(id, expected.data(), &value,
+                          (format & 15) == 2 ? KoFMT_BIG : KoFMT_LITTLE, 1);
+            // At any address; every format but that of memory alone is a persistent one.
+            EXPECT_EQ(manager.Store(id, bytes.data() + 1, &value, code, 1), size);
+            EXPECT_EQ(Bytes(bytes.begin() + 1, bytes.end()), expected) << format;
+            KoRef loaded = {9, 9, 9, 9, 9, 9};
+            EXPECT_EQ(manager.Load(id, &loaded, bytes.data() + 1, code, 1), size);
+            if (id == KoREF_T) {
+                EXPECT_EQ(Fields(loaded),
+                          Fields(KoRef{0x01020304, 0x05060708, 0x090A, 0x0B0C, 0x0D0E, 0}))
+                    << "no version";
+            }
         }
     }
 }
@@ -267,18 +241,14 @@ TEST(Identity, InMemoryThereIsNoOrder)
     EXPECT_EQ(KoRef::Compare(KoFMT_MEMORY, 0, &refs[1], 0, &refs[0], 0, 1, status), 1);
 }
 
-TEST(Identity, HashesAreStoredAndLeaveTheTagOut)
+/// Single hashes stand in the golden corpus.
+TEST(Identity, HashesOfArraysLeaveTheTagOut)
 {
-    constexpr unsigned kMultiplier = 1103515245U;
     int status = 1;
     KoObjId ids[] = {{7, 0xF0F0F0F0, 0x1234}, {8, 1, 0}};
     EXPECT_EQ(KoObjId::Hash(KoFMT_MEMORY, 0, ids, 2, status),
-              (0xF0F0F0F0U ^ 0x1234U ^ 1U) * kMultiplier);
+              (0xF0F0F0F0U ^ 0x1234U ^ 1U) * 1103515245U);
     EXPECT_EQ(status, 0);
-    KoClassId classId = {5, 6};
-    EXPECT_EQ(KoClassId::Hash(KoFMT_MEMORY, 0, &classId, 1, status), 0x00050006U * kMultiplier);
-    KoRef ref = kRef;
-    EXPECT_EQ(KoRef::Hash(KoFMT_MEMORY, 0, &ref, 1, status), (3U ^ 2U ^ 0x00010005U) * kMultiplier);
 }
 
 /// What a class prints under a format; null is its own.
@@ -293,18 +263,13 @@ std::string Printed(const T& value, const char* format)
 TEST(Identity, PrintedText)
 {
     const KoLocalRef local = {4, 3, 2, 5, 6};
-    const KoObjId largest = {0xFFFFFFFF, 0xFFFFFFFF, 0xFFFF};
     const std::string lettersOnly(300, 'x');
     const struct {
         const char* reason;
         std::string text, expected;
     } rows[] = {
-        {"object", Printed(kObject, nullptr), "(2-3#4)"},
-        {"class", Printed(kClass, nullptr), "(5v6)"},
-        {"reference", Printed(kRef, nullptr), "(1:2-3#4, 5)"},
         {"local reference", Printed(local, nullptr), "(2-3#4,5)"},
         {"a local reference has origin 0", Printed(local, "%D %V"), "0 6"},
-        {"unsigned", Printed(largest, "%B %L %H"), "4294967295 4294967295 65535"},
         {"percent signs and others", Printed(kRef, "100%% %x%"), "100% x%"},
         {"no such field in the class", Printed(kObject, "%C%D"), "CD"},
         {"the sequence", Printed(kRef, "%hu %hu %lu %lu %hu"), "1 2 3 4 5"},
@@ -316,10 +281,7 @@ TEST(Identity, PrintedText)
         {"of a class", Printed(kClass, "%hu %hu %hu"), "5 6 0"},
         {"a long format", Printed(kObject, (lettersOnly + "%L").c_str()), lettersOnly + "3"},
         {"no number is null", Printed(KoRef{9, 0, 0, 1, 5, 6}, "%C"), "{NULL}"},
-        {"no object", Printed(KoObjId{9, 0, 0}, nullptr), "{NULL}"},
         {"no local reference", Printed(KoLocalRef{}, nullptr), "{NULL}"},
-        {"no class", Printed(KoClassId{}, nullptr), "{NULL}"},
-        {"a version is not nothing", Printed(KoClassId{0, 1}, nullptr), "(0v1)"},
     };
     for (const auto& row : rows)
         EXPECT_EQ(row.text, row.expected) << row.reason;
@@ -328,9 +290,6 @@ TEST(Identity, PrintedText)
     KoString text("a ");
     KoRef::PrintToString(text, &ref, nullptr, 1);
     EXPECT_STREQ(text.StrGet(), "a (1:2-3#4,5v6)") << "the record's function has another default";
-    text = KoString();
-    EXPECT_STREQ(KoTypeMgr().PrintToKoString(KoREF_T, text, &ref, nullptr, 1).StrGet(),
-                 "(1:2-3#4, 5)");
 }
 
 TEST(Identity, ScannedText)

@@ -164,4 +164,8 @@ TEST(KoInt64, TextIsDecimalAndReadBackUnderTheSameFormat)
     EXPECT_EQ(kept.Get8b(), 7);
     kept.ScanFromKoString(KoString("-99999999999999999999"), nullptr);
     EXPECT_EQ(kept.Get8b(), kMin);
+    unsigned errorAt = 99;
+    EXPECT_EQ(KoTypeMgr().ParseFromKoString(KoINT64_T, &kept, "12x", nullptr, errorAt), -1);
+    EXPECT_EQ(errorAt, 2U);
+    EXPECT_EQ(kept.Get8b(), kMin);
 }
