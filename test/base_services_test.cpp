@@ -20,10 +20,10 @@ namespace
 std::string Text(const KoTimeStampRec& stamp)
 {
     char text[64];
-    return std::string(text, static_cast<std::size_t>(std::snprintf(
-                                 text, sizeof text, "%04d-%02d-%02d %02d:%02d:%02d.%09d", stamp.year,
-                                 stamp.month, stamp.day, stamp.hour, stamp.minute, stamp.second,
-                                 stamp.fraction)));
+    return std::string(
+        text, static_cast<std::size_t>(std::snprintf(
+                  text, sizeof text, "%04d-%02d-%02d %02d:%02d:%02d.%09d", stamp.year, stamp.month,
+                  stamp.day, stamp.hour, stamp.minute, stamp.second, stamp.fraction)));
 }
 
 /// What the four functions answer, each with its outputs: local and UTC stamp, date, time.
@@ -31,11 +31,17 @@ std::string Now(KoTimeStampRec start = {})
 {
     KoTimeStampRec local = start;
     KoTimeStampRec utc = start;
-    KoDateRec date{start.year, start.month, start.day};
+    KoDateRec date{static_cast<o_2b>(start.year), start.month, start.day};
     KoTimeRec time{start.hour, start.minute, start.second, 5};
     const int results[] = {bksGetHiresTime(&local), bksGetHiresTimeUTC(&utc), bksgetdate(&date),
                            bksgettime(&time)};
-    KoTimeStampRec parts{date.year, date.month, date.day, time.hour, time.minute, time.second, 0};
+    const KoTimeStampRec parts{static_cast<o_u2b>(date.year),
+                               date.month,
+                               date.day,
+                               time.hour,
+                               time.minute,
+                               time.second,
+                               0};
     std::string text;
     for (const int result : results)
         text += std::to_string(result) + " ";
