@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <string>
+#include <vector>
 
 #ifdef _WIN32
 #include <windows.h>
@@ -26,17 +26,12 @@ protected:
 
 TEST(Dll, DescribesItself)
 {
-    o_u4b version[5] = {9, 9, 9, 9, 9};
-    o_u4b compilerVersion = 0;
+    o_u4b v[6] = {};
     const char* text[5] = {};
-    const char* description =
-        KoDescribeDll(&version[0], &version[1], &version[2], &version[3], &version[4], &text[0],
-                      &text[1], &text[2], &compilerVersion, &text[3], &text[4]);
+    const char* description = KoDescribeDll(&v[0], &v[1], &v[2], &v[3], &v[4], &text[0], &text[1],
+                                            &text[2], &v[5], &text[3], &text[4]);
     EXPECT_STREQ(description, "Marblecrest Typemanager");
-    const o_u4b expected[5] = {12, 0, 2, 248, 0};
-    for (int i = 0; i < 5; ++i)
-        EXPECT_EQ(version[i], expected[i]) << i;
-    EXPECT_EQ(compilerVersion, 1600U);
+    EXPECT_EQ(std::vector(v, v + 6), std::vector<o_u4b>({12, 0, 2, 248, 0, 1600}));
     EXPECT_STREQ(text[0], "MC120Ctms100x64");
     EXPECT_STREQ(text[1], "Apr 15 2021 18:57:37");
     EXPECT_STREQ(text[2], "unknown");

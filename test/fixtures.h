@@ -182,49 +182,50 @@ inline std::vector<Fixture> AllFixtures()
 
     AddTemporals(all);
 
+    const auto add = [&all](KoTypeId id, const char* reason, auto value) {
+        all.push_back(Value(id, reason, value));
+    };
     const unsigned short wide[] = {'1', 0x20AC, 0xFFFD, 0};
-    all.push_back(Value(KoSTRING_T, "empty", KoString()));
-    all.push_back(Value(KoSTRING_T, "empty of another code set", KoString(253, 7)));
-    all.push_back(Value(KoSTRING_T, "one character", KoString("a")));
-    all.push_back(Value(KoSTRING_T, "wildcards", KoString("*?\\*")));
-    all.push_back(Value(KoSTRING_T, "upper half", KoString("\x80\xE4\xFF")));
-    all.push_back(Value(KoSTRING_T, "16-bit", KoString(wide)));
-    all.push_back(Value(KoSTRING_T, "longest", KoString().Fill(65531, 'x')));
-    all.push_back(Value(KoSTRING_T, "longest 16-bit", KoString(253, 0).Fill(32765, wide[1])));
-    all.push_back(Value(KoSTRING_T, "null", NullText()));
+    add(KoSTRING_T, "empty", KoString());
+    add(KoSTRING_T, "empty of another code set", KoString(253, 7));
+    add(KoSTRING_T, "one character", KoString("a"));
+    add(KoSTRING_T, "wildcards", KoString("*?\\*"));
+    add(KoSTRING_T, "upper half", KoString("\x80\xE4\xFF"));
+    add(KoSTRING_T, "16-bit", KoString(wide));
+    add(KoSTRING_T, "longest", KoString().Fill(65531, 'x'));
+    add(KoSTRING_T, "longest 16-bit", KoString(253, 0).Fill(32765, wide[1]));
+    add(KoSTRING_T, "null", NullText());
 
     AddCaseless<KoIString>(all, KoISTRING_T);
     AddCaseless<KoCaseIString>(all, KoCASEISTRING_T);
 
-    all.push_back(Value(KoBLOB_T, "empty", KoBlob()));
-    all.push_back(Value(KoBLOB_T, "one byte", KoBlob("", 1)));
-    all.push_back(Value(KoBLOB_T, "as long as its length", KoBlob("\0\0\0\x04", 4)));
-    all.push_back(Value(KoBLOB_T, "long", KoBlob(KoString().Fill(300, 'b').StrGet(), 300)));
-    all.push_back(Value(KoBLOB_T, "null", NullOf<KoBlob>()));
+    add(KoBLOB_T, "empty", KoBlob());
+    add(KoBLOB_T, "one byte", KoBlob("", 1));
+    add(KoBLOB_T, "as long as its length", KoBlob("\0\0\0\x04", 4));
+    add(KoBLOB_T, "long", KoBlob(KoString().Fill(300, 'b').StrGet(), 300));
+    add(KoBLOB_T, "null", NullOf<KoBlob>());
 
-    all.push_back(Value(KoBOOLEAN_T, "false", KoBoolean(0)));
-    all.push_back(Value(KoBOOLEAN_T, "true", KoBoolean(1)));
-    all.push_back(Value(KoBOOLEAN_T, "null", NullOf<KoBoolean>()));
-    all.push_back(Value(KoSEAL_T, "zero", KoSeal()));
-    all.push_back(Value(KoSEAL_T, "words in order", KoSeal(1, 2, 3)));
-    all.push_back(Value(KoSEAL_T, "largest", KoSeal(0xFFFF, 0xFFFF, 0xFFFF)));
+    add(KoBOOLEAN_T, "false", KoBoolean(0));
+    add(KoBOOLEAN_T, "true", KoBoolean(1));
+    add(KoBOOLEAN_T, "null", NullOf<KoBoolean>());
+    add(KoSEAL_T, "zero", KoSeal());
+    add(KoSEAL_T, "words in order", KoSeal(1, 2, 3));
+    add(KoSEAL_T, "largest", KoSeal(0xFFFF, 0xFFFF, 0xFFFF));
 
-    all.push_back(Value(KoOBJID_T, "null", KoObjId{}));
-    all.push_back(Value(KoOBJID_T, "smallest", KoObjId{0, 1, 0}));
-    all.push_back(Value(KoOBJID_T, "high alone", KoObjId{0, 0, 1}));
-    all.push_back(Value(KoOBJID_T, "bytes in order", KoObjId{0x01020304, 0x05060708, 0x090A}));
-    all.push_back(Value(KoOBJID_T, "largest", KoObjId{0xFFFFFFFF, 0xFFFFFFFF, 0xFFFF}));
-    all.push_back(Value(KoCLID_T, "null", KoClassId{}));
-    all.push_back(Value(KoCLID_T, "version alone", KoClassId{0, 1}));
-    all.push_back(Value(KoCLID_T, "bytes in order", KoClassId{0x0102, 0x0304}));
-    all.push_back(Value(KoCLID_T, "largest", KoClassId{0xFFFF, 0xFFFF}));
-    all.push_back(Value(KoREF_T, "null", KoRef{}));
-    all.push_back(Value(KoREF_T, "number alone", KoRef{0, 1, 0, 0, 0, 0}));
-    all.push_back(
-        Value(KoREF_T, "bytes in order", KoRef{0x01020304, 0x05060708, 0x090A, 0x0B0C, 0x0D0E, 0}));
-    all.push_back(Value(KoREF_T, "a version, which is not stored", KoRef{1, 2, 3, 4, 5, 6}));
-    all.push_back(
-        Value(KoREF_T, "largest", KoRef{0xFFFFFFFF, 0xFFFFFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF}));
+    add(KoOBJID_T, "null", KoObjId{});
+    add(KoOBJID_T, "smallest", KoObjId{0, 1, 0});
+    add(KoOBJID_T, "high alone", KoObjId{0, 0, 1});
+    add(KoOBJID_T, "bytes in order", KoObjId{0x01020304, 0x05060708, 0x090A});
+    add(KoOBJID_T, "largest", KoObjId{0xFFFFFFFF, 0xFFFFFFFF, 0xFFFF});
+    add(KoCLID_T, "null", KoClassId{});
+    add(KoCLID_T, "version alone", KoClassId{0, 1});
+    add(KoCLID_T, "bytes in order", KoClassId{0x0102, 0x0304});
+    add(KoCLID_T, "largest", KoClassId{0xFFFF, 0xFFFF});
+    add(KoREF_T, "null", KoRef{});
+    add(KoREF_T, "number alone", KoRef{0, 1, 0, 0, 0, 0});
+    add(KoREF_T, "bytes in order", KoRef{0x01020304, 0x05060708, 0x090A, 0x0B0C, 0x0D0E, 0});
+    add(KoREF_T, "a version, which is not stored", KoRef{1, 2, 3, 4, 5, 6});
+    add(KoREF_T, "largest", KoRef{0xFFFFFFFF, 0xFFFFFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF});
     return all;
 }
 

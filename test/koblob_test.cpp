@@ -60,25 +60,19 @@ TEST(KoBlob, Edits)
         const char* expected;
     } const rows[] = {
         {"default is empty, not null", KoBlob(), [](KoBlob&) {}, "0:"},
-        {"a negative size is 0", KoBlob(-5), [](KoBlob&) {}, "0:"},
         {"set to null", Of(text), [](KoBlob& b) { EXPECT_EQ(b.SetNullValue(), 0); }, "null"},
-        {"null is set", Null(), [](KoBlob& b) { b.SetTo("xy", 2); }, "2:xy"},
         {"set to a negative size", Of(text), [](KoBlob& b) { b.SetTo("xy", -1); }, "0:"},
         {"set to its own middle", Of(text), [](KoBlob& b) { b.SetTo(b.Seek(2, 3), 3); }, "3:cde"},
         {"assigned null", Of(text), [](KoBlob& b) { b = Null(); }, "null"},
         {"assigned itself", Of(text), [](KoBlob& b) { b = *&b; }, "6:abcdef"},
-        {"null assigned empty", Null(), [](KoBlob& b) { b = KoBlob(); }, "0:"},
         {"resized down", Of(text), [](KoBlob& b) { b.Resize(2); }, "2:ab"},
-        {"resized to 0", Of(text), [](KoBlob& b) { b.Resize(0); }, "0:"},
         {"resized to a negative size", Of(text), [](KoBlob& b) { b.Resize(0x80000000U); }, "0:"},
         {"null resized to 0", Null(), [](KoBlob& b) { b.Resize(0); }, "0:"},
-        {"expanded down", Of(text), [](KoBlob& b) { b.Expand(4); }, "4:abcd"},
         {"expanded to a negative size", Of(text), [](KoBlob& b) { b.Expand(-1); }, "0:"},
         {"null expanded", Null(), [](KoBlob& b) { b.Expand(0); }, "0:"},
         {"appended to null", Null(), [](KoBlob& b) { b.Append("xy", 2); }, "2:xy"},
         {"nothing appended to null", Null(), [](KoBlob& b) { b.Append("xy", 0); }, "null"},
         {"null appended", Of(text), [](KoBlob& b) { b += Null(); }, "6:abcdef"},
-        {"null appended to null", Null(), [](KoBlob& b) { b += Null(); }, "null"},
         {"appended to itself", Of("ab"),
          [](KoBlob& b) {
              b += b;
@@ -88,23 +82,17 @@ TEST(KoBlob, Edits)
          "9:ababababb"},
         {"cut in the middle", Of(text), [](KoBlob& b) { b.Cut(1, 2); }, "4:adef"},
         {"cut beyond the end", Of(text), [](KoBlob& b) { b.Cut(4, INT_MAX); }, "4:abcd"},
-        {"cut at the end", Of(text), [](KoBlob& b) { b.Cut(6, 1); }, "6:abcdef"},
         {"cut before the start", Of(text), [](KoBlob& b) { b.Cut(-1, 3); }, "6:abcdef"},
         {"cut nothing", Of(text), [](KoBlob& b) { b.Cut(0, -1); }, "6:abcdef"},
-        {"cut whole", Of(text), [](KoBlob& b) { b.Cut(0, b.Length()); }, "0:"},
         {"cut null", Null(), [](KoBlob& b) { b.Cut(0, 1); }, "null"},
         {"overwritten", Of(text), [](KoBlob& b) { b.CopyTo(Of("XYZ"), 1, 2); }, "6:aXYdef"},
         {"overwritten to the end", Of(text), [](KoBlob& b) { b.CopyTo(Of("XYZ"), 5, 3); },
          "6:abcdeX"},
-        {"overwritten by a short one", Of(text), [](KoBlob& b) { b.CopyTo(Of("X"), 0, 4); },
-         "6:Xbcdef"},
         {"overwritten by itself", Of(text), [](KoBlob& b) { b.CopyTo(b, 2, 9); }, "6:ababcd"},
         {"null overwritten", Null(), [](KoBlob& b) { b.CopyTo(Of("X"), 0, 1); }, "null"},
         {"a part", Of(text), [](KoBlob& b) { b = b.CopyFrom(2, 3); }, "3:cde"},
-        {"the rest", Of(text), [](KoBlob& b) { b = b.CopyFrom(4, 99); }, "2:ef"},
         {"the whole", Of(text), [](KoBlob& b) { b = b.CopyFrom(0, INT_MAX); }, "6:abcdef"},
         {"a part beyond the end", Of(text), [](KoBlob& b) { b = b.CopyFrom(7, 1); }, "0:"},
-        {"a part of no bytes", Of(text), [](KoBlob& b) { b = b.CopyFrom(2, 0); }, "0:"},
         {"a part of null", Null(), [](KoBlob& b) { b = b.CopyFrom(0, 1); }, "null"},
         {"moved away", Of(text), [](KoBlob& b) { const KoBlob to(std::move(b)); }, "null"},
         {"with its terminator", Of(text), [&](KoBlob& b) { b = KoBlobAccess::FromText(two); },
@@ -120,13 +108,13 @@ TEST(KoBlob, Edits)
         EXPECT_EQ(Shown(blob), expected) << row.reason;
     }
 
-    KoBlob grown = Of(text);
-    grown.Resize(9);
-    EXPECT_EQ(grown.Length(), 9);
-    EXPECT_EQ(std::memcmp(grown.Seek(0, 9), "abcdef", 6), 0);
-    grown.Expand(20);
-    EXPECT_EQ(grown.Length(), 20);
-    EXPECT_EQ(std::memcmp(grown.Seek(0, 20), "abcdef", 6), 0);
+    for (void (*grow)(KoBlob&) :
+         {+[](KoBlob& b) { b.Resize(20); }, +[](KoBlob& b) { b.Expand(20); }}) {
+        KoBlob grown = Of(text);
+        grow(grown);
+        EXPECT_EQ(grown.Length(), 20);
+        EXPECT_EQ(std::memcmp(grown.Seek(0, 20), "abcdef", 6), 0);
+    }
 }
 
 TEST(KoBlob, TakesOver)
@@ -340,9 +328,18 @@ TEST(KoBlob, LackOfMemoryLeavesTheValue)
         [&](KoBlob& b) { b.Expand(1); },
         [&](KoBlob& b) { b.Append(more.data(), 10); },
         [&](KoBlob& b) { b += source; },
+        // What is made of these is taken over, null where there was no memory.
+        [&](KoBlob& b) { b = KoBlob(); },
+        [&](KoBlob& b) { b = KoBlob(7); },
+        [&](KoBlob& b) { b = KoBlob(more.data(), 7); },
+        [&](KoBlob& b) { b = KoBlob(source); },
+        [&](KoBlob& b) { b = source.CopyFrom(1, 5); },
+        [&](KoBlob& b) { b = KoBlobAccess::FromText(text); },
     };
+    constexpr std::size_t kMakers = 6;
     for (const KoBlob& before : {Of("before"), KoBlob(), Null()}) {
         for (const auto& edit : edits) {
+            const bool makes = &edit >= edits + kMakers;
             for (int first = 0;; ++first) {
                 KoBlob blob = before;
                 const FailingHeap heap(first);
@@ -350,24 +347,8 @@ TEST(KoBlob, LackOfMemoryLeavesTheValue)
                 EXPECT_EQ(heap.HandlerCalls(), heap.HasFailed() ? 1 : 0);
                 if (!heap.HasFailed())
                     break;
-                EXPECT_EQ(Shown(blob), Shown(before));
+                EXPECT_EQ(Shown(blob), makes ? "null" : Shown(before));
             }
-        }
-    }
-    const std::function<KoBlob()> makers[] = {[] { return KoBlob(); },
-                                              [] { return KoBlob(7); },
-                                              [&] { return KoBlob(more.data(), 7); },
-                                              [&] { return KoBlob(source); },
-                                              [&] { return source.CopyFrom(1, 5); },
-                                              [&] { return KoBlobAccess::FromText(text); }};
-    for (const auto& make : makers) {
-        for (int first = 0;; ++first) {
-            const FailingHeap heap(first);
-            const KoBlob made = make();
-            EXPECT_EQ(heap.HandlerCalls(), heap.HasFailed() ? 1 : 0);
-            EXPECT_EQ(made.IsNullValue(), heap.HasFailed());
-            if (!heap.HasFailed())
-                break;
         }
     }
     static std::size_t asked;

