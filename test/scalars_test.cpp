@@ -186,9 +186,10 @@ TEST(Scalars, TextsOfValues)
     };
     KoTypeMgr manager;
     for (const auto& row : rows) {
-        KoString from(row.from);
-        KoTypeConvertData record{nullptr, &from, 1, KoSTRING_T};
-        const Array value{manager, row.id, manager.ConvertFrom(row.id, &record, 1), 1};
+        const std::unique_ptr<KoTypeConvertData> record(
+            KoTypeConvertData::Make(KoSTRING_T, 1, manager.Create(KoSTRING_T, 1), nullptr));
+        *record->GetString(0) = row.from;
+        const Array value{manager, row.id, manager.ConvertFrom(row.id, record.get(), 1), 1};
         const std::unique_ptr<KoTypeConvertData> texts(manager.ConvertTo(row.id, value.data, 1));
         EXPECT_EQ(Plain(*texts->GetString(0)), row.text) << row.from;
     }
