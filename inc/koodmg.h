@@ -4,6 +4,7 @@
 #include "kodatetime.h"
 
 #include <compare>
+#include <concepts>
 
 /// The temporal classes of the ODMG standard. Their arithmetic is their own: days follow the Julian
 /// calendar before the Gregorian reform, a time of day has a zone, an interval is one float. Their
@@ -211,8 +212,10 @@ public:
     static constexpr d_Time OfFields(int hour, int minute, int second, int hundredths, int zoneHour,
                                      int zoneMinute)
     {
-        return d_Time(Raw{}, hour + zoneHour, minute + zoneMinute, second, hundredths, zoneHour,
-                      zoneMinute);
+        // Cut to 8 bits first: the sums are the same modulo 256, and do not overflow.
+        return d_Time(Raw{}, static_cast<o_1b>(hour) + static_cast<o_1b>(zoneHour),
+                      static_cast<o_1b>(minute) + static_cast<o_1b>(zoneMinute), second, hundredths,
+                      zoneHour, zoneMinute);
     }
     d_Time(const KoDateTime& dateTime) : d_Time(dateTime.Time()) {}
     d_Time(const d_Timestamp& stamp);
@@ -306,6 +309,12 @@ public:
     {
         m_date = date;
         return *this;
+    }
+    /// Replaces both. Nothing converts on the way: a KoDate goes through d_Date.
+    template <std::same_as<KoDateTime> T>
+    d_Timestamp& operator=(const T& dateTime)
+    {
+        return *this = d_Timestamp(dateTime);
     }
 
     /// Move the time as d_Time does, and the date by the midnights passed and whole days.

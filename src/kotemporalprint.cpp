@@ -155,7 +155,8 @@ private:
     {
         switch (letter) {
         case 'y':
-            return IsWild(m_fields.year) ? Wild(to) : Two(to, m_fields.year % 100);
+            // The last digits of a year before -100 may be -1 and no wildcard.
+            return IsWild(m_fields.year) ? Wild(to) : PutNumber(to, m_fields.year % 100, 2);
         case 'I':
             return IsWild(m_fields.hour) ? Wild(to) : Two(to, HourOfHalf());
         case 'f':

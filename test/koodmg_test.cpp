@@ -347,6 +347,11 @@ TEST(OdmgTimestamp, PartsAndOrder)
     EXPECT_EQ(stamp != other, -2) << "the minutes";
     EXPECT_EQ(stamp == stamp + Seconds(0.5), true) << "less than a second";
     EXPECT_LT(stamp, stamp + Seconds(0.5));
+    other = KoDate(2024, 3, 3);
+    EXPECT_EQ(Key(other.time()), 1040300) << "a date alone";
+    other = KoDateTime(KoDate(2024, 3, 4), KoTime(5, 6, 7));
+    EXPECT_EQ(Key(other.date()), 20240304);
+    EXPECT_EQ(Key(other.time()), 5060700);
 }
 
 /// Every pairing against its meaning, moment by moment: three days of three moments each.

@@ -32,6 +32,7 @@ TEST(TemporalText, Prints)
         {kDate, march, "%Y|%y|%m|%d|%e", "2024|24|03|05|05", "%e pads with a zero too"},
         {kDate, {-44, 3, 15}, "%Y %y", "-0044 -44", "the sign stands before the digits"},
         {kDate, {12345, 3, 15}, "%Y %y", "12345 45", "four digits at least"},
+        {kDate, {-101, 3, 15}, "%Y %y", "-0101 -01", "digits that are -1 are no wildcard"},
         {kDate, {2024, 1, 31}, "%A, %B|%b", "Wednesday, Januar|Jan", "a name without its last y"},
         {kDate, {2024, 2, 1}, "%A %B", "Monday Februar", "February's weekdays come early"},
         {kDate, {2024, 13, 5}, "%B %b %m", "013 013 13", "a month without a name"},
