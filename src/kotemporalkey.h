@@ -81,9 +81,14 @@ o_u8b PackedFields(const unsigned char* at, bool big) noexcept
         return static_cast<o_u4b>(at[0] << 16 | at[1] << 8 | at[2]);
     } else {
         static_assert(Layout::kHasYear);
-        auto date = ReadOrdered<o_u4b>(at, true);
-        if (!big)
-            date = (date << 8 & 0xFF000000U) | (date >> 8 & 0x00FF0000U) | (date & 0xFFFFU);
+        if (!big) {
+            const auto year = ReadOrdered<o_u2b>(at, false);
+            if constexpr (size == 4)
+                return o_u4b{year} << 16 | ReadOrdered<o_u2b>(at + 2, true);
+            else
+                return o_u8b{year} << 40 | o_u8b{at[2]} << 32 | ReadOrdered<o_u4b>(at + 3, true);
+        }
+        const auto date = ReadOrdered<o_u4b>(at, true);
         if constexpr (size == 4)
             return date;
         else
@@ -154,7 +159,8 @@ struct PackedElements {
     }
 
 private:
-    static int OrderWithWildcards(const unsigned char* a, const unsigned char* b, bool big) noexcept
+    [[gnu::noinline]] static int OrderWithWildcards(const unsigned char* a, const unsigned char* b,
+                                                    bool big) noexcept
     {
         if constexpr (Layout::kHasYear) {
             const int order = KoOrder(ReadOrdered<o_2b>(a, big), ReadOrdered<o_2b>(b, big));

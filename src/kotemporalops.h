@@ -100,27 +100,13 @@ struct TemporalOps : ElementOps<typename Type::Value, TemporalOps<Type>, Type::k
     static int Cmp(unsigned char format, unsigned length1, void* value1, unsigned length2,
                    void* value2, unsigned short cmpOp, unsigned count, int& status)
     {
-        const bool strict = !KindHasWildcards(Type::kKind) || (cmpOp & kKoCmpStrictBit) != 0;
-        const auto walk = [&](auto order) {
-            return KoCompareWalk(length1, value1, length2, value2, Layout::Size(format), count,
-                                 status, order);
-        };
-        if constexpr (requires(const T& value) { value.Compare(value, cmpOp); }) {
-            if ((format & KoFMT_MEMORY) != 0)
-                return walk([cmpOp](const unsigned char* a, const unsigned char* b) {
-                    return ReadValue<T>(a).Compare(ReadValue<T>(b), cmpOp);
-                });
-        }
-        const auto stored = [&](auto big) {
-            if (strict)
-                return walk([=](const unsigned char* a, const unsigned char* b) {
-                    return Type::template OrderStored<true>(a, b, big.value);
-                });
-            return walk([=](const unsigned char* a, const unsigned char* b) {
-                return Type::template OrderStored<false>(a, b, big.value);
-            });
-        };
-        return IsBigEndian(format) ? stored(std::true_type()) : stored(std::false_type());
+        if (count != 1)
+            return CmpArray(format, length1, value1, length2, value2, cmpOp, count, status);
+        status = KoRC_OK;
+        return WithOrder(format, cmpOp, [=](auto order) {
+            return order(static_cast<const unsigned char*>(value1),
+                         static_cast<const unsigned char*>(value2));
+        });
     }
 
     static unsigned Hash(unsigned char format, unsigned length, void* value, unsigned count,
@@ -179,6 +165,49 @@ struct TemporalOps : ElementOps<typename Type::Value, TemporalOps<Type>, Type::k
         if (result == 0)
             SetTemporalValue<Type>(value, fields);
         return result;
+    }
+
+private:
+    // Apart from Cmp, so that a single stored pair, as most calls have it, does not pay for the
+    // registers of a walk and of the fields of a class.
+
+    [[gnu::noinline]] static int CmpArray(unsigned char format, unsigned length1,
+                                          const void* value1, unsigned length2, const void* value2,
+                                          unsigned short cmpOp, unsigned count, int& status)
+    {
+        return WithOrder(format, cmpOp, [&](auto order) {
+            return KoCompareWalk(length1, value1, length2, value2, Layout::Size(format), count,
+                                 status, order);
+        });
+    }
+
+    [[gnu::noinline]] static int OrderInMemory(const unsigned char* a, const unsigned char* b,
+                                               unsigned short cmpOp)
+    {
+        return ReadValue<T>(a).Compare(ReadValue<T>(b), cmpOp);
+    }
+
+    /// Gives `use` the order of two elements of a format.
+    template <class Use>
+    static int WithOrder(unsigned char format, unsigned short cmpOp, Use use)
+    {
+        const bool strict = !KindHasWildcards(Type::kKind) || (cmpOp & kKoCmpStrictBit) != 0;
+        if constexpr (requires(const T& value) { value.Compare(value, cmpOp); }) {
+            if ((format & KoFMT_MEMORY) != 0)
+                return use([cmpOp](const unsigned char* a, const unsigned char* b) {
+                    return OrderInMemory(a, b, cmpOp);
+                });
+        }
+        const auto stored = [&](auto big) {
+            if (strict)
+                return use([=](const unsigned char* a, const unsigned char* b) {
+                    return Type::template OrderStored<true>(a, b, big.value);
+                });
+            return use([=](const unsigned char* a, const unsigned char* b) {
+                return Type::template OrderStored<false>(a, b, big.value);
+            });
+        };
+        return IsBigEndian(format) ? stored(std::true_type()) : stored(std::false_type());
     }
 };
 
