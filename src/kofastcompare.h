@@ -1,8 +1,8 @@
 #ifndef KOFASTCOMPARE_H
 #define KOFASTCOMPARE_H
 
-#include "kocmpwalk.h"
 #include "kofasttext.h"
+#include "kolanes.h"
 
 #include <algorithm>
 
@@ -12,38 +12,6 @@
 /// two words of a language does.
 
 inline constexpr o_u4b kSkippedKeys = KoKEY_SYMBOL | KoKEY_SPACE;
-
-/// Tests on all characters of a word at once.
-template <class Unit>
-struct KoLanes {
-    static constexpr o_u8b kOnes = ~o_u8b{0} / static_cast<Unit>(~Unit{0});
-    static constexpr o_u8b kTops = kOnes << (8 * sizeof(Unit) - 1);
-    static constexpr unsigned kCount = sizeof(o_u8b) / sizeof(Unit);
-
-    /// Not 0 exactly when a character is 0.
-    static constexpr o_u8b Zero(o_u8b word) { return (word - kOnes) & ~word & kTops; }
-    static constexpr o_u8b Equal(o_u8b word, o_u8b every) { return Zero(word ^ every); }
-    /// The difference of two words without the characters that are ASCII letters and differ in
-    /// case alone.
-    static constexpr o_u8b WithoutCase(o_u8b word, o_u8b difference)
-    {
-        constexpr o_u8b kLow = ~kTops;
-        constexpr o_u8b kTop = kTops / kOnes;
-        const o_u8b other = difference ^ kOnes * 0x20;
-        const o_u8b caseBit = ~(((other & kLow) + kLow) | other);
-        const o_u8b lower = (word & kLow) | kOnes * 0x20;
-        const o_u8b letter =
-            (lower + kOnes * (kTop - 'a')) & ~(lower + kOnes * (kTop - 'z' - 1)) & ~word;
-        const o_u8b same = caseBit & letter & kTops;
-        return difference & ~((same >> (8 * sizeof(Unit) - 1)) * static_cast<Unit>(~Unit{0}));
-    }
-    /// Not 0 where a character is a default wildcard. `shift` is 8 for swapped ones.
-    static constexpr o_u8b Wildcards(o_u8b word, unsigned shift = 0)
-    {
-        return Equal(word, kOnes * '*' << shift) | Equal(word, kOnes * '?' << shift) |
-               Equal(word, kOnes * '\\' << shift);
-    }
-};
 
 template <class Unit>
 class KoWordSkip
@@ -193,169 +161,6 @@ inline KoTextOrder KoByteDifference(const KoText& left, const KoText& right, uns
     if (open)
         return {0, true};
     return KoByteDifference(left, right, leftEnds ? 0 : a[i], rightEnds ? 0 : b[i]);
-}
-
-/// A word of characters in which the first one is lowest.
-template <class Unit>
-inline o_u8b KoLanesAt(const char* text)
-{
-    o_u8b word = KoWordAt(text);
-    if constexpr (std::endian::native == std::endian::big) {
-        if (sizeof(Unit) == 1)
-            word = (word & 0x00FF00FF00FF00FFU) << 8U | (word >> 8U & 0x00FF00FF00FF00FFU);
-        word = (word & 0x0000FFFF0000FFFFU) << 16U | (word >> 16U & 0x0000FFFF0000FFFFU);
-        word = word << 32U | word >> 32U;
-    }
-    return word;
-}
-
-/// The same of fewer characters than a word has, at least one.
-template <class Unit>
-inline o_u8b KoFewLanesAt(const char* text, unsigned count)
-{
-    const auto lane = [text](unsigned index) {
-        Unit unit;
-        std::memcpy(&unit, text + index * sizeof(Unit), sizeof unit);
-        return o_u8b{unit} << (index * 8 * sizeof(Unit));
-    };
-    o_u8b word = lane(0) | lane(count / 2) | lane(count - 1);
-    if (sizeof(Unit) == 1 && count > 3)
-        word |= lane(1) | lane(count - 2) | lane(count / 2 - 1);
-    return word;
-}
-
-/// What decides where two texts differ first: keys, or the bytes themselves.
-struct KoByKeys {
-    const o_u4b *left, *right;
-    o_u4b mask;
-
-    template <class Unit>
-    static o_u4b Key(const o_u4b* keys, unsigned character)
-    {
-        return sizeof(Unit) == 1 || character < 256 ? keys[character] : KoWideFastKey(character);
-    }
-    template <class Unit>
-    int Decide(unsigned a, unsigned b) const
-    {
-        const o_u4b x = Key<Unit>(left, a);
-        const o_u4b y = Key<Unit>(right, b);
-        if (((x | y) & kSkippedKeys) != 0 || ((x ^ y) & mask) == 0)
-            return kUndecided;
-        // No branch: it could not be predicted.
-        return static_cast<int>((o_8b{x & mask} - o_8b{y & mask}) >> 63U) | 1;
-    }
-    bool IsOneCodeSet() const { return left == right; }
-    bool IgnoresCase() const { return (mask & 0x60U) == 0; }
-};
-struct KoByBytes {
-    template <class Unit>
-    static int Decide(unsigned a, unsigned b)
-    {
-        return static_cast<int>(a) - static_cast<int>(b);
-    }
-    static constexpr bool IsOneCodeSet() { return true; }
-    static constexpr bool IgnoresCase() { return false; }
-};
-
-/// Two texts of one width up to their first difference. They hold `leftUnits` and `rightUnits`
-/// characters with their terminators: whatever differs, differs before an end. Padded ones can be
-/// read up to a whole word, with zeros: for short texts that spares branches that cannot be
-/// predicted.
-template <class Unit, bool kWild, bool kPadded, class Decision>
-[[gnu::always_inline]] inline int KoCompareTerminated(const char* left, unsigned leftUnits,
-                                                      const char* right, unsigned rightUnits,
-                                                      Decision decision, unsigned& from)
-{
-    using L = KoLanes<Unit>;
-    const unsigned end = std::min(leftUnits, rightUnits);
-    const o_u8b foreign = decision.IsOneCodeSet() ? 0 : L::kTops;
-    unsigned i = 0;
-    o_u8b x, y, difference, zero, stops;
-    const auto look = [&] {
-        difference = x ^ y;
-        if (decision.IgnoresCase() && difference != 0)
-            difference = L::WithoutCase(y, difference);
-        zero = L::Zero(y);
-        stops = y & foreign;
-        if constexpr (kWild)
-            stops |= L::Wildcards(y);
-    };
-    const auto lookAt = [&] {
-        x = KoLanesAt<Unit>(left + std::size_t{i} * sizeof(Unit));
-        y = KoLanesAt<Unit>(right + std::size_t{i} * sizeof(Unit));
-        look();
-    };
-    if (kPadded || end >= L::kCount) {
-        lookAt();
-    } else {
-        x = KoFewLanesAt<Unit>(left, end);
-        y = KoFewLanesAt<Unit>(right, end);
-        look();
-    }
-    while ((difference | zero | stops) == 0) {
-        if (i + L::kCount == end)
-            return 0;
-        // The last word overlaps what is known to be equal.
-        i = std::min(i + L::kCount, end - L::kCount);
-        lookAt();
-    }
-    const o_u8b before = ~difference & (difference - 1); // all, where nothing differs
-    if ((stops & before) != 0) {
-        from = i;
-        return kUndecided;
-    }
-    if ((zero & before) != 0)
-        return 0;
-    constexpr unsigned kBits = 8 * sizeof(Unit);
-    const unsigned lane = static_cast<unsigned>(std::countr_zero(difference)) & ~(kBits - 1);
-    from = i + lane / kBits;
-    return decision.template Decide<Unit>(static_cast<Unit>(x >> lane),
-                                          static_cast<Unit>(y >> lane));
-}
-
-/// Of a text in memory that a terminator follows.
-struct KoTerminated {
-    const char* bytes;
-    unsigned size; ///< bytes with the terminator; 0 for no text
-    unsigned char codeSet, language;
-};
-
-/// The short way for two such texts. kUndecided for what it does not decide, else as KoCompareText.
-template <bool kPadded>
-[[gnu::always_inline]] inline int KoCompareHot(const KoTerminated& left, const KoTerminated& right,
-                                               o_u2b cmpOp, unsigned& from)
-{
-    constexpr o_u4b kMasks[] = {0x1FFFFFFFU, 0x1FFFFF9FU, 0x1FFFFFE0U, 0x1FFFFF80U};
-    from = 0;
-    if (left.size == 0 || right.size == 0)
-        return kUndecided;
-    if ((left.language | right.language) != KoLANG_NONE &&
-        (!KoKnown::IsPlain(left.language) || !KoKnown::IsPlain(right.language))) // or null
-        return kUndecided;
-    const unsigned width = KoCodeSetWidth(left.codeSet);
-    if (width != KoCodeSetWidth(right.codeSet))
-        return kUndecided;
-    if (width == 2 && (left.codeSet == KoCS_NULL || right.codeSet == KoCS_NULL))
-        return kUndecided; // null as well, where the language is none
-    const bool wild = (cmpOp & (KoCMP_PLAIN | KoCMP_NO_WILDCARDS)) == 0;
-    if ((left.codeSet | right.codeSet) == KoCS_NONE)
-        return wild ? kUndecided
-                    : KoCompareTerminated<o_u1b, false, kPadded>(left.bytes, left.size, right.bytes,
-                                                                 right.size, KoByBytes{}, from);
-    const KoByKeys keys{KoKnown::Keys(left.codeSet), KoKnown::Keys(right.codeSet),
-                        kMasks[cmpOp >> 5U & 3U]};
-    if (!wild)
-        return width == 1 ? KoCompareTerminated<o_u1b, false, kPadded>(
-                                left.bytes, left.size, right.bytes, right.size, keys, from)
-                          : KoCompareTerminated<o_u2b, false, kPadded>(
-                                left.bytes, left.size / 2, right.bytes, right.size / 2, keys, from);
-    if (!KoWildcards::AreDefault())
-        return kUndecided;
-    return width == 1
-               ? KoCompareTerminated<o_u1b, true, kPadded>(left.bytes, left.size, right.bytes,
-                                                           right.size, keys, from)
-               : KoCompareTerminated<o_u2b, true, kPadded>(left.bytes, left.size / 2, right.bytes,
-                                                           right.size / 2, keys, from);
 }
 
 #endif

@@ -16,25 +16,37 @@ public:
     /// The fast keys of the characters 0 to 255 of a code set.
     static const o_u4b* Keys(unsigned char codeSet)
     {
-        // Identifiers from 225 on all have 16-bit Unicode characters.
-        const auto known = std::min<unsigned char>(codeSet, 225);
-        const o_u4b* const keys = s_keys[known].load(std::memory_order_relaxed);
-        return keys != nullptr ? keys : AskKeys(known);
+        const o_u4b* const keys = KeysOrNull(codeSet);
+        return keys != nullptr ? keys : AskKeys(codeSet);
     }
     /// The collation variant of a language is 0; never of the null value's.
     static bool IsPlain(unsigned char language)
     {
         const unsigned char known = s_languages[language].load(std::memory_order_relaxed);
-        return known != 0 ? known == kPlain : AskLanguage(language);
+        return known != kUnknown ? known == kPlain : AskLanguage(language);
     }
 
+    // Without asking: null or false, too, for what is not known yet or means different things in
+    // turn, and for the code set that marks null values.
+    static const o_u4b* KeysOrNull(unsigned char codeSet)
+    {
+        return s_keys[codeSet].load(std::memory_order_relaxed);
+    }
+    static bool IsKnownPlain(unsigned char language)
+    {
+        return s_languages[language].load(std::memory_order_relaxed) == kPlain;
+    }
+    /// True where that knows more now.
+    static bool Learn(unsigned char codeSet, unsigned char language);
+
 private:
+    static constexpr unsigned char kUnknown = 0;
     static constexpr unsigned char kPlain = 1;
     static constexpr unsigned char kOther = 2;
     static const o_u4b* AskKeys(unsigned char codeSet);
     static bool AskLanguage(unsigned char language);
 
-    static std::atomic<const o_u4b*> s_keys[226];
+    static std::atomic<const o_u4b*> s_keys[256];
     static std::atomic<unsigned char> s_languages[256];
 };
 

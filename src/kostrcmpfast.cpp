@@ -1,14 +1,18 @@
 #include "kofastcompare.h"
+#include "kopaddedcompare.h"
 
 // What the tables of keys are looked up by, and comparing texts of different kinds by them.
 
-std::atomic<const o_u4b*> KoKnown::s_keys[226];
+std::atomic<const o_u4b*> KoKnown::s_keys[256];
 std::atomic<unsigned char> KoKnown::s_languages[256];
 
 const o_u4b* KoKnown::AskKeys(unsigned char codeSet)
 {
-    const o_u4b* const keys = KoLanguageContext::QueryCodeSet(codeSet)->FastKeys();
-    if (codeSet != KoCS_NONE) // which is the native one at the time
+    // Identifiers from 225 on all have 16-bit Unicode characters here, even that of the default
+    // one.
+    const auto asked = std::min<unsigned char>(codeSet, KoCS_UNICODE);
+    const o_u4b* const keys = KoLanguageContext::QueryCodeSet(asked)->FastKeys();
+    if (codeSet != KoCS_NONE && codeSet != KoCS_NULL) // the one is the native one at the time
         s_keys[codeSet].store(keys, std::memory_order_relaxed);
     return keys;
 }
@@ -20,6 +24,14 @@ bool KoKnown::AskLanguage(unsigned char language)
     if (language != KoLANG_DEFAULT)
         s_languages[language].store(plain ? kPlain : kOther, std::memory_order_relaxed);
     return plain;
+}
+
+bool KoKnown::Learn(unsigned char codeSet, unsigned char language)
+{
+    const bool knewKeys = KeysOrNull(codeSet) != nullptr;
+    const bool knewLanguage = IsKnownPlain(language);
+    return (!knewKeys && Keys(codeSet) == KeysOrNull(codeSet)) ||
+           (!knewLanguage && IsPlain(language) && IsKnownPlain(language));
 }
 
 o_u4b KoWideFastKey(unsigned character)
@@ -39,4 +51,11 @@ int KoCompareFast(const KoText& left, const KoText& right, const KoCompareMode& 
         return KoCompareByKeys(a, b, mode.mask, mode.wildcards, left.cut || right.cut, from);
     };
     return KoWithFastTexts(left, right, compare);
+}
+
+int KoCompareFrom(const KoString& left, const KoString& right, o_u2b cmpOp, unsigned limit,
+                  unsigned from)
+{
+    return KoCompareText(KoStringAccess::Get(left), KoStringAccess::Get(right), cmpOp, limit, from)
+        .order;
 }

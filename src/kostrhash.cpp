@@ -1,5 +1,5 @@
-#include "kocmpwalk.h"
 #include "kofasttext.h"
+#include "kohashwords.h"
 
 #include <kostrcmp.h>
 
@@ -9,79 +9,6 @@ namespace
 {
 
 constexpr o_u4b kHashOfNullText = 0xFEFE7575U;
-
-constexpr o_u4b PowerOf9(unsigned exponent)
-{
-    o_u4b power = 1;
-    for (o_u4b square = 9; exponent != 0; exponent >>= 1U, square *= square)
-        if ((exponent & 1U) != 0)
-            power *= square;
-    return power;
-}
-
-/// Eight bytes, the first one lowest.
-o_u8b LittleWordAt(const unsigned char* bytes)
-{
-    o_u8b word = KoWordAt(bytes);
-    if constexpr (std::endian::native == std::endian::big) {
-        word = (word & 0x00FF00FF00FF00FFU) << 8U | (word >> 8U & 0x00FF00FF00FF00FFU);
-        word = (word & 0x0000FFFF0000FFFFU) << 16U | (word >> 16U & 0x0000FFFF0000FFFFU);
-        word = word << 32U | word >> 32U;
-    }
-    return word;
-}
-
-/// How a byte counts, for eight bytes at once.
-struct Unsigned {
-    static o_u8b Of(o_u8b word) { return word; }
-    static constexpr o_u4b kEach = 0;
-};
-struct LowSeven {
-    static o_u8b Of(o_u8b word) { return word & 0x7F7F7F7F7F7F7F7FU; }
-    static constexpr o_u4b kEach = 0;
-};
-struct Signed { // c as a signed byte is (c xor 0x80) - 0x80
-    static o_u8b Of(o_u8b word) { return word ^ 0x8080808080808080U; }
-    static constexpr o_u4b kEach = 0U - 0x80U;
-};
-
-/// What eight bytes add to the hash: pairs are joined into 16, 32 and 64 bits, so that nothing
-/// waits for eight multiplications in turn.
-template <class Bytes>
-o_u4b HashOfWord(o_u8b word)
-{
-    word = Bytes::Of(word);
-    // At most 255 * 10, then 255 * 10 * 82: neither leaves its lane.
-    const o_u8b pairs = (word & 0x00FF00FF00FF00FFU) * 9 + (word >> 8U & 0x00FF00FF00FF00FFU);
-    const o_u8b fours = (pairs & 0x0000FFFF0000FFFFU) * 81 + (pairs >> 16U & 0x0000FFFF0000FFFFU);
-    return static_cast<o_u4b>(fours) * PowerOf9(4) + static_cast<o_u4b>(fours >> 32U) +
-           Bytes::kEach * ((PowerOf9(8) - 1) / 8);
-}
-
-template <class Bytes>
-o_u4b HashBytes(const char* text, unsigned count)
-{
-    const auto* at = reinterpret_cast<const unsigned char*>(text);
-    o_u8b head = 0;
-    const unsigned odd = count % 8;
-    // Zeros in front change nothing: the odd bytes are shifted into a word of them.
-    if (count >= 8)
-        head = odd == 0 ? 0 : LittleWordAt(at) << (64 - 8 * odd);
-    else
-        for (unsigned i = 0; i < odd; ++i)
-            head = head >> 8U | o_u8b{at[i]} << 56U;
-    o_u4b hash = HashOfWord<Bytes>(head);
-    at += odd;
-    count -= odd;
-    for (; count >= 32; at += 32, count -= 32)
-        hash = hash * PowerOf9(32) + HashOfWord<Bytes>(LittleWordAt(at)) * PowerOf9(24) +
-               HashOfWord<Bytes>(LittleWordAt(at + 8)) * PowerOf9(16) +
-               HashOfWord<Bytes>(LittleWordAt(at + 16)) * PowerOf9(8) +
-               HashOfWord<Bytes>(LittleWordAt(at + 24));
-    for (; count != 0; at += 8, count -= 8)
-        hash = hash * PowerOf9(8) + HashOfWord<Bytes>(LittleWordAt(at));
-    return hash;
-}
 
 /// The keys of an expanding character, in turn.
 o_u4b HashExpanded(o_u4b hash, const KoCodeSet& codeSet, unsigned character)
@@ -116,7 +43,7 @@ o_u4b HashKeys(const KoFastText<Unit>& text, const KoCodeSet& codeSet, unsigned 
                 one();
             continue;
         }
-        hash = hash * PowerOf9(4) + (a & kKey) * PowerOf9(3) + (b & kKey) * PowerOf9(2) +
+        hash = hash * KoPowerOf9(4) + (a & kKey) * KoPowerOf9(3) + (b & kKey) * KoPowerOf9(2) +
                (c & kKey) * 9 + (d & kKey);
         i += 4;
     }
@@ -125,29 +52,60 @@ o_u4b HashKeys(const KoFastText<Unit>& text, const KoCodeSet& codeSet, unsigned 
     return hash;
 }
 
-template <class Bytes>
+/// Texts of 8-bit characters by their keys.
+class HashOfKeys
+{
+public:
+    explicit HashOfKeys(const o_u4b* keys) : m_keys(keys) {}
+
+    /// Some character does, so that the hash is not theirs.
+    bool Expands() const { return (m_found & KoKEY_EXPANDS) != 0; }
+    o_u4b OfWord(o_u8b word)
+    {
+        const auto pair = [this, word](unsigned i) {
+            const o_u4b a = m_keys[word >> (8 * i) & 0xFFU];
+            const o_u4b b = m_keys[word >> (8 * i + 8) & 0xFFU];
+            m_found |= a | b;
+            return (a & kKey) * 9 + (b & kKey);
+        };
+        const o_u4b first = pair(0) * KoPowerOf9(2) + pair(2);
+        return first * KoPowerOf9(4) + pair(4) * KoPowerOf9(2) + pair(6);
+    }
+
+private:
+    static constexpr o_u4b kKey = ~o_u4b{KoKEY_FLAGS};
+
+    const o_u4b* m_keys;
+    o_u4b m_found = 0; ///< the flags of all characters
+};
+
+template <KoByteValue value>
 o_u4b HashOfString(const KoString& string)
 {
     const KoText text = KoStringAccess::Get(string);
     if (text.units == 0)
         return 0;
-    const unsigned end = KoUnitsBeforeZero(text.bytes, text.Width(), text.units);
-    if (text.Width() == 1)
-        return HashBytes<Bytes>(text.bytes, end);
+    if (text.Width() == 1) {
+        KoHashOfBytes<value> hashOf;
+        return KoHashWords(text.bytes, text.units, true, hashOf);
+    }
     // The bytes of other 16-bit code sets, in the order of the machines that values come from: the
     // low one first, and the first zero byte is the end.
     const bool units = text.codeSet == KoCS_UNICODE;
+    constexpr bool kLow = value == KoByteValue::kLowSeven;
     o_u4b hash = 0;
-    for (unsigned i = 0; i < end; ++i) {
+    for (unsigned i = 0; i < text.units; ++i) {
         const unsigned unit = text.At(i);
+        if (unit == 0)
+            break;
         if (units) {
-            hash = hash * 9 + (Bytes::kEach == 0 ? unit & 0x7FU : unit);
+            hash = hash * 9 + (kLow ? unit & 0x7FU : unit);
             continue;
         }
         for (const unsigned byte : {unit & 0xFFU, unit >> 8U}) {
             if (byte == 0)
                 return hash;
-            hash = hash * 9 + static_cast<o_u4b>(Bytes::Of(byte) & 0xFFU) + Bytes::kEach;
+            hash = hash * 9 + (kLow ? byte & 0x7FU : byte - (byte & 0x80U) * 2);
         }
     }
     return hash;
@@ -161,13 +119,27 @@ o_u4b KoHashText(const KoText& text, unsigned limit)
         return kHashOfNullText;
     if (text.units == 0 || limit == 0)
         return 0;
+    if (text.Width() == 1 && limit == kNoLimit) {
+        if (text.codeSet == KoCS_NONE) {
+            KoHashOfBytes<KoByteValue::kUnsigned> hashOf;
+            return KoHashWords(text.bytes, text.units, false, hashOf);
+        }
+        if (KoHasFastKeys(text)) {
+            HashOfKeys hashOf(KoKnown::Keys(text.codeSet));
+            const o_u4b hash = KoHashWords(text.bytes, text.units, false, hashOf);
+            if (!hashOf.Expands())
+                return hash;
+        }
+    }
     const unsigned end = KoUnitsBeforeZero(text.bytes, text.Width(), std::min(text.units, limit));
     // Of the characters that are asked for, those behind the end count as zeros.
     const auto padded = [limit](o_u4b hash, unsigned done) {
-        return limit == kNoLimit ? hash : hash * PowerOf9(limit - done);
+        return limit == kNoLimit ? hash : hash * KoPowerOf9(limit - done);
     };
-    if (text.codeSet == KoCS_NONE)
-        return padded(HashBytes<Unsigned>(text.bytes, end), end);
+    if (text.codeSet == KoCS_NONE) {
+        KoHashOfBytes<KoByteValue::kUnsigned> hashOf;
+        return padded(KoHashWords(text.bytes, end, false, hashOf), end);
+    }
     if (limit == kNoLimit && KoHasFastKeys(text)) {
         const KoCodeSet& codeSet = KoCodeSetOf(text);
         return text.Width() == 1 ? HashKeys(KoFastText<o_u1b>(text), codeSet, end)
@@ -183,10 +155,10 @@ o_u4b KoHashText(const KoText& text, unsigned limit)
 
 unsigned HashKoString(const KoString& string)
 {
-    return HashOfString<Signed>(string);
+    return HashOfString<KoByteValue::kSigned>(string);
 }
 
 unsigned HashKoString7(const KoString& string)
 {
-    return HashOfString<LowSeven>(string);
+    return HashOfString<KoByteValue::kLowSeven>(string);
 }

@@ -70,12 +70,12 @@ int KoStringAccess::Convert(KoString& string, const KoText& text, unsigned char 
 
 char* KoStringAccess::Allocate(std::size_t size)
 {
-    const std::size_t padded = (size + 7) & ~std::size_t{7};
+    const std::size_t padded = (size + kBlock - 1) / kBlock * kBlock;
     auto* const buffer = static_cast<char*>(KoAlloc(padded));
     if (buffer == nullptr)
         KoCallMemoryHandler(size);
     else
-        std::memset(buffer + padded - 8, 0, 8);
+        std::memset(buffer + padded - kBlock, 0, kBlock);
     return buffer;
 }
 

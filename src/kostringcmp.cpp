@@ -1,4 +1,4 @@
-#include "kofastcompare.h"
+#include "kopaddedcompare.h"
 
 #include <kostrcmp.h>
 
@@ -66,20 +66,130 @@ unsigned HashString(unsigned char codeSet, unsigned char language, char* text, s
 
 // ---- members of strings
 
+namespace
+{
+
+// Each function below calls the next one last of all and what it may need to ask is asked at the
+// very end: then the common ways keep no register and take no stack.
+
+/// 16-bit characters that differ, of which at least one is not in the tables of 8-bit ones.
+[[gnu::noinline]] int CompareWideFrom(const KoString& left, const KoString& right, o_u2b cmpOp,
+                                      unsigned from)
+{
+    const KoText x = KoStringAccess::Get(left);
+    const KoText y = KoStringAccess::Get(right);
+    const KoByKeys keys(KoKnown::Keys(x.codeSet), KoKnown::Keys(y.codeSet), cmpOp);
+    const int order = keys.DecideWide(x.At(from), y.At(from));
+    return order != kUndecided ? order : KoCompareFrom(left, right, cmpOp, kNoLimit, from);
+}
+
+template <class Walk>
+[[gnu::always_inline]] inline int Decided(int order, const Walk& walk, const KoString& left,
+                                          const KoString& right, o_u2b cmpOp)
+{
+    return order != kUndecided ? order
+           : Walk::kIsWide     ? CompareWideFrom(left, right, cmpOp, walk.At())
+                               : KoCompareFrom(left, right, cmpOp, kNoLimit, walk.At());
+}
+
+/// Of long texts that begin alike.
+template <class Walk, class Decision>
+[[gnu::noinline]] int CompareLong(const KoString& left, const KoString& right, o_u2b cmpOp)
+{
+    const KoText x = KoStringAccess::Get(left);
+    const KoText y = KoStringAccess::Get(right);
+    Walk walk(x.bytes, y.bytes);
+    walk.Start(KoSkipEqual(x.bytes, y.bytes, std::min(x.units, y.units)));
+    return Decided(walk.Run(Decision::Of(x, y, cmpOp)), walk, left, right, cmpOp);
+}
+
+template <class LeftUnit, class RightUnit, bool kWild, class Decision>
+[[gnu::always_inline]] inline int ComparePadded(const KoString& left, const KoString& right,
+                                                o_u2b cmpOp, const Decision& decision)
+{
+    using Walk = KoPaddedWalk<LeftUnit, RightUnit, kWild>;
+    Walk walk(KoStringAccess::Get(left).bytes, KoStringAccess::Get(right).bytes);
+    const int order = walk.template Run<Walk::kLong>(decision);
+    if constexpr (Walk::kLong != 0)
+        if (order == Walk::kGoesOn)
+            return CompareLong<Walk, Decision>(left, right, cmpOp);
+    return Decided(order, walk, left, right, cmpOp);
+}
+
+/// What no short way takes, or not before the tables are known.
+[[gnu::noinline]] int CompareOther(const KoString& left, const KoString& right, short len,
+                                   o_u2b cmpOp)
+{
+    if (cmpOp == KoCMP_DEFAULT)
+        return left.Compare(right, len, KoLanguageContext::GetDefaultCmpOp());
+    bool learnt = false;
+    for (const KoString* string : {&left, &right}) {
+        const KoText text = KoStringAccess::Get(*string);
+        learnt = KoKnown::Learn(text.codeSet, text.language) || learnt;
+    }
+    return learnt ? left.Compare(right, len, cmpOp)
+                  : KoCompareFrom(left, right, cmpOp, LimitOf(len), 0);
+}
+
+template <class LeftUnit, class RightUnit, bool kWild>
+[[gnu::noinline]] int CompareByKeys(const KoString& left, const KoString& right, o_u2b cmpOp,
+                                    const o_u4b* leftKeys, const o_u4b* rightKeys)
+{
+    return ComparePadded<LeftUnit, RightUnit, kWild>(left, right, cmpOp,
+                                                     KoByKeys(leftKeys, rightKeys, cmpOp));
+}
+
+template <bool kWild>
+int CompareByWidth(const KoString& left, const KoString& right, o_u2b cmpOp, const o_u4b* leftKeys,
+                   const o_u4b* rightKeys)
+{
+    const bool rightIsWide = KoStringAccess::Get(right).Width() == 2;
+    const auto compare =
+        KoStringAccess::Get(left).Width() == 2
+            ? rightIsWide ? CompareByKeys<o_u2b, o_u2b, kWild> : CompareByKeys<o_u2b, o_u1b, kWild>
+        : rightIsWide ? CompareByKeys<o_u1b, o_u2b, kWild>
+                      : CompareByKeys<o_u1b, o_u1b, kWild>;
+    return compare(left, right, cmpOp, leftKeys, rightKeys);
+}
+
+[[gnu::noinline]] int CompareAny(const KoString& left, const KoString& right, short len,
+                                 o_u2b cmpOp)
+{
+    const KoText x = KoStringAccess::Get(left);
+    const KoText y = KoStringAccess::Get(right);
+    const o_u4b* const leftKeys = KoKnown::KeysOrNull(x.codeSet);
+    const o_u4b* const rightKeys = KoKnown::KeysOrNull(y.codeSet);
+    const bool wild = (cmpOp & (KoCMP_PLAIN | KoCMP_NO_WILDCARDS)) == 0;
+    if (len >= 0 || cmpOp == KoCMP_DEFAULT || leftKeys == nullptr || rightKeys == nullptr ||
+        x.bytes == nullptr || y.bytes == nullptr || !KoKnown::IsKnownPlain(x.language) ||
+        !KoKnown::IsKnownPlain(y.language) || (wild && !KoWildcards::AreDefault()))
+        return CompareOther(left, right, len, cmpOp);
+    return wild ? CompareByWidth<true>(left, right, cmpOp, leftKeys, rightKeys)
+                : CompareByWidth<false>(left, right, cmpOp, leftKeys, rightKeys);
+}
+
+} // namespace
+
 int KoString::Compare(const KoString& other, short len, unsigned short cmpOp) const
 {
-    const o_u2b asked = KoResolvedCmpOp(cmpOp);
-    unsigned from = 0;
-    if (len < 0) {
-        const int order = KoCompareHot<true>(
-            {m_buffer, m_size, m_codeSet, m_language},
-            {other.m_buffer, other.m_size, other.m_codeSet, other.m_language}, asked, from);
-        if (order != kUndecided)
-            return order;
+    // Nearly all pairs: two texts of one code set without a language. All other tests wait.
+    if (len < 0 && (cmpOp & (KoCMP_PLAIN | KoCMP_NO_WILDCARDS)) != 0 && cmpOp != KoCMP_DEFAULT &&
+        m_codeSet == other.m_codeSet && (m_language | other.m_language) == KoLANG_NONE &&
+        m_buffer != nullptr && other.m_buffer != nullptr) {
+        if (m_codeSet == KoCS_NONE)
+            return ComparePadded<o_u1b, o_u1b, false>(*this, other, cmpOp, KoByBytes{});
+        const o_u4b* const keys = KoKnown::KeysOrNull(m_codeSet);
+        if (keys == nullptr)
+            return CompareAny(*this, other, len, cmpOp);
+        if (Width() == 2)
+            return CompareByKeys<o_u2b, o_u2b, false>(*this, other, cmpOp, keys, keys);
+        using Walk = KoPaddedWalk<o_u1b, o_u1b, false>;
+        const int order = Walk(m_buffer, other.m_buffer).RunFirst(KoByKeys(keys, keys, cmpOp));
+        return order != Walk::kGoesOn
+                   ? order
+                   : CompareByKeys<o_u1b, o_u1b, false>(*this, other, cmpOp, keys, keys);
     }
-    return KoCompareText(KoStringAccess::Get(*this), KoStringAccess::Get(other), asked,
-                         LimitOf(len), from)
-        .order;
+    return CompareAny(*this, other, len, cmpOp);
 }
 
 int KoString::operator!=(const KoString& other) const

@@ -50,9 +50,11 @@ struct KoStringAccess {
                        unsigned char language);
     /// Appends `count` characters of the default 8-bit code set, no zero among them.
     static void Append(KoString& string, const char* text, std::size_t count);
+    /// The bytes of a string's buffer are a multiple of this, those behind the text zeros.
+    static constexpr std::size_t kBlock = 16;
     /// Memory for the text of a string, `size` bytes with the terminator, or null after the memory
-    /// handler. Up to a whole word there are zeros behind it, and every buffer of a string comes
-    /// from here: comparing reads a text's first word whatever its length.
+    /// handler. Every buffer of a string comes from here: comparing and hashing read whole blocks,
+    /// up to the one with the terminator.
     static char* Allocate(std::size_t size);
     static KoText Get(const KoString& string)
     {

@@ -1,4 +1,5 @@
 #include "kofasttext.h"
+#include "kolanes.h"
 #include "kowildmatch.h"
 
 // Matching wildcards by tables of keys.
@@ -22,21 +23,24 @@ public:
         for (unsigned i = from; i < text.Units() && text[i] != 0; ++i) {
             if (to == m_keys + kLongest)
                 return false;
-            o_u4b key = text.Key(text[i]);
+            unsigned character = text[i];
+            o_u4b key = text.Key(character);
             // An expanding character can be no wildcard: its first order is.
             if ((key & KoKEY_EXPANDS) != 0)
                 return false;
             if (key == escape) {
                 if (i + 1 < text.Units() && text[i + 1] != 0)
-                    key = text.Key(text[++i]);
+                    key = text.Key(character = text[++i]);
                 if ((key & KoKEY_EXPANDS) != 0)
                     return false;
             } else if (key == run || key == one) {
                 *to++ = key == run ? kRun : kOne;
                 continue;
             }
-            if ((key & leftOut) == 0)
+            if ((key & leftOut) == 0) {
+                m_characters[to - m_keys] = static_cast<o_u2b>(character);
                 *to++ = key & mask;
+            }
         }
         *to = 0;
         return true;
@@ -46,8 +50,10 @@ public:
     class Place
     {
     public:
-        explicit Place(const Pattern& pattern) : m_at(pattern.m_keys) {}
+        explicit Place(const Pattern& pattern) : m_pattern(&pattern), m_at(pattern.m_keys) {}
         o_u4b Key() const { return *m_at; }
+        /// Of a literal.
+        unsigned Character() const { return m_pattern->m_characters[m_at - m_pattern->m_keys]; }
         KoPatternKind Kind() const
         {
             return *m_at > kRun    ? KoPatternKind::kLiteral
@@ -58,6 +64,7 @@ public:
         void Advance() { ++m_at; }
 
     private:
+        const Pattern* m_pattern;
         const o_u4b* m_at;
     };
 
@@ -68,6 +75,7 @@ private:
     static constexpr unsigned kLongest = 127;
 
     o_u4b m_keys[kLongest + 1];
+    o_u2b m_characters[kLongest]; ///< of the literals
 };
 
 /// A place in the text. At a character that tables cannot tell all about it ends, and `stuck` is
@@ -92,6 +100,25 @@ public:
         return key & m_mask;
     }
     void Advance() { ++m_at; }
+    /// Over ASCII characters that are not the pattern's literal, whose case may not count.
+    void Seek(const Pattern::Place& pattern)
+    {
+        using Block = KoBlock<Unit>;
+        const unsigned character = pattern.Character();
+        if (sizeof(Unit) != 1 || m_stops != KoKEY_EXPANDS || character >= 0x80)
+            return;
+        const unsigned turned = character ^ 0x20U;
+        const unsigned other = (m_text->Key(turned) & m_mask) == pattern.Key() ? turned : character;
+        for (; m_at + Block::kCount <= m_text->Units(); m_at += Block::kCount) {
+            const Block block = Block::At(m_text->Bytes(m_at));
+            const auto stops =
+                (block.Is(character) | block.Is(other) | block.Is(0) | block.IsNotAscii()).Bits();
+            if (stops != 0) {
+                m_at += Block::First(stops);
+                return;
+            }
+        }
+    }
 
 private:
     const KoFastText<Unit>* m_text;

@@ -4,7 +4,8 @@
 #include "kocmpwalk.h"
 
 /// Matching a text against a pattern of keys. `Text` is a place in the text: Key(), which is 0 at
-/// the end, and Advance(). `Pattern` is one in the pattern and has Kind() as well. Both are copied.
+/// the end, and Advance(); it may have Seek(pattern), which skips some places where the pattern
+/// cannot begin. `Pattern` is one in the pattern and has Kind() as well. Both are copied.
 
 enum class KoPatternKind : unsigned char { kEnd, kLiteral, kOne, kRun };
 
@@ -23,9 +24,10 @@ struct KoMatch {
 };
 
 /// Going back to the last run suffices: if the pattern up to that run fits at all, it fits at the
-/// first place where it does. So the time is at most the product of the two lengths.
+/// first place where it does. So the time is at most the product of the two lengths. Inlined:
+/// handing the places over takes as long as matching a word.
 template <class Text, class Pattern>
-KoMatch KoMatchWildcards(Text text, Pattern pattern)
+[[gnu::always_inline]] inline KoMatch KoMatchWildcards(Text text, Pattern pattern)
 {
     Text retryText = text;
     Pattern retryPattern = pattern;
@@ -35,6 +37,8 @@ KoMatch KoMatchWildcards(Text text, Pattern pattern)
         if (retryPattern.Kind() != KoPatternKind::kLiteral)
             return;
         const o_u4b first = retryPattern.Key();
+        if constexpr (requires { retryText.Seek(retryPattern); })
+            retryText.Seek(retryPattern);
         for (o_u4b key = retryText.Key(); key != first && key != 0; key = retryText.Key())
             retryText.Advance();
     };

@@ -182,6 +182,55 @@ TEST(StrCmp, AgreesWithTheRulesWrittenSimply)
     }
 }
 
+// Texts are compared by blocks of several lengths: a difference or an end may stand anywhere in
+// one. A zero among the characters ends a text, whatever stands behind it.
+TEST(StrCmp, TextsOfAnyLengthDifferAnywhere)
+{
+    const struct {
+        unsigned char left, right;
+    } rows[] = {{0, 0}, {1, 1}, {1, 2}, {253, 253}, {1, 253}, {253, 2}};
+    const auto make = [](unsigned char codeSet, const std::string& text) {
+        KoString string(text.c_str());
+        EXPECT_TRUE(codeSet == 0 ? string.SetCodeSetCode(0) == 0
+                                 : string.MapToCodeSet(codeSet) == 0);
+        return string;
+    };
+    for (const auto& row : rows)
+        for (unsigned length = 1; length < 420; length += length < 70 ? 1 : 37)
+            for (unsigned at = 0; at < length; at += length < 70 ? 3 : 11) {
+                std::string text;
+                for (unsigned i = 0; i < length; ++i)
+                    text += static_cast<char>('b' + i % 7);
+                const KoString left = make(row.left, text);
+                std::string other = text;
+                other[at] = 'z';
+                const KoString greater = make(row.right, other);
+                other = text;
+                other[at] = static_cast<char>(other[at] - 0x20);
+                const KoString upper = make(row.right, other);
+                const KoString shorter = make(row.right, text.substr(0, at));
+                const bool bytes = row.left == 0;
+                for (const unsigned word : {0x10U, 0x30U, 0x70U, 0U}) {
+                    const auto cmpOp = static_cast<o_u2b>(word);
+                    const bool noCase = !bytes && (cmpOp & 0x20) != 0;
+                    ASSERT_EQ(left.Compare(make(row.right, text), -1, cmpOp), 0) << length;
+                    ASSERT_LT(left.Compare(greater, -1, cmpOp), 0) << length << ", " << at;
+                    ASSERT_GT(left.Compare(shorter, -1, cmpOp), 0) << length << ", " << at;
+                    ASSERT_EQ(Sign(left.Compare(upper, -1, cmpOp)), noCase ? 0 : 1)
+                        << length << ", " << at << " under " << cmpOp;
+                }
+                if (left.Width() != 1 || greater.Width() != 1)
+                    continue;
+                KoString ended = left;
+                KoString endedGreater = greater;
+                const_cast<char*>(ended.StrGet())[at / 2] = '\0';
+                const_cast<char*>(endedGreater.StrGet())[at / 2] = '\0';
+                ASSERT_EQ(ended.Compare(endedGreater, -1, 0x10), 0) << length << ", " << at;
+                ASSERT_EQ(HashKoString(ended), HashKoString(make(row.left, text.substr(0, at / 2))))
+                    << length << ", " << at;
+            }
+}
+
 TEST(StrCmp, NullsLengthsAndBytes)
 {
     KoString null;
