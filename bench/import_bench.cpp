@@ -7,14 +7,13 @@
 // texts byte by byte, kotm through the text type.
 
 #include "ratio.h"
+#include "sqlitepeer.h"
 
 #include <csvreader.h>
 #include <fieldreader.h>
 #include <importer.h>
 #include <scan.h>
 #include <store.h>
-
-#include <sqlite3.h>
 
 #include <charconv>
 #include <cstdlib>
@@ -28,27 +27,12 @@ namespace
 
 namespace fs = std::filesystem;
 
-[[noreturn]] void Fail(const std::string& what)
-{
-    std::fprintf(stderr, "import_bench: %s\n", what.c_str());
-    std::exit(1);
-}
-
 std::string ReadAll(const std::string& path)
 {
     std::ostringstream text;
     text << std::ifstream(path, std::ios::binary).rdbuf();
     return text.str();
 }
-
-/// The folder of the run's files; it goes with the process.
-struct Folder {
-    fs::path path =
-        fs::temp_directory_path() / ("kotm-bench-" + std::to_string(std::random_device()()));
-    Folder() { fs::create_directory(path); }
-    ~Folder() { fs::remove_all(path); }
-    std::string operator/(const char* name) const { return (path / name).string(); }
-};
 
 const std::string kSample = KO_EXAMPLES "/birdstrikes.csv";
 
@@ -92,39 +76,6 @@ void Generate(Data& data, std::uint64_t rows)
         out << '\n';
     }
 }
-
-class Database
-{
-public:
-    explicit Database(const std::string& path)
-    {
-        Check(sqlite3_open(path.c_str(), &m_db));
-        Run("PRAGMA cache_size = -65536");
-    }
-    ~Database() { sqlite3_close(m_db); }
-    Database(const Database&) = delete;
-    Database& operator=(const Database&) = delete;
-
-    void Run(const std::string& sql)
-    {
-        Check(sqlite3_exec(m_db, sql.c_str(), nullptr, nullptr, nullptr));
-    }
-
-    sqlite3_stmt* Prepare(const std::string& sql)
-    {
-        sqlite3_stmt* statement = nullptr;
-        Check(sqlite3_prepare_v2(m_db, sql.c_str(), -1, &statement, nullptr));
-        return statement;
-    }
-
-private:
-    void Check(int code)
-    {
-        if (code != SQLITE_OK)
-            Fail(sqlite3_errmsg(m_db));
-    }
-    sqlite3* m_db = nullptr;
-};
 
 std::uint64_t ImportWithSqlite(const Data& data, const std::string& csvPath,
                                const std::string& path)

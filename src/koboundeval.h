@@ -32,7 +32,7 @@ inline constexpr unsigned kQueryMask = 0x800F;
 /// numbers from `from` to `to`. NaN and infinity inside count as DBL_MAX.
 double KoRangeCount(unsigned op, double from, double to, double low, double high);
 
-/// A number that may be null, and then is 0.
+/// A number that may be null. The number of a null one is what is stored with it.
 struct KoNullPoint {
     double number;
     bool null;
