@@ -1,5 +1,6 @@
 #include "ratio.h"
 
+#include <kostrcmp.h>
 #include <kostring.h>
 
 #include <charconv>

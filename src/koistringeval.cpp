@@ -44,7 +44,8 @@ struct Weights {
         const unsigned char* const begin = weights;
         const unsigned char* end = begin + count;
         const auto* found = std::find_if(begin, end, [&of](unsigned char weight) {
-            return weight == of.first['*'] || weight == of.first['?'] || weight == of.first['\\'];
+            return weight == of.first[+'*'] || weight == of.first[+'?'] ||
+                   weight == of.first[+'\\'];
         });
         if (found == end)
             return;
@@ -94,8 +95,8 @@ double DigitOf(unsigned weight)
         return kFirstLetter - 1.0 + (weight - '9') / 32.0;
     if (weight > kFirst[+'Z'])
         return kLetterBase - 1.0 + weight / kWeightBase;
-    const auto* behind = std::upper_bound(kFirst + 'a', kFirst + 'z' + 1, weight);
-    return kFirstLetter + static_cast<double>(behind - (kFirst + 'a') - 1);
+    const auto* behind = std::upper_bound(&kFirst[+'a'], &kFirst[+'z'] + 1, weight);
+    return kFirstLetter + static_cast<double>(behind - &kFirst[+'a'] - 1);
 }
 
 bool HasLetterOrNumeral(const Weights& text)
