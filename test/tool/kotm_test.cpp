@@ -203,8 +203,11 @@ TEST_F(KotmStore, SurvivesBeingKilled)
     for (int i = 0; i < 8000; ++i)
         csv += std::to_string(i) + ",title " + std::to_string(i * 7919 % 8000) + ",x," +
                std::to_string(i % 100) + "\n";
-    m_folder.Write("big", csv);
     const std::string small = "Id,Title,Latin,Weight\n1,a,b,2\n";
+    const auto start = std::chrono::steady_clock::now();
+    ASSERT_EQ(Import(csv).status, 0);
+    const auto whole = std::chrono::steady_clock::now() - start;
+    m_folder.Write("big", csv);
     int killed = 0;
     for (int delay = 0; delay < 10; ++delay) {
         const bool fresh = delay % 2 == 0;
@@ -220,7 +223,7 @@ TEST_F(KotmStore, SurvivesBeingKilled)
                   "--schema", m_schema.c_str(), nullptr);
             _exit(127);
         }
-        std::this_thread::sleep_for(std::chrono::milliseconds(delay * 12));
+        std::this_thread::sleep_for(whole * delay / 12);
         kill(child, SIGKILL);
         int status = 0;
         waitpid(child, &status, 0);
