@@ -77,6 +77,12 @@ void Generate(Data& data, std::uint64_t rows)
     }
 }
 
+/// What SQLite keeps as an integer: dates in their format are texts to it.
+bool IsNumber(const kotm::Attribute& attribute)
+{
+    return !attribute.type.IsText() && !attribute.format;
+}
+
 std::uint64_t ImportWithSqlite(const Data& data, const std::string& csvPath,
                                const std::string& path)
 {
@@ -85,7 +91,7 @@ std::uint64_t ImportWithSqlite(const Data& data, const std::string& csvPath,
     std::string insert = "INSERT INTO t VALUES (";
     for (const kotm::Attribute& attribute : data.schema.attributes) {
         const char* separator = create.back() == '(' ? "" : ", ";
-        create += separator + attribute.name + (attribute.type.IsText() ? " TEXT" : " INTEGER");
+        create += separator + attribute.name + (IsNumber(attribute) ? " INTEGER" : " TEXT");
         insert += std::string(separator) + "?";
     }
     db.Run("BEGIN");
@@ -97,8 +103,7 @@ std::uint64_t ImportWithSqlite(const Data& data, const std::string& csvPath,
     for (; csv.Next() == kotm::CsvReader::Result::Row; ++rows) {
         int column = 0;
         for (const std::string_view field : csv.Fields()) {
-            const bool text =
-                data.schema.attributes[static_cast<std::size_t>(column++)].type.IsText();
+            const bool text = !IsNumber(data.schema.attributes[static_cast<std::size_t>(column++)]);
             long long number = 0;
             if (field.empty())
                 sqlite3_bind_null(statement, column);

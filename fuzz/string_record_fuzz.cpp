@@ -76,10 +76,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Require(!wellFormed || written == bytes, "a well-formed record is written as it was");
     std::vector<KoString> again(count);
     StringLoad(again.data(), written.data(), format, count);
-    Require(again == texts, "written strings are read again");
+    for (unsigned i = 0; i < count; ++i) {
+        // Not by ==, to which an escape in a text means something.
+        Require(again[i].IsNullValue() == texts[i].IsNullValue() &&
+                    again[i].Compare(texts[i], KoString::kRest, KoCMP_PLAIN) == 0,
+                "written strings are read again");
+    }
 
     int status;
-    Require(StringCompare(format, 0, written.data(), needed, written.data(), 0, count, status) == 0,
+    Require(StringCompare(format, 0, written.data(), needed, written.data(), KoCMP_PLAIN, count,
+                          status) == 0,
             "a string equals itself");
     // Both forms have one order and one hash; a null mark of a stored string is no code set.
     if (wellFormed && status == 0) {
@@ -92,8 +98,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (unsigned cut = 1; cut < needed && cut < 40; ++cut) {
         std::vector<unsigned char> key(written.begin(), written.begin() + cut);
         key.shrink_to_fit();
-        const int order =
-            StringCompare(format, cut, key.data(), needed, written.data(), 0, count, status);
+        const int order = StringCompare(format, cut, key.data(), needed, written.data(),
+                                        KoCMP_PLAIN, count, status);
         Require(order == 0, "a cut key does not differ from its record");
     }
     return 0;

@@ -33,13 +33,10 @@ KOTMS_API int KoStrCmp(unsigned char codeSet1, unsigned char language1, const ch
 
 /// The order of `count` strings in memory or of stored ones of either layout (see KoTypeCmpFunc).
 /// `status` is 0 or one of these:
-///
-/// | status | meaning |
-/// |---|---|
-/// | KoRC_TRUNCATED | a size ended before the texts differed: the result is what they give that far
-/// | | KoRC_NULL_MARK | a null mark, on the left or on both sides | | KoRC_NULL_MARK_RIGHT | a null
-/// mark on the right alone | | KoRC_NOT_SUPPORTED | a cut text of 254 bytes or more; the result is
-/// -1 |
+/// - KoRC_TRUNCATED: a size ended before the texts differed; the result is what they give that far
+/// - KoRC_NULL_MARK: a null mark, on the left or on both sides
+/// - KoRC_NULL_MARK_RIGHT: a null mark on the right alone
+/// - KoRC_NOT_SUPPORTED: a cut text of 254 bytes or more; the result is -1
 ///
 /// A stored text of fewer bytes than its record tells is a cut key. With wildcards on, a
 /// cut text is compared up to the first wildcard of the pattern, and is decided behind it only by a

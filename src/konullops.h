@@ -167,11 +167,10 @@ struct NullOps : ElementOps<KoNull<typename Base::Value>, NullOps<Base, id>, id>
     static void ScanOne(Element& element, const KoString& text, const char* format)
     {
         // A null print string may begin as numbers do: "-" must not take "-5" for null.
-        if (KoIsNullText(text, true))
-            element.SetNullValue();
-        else if (Text::Scan(element.value, text, format))
+        const bool isNull = KoIsNullText(text, true);
+        if (!isNull && Text::Scan(element.value, text, format))
             element.null = 0;
-        else if (KoIsNullText(text, false))
+        else if (isNull || KoIsNullText(text, false))
             element.SetNullValue();
     }
     static int ParseOne(Element& element, const KoString& text, const char* format,

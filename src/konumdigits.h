@@ -11,7 +11,7 @@
 
 inline constexpr auto koDigitPairs = [] {
     std::array<char, 200> pairs{};
-    for (unsigned i = 0; i < 100; ++i) {
+    for (std::size_t i = 0; i < 100; ++i) {
         pairs[2 * i] = static_cast<char>('0' + i / 10);
         pairs[2 * i + 1] = static_cast<char>('0' + i % 10);
     }
@@ -20,7 +20,7 @@ inline constexpr auto koDigitPairs = [] {
 
 inline void KoPutPair(char* out, o_u4b n)
 {
-    std::memcpy(out, &koDigitPairs[2 * n], 2);
+    std::memcpy(out, &koDigitPairs[std::size_t{2} * n], 2);
 }
 
 /// Exactly eight digits, with leading zeros; `n` is below 10^8.

@@ -26,12 +26,11 @@ o_u4b HashKeys(const KoFastText<Unit>& text, const KoCodeSet& codeSet, unsigned 
     constexpr o_u4b kKey = ~o_u4b{KoKEY_FLAGS};
     o_u4b hash = 0;
     unsigned i = 0;
-    const auto one = [&] {
-        const unsigned character = text[i];
+    const auto one = [&](unsigned at) {
+        const unsigned character = text[at];
         const o_u4b key = text.Key(character);
         hash = (key & KoKEY_EXPANDS) != 0 ? HashExpanded(hash, codeSet, character)
                                           : hash * 9 + (key & kKey);
-        ++i;
     };
     while (i + 4 <= end) {
         const o_u4b a = text.Key(text[i]);
@@ -39,16 +38,16 @@ o_u4b HashKeys(const KoFastText<Unit>& text, const KoCodeSet& codeSet, unsigned 
         const o_u4b c = text.Key(text[i + 2]);
         const o_u4b d = text.Key(text[i + 3]);
         if (((a | b | c | d) & KoKEY_EXPANDS) != 0) {
-            for (int expanding = 0; expanding < 4; ++expanding)
-                one();
+            for (const unsigned block = i; i < block + 4; ++i)
+                one(i);
             continue;
         }
         hash = hash * KoPowerOf9(4) + (a & kKey) * KoPowerOf9(3) + (b & kKey) * KoPowerOf9(2) +
                (c & kKey) * 9 + (d & kKey);
         i += 4;
     }
-    while (i < end)
-        one();
+    for (; i < end; ++i)
+        one(i);
     return hash;
 }
 

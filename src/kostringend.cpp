@@ -52,7 +52,7 @@ private:
     struct Pair {
         o_u2b order;
         o_u2b character;
-        auto operator<=>(const Pair&) const = default;
+        auto operator<=>(const Pair&) const = default; // NOLINT(modernize-use-nullptr): a false one
     };
     Pair m_pairs[kFirstByValue];
     unsigned m_count = 0;

@@ -12,7 +12,7 @@
 std::size_t KoSkipEqualPlain(const char* left, const char* right, std::size_t end)
 {
     using Block = KoBlock<o_u1b>;
-    constexpr std::size_t kStep = 4 * Block::kCount;
+    constexpr auto kStep = std::size_t{4} * Block::kCount;
     std::size_t at = 0;
     for (; at + kStep <= end; at += kStep) {
         const auto stops = [left, right](std::size_t i) {

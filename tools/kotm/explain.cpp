@@ -196,6 +196,7 @@ private:
     static std::vector<Cell> Cells(const std::array<std::string, 8>& texts)
     {
         std::vector<Cell> cells;
+        cells.reserve(texts.size());
         for (const std::string& text : texts)
             cells.push_back({text, false, false});
         return cells;

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <fstream>
 #include <ostream>
+#include <sstream>
 
 namespace kotm
 {
@@ -147,12 +148,13 @@ std::vector<std::size_t> MapColumns(CsvReader& csv, const std::string& path, con
     std::vector<std::size_t> columns;
     for (const Attribute& attribute : schema.attributes) {
         const auto found = std::find(header.begin(), header.end(), attribute.column);
-        const std::string named =
-            "column \"" + attribute.column + "\" (attribute " + attribute.name + ")";
-        if (found == header.end())
-            throw Failure(Exit::Usage, path + ": the header has no " + named);
-        if (std::find(found + 1, header.end(), attribute.column) != header.end())
-            throw Failure(Exit::Usage, path + ": the header has more than one " + named);
+        const bool missing = found == header.end();
+        if (missing || std::find(found + 1, header.end(), attribute.column) != header.end()) {
+            std::ostringstream reason;
+            reason << path << ": the header has " << (missing ? "no" : "more than one")
+                   << " column \"" << attribute.column << "\" (attribute " << attribute.name << ')';
+            throw Failure(Exit::Usage, reason.str());
+        }
         columns.push_back(static_cast<std::size_t>(found - header.begin()));
     }
     return columns;

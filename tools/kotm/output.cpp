@@ -113,6 +113,7 @@ public:
     CsvWriter(const std::vector<std::string>& columns, std::ostream& out) : m_out(out)
     {
         std::vector<Cell> header;
+        header.reserve(columns.size());
         for (const std::string& column : columns)
             header.push_back({column, false, false});
         Row(header);
@@ -153,7 +154,7 @@ private:
 class JsonWriter : public RowWriter
 {
 public:
-    JsonWriter(std::vector<std::string> columns, std::ostream& out) : m_out(out)
+    JsonWriter(const std::vector<std::string>& columns, std::ostream& out) : m_out(out)
     {
         for (const std::string& column : columns)
             m_names.push_back(Quoted(column));
@@ -192,14 +193,14 @@ private:
 
 } // namespace
 
-std::unique_ptr<RowWriter> RowWriter::Make(Kind kind, std::vector<std::string> columns,
+std::unique_ptr<RowWriter> RowWriter::Make(Kind kind, const std::vector<std::string>& columns,
                                            std::ostream& out)
 {
     switch (kind) {
     case Kind::Csv:
         return std::make_unique<CsvWriter>(columns, out);
     case Kind::Json:
-        return std::make_unique<JsonWriter>(std::move(columns), out);
+        return std::make_unique<JsonWriter>(columns, out);
     case Kind::Table:
         break;
     }

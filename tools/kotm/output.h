@@ -25,7 +25,7 @@ public:
     /// Table: columns as wide as the first rows ask for, control characters escaped, null as the
     /// type manager prints it. CSV: fields quoted where RFC 4180 asks for it, null empty, lines
     /// end with LF. JSON: an array of objects, null as null.
-    static std::unique_ptr<RowWriter> Make(Kind kind, std::vector<std::string> columns,
+    static std::unique_ptr<RowWriter> Make(Kind kind, const std::vector<std::string>& columns,
                                            std::ostream& out);
     virtual ~RowWriter() = default;
     virtual void Row(const std::vector<Cell>& cells) = 0;

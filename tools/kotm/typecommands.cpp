@@ -97,6 +97,12 @@ unsigned PersistentLength(o_char id)
     return length;
 }
 
+std::string NoValue(const std::string& utf8, const std::string& typeName, unsigned errorAt)
+{
+    return "\"" + utf8 + "\" is no value of the type " + typeName + " (character " +
+           std::to_string(errorAt + 1) + ")";
+}
+
 } // namespace
 
 void ListTypes(bool json, std::ostream& out)
@@ -139,8 +145,7 @@ void ConvertTexts(const std::string& typeName, const std::vector<std::string>& t
         if (code == KoRC_NOT_SUPPORTED)
             throw Failure(Exit::Usage, "the type " + typeName + " is not read from text");
         if (code != 0)
-            throw Failure(Exit::Usage, "\"" + utf8 + "\" is no value of the type " + typeName +
-                                           " (character " + std::to_string(errorAt + 1) + ")");
+            throw Failure(Exit::Usage, NoValue(utf8, typeName, errorAt));
         std::string bytes;
         value.Store(bytes, persistent);
         lines += ToHex(bytes) + '\n';
