@@ -1,3 +1,4 @@
+#include "bounds.h"
 #include "failing_heap.h"
 #include "fixtures.h"
 
@@ -13,23 +14,7 @@
 namespace
 {
 
-constexpr unsigned kEqual = KoQOP_EQUAL;
-constexpr unsigned kLess = KoQOP_LESS;
-constexpr unsigned kGreater = KoQOP_GREATER;
-
 const KoTypeMgr manager;
-
-/// The ends of a range with the buffers that an evaluator put there.
-struct Narrowed : KoIdxBounds {
-    Narrowed() : KoIdxBounds{} {}
-    Narrowed(const Narrowed&) = delete;
-    Narrowed& operator=(const Narrowed&) = delete;
-    ~Narrowed()
-    {
-        KoFree(low);
-        KoFree(high);
-    }
-};
 
 /// The bytes of an element in the form that evaluators and comparisons take.
 Bytes InForm(o_char id, const void* elements, unsigned char format)

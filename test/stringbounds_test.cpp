@@ -1,3 +1,4 @@
+#include "bounds.h"
 #include "fixtures.h"
 #include "kotext.h"
 
@@ -14,23 +15,8 @@ namespace
 
 using Bytes = std::vector<unsigned char>;
 
-constexpr unsigned kEqual = KoQOP_EQUAL;
-constexpr unsigned kLess = KoQOP_LESS;
-constexpr unsigned kGreater = KoQOP_GREATER;
-
 const KoTypeMgr current;
 const KoTypeMgr compat(0);
-
-struct Narrowed : KoIdxBounds {
-    Narrowed() : KoIdxBounds{} {}
-    Narrowed(const Narrowed&) = delete;
-    Narrowed& operator=(const Narrowed&) = delete;
-    ~Narrowed()
-    {
-        KoFree(low);
-        KoFree(high);
-    }
-};
 
 Bytes Stored(const KoTypeMgr& manager, o_char type, const void* text, unsigned char format)
 {
