@@ -57,11 +57,6 @@ struct Weight {
     }
 };
 
-int Sign(auto order)
-{
-    return (order > 0) - (order < 0);
-}
-
 std::vector<o_u2b> PlainOperators()
 {
     std::vector<o_u2b> all;

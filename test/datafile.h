@@ -1,12 +1,11 @@
-#ifndef GOLDEN_H
-#define GOLDEN_H
+#ifndef KO_TEST_DATAFILE_H
+#define KO_TEST_DATAFILE_H
 
-#include "fixtures.h"
+#include "kotext.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -15,35 +14,30 @@
 #include <string>
 #include <vector>
 
-/// The golden corpus, the files test/data/golden/*.txt: values of every type with their persistent
-/// bytes, hashes and texts. A line that stands there is a promise and never changes.
-///
-/// A file holds sections, `[type name]`, each with the rules of its type as comments (#) and one
-/// line for each value, in ascending order of the exact comparison of the bytes of format 1. A line
-/// defines its value by the bytes of format 1; all else follows from them:
-///
-///     bytes in format 1 | bytes in format 2 | hash | printed text | converted text | why
+/// The readable data files under test/data. A file holds sections, `[head]`, with one row a line;
+/// the fields of a row, and of a head, stand between bars, and the last one of a row is its reason.
+/// A line that begins with # is a comment.
 ///
 /// Bytes are hexadecimal; `78*40` and `20AC*40` are repeated bytes. Texts stand in double quotes,
 /// with \xNN or, in 16-bit text, \uNNNN for what is not printable ASCII, `"x"*40` for repeated
 /// characters, and the code set and language in front where they are not 1 and 0; the null string
 /// is `null`.
-namespace golden
+namespace data
 {
 
-enum Column { kLittle, kBig, kHash, kPrinted, kConverted, kColumnCount };
-using Columns = std::array<std::string, kColumnCount>;
+using Bytes = std::vector<unsigned char>;
 
-struct Line {
-    Columns columns;
-    std::string note;
-    std::size_t at = 0; ///< number in the file
+struct Row {
+    std::vector<std::string> fields;
+    std::size_t at = 0; ///< number of its line in the file
+    const std::string& operator[](std::size_t i) const { return fields[i]; }
+    const std::string& Reason() const { return fields.back(); }
 };
 
 struct Section {
-    std::string name;
+    std::vector<std::string> head;
     std::string file;
-    std::vector<Line> lines;
+    std::vector<Row> rows;
 };
 
 inline constexpr std::size_t kShortestRun = 24;
@@ -97,10 +91,10 @@ inline std::vector<std::string> Split(const std::string& line)
     return fields;
 }
 
-inline void ReadFile(const std::string& file, std::vector<Section>& sections)
+inline void ReadFile(const std::string& file, std::size_t fieldCount, std::vector<Section>& all)
 {
     std::ifstream in(file, std::ios::binary);
-    const std::size_t before = sections.size();
+    const std::size_t before = all.size();
     std::size_t at = 0;
     for (std::string line; std::getline(in, line);) {
         ++at;
@@ -109,39 +103,49 @@ inline void ReadFile(const std::string& file, std::vector<Section>& sections)
         if (line.empty() || line[0] == '#')
             continue;
         if (line[0] == '[' && line.back() == ']') {
-            sections.push_back({line.substr(1, line.size() - 2), file, {}});
+            all.push_back({Split(line.substr(1, line.size() - 2)), file, {}});
             continue;
         }
-        const std::vector<std::string> fields = Split(line);
-        if (sections.size() == before || fields.size() != kColumnCount + 1) {
-            ADD_FAILURE() << file << ':' << at << ": not a line of a section: " << line;
-            continue;
-        }
-        Line entry{{}, fields.back(), at};
-        std::copy_n(fields.begin(), entry.columns.size(), entry.columns.begin());
-        sections.back().lines.push_back(entry);
+        Row row{Split(line), at};
+        if (all.size() == before || row.fields.size() != fieldCount)
+            ADD_FAILURE() << file << ':' << at << ": not a row of a section: " << line;
+        else
+            all.back().rows.push_back(row);
     }
 }
 
-/// Every section of every file; what cannot be read is reported as a failure of the test.
-inline std::vector<Section> ReadCorpus()
+/// Every section of a file or folder of test/data; what cannot be read is reported as a failure of
+/// the test.
+inline std::vector<Section> Read(const std::string& name, std::size_t fieldCount)
 {
+    const std::filesystem::path path = KO_TEST_DATA "/" + name;
     std::vector<std::string> files;
-    for (const auto& entry : std::filesystem::directory_iterator(KO_TEST_DATA "/golden"))
-        files.push_back(entry.path().string());
+    if (std::filesystem::is_directory(path)) {
+        for (const auto& entry : std::filesystem::directory_iterator(path))
+            files.push_back(entry.path().string());
+    } else {
+        files.push_back(path.string());
+    }
     std::sort(files.begin(), files.end());
     std::vector<Section> sections;
     for (const std::string& file : files)
-        ReadFile(file, sections);
+        ReadFile(file, fieldCount, sections);
+    EXPECT_FALSE(sections.empty()) << path;
     return sections;
 }
 
-inline std::string FormatLine(const Columns& columns, const std::string& note)
+/// Calls `visit(head, row)` for every row of a file or folder, which it names in what fails.
+template <class Visit>
+void ForEachRow(const std::string& name, std::size_t fieldCount, Visit visit)
 {
-    std::string line;
-    for (const std::string& column : columns)
-        line += column + " | ";
-    return line + note;
+    for (const Section& section : Read(name, fieldCount)) {
+        EXPECT_FALSE(section.rows.empty()) << section.head[0];
+        for (const Row& row : section.rows) {
+            const testing::ScopedTrace trace(section.file.c_str(), static_cast<int>(row.at),
+                                             row.Reason());
+            visit(section.head, row);
+        }
+    }
 }
 
 inline Bytes ParseBytes(const std::string& notation)
@@ -181,13 +185,8 @@ inline std::string FormatText(const KoString& text)
     if (text.IsNullValue())
         return "null";
     const bool wide = text.Width() == 2;
-    std::vector<unsigned> units(text.Len());
-    for (std::size_t i = 0; i < units.size(); ++i) {
-        unsigned short unit = static_cast<unsigned char>(text.StrGet()[i]);
-        if (wide)
-            std::memcpy(&unit, text.StrGet() + 2 * i, sizeof unit);
-        units[i] = unit;
-    }
+    const std::u16string all = UnitsOf(text);
+    const std::vector<unsigned> units(all.begin(), all.end());
     std::string notation;
     ForEachRun(units, 1, [&](const unsigned* first, std::size_t size, unsigned times) {
         notation += notation.empty() ? "\"" : " \"";
@@ -210,6 +209,42 @@ inline std::string FormatText(const KoString& text)
     return Printf("%u/", text.CodeSet()) + Printf("%u:", text.Language()) + notation;
 }
 
-} // namespace golden
+/// The text of a notation, of which code set and language may be left out in 16-bit text as well.
+inline KoString ParseText(const std::string& notation)
+{
+    if (notation == "null")
+        return NullText();
+    unsigned codeSet = notation.find("\\u") == std::string::npos ? KoCS_LATIN1 : KoCS_UNICODE;
+    unsigned language = 0;
+    std::size_t at = notation.find('"');
+    if (at == std::string::npos)
+        ADD_FAILURE() << "no text: " << notation;
+    else if (at != 0)
+        std::sscanf(notation.c_str(), "%u/%u:", &codeSet, &language);
+    std::u16string units;
+    while (at < notation.size()) {
+        std::u16string piece;
+        for (++at; at < notation.size() && notation[at] != '"'; ++at) {
+            auto unit = static_cast<unsigned char>(notation[at]);
+            if (unit != '\\') {
+                piece += unit;
+                continue;
+            }
+            const std::size_t digits = notation[++at] == 'u' ? 4 : 2;
+            piece +=
+                static_cast<char16_t>(std::stoul(notation.substr(at + 1, digits), nullptr, 16));
+            at += digits;
+        }
+        std::size_t times = 1;
+        if (++at < notation.size() && notation[at] == '*')
+            times = std::stoul(notation.substr(at + 1));
+        for (; times > 0; --times)
+            units += piece;
+        at = std::min(notation.find('"', at), notation.size());
+    }
+    return Text(units, static_cast<unsigned char>(codeSet), static_cast<unsigned char>(language));
+}
+
+} // namespace data
 
 #endif
