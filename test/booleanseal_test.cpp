@@ -65,60 +65,6 @@ TEST(KoBoolean, ForeignBytesAreTrue)
     EXPECT_EQ(status, 0);
 }
 
-TEST(KoBoolean, Texts)
-{
-    enum Result { kFalse, kTrue, kNull, kNothing };
-    const struct {
-        const char* text;
-        Result scanned; ///< kNothing: stays as it was
-        int errorAt;    ///< of the strict reader; -1: reads the same
-    } rows[] = {
-        {"TRUE", kTrue, -1},      {"false", kFalse, -1},   {"tRuE", kTrue, -1},
-        {"1", kTrue, -1},         {"0", kFalse, -1},       {"", kNull, -1},
-        {"{NULL}", kNull, -1},    {"{NULL} x", kNull, 0},  {"  true", kTrue, 0},
-        {"true story", kTrue, 4}, {"truest", kNothing, 0}, {"10", kNothing, 0},
-        {"yes", kNothing, 0},     {"t", kNothing, 0},      {"0,1", kFalse, 1},
-    };
-    KoTypeMgr manager;
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.text);
-        for (const Result start : {kFalse, kTrue}) {
-            const auto expect = [&](const KoBoolean& value, Result expected) {
-                if (expected == kNull)
-                    EXPECT_EQ(value.IsNullValue(), 1);
-                else
-                    EXPECT_EQ(value == (expected == kTrue ? 1 : 0), 1);
-            };
-            KoString text(row.text);
-            KoBoolean value = start == kTrue;
-            manager.ScanFromKoString(KoBOOLEAN_T, &value, text, nullptr, 1);
-            expect(value, row.scanned == kNothing ? start : row.scanned);
-            value = start == kTrue;
-            unsigned errorAt = 99;
-            const int result =
-                manager.ParseFromKoString(KoBOOLEAN_T, &value, text, nullptr, errorAt);
-            EXPECT_EQ(result, row.errorAt < 0 ? 0 : -1);
-            if (result != 0) {
-                EXPECT_EQ(errorAt, static_cast<unsigned>(row.errorAt));
-            }
-            expect(value, result == 0 ? row.scanned : start);
-        }
-    }
-
-    KoBoolean values[] = {1, Null(), 0};
-    KoString text;
-    manager.PrintToKoString(KoBOOLEAN_T, text, values, nullptr, 3);
-    EXPECT_STREQ(text.StrGet(), "TRUE,{NULL},FALSE");
-    const std::unique_ptr<KoTypeConvertData> record(manager.ConvertTo(KoBOOLEAN_T, values, 3));
-    EXPECT_NE(record->GetString(1)->IsNullValue(), 0);
-    *record->GetString(0) = "perhaps";
-    auto* back = static_cast<KoBoolean*>(manager.ConvertFrom(KoBOOLEAN_T, record.get(), 3));
-    EXPECT_EQ(back[0].IsNullValue(), 1) << "no truth value is null";
-    EXPECT_EQ(back[1].IsNullValue(), 1);
-    EXPECT_EQ(back[2] == 0, 1);
-    manager.Delete(KoBOOLEAN_T, back, 3);
-}
-
 std::vector<unsigned> Words(const KoSeal& seal)
 {
     return {seal.Word(0), seal.Word(1), seal.Word(2)};
@@ -180,46 +126,6 @@ TEST(KoSeal, OrderInEveryForm)
             EXPECT_EQ(manager.Cmp(KoSEAL_T, stored[0], stored[1], 0, 1, format), sign);
             EXPECT_EQ(manager.Cmp(KoSEAL_T, stored[1], stored[0], 0, 1, format), -sign);
         }
-    }
-}
-
-TEST(KoSeal, Texts)
-{
-    const struct {
-        const char* text;
-        o_8b scanned; ///< -1: stays as it was
-        int errorAt;  ///< of the strict reader; -1: reads the same
-    } rows[] = {
-        {"123456789abc", 0x123456789ABC, -1},
-        {"123456789ABC", 0x123456789ABC, -1},
-        {"ffffffffffff", 0xFFFFFFFFFFFF, -1},
-        {"  1f ", 0x1F, 0},
-        {"1f", 0x1F, 2},
-        {"123456789abcd", 0x123456789ABC, 12},
-        {"12345678-9abc", 0x12345678, 8},
-        {"-1", -1, 0},
-        {"0x12", 0, 1},
-        {"", -1, 0},
-    };
-    KoTypeMgr manager;
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.text);
-        const KoSeal start(7, 8, 9);
-        KoSeal expected = start;
-        if (row.scanned >= 0)
-            expected.ConvertFrom(row.scanned);
-        KoSeal seal = start;
-        seal.ScanFromKoString(KoString(row.text));
-        EXPECT_EQ(seal != expected, 0);
-        seal = start;
-        unsigned errorAt = 99;
-        const int result =
-            manager.ParseFromKoString(KoSEAL_T, &seal, KoString(row.text), nullptr, errorAt);
-        EXPECT_EQ(result, row.errorAt < 0 ? 0 : -1);
-        if (result != 0) {
-            EXPECT_EQ(errorAt, static_cast<unsigned>(row.errorAt));
-        }
-        EXPECT_EQ(seal != (result == 0 ? expected : start), 0);
     }
 }
 

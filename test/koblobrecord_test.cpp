@@ -148,66 +148,6 @@ TEST(KoBlobRecord, HashesTakeBytesUnsignedAndInBlocksAsOneByOne)
 
 // ---- text
 
-TEST(KoBlobText, PrintsAndReads)
-{
-    struct {
-        const char* reason;
-        const char* format;
-        const char* text;
-        const char* scanned; ///< "was": the blob stays
-        const char* parsed;  ///< null: refused
-        unsigned errorAt;
-    } const rows[] = {
-        {"bytes", "%X", "4A4b", "2:JK", "2:JK", 0},
-        {"nothing", "%X", "", "0:", "0:", 0},
-        {"the null print string", "%X", "{NULL}", "null", "null", 0},
-        {"the type's own format reads bytes", nullptr, "4a", "1:J", "1:J", 0},
-        {"and one that ends in the middle", "4%", "4a", "1:J", "1:J", 0},
-        {"blanks", "%X", " 4a 4B\t", "2:JK", nullptr, 0},
-        {"only half a byte", "%X", "4", "was", nullptr, 1},
-        {"something behind", "%X", "4a,", "1:J", nullptr, 2},
-        {"something else", "%X", "xyz", "was", nullptr, 0},
-        {"literals", "<%x>", "<4a>", "1:J", "1:J", 0},
-        {"the last literal is missing", "<%x>", "<4a", "1:J", nullptr, 3},
-        {"length and bytes", "%L%%%X", "2%4a4b", "2:JK", "2:JK", 0},
-        {"another length", "%X:%L", "4a4b:12", "2:JK", nullptr, 5},
-        {"no length", "%L:%X", ":4a", "was", nullptr, 0},
-        {"a length out of all range", "%L:%X", "99999999999999999999:4a", "1:J", nullptr, 0},
-    };
-    const KoTypeMgr manager;
-    for (const auto& row : rows) {
-        for (const bool wide : {false, true}) {
-            SCOPED_TRACE(testing::Message() << row.reason << (wide ? ", 16-bit" : ""));
-            KoString text(row.text);
-            if (wide)
-                text.MapToCodeSet(KoCS_UNICODE);
-            KoBlob blob = Of("was");
-            manager.ScanFromKoString(KoBLOB_T, &blob, text, row.format, 1);
-            EXPECT_EQ(Shown(blob), row.scanned == std::string("was") ? "3:was" : row.scanned);
-            blob = Of("was");
-            unsigned errorAt = 0;
-            const int code = manager.ParseFromKoString(KoBLOB_T, &blob, text, row.format, errorAt);
-            EXPECT_EQ(code, row.parsed == nullptr ? -1 : 0);
-            EXPECT_EQ(Shown(blob), row.parsed == nullptr ? "3:was" : row.parsed);
-            EXPECT_EQ(errorAt, row.errorAt);
-        }
-    }
-    struct {
-        const char* format;
-        const char* expected;
-    } const prints[] = {{nullptr, "[BLOB,len=2]"},
-                        {"%X", "4AFF"},
-                        {"%x (%L%%)", "4aff (2%)"},
-                        {"", ""},
-                        {"%d", "[BLOB,len=2]"}};
-    for (const auto& row : prints) {
-        KoBlob blob = Of("J\xFF");
-        KoString text;
-        manager.PrintToKoString(KoBLOB_T, text, &blob, row.format, 1);
-        EXPECT_STREQ(text.StrGet(), row.expected);
-    }
-}
-
 TEST(KoBlobText, LongestBlobInAText)
 {
     KoTypeMgr manager;

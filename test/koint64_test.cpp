@@ -136,36 +136,3 @@ TEST(KoInt64, ConversionFromDoubleKeepsSevenDigits)
         EXPECT_EQ(KoInt64(-row.from).Get8b(), -row.to) << row.reason;
     }
 }
-
-TEST(KoInt64, TextIsDecimalAndReadBackUnderTheSameFormat)
-{
-    static const struct {
-        o_8b value;
-        const char* format;
-        const char* text;
-    } rows[] = {
-        {kMin, nullptr, "-9223372036854775808"},
-        {kMax, "%S", "9223372036854775807"},
-        {-42, "%I64d", "-42"},
-        {-1, "%I64u", "18446744073709551615"},
-        {-1, "%I64x", "ffffffffffffffff"},
-        {42, "<%+08lld>", "<+0000042>"},
-    };
-    for (const auto& row : rows) {
-        KoString text;
-        KoInt64(row.value).PrintToKoString(text, row.format);
-        EXPECT_STREQ(text.StrGet(), row.text);
-        KoInt64 back = 7;
-        back.ScanFromKoString(text, row.format);
-        EXPECT_EQ(back.Get8b(), row.value) << row.text;
-    }
-    KoInt64 kept = 7;
-    kept.ScanFromKoString(KoString("none"), nullptr);
-    EXPECT_EQ(kept.Get8b(), 7);
-    kept.ScanFromKoString(KoString("-99999999999999999999"), nullptr);
-    EXPECT_EQ(kept.Get8b(), kMin);
-    unsigned errorAt = 99;
-    EXPECT_EQ(KoTypeMgr().ParseFromKoString(KoINT64_T, &kept, "12x", nullptr, errorAt), -1);
-    EXPECT_EQ(errorAt, 2U);
-    EXPECT_EQ(kept.Get8b(), kMin);
-}

@@ -69,52 +69,6 @@ TEST(NullTypes, RelationOfTwoOperands)
     KoSetAssertHandler(before);
 }
 
-KoString NullString()
-{
-    KoString text;
-    text.SetNullValue();
-    return text;
-}
-
-TEST(NullTypes, TextsThatMeanNull)
-{
-    const unsigned short wide[] = {'{', 'N', 'U', 'L', 'L', '}', 0};
-    const struct {
-        const char* reason;
-        KoString text;
-        bool scansAsNull, parsesAsNull;
-        int parsed; ///< otherwise: result of the strict reader
-    } rows[] = {
-        {"null string", NullString(), true, true, 0},
-        {"empty", KoString(), true, true, 0},
-        {"null print string", KoString("{NULL}"), true, true, 0},
-        {"in 16-bit characters", KoString(wide), true, true, 0},
-        {"null print string and more", KoString("{NULL} 1"), true, false, -1},
-        {"part of it", KoString("{NULL"), false, false, -1},
-        {"a number", KoString("5"), false, false, 0},
-    };
-    const KoTypeMgr manager;
-    for (const auto& row : rows) {
-        KoNull_int element = {3, 0};
-        KoString text = row.text;
-        manager.ScanFromKoString(KoNULL_INT_T, &element, text, nullptr, 1);
-        EXPECT_EQ(element.null, row.scansAsNull) << row.reason;
-        element = {3, 0};
-        unsigned errorAt = 0;
-        EXPECT_EQ(manager.ParseFromKoString(KoNULL_INT_T, &element, row.text, nullptr, errorAt),
-                  row.parsed)
-            << row.reason;
-        EXPECT_EQ(element.null, row.parsesAsNull) << row.reason;
-        if (row.parsed != 0) {
-            EXPECT_EQ(element.value, 3) << row.reason;
-        }
-    }
-    KoNull_int element = {3, 1};
-    KoString noNumber("apples");
-    manager.ScanFromKoString(KoNULL_INT_T, &element, noNumber, nullptr, 1);
-    EXPECT_EQ(element.null, 1) << "a text that holds no number changes nothing";
-}
-
 TEST(NullTypes, PrintAndScanArrays)
 {
     KoTypeMgr manager;

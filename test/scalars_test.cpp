@@ -163,64 +163,6 @@ std::string Plain(const KoString& text)
     return std::string(text.StrGet(), text.Len());
 }
 
-/// Texts that convert to a value which has another text.
-TEST(Scalars, TextsOfValues)
-{
-    const struct {
-        o_char id;
-        const char *from, *text;
-    } rows[] = {
-        {Ko1B_T, "ABC", "A"},
-        {Ko2B_T, "-0x8000", "-32768"},
-        {KoU2B_T, "0xFFFF", "65535"},
-        {KoU2B_T, "-1", "65535"},
-        {Ko4B_T, "-9999999999", "-2147483648"},
-        {KoINT_T, " 7 apples", "7"},
-        {KoU4B_T, "4294967295", "-1"},
-        {KoUNSIGNED_T, "2147483648", "-2147483648"},
-        {KoBLOCKID_T, "4294967295", "#4294967295"},
-        {KoU8B_T, "0xFFFFFFFFFFFFFFFF", "18446744073709551615"},
-        {KoU8B_T, "apples", "0"},
-        {KoFLOAT_T, "0.1", "0.10000000149011612"},
-        {KoDOUBLE_T, "1.1", "1.1000000000000001"},
-    };
-    KoTypeMgr manager;
-    for (const auto& row : rows) {
-        const std::unique_ptr<KoTypeConvertData> record(
-            KoTypeConvertData::Make(KoSTRING_T, 1, manager.Create(KoSTRING_T, 1), nullptr));
-        *record->GetString(0) = row.from;
-        const Array value{manager, row.id, manager.ConvertFrom(row.id, record.get(), 1), 1};
-        const std::unique_ptr<KoTypeConvertData> texts(manager.ConvertTo(row.id, value.data, 1));
-        EXPECT_EQ(Plain(*texts->GetString(0)), row.text) << row.from;
-    }
-}
-
-/// A text that is stored as 16-bit characters or in another 8-bit code set is the same character.
-TEST(Scalars, CharactersOfOtherCodeSets)
-{
-    KoTypeMgr manager;
-    const unsigned short umlaut[] = {0xE4, 0};
-    KoString unicode(umlaut);
-    KoString ibm(40, 0); // IBM 437: a umlaut is 0x84
-    ASSERT_EQ(ibm.CopyMapped(unicode, 40, -1), 0);
-    for (KoString* text : {&unicode, &ibm}) {
-        o_u1b byte = 0;
-        unsigned errorAt = 9;
-        EXPECT_EQ(manager.ParseFromKoString(KoU1B_T, &byte, *text, nullptr, errorAt), 0);
-        EXPECT_EQ(byte, 0xE4);
-        byte = 0;
-        manager.ScanFromKoString(KoU1B_T, &byte, *text, nullptr, 1);
-        EXPECT_EQ(byte, 0xE4);
-    }
-    const unsigned short euro[] = {0x20AC, 0};
-    o_u1b byte = 7;
-    unsigned errorAt = 9;
-    EXPECT_EQ(manager.ParseFromKoString(KoU1B_T, &byte, KoString(euro), nullptr, errorAt), -1)
-        << "a character that the code set lacks is not taken for a question mark";
-    EXPECT_EQ(byte, 7);
-    EXPECT_EQ(errorAt, 0U);
-}
-
 TEST(Scalars, PrintAndScanArrays)
 {
     const o_4b numbers[] = {1, -2, 3};

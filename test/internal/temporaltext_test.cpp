@@ -7,57 +7,11 @@
 namespace
 {
 
-TemporalFields Null(TemporalKind kind)
-{
-    return {.kind = kind, .isNull = true};
-}
-
 std::string Print(const TemporalFields& fields, const char* format)
 {
     KoString out;
     PrintTemporal(out, fields, format);
     return out.StrGet();
-}
-
-TEST(TemporalText, Prints)
-{
-    const Parts march = {2024, 3, 5, 13, 5, 9};
-    struct {
-        TemporalKind kind;
-        Parts parts;
-        const char* format;
-        const char* text;
-        const char* reason;
-    } const rows[] = {
-        {kDate, march, "%Y|%y|%m|%d|%e", "2024|24|03|05|05", "%e pads with a zero too"},
-        {kDate, {-44, 3, 15}, "%Y %y", "-0044 -44", "the sign stands before the digits"},
-        {kDate, {12345, 3, 15}, "%Y %y", "12345 45", "four digits at least"},
-        {kDate, {-101, 3, 15}, "%Y %y", "-0101 -01", "digits that are -1 are no wildcard"},
-        {kDate, {2024, 1, 31}, "%A, %B|%b", "Wednesday, Januar|Jan", "a name without its last y"},
-        {kDate, {2024, 2, 1}, "%A %B", "Monday Februar", "February's weekdays come early"},
-        {kDate, {2024, 13, 5}, "%B %b %m", "013 013 13", "a month without a name"},
-        {kDate, {2024, -5, 5}, "%B %m", "-005 -05", "the same below 0"},
-        {kDate, {-1, -1, -1}, "%Y%y%m%b%e%a%J", "*******", "instead of names and numbers"},
-        {kDate, {0, -1, -1}, "%J", "-31", "wild only where all of its fields are"},
-        {kTime, {.hour = -1}, "%H %I:%M %p%P", "* *:00 **", "a wild hour is in neither half"},
-        {kTimeSpan, {.second = 5, .nanoseconds = -1}, "%f %N", "* *", "half wild is wild"},
-        {kTime, {.hour = 0, .minute = 30}, "%I:%M:%S %p", "12:30:00 am", "midnight is 12"},
-        {kTime, {.hour = 0, .minute = 30}, "%I:%M", "00:30", "unless nothing says am"},
-        {kTime, {.hour = 0}, "%I %%p", "00 %p", "a percent sign is no directive"},
-        {kDateTimeN, {.second = 5, .nanoseconds = 1}, "%f %N", "05.000000001 1", "nanoseconds"},
-        {kTimeSpan, {32767, 127, 127}, "%J", "11800057", "all days of the largest fields"},
-        {kTimeSpan, {.hour = 2, .minute = 3}, "%?(J days )%H:%M", "02:03", "a group left out"},
-        {kTimeSpan, {.day = 3, .hour = 2}, "%?(J days )%H:%M", "3 days 02:00", "and printed"},
-        {kTimeSpan, {.minute = 7}, "%?H%?M%?S", "0700", "0 is left out in front only"},
-        {kTimeSpan, {.minute = 7}, "x%?Hy%?Mz", "xy07z", "literal text is nothing in front"},
-        {kTimeSpan, {.hour = 7}, "%H%?(M m)", "0700 m", "not in front"},
-        {kTimeSpan, {}, "a%?(J d %?(H h) %M)", "a d  00)", "one group at a time"},
-        {kTimeSpan, {}, "%?V%?X|%?p", "|am", "nothing in a form of several; a name is not 0"},
-        {kDate, march, "100%% %q%", "100% q", "what is no directive"},
-        {kDate, march, "%?(", "", "cut off"},
-    };
-    for (const auto& row : rows)
-        EXPECT_EQ(Print(Fields(row.kind, row.parts), row.format), row.text) << row.reason;
 }
 
 TEST(TemporalText, PrintsFractionsAsPrintfDoes)
@@ -101,40 +55,13 @@ TEST(TemporalText, PrintsFormatsOfAnyLength)
     EXPECT_EQ(longest.StrGet(), std::string(65'531, 'x'));
 }
 
-TEST(TemporalText, KnowsTheNullValue)
+TEST(TemporalText, AnEmptyNullPrintStringBeginsNoText)
 {
-    KoString null;
-    null.SetNullValue();
-    for (const TemporalKind kind : {kDate, kTime, kDateTime, kDateTimeN, kTimeSpan}) {
-        TemporalFields fields;
-        unsigned errorAt = 99;
-        for (const KoString& text : {KoString("{NULL}"), null}) {
-            fields = {.kind = kind, .day = 7};
-            EXPECT_TRUE(ScanTemporal(fields, text, nullptr));
-            EXPECT_EQ(fields, Null(kind));
-            fields = {.kind = kind, .day = 7};
-            EXPECT_EQ(ParseTemporal(fields, text, nullptr, errorAt), 0);
-            EXPECT_EQ(fields, Null(kind));
-        }
-        EXPECT_TRUE(ScanTemporal(fields, KoString("{NULL}x"), nullptr)) << "begins with it";
-        EXPECT_TRUE(fields.isNull);
-        EXPECT_EQ(ParseTemporal(fields, KoString("{NULL}x"), nullptr, errorAt), -1);
-        EXPECT_EQ(errorAt, 0U);
-        EXPECT_FALSE(ScanTemporal(fields, KoString(), nullptr)) << "an empty text is not null";
-        EXPECT_EQ(fields, Fields(kind, {}));
-    }
-    for (const TemporalKind kind : {kOdmgDate, kOdmgTime, kOdmgTimestamp, kOdmgInterval}) {
-        TemporalFields fields = {.kind = kind};
-        unsigned errorAt;
-        EXPECT_EQ(ParseTemporal(fields, null, nullptr, errorAt), -1);
-        ScanTemporal(fields, KoString("{NULL}"), nullptr);
-        EXPECT_EQ(fields, Fields(kind, {})) << "no null value";
-    }
     const KoString before = KoTypeMgr::GetNullPrintString();
     KoTypeMgr::SetNullPrintString(KoString());
     TemporalFields fields = {.kind = kDate};
     EXPECT_TRUE(ScanTemporal(fields, KoString("2024-03-05"), nullptr));
-    EXPECT_FALSE(fields.isNull) << "an empty null print string begins no text";
+    EXPECT_FALSE(fields.isNull);
     KoTypeMgr::SetNullPrintString(before);
 }
 
