@@ -16,7 +16,7 @@
 
 /// The readable data files under test/data. A file holds sections, `[head]`, with one row a line;
 /// the fields of a row, and of a head, stand between bars, and the last one of a row is its reason.
-/// A line that begins with # is a comment.
+/// A line that begins with # and a blank is a comment.
 ///
 /// Bytes are hexadecimal; `78*40` and `20AC*40` are repeated bytes. Texts stand in double quotes,
 /// with \xNN or, in 16-bit text, \uNNNN for what is not printable ASCII, `"x"*40` for repeated
@@ -100,7 +100,7 @@ inline void ReadFile(const std::string& file, std::size_t fieldCount, std::vecto
         ++at;
         if (!line.empty() && line.back() == '\r')
             line.pop_back();
-        if (line.empty() || line[0] == '#')
+        if (line.empty() || line == "#" || line.rfind("# ", 0) == 0)
             continue;
         if (line[0] == '[' && line.back() == ']') {
             all.push_back({Split(line.substr(1, line.size() - 2)), file, {}});

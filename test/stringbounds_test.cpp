@@ -13,8 +13,6 @@
 namespace
 {
 
-using Bytes = std::vector<unsigned char>;
-
 const KoTypeMgr current;
 const KoTypeMgr compat(0);
 
@@ -38,66 +36,47 @@ std::string TextOf(const void* end, unsigned char format)
     KoString text;
     current.Load(KoSTRING_T, &text, end, format, 1);
     const std::string shown = Show(text); // the characters stand behind code set and language
-    return text.IsNullValue() ? shown : shown.substr(shown.rfind(':') + 1);
+    return text.IsNullValue() ? shown
+           : text.IsEmpty()   ? "\"\""
+                              : shown.substr(shown.rfind(':') + 1);
+}
+
+/// The ends as they are shown, `show` of each, for a condition on a value.
+std::pair<std::string, std::string> Ends(o_char id, KoIdxBounds* keys, const std::string& op,
+                                         void* value, unsigned char format,
+                                         std::string (*show)(const void* end, unsigned char format))
+{
+    unsigned short word = OperatorOf(op);
+    Narrowed narrowed;
+    current.EvalAndBound(id, keys, word, value, format, 1, &narrowed, nullptr);
+    // In memory form too the ends are stored values.
+    const unsigned char formOfEnds = format == KoFMT_BIG ? KoFMT_BIG : KoFMT_LITTLE;
+    return {show(narrowed.low, formOfEnds), show(narrowed.high, formOfEnds)};
 }
 
 // Characters in Latin-1.
 TEST(StringBounds, TableOfEnds)
 {
-    const struct {
-        const char* reason;
-        const char* value;
-        unsigned op;
-        const char *low, *high;
-    } rows[] = {
-        {"plain text", "hawk", kEqual | KoCMP_PLAIN, "hawk", "hawk"},
-        {"no wildcard in it", "hawk", kEqual, "hawk", "hawk"},
-        {"below", "hawk", kLess, "-", "hawk"},
-        {"above or equal", "hawk", kGreater | kEqual, "hawk", "-"},
-        {"unequal", "hawk", kGreater | kLess, "-", "-"},
-        {"prefix", "hawk*", kEqual, "hawk", "haw<137>"},
-        {"prefix and more", "ha?k*s", kEqual, "ha", "h<508C>"},
-        {"prefix, case ignored", "hawk*", kEqual | KoCMP_IGNORE_CASE, "HAWK",
-         "<7028><700C><7064><70B4>"},
-        {"leading wildcard", "*hawk", kEqual, "-", "-"},
-        {"a wildcard that is none", "a*", kEqual | KoCMP_PLAIN, "a*", "a*"},
-        {"an escaped wildcard", "a\\*b", kEqual, "a*b", "a*b"},
-        {"behind a pattern nothing is", "hawk*", kGreater, "-", "-"},
-        {"below it neither", "hawk*", kLess | kEqual, "-", "-"},
-        {"prefix of symbols alone", "-+*", kEqual, "-+", "-"},
-        {"symbols in a prefix", "a-b*", kEqual, "a-b", "a-<5090>"},
-        {"the same, symbols left out", "a-b*", kEqual | KoCMP_SKIP_SYMBOLS, "ab", "a<5090>"},
-        {"spaces left out", "a b", kEqual | KoCMP_SKIP_SPACES, "ab", "ab0"},
-        {"only spaces, left out", "  ", kEqual | KoCMP_SKIP_SPACES | KoCMP_NO_WILDCARDS, "-", "0"},
-        {"empty", "", kEqual | KoCMP_PLAIN, "", ""},
-        {"empty: null is matched like it", "", kEqual, "-", ""},
-    };
-    for (const auto& row : rows) {
+    data::ForEachRow("bounds/ends.txt", 5, [](const auto&, const data::Row& row) {
+        KoString text = data::ParseText(row[0]);
         for (const unsigned char format : {KoFMT_LITTLE, KoFMT_BIG, KoFMT_MEMORY}) {
-            KoString text(row.value);
             Bytes stored = Stored(current, text, format == KoFMT_MEMORY ? 1 : format);
-            auto op = static_cast<unsigned short>(row.op);
-            Narrowed narrowed;
-            current.EvalAndBound(KoSTRING_T, nullptr, op,
-                                 format == KoFMT_MEMORY ? static_cast<void*>(&text) : stored.data(),
-                                 format, 1, &narrowed, nullptr);
-            // In memory form too the ends are stored values.
-            const unsigned char formOfEnds = format == KoFMT_BIG ? KoFMT_BIG : KoFMT_LITTLE;
-            EXPECT_EQ(TextOf(narrowed.low, formOfEnds), row.low) << row.reason;
-            EXPECT_EQ(TextOf(narrowed.high, formOfEnds), row.high) << row.reason;
+            void* value = format == KoFMT_MEMORY ? static_cast<void*>(&text) : stored.data();
+            EXPECT_EQ(Ends(KoSTRING_T, nullptr, row[1], value, format, TextOf),
+                      std::pair(row[2], row[3]));
         }
-    }
+    });
 }
 
 /// An end as its weights, letters of KoCaseIString printed as capitals; "-" where it is open.
-std::string WeightsOf(const void* end)
+std::string WeightsOf(const void* end, unsigned char format)
 {
     if (end == nullptr)
         return "-";
     KoCaseIString text;
-    current.Load(KoCASEISTRING_T, &text, end, KoFMT_LITTLE, 1);
+    current.Load(KoCASEISTRING_T, &text, end, format, 1);
     if ((text.Flag() & KoIStringText::kRaw) == 0)
-        return text.StrGet();
+        return text.IsEmpty() ? "\"\"" : text.StrGet();
     std::string result = "weights";
     for (const char* at = text.StrGet(); *at != 0; ++at)
         result += " " + std::to_string(static_cast<unsigned char>(*at));
@@ -106,107 +85,54 @@ std::string WeightsOf(const void* end)
 
 TEST(StringBounds, TableOfCaselessEnds)
 {
-    const char* const kNoKey = nullptr;
-    const struct {
-        const char* reason;
-        const char* key; ///< both ends of the index
-        bool keyAccents;
-        const char* value;
-        bool accents;
-        unsigned op;
-        std::string low, high;
-    } rows[] = {
-        {"plain text", kNoKey, false, "hawk", false, kEqual, "hawk", "hawk"},
-        {"below", kNoKey, false, "hawk", false, kLess, "-", "hawk"},
-        {"unequal", kNoKey, false, "hawk", false, kLess | kGreater, "-", "-"},
-        {"a prefix", kNoKey, false, "ab*", false, kEqual, "weights 84 91", "weights 84 92"},
-        {"and up", kNoKey, false, "ab?c", false, kEqual | kGreater, "weights 84 91", "-"},
-        {"no pattern is below", kNoKey, false, "ab*", false, kLess, "-", "ab*"},
-        {"nor a plain text", kNoKey, false, "ab*", false, kEqual | KoCMP_PLAIN, "ab*", "ab*"},
-        {"a leading wildcard", kNoKey, false, "*ab", false, kEqual, "-", "-"},
-        {"an escape", kNoKey, false, "a\\*", false, kEqual, "weights 84", "weights 85"},
-        {"two letters of one", "a", false, "a\xDF*", false, kEqual, "weights 84 157 157",
-         "weights 84 157 158"},
-        {"one letter of its own", "a", true, "a\xDF*", true, kEqual, "weights 84 156",
-         "weights 84 157"},
-        {"which, nobody knows", kNoKey, false, "a\xDF*", false, kEqual, "weights 84", "weights 85"},
-        {"accents of the keys", "a", true, "\xE9*", false, kEqual, "weights 107", "weights 108"},
-        {"keys without", "a", false, "\xE9", true, kEqual, "weights 105", "weights 105"},
-        {"and another order", "a", false, "\xE9", true, kEqual | kLess, "-", "-"},
-        {"perhaps without", kNoKey, false, "\xE9", true, kEqual, "-", "-"},
-        {"empty", kNoKey, false, "", false, kEqual, "", ""},
-    };
-    for (const auto& row : rows) {
-        const auto text = [](const char* characters, bool accents) {
-            KoCaseIString made(characters);
-            made.SetFlag(accents ? +KoIStringText::kAccents : 0);
+    data::ForEachRow("bounds/caselessends.txt", 6, [](const auto&, const data::Row& row) {
+        const auto text = [](const std::string& field) {
+            KoCaseIString made(field == "-" ? "" : data::ParseText(field).StrGet());
+            if (field.find(" accents") != std::string::npos)
+                made.SetFlag(KoIStringText::kAccents);
             return made;
         };
-        KoCaseIString value = text(row.value, row.accents);
-        KoCaseIString key = text(row.key, row.keyAccents);
+        KoCaseIString key = text(row[0]);
+        KoCaseIString value = text(row[1]);
         KoIdxBounds keys{&key, &key, 0, 0};
-        auto op = static_cast<unsigned short>(row.op);
-        Narrowed narrowed;
-        current.EvalAndBound(KoCASEISTRING_T, row.key == nullptr ? nullptr : &keys, op, &value,
-                             KoFMT_MEMORY, 1, &narrowed, nullptr);
-        EXPECT_EQ(WeightsOf(narrowed.low), row.low) << row.reason;
-        EXPECT_EQ(WeightsOf(narrowed.high), row.high) << row.reason;
-    }
+        EXPECT_EQ(Ends(KoCASEISTRING_T, row[0] == "-" ? nullptr : &keys, row[2], &value,
+                       KoFMT_MEMORY, WeightsOf),
+                  std::pair(row[3], row[4]));
+    });
 }
 
 TEST(StringBounds, Estimates)
 {
-    const struct {
-        const char* reason;
-        const char *low, *high;
-        unsigned op;
-        const char* value;
-        double least, most;
-    } rows[] = {
-        {"a quarter of the letters", "A", "Zz", kLess, "G", 0.22, 0.25},
-        {"every text", "A", "Zz", kLess | kGreater | kEqual, "G", 1.0, 1.0},
-        {"one letter of 26", "A", "Zz", kEqual, "G*", 0.037, 0.040},
-        {"behind a common beginning", "page-10", "page-99", kLess, "page-50", 0.40, 0.50},
-        {"outside of it", "page-10", "page-99", kLess, "book", 0.0, 0.0},
-        {"outside of it, above", "page-10", "page-99", kLess, "zoo", 1.0, 1.0},
-        {"the common beginning itself", "page-10", "page-99", kEqual, "pa*", 1.0, 1.0},
-        {"case does not matter", "alpha", "Zulu", kLess, "N", 0.45, 0.55},
-        {"a plain text", "A", "Zz", kEqual, "Gloucester", 0.0005, 0.002},
-        {"open ends", nullptr, nullptr, kLess, "N", 0.5, 0.7},
-        {"a code", "key-aaa", "key-zzz", kEqual, "key-mno", 2e-5, 1e-4},
-        {"a code of numerals", "0001000", "0010000", kEqual, "0005000", 0.0, 1e-4},
-        {"one key, another text", "hawk", "hawk", kEqual, "kite", 0.0, 0.0},
-        {"high end below the low one", "hawk", "crow", kEqual, "dove", 0.0, 0.0},
-        {"symbols only", "+", "~", kLess | kEqual, "+*", 0.08, 0.095},
-    };
-    for (const auto& row : rows) {
-        const auto stored = [](const char* text) {
-            return text == nullptr ? Bytes() : Stored(current, KoString(text), KoFMT_BIG);
+    data::ForEachRow("bounds/textestimates.txt", 7, [](const auto&, const data::Row& row) {
+        const auto check = [&](auto text, o_char type) {
+            using Text = decltype(text);
+            unsigned short op = OperatorOf(row[2]);
+            Text ends[] = {row[0].c_str(), row[1].c_str()};
+            Text value(row[3].c_str());
+            for (const unsigned char format : {KoFMT_MEMORY, KoFMT_BIG}) {
+                const auto form = [&](Text& of) {
+                    const auto* bytes = reinterpret_cast<const unsigned char*>(&of);
+                    return format == KoFMT_MEMORY ? Bytes(bytes, bytes + sizeof of)
+                                                  : Stored(current, type, &of, format);
+                };
+                Bytes low = form(ends[0]);
+                Bytes high = form(ends[1]);
+                Bytes asked = form(value);
+                KoIdxBounds keys{row[0] == "-" ? nullptr : low.data(),
+                                 row[1] == "-" ? nullptr : high.data(), 0, 0};
+                const float share = current.EvalAndBound(type, &keys, op, asked.data(), format, 1,
+                                                         nullptr, nullptr);
+                EXPECT_GE(share, std::stof(row[4]));
+                EXPECT_LE(share, std::stof(row[5]));
+                EXPECT_EQ(current.EvalAndBound(type, nullptr, op, asked.data(), format, 1, nullptr,
+                                               nullptr),
+                          0.0F);
+            }
         };
-        Bytes low = stored(row.low);
-        Bytes high = stored(row.high);
-        Bytes value = stored(row.value);
-        KoIdxBounds bounds{low.empty() ? nullptr : low.data(), high.empty() ? nullptr : high.data(),
-                           0, 0};
-        auto op = static_cast<unsigned short>(row.op);
-        const float share = current.EvalAndBound(KoSTRING_T, &bounds, op, value.data(), KoFMT_BIG,
-                                                 1, nullptr, nullptr);
-        EXPECT_GE(share, static_cast<float>(row.least)) << row.reason;
-        EXPECT_LE(share, static_cast<float>(row.most)) << row.reason;
-        for (const o_char type : {KoISTRING_T, KoCASEISTRING_T}) {
-            KoIString ends[] = {row.low, row.high};
-            KoIString asked(row.value);
-            KoIdxBounds keys{row.low != nullptr ? ends : nullptr,
-                             row.high != nullptr ? ends + 1 : nullptr, 0, 0};
-            const float caseless =
-                current.EvalAndBound(type, &keys, op, &asked, KoFMT_MEMORY, 1, nullptr, nullptr);
-            EXPECT_GE(caseless, static_cast<float>(row.least)) << row.reason;
-            EXPECT_LE(caseless, static_cast<float>(row.most)) << row.reason;
-        }
-        EXPECT_EQ(current.EvalAndBound(KoSTRING_T, nullptr, op, value.data(), KoFMT_BIG, 1, nullptr,
-                                       nullptr),
-                  0.0F);
-    }
+        check(KoString(), KoSTRING_T);
+        check(KoIString(), KoISTRING_T);
+        check(KoCaseIString(), KoCASEISTRING_T);
+    });
 }
 
 /// Texts of few characters, so that many share beginnings and differ in one thing alone.
