@@ -80,6 +80,11 @@ void ForEachRun(const std::vector<Unit>& all, std::size_t longest, Put put)
         put(&all[plain], all.size() - plain, 1U);
 }
 
+inline unsigned Hex(const std::string& digits)
+{
+    return static_cast<unsigned>(std::stoul(digits, nullptr, 16));
+}
+
 /// The fields of a line; texts hold no bar.
 inline std::vector<std::string> Split(const std::string& line)
 {

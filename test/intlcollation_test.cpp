@@ -1,3 +1,5 @@
+#include "datafile.h"
+
 #include <gtest/gtest.h>
 #include <kointl.h>
 
@@ -36,15 +38,22 @@ Orders OrdersOf(unsigned unicode)
     return OrdersOf(CodeSet(KoCS_UNICODE), unicode);
 }
 
-// The keys of a text under a strength mask; two texts without spaces and symbols compare equal
-// exactly when theirs are equal.
-std::vector<o_u4b> Keys(const std::u16string& text, o_u4b mask, unsigned char variant = 0)
+// The keys of a character without its case.
+std::vector<o_u4b> CaselessKeys(unsigned character)
 {
     std::vector<o_u4b> keys;
-    for (const char16_t character : text)
-        for (const o_u2b order : OrdersOf(character))
-            keys.push_back(KoCollationKey(order, variant) & mask);
+    for (const o_u2b order : OrdersOf(character))
+        keys.push_back(KoCollationKey(order, 0) & 0xFFFFFF9F);
     return keys;
+}
+
+Orders Hexes(const std::string& field)
+{
+    Orders orders;
+    std::istringstream in(field == "-" ? "" : field);
+    for (std::string word; in >> word;)
+        orders.push_back(static_cast<o_u2b>(data::Hex(word)));
+    return orders;
 }
 
 // The order of vectors on a big-endian host with GCC 12, whose operator< looks at too few bytes
@@ -56,11 +65,6 @@ struct Less {
         return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end());
     }
 };
-
-constexpr o_u4b kAll = 0xFFFFFFFF;
-constexpr o_u4b kNoCase = 0xFFFFFF9F;
-constexpr o_u4b kNoAccents = 0xFFFFFFE0;
-constexpr o_u4b kLettersOnly = 0xFFFFFF80;
 
 struct Sum {
     o_u8b value = 0xCBF29CE484222325;
@@ -104,37 +108,9 @@ TEST_F(IntlCollation, TablesAreTheOnesOnDisk)
 // One of each kind; the checksum has them all.
 TEST_F(IntlCollation, TellingOrders)
 {
-    const struct {
-        unsigned unicode;
-        Orders orders;
-        const char* what;
-    } rows[] = {
-        {0x0000, {}, "the end of text"},
-        {0x000D, {34}, "13 is reserved"},
-        {0x0020, {32}, "space"},
-        {'*', {159}, "wildcard"},
-        {0x00BF, {219}, "the last named symbol"},
-        {'0', {0x3F00}, "digit"},
-        {0x00BD, {0x3F0D, 124, 0x3F15}, "one half"},
-        {'A', {0x400C}, "upper case"},
-        {'z', {0x5070}, "lower case"},
-        {0x00C1, {0x410C}, "A acute"},
-        {0x00D8, {0x4444}, "O with stroke: an accent"},
-        {0x01FE, {0x4B44}, "O with stroke and acute: an accent of two marks"},
-        {0x00DF, {0x5ED4, 0x5054}, "sharp s"},
-        {0x00C6, {0x4E8C, 0x401C}, "AE"},
-        {0x01C5, {0x6F18, 0x54F0}, "the title-case digraph"},
-        {0x0140, {0x5F38, 129}, "l with middle dot"},
-        {0x0200, {0x0200}, "from here on the value"},
-        {0x3F00, {0xF600}, "moved: its value is the order of 0"},
-        {0x500C, {0xF6C8}, "moved: its value is the order of a"},
-        {0xF6C8, {0xFFFF, 0xF6C8}, "gave its order away"},
-        {0xF784, {0xFFFF, 0xF784}, "the last that did"},
-        {0xF785, {0xF785}, "the next did not"},
-        {0xFFFF, {0xFFFF, 0xFFFF}, "the lead itself"},
-    };
-    for (const auto& row : rows)
-        EXPECT_EQ(OrdersOf(row.unicode), row.orders) << row.what;
+    data::ForEachRow("collation/orders.txt", 3, [](const auto&, const data::Row& row) {
+        EXPECT_EQ(OrdersOf(data::Hex(row[0])), Hexes(row[1]));
+    });
 }
 
 // Different texts never have the same orders. A character's first order tells which it is, and so
@@ -204,58 +180,11 @@ TEST_F(IntlCollation, FastKeysAgreeWithOrders)
 
 TEST_F(IntlCollation, Keys)
 {
-    const struct {
-        o_u2b order;
-        unsigned char variant;
-        o_u4b key;
-        const char* what;
-    } rows[] = {
-        {0, 20, 0, "the end of text, whatever the variant"},
-        {32, 0, 0x2000, "space"},
-        {0x3FFF, 7, 0x073FFF00, "a digit keeps its place"},
-        {0x510C, 0, 0x400C22, "a acute: base in front, case and accent behind"},
-        {0x7FFF, 0, 0x407F7F, "every bit of a letter"},
-        {0x510C, 21, 0x15400C22, "other variants have letters too"},
-        {0x510C, 20, 0x14510C00, "the ideographic one has numbers"},
-        {0x8001, 0, 0x800100, "an ideograph"},
-    };
-    for (const auto& row : rows)
-        EXPECT_EQ(KoCollationKey(row.order, row.variant), row.key) << row.what;
-}
-
-// The table of doc/collation.md: which pairs are equal when case, accents or both are ignored.
-TEST_F(IntlCollation, WhatComparesEqual)
-{
-    const struct {
-        std::u16string a, b;
-        bool noCase, noAccents, lettersOnly;
-        const char* what;
-    } rows[] = {
-        {u"a", u"A", true, false, true, "case"},
-        {u"e", u"\u00E9", false, true, true, "accent"},
-        {u"E", u"\u00E9", false, false, true, "both"},
-        {u"u", u"\u01D6", false, true, true, "two marks"},
-        {u"\u00DF", u"ss", false, true, true, "sharp s and its letters"},
-        {u"\u00DF", u"SS", false, false, true, "and in upper case"},
-        {u"\u00C6", u"\u00E6", true, false, true, "AE and ae"},
-        {u"\u00C6", u"AE", false, true, true, "AE and its letters"},
-        {u"\u01C5", u"\u01C6", true, false, true, "title case"},
-        {u"\u00F0", u"d", false, false, false, "eth is no d"},
-        {u"\u0131", u"i", false, true, true, "dotless i"},
-        {u"\u0130", u"i", false, false, true, "dotted capital I"},
-        {u"\u00B2", u"2", false, false, false, "superscript"},
-        {u"\u00BD", u"1/2", false, false, false, "fraction"},
-        {u"\u500C", u"a", false, false, false, "an ideograph out of a letter's way"},
-        {u"\u600B", u"\u700B", true, false, true, "ideographs without an ideographic language"},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.what);
-        EXPECT_NE(Keys(row.a, kAll), Keys(row.b, kAll));
-        EXPECT_EQ(Keys(row.a, kNoCase) == Keys(row.b, kNoCase), row.noCase);
-        EXPECT_EQ(Keys(row.a, kNoAccents) == Keys(row.b, kNoAccents), row.noAccents);
-        EXPECT_EQ(Keys(row.a, kLettersOnly) == Keys(row.b, kLettersOnly), row.lettersOnly);
-        EXPECT_NE(Keys(row.a, kLettersOnly, 20), Keys(row.b, kLettersOnly, 20));
-    }
+    data::ForEachRow("collation/keys.txt", 4, [](const auto&, const data::Row& row) {
+        EXPECT_EQ(KoCollationKey(static_cast<o_u2b>(data::Hex(row[0])),
+                                 static_cast<unsigned char>(data::Hex(row[1]))),
+                  data::Hex(row[2]));
+    });
 }
 
 // Below 512, ignoring case makes exactly those equal that Unicode maps to one another, but for
@@ -269,7 +198,7 @@ TEST_F(IntlCollation, IgnoringCaseFollowsCaseMapping)
         const o_u2b folded = formsOfTheirOwn.count(static_cast<char16_t>(c)) != 0
                                  ? c
                                  : unicode.ToLower(unicode.ToUpper(c, KoLANG_NONE), KoLANG_NONE);
-        classes[Keys({static_cast<char16_t>(c)}, kNoCase)].insert(folded);
+        classes[CaselessKeys(c)].insert(folded);
     }
     std::set<o_u2b> seen;
     for (const auto& [keys, folded] : classes) {
@@ -292,33 +221,13 @@ TEST_F(IntlCollation, Variants)
 
 TEST_F(IntlCollation, CaseMapping)
 {
-    const struct {
-        unsigned char codeSet, language;
-        o_u2b character, upper, lower;
-        const char* what;
-    } rows[] = {
-        {1, 0, 0xE9, 0xC9, 0xE9, "e acute"},
-        {1, 0, 0xFF, 0xFF, 0xFF, "Y with diaeresis is not in Latin-1"},
-        {32, 0, 0xFF, 0x9F, 0xFF, "it is in Windows-1252"},
-        {7, 0, 0xE1, 0xC1, 0xE1, "Greek alpha"},
-        {46, 0, 0xA6, 0x86, 0xA6, "Cyrillic in IBM 866"},
-        {32, 0, 0x81, 0x81, 0x81, "an undefined position"},
-        {1, 0, 0xDF, 0xDF, 0xDF, "sharp s has no single capital"},
-        {253, 0, 0x1E9E, 0x1E9E, 0xDF, "but a capital maps to it"},
-        {240, 0, 0x0436, 0x0416, 0x0436, "as Unicode"},
-        {253, KoLANG_TURKISH, 'i', 0x0130, 'i', "Turkish i"},
-        {253, KoLANG_TURKISH, 'I', 'I', 0x0131, "Turkish I"},
-        {253, KoLANG_TURKISH, 0x0131, 'I', 0x0131, "Turkish dotless i"},
-        {253, KoLANG_TURKISH, 0x0130, 0x0130, 'i', "Turkish dotted I"},
-        {9, KoLANG_TURKISH, 'i', 0xDD, 'i', "Turkish in Latin-5"},
-        {1, KoLANG_TURKISH, 'i', 'i', 'i', "Latin-1 has no dotted I"},
-        {1, KoLANG_TURKISH, 'a', 'A', 'a', "the other letters"},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.what);
-        EXPECT_EQ(CodeSet(row.codeSet).ToUpper(row.character, row.language), row.upper);
-        EXPECT_EQ(CodeSet(row.codeSet).ToLower(row.character, row.language), row.lower);
-    }
+    data::ForEachRow("collation/case.txt", 5, [](const auto& head, const data::Row& row) {
+        const unsigned char language = head[0] == "Turkish" ? KoLANG_TURKISH : KoLANG_NONE;
+        const KoCodeSet& codeSet = CodeSet(static_cast<unsigned char>(std::stoul(row[0])));
+        const auto character = static_cast<o_u2b>(data::Hex(row[1]));
+        EXPECT_EQ(codeSet.ToUpper(character, language), data::Hex(row[2]));
+        EXPECT_EQ(codeSet.ToLower(character, language), data::Hex(row[3]));
+    });
     ASSERT_EQ(KoLanguageContext::SetDefaultLanguage(KoLANG_TURKISH), 0);
     EXPECT_EQ(CodeSet(KoCS_UNICODE).ToUpper('i', KoLANG_DEFAULT), 0x0130);
 }
