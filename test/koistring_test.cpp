@@ -189,41 +189,6 @@ TEST(KoIStringRecord, Layout)
     }
 }
 
-TEST(KoIStringRecord, CutKeys)
-{
-    struct {
-        const char* reason;
-        std::string left;
-        unsigned bound;
-        const char* right;
-        int order;
-        int status;
-    } const rows[] = {
-        {"cut where they agree", "abcd", 5, "abcd", 0, KoRC_TRUNCATED},
-        {"the other one goes on", "abcd", 5, "abz", 0, KoRC_TRUNCATED},
-        {"the other one has ended", "abcd", 5, "a", 1, KoRC_OK},
-        {"cut in the middle of an expansion", "s\xDFx", 5, "ssst", 0, KoRC_TRUNCATED},
-        {"only the terminator is cut off", "ab", 5, "ab", 0, KoRC_TRUNCATED},
-        {"no flag", "abcd", 2, "z", 0, KoRC_TRUNCATED},
-        {"no whole length", "abcd", 1, "z", 0, KoRC_TRUNCATED},
-        {"too long for a cut key", std::string(300, 'x'), 257, "z", -1, KoRC_NOT_SUPPORTED},
-        {"just not", std::string(300, 'x'), 256, "z", -1, KoRC_OK},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.reason);
-        Bytes left = Stored(KoIString(row.left.c_str()), 2);
-        left.resize(row.bound);
-        left.shrink_to_fit();
-        Bytes right = Stored(KoIString(row.right), 2);
-        const auto size = static_cast<unsigned>(right.size());
-        int status = 1;
-        EXPECT_EQ(
-            Sign(KoIStringCompare(2, row.bound, left.data(), size, right.data(), 0, 1, status)),
-            row.order);
-        EXPECT_EQ(status, row.status);
-    }
-}
-
 TEST(KoIStringText, GoesThroughWindows1252)
 {
     const KoTypeMgr manager;

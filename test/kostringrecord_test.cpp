@@ -176,52 +176,8 @@ TEST(StringRecord, TheOlderLayoutIsWrittenByTheOlderTypeAndReadByBoth)
               Compat().DiskLenGet(kId, &wide, 1, 1, KoFMT_MEMORY));
 }
 
-TEST(StringRecord, CutKeysDecideOnlyWhatTheyShow)
+TEST(StringRecord, CutKeysOfSeveralAndTheirHashes)
 {
-    // In the current layout text starts at byte 4, in the older one at byte 2.
-    const std::string x300(300, 'x');
-    const struct {
-        const char* why;
-        const KoTypeMgr& manager;
-        std::string left;
-        unsigned leftSize; ///< 0: not cut
-        std::string right;
-        unsigned rightSize;
-        int order, status;
-    } rows[] = {
-        {"a shown difference decides", Current(), "abcdef", 7, "abx", 0, -1, 0},
-        {"equal as far as shown", Current(), "abcdef", 7, "abc", 0, 0, KoRC_TRUNCATED},
-        {"the other ends first", Current(), "abcdef", 8, "abc", 0, 1, 0},
-        {"only the end mark is cut", Current(), "abcdef", 10, "abcdef", 0, 0, 0},
-        {"not even the head", Current(), "abcdef", 3, "abc", 0, 0, KoRC_TRUNCATED},
-        {"not even the length", Current(), "abc", 0, "abcdef", 1, 0, KoRC_TRUNCATED},
-        {"longer than a cut key", Current(), x300, 4 + 254, x300, 0, -1, KoRC_NOT_SUPPORTED},
-        {"as long as one can be", Current(), x300, 4 + 253, x300, 0, 0, KoRC_TRUNCATED},
-        {"the older type cuts the older layout", Compat(), "abcdef", 5, "abx", 0, -1, 0},
-        {"equal as far as shown", Compat(), "abcdef", 4, "abx", 0, 0, KoRC_TRUNCATED},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.why);
-        const auto cut = [&](const std::string& text, unsigned size) {
-            Bytes bytes = Stored(row.manager, {text.c_str()}, KoFMT_LITTLE);
-            bytes.resize(size == 0 ? bytes.size() : size);
-            return bytes;
-        };
-        const Bytes left = cut(row.left, row.leftSize);
-        const Bytes right = cut(row.right, row.rightSize);
-        int status = -1;
-        const auto sign = [](int order) { return (order > 0) - (order < 0); };
-        EXPECT_EQ(
-            sign(Compare(row.manager, left, row.leftSize, right, row.rightSize, 1, 1, status)),
-            row.order);
-        EXPECT_EQ(status, row.status);
-        if (row.status == KoRC_NOT_SUPPORTED)
-            continue;
-        EXPECT_EQ(
-            sign(Compare(row.manager, right, row.rightSize, left, row.leftSize, 1, 1, status)),
-            -row.order);
-        EXPECT_EQ(status, row.status);
-    }
     int status = -1;
     const Bytes two = Stored(Current(), {"a", "b"}, KoFMT_LITTLE);
     EXPECT_EQ(Compare(Current(), two, 7, two, 0, 1, 2, status), 0); // ends between two records

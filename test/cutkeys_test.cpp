@@ -1,0 +1,52 @@
+#include "value.h"
+
+namespace
+{
+
+struct Key {
+    std::unique_ptr<unsigned char[]> bytes; ///< nothing behind them is there to be read
+    unsigned told = 0;                      ///< the length that a comparison is told
+};
+
+Key Cut(const KoTypeMgr& manager, const Value& value, unsigned char format, const std::string& kept)
+{
+    Bytes bytes(manager.DiskLenGet(value.Id(), value.Data(), format, 1, KoFMT_MEMORY));
+    manager.Store(value.Id(), bytes.data(), value.Data(), format, 1);
+    Key key;
+    if (kept != "-")
+        bytes.resize(key.told = static_cast<unsigned>(std::stoul(kept)));
+    key.bytes = std::make_unique<unsigned char[]>(bytes.size());
+    std::copy(bytes.begin(), bytes.end(), key.bytes.get());
+    return key;
+}
+
+// As test/data/stored/cutkeys.txt has them.
+TEST(CutKeys, DecideOnlyWhatTheyShow)
+{
+    data::ForEachRow("stored/cutkeys.txt", 7, [](const auto& head, const data::Row& row) {
+        const std::size_t end = head[0].find(" older");
+        const KoTypeMgr manager(end == std::string::npos ? 5 : 3);
+        Value left(head[0].substr(0, end));
+        Value right(head[0].substr(0, end));
+        left.Set(row[0], head[1]);
+        right.Set(row[2], head[1]);
+        const int expected = row[5] == "ok"    ? KoRC_OK
+                             : row[5] == "cut" ? KoRC_TRUNCATED
+                                               : KoRC_NOT_SUPPORTED;
+        for (const unsigned char format : {KoFMT_LITTLE, KoFMT_BIG}) {
+            const Key a = Cut(manager, left, format, row[1]);
+            const Key b = Cut(manager, right, format, row[3]);
+            int status = 1;
+            EXPECT_EQ(Sign(manager.Cmp(left.Id(), a.told, a.bytes.get(), b.told, b.bytes.get(),
+                                       KoCMP_PLAIN, 1, format, status)),
+                      std::stoi(row[4]));
+            EXPECT_EQ(status, expected);
+            const int turned = manager.Cmp(left.Id(), b.told, b.bytes.get(), a.told, a.bytes.get(),
+                                           KoCMP_PLAIN, 1, format, status);
+            EXPECT_EQ(Sign(turned), expected == KoRC_NOT_SUPPORTED ? -1 : -std::stoi(row[4]));
+            EXPECT_EQ(status, expected);
+        }
+    });
+}
+
+} // namespace
