@@ -194,6 +194,7 @@ void BenchLookUpKotm(benchmark::State& state, const Data& data, const std::strin
     const std::size_t cost = AttributeNamed(data, "cost_total");
     const Keys keys(data.schema.attributes[date]);
     kotm::RecordReader reader(store->GetSchema());
+    reader.Need(cost);
     kotm::IndexRange range;
     range.attribute = date;
     range.high.emplace().behind = true;
@@ -201,8 +202,8 @@ void BenchLookUpKotm(benchmark::State& state, const Data& data, const std::strin
     long long sum = 0;
     for (auto _ : state) {
         range.low.form = range.high->form = keys.forms[next++ % keys.forms.size()];
-        kotm::Scan scan(*store, range, false);
-        while (scan.Next() && reader.Read(scan.Record(), cost + 1))
+        kotm::Scan scan(*store, &range, kotm::ScanOrder::Numbers);
+        while (scan.Next() && reader.Read(scan.Record()))
             sum += Number(reader.Form(cost));
     }
     state.counters["sum"] = static_cast<double>(sum) / static_cast<double>(state.iterations());
@@ -241,7 +242,7 @@ void BenchRangeKotm(benchmark::State& state, const Data& data, const std::string
     reader.Read("200", range.high->form, fault);
     std::uint64_t rows = 0;
     for (auto _ : state) {
-        kotm::Scan scan(*store, range, false);
+        kotm::Scan scan(*store, &range, kotm::ScanOrder::Forwards);
         while (scan.Next())
             ++rows;
     }

@@ -93,10 +93,12 @@ long long SumByKotm(Store& store, const std::string& predicate, bool planned)
             Fail("the plan does not use the index");
     }
     RecordReader reader(store.GetSchema());
-    Scan scan(store, planned ? plan->range : std::nullopt, false);
+    condition.Need(reader);
+    reader.Need(kAmount);
+    Scan scan(store, planned ? &*plan->range : nullptr, ScanOrder::Numbers);
     long long sum = 0;
     while (scan.Next()) {
-        if (!reader.Read(scan.Record(), kAmount + 1))
+        if (!reader.Read(scan.Record()))
             Fail("a record that cannot be read");
         reader.SetId(scan.Id());
         if (condition.Evaluate(reader) != Truth::True)
@@ -134,14 +136,15 @@ void BenchWay(benchmark::State& state, Store& store, Way way)
     const std::string text = "number >= 0";
     const Condition condition = Condition::Make(ParsePredicate(text), text, store.GetSchema());
     RecordReader reader(store.GetSchema());
+    condition.Need(reader);
+    const IndexRange index = IndexRange::All(kNumber);
     std::uint64_t found = 0;
     for (auto _ : state) {
-        Scan scan(store,
-                  way == Way::kInOrder ? std::nullopt : std::optional(IndexRange::All(kNumber)),
-                  false);
+        Scan scan(store, way == Way::kInOrder ? nullptr : &index,
+                  way == Way::kEntry ? ScanOrder::Forwards : ScanOrder::Numbers);
         while (scan.Next()) {
-            if (way == Way::kEntry || (reader.Read(scan.Record(), kNumber + 1) &&
-                                       condition.Evaluate(reader) == Truth::True))
+            if (way == Way::kEntry ||
+                (reader.Read(scan.Record()) && condition.Evaluate(reader) == Truth::True))
                 ++found;
         }
     }

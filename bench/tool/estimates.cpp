@@ -24,9 +24,10 @@ double ErrorOf(Store& store, const std::string& predicate)
         Condition::Make(ParsePredicate(predicate), predicate, store.GetSchema());
     const Plan plan = MakePlan(store, condition, false);
     RecordReader reader(store.GetSchema());
-    Scan scan(store, std::nullopt, false);
+    condition.Need(reader);
+    Scan scan(store, nullptr, ScanOrder::Forwards);
     double found = 0.0;
-    while (scan.Next() && reader.ReadAll(scan.Record()))
+    while (scan.Next() && reader.Read(scan.Record()))
         found += condition.Evaluate(reader) == Truth::True ? 1.0 : 0.0;
     const auto objects = static_cast<double>(store.Counts().objects);
     const double share = std::max(plan.share, 1.0 / objects);

@@ -345,7 +345,7 @@ TEST_F(KotmStore, SaysWhatIsWrongWithAStore)
         {"cut", whole.substr(0, whole.size() - 1), "is truncated"},
         {"cut to the first page", whole.substr(0, 4096), "its second page is missing"},
         {"other program", overwritten("kotm store", "some other"), "is no store of this program"},
-        {"other format", overwritten("\"format\":1", "\"format\":7"), "has store format 7"},
+        {"other format", overwritten("\"format\":2", "\"format\":7"), "has store format 7"},
         {"other library", overwritten("\"library\":\"12", "\"library\":\"11"),
          "library version 11"},
         {"unreadable description", overwritten("{\"format\"", "}\"format\""), "unreadable"},

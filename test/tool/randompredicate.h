@@ -19,7 +19,7 @@ public:
         : m_schema(store.GetSchema()), m_random(seed), m_literals(m_schema.attributes.size())
     {
         kotm::RecordReader reader(m_schema);
-        kotm::Scan scan(store, std::nullopt, false);
+        kotm::Scan scan(store, nullptr, kotm::ScanOrder::Forwards);
         std::vector<std::set<std::string>> known(m_literals.size());
         while (scan.Next() && reader.ReadAll(scan.Record())) {
             for (std::size_t i = 0; i < m_literals.size(); ++i) {

@@ -72,14 +72,11 @@ private:
     template <class Take>
     void Walk(MDB_dbi dbi, Take take)
     {
-        MDB_cursor* cursor = nullptr;
-        CheckLmdb(mdb_cursor_open(m_store.Transaction(), dbi, &cursor), m_store.Path());
-        const std::unique_ptr<MDB_cursor, decltype(&mdb_cursor_close)> closer(cursor,
-                                                                              mdb_cursor_close);
+        const Store::Cursor cursor = m_store.OpenCursor(dbi);
         MDB_val key{};
         MDB_val value{};
         int code;
-        while ((code = mdb_cursor_get(cursor, &key, &value, MDB_NEXT)) == MDB_SUCCESS)
+        while ((code = mdb_cursor_get(cursor.get(), &key, &value, MDB_NEXT)) == MDB_SUCCESS)
             take(View(key), View(value));
         if (code != MDB_NOTFOUND)
             CheckLmdb(code, m_store.Path());
@@ -150,8 +147,7 @@ private:
         const std::string object = " of object " + std::to_string(ObjectNumber(view.id));
         if (!m_store.Find(view.id, record))
             Fault(index + ": an entry" + object + ", which does not exist");
-        else if (m_record.Read(record, attribute + 1) &&
-                 EntryForm(m_record.Form(attribute)) != view.form)
+        else if (m_record.ReadAll(record) && EntryForm(m_record.Form(attribute)) != view.form)
             Fault(index + ": an entry" + object + " with another value than the object's");
     }
 

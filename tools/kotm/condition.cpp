@@ -150,12 +150,12 @@ Truth Condition::Evaluate(const RecordReader& record) const
     return Truth::Unknown;
 }
 
-std::size_t Condition::AttributesNeeded() const
+void Condition::Need(RecordReader& record) const
 {
-    std::size_t needed = parts.empty() && attribute != kObjectIdIndex ? attribute + 1 : 0;
+    if (parts.empty())
+        record.Need(attribute);
     for (const Condition& part : parts)
-        needed = std::max(needed, part.AttributesNeeded());
-    return needed;
+        part.Need(record);
 }
 
 } // namespace kotm

@@ -33,8 +33,8 @@ struct Condition {
     /// True where the object belongs to the answer only if this is Truth::True.
     Truth Evaluate(const RecordReader& record) const;
 
-    /// One more than the last attribute that Evaluate looks at.
-    std::size_t AttributesNeeded() const;
+    /// Tells `record` what Evaluate looks at.
+    void Need(RecordReader& record) const;
 };
 
 } // namespace kotm

@@ -17,11 +17,6 @@ std::string_view View(const MDB_val* value)
     return {static_cast<const char*>(value->mv_data), value->mv_size};
 }
 
-int Sign(std::size_t a, std::size_t b)
-{
-    return a < b ? -1 : a > b ? 1 : 0;
-}
-
 int CompareBytes(std::string_view a, std::string_view b)
 {
     return a.compare(b);
@@ -59,50 +54,22 @@ void PutObjectId(char* bytes, std::uint64_t number, std::uint32_t tag)
         bytes[4 + i] = static_cast<char>(number >> (8 * i) & 0xFF);
 }
 
-std::uint64_t ObjectNumber(const char* id)
-{
-    std::uint64_t number = 0;
-    for (unsigned i = 6; i-- > 0;)
-        number = number << 8 | static_cast<unsigned char>(id[4 + i]);
-    return number;
-}
-
-std::uint32_t ObjectTag(const char* id)
-{
-    std::uint32_t tag = 0;
-    for (unsigned i = 4; i-- > 0;)
-        tag = tag << 8 | static_cast<unsigned char>(id[i]);
-    return tag;
-}
-
-int CompareObjectIds(const char* a, const char* b)
-{
-    const std::uint64_t numberA = ObjectNumber(a);
-    const std::uint64_t numberB = ObjectNumber(b);
-    return numberA != numberB ? Sign(numberA, numberB) : Sign(ObjectTag(a), ObjectTag(b));
-}
-
-EntryView::EntryView(std::string_view bytes)
-{
-    if (bytes.size() < kEntryHead + kObjectIdBytes)
-        return;
-    type = static_cast<o_char>(bytes[0]);
-    cmpOp = static_cast<unsigned short>(static_cast<unsigned char>(bytes[1]) << 8 |
-                                        static_cast<unsigned char>(bytes[2]));
-    form = bytes.substr(kEntryHead, bytes.size() - kEntryHead - kObjectIdBytes);
-    id = form.data() + form.size();
-}
-
-void MakeEntry(std::string& entry, o_char type, std::string_view form, std::uint64_t number,
-               std::uint32_t tag)
+std::size_t PutEntry(char* entry, o_char type, std::string_view form, std::uint64_t number,
+                     std::uint32_t tag)
 {
     const std::string_view held = EntryForm(form);
-    entry.resize(kEntryHead + held.size() + kObjectIdBytes);
     entry[0] = static_cast<char>(type);
     entry[1] = static_cast<char>(kPlainOperator >> 8);
     entry[2] = static_cast<char>(kPlainOperator & 0xFF);
-    held.copy(entry.data() + kEntryHead, held.size());
-    PutObjectId(entry.data() + kEntryHead + held.size(), number, tag);
+    held.copy(entry + kEntryHead, held.size());
+    PutObjectId(entry + kEntryHead + held.size(), number, tag);
+    return kEntryHead + held.size() + kObjectIdBytes;
+}
+
+void MakeEntry(std::string& entry, o_char type, std::string_view form, std::uint64_t number)
+{
+    entry.resize(kEntryHead + EntryForm(form).size() + kObjectIdBytes);
+    PutEntry(entry.data(), type, form, number);
 }
 
 FullForms* SetFullForms(FullForms* source)
@@ -112,18 +79,15 @@ FullForms* SetFullForms(FullForms* source)
 
 int CompareForms(std::size_t attribute, const EntryView& a, const EntryView& b)
 {
-    // A cut form says nothing about the bytes that are gone.
-    if (a.form == b.form && a.form.size() != kCutForm)
-        return 0;
     if (a.form.empty() || b.form.empty())
         return Sign(a.form.size(), b.form.size());
     int status = 0;
-    int order = ComparePersistent(a.type, a.form, b.form, a.cmpOp, status);
+    const int order = ComparePersistent(a.type, a.form, b.form, a.cmpOp, status);
+    // A cut form says nothing about the bytes that are gone.
     const bool cut = a.form.size() == kCutForm || b.form.size() == kCutForm;
-    if (status != 0 || (order == 0 && cut))
-        order =
-            ComparePersistent(a.type, Whole(attribute, a), Whole(attribute, b), a.cmpOp, status);
-    return order;
+    if (status == 0 && (order != 0 || !cut))
+        return order;
+    return ComparePersistent(a.type, Whole(attribute, a), Whole(attribute, b), a.cmpOp, status);
 }
 
 int CompareEntries(std::size_t attribute, std::string_view a, std::string_view b)

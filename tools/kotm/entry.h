@@ -6,7 +6,9 @@
 
 #include <lmdb.h>
 
+#include <bit>
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -19,11 +21,43 @@ inline constexpr std::size_t kObjectIdBytes = 10;
 inline constexpr std::uint64_t kMaxObjectNumber = (std::uint64_t{1} << 48) - 2;
 
 void PutObjectId(char* bytes, std::uint64_t number, std::uint32_t tag = 0);
-std::uint64_t ObjectNumber(const char* id);
-std::uint32_t ObjectTag(const char* id);
+
+/// The unsigned number whose bytes stand at `bytes`, the least significant first.
+template <class Number>
+Number LittleEndian(const char* bytes)
+{
+    Number number;
+    std::memcpy(&number, bytes, sizeof number);
+    if constexpr (std::endian::native == std::endian::big) {
+        Number turned = 0;
+        for (std::size_t i = 0; i < sizeof number; ++i)
+            turned = static_cast<Number>(turned << 8 | (number >> 8 * i & 0xFF));
+        return turned;
+    }
+    return number;
+}
+
+inline std::uint64_t ObjectNumber(const char* id)
+{
+    return LittleEndian<std::uint64_t>(id + 2) >> 16; // half of the tag and the number
+}
+inline std::uint32_t ObjectTag(const char* id)
+{
+    return LittleEndian<std::uint32_t>(id);
+}
+
+template <class Number>
+int Sign(Number a, Number b)
+{
+    return a < b ? -1 : a > b ? 1 : 0;
+}
 
 /// The order of object ids: by number, as the identity type itself orders stored ones, then tag.
-int CompareObjectIds(const char* a, const char* b);
+inline int CompareObjectIds(const char* a, const char* b)
+{
+    const int order = Sign(ObjectNumber(a), ObjectNumber(b));
+    return order != 0 ? order : Sign(ObjectTag(a), ObjectTag(b));
+}
 
 /// An index entry: type id (1 byte), comparison operator word (2, most significant byte first),
 /// the persistent form of the value, object id (10). The form is empty for an absent value, which
@@ -40,7 +74,16 @@ struct EntryView {
     std::string_view form;
     const char* id = nullptr; ///< null for bytes that are no entry
 
-    explicit EntryView(std::string_view bytes);
+    explicit EntryView(std::string_view bytes)
+    {
+        if (bytes.size() < kEntryHead + kObjectIdBytes)
+            return;
+        type = static_cast<o_char>(bytes[0]);
+        cmpOp = static_cast<unsigned short>(static_cast<unsigned char>(bytes[1]) << 8 |
+                                            static_cast<unsigned char>(bytes[2]));
+        form = bytes.substr(kEntryHead, bytes.size() - kEntryHead - kObjectIdBytes);
+        id = form.data() + form.size();
+    }
 };
 
 inline bool IsCut(std::string_view form)
@@ -54,9 +97,11 @@ inline std::string_view EntryForm(std::string_view form)
     return IsCut(form) ? form.substr(0, kCutForm) : form;
 }
 
+/// Writes the entry of a whole form, at most kMaxEntry bytes, and returns their number.
+std::size_t PutEntry(char* entry, o_char type, std::string_view form, std::uint64_t number,
+                     std::uint32_t tag = 0);
 /// Writes the entry of a whole form over `entry`.
-void MakeEntry(std::string& entry, o_char type, std::string_view form, std::uint64_t number,
-               std::uint32_t tag = 0);
+void MakeEntry(std::string& entry, o_char type, std::string_view form, std::uint64_t number);
 
 /// Finds the whole form behind an entry that holds a cut one.
 class FullForms

@@ -115,19 +115,20 @@ private:
     void Count()
     {
         RecordReader record(m_schema);
+        m_condition.Need(record);
         const auto read = [&](Scan& scan) {
-            if (!record.Read(scan.Record(), m_condition.AttributesNeeded()))
+            if (!record.Read(scan.Record()))
                 throw Failure(Exit::Damaged, m_store.Path() + ": is damaged: an unsound record");
             record.SetId(scan.Id());
         };
-        Scan planned(m_store, m_plan.range, false);
+        Scan planned(m_store, m_plan.range ? &*m_plan.range : nullptr, ScanOrder::Numbers);
         while (planned.Next()) {
             read(planned);
             ++m_read;
             m_found += m_condition.Evaluate(record) == Truth::True ? 1 : 0;
         }
         m_met.resize(m_plan.terms.size());
-        Scan all(m_store, std::nullopt, false);
+        Scan all(m_store, nullptr, ScanOrder::Forwards);
         while (all.Next()) {
             read(all);
             ++m_objects;

@@ -251,7 +251,7 @@ private:
                 return;
             }
         }
-        const std::uint64_t number = m_store->Add(m_record.Bytes());
+        const std::uint64_t number = m_store->Add(m_record.Finish());
         for (std::size_t i = 0; i < m_indexed.size(); ++i)
             m_builders[i].Add(m_record.Form(m_indexed[i]), number);
     }

@@ -160,24 +160,26 @@ private:
     /// The lowest and the highest value of an index; true where it holds null values as well.
     bool LookAtEnds(std::size_t attribute, PlanTerm& term)
     {
-        const auto first = [&](const std::optional<IndexRange>& range, bool backwards,
-                               std::string& form) {
-            Scan scan(m_store, range, backwards);
+        const auto first = [&](const IndexRange& range, ScanOrder order, std::string& form) {
+            Scan scan(m_store, &range, order);
             if (!scan.Next())
                 return false;
+            form = scan.IndexedForm();
             RecordReader reader(m_schema);
+            reader.Need(attribute);
             if (attribute == kObjectIdIndex)
                 form.assign(scan.Id(), kObjectIdBytes);
-            else if (reader.Read(scan.Record(), attribute + 1))
+            else if (form.empty() && reader.Read(scan.Record()))
                 form = reader.Form(attribute);
             return true;
         };
         const IndexRange values{attribute, {"", true}, std::nullopt, false};
-        first(values, false, term.lowest);
-        first(values, true, term.highest);
+        first(values, ScanOrder::Forwards, term.lowest);
+        first(values, ScanOrder::Backwards, term.highest);
         std::string null;
         return attribute != kObjectIdIndex &&
-               first(IndexRange{attribute, {"", false}, Edge{"", true}, false}, false, null);
+               first(IndexRange{attribute, {"", false}, Edge{"", true}, false}, ScanOrder::Forwards,
+                     null);
     }
 
     /// Asks the type.

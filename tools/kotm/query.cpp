@@ -51,12 +51,16 @@ public:
             if (format == nullptr && attribute.format)
                 format = &*attribute.format;
             m_columns.push_back({index, Value(attribute.type), format});
-            m_needed = std::max(m_needed, index + 1);
         }
         m_writer = RowWriter::Make(request.output, names, out);
     }
 
-    std::size_t AttributesNeeded() const { return m_needed; }
+    /// Tells `record` what Print looks at.
+    void Need(RecordReader& record) const
+    {
+        for (const Column& column : m_columns)
+            record.Need(column.attribute);
+    }
 
     void Print(const RecordReader& record)
     {
@@ -88,7 +92,6 @@ private:
 
     std::vector<Column> m_columns;
     std::vector<Cell> m_cells;
-    std::size_t m_needed = 0;
     std::unique_ptr<RowWriter> m_writer;
 };
 
@@ -162,7 +165,7 @@ public:
                 Condition::Make(ParsePredicate(request.predicate), request.predicate, m_schema);
             m_plan = MakePlan(store, *m_condition, request.count);
             m_range = m_plan.range;
-            m_needed = m_condition->AttributesNeeded();
+            m_condition->Need(m_record);
         }
         if (request.order.empty())
             return;
@@ -179,7 +182,7 @@ public:
         }
         m_mustSort = !m_range || m_range->attribute != *m_order;
         if (m_mustSort)
-            m_needed = std::max(m_needed, *m_order + 1);
+            m_record.Need(*m_order);
     }
 
     void Count(std::ostream& out)
@@ -189,7 +192,7 @@ public:
         if (!m_condition) {
             count = std::min(m_store.Counts().objects, m_request.limit);
         } else {
-            Scan scan(m_store, m_range, false);
+            Scan scan(m_store, Range(), test ? ScanOrder::Numbers : ScanOrder::Forwards);
             while (count < m_request.limit && scan.Next()) {
                 if (!test || Matches(scan))
                     ++count;
@@ -202,8 +205,12 @@ public:
     {
         RowPrinter printer(m_request, m_schema, out);
         if (!m_mustSort)
-            m_needed = std::max(m_needed, printer.AttributesNeeded());
-        Scan scan(m_store, m_range, m_request.descending && !m_mustSort && m_order);
+            printer.Need(m_record);
+        const bool byIndex = m_order && !m_mustSort;
+        Scan scan(m_store, Range(),
+                  !byIndex               ? ScanOrder::Numbers
+                  : m_request.descending ? ScanOrder::Backwards
+                                         : ScanOrder::Forwards);
         if (m_mustSort && m_order)
             PrintSorted(scan, printer);
         else
@@ -212,18 +219,20 @@ public:
     }
 
 private:
-    void Read(std::string_view record, const char* id, std::size_t attributes)
+    const IndexRange* Range() const { return m_range ? &*m_range : nullptr; }
+
+    void Read(RecordReader& reader, std::string_view record, const char* id) const
     {
-        if (!m_record.Read(record, attributes))
+        if (!reader.Read(record))
             throw Failure(Exit::Damaged, m_store.Path() + ": is damaged: object " +
                                              std::to_string(ObjectNumber(id)) +
                                              " has an unsound record");
-        m_record.SetId(id);
+        reader.SetId(id);
     }
 
     bool Matches(Scan& scan)
     {
-        Read(scan.Record(), scan.Id(), m_needed);
+        Read(m_record, scan.Record(), scan.Id());
         return !m_condition || m_condition->Evaluate(m_record) == Truth::True;
     }
 
@@ -246,13 +255,15 @@ private:
             if (Matches(scan))
                 sorter.Add(m_record.Form(*m_order), scan.Id());
         }
+        RecordReader found(m_schema);
+        printer.Need(found);
         for (const auto& row : sorter.Sort()) {
             char id[kObjectIdBytes];
             PutObjectId(id, row.number);
             std::string_view record;
             m_store.Find(id, record);
-            Read(record, id, printer.AttributesNeeded());
-            printer.Print(m_record);
+            Read(found, record, id);
+            printer.Print(found);
         }
     }
 
@@ -265,7 +276,6 @@ private:
     std::optional<IndexRange> m_range;
     std::optional<std::size_t> m_order;
     bool m_mustSort = false;
-    std::size_t m_needed = 0; ///< attributes of a record to take apart
 };
 
 } // namespace

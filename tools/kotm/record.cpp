@@ -1,24 +1,75 @@
 #include "record.h"
 
+#include <algorithm>
+
 namespace kotm
 {
 
-bool RecordReader::Read(std::string_view record, std::size_t attributes)
+RecordWriter::RecordWriter(const Schema& schema)
 {
-    m_forms.clear();
-    m_end = (m_schema.attributes.size() + 7) / 8;
+    for (const Attribute& attribute : schema.attributes)
+        m_partOf.push_back(attribute.type.FixedSize() == 0 ? 1 : 0);
+}
+
+void RecordWriter::Start()
+{
+    m_parts[0].assign((m_partOf.size() + 7) / 8, '\0');
+    m_parts[1].clear();
+    m_ends[0] = m_parts[0].size();
+    m_ends[1] = 0;
+    m_fields.clear();
+}
+
+void RecordWriter::End()
+{
+    const unsigned char part = m_partOf[m_fields.size()];
+    const std::size_t start = m_ends[part];
+    m_ends[part] = m_parts[part].size();
+    m_fields.push_back({start, m_ends[part] - start});
+}
+
+void RecordWriter::EndAbsent()
+{
+    const std::size_t bit = m_fields.size();
+    char& byte = m_parts[0][bit / 8];
+    byte = static_cast<char>(byte | 1 << bit % 8);
+    End();
+}
+
+RecordReader::RecordReader(const Schema& schema)
+    : m_schema(schema), m_forms(schema.attributes.size())
+{
+    for (std::size_t i = 0; i < m_forms.size(); ++i)
+        m_order.push_back(i);
+    std::stable_partition(m_order.begin(), m_order.end(), [&](std::size_t attribute) {
+        return schema.attributes[attribute].type.FixedSize() != 0;
+    });
+}
+
+void RecordReader::Need(std::size_t attribute)
+{
+    if (attribute == kObjectIdIndex)
+        return;
+    const auto at = std::find(m_order.begin(), m_order.end(), attribute);
+    m_needed = std::max(m_needed, static_cast<std::size_t>(at - m_order.begin()) + 1);
+}
+
+bool RecordReader::Read(std::string_view record, std::size_t fields)
+{
+    m_end = (m_order.size() + 7) / 8;
     if (record.size() < m_end)
         return false;
-    for (std::size_t i = 0; i < attributes; ++i) {
-        if ((record[i / 8] >> i % 8 & 1) != 0) {
-            m_forms.emplace_back();
+    for (std::size_t i = 0; i < fields; ++i) {
+        const std::size_t attribute = m_order[i];
+        if ((record[attribute / 8] >> attribute % 8 & 1) != 0) {
+            m_forms[attribute] = {};
             continue;
         }
         const std::string_view rest = record.substr(m_end);
-        const std::size_t size = m_schema.attributes[i].type.SizeAt(rest);
+        const std::size_t size = m_schema.attributes[attribute].type.SizeAt(rest);
         if (size == 0)
             return false;
-        m_forms.push_back(rest.substr(0, size));
+        m_forms[attribute] = rest.substr(0, size);
         m_end += size;
     }
     return true;

@@ -12,64 +12,75 @@ namespace kotm
 {
 
 /// An object's record: a bit per attribute, set for an absent value (attribute n is bit n % 8 of
-/// byte n / 8), then the persistent forms of the present values in the order of the attributes.
+/// byte n / 8), then the persistent forms of the present values: first those of the types whose
+/// forms all have one size, which are found without a look at any other, then the rest. Within
+/// both the attributes keep their order.
 class RecordWriter
 {
 public:
-    explicit RecordWriter(const Schema& schema) : m_bitBytes((schema.attributes.size() + 7) / 8) {}
+    explicit RecordWriter(const Schema& schema);
 
-    void Start()
-    {
-        m_bytes.assign(m_bitBytes, '\0');
-        m_ends.clear();
-    }
+    void Start();
     /// The bytes to append the next attribute's form to; End finishes it.
-    std::string& Bytes() { return m_bytes; }
-    void End() { m_ends.push_back(m_bytes.size()); }
-    void EndAbsent()
-    {
-        const std::size_t bit = m_ends.size();
-        m_bytes[bit / 8] = static_cast<char>(m_bytes[bit / 8] | 1 << bit % 8);
-        End();
-    }
+    std::string& Bytes() { return m_parts[m_partOf[m_fields.size()]]; }
+    void End();
+    void EndAbsent();
     /// The form of an attribute that was written; empty for an absent one.
     std::string_view Form(std::size_t attribute) const
     {
-        const std::size_t start = attribute == 0 ? m_bitBytes : m_ends[attribute - 1];
-        return std::string_view(m_bytes).substr(start, m_ends[attribute] - start);
+        const Field& field = m_fields[attribute];
+        return std::string_view(m_parts[m_partOf[attribute]]).substr(field.start, field.size);
     }
+    /// The whole, once every attribute has been written; valid until Start.
+    std::string_view Finish() { return m_parts[0].append(m_parts[1]); }
 
 private:
-    std::size_t m_bitBytes;
-    std::string m_bytes;
-    std::vector<std::size_t> m_ends;
+    struct Field {
+        std::size_t start;
+        std::size_t size;
+    };
+
+    std::vector<unsigned char> m_partOf; ///< of each attribute: 1 for forms of varying size
+    std::string m_parts[2];              ///< the bits stand in front of the first
+    std::size_t m_ends[2] = {0, 0};      ///< of the forms that are finished
+    std::vector<Field> m_fields;
 };
 
-/// Takes a record apart.
+/// Takes records apart as far as is needed.
 class RecordReader
 {
 public:
-    explicit RecordReader(const Schema& schema) : m_schema(schema) {}
+    explicit RecordReader(const Schema& schema);
 
-    /// The forms of the first `attributes` attributes, empty for absent ones; they point into
-    /// `record`. False where the record ends too early.
-    bool Read(std::string_view record, std::size_t attributes);
+    /// Form will be asked for this attribute.
+    void Need(std::size_t attribute);
+
+    /// Finds the forms of the attributes that are needed; they point into `record`. False where the
+    /// record ends too early.
+    bool Read(std::string_view record) { return Read(record, m_needed); }
+    /// Finds all. False where the record is not exactly its forms.
     bool ReadAll(std::string_view record)
     {
-        return Read(record, m_schema.attributes.size()) && m_end == record.size();
+        return Read(record, m_order.size()) && m_end == record.size();
     }
+
     /// The object id of the record, which Form gives for kObjectIdIndex.
     void SetId(const char* id) { m_id = {id, kObjectIdBytes}; }
+    /// Empty for an absent value.
     std::string_view Form(std::size_t attribute) const
     {
         return attribute == kObjectIdIndex ? m_id : m_forms[attribute];
     }
 
 private:
+    bool Read(std::string_view record, std::size_t fields);
+
     const Schema& m_schema;
+    std::vector<std::size_t> m_order; ///< the attributes as they lie in a record
+    std::size_t m_needed = 0;         ///< how many of these
     std::string_view m_id;
-    std::vector<std::string_view> m_forms;
-    std::size_t m_end = 0; ///< where the last form read ends
+    std::vector<std::string_view> m_forms; ///< by attribute
+    std::size_t m_end = 0;                 ///< where the last form read ends
 };
 
 } // namespace kotm

@@ -3,6 +3,7 @@
 #include "failure.h"
 
 #include <algorithm>
+#include <functional>
 
 namespace kotm
 {
@@ -13,17 +14,17 @@ namespace
 /// A look-up of so many entries compares each with the edge; a longer walk looks for its end once.
 constexpr unsigned kFewSteps = 16;
 
-/// The key that lies before or behind an object's.
-std::string ObjectEdge(const IndexRange::Edge& edge)
+/// Writes the key that lies before or behind an object's, and returns its size.
+std::size_t PutObjectEdge(char* key, const IndexRange::Edge& edge)
 {
-    if (edge.form.empty()) // the lowest: no object has number 0
-        return std::string(kObjectIdBytes, '\0');
-    // Objects have tag 0, and the tag decides between equal numbers.
-    const std::uint64_t number = ObjectNumber(edge.form.data());
-    std::string key(kObjectIdBytes, '\0');
-    if (edge.behind || number != 0)
-        PutObjectId(key.data(), edge.behind ? number : number - 1, 0xFFFFFFFF);
-    return key;
+    // The lowest has no form, and no object has number 0. Objects have tag 0, and the tag decides
+    // between equal numbers.
+    const std::uint64_t number = edge.form.empty() ? 0 : ObjectNumber(edge.form.data());
+    if (edge.form.empty() || (!edge.behind && number == 0))
+        PutObjectId(key, 0);
+    else
+        PutObjectId(key, edge.behind ? number : number - 1, 0xFFFFFFFF);
+    return kObjectIdBytes;
 }
 
 std::string_view View(const MDB_val& value)
@@ -38,40 +39,36 @@ IndexRange IndexRange::All(std::size_t attribute)
     return {attribute, {"", false}, std::nullopt, true};
 }
 
-Scan::Scan(Store& store, const std::optional<IndexRange>& range, bool backwards)
-    : m_store(store), m_backwards(backwards)
+Scan::Scan(Store& store, const IndexRange* range, ScanOrder order)
+    : m_store(store), m_backwards(order == ScanOrder::Backwards), m_byNumber(false)
 {
     MDB_dbi dbi = store.Objects();
-    if (range && range->attribute == kObjectIdIndex) {
-        m_low = ObjectEdge(range->low);
+    if (range != nullptr && range->attribute == kObjectIdIndex) {
+        m_low.size = PutObjectEdge(m_low.bytes, range->low);
         if (range->high)
-            m_high = ObjectEdge(*range->high);
-    } else if (range) {
+            m_high.size = PutObjectEdge(m_high.bytes, *range->high);
+    } else if (range != nullptr) {
         m_attribute = range->attribute;
+        m_byNumber = order == ScanOrder::Numbers;
         dbi = store.Index(range->attribute);
         const o_char type = store.GetSchema().attributes[range->attribute].type.Id();
-        const auto makeEdge = [&](std::string& entry, const IndexRange::Edge& edge,
-                                  std::uint32_t tag) {
+        const auto put = [&](EdgeEntry& entry, const IndexRange::Edge& edge, std::uint32_t tag) {
             if (IsCut(edge.form))
                 store.SetBound(tag, edge.form);
-            MakeEntry(entry, type, edge.form, edge.behind ? kMaxObjectNumber + 1 : 0, tag);
+            entry.size =
+                PutEntry(entry.bytes, type, edge.form, edge.behind ? kMaxObjectNumber + 1 : 0, tag);
         };
-        makeEdge(m_low, range->low, 1);
+        put(m_low, range->low, 1);
         if (range->high)
-            makeEdge(m_high, *range->high, 2);
+            put(m_high, *range->high, 2);
     }
-    CheckLmdb(mdb_cursor_open(store.Transaction(), dbi, &m_cursor), store.Path());
-}
-
-Scan::~Scan()
-{
-    mdb_cursor_close(m_cursor);
+    m_cursor = store.OpenCursor(dbi);
 }
 
 bool Scan::Step(MDB_val& key, MDB_cursor_op op)
 {
     MDB_val value{};
-    const int code = mdb_cursor_get(m_cursor, &key, &value, op);
+    const int code = mdb_cursor_get(m_cursor.get(), &key, &value, op);
     if (code == MDB_NOTFOUND)
         return false;
     CheckLmdb(code, m_store.Path());
@@ -81,15 +78,15 @@ bool Scan::Step(MDB_val& key, MDB_cursor_op op)
 
 bool Scan::Start(MDB_val& key)
 {
-    if (m_low.empty())
+    if (m_low.size == 0)
         return Step(key, m_backwards ? MDB_LAST : MDB_FIRST);
     if (!m_backwards) {
-        key = {m_low.size(), m_low.data()};
+        key = m_low.Key();
         return Step(key, MDB_SET_RANGE);
     }
-    if (m_high.empty())
+    if (m_high.size == 0)
         return Step(key, MDB_LAST);
-    key = {m_high.size(), m_high.data()};
+    key = m_high.Key();
     // No entry equals an edge: the one before it is the last inside.
     return Step(key, MDB_SET_RANGE) ? Step(key, MDB_PREV) : Step(key, MDB_LAST);
 }
@@ -97,12 +94,9 @@ bool Scan::Start(MDB_val& key)
 /// Looks up where a forward scan ends. Entries lie still in the map while the transaction lasts.
 void Scan::FindEnd()
 {
-    MDB_cursor* cursor = nullptr;
-    CheckLmdb(mdb_cursor_open(m_store.Transaction(), mdb_cursor_dbi(m_cursor), &cursor),
-              m_store.Path());
-    MDB_val key{m_high.size(), m_high.data()};
-    const int code = mdb_cursor_get(cursor, &key, nullptr, MDB_SET_RANGE);
-    mdb_cursor_close(cursor);
+    const Store::Cursor cursor = m_store.OpenCursor(mdb_cursor_dbi(m_cursor.get()));
+    MDB_val key = m_high.Key();
+    const int code = mdb_cursor_get(cursor.get(), &key, nullptr, MDB_SET_RANGE);
     m_end = code == MDB_NOTFOUND ? &m_high : key.mv_data;
     if (code != MDB_NOTFOUND)
         CheckLmdb(code, m_store.Path());
@@ -115,36 +109,78 @@ int Scan::CompareKeys(std::string_view a, std::string_view b) const
 
 bool Scan::Inside(const MDB_val& key)
 {
-    const std::string& edge = m_backwards ? m_low : m_high;
-    if (edge.empty())
+    EdgeEntry& edge = m_backwards ? m_low : m_high;
+    if (edge.size == 0)
         return true;
     if (m_steps > kFewSteps && !m_backwards) {
         if (m_end == nullptr)
             FindEnd();
         return key.mv_data != m_end;
     }
-    const int order = CompareKeys(View(key), edge);
+    const int order = CompareKeys(View(key), {edge.bytes, edge.size});
     return m_backwards ? order > 0 : order < 0;
 }
 
-bool Scan::Next()
+bool Scan::NextEntry()
 {
     MDB_val key{};
     const bool found = m_steps != 0 ? Step(key, m_backwards ? MDB_PREV : MDB_NEXT) : Start(key);
     m_steps += m_steps <= kFewSteps ? 1 : 0;
     if (!found || !Inside(key))
         return false;
-    m_id = static_cast<const char*>(key.mv_data) + key.mv_size - kObjectIdBytes;
+    m_entry = View(key);
+    if (m_entry.size() < kObjectIdBytes)
+        throw Failure(Exit::Damaged, m_store.Path() + ": is damaged: an entry without an object");
+    m_id = m_entry.data() + m_entry.size() - kObjectIdBytes;
     return true;
+}
+
+/// Collects the numbers of all objects first.
+bool Scan::NextNumber()
+{
+    if (m_steps == 0) {
+        m_numbers.reserve(32);
+        while (NextEntry())
+            m_numbers.push_back(ObjectNumber(m_id));
+        std::sort(m_numbers.begin(), m_numbers.end(), std::greater<>());
+    }
+    if (m_numbers.empty())
+        return false;
+    const std::uint64_t number = m_numbers.back();
+    m_numbers.pop_back();
+    PutObjectId(m_numberId, number);
+    m_id = m_numberId;
+    FindRecord();
+    m_ahead.Found(number, m_record.data());
+    if (!m_numbers.empty())
+        m_ahead.Fetch(m_numbers.back());
+    return true;
+}
+
+bool Scan::Next()
+{
+    return m_byNumber ? NextNumber() : NextEntry();
+}
+
+std::string_view Scan::IndexedForm() const
+{
+    const std::string_view form = m_attribute ? EntryView(m_entry).form : std::string_view();
+    return form.size() == kCutForm ? std::string_view() : form;
 }
 
 std::string_view Scan::Record()
 {
-    if (m_attribute && !m_store.Find(m_id, m_record))
+    if (m_attribute && !m_byNumber)
+        FindRecord();
+    return m_record;
+}
+
+void Scan::FindRecord()
+{
+    if (!m_store.Find(m_id, m_record))
         throw Failure(Exit::Damaged, m_store.Path() + ": is damaged: an index names object " +
                                          std::to_string(ObjectNumber(m_id)) +
                                          ", which does not exist");
-    return m_record;
 }
 
 } // namespace kotm

@@ -1,6 +1,7 @@
 #ifndef KOTM_SCAN_H
 #define KOTM_SCAN_H
 
+#include "readahead.h"
 #include "store.h"
 
 #include <optional>
@@ -28,22 +29,40 @@ struct IndexRange {
     static IndexRange All(std::size_t attribute);
 };
 
-/// Walks the objects of a store: all of them by number, or those of an index range in its order.
+enum class ScanOrder {
+    Forwards,  ///< the order of the index
+    Backwards, ///< its reverse
+    Numbers    ///< that in which the objects lie: they are read in the least time
+};
+
+/// Walks the objects of a store: all of them, or those of an index range.
 class Scan
 {
 public:
-    Scan(Store& store, const std::optional<IndexRange>& range, bool backwards);
-    ~Scan();
-    Scan(const Scan&) = delete;
-    Scan& operator=(const Scan&) = delete;
+    /// A null range: all objects.
+    Scan(Store& store, const IndexRange* range, ScanOrder order);
 
-    /// Moves to the next object; false at the end.
+    /// Moves to the next object; false at the end. This and Record throw Failure (Exit::Damaged)
+    /// for an entry whose object does not exist.
     bool Next();
     const char* Id() const { return m_id; }
-    /// The object's record. Throws Failure (Exit::Damaged) where there is none.
+    /// The object's record.
     std::string_view Record();
+    /// The form that the index has of the object's value; empty where it has none or a cut one.
+    std::string_view IndexedForm() const;
 
 private:
+    /// The entry that lies at an edge of the range.
+    struct EdgeEntry {
+        std::size_t size = 0; ///< 0: the end of the index
+        char bytes[kMaxEntry];
+
+        MDB_val Key() { return {size, bytes}; }
+    };
+
+    bool NextEntry();
+    bool NextNumber();
+    void FindRecord();
     bool Start(MDB_val& key);
     bool Step(MDB_val& key, MDB_cursor_op op);
     bool Inside(const MDB_val& key);
@@ -53,13 +72,18 @@ private:
     Store& m_store;
     std::optional<std::size_t> m_attribute; ///< of the index; none for the objects themselves
     bool m_backwards;
-    MDB_cursor* m_cursor = nullptr;
-    std::string m_low;  ///< entries at the edges of the range
-    std::string m_high; ///< empty: the end of the index
+    bool m_byNumber;
+    Store::Cursor m_cursor;
+    EdgeEntry m_low;
+    EdgeEntry m_high;
     unsigned m_steps = 0;
     const void* m_end = nullptr; ///< the first entry behind the range, once FindEnd has looked
     const char* m_id = nullptr;
+    std::string_view m_entry;
     std::string_view m_record;
+    std::vector<std::uint64_t> m_numbers; ///< of the objects that follow, the next one last
+    char m_numberId[kObjectIdBytes];
+    ReadAhead m_ahead;
 };
 
 } // namespace kotm

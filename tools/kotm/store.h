@@ -23,8 +23,13 @@ class MapFull : public std::exception
 {
 };
 
-/// Throws MapFull or Failure for a result code of LMDB that is not 0.
-void CheckLmdb(int code, const std::string& path);
+/// Throws MapFull or Failure for a result code of LMDB.
+[[noreturn]] void FailLmdb(int code, const std::string& path);
+inline void CheckLmdb(int code, const std::string& path)
+{
+    if (code != MDB_SUCCESS)
+        FailLmdb(code, path);
+}
 
 struct StoreCounts {
     std::uint64_t objects = 0;
@@ -39,6 +44,11 @@ struct StoreCounts {
 class Store : private FullForms
 {
 public:
+    struct CloseCursor {
+        void operator()(MDB_cursor* cursor) const { mdb_cursor_close(cursor); }
+    };
+    using Cursor = std::unique_ptr<MDB_cursor, CloseCursor>;
+
     /// Opens for reading. Throws Failure (Exit::Damaged) for a file that is no sound store of this
     /// version.
     static std::unique_ptr<Store> Open(const std::string& path);
@@ -59,6 +69,7 @@ public:
     /// The index on an attribute that has one.
     MDB_dbi Index(std::size_t attribute) const { return *m_indexes[attribute]; }
     std::uint64_t CountEntries(MDB_dbi dbi) const;
+    Cursor OpenCursor(MDB_dbi dbi) const;
 
     /// The record of an object; false where there is none.
     bool Find(const char* id, std::string_view& record) const;
@@ -99,11 +110,10 @@ private:
     std::uint64_t m_bytesBefore = 0; ///< of the file's pages when it was opened
     MDB_env* m_env = nullptr;
     MDB_txn* m_txn = nullptr;
-    struct CloseCursor {
-        void operator()(MDB_cursor* cursor) const { mdb_cursor_close(cursor); }
-    };
     /// Of the database that was put into last: it stands at the end, where the next one goes.
-    std::unique_ptr<MDB_cursor, CloseCursor> m_cursor;
+    Cursor m_cursor;
+    mutable Cursor m_finder;           ///< of the objects, for neighbours of the one found last
+    mutable std::uint64_t m_found = 0; ///< its number
     MDB_dbi m_description = 0;
     MDB_dbi m_objects = 0;
     std::vector<std::optional<MDB_dbi>> m_indexes;

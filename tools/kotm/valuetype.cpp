@@ -10,12 +10,6 @@
 namespace kotm
 {
 
-KoTypeMgr& Manager()
-{
-    static KoTypeMgr manager;
-    return manager;
-}
-
 ValueType::ValueType(o_char id)
     : m_id(id), m_hasNull(Manager().SupportsNullValue(id) != 0), m_isText(false),
       m_hasPatterns(false), m_fixedSize(0)
@@ -64,10 +58,8 @@ bool ValueType::MatchesPatterns() const
     return Manager().Cmp(m_id, text.Get(), pattern.Get(), 0, 1, KoFMT_MEMORY) == 0;
 }
 
-std::size_t ValueType::SizeAt(std::string_view bytes, unsigned char format) const
+std::size_t ValueType::MeasureAt(std::string_view bytes, unsigned char format) const
 {
-    if (m_fixedSize != 0)
-        return m_fixedSize <= bytes.size() ? m_fixedSize : 0;
     MemFile file(bytes.data(), bytes.size());
     const std::size_t size = Manager().DiskLenGetFromMemFile(m_id, &file, format, 1);
     return size <= bytes.size() ? size : 0;

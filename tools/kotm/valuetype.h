@@ -19,7 +19,11 @@ inline constexpr unsigned short kIgnoreCase = 0x0020;
 inline constexpr unsigned short kIgnoreAccents = 0x0040;
 
 /// The manager that everything in the program goes through.
-KoTypeMgr& Manager();
+inline KoTypeMgr& Manager()
+{
+    static KoTypeMgr manager;
+    return manager;
+}
 
 /// Order of two persistent forms of a type, each bounded by its bytes; neither may be empty.
 inline int ComparePersistent(o_char id, std::string_view a, std::string_view b,
@@ -50,12 +54,17 @@ public:
 
     /// Bytes of the persistent form in the store's format that `bytes` begins with; 0 where the
     /// form does not end within them.
-    std::size_t SizeAt(std::string_view bytes) const { return SizeAt(bytes, kStoreFormat); }
-    std::size_t SizeAt(std::string_view bytes, unsigned char format) const;
+    std::size_t SizeAt(std::string_view bytes, unsigned char format = kStoreFormat) const
+    {
+        if (m_fixedSize != 0)
+            return m_fixedSize <= bytes.size() ? m_fixedSize : 0;
+        return MeasureAt(bytes, format);
+    }
     /// The same for a fixed-length type without looking at a value; 0 for a variable one.
     std::size_t FixedSize() const { return m_fixedSize; }
 
 private:
+    std::size_t MeasureAt(std::string_view bytes, unsigned char format) const;
     bool TakesAnyText() const;
     bool MatchesPatterns() const;
 

@@ -9,7 +9,7 @@ namespace kotm
 
 inline constexpr const char* kStoreMagic = "kotm store";
 /// Raised whenever the layout of records, entries or the store's own description changes.
-inline constexpr int kStoreFormatVersion = 1;
+inline constexpr int kStoreFormatVersion = 2;
 
 /// The version of the type manager library, as "major.minor.patch.build".
 std::string LibraryVersion();

@@ -1,0 +1,62 @@
+#include "readahead.h"
+
+namespace kotm
+{
+
+namespace
+{
+
+constexpr std::uintptr_t kPage = 4096; // LMDB's on every machine that it is fast on
+constexpr std::uintptr_t kLine = 64;
+
+/// LMDB fills its pages from the end: turns an address into one that grows with the number of the
+/// object there, and back.
+std::uintptr_t Turned(std::uintptr_t address)
+{
+    return address ^ (kPage - 1);
+}
+
+void FetchLine(std::uintptr_t address)
+{
+    __builtin_prefetch(reinterpret_cast<const void*>(address));
+}
+
+} // namespace
+
+void ReadAhead::Found(std::uint64_t number, const char* record)
+{
+    m_last = {number, Turned(reinterpret_cast<std::uintptr_t>(record))};
+    if (m_first.position == 0)
+        m_first = m_last;
+}
+
+void ReadAhead::Fetch(std::uint64_t number) const
+{
+    if (m_first.number == m_last.number)
+        return;
+    const double each =
+        static_cast<double>(static_cast<std::intptr_t>(m_last.position - m_first.position)) /
+        static_cast<double>(static_cast<std::int64_t>(m_last.number - m_first.number));
+    const double step =
+        each * static_cast<double>(static_cast<std::int64_t>(number - m_last.number));
+    if (step < static_cast<double>(kPage))
+        return; // on the same page, or next to it
+    const std::uintptr_t record = Turned(m_last.position + static_cast<std::uintptr_t>(step));
+
+    // The head of the page and its table of offsets, then the entries that halving it meets, which
+    // begin somewhere about there, and what lies around the object itself.
+    std::uintptr_t low = record & ~(kPage - 1);
+    std::uintptr_t high = low + kPage;
+    for (unsigned line = 0; line < 3; ++line)
+        FetchLine(low + line * kLine);
+    for (unsigned half = 0; half < 3; ++half) {
+        const std::uintptr_t middle = low + (high - low) / 2;
+        FetchLine(middle - kLine / 2);
+        FetchLine(middle + kLine / 2);
+        (record < middle ? high : low) = middle;
+    }
+    for (unsigned line = 0; line < 7; ++line)
+        FetchLine(record + line * kLine - 3 * kLine);
+}
+
+} // namespace kotm
