@@ -214,19 +214,13 @@ inline std::string FormatText(const KoString& text)
     return Printf("%u/", text.CodeSet()) + Printf("%u:", text.Language()) + notation;
 }
 
-/// The text of a notation, of which code set and language may be left out in 16-bit text as well.
-inline KoString ParseText(const std::string& notation)
+/// The characters of the quoted parts of a notation.
+inline std::u16string ParseUnits(const std::string& notation)
 {
-    if (notation == "null")
-        return NullText();
-    unsigned codeSet = notation.find("\\u") == std::string::npos ? KoCS_LATIN1 : KoCS_UNICODE;
-    unsigned language = 0;
+    std::u16string units;
     std::size_t at = notation.find('"');
     if (at == std::string::npos)
         ADD_FAILURE() << "no text: " << notation;
-    else if (at != 0)
-        std::sscanf(notation.c_str(), "%u/%u:", &codeSet, &language);
-    std::u16string units;
     while (at < notation.size()) {
         std::u16string piece;
         for (++at; at < notation.size() && notation[at] != '"'; ++at) {
@@ -236,8 +230,7 @@ inline KoString ParseText(const std::string& notation)
                 continue;
             }
             const std::size_t digits = notation[++at] == 'u' ? 4 : 2;
-            piece +=
-                static_cast<char16_t>(std::stoul(notation.substr(at + 1, digits), nullptr, 16));
+            piece += static_cast<char16_t>(Hex(notation.substr(at + 1, digits)));
             at += digits;
         }
         std::size_t times = 1;
@@ -247,7 +240,20 @@ inline KoString ParseText(const std::string& notation)
             units += piece;
         at = std::min(notation.find('"', at), notation.size());
     }
-    return Text(units, static_cast<unsigned char>(codeSet), static_cast<unsigned char>(language));
+    return units;
+}
+
+/// The text of a notation, of which code set and language may be left out in 16-bit text as well.
+inline KoString ParseText(const std::string& notation)
+{
+    if (notation == "null")
+        return NullText();
+    unsigned codeSet = notation.find("\\u") == std::string::npos ? KoCS_LATIN1 : KoCS_UNICODE;
+    unsigned language = 0;
+    if (notation[0] != '"')
+        std::sscanf(notation.c_str(), "%u/%u:", &codeSet, &language);
+    return Text(ParseUnits(notation), static_cast<unsigned char>(codeSet),
+                static_cast<unsigned char>(language));
 }
 
 } // namespace data

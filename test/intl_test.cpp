@@ -1,3 +1,5 @@
+#include "datafile.h"
+
 #include <gtest/gtest.h>
 #include <kointl.h>
 
@@ -15,19 +17,17 @@ protected:
     void TearDown() override { ___KoI18NContext(1); }
 };
 
-// Text of either width, as the conversion takes it.
-using Bytes = std::vector<unsigned char>;
+using data::Bytes;
 
-Bytes Units(const std::u16string& text)
+/// The characters of a notation in the width of a code set, as the conversion takes them.
+Bytes Units(const std::string& notation, unsigned char codeSet)
 {
-    Bytes bytes(text.size() * 2);
-    std::memcpy(bytes.data(), text.data(), bytes.size());
+    const std::u16string units = data::ParseUnits(notation);
+    if (KoCodeSetWidth(codeSet) == 1)
+        return Bytes(units.begin(), units.end());
+    Bytes bytes(units.size() * 2);
+    std::memcpy(bytes.data(), units.data(), bytes.size());
     return bytes;
-}
-
-Bytes Text(const std::string& text)
-{
-    return Bytes(text.begin(), text.end());
 }
 
 const KoCodeSet& CodeSet(unsigned char id)
@@ -66,36 +66,15 @@ TEST_F(Intl, TablesAreTheOnesOnDisk)
     EXPECT_EQ(sum, KoCodeSetTablesChecksum());
 }
 
-// Characters checked against the published charts, and the holes the codecs leave.
 TEST_F(Intl, KnownCharacters)
 {
-    constexpr int none = -1;
-    const struct {
-        unsigned char id;
-        o_u2b character;
-        int unicode;
-        const char* what;
-    } rows[] = {
-        {1, 0xE9, 0x00E9, "Latin-1: e acute"},
-        {1, 0x85, 0x0085, "C1 controls are characters of ISO 8859"},
-        {1, 0x1E9, none, "no 8-bit character above 255"},
-        {7, 0xFF, none, "hole of ISO 8859-7"},
-        {15, 0xA4, 0x20AC, "the euro sign took the currency sign's place"},
-        {20, 0x80, none, "ASCII has no upper half"},
-        {32, 0x80, 0x20AC, "Windows-1252: euro sign"},
-        {32, 0x81, none, "hole of Windows-1252"},
-        {45, 0xD5, 0x20AC, "IBM 858: euro sign in its place"},
-        {12, 0xE9, 0x00E9, "ISO 8859-12 does not exist: as Latin-1"},
-        {200, 0xE9, 0x00E9, "8-bit without a table: as Latin-1"},
-        {225, 0x20AC, 0x20AC, "16-bit without a table: as Unicode"},
-        {253, 0xFFFF, 0xFFFF, "every unit is itself, noncharacters too"},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.what);
+    data::ForEachRow("codesets/characters.txt", 4, [](const auto&, const data::Row& row) {
+        const KoCodeSet& codeSet = CodeSet(static_cast<unsigned char>(std::stoi(row[0])));
+        const bool hole = row[2] == "none";
         o_u2b unicode = 0xABCD;
-        EXPECT_EQ(CodeSet(row.id).ToUnicode(row.character, unicode), row.unicode != none);
-        EXPECT_EQ(unicode, row.unicode == none ? 0xABCD : row.unicode);
-    }
+        EXPECT_EQ(codeSet.ToUnicode(static_cast<o_u2b>(data::Hex(row[1])), unicode), !hole);
+        EXPECT_EQ(unicode, hole ? 0xABCD : data::Hex(row[2]));
+    });
 }
 
 // The way back finds exactly the characters of the way there, over the whole range.
@@ -119,57 +98,32 @@ TEST_F(Intl, FromUnicodeInvertsToUnicode)
 
 TEST_F(Intl, ConvertText)
 {
-    const struct {
-        unsigned char from;
-        Bytes source;
-        unsigned char to;
-        Bytes target;
-        std::size_t replaced;
-        const char* what;
-    } rows[] = {
-        {1, Text("caf\xE9"), 41, Text("caf\x82"), 0, "8 to 8"},
-        {5, Text("a\xD6z"), 1, Text("a?z"), 1, "8 to 8, lacking"},
-        {32, Text("\x81\x80"), 30, Text("?\x80"), 1, "a hole in the source"},
-        {32, Text("\x81\x80"), 32, Text("\x81\x80"), 0, "the same set: holes are kept"},
-        {200, Text("\xE9"), 1, Text("\xE9"), 0, "alike: both Latin-1"},
-        {20, Text("a\xE9"), 200, Text("a?"), 1, "ASCII is no part of a copy"},
-        {1, Text(std::string("a\0?", 3)), 5, Text(std::string("a\0?", 3)), 0, "zero, own '?'"},
-        {5, Text("a\xD6"), 253, Units(u"a\u0436"), 0, "8 to 16"},
-        {20, Text("a\xD6"), 253, Units(u"a?"), 1, "8 to 16, a hole"},
-        {253, Units(u"a\u0436\u20AC"), 34, Text("a?\x80"), 1, "16 to 8, lacking"},
-        {253, Units(u"\U0001F600x"), 1, Text("??x"), 2, "a surrogate pair is two characters"},
-        {253, Units(u"\uFFFF\u2600\u25FF"), 40, Text("???"), 3, "past the last block, and in it"},
-        {253, Units(std::u16string(u"\0\u0100\xFF", 3)), 1, Text(std::string("\0?\xFF", 3)), 1,
-         "zero and the edge of Latin-1"},
-        {240, Units(u"\xD800"), 253, Units(u"\xD800"), 0, "16 to 16 is a copy"},
-        {0, Text("\xE9"), 253, Units(u"\u00E9"), 0, "no code set: the native one"},
-        {253, Units(u"\u00E9"), 0, Text("\xE9"), 0, "into the native one"},
-        {255, Units(u"\u0436"), 254, Units(u"\u0436"), 0, "255 and 254 are 16-bit"},
-        {253, {}, 1, {}, 0, "nothing"},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.what);
-        const std::size_t count = row.source.size() / KoCodeSetWidth(row.from);
-        const std::size_t size = count * KoCodeSetWidth(row.to);
+    data::ForEachRow("codesets/conversions.txt", 6, [](const auto&, const data::Row& row) {
+        const auto from = static_cast<unsigned char>(std::stoi(row[0]));
+        const auto to = static_cast<unsigned char>(std::stoi(row[2]));
+        const Bytes source = Units(row[1], from);
+        const Bytes expected = Units(row[3], to);
+        const std::size_t replaced = std::stoul(row[4]);
+        const std::size_t count = source.size() / KoCodeSetWidth(from);
+        const std::size_t size = count * KoCodeSetWidth(to);
         Bytes target(size + 2, 0xEE);
-        EXPECT_EQ(KoConvertText(target.data(), row.to, row.source.data(), row.from, count),
-                  row.replaced);
+        EXPECT_EQ(KoConvertText(target.data(), to, source.data(), from, count), replaced);
         EXPECT_EQ(Bytes(target.begin() + static_cast<std::ptrdiff_t>(size), target.end()),
                   Bytes(2, 0xEE));
         target.resize(size);
-        EXPECT_EQ(target, row.target);
-        if (KoCodeSetWidth(row.from) == 1)
-            continue;
+        EXPECT_EQ(target, expected);
+        if (KoCodeSetWidth(from) == 1)
+            return;
 
         // The same from the other byte order, at an odd address.
         Bytes swapped(1);
         for (std::size_t i = 0; i < count; ++i)
-            swapped.insert(swapped.end(), {row.source[2 * i + 1], row.source[2 * i]});
+            swapped.insert(swapped.end(), {source[2 * i + 1], source[2 * i]});
         target.assign(size, 0xEE);
-        EXPECT_EQ(KoConvertText(target.data(), row.to, swapped.data() + 1, row.from, count, true),
-                  row.replaced);
-        EXPECT_EQ(target, row.target);
-    }
+        EXPECT_EQ(KoConvertText(target.data(), to, swapped.data() + 1, from, count, true),
+                  replaced);
+        EXPECT_EQ(target, expected);
+    });
 }
 
 TEST_F(Intl, NativeAndDefaultStandIn)

@@ -75,6 +75,7 @@ TEST(KoDateTime, SpecialValues)
     EXPECT_TRUE(date.SetZeroValue() == 0 && date.IsZeroValue() == 1 && date.IsNullValue() == 0);
     EXPECT_TRUE(date.SetDefaultValue() == 0 && date.IsDefaultValue() == 1 && int{date} == 0);
     EXPECT_EQ(KoTime::ClearValue(), KoTime::ZeroValue());
+    EXPECT_EQ(KoDate::ClearValue(), KoDate(0, 0, 0));
     EXPECT_EQ(KoDate::ZeroValue(), KoDate(0, 1, 1));
     EXPECT_EQ(KoDateTime::ZeroValue(), At(0, 1, 1, 0, 0, 0));
     const KoDateTime timeOfDefault(KoDate(-4713, 11, 24), KoTime(1, 2, 3));

@@ -136,3 +136,15 @@ TEST(KoInt64, ConversionFromDoubleKeepsSevenDigits)
         EXPECT_EQ(KoInt64(-row.from).Get8b(), -row.to) << row.reason;
     }
 }
+
+TEST(KoInt64, TextOfTheClass)
+{
+    KoString text;
+    KoInt64(-1).PrintToKoString(text, "%I64u");
+    EXPECT_STREQ(text.StrGet(), "18446744073709551615");
+    KoInt64 back = 7;
+    back.ScanFromKoString(KoString("none"), nullptr);
+    EXPECT_EQ(back.Get8b(), 7);
+    back.ScanFromKoString(text, "%I64u");
+    EXPECT_EQ(back.Get8b(), -1);
+}

@@ -1,5 +1,5 @@
+#include "datafile.h"
 #include "failing_heap.h"
-#include "kotext.h"
 
 #include <gtest/gtest.h>
 
@@ -34,50 +34,24 @@ void ExpectMalformed(const std::string& bytes)
 
 TEST(Utf8Character, SixFormsAndNoOther)
 {
-    static const struct {
-        std::string bytes;
-        int used; // -1: malformed
-        unsigned value;
-        const char* what;
-    } rows[] = {
-        {std::string(1, '\0'), 1, 0, "zero"},
-        {"\x7F", 1, 0x7F, "one byte"},
-        {"\xC2\x80", 2, 0x80, "two"},
-        {"\xE0\xA0\x80", 3, 0x800, "three"},
-        {"\xED\xA0\x80", 3, 0xD800, "half a pair is a value"},
-        {"\xEF\xBF\xBF", 3, 0xFFFF, "three"},
-        {"\xF0\x90\x80\x80", 4, 0, "0x10000: low 16 bits"},
-        {"\xF7\xBF\xBF\xBF", 4, 0xFFFF, "0x1FFFFF"},
-        {"\xF8\x88\x80\x80\x81", 5, 1, "0x200001"},
-        {"\xFC\x84\x80\x80\x80\x82", 6, 2, "0x4000002"},
-        {"\xFD\xBF\xBF\xBF\xBF\xBF", 6, 0xFFFF, "0x7FFFFFFF"},
-        {"", -1, 0, "nothing"},
-        {"\x80", -1, 0, "a continuation byte"},
-        {"\xC0\x80", -1, 0, "zero, longer than needed"},
-        {"\xE0\x9F\xBF", -1, 0, "longer than needed"},
-        {"\xF0\x8F\xBF\xBF", -1, 0, "longer than needed"},
-        {"\xF8\x87\xBF\xBF\xBF", -1, 0, "longer than needed"},
-        {"\xFC\x83\xBF\xBF\xBF\xBF", -1, 0, "longer than needed"},
-        {"\xC3", -1, 0, "too short"},
-        {"\xE2\x82\xC0", -1, 0, "no continuation"},
-        {"\xFE\x80\x80\x80\x80\x80\x80", -1, 0, "no lead byte"},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.what);
+    data::ForEachRow("utf8/sequences.txt", 4, [](const auto&, const data::Row& row) {
+        const data::Bytes parsed = data::ParseBytes(row[0]);
+        const std::string bytes(parsed.begin(), parsed.end());
+        const int used = std::stoi(row[1]);
         unsigned short value = 0x5555;
-        EXPECT_EQ(KoMultiByte2WChar(&value, row.bytes.data(), row.bytes.size()), row.used);
-        EXPECT_EQ(value, row.used < 0 ? 0x5555U : row.value);
-        EXPECT_EQ(KoMultiByte2WChar(nullptr, row.bytes.data(), row.bytes.size()), row.used);
+        EXPECT_EQ(KoMultiByte2WChar(&value, bytes.data(), bytes.size()), used);
+        EXPECT_EQ(value, used < 0 ? 0x5555U : data::Hex(row[2]));
+        EXPECT_EQ(KoMultiByte2WChar(nullptr, bytes.data(), bytes.size()), used);
         unsigned short units[2] = {};
-        const auto size = static_cast<int>(row.bytes.size());
-        EXPECT_EQ(KoMultiByteStr2WCharStr(units, 2, row.bytes.data(), size),
-                  size == 0      ? 0
-                  : row.used < 0 ? -1
-                                 : size - row.used + 1);
+        const auto size = static_cast<int>(bytes.size());
+        EXPECT_EQ(KoMultiByteStr2WCharStr(units, 2, bytes.data(), size), size == 0 ? 0
+                                                                         : used < 0
+                                                                             ? -1
+                                                                             : size - used + 1);
         // A text has no form of five or six bytes, nor a pair in halves or more than 0x10FFFF.
-        if (row.used > 4 || (row.used < 0 && size != 0))
-            ExpectMalformed(row.bytes);
-    }
+        if (used > 4 || (used < 0 && size != 0))
+            ExpectMalformed(bytes);
+    });
     for (const char* bytes : {"\xF4\x90\x80\x80", "\xED\xA0\xBD\xED\xB8\x80"})
         ExpectMalformed(bytes);
     EXPECT_EQ(KoMultiByte2WChar(nullptr, nullptr, 0), 0);
@@ -90,42 +64,23 @@ TEST(Utf8Character, SixFormsAndNoOther)
 
 TEST(Utf8String, CodeSetsOfTheTargetDecide)
 {
-    static const struct {
-        const char* what;
-        unsigned char codeSet;
-        std::string utf8;
-        int rc;
-        std::u16string units;
-    } rows[] = {
-        {"ASCII in 16 bits", 253, "abcdefghij", 0, u"abcdefghij"},
-        {"nothing", 1, "", 0, u""},
-        {"Latin-1", 1, "caf\xC3\xA9", 0, u"caf\u00E9"},
-        {"Cyrillic in KOI8-R", 21, "\xD0\x96", 0, u"\u00F6"},
-        {"the native code set", 0, "\xC3\xA9", 0, u"\u00E9"},
-        {"a character that is lacking", 1, "\xE2\x82\xACx", -1, u"?x"},
-        {"one question mark for a pair", 1, "\xF0\x9F\x98\x80x", -1, u"?x"},
-        {"a pair", 253, "\xF0\x9F\x98\x80x", 0, u"\U0001F600x"},
-        {"half a pair",
-         253,
-         "\xED\xB0\x80\xED\xA0\x80",
-         0,
-         {static_cast<char16_t>(0xDC00), static_cast<char16_t>(0xD800)}},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.what);
-        KoString text(row.codeSet, 7);
-        EXPECT_EQ(KoMBS2KoString(row.utf8.c_str(), text, -1), row.rc);
-        EXPECT_EQ(UnitsOf(text), row.units);
-        EXPECT_TRUE(text.CodeSet() == row.codeSet && text.Language() == 7);
-        EXPECT_EQ(KoMultiByteString2KoString(row.utf8.c_str(), text, 100), row.rc);
-        EXPECT_EQ(UnitsOf(text), row.units);
-        KoString bytes(row.utf8.c_str());
-        EXPECT_EQ(KoMultiByteString2KoString(bytes, text), row.rc);
-        EXPECT_EQ(UnitsOf(text), row.units);
-        if (row.rc == 0) {
-            EXPECT_EQ(Utf8(text), row.utf8);
+    data::ForEachRow("utf8/texts.txt", 5, [](const auto&, const data::Row& row) {
+        const auto codeSet = static_cast<unsigned char>(std::stoi(row[0]));
+        const KoString utf8 = data::ParseText(row[1]);
+        const int rc = std::stoi(row[2]);
+        const std::u16string units = data::ParseUnits(row[3]);
+        KoString text(codeSet, 7);
+        EXPECT_EQ(KoMBS2KoString(utf8.StrGet(), text, -1), rc);
+        EXPECT_EQ(UnitsOf(text), units);
+        EXPECT_TRUE(text.CodeSet() == codeSet && text.Language() == 7);
+        EXPECT_EQ(KoMultiByteString2KoString(utf8.StrGet(), text, 100), rc);
+        EXPECT_EQ(UnitsOf(text), units);
+        EXPECT_EQ(KoMultiByteString2KoString(utf8, text), rc);
+        EXPECT_EQ(UnitsOf(text), units);
+        if (rc == 0) {
+            EXPECT_EQ(Utf8(text), utf8.StrGet());
         }
-    }
+    });
     KoString text(KoCS_LATIN1, 0);
     EXPECT_EQ(KoMBS2KoString("abc", text, 2), 0);
     EXPECT_EQ(UnitsOf(text), u"ab");

@@ -1,3 +1,5 @@
+#include "datafile.h"
+
 #include <kotms.h>
 
 #include <gtest/gtest.h>
@@ -29,44 +31,16 @@ Plain ToChar(unsigned order, int exact = 1, unsigned char variant = 0)
     return {ch, name};
 }
 
-constexpr unsigned Letter(unsigned index, unsigned accent, unsigned cases, unsigned extension = 0)
-{
-    return 0x4000 + cases * 4096 + accent * 128 + index * 4 + extension;
-}
-
 TEST(OrderText, DescribesEveryClass)
 {
-    static const struct {
-        unsigned order;
-        unsigned char variant;
-        const char* words;
-        unsigned plain;
-    } rows[] = {
-        {0, 0, "space", ' '},
-        {13, 0, "undefined ordering indicator", ' '},
-        {80, 0, "symbol ", 7},
-        {112, 0, "symbol _", '_'},
-        {135, 0, "symbol \"", '"'},
-        {219, 0, "symbol inverted question mark", '.'},
-        {16128, 0, "digit 0", '0'},
-        {16128 + 70 + 1, 0, "digit 7 with expand", '7'},
-        {16383, 0, "digit 25 with expand", 'I'},
-        {Letter(3, 0, 0), 0, "upper letter A", 'A'},
-        {Letter(3, 2, 0), 0, "upper letter A with accent acute", 0xC1},
-        {Letter(17, 14, 1), 0, "lower letter o with accent o_double acute", 'o'},
-        {Letter(17, 8, 2), 0, "lower letter o with stroke", 'o'},
-        {Letter(6, 0, 1, 1), 0, "lower letter d with extension", 'd'},
-        {Letter(6, 31, 1, 1), 0, "lower letter d with  with extension", 'd'},
-        {0x8001, 0, "HAN character 0x8001\n", 127},
-        {13, 0x80 | 20, "HAN character 0x000d\n", 127},
-        {13, 0x80 | 19, "undefined ordering indicator", ' '},
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(Words(row.order, row.variant), row.words);
-        EXPECT_EQ(ToChar(row.order, 1, row.variant).ch, row.plain) << row.words;
-    }
-    EXPECT_EQ(ToChar(Letter(3, 2, 0), 0).ch, 'A') << "an accent counts only when asked for";
-    EXPECT_EQ(ToChar(Letter(3, 2, 0)).name, "LATIN CAPITAL LETTER A WITH ACUTE");
+    data::ForEachRow("collation/words.txt", 5, [](const auto&, const data::Row& row) {
+        const unsigned order = data::Hex(row[0]);
+        const auto variant = static_cast<unsigned char>(data::Hex(row[1]));
+        EXPECT_EQ(Words(order, variant), data::ParseText(row[2]).StrGet());
+        EXPECT_EQ(ToChar(order, 1, variant).ch, data::Hex(row[3]));
+    });
+    EXPECT_EQ(ToChar(0x410C, 0).ch, 'A') << "an accent counts only when asked for";
+    EXPECT_EQ(ToChar(0x410C).name, "LATIN CAPITAL LETTER A WITH ACUTE");
     EXPECT_EQ(ToChar(80).name, "BELL");
     unsigned char ch = 0;
     EXPECT_EQ(KoConvertOrderToChar(0x3F00, 0, ch, 0, nullptr), 0);
