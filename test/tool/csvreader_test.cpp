@@ -49,6 +49,9 @@ TEST(CsvReader, RowsAndTheirBytes)
          "a\n",
          "[a]<a\n>"},
         {"empty lines are no rows", "\n\r\na\n\n", "[a]<a\n>"},
+        {"empty fields", ",a,,b,\r\n,\n,,", "[][a][][b][]<,a,,b,\r\n>[][]<,\n>[][][]<,,>"},
+        {"a quote behind plain rows", "a,b\n\"c\",d\ne\n",
+         "[a][b]<a,b\n>[c][d]<\"c\",d\n>[e]<e\n>"},
         {"blanks belong to the field", " a ,\tb\n", "[ a ][\tb]< a ,\tb\n>"},
         {"doubled quotes and line breaks", "\"a\"\"b\",\"c\r\nd\ne\"\nf\n",
          "[a\"b][c\r\nd\ne]<\"a\"\"b\",\"c\r\nd\ne\"\n>[f]<f\n>"},
@@ -96,19 +99,26 @@ TEST(CsvReader, PlacesInsideFields)
 TEST(CsvReader, BufferBordersAndLongRows)
 {
     const TestFolder folder;
-    const std::string row = "a,\"b\r\nc\"\r\n";
     constexpr std::size_t kBuffer = 256U << 10;
-    for (std::size_t shift = 0; shift <= row.size() + 1; ++shift) {
-        const std::string first(kBuffer - shift, 'x');
-        CsvReader csv(folder.Write("csv", first + "\r\n" + row + row));
-        ASSERT_EQ(csv.Next(), CsvReader::Result::Row);
-        EXPECT_EQ(csv.Fields()[0].size(), first.size());
-        for (std::uint64_t line : {2U, 4U}) {
-            ASSERT_EQ(csv.Next(), CsvReader::Result::Row) << shift;
-            EXPECT_EQ(csv.RowStart().line, line) << shift;
-            EXPECT_EQ(csv.RowBytes(0, 100), row) << shift;
+    const struct {
+        std::string row;
+        std::string second; ///< its second field
+        std::uint64_t lines;
+    } kCases[] = {{"a,\"b\r\nc\"\r\n", "b\r\nc", 2}, {"a,,bc\r\n", "", 1}, {"ab,c\r", "c", 1}};
+    for (const auto& c : kCases) {
+        for (std::size_t shift = 0; shift <= c.row.size() + 1; ++shift) {
+            const std::string first(kBuffer - shift, 'x');
+            CsvReader csv(folder.Write("csv", first + "\r\n" + c.row + c.row));
+            ASSERT_EQ(csv.Next(), CsvReader::Result::Row);
+            EXPECT_EQ(csv.Fields()[0].size(), first.size());
+            for (const std::uint64_t line : {std::uint64_t{2}, 2 + c.lines}) {
+                ASSERT_EQ(csv.Next(), CsvReader::Result::Row) << shift;
+                EXPECT_EQ(csv.Fields()[1], c.second) << shift;
+                EXPECT_EQ(csv.RowStart().line, line) << shift;
+                EXPECT_EQ(csv.RowBytes(0, 100), c.row) << shift;
+            }
+            EXPECT_EQ(csv.Next(), CsvReader::Result::End);
         }
-        EXPECT_EQ(csv.Next(), CsvReader::Result::End);
     }
     const std::string body = "\"\n" + std::string(CsvReader::kMaxRowBytes, 'x') + "\"\nz\n";
     CsvReader csv(folder.Write("csv", body));

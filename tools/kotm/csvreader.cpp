@@ -1,6 +1,7 @@
 #include "csvreader.h"
 
 #include "failure.h"
+#include "plainrow.h"
 #include "utf8.h"
 
 #include <csv.h>
@@ -79,7 +80,7 @@ struct CsvReader::State {
     std::uint64_t size = 0;
     std::string path;
 
-    std::vector<char> buffer = std::vector<char>(kBufferBytes);
+    std::vector<char> buffer = std::vector<char>(kBufferBytes + kPlainRowSlack);
     std::uint64_t bufferStart = 0; ///< offset of the buffer's first byte in the file
     std::size_t at = 0;
     std::size_t filled = 0;
@@ -117,7 +118,7 @@ struct CsvReader::State {
         filled -= at;
         at = 0;
         const std::size_t got =
-            Read(buffer.data() + filled, buffer.size() - filled, bufferStart + filled);
+            Read(buffer.data() + filled, kBufferBytes - filled, bufferStart + filled);
         filled += got;
         atEnd = got == 0;
     }
@@ -280,7 +281,19 @@ CsvReader::Result CsvReader::Next()
 {
     State& state = *m_state;
     state.StartRow();
-    for (;;) {
+    for (bool parsing = false;;) {
+        const std::size_t plain =
+            parsing ? 0
+                    : SplitPlainRow(state.buffer.data() + state.at, state.filled - state.at,
+                                    state.atEnd, state.fields);
+        if (plain != 0) {
+            state.Consume(plain, true);
+            state.rowEnd = state.Offset();
+            if (!state.fields.empty())
+                return Result::Row;
+            state.StartRow();
+            continue;
+        }
         bool terminated = false;
         std::size_t length = state.LineLength(terminated);
         if (length == 0) {
@@ -289,6 +302,7 @@ CsvReader::Result CsvReader::Next()
             if (length == 0 && state.atEnd)
                 break;
         }
+        parsing = true;
         // The parser's buffer grows by a block at a time: doubled, a long field costs linear time.
         csv_set_blk_size(&state.parser, std::max(kBlockBytes, csv_get_buffer_size(&state.parser)));
         const std::size_t taken = csv_parse(&state.parser, state.buffer.data() + state.at, length,
@@ -305,8 +319,6 @@ CsvReader::Result CsvReader::Next()
             return state.SkipRow();
         if (state.rowDone)
             return state.Finish();
-        if (terminated && state.ends.empty() && state.parser.pstate == 0)
-            state.StartRow(); // an empty line
     }
     if (csv_fini(&state.parser, State::OnField, State::OnRow, &state) != 0)
         return state.SkipRow();

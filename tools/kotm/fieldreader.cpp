@@ -1,15 +1,10 @@
 #include "fieldreader.h"
 
-#include <functional>
-
 namespace kotm
 {
 
 namespace
 {
-
-constexpr std::size_t kKnownTexts = 512; // a power of two
-constexpr std::size_t kLongestKnown = 64;
 
 /// A text in quotes for a message: short, and nothing in it that a terminal obeys.
 std::string Shown(std::string_view utf8)
@@ -29,30 +24,36 @@ std::string Shown(std::string_view utf8)
 
 } // namespace
 
-FieldReader::FieldReader(const Attribute& attribute)
-    : m_attribute(attribute), m_value(attribute.type), m_known(kKnownTexts)
+FieldReader::FieldReader(const Attribute& attribute, std::size_t memory)
+    : m_attribute(attribute), m_value(attribute.type), m_known(memory)
 {
 }
 
 FieldReader::Result FieldReader::Read(std::string_view utf8, std::string& bytes, TextFault& fault)
 {
-    if (utf8.empty() && m_attribute.type.HasNull())
+    if (utf8.empty() && m_attribute.type.HasNull()) {
+        m_hint = &m_absentHint;
         return Result::Absent;
-    if (utf8.size() > kLongestKnown)
-        return Convert(utf8, bytes, fault);
-    Known& known = m_known[std::hash<std::string_view>()(utf8) % kKnownTexts];
-    if (known.result == Result::Refused || known.utf8 != utf8) {
-        const std::size_t start = bytes.size();
-        const Result result = Convert(utf8, bytes, fault);
-        if (result != Result::Refused) {
-            known.utf8 = utf8;
-            known.form.assign(bytes, start, std::string::npos);
-            known.result = result;
-        }
-        return result;
     }
-    bytes += known.form;
-    return known.result;
+    m_newHint = 0;
+    m_hint = &m_newHint;
+    if (utf8.size() > KnownTexts::kLongest)
+        return Convert(utf8, bytes, fault);
+    // A present value has a form, so an empty one says that there is none.
+    const std::uint32_t hash = KnownTexts::Hash(utf8);
+    if (KnownTexts::Text* known = m_known.Find(hash, utf8)) {
+        const std::string_view form = m_known.FormOf(*known);
+        bytes += form;
+        m_hint = &known->hint;
+        return form.empty() ? Result::Absent : Result::Present;
+    }
+    const std::size_t start = bytes.size();
+    const Result result = Convert(utf8, bytes, fault);
+    if (result != Result::Refused) {
+        KnownTexts::Text* known = m_known.Add(hash, utf8, std::string_view(bytes).substr(start));
+        m_hint = known != nullptr ? &known->hint : m_hint;
+    }
+    return result;
 }
 
 FieldReader::Result FieldReader::Convert(std::string_view utf8, std::string& bytes,

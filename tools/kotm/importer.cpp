@@ -21,6 +21,8 @@ namespace
 
 /// What the sorting of all indexes together may take.
 constexpr std::size_t kSortMemory = 16U << 20;
+/// What the texts that are known of all attributes together may take.
+constexpr std::size_t kTextMemory = 4U << 20;
 /// Rejected rows that are told of one by one where no file takes them.
 constexpr std::uint64_t kShownRejects = 20;
 /// No row takes more store than this many times its bytes in the file: the map begins with that.
@@ -169,7 +171,7 @@ public:
           m_columns(MapColumns(m_csv, request.csv, schema, m_fields)), m_record(schema)
     {
         for (const Attribute& attribute : schema.attributes)
-            m_readers.emplace_back(attribute);
+            m_readers.emplace_back(attribute, kTextMemory / schema.attributes.size());
     }
 
     ImportResult Run(std::uint64_t mapBytes)
@@ -252,8 +254,10 @@ private:
             }
         }
         const std::uint64_t number = m_store->Add(m_record.Finish());
-        for (std::size_t i = 0; i < m_indexed.size(); ++i)
-            m_builders[i].Add(m_record.Form(m_indexed[i]), number);
+        for (std::size_t i = 0; i < m_indexed.size(); ++i) {
+            const std::size_t attribute = m_indexed[i];
+            m_builders[i].Add(m_record.Form(attribute), number, m_readers[attribute].Hint());
+        }
     }
 
     void FinishIndexes()

@@ -28,7 +28,9 @@ public:
     IndexBuilder(IndexBuilder&&) noexcept;
 
     /// Object numbers come in ascending order. An empty form stands for an absent value.
-    void Add(std::string_view form, std::uint64_t number);
+    /// `hint` is 0 or what was left there when the same form was added before, which saves a
+    /// search.
+    void Add(std::string_view form, std::uint64_t number, std::uint64_t& hint);
 
     /// Hands over every entry in order. The builder is empty afterwards.
     void Finish(const std::function<void(std::string_view entry)>& take);

@@ -1,0 +1,37 @@
+#include "knowntexts.h"
+
+#include <utility>
+
+namespace kotm
+{
+
+KnownTexts::Text* KnownTexts::Add(std::uint32_t hash, std::string_view text, std::string_view form)
+{
+    if (form.size() > UINT16_MAX)
+        return nullptr;
+    if (m_bytes.size() + text.size() + form.size() > m_memory / 2) {
+        // What is in use is known again soon; what is not makes room.
+        m_texts.assign(m_texts.size(), Text());
+        m_filled = 0;
+        m_bytes.resize(1);
+    } else if (m_filled * 4 > m_texts.size() && m_texts.size() * sizeof(Text) * 4 <= m_memory) {
+        Grow();
+    }
+    Text& known = m_texts[hash & (m_texts.size() - 1)];
+    m_filled += known.at == 0 ? 1 : 0;
+    known = {hash, static_cast<std::uint32_t>(m_bytes.size()),
+             static_cast<std::uint16_t>(text.size()), static_cast<std::uint16_t>(form.size())};
+    m_bytes.append(text).append(form);
+    return &known;
+}
+
+void KnownTexts::Grow()
+{
+    const std::vector<Text> before = std::exchange(m_texts, std::vector<Text>(m_texts.size() * 2));
+    for (const Text& known : before) {
+        if (known.at != 0)
+            m_texts[known.hash & (m_texts.size() - 1)] = known;
+    }
+}
+
+} // namespace kotm

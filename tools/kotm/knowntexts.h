@@ -1,0 +1,68 @@
+#ifndef KOTM_KNOWNTEXTS_H
+#define KOTM_KNOWNTEXTS_H
+
+#include "shortbytes.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kotm
+{
+
+/// Texts that were read before, and the form that each became. Columns repeat their values: most
+/// fields of a large file are found here, whatever their type.
+class KnownTexts
+{
+public:
+    static constexpr std::size_t kLongest = 64;
+
+    /// Takes about `memory` bytes at the most.
+    explicit KnownTexts(std::size_t memory) : m_memory(memory), m_texts(kFewest) {}
+
+    struct Text {
+        std::uint32_t hash = 0;
+        std::uint32_t at = 0; ///< in m_bytes, where the form follows it; 0: there is none
+        std::uint16_t size = 0;
+        std::uint16_t formSize = 0;
+        std::uint64_t hint = 0; ///< the user's, for as long as the text is known
+    };
+
+    static std::uint32_t Hash(std::string_view text)
+    {
+        return static_cast<std::uint32_t>(HashBytes(text));
+    }
+
+    /// Null for a text that is not known; valid, as its form is, until Add.
+    Text* Find(std::uint32_t hash, std::string_view text)
+    {
+        Text& known = m_texts[hash & (m_texts.size() - 1)];
+        const bool found = known.hash == hash && known.at != 0 &&
+                           SameBytes({m_bytes.data() + known.at, known.size}, text);
+        return found ? &known : nullptr;
+    }
+    std::string_view FormOf(const Text& known) const
+    {
+        return {m_bytes.data() + known.at + known.size, known.formSize};
+    }
+
+    /// Makes a text of up to kLongest bytes known; others may be forgotten for it. Null for a form
+    /// that is too long.
+    Text* Add(std::uint32_t hash, std::string_view text, std::string_view form);
+
+private:
+    static constexpr std::size_t kFewest = 1024; // a power of two
+
+    void Grow();
+
+    std::size_t m_memory;
+    std::vector<Text> m_texts;
+    std::size_t m_filled = 0;
+    std::string m_bytes = std::string(1, '\0');
+};
+
+} // namespace kotm
+
+#endif
