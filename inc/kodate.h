@@ -4,6 +4,9 @@
 #include "kostring.h"
 #include "kotemporal.h"
 
+#include <array>
+#include <utility>
+
 enum KoDaysOfTheWeek { Monday, Tuesday, Wednesday, Thursday, Friday, Saturday, Sunday };
 
 /// A calendar date: year, month and day, of the persistent type KoDATE_T.
@@ -94,8 +97,8 @@ private:
     {
         return static_cast<int>(static_cast<unsigned>(a) + static_cast<unsigned>(b));
     }
-    KOTMS_API int DayNumberByFormula() const;
-    KOTMS_API KoDate& DateByFormula(int dayNumber);
+    KOTMS_API static int DayNumberByFormula(int year, int month, int day);
+    KOTMS_API static KoDate DateByFormula(int dayNumber);
 
     o_2b m_year;
     o_1b m_month;
@@ -110,40 +113,57 @@ static_assert(sizeof(KoDate) == 4 && alignof(KoDate) == 2);
 /// compared.
 KOTMS_API KoTypeCmp KoDateCompare;
 
-// Day numbers and dates by the arithmetic of Neri and Schneider (2022), where every quotient is of
-// positive numbers and so what the formulas give.
+// Day numbers and dates by two tables, which hold what the formulas (Fliegel and Van Flandern,
+// 1968) make of months. What is left are quotients of positive numbers, as long as the years are in
+// the calendar.
+
+/// What each month adds, by its bits: years, which run from March and count from -4800, and days.
+struct KoMonthStart {
+    o_4b years;
+    o_4b days;
+};
+inline constexpr auto koMonthStarts = [] {
+    std::array<KoMonthStart, 256> starts{};
+    for (o_4b month = -128; month < 128; ++month) {
+        const o_4b a = (month - 14) / 12;
+        starts[static_cast<o_u1b>(month)] = {4800 + a, 367 * (month - 2 - 12 * a) / 12 - 32075};
+    }
+    return starts;
+}();
+
+/// The days of the year from March -4900 on.
+inline constexpr auto koDaysFromMarch = []<int... day>(std::integer_sequence<int, day...>)
+{
+    const auto date = [](int days) {
+        const int k = 80 * days / 2447;
+        return KoDate(k / 11 - 4900, k + 2 - k / 11 * 12, days - 2447 * k / 80);
+    };
+    return std::array{date(day + 31)...};
+}
+(std::make_integer_sequence<int, 366>());
 
 inline int KoDate::dayabs() const
 {
-    const auto month = static_cast<unsigned>(m_month);
-    if (month - 1 > 11 || m_year < -4799)
-        return DayNumberByFormula();
-    // Years run from March, counted from year -4800.
-    const bool early = month <= 2;
-    const unsigned year = static_cast<unsigned>(m_year + 4800) - early;
+    const KoMonthStart& start = koMonthStarts[static_cast<o_u1b>(m_month)];
+    const int signedYear = m_year + start.years;
+    if (signedYear < 0) [[unlikely]]
+        return DayNumberByFormula(m_year, m_month, m_day);
+    const auto year = static_cast<unsigned>(signedYear);
     const unsigned century = year / 100;
-    const unsigned days =
-        1461 * year / 4 - century + century / 4 + (979 * (early ? month + 12 : month) - 2919) / 32;
-    return static_cast<int>(days) + m_day - 32045;
+    return static_cast<int>(1461 * year / 4 - century + century / 4) + start.days + m_day;
 }
 
 inline KoDate& KoDate::dateabs(int dayNumber)
 {
-    // Days from 1 March of year -5200.
-    const unsigned days = static_cast<unsigned>(dayNumber) + 178141U;
-    if (dayNumber < -68569 || days >= 1U << 30)
-        return DateByFormula(dayNumber);
-    const unsigned quarters = 4 * days + 3;
-    const unsigned century = quarters / 146097;
-    const unsigned ofCentury = quarters % 146097 | 3;
-    const auto product = o_u8b{2939745} * ofCentury;
-    const auto year = static_cast<unsigned>(product >> 32);
-    const unsigned ofYear = static_cast<unsigned>(product) / 2939745 / 4;
-    const unsigned monthAndDay = 2141 * ofYear + 197913;
-    const bool early = ofYear >= 306; // January or February
-    m_year = static_cast<o_2b>(static_cast<int>(100 * century + year) - 5200 + early);
-    m_month = static_cast<o_1b>((monthAndDay >> 16) - (early ? 12 : 0));
-    m_day = static_cast<o_1b>((monthAndDay & 0xFFFF) / 2141 + 1);
+    // From 1 March of year -4900.
+    const unsigned days = static_cast<unsigned>(dayNumber) + 68569U;
+    if (days >= 1U << 29) [[unlikely]]
+        return *this = DateByFormula(dayNumber);
+    // As if every fourth year were a leap year, and in quarters of a day.
+    const unsigned century = 4 * days / 146097;
+    const unsigned quarters = 4 * (days + 3 * century / 4) + 3;
+    *this = koDaysFromMarch[quarters % 1461 / 4];
+    m_year = static_cast<o_2b>(m_year + static_cast<int>(quarters / 1461));
     return *this;
 }
 

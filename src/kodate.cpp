@@ -79,12 +79,12 @@ KoDate& KoDate::Today()
     return *this = KoDate(today.year, today.month, today.day);
 }
 
-int KoDate::DayNumberByFormula() const
+int KoDate::DayNumberByFormula(int year, int month, int day)
 {
-    return KoDayNumber(m_year, m_month, m_day);
+    return KoDayNumber(year, month, day);
 }
 
-KoDate& KoDate::DateByFormula(int dayNumber)
+KoDate KoDate::DateByFormula(int dayNumber)
 {
     // After Fliegel and Van Flandern (1968). In 64 bits no step overflows; only the fields are cut.
     o_8b l = o_8b{dayNumber} + 68569;
@@ -93,11 +93,11 @@ KoDate& KoDate::DateByFormula(int dayNumber)
     const o_8b i = 4000 * (l + 1) / 1461001;
     l = l - 1461 * i / 4 + 31;
     const o_8b k = 80 * l / 2447;
-    m_day = static_cast<o_1b>(l - 2447 * k / 80);
+    KoDate date(0, 0, static_cast<int>(l - 2447 * k / 80));
     l = k / 11;
-    m_month = static_cast<o_1b>(k + 2 - 12 * l);
-    m_year = static_cast<o_2b>(100 * (n - 49) + i + l);
-    return *this;
+    date.m_month = static_cast<o_1b>(k + 2 - 12 * l);
+    date.m_year = static_cast<o_2b>(100 * (n - 49) + i + l);
+    return date;
 }
 
 int KoDate::daynxtmonth() const

@@ -42,6 +42,18 @@ TEST(KoDate, EveryDayIsThatOfTheCalendar)
     EXPECT_EQ(KoDate(0), KoDate(-4713, 11, 24));
 }
 
+// Up to the last day number, the year cut to 16 bits.
+TEST(KoDate, TheCalendarRepeatsAfter400Years)
+{
+    std::mt19937 random(400);
+    for (int i = 0; i < 20000; ++i) {
+        const KoDate date(static_cast<int>(random() % 146097));
+        const int periods = static_cast<int>(random() % (kIntMax / 146097));
+        ASSERT_EQ(KoDate(date.dayabs() + 146097 * periods),
+                  KoDate(date.Year() + 400 * periods, date.Month(), date.Day()));
+    }
+}
+
 // Cut quotients leave the calendar before year -4800, and stored day numbers have gone through
 // them. The rows come from the formulas in exact arithmetic.
 TEST(KoDate, DayNumbersOutsideTheCalendar)
@@ -52,7 +64,7 @@ TEST(KoDate, DayNumbersOutsideTheCalendar)
     } back[] = {
         {-32045, {-4800, 2, 29}},       {-68570, {-4900, 2, 30}},     {-68571, {-4900, 2, 29}},
         {-70000, {-4903, -7, -30}},     {-105094, {-5000, 2, 29}},    {-1000000, {-7450, 1, -3}},
-        {13689325 + 1, {-32768, 1, 1}}, {1073563682, {-14515, 6, 5}}, {1073563683, {-14515, 6, 6}},
+        {13689325 + 1, {-32768, 1, 1}}, {536802342, {23210, 10, 17}}, {536802343, {23210, 10, 18}},
         {kIntMax, {-23342, 6, 3}},      {kIntMin, {13918, -6, -16}},
     };
     for (const auto& row : back)
@@ -68,6 +80,24 @@ TEST(KoDate, DayNumbersOutsideTheCalendar)
     };
     for (const auto& row : forth)
         EXPECT_EQ(row.date.dayabs(), row.day) << row.date.Year() << '-' << row.date.Month();
+}
+
+// Whatever the fields: month and day are added in any year, and years change where quotients are
+// cut or fields end.
+TEST(KoDate, DayNumbersOfAllMonths)
+{
+    const auto byFormula = [](int year, int month, int day) {
+        const int a = (month - 14) / 12;
+        return 1461 * (year + 4800 + a) / 4 + 367 * (month - 2 - 12 * a) / 12 -
+               3 * ((year + 4900 + a) / 100) / 4 + day - 32075;
+    };
+    for (const int around : {-32758, -14400, -4900, -4800, 0, 2000, 32757}) {
+        for (int year = around - 10; year <= around + 10; ++year)
+            for (int month = -128; month < 128; ++month)
+                for (const int day : {-128, 0, 1, 127})
+                    ASSERT_EQ(KoDate(year, month, day).dayabs(), byFormula(year, month, day))
+                        << year << ' ' << month << ' ' << day;
+    }
 }
 
 TEST(KoDate, ArithmeticIsThatOfDayNumbers)
