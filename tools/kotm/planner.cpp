@@ -13,13 +13,13 @@ namespace
 
 using Edge = IndexRange::Edge;
 
-// Costs in units of reading one object in the order of the objects, as plan_bench measures them:
-// finding one through an index is slower the more of the store lies outside of the processor's
-// caches, 6 times for 2,000 objects, 11 for 20,000, 20 for 200,000 and 29 for a million. Passing
-// over an index entry costs the same everywhere.
+// Costs in units of reading one object in the order of the objects. Finding one through an index is
+// slower the more of the store lies outside of the processor's caches: measured 4 to 6 times up to
+// 20,000 objects, 5 to 8 for 200,000, 6 to 16 for a million. Passing over an index entry costs the
+// same everywhere.
 double LookUpCost(std::uint64_t objects)
 {
-    return std::max(0.92 * std::pow(static_cast<double>(objects), 0.25), 1.0);
+    return std::max(0.33 * std::pow(static_cast<double>(objects), 0.25), 5.0);
 }
 constexpr double kEntryCost = 0.43;
 

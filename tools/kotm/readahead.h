@@ -22,8 +22,8 @@ public:
 
 private:
     struct Place {
-        std::uint64_t number = 0;
-        std::uintptr_t position = 0; ///< 0: none was found yet
+        std::int64_t number = 0;
+        std::int64_t position = 0; ///< 0: none was found yet
     };
 
     Place m_first;

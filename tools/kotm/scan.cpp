@@ -3,7 +3,7 @@
 #include "failure.h"
 
 #include <algorithm>
-#include <functional>
+#include <array>
 
 namespace kotm
 {
@@ -25,6 +25,31 @@ std::size_t PutObjectEdge(char* key, const IndexRange::Edge& edge)
     else
         PutObjectId(key, edge.behind ? number : number - 1, 0xFFFFFFFF);
     return kObjectIdBytes;
+}
+
+/// Sorts digit by digit, from the least significant on: in less time than by comparing.
+void SortNumbers(std::vector<std::uint64_t>& numbers)
+{
+    if (numbers.size() < 256) {
+        std::sort(numbers.begin(), numbers.end());
+        return;
+    }
+    constexpr unsigned kBits = 11;
+    const std::uint64_t highest = *std::max_element(numbers.begin(), numbers.end());
+    std::vector<std::uint64_t> sorted(numbers.size());
+    for (unsigned shift = 0; highest >> shift != 0; shift += kBits) {
+        const auto digit = [&](std::uint64_t number) {
+            return number >> shift & ((1U << kBits) - 1);
+        };
+        std::array<std::size_t, (1U << kBits) + 1> starts{};
+        for (const std::uint64_t number : numbers)
+            ++starts[digit(number) + 1];
+        for (std::size_t i = 1; i < starts.size(); ++i)
+            starts[i] += starts[i - 1];
+        for (const std::uint64_t number : numbers)
+            sorted[starts[digit(number)]++] = number;
+        numbers.swap(sorted);
+    }
 }
 
 std::string_view View(const MDB_val& value)
@@ -142,18 +167,17 @@ bool Scan::NextNumber()
         m_numbers.reserve(32);
         while (NextEntry())
             m_numbers.push_back(ObjectNumber(m_id));
-        std::sort(m_numbers.begin(), m_numbers.end(), std::greater<>());
+        SortNumbers(m_numbers);
     }
-    if (m_numbers.empty())
+    if (m_nextNumber == m_numbers.size())
         return false;
-    const std::uint64_t number = m_numbers.back();
-    m_numbers.pop_back();
+    const std::uint64_t number = m_numbers[m_nextNumber++];
     PutObjectId(m_numberId, number);
     m_id = m_numberId;
     FindRecord();
     m_ahead.Found(number, m_record.data());
-    if (!m_numbers.empty())
-        m_ahead.Fetch(m_numbers.back());
+    if (m_nextNumber != m_numbers.size())
+        m_ahead.Fetch(m_numbers[m_nextNumber]);
     return true;
 }
 

@@ -81,7 +81,8 @@ private:
     const char* m_id = nullptr;
     std::string_view m_entry;
     std::string_view m_record;
-    std::vector<std::uint64_t> m_numbers; ///< of the objects that follow, the next one last
+    std::vector<std::uint64_t> m_numbers; ///< of all objects of the range, in order
+    std::size_t m_nextNumber = 0;
     char m_numberId[kObjectIdBytes];
     ReadAhead m_ahead;
 };
