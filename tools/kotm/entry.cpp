@@ -1,5 +1,7 @@
 #include "entry.h"
 
+#include "shortbytes.h"
+
 #include <array>
 #include <cstring>
 #include <utility>
@@ -9,6 +11,9 @@ namespace kotm
 
 namespace
 {
+
+/// The bytes of an entry with a cut form, which does not say whether two values are one.
+constexpr std::size_t kCutEntry = kEntryHead + kCutForm + kObjectIdBytes;
 
 FullForms* g_fullForms = nullptr;
 
@@ -37,22 +42,33 @@ int EntryOrder(const MDB_val* a, const MDB_val* b)
     return CompareEntries(Attribute, View(a), View(b));
 }
 
+/// The same order, found sooner where both have one value and only their objects differ.
+template <std::size_t Attribute>
+int AppendedOrder(const MDB_val* a, const MDB_val* b)
+{
+    const std::string_view left = View(a);
+    const std::string_view right = View(b);
+    if (left.size() >= kEntryHead + kObjectIdBytes && left.size() < kCutEntry) {
+        const std::size_t value = left.size() - kObjectIdBytes;
+        if (left.size() == right.size() && SameBytes(left.substr(0, value), right.substr(0, value)))
+            return CompareObjectIds(left.data() + value, right.data() + value);
+    }
+    return CompareEntries(Attribute, left, right);
+}
+
+struct Callbacks {
+    MDB_cmp_func* any;
+    MDB_cmp_func* appended;
+};
+
 template <std::size_t... Attributes>
-constexpr std::array<MDB_cmp_func*, sizeof...(Attributes)>
+constexpr std::array<Callbacks, sizeof...(Attributes)>
 MakeCallbacks(std::index_sequence<Attributes...>)
 {
-    return {EntryOrder<Attributes>...};
+    return {{{EntryOrder<Attributes>, AppendedOrder<Attributes>}...}};
 }
 
 } // namespace
-
-void PutObjectId(char* bytes, std::uint64_t number, std::uint32_t tag)
-{
-    for (unsigned i = 0; i < 4; ++i)
-        bytes[i] = static_cast<char>(tag >> (8 * i) & 0xFF);
-    for (unsigned i = 0; i < 6; ++i)
-        bytes[4 + i] = static_cast<char>(number >> (8 * i) & 0xFF);
-}
 
 std::size_t PutEntry(char* entry, o_char type, std::string_view form, std::uint64_t number,
                      std::uint32_t tag)
@@ -109,11 +125,11 @@ int CompareObjectKeys(const MDB_val* a, const MDB_val* b)
                             static_cast<const char*>(b->mv_data));
 }
 
-MDB_cmp_func* EntryCallback(std::size_t attribute)
+MDB_cmp_func* EntryCallback(std::size_t attribute, bool appended)
 {
     static constexpr auto kCallbacks =
         MakeCallbacks(std::make_index_sequence<Schema::kMaxAttributes>());
-    return kCallbacks[attribute];
+    return appended ? kCallbacks[attribute].appended : kCallbacks[attribute].any;
 }
 
 } // namespace kotm

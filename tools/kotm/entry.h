@@ -20,14 +20,10 @@ namespace kotm
 inline constexpr std::size_t kObjectIdBytes = 10;
 inline constexpr std::uint64_t kMaxObjectNumber = (std::uint64_t{1} << 48) - 2;
 
-void PutObjectId(char* bytes, std::uint64_t number, std::uint32_t tag = 0);
-
-/// The unsigned number whose bytes stand at `bytes`, the least significant first.
+/// A number with its least significant byte first in memory, and back.
 template <class Number>
-Number LittleEndian(const char* bytes)
+constexpr Number Little(Number number)
 {
-    Number number;
-    std::memcpy(&number, bytes, sizeof number);
     if constexpr (std::endian::native == std::endian::big) {
         Number turned = 0;
         for (std::size_t i = 0; i < sizeof number; ++i)
@@ -37,6 +33,21 @@ Number LittleEndian(const char* bytes)
     return number;
 }
 
+template <class Number>
+Number LittleEndian(const char* bytes)
+{
+    Number number;
+    std::memcpy(&number, bytes, sizeof number);
+    return Little(number);
+}
+
+inline void PutObjectId(char* bytes, std::uint64_t number, std::uint32_t tag = 0)
+{
+    const std::uint64_t front = Little<std::uint64_t>(number << 32 | tag);
+    const std::uint16_t back = Little(static_cast<std::uint16_t>(number >> 32));
+    std::memcpy(bytes, &front, sizeof front);
+    std::memcpy(bytes + sizeof front, &back, sizeof back);
+}
 inline std::uint64_t ObjectNumber(const char* id)
 {
     return LittleEndian<std::uint64_t>(id + 2) >> 16; // half of the tag and the number
@@ -122,9 +133,10 @@ int CompareForms(std::size_t attribute, const EntryView& a, const EntryView& b);
 /// Order of two entries: their values, equal ones by their object ids.
 int CompareEntries(std::size_t attribute, std::string_view a, std::string_view b);
 
-/// The callbacks for LMDB: that of the objects, and that of the index on each attribute.
+/// The callbacks for LMDB: that of the objects, and those of the index on each attribute, one for
+/// any use and one that is fast where most entries come behind another with the same value.
 int CompareObjectKeys(const MDB_val* a, const MDB_val* b);
-MDB_cmp_func* EntryCallback(std::size_t attribute);
+MDB_cmp_func* EntryCallback(std::size_t attribute, bool appended);
 
 } // namespace kotm
 

@@ -5,34 +5,25 @@
 namespace kotm
 {
 
-RecordWriter::RecordWriter(const Schema& schema)
+RecordWriter::RecordWriter(const Schema& schema) : m_fields(schema.attributes.size())
 {
-    for (const Attribute& attribute : schema.attributes)
-        m_partOf.push_back(attribute.type.FixedSize() == 0 ? 1 : 0);
+    for (std::size_t i = 0; i < m_fields.size(); ++i)
+        m_fields[i].part = schema.attributes[i].type.FixedSize() == 0 ? 1 : 0;
 }
 
 void RecordWriter::Start()
 {
-    m_parts[0].assign((m_partOf.size() + 7) / 8, '\0');
+    m_parts[0].assign((m_fields.size() + 7) / 8, '\0');
     m_parts[1].clear();
     m_ends[0] = m_parts[0].size();
     m_ends[1] = 0;
-    m_fields.clear();
-}
-
-void RecordWriter::End()
-{
-    const unsigned char part = m_partOf[m_fields.size()];
-    const std::size_t start = m_ends[part];
-    m_ends[part] = m_parts[part].size();
-    m_fields.push_back({start, m_ends[part] - start});
+    m_next = 0;
 }
 
 void RecordWriter::EndAbsent()
 {
-    const std::size_t bit = m_fields.size();
-    char& byte = m_parts[0][bit / 8];
-    byte = static_cast<char>(byte | 1 << bit % 8);
+    char& byte = m_parts[0][m_next / 8];
+    byte = static_cast<char>(byte | 1 << m_next % 8);
     End();
 }
 

@@ -6,6 +6,7 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace kotm
@@ -22,28 +23,34 @@ public:
 
     void Start();
     /// The bytes to append the next attribute's form to; End finishes it.
-    std::string& Bytes() { return m_parts[m_partOf[m_fields.size()]]; }
-    void End();
+    std::string& Bytes() { return m_parts[m_fields[m_next].part]; }
+    void End()
+    {
+        Field& field = m_fields[m_next++];
+        field.start = std::exchange(m_ends[field.part], m_parts[field.part].size());
+        field.size = m_ends[field.part] - field.start;
+    }
     void EndAbsent();
     /// The form of an attribute that was written; empty for an absent one.
     std::string_view Form(std::size_t attribute) const
     {
         const Field& field = m_fields[attribute];
-        return std::string_view(m_parts[m_partOf[attribute]]).substr(field.start, field.size);
+        return {m_parts[field.part].data() + field.start, field.size};
     }
     /// The whole, once every attribute has been written; valid until Start.
     std::string_view Finish() { return m_parts[0].append(m_parts[1]); }
 
 private:
     struct Field {
-        std::size_t start;
-        std::size_t size;
+        std::size_t part = 0; ///< 1 for forms of varying size
+        std::size_t start = 0;
+        std::size_t size = 0;
     };
 
-    std::vector<unsigned char> m_partOf; ///< of each attribute: 1 for forms of varying size
-    std::string m_parts[2];              ///< the bits stand in front of the first
-    std::size_t m_ends[2] = {0, 0};      ///< of the forms that are finished
-    std::vector<Field> m_fields;
+    std::string m_parts[2];         ///< the bits stand in front of the first
+    std::size_t m_ends[2] = {0, 0}; ///< of the forms that are finished
+    std::vector<Field> m_fields;    ///< of the attributes
+    std::size_t m_next = 0;         ///< the first of them that is not finished
 };
 
 /// Takes records apart as far as is needed.

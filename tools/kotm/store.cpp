@@ -195,7 +195,7 @@ void Store::OpenDatabases()
             continue;
         MDB_dbi dbi = 0;
         open("index " + std::to_string(i), dbi);
-        Check(mdb_set_compare(m_txn, dbi, EntryCallback(i)));
+        Check(mdb_set_compare(m_txn, dbi, EntryCallback(i, m_mode == Mode::Create)));
         m_indexes[i] = dbi;
     }
 }

@@ -100,7 +100,11 @@ private:
     std::uint64_t PagesInUse() const;
     void Close() noexcept;
     bool Find(std::size_t attribute, const char* id, std::string_view& form) override;
-    void Check(int code) const { CheckLmdb(code, m_path); }
+    void Check(int code) const
+    {
+        if (code != MDB_SUCCESS)
+            CheckLmdb(code, m_path);
+    }
 
     std::string m_path;
     std::string m_file; ///< where it is written
