@@ -158,6 +158,10 @@ inline Bytes ParseBytes(const std::string& notation)
     Bytes bytes;
     std::istringstream in(notation);
     for (std::string group; in >> group;) {
+        if (group.find_first_not_of("0123456789ABCDEF*") != std::string::npos) {
+            ADD_FAILURE() << "no bytes: " << notation;
+            break;
+        }
         Bytes unit;
         std::size_t at = 0;
         for (; at + 1 < group.size() && group[at] != '*'; at += 2)

@@ -14,8 +14,8 @@
 ///     bytes in format 1 | bytes in format 2 | hash | printed text | converted text | why
 ///
 /// To give a new type its section: write the heading with the rules of the type's bytes into a file
-/// of the corpus, then lines for its extreme values, of which only the bytes of format 1 count
-/// at first; run this program once, check by those rules what it says of them, and put that there.
+/// of the corpus, then lines for its extreme values with their bytes by those rules; run this
+/// program once, check what it says of their hashes and texts, and put that there.
 
 namespace
 {

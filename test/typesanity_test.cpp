@@ -309,10 +309,12 @@ TEST(TypeSanity, LackOfMemoryIsSurvived)
                 const FailingHeap heap(first);
                 const Array made{manager, id, manager.Create(id, 1), 1};
                 const Array byDefault{manager, id, manager.DefaultValue(id, 1, 0), 1};
+                EXPECT_TRUE(first != 0 || (made.data == nullptr && byDefault.data == nullptr));
                 manager.AssignmentPtrGet(id)(target.data, values[i], 1, 0);
                 manager.Load(id, target.data, bytes.data(), KoFMT_LITTLE, 1);
                 const std::unique_ptr<KoTypeConvertData> texts(manager.ConvertTo(id, values[i], 1));
                 const Array back{manager, id, manager.ConvertFrom(id, texts.get(), 1), 1};
+                EXPECT_TRUE(first != 0 || back.data == nullptr);
                 KoString text;
                 manager.PrintToKoString(id, text, values[i], nullptr, 1);
                 unsigned errorAt = 0;

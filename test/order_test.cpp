@@ -1,5 +1,7 @@
 #include "value.h"
 
+/// The order of values of several types, as the files of test/data/order say and explain.
+
 namespace
 {
 
@@ -20,10 +22,10 @@ Key Cut(const KoTypeMgr& manager, const Value& value, unsigned char format, cons
     return key;
 }
 
-// As test/data/stored/cutkeys.txt has them.
-TEST(CutKeys, DecideOnlyWhatTheyShow)
+// As test/data/order/cutkeys.txt has them.
+TEST(Order, CutKeysDecideOnlyWhatTheyShow)
 {
-    data::ForEachRow("stored/cutkeys.txt", 7, [](const auto& head, const data::Row& row) {
+    data::ForEachRow("order/cutkeys.txt", 7, [](const auto& head, const data::Row& row) {
         const std::size_t end = head[0].find(" older");
         const KoTypeMgr manager(end == std::string::npos ? 5 : 3);
         Value left(head[0].substr(0, end));
@@ -45,6 +47,40 @@ TEST(CutKeys, DecideOnlyWhatTheyShow)
                                            KoCMP_PLAIN, 1, format, status);
             EXPECT_EQ(Sign(turned), expected == KoRC_NOT_SUPPORTED ? -1 : -std::stoi(row[4]));
             EXPECT_EQ(status, expected);
+        }
+    });
+}
+
+TEST(Order, StoredIdentitiesComparedByteByByte)
+{
+    const KoTypeMgr manager;
+    data::ForEachRow("order/stored.txt", 4, [&](const auto& head, const data::Row& row) {
+        const auto id = static_cast<o_char>(FindType(head[0]));
+        const unsigned size = manager.DiskLenGet(id, nullptr, KoFMT_LITTLE, 1, KoFMT_LITTLE);
+        Bytes a = data::ParseBytes(row[0]);
+        Bytes b = data::ParseBytes(row[1]);
+        a.resize(size);
+        b.resize(size);
+        for (const unsigned char format : {KoFMT_LITTLE, KoFMT_BIG}) {
+            EXPECT_EQ(manager.Cmp(id, a.data(), b.data(), 0, 1, format), std::stoi(row[2]));
+            EXPECT_EQ(manager.Cmp(id, b.data(), a.data(), 0, 1, format), -std::stoi(row[2]));
+        }
+    });
+}
+
+TEST(Order, WildcardsCountUnlessExact)
+{
+    const KoTypeMgr manager;
+    data::ForEachRow("order/wildcards.txt", 5, [&](const auto& head, const data::Row& row) {
+        Value a(head[0]);
+        Value b(head[0]);
+        a.Set(row[0], head[1]);
+        b.Set(row[1], head[1]);
+        for (const unsigned op : {0U, 0xFFEFU, 0x10U, 0xFFFFU}) {
+            const int order = std::stoi(row[(op & 0x10) == 0 ? 2 : 3]);
+            const auto word = static_cast<unsigned short>(op);
+            EXPECT_EQ(manager.Cmp(a.Id(), a.Data(), b.Data(), word, 1, KoFMT_MEMORY), order);
+            EXPECT_EQ(manager.Cmp(a.Id(), b.Data(), a.Data(), word, 1, KoFMT_MEMORY), -order);
         }
     });
 }
