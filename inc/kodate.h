@@ -138,7 +138,7 @@ inline constexpr auto koDaysFromMarch = []<int... day>(std::integer_sequence<int
         const int k = 80 * days / 2447;
         return KoDate(k / 11 - 4900, k + 2 - k / 11 * 12, days - 2447 * k / 80);
     };
-    return std::array{date(day + 31)...};
+    return std::array<KoDate, sizeof...(day)>{date(day + 31)...};
 }
 (std::make_integer_sequence<int, 366>());
 
