@@ -183,34 +183,6 @@ TEST(KoDateTimeN, Sums)
     }
 }
 
-TEST(KoDateTimeN, DatesThatDoNotExistAreCounts)
-{
-    const struct {
-        KoDate from;
-        int days;
-        KoDate to;
-        const char* reason;
-    } rows[] = {
-        {{0, 0, 0}, 45, {0, 1, 15}, "30-day months"},
-        {{0, 0, 0}, 400, {1, 1, 10}, "12-month years"},
-        {{0, 0, 5}, -10, {0, 0, -5}, "a leading day stays negative"},
-        {{0, 13, 5}, -10, {1, 0, 25}, "a month lends, and months carry"},
-        {{0, 1, 5}, -10, {-1, 12, 26}, "a date that exists goes by the calendar"},
-        {{1, 0, 5}, -10, {0, 11, 25}, "a year lends through the months"},
-        {{32767, 11, 0}, 400, {32767, 0, 10}, "years stop at the top"},
-        {{-32768, 0, 0}, -360, {-32768, 0, 0}, "and at the bottom"},
-        {{0, 0, 0}, kIntMax, {32767, 4, 7}, "the largest count"},
-    };
-    for (const auto& row : rows) {
-        KoDateTimeN value = row.from;
-        value.AddDays(row.days);
-        EXPECT_EQ(value, KoDateTimeN(row.to)) << row.reason << ": " << value;
-    }
-    KoDateTimeN value = KoTime(23, 0, 0);
-    value.AddHours(2);
-    EXPECT_EQ(value, KoDateTimeN(0, 0, 1, 1, 0, 0, 0));
-}
-
 TEST(KoDateTimeN, MillisecondClock)
 {
     using namespace std::chrono;

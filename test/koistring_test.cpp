@@ -108,6 +108,11 @@ TEST(KoIString, Orders)
     });
     EXPECT_EQ(KoIString("abX").Compare("abY", 2), 0);
     EXPECT_EQ(KoIString("a") != KoIString("A"), 78 - 84);
+    KoIString small("a");
+    KoCaseIString large("B");
+    int status = 1;
+    EXPECT_LT(KoIStringCompare(KoFMT_MEMORY, 0, &small, 0, &large, 0, 1, status), 0);
+    EXPECT_GT(KoCaseIStringCompare(KoFMT_MEMORY, 0, &large, 0, &small, 0, 1, status), 0);
     EXPECT_TRUE(KoCaseIString("hawk") == "HAWK");
     EXPECT_TRUE(KoIString("a") < KoIString("A"));
 }
