@@ -32,7 +32,7 @@ public:
     explicit Database(const std::string& path)
     {
         Check(sqlite3_open(path.c_str(), &m_db));
-        Run("PRAGMA cache_size = -65536");
+        Run("PRAGMA cache_size = -524288"); // the whole database, as the store lies in its map
     }
     ~Database() { sqlite3_close(m_db); }
     Database(const Database&) = delete;

@@ -35,6 +35,23 @@ std::string_view Whole(std::size_t attribute, const EntryView& entry)
     return form;
 }
 
+/// The values of two entries, one of which at least is cut and says nothing about what is gone.
+int CutFormOrder(std::size_t attribute, const EntryView& a, const EntryView& b)
+{
+    int status = 0;
+    return ComparePersistent(a.type, Whole(attribute, a), Whole(attribute, b), a.cmpOp, status);
+}
+
+inline int FormOrder(std::size_t attribute, const EntryView& a, const EntryView& b)
+{
+    if (a.form.empty() || b.form.empty())
+        return Sign(a.form.size(), b.form.size());
+    int status = 0;
+    const int order = ComparePersistent(a.type, a.form, b.form, a.cmpOp, status);
+    const bool cut = a.form.size() == kCutForm || b.form.size() == kCutForm;
+    return status == 0 && (order != 0 || !cut) ? order : CutFormOrder(attribute, a, b);
+}
+
 /// One callback for every attribute: which one a callback serves is all it can know.
 template <std::size_t Attribute>
 int EntryOrder(const MDB_val* a, const MDB_val* b)
@@ -95,15 +112,7 @@ FullForms* SetFullForms(FullForms* source)
 
 int CompareForms(std::size_t attribute, const EntryView& a, const EntryView& b)
 {
-    if (a.form.empty() || b.form.empty())
-        return Sign(a.form.size(), b.form.size());
-    int status = 0;
-    const int order = ComparePersistent(a.type, a.form, b.form, a.cmpOp, status);
-    // A cut form says nothing about the bytes that are gone.
-    const bool cut = a.form.size() == kCutForm || b.form.size() == kCutForm;
-    if (status == 0 && (order != 0 || !cut))
-        return order;
-    return ComparePersistent(a.type, Whole(attribute, a), Whole(attribute, b), a.cmpOp, status);
+    return FormOrder(attribute, a, b);
 }
 
 int CompareEntries(std::size_t attribute, std::string_view a, std::string_view b)
@@ -113,7 +122,7 @@ int CompareEntries(std::size_t attribute, std::string_view a, std::string_view b
     // Bytes that are no entry, and entries of another type, stand in a damaged index only.
     if (left.id == nullptr || right.id == nullptr || left.type != right.type)
         return CompareBytes(a, b);
-    const int order = CompareForms(attribute, left, right);
+    const int order = FormOrder(attribute, left, right);
     return order != 0 ? order : CompareObjectIds(left.id, right.id);
 }
 
