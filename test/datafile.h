@@ -19,9 +19,9 @@
 /// A line that begins with # and a blank is a comment.
 ///
 /// Bytes are hexadecimal; `78*40` and `20AC*40` are repeated bytes. Texts stand in double quotes,
-/// with \xNN or, in 16-bit text, \uNNNN for what is not printable ASCII, `"x"*40` for repeated
-/// characters, and the code set and language in front where they are not 1 and 0; the null string
-/// is `null`.
+/// with \xNN or, in 16-bit text, \uNNNN for what is not printable ASCII, \n, \" and \\ as in C,
+/// `"x"*40` for repeated characters, and the code set and language in front where they are not 1
+/// and 0; the null string is `null`.
 namespace data
 {
 
@@ -229,13 +229,16 @@ inline std::u16string ParseUnits(const std::string& notation)
         std::u16string piece;
         for (++at; at < notation.size() && notation[at] != '"'; ++at) {
             auto unit = static_cast<unsigned char>(notation[at]);
-            if (unit != '\\') {
+            const char escape = unit == '\\' ? notation[++at] : '\0';
+            if (escape == 'u' || escape == 'x') {
+                const std::size_t digits = escape == 'u' ? 4 : 2;
+                piece += static_cast<char16_t>(Hex(notation.substr(at + 1, digits)));
+                at += digits;
+            } else if (escape != '\0') {
+                piece += escape == 'n' ? u'\n' : static_cast<char16_t>(escape); // or itself
+            } else {
                 piece += unit;
-                continue;
             }
-            const std::size_t digits = notation[++at] == 'u' ? 4 : 2;
-            piece += static_cast<char16_t>(Hex(notation.substr(at + 1, digits)));
-            at += digits;
         }
         std::size_t times = 1;
         if (++at < notation.size() && notation[at] == '*')
