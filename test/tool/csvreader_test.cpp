@@ -99,7 +99,7 @@ TEST(CsvReader, PlacesInsideFields)
 TEST(CsvReader, BufferBordersAndLongRows)
 {
     const TestFolder folder;
-    constexpr std::size_t kBuffer = 256U << 10;
+    constexpr std::size_t kBuffer = 64U << 10;
     const struct {
         std::string row;
         std::string second; ///< its second field

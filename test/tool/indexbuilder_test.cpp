@@ -40,7 +40,12 @@ std::vector<std::string> Entries(std::size_t memory, bool hints)
         kept[form] = hint;
     }
     std::vector<std::string> entries;
-    builder.Finish([&](std::string_view entry) { entries.emplace_back(entry); });
+    builder.Finish([&](std::string& entry, const std::uint64_t* objects, std::size_t count) {
+        for (std::size_t i = 0; i < count; ++i) {
+            PutObjectId(entry.data() + entry.size() - kObjectIdBytes, objects[i]);
+            entries.push_back(entry);
+        }
+    });
     return entries;
 }
 

@@ -19,7 +19,7 @@ namespace kotm
 namespace
 {
 
-constexpr std::size_t kBufferBytes = 256U << 10;
+constexpr std::size_t kBufferBytes = 64U << 10;
 constexpr std::size_t kBlockBytes = 4096;
 
 int Never(unsigned char)

@@ -266,7 +266,9 @@ private:
             const std::size_t attribute = m_indexed[i];
             const bool inOrder = m_store->CountEntries(m_store->Index(attribute)) == 0;
             m_builders[i].Finish(
-                [&](std::string_view entry) { m_store->AddEntry(attribute, entry, inOrder); });
+                [&](std::string& entry, const std::uint64_t* objects, std::size_t count) {
+                    m_store->AddEntries(attribute, entry, objects, count, inOrder);
+                });
         }
         m_builders.clear();
     }

@@ -4,7 +4,6 @@
 #include "shortbytes.h"
 
 #include <algorithm>
-#include <functional>
 #include <optional>
 #include <utility>
 
@@ -207,7 +206,7 @@ struct IndexBuilder::State {
         StartRun();
     }
 
-    void Finish(const std::function<void(std::string_view)>& take)
+    void Finish(const IndexBuilder::Take& take)
     {
         if (!runs.empty()) {
             Spill();
@@ -216,16 +215,12 @@ struct IndexBuilder::State {
         }
         SortRun([&](std::string_view entry, const std::uint64_t* objects, std::size_t count) {
             scratch = entry;
-            char* id = scratch.data() + scratch.size() - kObjectIdBytes;
-            for (std::size_t i = 0; i < count; ++i) {
-                PutObjectId(id, objects[i]);
-                take(scratch);
-            }
+            take(scratch, objects, count);
         });
         StartRun();
     }
 
-    void Merge(const std::function<void(std::string_view)>& take)
+    void Merge(const IndexBuilder::Take& take)
     {
         file->Flush();
         constexpr std::size_t kBuffers = 4U << 20;
@@ -248,11 +243,8 @@ struct IndexBuilder::State {
         while (!heap.empty()) {
             std::pop_heap(heap.begin(), heap.end(), later);
             RunReader& run = readers[heap.back()];
-            std::string& entry = run.Entry();
-            for (std::uint32_t left = run.Count(); left > 0; --left) {
-                PutObjectId(entry.data() + entry.size() - kObjectIdBytes, run.TakeNumber());
-                take(entry);
-            }
+            while (run.TakeNumbers(numbers))
+                take(run.Entry(), numbers.data(), numbers.size());
             run.Next();
             if (run.AtEnd())
                 heap.pop_back();
@@ -280,7 +272,7 @@ void IndexBuilder::Add(std::string_view form, std::uint64_t number, std::uint64_
         m_state->Spill();
 }
 
-void IndexBuilder::Finish(const std::function<void(std::string_view entry)>& take)
+void IndexBuilder::Finish(const Take& take)
 {
     m_state->Finish(take);
 }

@@ -32,8 +32,11 @@ public:
     /// search.
     void Add(std::string_view form, std::uint64_t number, std::uint64_t& hint);
 
+    /// Takes entries that differ in their objects only: one of them, and the numbers of all.
+    using Take =
+        std::function<void(std::string& entry, const std::uint64_t* objects, std::size_t count)>;
     /// Hands over every entry in order. The builder is empty afterwards.
-    void Finish(const std::function<void(std::string_view entry)>& take);
+    void Finish(const Take& take);
 
 private:
     struct State;

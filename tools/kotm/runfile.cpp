@@ -95,6 +95,15 @@ void RunReader::Next()
     m_count = Take<std::uint32_t>();
 }
 
+bool RunReader::TakeNumbers(std::vector<std::uint64_t>& numbers)
+{
+    constexpr std::uint32_t kAtOnce = 4096;
+    numbers.resize(std::min(m_count, kAtOnce));
+    m_count -= static_cast<std::uint32_t>(numbers.size());
+    TakeBytes(reinterpret_cast<char*>(numbers.data()), numbers.size() * sizeof numbers[0]);
+    return !numbers.empty();
+}
+
 void RunReader::TakeBytes(char* to, std::size_t size)
 {
     while (size > 0) {

@@ -46,9 +46,8 @@ public:
     bool AtEnd() const { return m_atEnd; }
     std::string& Entry() { return m_entry; }
     const std::string& Entry() const { return m_entry; }
-    std::uint32_t Count() const { return m_count; }
-
-    std::uint64_t TakeNumber() { return Take<std::uint64_t>(); }
+    /// Some of the numbers of the group that are left; false, and none, at its end.
+    bool TakeNumbers(std::vector<std::uint64_t>& numbers);
 
     /// Moves on to the next group; the numbers of this one have been taken.
     void Next();
@@ -71,7 +70,7 @@ private:
     std::size_t m_used = 0;
     std::size_t m_filled = 0;
     std::string m_entry;
-    std::uint32_t m_count = 0;
+    std::uint32_t m_count = 0; ///< numbers of the group that are left
     bool m_atEnd = false;
 };
 

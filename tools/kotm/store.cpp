@@ -313,12 +313,17 @@ std::uint64_t Store::Add(std::string_view record)
     return m_counts.nextNumber++;
 }
 
-void Store::AddEntry(std::size_t attribute, std::string_view entry, bool inOrder)
+void Store::AddEntries(std::size_t attribute, std::string& entry, const std::uint64_t* objects,
+                       std::size_t count, bool inOrder)
 {
-    Count(entry.size());
-    MDB_val key = Val(entry);
-    MDB_val value = Val({});
-    Put(Index(attribute), key, value, inOrder ? MDB_APPEND : 0);
+    const MDB_dbi dbi = Index(attribute);
+    const unsigned flags = inOrder ? MDB_APPEND : 0;
+    char* const id = entry.data() + entry.size() - kObjectIdBytes;
+    for (std::size_t i = 0; i < count; ++i) {
+        Count(entry.size());
+        PutObjectId(id, objects[i]);
+        Put(dbi, Val(entry), Val({}), flags);
+    }
 }
 
 Store::Cursor Store::OpenCursor(MDB_dbi dbi) const

@@ -77,8 +77,11 @@ public:
     /// Adds an object under the next number and returns the number. The objects of one import come
     /// in the order of their numbers.
     std::uint64_t Add(std::string_view record);
-    /// Adds an entry of the index on `attribute`; `inOrder` says that it comes behind all others.
-    void AddEntry(std::size_t attribute, std::string_view entry, bool inOrder);
+    /// Adds entries of the index on `attribute` that differ in their objects only; these take the
+    /// place of the one in `entry`. `inOrder` says that they come behind all others, in their
+    /// order.
+    void AddEntries(std::size_t attribute, std::string& entry, const std::uint64_t* objects,
+                    std::size_t count, bool inOrder);
     void Commit();
 
     /// The values that CompareEntries meets in entries with the tags 1 and 2: bounds of a search.
