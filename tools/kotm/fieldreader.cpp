@@ -24,41 +24,15 @@ std::string Shown(std::string_view utf8)
 
 } // namespace
 
-FieldReader::FieldReader(const Attribute& attribute, std::size_t memory)
-    : m_attribute(attribute), m_value(attribute.type), m_known(memory)
+FieldReader::FieldReader(const Attribute& attribute)
+    : m_attribute(attribute), m_value(attribute.type)
 {
 }
 
 FieldReader::Result FieldReader::Read(std::string_view utf8, std::string& bytes, TextFault& fault)
 {
-    if (utf8.empty() && m_attribute.type.HasNull()) {
-        m_hint = &m_absentHint;
+    if (utf8.empty() && m_attribute.type.HasNull())
         return Result::Absent;
-    }
-    m_newHint = 0;
-    m_hint = &m_newHint;
-    if (utf8.size() > KnownTexts::kLongest)
-        return Convert(utf8, bytes, fault);
-    // A present value has a form, so an empty one says that there is none.
-    const std::uint32_t hash = KnownTexts::Hash(utf8);
-    if (KnownTexts::Text* known = m_known.Find(hash, utf8)) {
-        const std::string_view form = m_known.FormOf(*known);
-        bytes += form;
-        m_hint = &known->hint;
-        return form.empty() ? Result::Absent : Result::Present;
-    }
-    const std::size_t start = bytes.size();
-    const Result result = Convert(utf8, bytes, fault);
-    if (result != Result::Refused) {
-        KnownTexts::Text* known = m_known.Add(hash, utf8, std::string_view(bytes).substr(start));
-        m_hint = known != nullptr ? &known->hint : m_hint;
-    }
-    return result;
-}
-
-FieldReader::Result FieldReader::Convert(std::string_view utf8, std::string& bytes,
-                                         TextFault& fault)
-{
     if (!ToKoString(utf8, m_attribute.codeSet, m_text, fault))
         return Result::Refused;
     unsigned errorAt = 0;

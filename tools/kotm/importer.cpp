@@ -1,8 +1,8 @@
 #include "importer.h"
 
+#include "columnreader.h"
 #include "csvreader.h"
 #include "failure.h"
-#include "fieldreader.h"
 #include "indexbuilder.h"
 #include "store.h"
 
@@ -238,8 +238,8 @@ private:
             return;
         }
         m_record.Start();
+        TextFault fault;
         for (std::size_t i = 0; i < m_readers.size(); ++i) {
-            TextFault fault;
             switch (m_readers[i].Read(fields[m_columns[i]], m_record.Bytes(), fault)) {
             case FieldReader::Result::Present:
                 m_record.End();
@@ -280,7 +280,7 @@ private:
     std::size_t m_fields = 0;
     std::vector<std::size_t> m_columns;
     RecordWriter m_record;
-    std::vector<FieldReader> m_readers;
+    std::vector<ColumnReader> m_readers;
     std::unique_ptr<Store> m_store;
     std::vector<std::size_t> m_indexed; ///< attributes, in the order of m_builders
     std::vector<IndexBuilder> m_builders;

@@ -45,6 +45,7 @@ struct IndexBuilder::State {
         std::uint32_t hash;
     };
     std::vector<Slot> table;
+    std::size_t used = 0; ///< bytes of all these
     std::uint64_t base = 0;
     std::uint64_t firstHint = 1; ///< of the run's first group; those before are of earlier runs
     std::string scratch;
@@ -63,12 +64,7 @@ struct IndexBuilder::State {
         groups.clear();
         links.clear();
         table.assign(1024, {kNone, 0});
-    }
-
-    std::size_t Used() const
-    {
-        return bytes.size() + groups.size() * sizeof(Group) + links.size() * sizeof(Link) +
-               table.size() * sizeof(Slot);
+        used = table.size() * sizeof(Slot);
     }
 
     std::string_view EntryOf(const Group& group) const
@@ -97,6 +93,7 @@ struct IndexBuilder::State {
 
     void Grow()
     {
+        used += table.size() * sizeof(Slot);
         table.assign(table.size() * 2, {kNone, 0});
         for (std::uint32_t i = 0; i < groups.size(); ++i) {
             const std::string_view form = FormOf(groups[i]);
@@ -111,6 +108,7 @@ struct IndexBuilder::State {
         groups.push_back({static_cast<std::uint32_t>(bytes.size()),
                           static_cast<std::uint16_t>(scratch.size()), link});
         bytes += scratch;
+        used += scratch.size() + sizeof(Group);
         return static_cast<std::uint32_t>(groups.size() - 1);
     }
 
@@ -120,6 +118,7 @@ struct IndexBuilder::State {
             base = number;
         const auto link = static_cast<std::uint32_t>(links.size());
         links.push_back({static_cast<std::uint32_t>(number - base), kNone});
+        used += sizeof(Link);
         // Cut forms that look the same may differ in what is gone: each is a group of its own.
         if (IsCut(form) || form.size() == kCutForm) {
             AddGroup(form, number, link);
@@ -268,7 +267,7 @@ IndexBuilder::IndexBuilder(IndexBuilder&&) noexcept = default;
 void IndexBuilder::Add(std::string_view form, std::uint64_t number, std::uint64_t& hint)
 {
     m_state->Add(form, number, hint);
-    if (m_state->Used() >= m_state->memory)
+    if (m_state->used >= m_state->memory)
         m_state->Spill();
 }
 

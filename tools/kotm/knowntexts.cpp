@@ -17,7 +17,7 @@ KnownTexts::Text* KnownTexts::Add(std::uint32_t hash, std::string_view text, std
     } else if (m_filled * 4 > m_texts.size() && m_texts.size() * sizeof(Text) * 4 <= m_memory) {
         Grow();
     }
-    Text& known = m_texts[hash & (m_texts.size() - 1)];
+    Text& known = m_texts[hash & m_mask];
     m_filled += known.at == 0 ? 1 : 0;
     known = {hash, static_cast<std::uint32_t>(m_bytes.size()),
              static_cast<std::uint16_t>(text.size()), static_cast<std::uint16_t>(form.size())};
@@ -28,9 +28,10 @@ KnownTexts::Text* KnownTexts::Add(std::uint32_t hash, std::string_view text, std
 void KnownTexts::Grow()
 {
     const std::vector<Text> before = std::exchange(m_texts, std::vector<Text>(m_texts.size() * 2));
+    m_mask = m_texts.size() - 1;
     for (const Text& known : before) {
         if (known.at != 0)
-            m_texts[known.hash & (m_texts.size() - 1)] = known;
+            m_texts[known.hash & m_mask] = known;
     }
 }
 

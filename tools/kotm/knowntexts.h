@@ -12,8 +12,7 @@
 namespace kotm
 {
 
-/// Texts that were read before, and the form that each became. Columns repeat their values: most
-/// fields of a large file are found here, whatever their type.
+/// Texts that were read before, and the form that each became.
 class KnownTexts
 {
 public:
@@ -38,7 +37,7 @@ public:
     /// Null for a text that is not known; valid, as its form is, until Add.
     Text* Find(std::uint32_t hash, std::string_view text)
     {
-        Text& known = m_texts[hash & (m_texts.size() - 1)];
+        Text& known = m_texts[hash & m_mask];
         const bool found = known.hash == hash && known.at != 0 &&
                            SameBytes({m_bytes.data() + known.at, known.size}, text);
         return found ? &known : nullptr;
@@ -59,6 +58,7 @@ private:
 
     std::size_t m_memory;
     std::vector<Text> m_texts;
+    std::size_t m_mask = kFewest - 1;
     std::size_t m_filled = 0;
     std::string m_bytes = std::string(1, '\0');
 };

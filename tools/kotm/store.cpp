@@ -22,7 +22,7 @@ namespace
 using nlohmann::json;
 
 /// After so many bytes a new store is committed, and room is reserved for an old one that grows.
-constexpr std::uint64_t kStep = 1U << 20;
+constexpr std::uint64_t kStep = 1U << 19;
 
 MDB_val Val(std::string_view bytes)
 {
