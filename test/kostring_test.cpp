@@ -1,5 +1,5 @@
+#include "datafile.h"
 #include "failing_heap.h"
-#include "texts.h"
 
 #include <gtest/gtest.h>
 
@@ -229,59 +229,37 @@ TEST(String, TextBeyondTheLimitIsCutOff)
 
 TEST(String, NumbersAreReadUnderTheOptionsWord)
 {
-    const struct {
-        const char* text;
-        o_8b detected; // bit 0 clear: base by prefix
-        o_8b decimal;
-    } rows[] = {
-        {"", 0, 0},
-        {"  -42x", -42, -42},
-        {"0x1F", 31, 0},
-        {"017", 15, 17},
-        {"089", 0, 89},
-        {"65537", 65537, 65537},
-        {"-2147483649", -2147483649, -2147483649},
-        {"9223372036854775808", LLONG_MAX, LLONG_MAX},
-        {"-99999999999999999999", LLONG_MIN, LLONG_MIN},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.text);
-        for (const int options : {0, 1}) {
+    data::ForEachRow("strings/numbers.txt", 4, [](const auto&, const data::Row& row) {
+        const KoString narrow = data::ParseText(row[0]);
+        for (const int options : {0, 1}) { // bit 0 clear: base by prefix
             ___KoTypeMgrOptions() = options;
-            const o_8b expected = options == 0 ? row.detected : row.decimal;
-            const auto narrow = static_cast<int>(
+            const o_8b expected = std::stoll(row[options == 0 ? 1 : 2]);
+            const auto held = static_cast<int>(
                 std::min<o_8b>(std::max<o_8b>(expected, INT_MIN), INT_MAX)); // saturates
-            for (const KoString& text : {KoString(row.text), Wide(row.text)}) {
+            for (const KoString& text : {narrow, Wide(narrow.StrGet())}) {
                 EXPECT_EQ(static_cast<o_8b>(text), expected);
-                EXPECT_EQ(static_cast<int>(text), narrow);
-                EXPECT_EQ(static_cast<short>(text), static_cast<short>(narrow));
+                EXPECT_EQ(static_cast<int>(text), held);
+                EXPECT_EQ(static_cast<short>(text), static_cast<short>(held));
             }
         }
-    }
+    });
     ___KoTypeMgrOptions() = 0;
-    EXPECT_EQ(static_cast<double>(Wide(" -2.5e3x")), -2500.0);
-    EXPECT_EQ(static_cast<double>(KoString("x")), 0.0);
-
-    const struct {
-        const char* text;
-        int rc, atol, strtol;
-    } checked[] = {
-        {"0x10", 0, 0, 16}, {"010", 0, 10, 8}, {"-5", 0, -5, -5}, {" 5", -1, 0, 0},
-        {"+5", -1, 0, 0},   {"", -1, 0, 0},    {"-", 0, 0, 0},
-    };
-    for (const auto& row : checked) {
-        SCOPED_TRACE(row.text);
+    data::ForEachRow("strings/checkednumbers.txt", 5, [](const auto&, const data::Row& row) {
         const auto check = [&row](const auto& text) {
+            const int rc = std::stoi(row[1]);
             int n = 99;
             o_8b wide = 99;
-            EXPECT_TRUE(text.Atol(n) == row.rc && n == row.atol);
-            EXPECT_TRUE(text.Atoll(wide) == row.rc && wide == row.atol);
-            EXPECT_TRUE(text.Strtol(n) == row.rc && n == row.strtol);
-            EXPECT_TRUE(text.Strtoll(wide) == row.rc && wide == row.strtol);
+            EXPECT_TRUE(text.Atol(n) == rc && n == std::stoi(row[2]));
+            EXPECT_TRUE(text.Atoll(wide) == rc && wide == n);
+            EXPECT_TRUE(text.Strtol(n) == rc && n == std::stoi(row[3]));
+            EXPECT_TRUE(text.Strtoll(wide) == rc && wide == n);
         };
-        check(KoString(row.text));
-        check(KoIString(row.text));
-    }
+        const KoString text = data::ParseText(row[0]);
+        check(text);
+        check(KoIString(text.StrGet()));
+    });
+    EXPECT_EQ(static_cast<double>(Wide(" -2.5e3x")), -2500.0);
+    EXPECT_EQ(static_cast<double>(KoString("x")), 0.0);
 }
 
 TEST(String, CodeSetsChangeByNameOrByMeaning)
@@ -342,35 +320,21 @@ TEST(String, NullIsEmptyUntilTextComesIn)
 
 TEST(String, SplitListYieldsTrimmedItems)
 {
-    const struct {
-        const char* list;
-        const char* separator;
-        const char* items; // each in brackets
-    } rows[] = {
-        {",a,b", ",", "[a][b]"}, // a leading separator is skipped
-        {"a,,b,", ",", "[a][][b]"},
-        {" \ta b ,\nc ", ",", "[a b][c]"},
-        {"a::b:c", "::", "[a][b:c]"},
-        {"abxaby", "ab", "[bx][y]"},    // one character of it
-        {"a1xb2xc", "?x", "[a][b][c]"}, // a separator is a pattern
-        {"  ", ",", "[]"},
-        {"", ",", ""},
-        {"abc", "", "[abc]"},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.list);
-        for (KoString list : {KoString(row.list), Wide(row.list)}) {
+    data::ForEachRow("strings/lists.txt", 4, [](const auto&, const data::Row& row) {
+        const KoString narrow = data::ParseText(row[0]);
+        const KoString separator = data::ParseText(row[1]);
+        for (KoString list : {narrow, Wide(narrow.StrGet())}) {
             unsigned short pos = 0;
             KoString item("kept");
             KoString items;
-            while (KoSplitList(list, item, row.separator, pos) == 0)
+            while (KoSplitList(list, item, separator, pos) == 0)
                 items += "[" + item + "]";
-            EXPECT_STREQ(items.StrGet(), row.items);
+            EXPECT_STREQ(items.StrGet(), row[2].c_str());
             const KoString last = item;
-            EXPECT_EQ(KoSplitList(list, item, row.separator, pos), KoRC_END_OF_LIST);
+            EXPECT_EQ(KoSplitList(list, item, separator, pos), KoRC_END_OF_LIST);
             EXPECT_TRUE(item == last);
         }
-    }
+    });
 }
 
 TEST(String, AnEditAllocatesOnceAndSurvivesWithoutMemory)
