@@ -188,34 +188,4 @@ TEST(Compare, AgreesWithThePlainWalk)
     }
 }
 
-/// Hashes are stored: these numbers must never change. Those of one element are in the golden
-/// corpus; these are of two, least significant byte first.
-TEST(Hash, StoredValuesOfArrays)
-{
-    const struct {
-        const char* reason;
-        o_char id;
-        std::string bytes;
-        unsigned hash;
-    } rows[] = {
-        {"signed bytes", Ko1B_T, "\xFF\x41", 0x0ADFC7E6},
-        {"unsigned bytes are not extended by their top bit", KoU1B_T, "\xFF\x41", 0xD12E34E6},
-        {"signed 16 bits", Ko2B_T, "\xFE\xFF\x34\x12", 0x2EA7CB02},
-        {"unsigned 16 bits", KoU2B_T, "\xFE\xFF\x34\x12", 0x7D14CB02},
-        {"32 bits", Ko4B_T, "\xFD\xFF\xFF\xFF\x78\x56\x34\x12", 0x2F3BB3A1},
-        {"unsigned as signed", KoU4B_T, "\xFD\xFF\xFF\xFF\x78\x56\x34\x12", 0x2F3BB3A1},
-        {"64 bits are folded", Ko8B_T, "\x8\7\6\5\4\3\2\1" + std::string(8, '\xFF'), 0x1C39611C},
-        {"no number", KoFLOAT_T, {"\0\0\xC0\x7F\0\0\x80\x3F", 8}, 0xDB400000},
-        {"double", KoDOUBLE_T, {"\0\0\0\0\0\0\2\xC0\0\0\0\0\0\0\0\x80", 16}, 0x5CDA0000},
-    };
-    const KoTypeMgr manager;
-    for (const auto& row : rows) {
-        std::string little = row.bytes;
-        int status = 77;
-        EXPECT_EQ(manager.Hash(row.id, 0, little.data(), 2, KoFMT_LITTLE, status), row.hash)
-            << row.reason;
-        EXPECT_EQ(status, 0);
-    }
-}
-
 } // namespace

@@ -178,16 +178,6 @@ TEST(Identity, InMemoryThereIsNoOrder)
     EXPECT_EQ(KoRef::Compare(KoFMT_MEMORY, 0, &refs[1], 0, &refs[0], 0, 1, status), 1);
 }
 
-/// Single hashes stand in the golden corpus.
-TEST(Identity, HashesOfArraysLeaveTheTagOut)
-{
-    int status = 1;
-    KoObjId ids[] = {{7, 0xF0F0F0F0, 0x1234}, {8, 1, 0}};
-    EXPECT_EQ(KoObjId::Hash(KoFMT_MEMORY, 0, ids, 2, status),
-              (0xF0F0F0F0U ^ 0x1234U ^ 1U) * 1103515245U);
-    EXPECT_EQ(status, 0);
-}
-
 /// What a class prints under a format; null is its own.
 template <class T>
 std::string Printed(const T& value, const char* format)

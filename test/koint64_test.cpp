@@ -1,3 +1,5 @@
+#include "datafile.h"
+
 #include <kotms.h>
 
 #include <gtest/gtest.h>
@@ -111,30 +113,12 @@ TEST(KoInt64, DivisionByZeroIsReportedAndGivesZero)
 
 TEST(KoInt64, ConversionFromDoubleKeepsSevenDigits)
 {
-    static const struct {
-        double from;
-        o_8b to;
-        const char* reason;
-    } rows[] = {
-        {2.5, 2, "the fraction is cut off"},
-        {0.999, 0, "below 1"},
-        {123456789.0, 123456800, "seven digits, rounded"},
-        {1234567.0, 1234567, "seven digits just fit"},
-        {12345678.0, 12345680, "an eighth digit is rounded away"},
-        {9.9999999, 10, "rounding carries into a new digit"},
-        {99.99994, 99, "rounding that does not carry"},
-        {1024.0, 1024, "fewer digits than seven"},
-        {1e18, 1000000000000000000, "the exponent supplies the zeros"},
-        {9223372036854774784.0, 9223372000000000000, "the largest that is not saturated"},
-        {9223372036854775808.0, kMax, "2^63"},
-        {1e300, kMax, "saturated"},
-        {std::numeric_limits<double>::infinity(), kMax, "saturated"},
-        {std::numeric_limits<double>::quiet_NaN(), 0, "no number"},
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(KoInt64(row.from).Get8b(), row.to) << row.reason;
-        EXPECT_EQ(KoInt64(-row.from).Get8b(), -row.to) << row.reason;
-    }
+    data::ForEachRow("numbers/int64fromdouble.txt", 3, [](const auto&, const data::Row& row) {
+        const double from = std::stod(row[0]);
+        const o_8b to = std::stoll(row[1]);
+        EXPECT_EQ(KoInt64(from).Get8b(), to);
+        EXPECT_EQ(KoInt64(-from).Get8b(), -to);
+    });
 }
 
 TEST(KoInt64, TextOfTheClass)

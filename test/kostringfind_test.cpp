@@ -1,5 +1,5 @@
+#include "datafile.h"
 #include "failing_heap.h"
-#include "kotext.h"
 
 #include <gtest/gtest.h>
 
@@ -8,38 +8,21 @@ namespace
 
 TEST(Find, ComparesTheBeginningOfTheRest)
 {
-    static const struct {
-        const char* what;
-        std::u16string text, pattern;
-        unsigned start, cmpOp;
-        int at;
-    } rows[] = {
-        {"at the start position", u"abab", u"ab", 1, 0xFFFF, 2},
-        {"the rest is too short", u"abab", u"ab", 3, 0xFFFF, -1},
-        {"start at the end", u"abc", u"c", 3, 0xFFFF, -1},
-        {"escape", u"ab*", u"\\*", 0, 0xFFFF, -1}, // two characters are not left there
-        {"a plain escape", u"a\\b", u"\\", 0, KoCMP_PLAIN, 1},
-        {"escape before the asterisk that is added", u"a\\b", u"\\", 0, 0xFFFF, -1},
-        {"which is literal then, and the end", u"b\\b*cb*", u"b\\", 0, 0xFFFF, 5},
-        {"a character of two orders", u"x\u00DFy", u"ss", 0, KoCMP_IGNORE_ACCENTS, 1},
-        {"as many orders as characters", u"xs", u"\u00DF", 0,
-         KoCMP_IGNORE_ACCENTS | KoCMP_NO_WILDCARDS, 1},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.what);
+    data::ForEachRow("strings/find.txt", 6, [](const auto&, const data::Row& row) {
+        const auto start = static_cast<unsigned short>(std::stoul(row[2]));
+        const auto cmpOp = static_cast<unsigned short>(data::Hex(row[3]));
+        const int at = std::stoi(row[4]);
         for (const unsigned char codeSet : {o_u1b{0}, o_u1b{1}, o_u1b{253}}) {
-            const KoString text = Text(row.text, codeSet);
-            const auto start = static_cast<unsigned short>(row.start);
-            const auto cmpOp = static_cast<unsigned short>(row.cmpOp);
+            const KoString text = Text(data::ParseUnits(row[0]), codeSet);
             for (const unsigned char other : {o_u1b{1}, o_u1b{32}, o_u1b{253}}) {
-                const KoString pattern = Text(row.pattern, other);
-                EXPECT_EQ(text.Find(pattern, start, cmpOp), row.at);
+                const KoString pattern = Text(data::ParseUnits(row[1]), other);
+                EXPECT_EQ(text.Find(pattern, start, cmpOp), at);
                 if (start == 0) {
-                    EXPECT_EQ(text.SubStringPos(pattern, cmpOp), row.at);
+                    EXPECT_EQ(text.SubStringPos(pattern, cmpOp), at);
                 }
             }
         }
-    }
+    });
     const KoString bytes = Text(u"a\u00E9B", 0);
     EXPECT_EQ(bytes.Find(Text(u"\u00E9?", 0)), 1) << "bytes know wildcards too";
     EXPECT_EQ(bytes.Find(Text(u"b", 0), 0, KoCMP_IGNORE_CASE), -1) << "and nothing else";
@@ -117,27 +100,16 @@ TEST(Find, LongTextsTakeTheTimeOfTheirLength)
 
 TEST(Replace, PutsOneTextForAnother)
 {
-    static const struct {
-        std::u16string text, from, to, result;
-        unsigned start;
-    } rows[] = {
-        {u"abcabc", u"b", u"xyz", u"axyzcaxyzc", 0},
-        {u"aaaa", u"a", u"b", u"aabb", 2},
-        {u"abc", u"", u"y", u"abc", 0},
-        {u"abc", u"?", u"-", u"---", 0},
-        {u"a*\\*", u"\\", u"/", u"a*\\/", 0},
-        {u"a", u"a", u"b", u"a", 1},
-    };
-    for (const auto& row : rows) {
+    data::ForEachRow("strings/replace.txt", 6, [](const auto&, const data::Row& row) {
         for (const unsigned char codeSet : {o_u1b{1}, o_u1b{253}}) {
-            KoString text = Text(row.text, codeSet, 7);
-            text.ReplaceAll(Text(row.from, 253), Text(row.to, 1),
-                            static_cast<unsigned short>(row.start));
-            EXPECT_EQ(UnitsOf(text), row.result);
+            KoString text = Text(data::ParseUnits(row[0]), codeSet, 7);
+            text.ReplaceAll(Text(data::ParseUnits(row[1]), 253), data::ParseText(row[2]),
+                            static_cast<unsigned short>(std::stoul(row[3])));
+            EXPECT_EQ(UnitsOf(text), data::ParseUnits(row[4]));
             EXPECT_TRUE(text.CodeSet() == codeSet && text.Language() == 7);
             EXPECT_EQ(text.ByteSize(), text.IsEmpty() ? 0 : (text.Len() + 1) * text.Width());
         }
-    }
+    });
     KoString text("abab");
     EXPECT_STREQ(text.ReplaceAll('a', '\xE9').StrGet(), "\xE9"
                                                         "b\xE9"

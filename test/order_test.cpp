@@ -85,4 +85,17 @@ TEST(Order, WildcardsCountUnlessExact)
     });
 }
 
+TEST(Order, HashesOfArrays)
+{
+    const KoTypeMgr manager;
+    data::ForEachRow("order/arrayhashes.txt", 3, [&](const auto& head, const data::Row& row) {
+        Bytes bytes = data::ParseBytes(row[0]);
+        int status = 77;
+        EXPECT_EQ(manager.Hash(static_cast<o_char>(FindType(head[0])), 0, bytes.data(), 2,
+                               KoFMT_LITTLE, status),
+                  data::Hex(row[1]));
+        EXPECT_EQ(status, 0);
+    });
+}
+
 } // namespace
