@@ -168,7 +168,8 @@ class Attempt
 public:
     Attempt(const ImportRequest& request, const Schema& schema, std::ostream& messages)
         : m_request(request), m_schema(schema), m_messages(messages), m_csv(request.csv),
-          m_columns(MapColumns(m_csv, request.csv, schema, m_fields)), m_record(schema)
+          m_columns(MapColumns(m_csv, request.csv, schema, m_fields)), m_record(schema),
+          m_forms(schema.attributes.size())
     {
         for (const Attribute& attribute : schema.attributes)
             m_readers.emplace_back(attribute, kTextMemory / schema.attributes.size());
@@ -237,26 +238,18 @@ private:
                              std::to_string(m_fields));
             return;
         }
-        m_record.Start();
         TextFault fault;
         for (std::size_t i = 0; i < m_readers.size(); ++i) {
-            switch (m_readers[i].Read(fields[m_columns[i]], m_record.Bytes(), fault)) {
-            case FieldReader::Result::Present:
-                m_record.End();
-                break;
-            case FieldReader::Result::Absent:
-                m_record.EndAbsent();
-                break;
-            case FieldReader::Result::Refused:
+            if (!m_readers[i].Read(fields[m_columns[i]], m_forms[i], fault)) {
                 rejects.Take(m_csv, m_csv.Locate(m_columns[i], fault.offset),
                              m_schema.attributes[i].name + ": " + fault.reason);
                 return;
             }
         }
-        const std::uint64_t number = m_store->Add(m_record.Finish());
+        const std::uint64_t number = m_store->Add(m_record.Write(m_forms));
         for (std::size_t i = 0; i < m_indexed.size(); ++i) {
             const std::size_t attribute = m_indexed[i];
-            m_builders[i].Add(m_record.Form(attribute), number, m_readers[attribute].Hint());
+            m_builders[i].Add(m_forms[attribute], number, m_readers[attribute].Hint());
         }
     }
 
@@ -281,6 +274,7 @@ private:
     std::vector<std::size_t> m_columns;
     RecordWriter m_record;
     std::vector<ColumnReader> m_readers;
+    std::vector<std::string_view> m_forms; ///< of the attributes of the current row
     std::unique_ptr<Store> m_store;
     std::vector<std::size_t> m_indexed; ///< attributes, in the order of m_builders
     std::vector<IndexBuilder> m_builders;

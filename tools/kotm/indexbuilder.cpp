@@ -152,11 +152,17 @@ struct IndexBuilder::State {
         std::vector<std::uint32_t> order(groups.size());
         for (std::uint32_t i = 0; i < order.size(); ++i)
             order[i] = i;
-        std::sort(order.begin(), order.end(),
-                  [&](std::uint32_t a, std::uint32_t b) { return compare(a, b) < 0; });
+        // Files come in the order of some attribute: of its date, say.
+        const bool ascending =
+            std::adjacent_find(order.begin(), order.end(), [&](std::uint32_t a, std::uint32_t b) {
+                return compare(a, b) >= 0;
+            }) == order.end();
+        if (!ascending)
+            std::sort(order.begin(), order.end(),
+                      [&](std::uint32_t a, std::uint32_t b) { return compare(a, b) < 0; });
         for (std::size_t i = 0; i < order.size();) {
             std::size_t end = i + 1;
-            while (end < order.size() && compare(order[i], order[end]) == 0)
+            while (!ascending && end < order.size() && compare(order[i], order[end]) == 0)
                 ++end;
             TakeEqual(order.data() + i, end - i, take);
             i = end;

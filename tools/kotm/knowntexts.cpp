@@ -7,21 +7,25 @@ namespace kotm
 
 KnownTexts::Text* KnownTexts::Add(std::uint32_t hash, std::string_view text, std::string_view form)
 {
-    if (form.size() > UINT16_MAX)
+    constexpr std::size_t kLongest = 64;
+    if (text.size() > kLongest || form.size() > 4 * kLongest)
         return nullptr;
-    if (m_bytes.size() + text.size() + form.size() > m_memory / 2) {
+    if (m_end + text.size() + form.size() > m_memory / 2) {
         // What is in use is known again soon; what is not makes room.
         m_texts.assign(m_texts.size(), Text());
         m_filled = 0;
-        m_bytes.resize(1);
+        m_end = 1;
     } else if (m_filled * 4 > m_texts.size() && m_texts.size() * sizeof(Text) * 4 <= m_memory) {
         Grow();
     }
     Text& known = m_texts[hash & m_mask];
     m_filled += known.at == 0 ? 1 : 0;
-    known = {hash, static_cast<std::uint32_t>(m_bytes.size()),
-             static_cast<std::uint16_t>(text.size()), static_cast<std::uint16_t>(form.size())};
+    known = {hash, static_cast<std::uint32_t>(m_end), static_cast<std::uint16_t>(text.size()),
+             static_cast<std::uint16_t>(form.size())};
+    m_bytes.resize(m_end);
     m_bytes.append(text).append(form);
+    m_end = m_bytes.size();
+    m_bytes.append(kCopySlack, '\0');
     return &known;
 }
 

@@ -16,8 +16,6 @@ namespace kotm
 class KnownTexts
 {
 public:
-    static constexpr std::size_t kLongest = 64;
-
     /// Takes about `memory` bytes at the most.
     explicit KnownTexts(std::size_t memory) : m_memory(memory), m_texts(kFewest) {}
 
@@ -42,13 +40,14 @@ public:
                            SameBytes({m_bytes.data() + known.at, known.size}, text);
         return found ? &known : nullptr;
     }
+    /// With kCopySlack readable bytes behind it.
     std::string_view FormOf(const Text& known) const
     {
         return {m_bytes.data() + known.at + known.size, known.formSize};
     }
 
-    /// Makes a text of up to kLongest bytes known; others may be forgotten for it. Null for a form
-    /// that is too long.
+    /// Makes a text known; others may be forgotten for it. Null where the text, or its form, is so
+    /// long that it is not worth it.
     Text* Add(std::uint32_t hash, std::string_view text, std::string_view form);
 
 private:
@@ -60,7 +59,8 @@ private:
     std::vector<Text> m_texts;
     std::size_t m_mask = kFewest - 1;
     std::size_t m_filled = 0;
-    std::string m_bytes = std::string(1, '\0');
+    std::string m_bytes;
+    std::size_t m_end = 1; ///< of what is in use of m_bytes
 };
 
 } // namespace kotm

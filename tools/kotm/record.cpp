@@ -1,40 +1,49 @@
 #include "record.h"
 
+#include "shortbytes.h"
+
 #include <algorithm>
+#include <numeric>
 
 namespace kotm
 {
 
-RecordWriter::RecordWriter(const Schema& schema) : m_fields(schema.attributes.size())
+std::vector<std::size_t> RecordOrder(const Schema& schema)
 {
-    for (std::size_t i = 0; i < m_fields.size(); ++i)
-        m_fields[i].part = schema.attributes[i].type.FixedSize() == 0 ? 1 : 0;
+    std::vector<std::size_t> order(schema.attributes.size());
+    std::iota(order.begin(), order.end(), std::size_t{0});
+    std::stable_partition(order.begin(), order.end(), [&](std::size_t attribute) {
+        return schema.attributes[attribute].type.FixedSize() != 0;
+    });
+    return order;
 }
 
-void RecordWriter::Start()
+std::string_view RecordWriter::Write(const std::vector<std::string_view>& forms)
 {
-    m_parts[0].assign((m_fields.size() + 7) / 8, '\0');
-    m_parts[1].clear();
-    m_ends[0] = m_parts[0].size();
-    m_ends[1] = 0;
-    m_next = 0;
-}
-
-void RecordWriter::EndAbsent()
-{
-    char& byte = m_parts[0][m_next / 8];
-    byte = static_cast<char>(byte | 1 << m_next % 8);
-    End();
+    const std::size_t bits = (m_order.size() + 7) / 8;
+    std::size_t size = bits;
+    for (const std::string_view form : forms)
+        size += form.size();
+    if (m_bytes.size() < size + kCopySlack)
+        m_bytes.resize(size + kCopySlack);
+    std::fill_n(m_bytes.begin(), bits, '\0');
+    char* end = m_bytes.data() + bits;
+    for (const std::size_t attribute : m_order) {
+        const std::string_view form = forms[attribute];
+        if (form.empty()) {
+            char& byte = m_bytes[attribute / 8];
+            byte = static_cast<char>(byte | 1 << attribute % 8);
+            continue;
+        }
+        CopyShort(end, form);
+        end += form.size();
+    }
+    return {m_bytes.data(), size};
 }
 
 RecordReader::RecordReader(const Schema& schema)
-    : m_schema(schema), m_forms(schema.attributes.size())
+    : m_schema(schema), m_order(RecordOrder(schema)), m_forms(schema.attributes.size())
 {
-    for (std::size_t i = 0; i < m_forms.size(); ++i)
-        m_order.push_back(i);
-    std::stable_partition(m_order.begin(), m_order.end(), [&](std::size_t attribute) {
-        return schema.attributes[attribute].type.FixedSize() != 0;
-    });
 }
 
 void RecordReader::Need(std::size_t attribute)

@@ -73,6 +73,18 @@ inline bool SameBytes(std::string_view a, std::string_view b) noexcept
                          differ(std::uint8_t{}, size - 1)) == 0;
 }
 
+/// Bytes behind the source that CopyShort may read, and behind the copy that it may overwrite.
+inline constexpr std::size_t kCopySlack = 32;
+
+/// Copies bytes that are few most times: their number then costs no branch.
+inline void CopyShort(char* to, std::string_view bytes) noexcept
+{
+    if (bytes.size() <= kCopySlack)
+        std::memcpy(to, bytes.data(), kCopySlack);
+    else
+        std::memcpy(to, bytes.data(), bytes.size());
+}
+
 } // namespace kotm
 
 #endif
