@@ -1,4 +1,5 @@
 #include "clock.h"
+#include "datafile.h"
 #include "failing_heap.h"
 
 #include <kobase.h>
@@ -51,33 +52,19 @@ std::string Now(KoTimeStampRec start = {})
 
 TEST(BaseClock, LocalTimeIsUtcMovedByTheZone)
 {
-    const struct {
-        KoTimeStampRec utc;
-        int zone;
-        KoTimeStampRec local;
-        const char* reason;
-    } cases[] = {
-        {{2024, 2, 29, 23, 30, 15, 7}, 0, {2024, 2, 29, 23, 30, 15, 7}, "Greenwich"},
-        {{2024, 2, 29, 23, 30, 15, 7}, 60, {2024, 3, 1, 0, 30, 15, 7}, "out of a leap February"},
-        {{2023, 2, 28, 23, 30, 15, 7}, 60, {2023, 3, 1, 0, 30, 15, 7}, "out of a common one"},
-        {{2024, 3, 1, 0, 10, 0, 7}, -300, {2024, 2, 29, 19, 10, 0, 7}, "back into it"},
-        {{1900, 3, 1, 0, 0, 0, 0}, -1, {1900, 2, 28, 23, 59, 0, 0}, "no leap day in 1900"},
-        {{1999, 12, 31, 12, 0, 0, 7}, 840, {2000, 1, 1, 2, 0, 0, 7}, "Kiritimati, over a year"},
-        {{2000, 1, 1, 0, 0, 0, 0}, -720, {1999, 12, 31, 12, 0, 0, 0}, "farthest west, back"},
-        {{2024, 6, 1, 20, 0, 0, 7}, 345, {2024, 6, 2, 1, 45, 0, 7}, "a quarter of an hour"},
-        {{2400, 1, 1, 0, 0, 0, 999999999},
-         -1,
-         {2399, 12, 31, 23, 59, 0, 999999999},
-         "later than nanoseconds in 64 bits reach"},
-    };
-    for (const auto& [utc, zone, local, reason] : cases) {
-        const FixedClock clock(utc, zone);
-        KoTimeStampRec seconds = local;
-        seconds.fraction = 0;
-        EXPECT_EQ(Now(), "0 0 0 0 " + Text(local) + " " + Text(utc) + " " + Text(seconds) + " " +
-                             std::to_string(zone * 60))
-            << reason;
-    }
+    data::ForEachRow("base/localtimes.txt", 4, [](const auto&, const data::Row& row) {
+        int f[7];
+        ASSERT_EQ(std::sscanf(row[0].c_str(), "%d-%d-%d %d:%d:%d.%d", &f[0], &f[1], &f[2], &f[3],
+                              &f[4], &f[5], &f[6]),
+                  7);
+        const auto byte = [&f](int i) { return static_cast<o_1b>(f[i]); };
+        const int zone = std::stoi(row[1]);
+        const FixedClock clock(
+            {static_cast<o_u2b>(f[0]), byte(1), byte(2), byte(3), byte(4), byte(5), f[6]}, zone);
+        const std::string seconds = row[2].substr(0, row[2].find('.')) + ".000000000";
+        EXPECT_EQ(Now(), "0 0 0 0 " + row[2] + " " + row[0] + " " + seconds + " " +
+                             std::to_string(zone * 60));
+    });
 }
 
 TEST(BaseClock, UnknownZoneGivesUtcAndTheCode)

@@ -7,9 +7,7 @@
 #include <bit>
 #include <cmath>
 #include <cstring>
-#include <limits>
 #include <random>
-#include <string>
 #include <utility>
 #include <vector>
 

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <kotms.h>
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -45,6 +46,14 @@ inline Bytes Stored(const KoTypeMgr& manager, o_char id, const void* values, uns
         EXPECT_EQ(bytes[at], kGuard) << "written beyond the end, format " << int{format};
     bytes.resize(size);
     return bytes;
+}
+
+/// The bytes in a buffer of exactly their number, so that a read beyond them is noticed.
+inline std::unique_ptr<unsigned char[]> Exactly(const Bytes& bytes)
+{
+    auto copy = std::make_unique<unsigned char[]>(bytes.size());
+    std::copy(bytes.begin(), bytes.end(), copy.get());
+    return copy;
 }
 
 /// The golden corpus: a section for every type, whose head is the type's name, with the columns

@@ -33,52 +33,6 @@ TEST(KoBlobRecord, Layout)
     EXPECT_EQ(manager.DiskLenGetFromMemFile(KoBLOB_T, &shortFile, 1, 1), 0U);
 }
 
-/// What is damaged is read up to there: 0, and the elements before keep their new values.
-TEST(KoBlobRecord, DamageIsFound)
-{
-    struct {
-        const char* reason;
-        Bytes bytes;
-        unsigned read;
-        const char* first;
-        const char* second;
-    } const rows[] = {
-        {"sound", {0, 0, 0, 9, 0, 0, 0, 1, 'x', 0, 0, 0, 0}, 13, "1:x", "0:"},
-        {"more than is asked for",
-         {0, 0, 0, 12, 255, 255, 255, 255, 0, 0, 0, 0, 0, 0, 0, 0},
-         16,
-         "null",
-         "0:"},
-        {"total negative", {0x80, 0, 0, 0}, 0, "2:f1", "2:f2"},
-        {"total -1", {255, 255, 255, 255}, 0, "2:f1", "2:f2"},
-        {"total of nothing", {0, 0, 0, 0}, 0, "2:f1", "2:f2"},
-        {"total within a length", {0, 0, 0, 3, 0, 0, 0}, 0, "2:f1", "2:f2"},
-        {"first length negative", {0, 0, 0, 8, 255, 255, 255, 254, 0, 0, 0, 0}, 0, "2:f1", "2:f2"},
-        {"first beyond the total", {0, 0, 0, 5, 0, 0, 0, 2, 'x'}, 0, "2:f1", "2:f2"},
-        {"first far beyond", {0, 0, 0, 5, 0x7F, 255, 255, 255, 'x'}, 0, "2:f1", "2:f2"},
-        {"second missing", {0, 0, 0, 5, 0, 0, 0, 1, 'x'}, 0, "1:x", "2:f2"},
-        {"second negative", {0, 0, 0, 9, 0, 0, 0, 1, 'x', 0x80, 0, 0, 0}, 0, "1:x", "2:f2"},
-        {"second beyond the total", {0, 0, 0, 9, 0, 0, 0, 1, 'x', 0, 0, 0, 1}, 0, "1:x", "2:f2"},
-    };
-    const KoTypeMgr manager;
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.reason);
-        // Nothing behind the bytes is there to be read.
-        const std::unique_ptr<unsigned char[]> exact(new unsigned char[row.bytes.size()]);
-        std::memcpy(exact.get(), row.bytes.data(), row.bytes.size());
-        KoBlob blobs[2] = {Of("f1"), Of("f2")};
-        EXPECT_EQ(manager.Load(KoBLOB_T, blobs, exact.get(), KoFMT_BIG, 2), row.read);
-        EXPECT_EQ(Shown(blobs[0]), row.first);
-        EXPECT_EQ(Shown(blobs[1]), row.second);
-        int status = 1;
-        const int order = BlobCompare(KoFMT_BIG, 0, exact.get(), 0, exact.get(), 0, 2, status);
-        EXPECT_EQ(order, row.read == 0 ? -1 : 0);
-        EXPECT_EQ(status, row.read == 0 ? KoRC_NOT_SUPPORTED : KoRC_OK);
-        manager.Hash(KoBLOB_T, 0, exact.get(), 2, KoFMT_BIG, status);
-        EXPECT_EQ(status, row.read == 0 ? KoRC_NOT_SUPPORTED : KoRC_OK);
-    }
-}
-
 TEST(KoBlobRecord, CutArraysCompareAsFarAsTheyGo)
 {
     KoBlob two[2] = {Of("a"), Of("b")};

@@ -4,10 +4,8 @@
 #include <gtest/gtest.h>
 #include <kotms.h>
 
-#include <algorithm>
 #include <cstdint>
 #include <functional>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -185,40 +183,6 @@ TEST(KoIStringRecord, Layout)
     EXPECT_EQ(Stored(back, 1), key);
     EXPECT_EQ(Stored(back, 0x81), key);
     EXPECT_EQ(Stored(KoIString().Fill(65531, '\xDF'), 0x81).size(), 65535U + 2);
-    // Damaged: nothing outside the record is looked at.
-    for (const Bytes& bytes : {Bytes{0, 0}, Bytes{1, 0, 9}, Bytes{2, 0, 0, 'x'}}) {
-        const std::unique_ptr<unsigned char[]> exact(new unsigned char[bytes.size()]);
-        std::copy(bytes.begin(), bytes.end(), exact.get());
-        EXPECT_EQ(manager.Load(KoCASEISTRING_T, &back, exact.get(), 1, 1), bytes.size());
-        EXPECT_STREQ(back.StrGet(), bytes.size() == 4 ? "x" : "");
-    }
-}
-
-TEST(KoIStringText, GoesThroughWindows1252)
-{
-    const KoTypeMgr manager;
-    const unsigned short wide[] = {0x152, 'u', 'v', 0xE9, 0};
-    KoIString value("was");
-    unsigned errorAt = 0;
-    EXPECT_EQ(manager.ParseFromKoString(KoISTRING_T, &value, KoString(wide), nullptr, errorAt), 0);
-    EXPECT_STREQ(value.StrGet(), "\x8Cuv\xE9");
-    KoString text(KoCS_UNICODE, 0);
-    manager.PrintToKoString(KoISTRING_T, text, &value, "<%s>", 1);
-    const unsigned short shown[] = {'<', 0x152, 'u', 'v', 0xE9, '>', 0};
-    EXPECT_EQ(text, KoString(shown));
-
-    const unsigned short greek[] = {'<', 'a', 0x3B1, '>', 0};
-    EXPECT_EQ(manager.ParseFromKoString(KoISTRING_T, &value, KoString(greek), "<%s>", errorAt), -1);
-    EXPECT_EQ(errorAt, 2U);
-    EXPECT_STREQ(value.StrGet(), "\x8Cuv\xE9");
-    value.SetFlag(KoIString::kAccents);
-    KoString lenient(greek);
-    manager.ScanFromKoString(KoISTRING_T, &value, lenient, "<%s>", 1);
-    EXPECT_STREQ(value.StrGet(), "a?");
-    EXPECT_EQ(value.Flag(), KoIString::kAccents);
-    KoString null("{NULL}");
-    manager.ScanFromKoString(KoISTRING_T, &value, null, nullptr, 1);
-    EXPECT_STREQ(value.StrGet(), "{NULL}") << "a type without null takes it as a text";
 }
 
 } // namespace

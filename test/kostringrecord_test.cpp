@@ -2,15 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <memory>
 #include <string>
 #include <vector>
 
 namespace
 {
-
-using Bytes = std::vector<unsigned char>;
 
 constexpr o_char kId = KoSTRING_T;
 
@@ -33,14 +30,6 @@ KoString In(unsigned char codeSet, unsigned char language, const std::u16string&
     text += KoString(reinterpret_cast<const unsigned short*>(units.c_str()));
     text.SetCodeSet(codeSet);
     return text;
-}
-
-/// The bytes in a buffer of exactly their number, so that a read beyond them is noticed.
-std::unique_ptr<unsigned char[]> Exactly(const Bytes& bytes)
-{
-    auto copy = std::make_unique<unsigned char[]>(bytes.size());
-    std::copy(bytes.begin(), bytes.end(), copy.get());
-    return copy;
 }
 
 Bytes Stored(const KoTypeMgr& manager, const std::vector<KoString>& texts, unsigned char format)
@@ -113,34 +102,6 @@ TEST(StringRecord, AFileThatEndsTooEarlyIsTooLarge)
             << row.length;
     EXPECT_EQ(FileSize(Compat(), {9, 0, 'a'}, 1, 3), 4U * 65535);
     EXPECT_EQ(Current().DiskLenGetFromMemFile(kId, nullptr, 1, 1), 0U);
-}
-
-TEST(StringRecord, DamagedRecordsAreReadWithinTheirLength)
-{
-    const struct {
-        const char* why;
-        Bytes bytes;
-        unsigned codeSet, length;
-    } rows[] = {
-        {"older, no text", {0, 0}, 1, 0},
-        {"half a head", {1, 0, 9}, 9, 0},
-        {"a head alone", {2, 0, 5, 7}, 5, 0},
-        {"half a 16-bit character", {5, 0, 253, 7, 1, 2, 0xFF}, 253, 0},
-        {"a zero among the characters", {7, 0, 1, 0, 'a', 0, 'b', 0, 0xFF}, 1, 1},
-        {"the same in 16 bits", {14, 0, 253, 0, 0, 1, 2, 0, 3, 0, 0, 0, 5, 0, 0, 0xFF}, 253, 3},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.why);
-        KoString text("before");
-        const auto record = Exactly(row.bytes);
-        EXPECT_EQ(Current().Load(kId, &text, record.get(), 1, 1), row.bytes.size());
-        EXPECT_EQ(text.CodeSet(), row.codeSet);
-        EXPECT_EQ(text.Len(), row.length);
-        int status;
-        KoString same = text;
-        EXPECT_EQ(Current().Cmp(kId, 0, &text, 0, &same, 0, 1, KoFMT_MEMORY, status), 0);
-        EXPECT_EQ(Compare(Current(), row.bytes, 0, row.bytes, 0, 1, 1, status), 0);
-    }
 }
 
 TEST(StringRecord, TheOlderLayoutIsWrittenByTheOlderTypeAndReadByBoth)

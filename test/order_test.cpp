@@ -6,8 +6,8 @@ namespace
 {
 
 struct Key {
-    std::unique_ptr<unsigned char[]> bytes; ///< nothing behind them is there to be read
-    unsigned told = 0;                      ///< the length that a comparison is told
+    std::unique_ptr<unsigned char[]> bytes;
+    unsigned told = 0; ///< the length that a comparison is told
 };
 
 Key Cut(const KoTypeMgr& manager, const Value& value, unsigned char format, const std::string& kept)
@@ -17,8 +17,7 @@ Key Cut(const KoTypeMgr& manager, const Value& value, unsigned char format, cons
     Key key;
     if (kept != "-")
         bytes.resize(key.told = static_cast<unsigned>(std::stoul(kept)));
-    key.bytes = std::make_unique<unsigned char[]>(bytes.size());
-    std::copy(bytes.begin(), bytes.end(), key.bytes.get());
+    key.bytes = Exactly(bytes);
     return key;
 }
 

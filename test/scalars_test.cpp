@@ -7,9 +7,7 @@
 
 #include <cstring>
 #include <limits>
-#include <memory>
 #include <string>
-#include <vector>
 
 namespace
 {

@@ -61,12 +61,6 @@ TEST(TypeText, PrintsArraysElementByElement)
     const unsigned short both[] = {0x20AC, ',', 0x20AC, 0};
     EXPECT_EQ(std::memcmp(wide.StrGet(), both, sizeof both), 0);
 
-    for (const int id : {47, -1}) {
-        KoString kept("kept");
-        manager.PrintToKoString(static_cast<o_char>(id), kept, values, nullptr, 3);
-        EXPECT_EQ(Text(kept), "kept") << "no type, id " << id;
-    }
-
     type->printToKoString = nullptr;
     KoString kept("kept");
     EXPECT_EQ(Text(manager.PrintToKoString(KoU1B_T, kept, values, "d", 3)), "kept");
@@ -89,13 +83,6 @@ TEST(TypeText, ScansAndParsesWithTheTypesFormat)
     type->scanFromKoString = nullptr;
     EXPECT_EQ(manager.ScanFromKoString(KoBLOCKID_T, &seen, text, "f", 2), &seen);
     EXPECT_EQ(seen, "#%lu1");
-
-    for (const int id : {46, 47, -1, 120}) {
-        unsigned errorAt = 9;
-        EXPECT_EQ(manager.ParseFromKoString(static_cast<o_char>(id), &seen, text, nullptr, errorAt),
-                  KoRC_NOT_SUPPORTED);
-        EXPECT_EQ(errorAt, 0U) << id;
-    }
 }
 
 TEST(TypeText, TheFunctionTakesArraysNotTheType)
@@ -220,26 +207,6 @@ TEST(TypeText, OldTextIsSplitAtItsLastCharacter)
     }
     KoString text("a,");
     EXPECT_EQ(manager.ConvertFromKoStringOld(&text, KoRES_T, 1), nullptr);
-}
-
-TEST(TypeText, OldTextSurvivesLackOfMemory)
-{
-    KoTypeMgr manager;
-    KoString values[] = {"a", "b"};
-    bool failed = true;
-    for (int first = 0; failed; ++first) {
-        ASSERT_LT(first, 1000);
-        KoString text("a,b,");
-        const FailingHeap heap(first);
-        const Array joined{manager, KoSTRING_T, manager.ConvertToKoStringOld(values, KoSTRING_T, 2),
-                           1};
-        const Array pieces{manager, KoSTRING_T,
-                           manager.ConvertFromKoStringOld(&text, KoSTRING_T, 2), 2};
-        KoString value("v");
-        manager.SetNullValue(KoISTRING_T, &value);
-        failed = heap.HasFailed();
-        EXPECT_EQ(heap.HandlerCalls() > 0, failed);
-    }
 }
 
 } // namespace

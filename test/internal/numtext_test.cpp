@@ -7,12 +7,10 @@
 #include <charconv>
 #include <cmath>
 #include <cstdio>
-#include <functional>
 #include <limits>
 #include <random>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace
 {

@@ -9,7 +9,6 @@
 #include <gtest/gtest.h>
 
 #include <ostream>
-#include <string>
 
 /// Fields of temporal values, for the tests of their text.
 

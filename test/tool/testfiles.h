@@ -1,7 +1,6 @@
 #ifndef KOTM_TESTFILES_H
 #define KOTM_TESTFILES_H
 
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
