@@ -152,30 +152,17 @@ TEST(BaseMemFile, StaysInsideItsBytes)
 {
     const char bytes[] = "0123456789";
     constexpr o_u8b kHuge = ~o_u8b{0};
-    const struct {
-        o_u8b position;
-        o_u8b length;
-        int at; // offset of the result, -1 for null
-        const char* reason;
-    } cases[] = {
-        {0, 10, 0, "all of it"},
-        {4, 3, 4, "inside"},
-        {10, 0, 10, "nothing at the end"},
-        {9, 2, -1, "one byte too many"},
-        {11, 0, -1, "nothing, but past the end"},
-        {kHuge, 2, -1, "position and length wrap to 1"},
-        {2, kHuge, -1, "length wraps"},
-        {kHuge, kHuge, -1, "both wrap"},
-    };
-    for (const auto& [position, length, at, reason] : cases) {
-        SCOPED_TRACE(reason);
+    data::ForEachRow("base/memfile.txt", 4, [&](const auto&, const data::Row& row) {
+        const o_u8b position = std::stoull(row[0]);
+        const o_u8b length = std::stoull(row[1]);
+        const int at = std::stoi(row[2]);
         MemFile file(bytes, 10);
         ASSERT_EQ(file.Seek(6, 1), bytes + 6);
         EXPECT_EQ(file.Position(), 7u);
         EXPECT_EQ(file.Seek(position, length), at < 0 ? nullptr : bytes + at);
         EXPECT_EQ(file.Position(), at < 0 ? 7u : position + length);
         EXPECT_EQ(file.Left(), 10 - file.Position());
-    }
+    });
 
     MemFile file(bytes, 10);
     file.Seek(8, 0);
@@ -285,23 +272,13 @@ TEST(BaseConfig, Booleans)
 
 TEST(BaseVersion, FirstDifferenceAskedFor)
 {
-    const struct {
-        unsigned version[5];
-        int flags;
-        int result;
-        const char* reason;
-    } cases[] = {
-        {{12, 0, 2, 248, 0}, 15, 0, "the same"},
-        {{12, 0, 2, 248, 9}, ~0, 0, "the fifth never counts, nor do other bits"},
-        {{13, 1, 3, 249, 0}, 0, 0, "nothing asked"},
-        {{13, 1, 3, 249, 0}, 15, 1, "the first of four"},
-        {{13, 1, 3, 249, 0}, 14, 2, "major not asked"},
-        {{12, 0, 3, 249, 0}, 3, 0, "patch and build not asked"},
-        {{12, 0, 3, 249, 0}, 12, 3, "patch"},
-        {{11, 0, 2, 247, 0}, 8, 4, "build alone"},
-    };
-    for (const auto& [v, flags, result, reason] : cases)
-        EXPECT_EQ(CheckKoVersionNumber(v[0], v[1], v[2], v[3], v[4], flags), result) << reason;
+    data::ForEachRow("base/versions.txt", 4, [](const auto&, const data::Row& row) {
+        std::istringstream in(row[0]);
+        unsigned v[5] = {};
+        in >> v[0] >> v[1] >> v[2] >> v[3] >> v[4];
+        EXPECT_EQ(CheckKoVersionNumber(v[0], v[1], v[2], v[3], v[4], std::stoi(row[1])),
+                  std::stoi(row[2]));
+    });
 }
 
 } // namespace
