@@ -5,6 +5,7 @@
 #include "kochar.h"
 
 #include <kointl.h>
+#include <komemory.h>
 
 #include <cstddef>
 
@@ -35,15 +36,18 @@ public:
 
     // ---- construction; the language is the default one. A null pointer or a zero character
     // gives the empty string. Counted text ends at its first zero all the same.
-    KoString();
+    KoString() : m_codeSet(GetDefaultCodeSet()), m_language(GetDefaultLanguage()) {}
     KoString(const KoString& other);
     /// Takes the text over; `other` keeps its code set and language and is empty.
     KoString(KoString&& other) noexcept;
-    KoString(unsigned char codeSet, unsigned char language); ///< empty
-    KoString(char c);                                        ///< default 8-bit code set
-    KoString(unsigned char c);                               ///< default 8-bit code set
-    KoString(unsigned short c);                              ///< default 16-bit code set
-    KoString(short n);                                       ///< decimal, default 8-bit code set
+    KoString(unsigned char codeSet, unsigned char language) ///< empty
+        : m_codeSet(codeSet), m_language(language)
+    {
+    }
+    KoString(char c);           ///< default 8-bit code set
+    KoString(unsigned char c);  ///< default 8-bit code set
+    KoString(unsigned short c); ///< default 16-bit code set
+    KoString(short n);          ///< decimal, default 8-bit code set
     KoString(int n);
     KoString(unsigned int n); ///< formatted with "%d": 2^31 and above come out negative
     KoString(long n) : KoString(static_cast<o_8b>(n)) {}
@@ -55,7 +59,11 @@ public:
     KoString(const char* s, unsigned short n);
     KoString(const unsigned short* s); ///< default 16-bit code set
     KoString(const unsigned short* s, unsigned short n);
-    ~KoString();
+    ~KoString()
+    {
+        if (m_buffer != nullptr)
+            KoFree(m_buffer);
+    }
 
     void Init();                    ///< what the default constructor gives
     void Destroy();                 ///< frees the text; code set and language stay
@@ -89,7 +97,7 @@ public:
     bool operator!() const { return IsEmpty(); }
     /// The text with its terminator, never null: 16-bit text in machine order, aligned for it.
     /// Valid until the string changes.
-    const char* StrGet() const;
+    const char* StrGet() const { return m_buffer == nullptr ? kNoText : m_buffer; }
     unsigned short ByteSize() const { return m_size; } ///< with the terminator; 0 when empty
     unsigned Width() const { return KoCodeSetWidth(m_codeSet); }
     unsigned char CodeSet() const { return m_codeSet; }
@@ -241,6 +249,8 @@ private:
     KoString& ReplaceEvery(const KoText& from, const Piece& to, unsigned start);
     KoString& KeepWithoutBlanks(bool atBegin, bool atEnd);
     const char* At(unsigned pos) const { return m_buffer + std::size_t{pos} * Width(); }
+
+    alignas(2) static const char kNoText[2];
 
     char* m_buffer = nullptr; ///< characters and terminator; null when there are none
     o_u2b m_size = 0;

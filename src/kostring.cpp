@@ -7,12 +7,7 @@
 
 // Representation, construction, assignment and appending.
 
-namespace
-{
-
-alignas(2) constexpr char kNoText[2] = {};
-
-} // namespace
+alignas(2) constexpr char KoString::kNoText[2] = {};
 
 unsigned KoUnitsBeforeZero(const char* text, unsigned width, unsigned limit)
 {
@@ -68,41 +63,12 @@ int KoStringAccess::Convert(KoString& string, const KoText& text, unsigned char 
     return outcome == KoString::Outcome::kDone ? KoRC_OK : -1;
 }
 
-char* KoStringAccess::Allocate(std::size_t size)
+void KoStringAccess::AppendToText(KoString& string, const char* text, unsigned count)
 {
-    const std::size_t padded = (size + kBlock - 1) / kBlock * kBlock;
-    auto* const buffer = static_cast<char*>(KoAlloc(padded));
-    if (buffer == nullptr)
-        KoCallMemoryHandler(size);
-    else
-        std::memset(buffer + padded - kBlock, 0, kBlock);
-    return buffer;
-}
-
-void KoStringAccess::Append(KoString& string, const char* text, std::size_t count)
-{
-    const unsigned char codeSet = KoString::GetDefault8CodeSet();
-    const KoString::Piece piece = {text, static_cast<unsigned>(count), codeSet};
-    if (string.m_buffer != nullptr || string.m_codeSet != codeSet || string.IsNullValue() ||
-        count == 0 || count >= KoString::kMaxBytes) {
-        string.Append(piece);
-        return;
-    }
-    // The way of nearly all texts that are printed, which are short.
-    char* const buffer = Allocate(count + 1);
-    if (buffer == nullptr)
-        return;
-    std::memcpy(buffer, text, count);
-    buffer[count] = '\0';
-    string.m_buffer = buffer;
-    string.m_size = static_cast<o_u2b>(count + 1);
+    string.Append({text, count, KoString::GetDefault8CodeSet()});
 }
 
 // ---- construction
-
-KoString::KoString() : m_codeSet(GetDefaultCodeSet()), m_language(GetDefaultLanguage())
-{
-}
 
 KoString::KoString(const KoString& other) : m_codeSet(other.m_codeSet), m_language(other.m_language)
 {
@@ -113,11 +79,6 @@ KoString::KoString(KoString&& other) noexcept
     : m_buffer(std::exchange(other.m_buffer, nullptr)),
       m_size(std::exchange(other.m_size, o_u2b{})), m_codeSet(other.m_codeSet),
       m_language(other.m_language)
-{
-}
-
-KoString::KoString(unsigned char codeSet, unsigned char language)
-    : m_codeSet(codeSet), m_language(language)
 {
 }
 
@@ -154,11 +115,6 @@ KoString::KoString(const unsigned short* s, unsigned short n)
     : m_codeSet(GetDefault16CodeSet()), m_language(GetDefaultLanguage())
 {
     Become(Piece::Of(s, n), m_codeSet, m_language);
-}
-
-KoString::~KoString()
-{
-    KoFree(m_buffer);
 }
 
 void KoString::Init()
@@ -253,11 +209,6 @@ unsigned short KoString::Len() const
 bool KoString::IsEmpty() const
 {
     return m_buffer == nullptr || KoUnitsBeforeZero(m_buffer, Width(), 1) == 0;
-}
-
-const char* KoString::StrGet() const
-{
-    return m_buffer == nullptr ? kNoText : m_buffer;
 }
 
 const KoString& KoString::EmptyString()

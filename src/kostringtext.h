@@ -48,14 +48,37 @@ struct KoStringAccess {
     /// -1 with the string as it was when memory runs out. The text may stand in the string itself.
     static int Convert(KoString& string, const KoText& text, unsigned char codeSet,
                        unsigned char language);
-    /// Appends `count` characters of the default 8-bit code set, no zero among them.
-    static void Append(KoString& string, const char* text, std::size_t count);
+    /// Appends `count` characters of the default 8-bit code set, no zero among them; a block of
+    /// zeros stands behind them.
+    static void AppendPadded(KoString& string, const char* text, std::size_t count)
+    {
+        // The way of nearly all texts that are printed, into a new string.
+        if (string.m_buffer != nullptr || string.m_codeSet != KoString::GetDefault8CodeSet() ||
+            string.IsNullValue() || count == 0 || count >= KoString::kMaxBytes) [[unlikely]]
+            return AppendToText(string, text, static_cast<unsigned>(count));
+        char* const buffer = Allocate(count + 1);
+        if (buffer == nullptr)
+            return;
+        for (std::size_t i = 0; i <= count; i += kBlock)
+            std::memcpy(buffer + i, text + i, kBlock);
+        string.m_buffer = buffer;
+        string.m_size = static_cast<o_u2b>(count + 1);
+    }
     /// The bytes of a string's buffer are a multiple of this, those behind the text zeros.
     static constexpr std::size_t kBlock = 16;
     /// Memory for the text of a string, `size` bytes with the terminator, or null after the memory
     /// handler. Every buffer of a string comes from here: comparing and hashing read whole blocks,
     /// up to the one with the terminator.
-    static char* Allocate(std::size_t size);
+    static char* Allocate(std::size_t size)
+    {
+        const std::size_t padded = (size + kBlock - 1) / kBlock * kBlock;
+        auto* const buffer = static_cast<char*>(KoAlloc(padded));
+        if (buffer == nullptr)
+            KoCallMemoryHandler(size);
+        else
+            std::memset(buffer + padded - kBlock, 0, kBlock);
+        return buffer;
+    }
     static KoText Get(const KoString& string)
     {
         KoText text;
@@ -67,6 +90,10 @@ struct KoStringAccess {
         text.units = characters == 0 ? 0 : characters - 1;
         return text;
     }
+
+private:
+    [[gnu::cold, gnu::noinline]] static void AppendToText(KoString& string, const char* text,
+                                                          unsigned count);
 };
 
 #endif

@@ -1,6 +1,8 @@
 #ifndef KOTEMPORALBUFFER_H
 #define KOTEMPORALBUFFER_H
 
+#include "kostringtext.h"
+
 #include <koservices.h>
 #include <kostring.h>
 
@@ -14,45 +16,58 @@ class TemporalBuffer
 public:
     /// No element of a format prints more: a sign, 10 digits of seconds, a point, 9 of a fraction.
     static constexpr std::size_t kLongestElement = 24;
+    /// So much literal text may stand before it.
+    static constexpr std::size_t kMostPlain = 24;
 
     TemporalBuffer() = default;
     TemporalBuffer(const TemporalBuffer&) = delete;
     TemporalBuffer& operator=(const TemporalBuffer&) = delete;
-    ~TemporalBuffer() { KoFree(m_long); }
+    ~TemporalBuffer()
+    {
+        if (m_text != m_short) [[unlikely]]
+            KoFree(m_text);
+    }
 
     char* Begin() { return m_text; }
-    /// True where one more element might not fit.
+    /// True where literal text and one more element might not fit.
     bool IsFull(const char* end) const { return end > m_limit; }
-    /// The end of the same text where there is more room; null when the text is as long as a string
-    /// can be, or memory has run out.
-    char* Grow(const char* end)
+    /// The end of the same text where there is more room, unless it has ended.
+    char* Grow(char* end)
     {
         const auto size = static_cast<std::size_t>(end - m_text);
-        if (size > KoString::kMaxBytes)
-            return nullptr;
-        const std::size_t room = 4 * (m_room + kLongestElement);
+        if (size > KoString::kMaxBytes) {
+            m_ended = true;
+            return end;
+        }
+        const std::size_t room = 4 * (size + kSlack);
         auto* text = static_cast<char*>(KoAlloc(room));
         if (text == nullptr) {
             KoCallMemoryHandler(room);
-            m_failed = true;
-            return nullptr;
+            m_ended = true;
+            return m_text;
         }
         std::memcpy(text, m_text, size);
-        KoFree(m_long);
-        m_text = m_long = text;
-        m_room = room - kLongestElement;
-        m_limit = text + m_room;
+        if (m_text != m_short)
+            KoFree(m_text);
+        m_text = text;
+        m_limit = text + room - kSlack;
         return text + size;
     }
-    bool HasFailed() const { return m_failed; }
+    /// True for a text that is as long as a string can be, or empty because memory has run out.
+    bool HasEnded() const { return m_ended; }
+    void AppendTo(KoString& string, char* end) const
+    {
+        std::memset(end, 0, KoStringAccess::kBlock);
+        KoStringAccess::AppendPadded(string, m_text, static_cast<std::size_t>(end - m_text));
+    }
 
 private:
+    static constexpr std::size_t kSlack = kMostPlain + kLongestElement + KoStringAccess::kBlock;
+
     char m_short[256];
-    char* m_long = nullptr;
     char* m_text = m_short;
-    std::size_t m_room = sizeof m_short - kLongestElement;
-    const char* m_limit = m_short + m_room;
-    bool m_failed = false;
+    const char* m_limit = m_short + sizeof m_short - kSlack;
+    bool m_ended = false;
 };
 
 #endif

@@ -96,15 +96,22 @@ public:
     {
     }
 
+    /// The letter of the directive that stands next, if it is no optional one; 0 otherwise.
+    char TakeDirective()
+    {
+        // Behind a percent sign, all that is no letter of a directive stands before "@" in ASCII.
+        if (*m_pos != '%' || m_pos[1] <= '?')
+            return '\0';
+        m_pos += 2;
+        return m_pos[-1];
+    }
+
     /// The next element as the printer sees it.
     unsigned Next()
     {
-        // Behind a percent sign, all that is no letter of a directive stands before "@" in ASCII.
+        if (const char letter = TakeDirective(); letter != '\0')
+            return kTemporalDirective | static_cast<unsigned char>(letter);
         const char c = *m_pos;
-        if (c == '%' && m_pos[1] > '?') {
-            m_pos += 2;
-            return kTemporalDirective | static_cast<unsigned char>(m_pos[-1]);
-        }
         if (c == '%' || c == ')' || c == '\0')
             return NextUnusual();
         ++m_pos;
@@ -125,14 +132,18 @@ public:
     /// copy.
     char* CopyPlain(char* to, unsigned most)
     {
-        for (; most > 0; --most) {
-            const char c = *m_pos;
-            if (c == '%' || c == ')' || c == '\0')
-                break;
-            *to++ = c;
-            ++m_pos;
+        unsigned count = 0;
+        for (; count < most; ++count) {
+            const char c = m_pos[count];
+            // Letters are behind the parenthesis in ASCII.
+            if (static_cast<unsigned char>(c) <= ')') [[unlikely]] {
+                if (c == '%' || c == ')' || c == '\0')
+                    break;
+            }
+            to[count] = c;
         }
-        return to;
+        m_pos += count;
+        return to + count;
     }
 
     /// Goes on behind `run` where the format goes on with it.

@@ -70,35 +70,34 @@ class TemporalPrinter
 {
 public:
     TemporalPrinter(const TemporalFields& fields, const char* format)
-        : m_fields(fields), m_format(format), m_wildcards(KindHasWildcards(fields.kind)),
-          m_plainDate(AreBelow(fields.year, 10000, fields.month, fields.day)),
-          m_plainTime(AreBelow(fields.hour, 100, fields.minute, fields.second))
+        : m_fields(fields), m_format(format)
     {
     }
 
-    void PrintTo(KoString& out)
+    /// The end of the text in `buffer`.
+    char* PrintTo(TemporalBuffer& buffer) const
     {
-        TemporalBuffer buffer;
         char* end = buffer.Begin();
         std::size_t groupStart = 0;
         bool produced = false; // by a directive: literal text does not count
         TemporalFormatWalk walk(m_format);
         for (;;) {
             if (buffer.IsFull(end)) {
-                char* moved = buffer.Grow(end);
-                if (moved == nullptr)
-                    break;
-                end = moved;
+                end = buffer.Grow(end);
+                if (buffer.HasEnded())
+                    return end;
             }
-            const unsigned element = walk.Next();
-            if (element < kTemporalDirective) {
-                *end++ = static_cast<char>(element);
-                end = walk.CopyPlain(end, TemporalBuffer::kLongestElement - 1);
-                continue;
-            }
-            if (element >= kTemporalOptional) {
+            end = walk.CopyPlain(end, TemporalBuffer::kMostPlain);
+            char letter = walk.TakeDirective();
+            if (letter == '\0') [[unlikely]] {
+                const unsigned element = walk.Next();
+                letter = static_cast<char>(element & 0xFF);
+                if (element < kTemporalDirective) {
+                    *end++ = letter;
+                    continue;
+                }
                 if (element == kTemporalEnd)
-                    break;
+                    return end;
                 if (element == kTemporalGroupEnd) {
                     if (!produced)
                         end = buffer.Begin() + groupStart;
@@ -106,13 +105,12 @@ public:
                 }
                 if ((element & kTemporalOpens) != 0)
                     groupStart = static_cast<std::size_t>(end - buffer.Begin());
-                if (!produced && IsZero(static_cast<char>(element & 0xFF)))
+                if (!produced && (element & kTemporalOptional) != 0 && IsZero(letter))
                     continue;
             }
-            const auto letter = static_cast<char>(element & 0xFF);
             switch (letter) {
             case 'Y':
-                end = m_plainDate && walk.Skip("-%m-%d") ? Date(end) : Year(end);
+                end = IsPlainDate() && walk.Skip("-%m-%d") ? Date(end) : Year(end);
                 break;
             case 'm':
                 end = Two(end, m_fields.month);
@@ -123,7 +121,7 @@ public:
                 end = Two(end, m_fields.day);
                 break;
             case 'H':
-                end = m_plainTime && walk.Skip(":%M:%S") ? Time(end) : Two(end, m_fields.hour);
+                end = IsPlainTime() && walk.Skip(":%M:%S") ? Time(end) : Two(end, m_fields.hour);
                 break;
             case 'M':
                 end = Two(end, m_fields.minute);
@@ -145,9 +143,6 @@ public:
             }
             produced = true;
         }
-        if (!buffer.HasFailed())
-            KoStringAccess::Append(out, buffer.Begin(),
-                                   static_cast<std::size_t>(end - buffer.Begin()));
     }
 
 private:
@@ -229,7 +224,7 @@ private:
         }
     }
 
-    bool IsWild(o_4b field) const { return field == -1 && m_wildcards; }
+    bool IsWild(o_4b field) const { return field == -1 && KindHasWildcards(m_fields.kind); }
 
     static char* Wild(char* to)
     {
@@ -252,6 +247,15 @@ private:
     {
         return static_cast<o_u4b>(first) < limit && static_cast<o_u4b>(second) < 100 &&
                static_cast<o_u4b>(third) < 100;
+    }
+    /// Nothing but digits, as many as are always printed.
+    bool IsPlainDate() const
+    {
+        return AreBelow(m_fields.year, 10000, m_fields.month, m_fields.day);
+    }
+    bool IsPlainTime() const
+    {
+        return AreBelow(m_fields.hour, 100, m_fields.minute, m_fields.second);
     }
     // What most formats consist of, in one go.
     char* Date(char* to) const
@@ -341,9 +345,6 @@ private:
 
     const TemporalFields& m_fields;
     const char* m_format;
-    bool m_wildcards;
-    bool m_plainDate; ///< nothing in it but digits, as many as are always printed
-    bool m_plainTime;
 };
 
 } // namespace
@@ -355,5 +356,7 @@ void PrintTemporalNull(KoString& out)
 
 void PrintTemporal(KoString& out, const TemporalFields& fields, const char* format)
 {
-    TemporalPrinter(fields, format != nullptr ? format : TemporalFormat(fields.kind)).PrintTo(out);
+    TemporalBuffer buffer;
+    const char* const used = format != nullptr ? format : TemporalFormat(fields.kind);
+    buffer.AppendTo(out, TemporalPrinter(fields, used).PrintTo(buffer));
 }

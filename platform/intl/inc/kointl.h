@@ -161,16 +161,17 @@ KOINTL_API o_u8b KoCollationChecksum() noexcept;
 KOINTL_API o_u4b KoCaseTablesVersion() noexcept;
 KOINTL_API o_u8b KoCaseTablesChecksum() noexcept;
 
-/// Process-wide defaults of language and text. Not synchronised: set at start-up.
+/// Process-wide defaults of language and text. Not synchronised: set at start-up. Code sets are 1,
+/// of 16 bits 253, language and operator 0 unless set.
 class KOINTL_API KoLanguageContext
 {
 public:
-    static unsigned char GetDefaultCodeSet() noexcept;   ///< 1 unless set
-    static unsigned char GetDefault8CodeSet() noexcept;  ///< 1 unless set
-    static unsigned char GetDefault16CodeSet() noexcept; ///< 253 unless set
-    static unsigned char GetNativeCodeSet() noexcept;    ///< 1 unless set
-    static unsigned char GetDefaultLanguage() noexcept;  ///< 0 unless set
-    static o_u2b GetDefaultCmpOp() noexcept;             ///< 0 unless set
+    static unsigned char GetDefaultCodeSet() noexcept { return s_defaults.codeSet; }
+    static unsigned char GetDefault8CodeSet() noexcept { return s_defaults.codeSet8; }
+    static unsigned char GetDefault16CodeSet() noexcept { return s_defaults.codeSet16; }
+    static unsigned char GetNativeCodeSet() noexcept { return s_defaults.native; }
+    static unsigned char GetDefaultLanguage() noexcept { return s_defaults.language; }
+    static o_u2b GetDefaultCmpOp() noexcept { return s_defaults.cmpOp; }
 
     /// Return 0, or -2002 (nothing changed) for a value that cannot serve. An identifier without a
     /// table of its own can. No code set may be 0, 254 or 255; the 8-bit default and the native
@@ -182,11 +183,23 @@ public:
     static int SetNativeCodeSet(unsigned char codeSet) noexcept;
     static int SetDefaultLanguage(unsigned char language) noexcept;
     static int SetDefaultCmpOp(o_u2b cmpOp) noexcept;
+    static void Reset() noexcept; ///< all take their first values again
 
     /// The code set of an identifier, never null. 0 is the native code set, 255 the default one
     /// (of either width); an identifier without a table of its own has the object of ISO 8859-1
     /// (below 225) or of 253.
     static const KoCodeSet* QueryCodeSet(unsigned char codeSet) noexcept;
+
+private:
+    /// Read without a call, since every new string asks for some of them.
+    static struct Defaults {
+        unsigned char codeSet = KoCS_LATIN1;
+        unsigned char codeSet8 = KoCS_LATIN1;
+        unsigned char codeSet16 = KoCS_UNICODE;
+        unsigned char native = KoCS_LATIN1;
+        unsigned char language = 0;
+        o_u2b cmpOp = 0;
+    } s_defaults;
 };
 
 /// Sets the library's context up (`create` non-zero) or down: the defaults take

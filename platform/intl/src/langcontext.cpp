@@ -3,17 +3,6 @@
 namespace
 {
 
-struct Defaults {
-    unsigned char codeSet = KoCS_LATIN1;
-    unsigned char codeSet8 = KoCS_LATIN1;
-    unsigned char codeSet16 = KoCS_UNICODE;
-    unsigned char native = KoCS_LATIN1;
-    unsigned char language = 0;
-    o_u2b cmpOp = 0;
-};
-
-constinit Defaults s_defaults;
-
 constexpr int kRefused = -2002;
 
 // Text without a code set and the two stand-ins have no characters of their own.
@@ -32,30 +21,7 @@ int SetOfWidth(unsigned char& place, unsigned char codeSet, unsigned width)
 
 } // namespace
 
-unsigned char KoLanguageContext::GetDefaultCodeSet() noexcept
-{
-    return s_defaults.codeSet;
-}
-unsigned char KoLanguageContext::GetDefault8CodeSet() noexcept
-{
-    return s_defaults.codeSet8;
-}
-unsigned char KoLanguageContext::GetDefault16CodeSet() noexcept
-{
-    return s_defaults.codeSet16;
-}
-unsigned char KoLanguageContext::GetNativeCodeSet() noexcept
-{
-    return s_defaults.native;
-}
-unsigned char KoLanguageContext::GetDefaultLanguage() noexcept
-{
-    return s_defaults.language;
-}
-o_u2b KoLanguageContext::GetDefaultCmpOp() noexcept
-{
-    return s_defaults.cmpOp;
-}
+constinit KoLanguageContext::Defaults KoLanguageContext::s_defaults;
 
 int KoLanguageContext::SetDefaultCodeSet(unsigned char codeSet) noexcept
 {
@@ -93,7 +59,12 @@ int KoLanguageContext::SetDefaultCmpOp(o_u2b cmpOp) noexcept
     return 0;
 }
 
+void KoLanguageContext::Reset() noexcept
+{
+    s_defaults = {};
+}
+
 void ___KoI18NContext(int)
 {
-    s_defaults = Defaults{};
+    KoLanguageContext::Reset();
 }
