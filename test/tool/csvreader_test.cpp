@@ -106,12 +106,12 @@ TEST(CsvReader, BufferBordersAndLongRows)
         std::uint64_t lines;
     } kCases[] = {{"a,\"b\r\nc\"\r\n", "b\r\nc", 2}, {"a,,bc\r\n", "", 1}, {"ab,c\r", "c", 1}};
     for (const auto& c : kCases) {
-        for (std::size_t shift = 0; shift <= c.row.size() + 1; ++shift) {
+        for (std::size_t shift = 0; shift <= c.row.size() + 4; ++shift) {
             const std::string first(kBuffer - shift, 'x');
-            CsvReader csv(folder.Write("csv", first + "\r\n" + c.row + c.row));
+            CsvReader csv(folder.Write("csv", first + "\r\n\n\r\n" + c.row + c.row));
             ASSERT_EQ(csv.Next(), CsvReader::Result::Row);
             EXPECT_EQ(csv.Fields()[0].size(), first.size());
-            for (const std::uint64_t line : {std::uint64_t{2}, 2 + c.lines}) {
+            for (const std::uint64_t line : {std::uint64_t{4}, 4 + c.lines}) {
                 ASSERT_EQ(csv.Next(), CsvReader::Result::Row) << shift;
                 EXPECT_EQ(csv.Fields()[1], c.second) << shift;
                 EXPECT_EQ(csv.RowStart().line, line) << shift;
@@ -119,6 +119,17 @@ TEST(CsvReader, BufferBordersAndLongRows)
             }
             EXPECT_EQ(csv.Next(), CsvReader::Result::End);
         }
+    }
+    // A malformed row goes to the end of its line, wherever the buffer ends.
+    for (std::size_t shift = 0; shift <= 6; ++shift) {
+        const std::string first(kBuffer - shift, 'x');
+        CsvReader csv(folder.Write("csv", first + "\nab\"c\nz\n"));
+        ASSERT_EQ(csv.Next(), CsvReader::Result::Row);
+        ASSERT_EQ(csv.Next(), CsvReader::Result::Malformed) << shift;
+        EXPECT_EQ(csv.FaultPosition().line, 2U) << shift;
+        ASSERT_EQ(csv.Next(), CsvReader::Result::Row) << shift;
+        EXPECT_EQ(csv.RowStart().line, 3U) << shift;
+        EXPECT_EQ(csv.RowBytes(0, 100), "z\n") << shift;
     }
     const std::string body = "\"\n" + std::string(CsvReader::kMaxRowBytes, 'x') + "\"\nz\n";
     CsvReader csv(folder.Write("csv", body));

@@ -217,7 +217,8 @@ struct CsvReader::State {
                 if (filled == 0)
                     return;
             }
-            Consume(LineLength(terminated), terminated);
+            const std::size_t length = LineLength(terminated);
+            Consume(length, terminated);
         }
     }
 
@@ -295,12 +296,12 @@ CsvReader::Result CsvReader::Next()
             continue;
         }
         bool terminated = false;
-        std::size_t length = state.LineLength(terminated);
+        const std::size_t length = state.LineLength(terminated);
         if (length == 0) {
             state.Refill();
-            length = state.LineLength(terminated);
-            if (length == 0 && state.atEnd)
+            if (state.filled == 0)
                 break;
+            continue;
         }
         parsing = true;
         // The parser's buffer grows by a block at a time: doubled, a long field costs linear time.
