@@ -42,18 +42,4 @@ struct Narrowed : KoIdxBounds {
     }
 };
 
-/// True unless a key meets a condition and lies outside a range that was narrowed for it. An index
-/// is in the order of the plain comparison.
-inline bool IsFound(const KoTypeMgr& manager, o_char id, unsigned short op, void* value,
-                    const KoIdxBounds& range, void* key, unsigned char format)
-{
-    const auto cmpOp = static_cast<unsigned short>(op & ~7U);
-    const int order = manager.Cmp(id, key, value, cmpOp, 1, format);
-    const unsigned met = order < 0 ? kLess : order > 0 ? kGreater : kEqual;
-    const auto before = [&](void* a, void* b) {
-        return a != nullptr && b != nullptr && manager.Cmp(id, a, b, KoCMP_PLAIN, 1, format) < 0;
-    };
-    return (op & met) == 0 || !(before(key, range.low) || before(range.high, key));
-}
-
 #endif

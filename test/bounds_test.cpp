@@ -163,6 +163,13 @@ TEST(Bounds, AnEndStaysOpenWithoutMemory)
     }
 }
 
+/// True where a key lies in a range under the plain comparison.
+bool Inside(o_char id, const KoIdxBounds& range, void* key, unsigned char format)
+{
+    return (range.low == nullptr || manager.Cmp(id, range.low, key, 0x10, 1, format) <= 0) &&
+           (range.high == nullptr || manager.Cmp(id, key, range.high, 0x10, 1, format) <= 0);
+}
+
 // Identities in memory know no order, and stored forms of texts have a test of their own.
 void CheckNarrowing(o_char id)
 {
@@ -185,12 +192,13 @@ void CheckNarrowing(o_char id)
         for (Bytes& value : keys) {
             for (unsigned bits = 1; bits < 8; ++bits) {
                 auto op = static_cast<unsigned short>(bits);
-                const auto exact = static_cast<unsigned short>(bits | KoCMP_PLAIN);
                 Narrowed narrowed;
                 manager.EvalAndBound(id, nullptr, op, value.data(), format, 1, &narrowed, nullptr);
-                for (Bytes& key : keys)
-                    ASSERT_TRUE(
-                        IsFound(manager, id, exact, value.data(), narrowed, key.data(), format));
+                for (Bytes& key : keys) {
+                    const int order = manager.Cmp(id, key.data(), value.data(), 0x10, 1, format);
+                    const unsigned met = order < 0 ? kLess : order > 0 ? kGreater : kEqual;
+                    ASSERT_TRUE((bits & met) == 0 || Inside(id, narrowed, key.data(), format));
+                }
             }
         }
     }

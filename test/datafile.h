@@ -1,7 +1,7 @@
 #ifndef KO_TEST_DATAFILE_H
 #define KO_TEST_DATAFILE_H
 
-#include "kotext.h"
+#include "texts.h"
 
 #include <gtest/gtest.h>
 
@@ -40,44 +40,11 @@ struct Section {
     std::vector<Row> rows;
 };
 
-inline constexpr std::size_t kShortestRun = 24;
-
 inline std::string Printf(const char* format, unsigned number)
 {
     char text[16];
     std::snprintf(text, sizeof text, format, number);
     return text;
-}
-
-/// Splits units into runs of a repeated group of up to `longest` units, and what lies between them:
-/// `put(first, units, times)` for each.
-template <class Unit, class Put>
-void ForEachRun(const std::vector<Unit>& all, std::size_t longest, Put put)
-{
-    std::size_t plain = 0; // begin of what belongs to no run
-    for (std::size_t at = 0; at < all.size();) {
-        std::size_t times = 1;
-        std::size_t width = 1;
-        for (; width <= longest; ++width) {
-            std::size_t same = at + width;
-            while (same < all.size() && all[same] == all[same - width])
-                ++same;
-            times = (same - at) / width;
-            if (times >= kShortestRun)
-                break;
-        }
-        if (width > longest) {
-            ++at;
-            continue;
-        }
-        if (plain != at)
-            put(&all[plain], at - plain, 1U);
-        put(&all[at], width, static_cast<unsigned>(times));
-        at += width * times;
-        plain = at;
-    }
-    if (plain != all.size())
-        put(&all[plain], all.size() - plain, 1U);
 }
 
 inline unsigned Hex(const std::string& digits)
@@ -86,12 +53,12 @@ inline unsigned Hex(const std::string& digits)
 }
 
 /// The fields of a line; texts hold no bar.
-inline std::vector<std::string> Split(const std::string& line)
+inline std::vector<std::string> Split(const std::string& line, const std::string& bar = " | ")
 {
     std::vector<std::string> fields;
     std::size_t begin = 0;
-    for (std::size_t bar; (bar = line.find(" | ", begin)) != std::string::npos; begin = bar + 3)
-        fields.push_back(line.substr(begin, bar - begin));
+    for (std::size_t at; (at = line.find(bar, begin)) != std::string::npos; begin = at + bar.size())
+        fields.push_back(line.substr(begin, at - begin));
     fields.push_back(line.substr(begin));
     return fields;
 }
@@ -177,15 +144,8 @@ inline Bytes ParseBytes(const std::string& notation)
 inline std::string FormatBytes(const Bytes& bytes)
 {
     std::string notation;
-    ForEachRun(bytes, 2, [&notation](const unsigned char* first, std::size_t size, unsigned times) {
-        for (std::size_t i = 0; i < size; ++i) {
-            if (!notation.empty() && (times == 1 || i == 0))
-                notation += ' ';
-            notation += Printf("%02X", first[i]);
-        }
-        if (times != 1)
-            notation += Printf("*%u", times);
-    });
+    for (const unsigned char byte : bytes)
+        notation += Printf(notation.empty() ? "%02X" : " %02X", byte);
     return notation;
 }
 
@@ -193,29 +153,16 @@ inline std::string FormatText(const KoString& text)
 {
     if (text.IsNullValue())
         return "null";
-    const bool wide = text.Width() == 2;
-    const std::u16string all = UnitsOf(text);
-    const std::vector<unsigned> units(all.begin(), all.end());
-    std::string notation;
-    ForEachRun(units, 1, [&](const unsigned* first, std::size_t size, unsigned times) {
-        notation += notation.empty() ? "\"" : " \"";
-        for (std::size_t i = 0; i < size; ++i) {
-            const unsigned unit = first[i];
-            if (unit >= ' ' && unit <= '~' &&
-                std::strchr("\"\\|", static_cast<int>(unit)) == nullptr)
-                notation += static_cast<char>(unit);
-            else
-                notation += Printf(wide ? "\\u%04X" : "\\x%02X", unit);
-        }
-        notation += '"';
-        if (times != 1)
-            notation += Printf("*%u", times);
-    });
-    if (notation.empty())
-        notation = "\"\"";
-    if (text.CodeSet() == 1 && text.Language() == 0)
-        return notation;
-    return Printf("%u/", text.CodeSet()) + Printf("%u:", text.Language()) + notation;
+    std::string notation = "\"";
+    if (text.CodeSet() != 1 || text.Language() != 0)
+        notation = Printf("%u/", text.CodeSet()) + Printf("%u:\"", text.Language());
+    for (const unsigned unit : UnitsOf(text)) {
+        if (unit >= ' ' && unit <= '~' && std::strchr("\"\\|", static_cast<int>(unit)) == nullptr)
+            notation += static_cast<char>(unit);
+        else
+            notation += Printf(text.Width() == 2 ? "\\u%04X" : "\\x%02X", unit);
+    }
+    return notation + '"';
 }
 
 /// The characters of the quoted parts of a notation.

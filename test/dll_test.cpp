@@ -88,14 +88,6 @@ TEST(Dll, ChecksItsVersion)
         EXPECT_EQ(KoCheckDll(flags), 0) << "both libraries have one version, flags " << flags;
 }
 
-TEST(Dll, OptionsAreOneWord)
-{
-    EXPECT_EQ(___KoTypeMgrOptions(), 0);
-    ___KoTypeMgrOptions() = 1;
-    EXPECT_EQ(___KoTypeMgrOptions(), 1);
-    ___KoTypeMgrOptions() = 0;
-}
-
 TEST_F(Context, OwnsTheDefaultManager)
 {
     EXPECT_EQ(DefaultTypeMgr(), nullptr);

@@ -1,4 +1,4 @@
-#include "kotext.h"
+#include "texts.h"
 
 #include <gtest/gtest.h>
 

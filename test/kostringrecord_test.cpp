@@ -24,14 +24,6 @@ const KoTypeMgr& Compat()
     return manager;
 }
 
-KoString In(unsigned char codeSet, unsigned char language, const std::u16string& units)
-{
-    KoString text(KoCS_UNICODE, language);
-    text += KoString(reinterpret_cast<const unsigned short*>(units.c_str()));
-    text.SetCodeSet(codeSet);
-    return text;
-}
-
 Bytes Stored(const KoTypeMgr& manager, const std::vector<KoString>& texts, unsigned char format)
 {
     const auto count = static_cast<unsigned>(texts.size());
@@ -66,13 +58,13 @@ TEST(StringRecord, TheKeyFormHasRoomForWiderText)
         unsigned char format;
         unsigned inMemory, stored; // bytes
     } rows[] = {
-        {"plain", In(1, 0, u"abc"), 1, 9, 9},
-        {"8-bit counts four times", In(1, 0, u"abc"), 0x81, 5 * 4 + 4, 7 * 4 + 2},
-        {"16-bit twice", In(253, 0, u"abc"), 0x82, 8 * 2 + 4, 10 * 2 + 2},
-        {"no code set", In(0, 0, u"abc"), 0x81, 9, 9},
-        {"ignored before native", In(1, 0, u"abc"), 0xE1, 9, 9},
-        {"none is not ignored", In(0, 0, u"abc"), 0xE1, 24, 30},
-        {"bits without the key form", In(0, 0, u"abc"), 0x61, 9, 9},
+        {"plain", Text(u"abc", 1, 0), 1, 9, 9},
+        {"8-bit counts four times", Text(u"abc", 1, 0), 0x81, 5 * 4 + 4, 7 * 4 + 2},
+        {"16-bit twice", Text(u"abc", 253, 0), 0x82, 8 * 2 + 4, 10 * 2 + 2},
+        {"no code set", Text(u"abc", 0, 0), 0x81, 9, 9},
+        {"ignored before native", Text(u"abc", 1, 0), 0xE1, 9, 9},
+        {"none is not ignored", Text(u"abc", 0, 0), 0xE1, 24, 30},
+        {"bits without the key form", Text(u"abc", 0, 0), 0x61, 9, 9},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.why);
@@ -132,7 +124,7 @@ TEST(StringRecord, TheOlderLayoutIsWrittenByTheOlderTypeAndReadByBoth)
     EXPECT_EQ(Compat().Store(kId, bytes.data(), both.data(), 1, 2), 0U);
     KoSetAssertHandler(nullptr);
     // 16-bit text has no use there, but stays within the size that is given for it.
-    const KoString wide = In(253, 0, u"\u4E2D\u6587");
+    const KoString wide = Text(u"\u4E2D\u6587", 253, 0);
     EXPECT_EQ(Compat().Store(kId, bytes.data(), &wide, 1, 1),
               Compat().DiskLenGet(kId, &wide, 1, 1, KoFMT_MEMORY));
 }
@@ -199,9 +191,9 @@ TEST(StringRecord, TranslateRefusesWhatDoesNotFitOrCannotBe)
 TEST(StringRecord, ScannedTextKeepsItsCodeSetAndNullIsConverted)
 {
     KoString value;
-    KoString wide = In(253, 4, u"[abc]");
+    KoString wide = Text(u"[abc]", 253, 4);
     Current().ScanFromKoString(kId, &value, wide, "[%s]", 1);
-    EXPECT_TRUE(value.CodeSet() == 253 && value.Language() == 4 && value == In(253, 4, u"abc"));
+    EXPECT_TRUE(value.CodeSet() == 253 && value.Language() == 4 && value == Text(u"abc", 253, 4));
 
     value.SetNullValue();
     KoTypeMgr manager(5);

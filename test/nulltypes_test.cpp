@@ -69,23 +69,14 @@ TEST(NullTypes, RelationOfTwoOperands)
     KoSetAssertHandler(before);
 }
 
-TEST(NullTypes, PrintAndScanArrays)
+TEST(NullTypes, NullPrintStringMayChange)
 {
     KoTypeMgr manager;
     KoNull_short elements[] = {{-5, 0}, {0, 1}, {7, 0}};
-    KoString text;
-    manager.PrintToKoString(KoNULL_2B_T, text, elements, "%03d", 3);
-    EXPECT_STREQ(text.StrGet(), "-05,{NULL},007");
     KoNull_short back[3] = {};
-    manager.ScanFromKoString(KoNULL_2B_T, back, text, "%d", 3);
-    for (unsigned i = 0; i < 3; ++i) {
-        EXPECT_EQ(back[i].value, elements[i].value) << i;
-        EXPECT_EQ(back[i].null, elements[i].null) << i;
-    }
-
     const KoString before = KoTypeMgr::GetNullPrintString();
     KoTypeMgr::SetNullPrintString(KoString("-"));
-    text = KoString();
+    KoString text;
     manager.PrintToKoString(KoNULL_2B_T, text, elements, nullptr, 3);
     EXPECT_STREQ(text.StrGet(), "-5,-,7");
     std::memset(back, 0x55, sizeof back);

@@ -48,6 +48,26 @@ inline KoString Text(const std::u16string& units)
     return narrow.CopyMapped(text, KoCS_LATIN1, -1) == 0 ? narrow : text;
 }
 
+/// A text of the given code set and language, from its characters as they are.
+inline KoString Text(const std::u16string& units, unsigned char codeSet, unsigned char language = 0)
+{
+    KoString text(codeSet, language);
+    if (text.Width() == 1) {
+        const std::string bytes(units.begin(), units.end());
+        text = bytes.c_str();
+    } else {
+        text = reinterpret_cast<const unsigned short*>(units.c_str());
+    }
+    text.SetCodeSetCode(codeSet);
+    text.SetLanguage(language);
+    return text;
+}
+
+/// The identifiers whose code set has a table of its own, and one of either width without.
+inline constexpr unsigned char kCodeSets[] = {1,  2,  3,  4,  5,  6,  7,  8,  9,  10,  11, 13, 14,
+                                              15, 16, 20, 21, 22, 30, 31, 32, 33, 34,  35, 36, 37,
+                                              38, 40, 41, 42, 43, 44, 45, 46, 77, 230, 253};
+
 inline std::string Show(const KoString& text)
 {
     if (text.IsNullValue())
@@ -85,7 +105,7 @@ public:
     {
         if (Below(60) == 0)
             return NullText();
-        return Text(kAwkward, Below(4) == 0 ? 24 : 5, kCodeSets, Language());
+        return Text(kAwkward, Below(4) == 0 ? 24 : 5, kAwkwardSets, Language());
     }
 
     /// A text that begins like `text`.
@@ -100,14 +120,14 @@ public:
             else
                 units.insert(at, 1, unit);
         }
-        return InSome(units, kCodeSets, Below(2) == 0 ? text.Language() : Language());
+        return InSome(units, kAwkwardSets, Below(2) == 0 ? text.Language() : Language());
     }
 
 private:
     static constexpr char16_t kAwkward[] =
         u"aaAbBee\u00E9\u00C9ssS\u00DF\u00E6\u00C6 \t-.*?\\\u00A0\u00BD12\u00B2/\u0131\u0105"
         u"\u0430\u03B1\u4E2D\u516C\u00FD\u5000\uF600\uF601\uAC00\uFFFF\x7F\u0080";
-    static constexpr unsigned char kCodeSets[] = {1, 2, 21, 32, 41, 253, 253, 230};
+    static constexpr unsigned char kAwkwardSets[] = {1, 2, 21, 32, 41, 253, 253, 230};
 
     unsigned char Language()
     {

@@ -46,4 +46,33 @@ TEST(TypeTexts, AreConverted)
     });
 }
 
+TEST(TypeTexts, AreThoseOfArrays)
+{
+    KoTypeMgr manager;
+    data::ForEachRow("texts/arrays.txt", 5, [&](const auto& head, const data::Row& row) {
+        Value before(head[0]);
+        before.Set(head[2], head[1]);
+        const o_char id = before.Id();
+        const std::vector<std::string> elements = data::Split(row[2], " ; ");
+        const auto count = static_cast<unsigned>(elements.size());
+        const Array array{manager, id, manager.Create(id, count), count};
+        manager.AssignmentPtrGet(id)(array.data, before.Data(), count, 1);
+        const char* const format = row[0] == "-" ? nullptr : row[0].c_str();
+        KoString text = data::ParseText(row[1]);
+        manager.ScanFromKoString(id, array.data, text, format, count);
+        for (unsigned i = 0; i < count; ++i) {
+            Value element(head[0]);
+            const void* scanned = manager.GetArrayElement(id, array.data, i, count);
+            manager.AssignmentPtrGet(id)(element.Data(), const_cast<void*>(scanned), 1, 0);
+            EXPECT_EQ(element.Printed(head[1]),
+                      elements[i] == "=" ? before.Printed(head[1]) : elements[i]);
+        }
+        KoString printed("x");
+        manager.PrintToKoString(id, printed, array.data, format, count);
+        if (row[3] == "ok") {
+            EXPECT_STREQ(printed.StrGet() + 1, data::ParseText(row[1]).StrGet());
+        }
+    });
+}
+
 } // namespace
