@@ -62,6 +62,7 @@ TEST(CsvReader, RowsAndTheirBytes)
         {"text behind a closing quote", "\"a\"b\ny\n", "!quote that@1:4:3<\"a\"b\n>[y]<y\n>"},
         {"never closed: the rest is one row", "x\na,\"b\nc\n",
          "[x]<x\n>!quote that@2:3:4<a,\"b\nc\n>"},
+        {"never closed behind doubled quotes", "\"\"\"a\"\"\n", "!quote that@1:1:0<\"\"\"a\"\"\n>"},
         {"nothing", "", ""},
     };
     for (const auto& c : kCases)

@@ -231,6 +231,7 @@ struct CsvReader::State {
         line = rowStart.line;
         bool inQuotes = false;
         std::uint64_t opened = 0;
+        std::uint64_t behindClosed = 0;
         for (bool terminated = false;;) {
             if (at == filled || LineLength(terminated) == 0) {
                 Refill();
@@ -239,10 +240,13 @@ struct CsvReader::State {
             }
             const std::size_t length = LineLength(terminated);
             for (std::size_t i = 0; i < length; ++i) {
-                if (buffer[at + i] == '"') {
-                    inQuotes = !inQuotes;
-                    opened = inQuotes ? Offset() + i : opened;
-                }
+                if (buffer[at + i] != '"')
+                    continue;
+                inQuotes = !inQuotes;
+                if (!inQuotes)
+                    behindClosed = Offset() + i + 1;
+                else if (Offset() + i != behindClosed) // else it was a doubled one that closed
+                    opened = Offset() + i;
             }
             Consume(length, terminated);
             if (terminated && !inQuotes)
