@@ -29,10 +29,11 @@ int CompareBytes(std::string_view a, std::string_view b)
 
 std::string_view Whole(std::size_t attribute, const EntryView& entry)
 {
-    std::string_view form = entry.form;
-    if (form.size() == kCutForm && g_fullForms != nullptr)
-        g_fullForms->Find(attribute, entry.id, form);
-    return form;
+    std::string_view whole;
+    const bool found = LooksCut(entry.form) && g_fullForms != nullptr &&
+                       g_fullForms->Find(attribute, entry.id, whole);
+    // An object without a value stands behind such an entry in a damaged store only.
+    return found && !whole.empty() ? whole : entry.form;
 }
 
 /// The values of two entries, one of which at least is cut and says nothing about what is gone.
@@ -48,7 +49,7 @@ inline int FormOrder(std::size_t attribute, const EntryView& a, const EntryView&
         return Sign(a.form.size(), b.form.size());
     int status = 0;
     const int order = ComparePersistent(a.type, a.form, b.form, a.cmpOp, status);
-    const bool cut = a.form.size() == kCutForm || b.form.size() == kCutForm;
+    const bool cut = LooksCut(a.form) || LooksCut(b.form);
     return status == 0 && (order != 0 || !cut) ? order : CutFormOrder(attribute, a, b);
 }
 

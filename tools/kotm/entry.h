@@ -102,6 +102,12 @@ inline bool IsCut(std::string_view form)
     return form.size() > kMaxWholeForm;
 }
 
+/// True for a cut form in an entry, and for every form whose entry looks like that of a cut one.
+inline bool LooksCut(std::string_view form)
+{
+    return form.size() == kCutForm || IsCut(form);
+}
+
 /// What of a form stands in an entry.
 inline std::string_view EntryForm(std::string_view form)
 {

@@ -97,7 +97,7 @@ struct IndexBuilder::State {
         table.assign(table.size() * 2, {kNone, 0});
         for (std::uint32_t i = 0; i < groups.size(); ++i) {
             const std::string_view form = FormOf(groups[i]);
-            if (form.size() != kCutForm)
+            if (!LooksCut(form))
                 Find(form).group = i;
         }
     }
@@ -120,7 +120,7 @@ struct IndexBuilder::State {
         links.push_back({static_cast<std::uint32_t>(number - base), kNone});
         used += sizeof(Link);
         // Cut forms that look the same may differ in what is gone: each is a group of its own.
-        if (IsCut(form) || form.size() == kCutForm) {
+        if (LooksCut(form)) {
             AddGroup(form, number, link);
             return;
         }

@@ -151,8 +151,14 @@ private:
                 term.range = {condition.attribute, {"", true}, std::nullopt, true};
         }
         Estimate estimate{term.share, {}, condition.attribute};
-        if (term.range)
-            estimate.parts.emplace(condition.attribute, Part{*term.range, term.share});
+        if (term.range) {
+            const bool narrowed = HasLow(*term.range) || term.range->high;
+            const bool compared =
+                condition.kind == Predicate::Kind::Compare && !term.lowest.empty();
+            // What is rare, but in no narrower range, takes the whole index to find.
+            const double share = compared && !narrowed ? 1.0 : term.share;
+            estimate.parts.emplace(condition.attribute, Part{*term.range, share});
+        }
         m_plan.terms.push_back(std::move(term));
         return estimate;
     }
@@ -171,6 +177,12 @@ private:
                 form.assign(scan.Id(), kObjectIdBytes);
             else if (form.empty() && reader.Read(scan.Record()))
                 form = reader.Form(attribute);
+            // Evaluators read a form to the end that it has by itself.
+            if (attribute != kObjectIdIndex && !form.empty() &&
+                m_schema.attributes[attribute].type.SizeAt(form) != form.size())
+                throw Failure(Exit::Damaged, m_store.Path() + ": is damaged: the index on " +
+                                                 m_schema.Name(attribute) +
+                                                 " has an entry that holds no value");
             return true;
         };
         const IndexRange values{attribute, {"", true}, std::nullopt, false};
@@ -205,20 +217,24 @@ private:
 
         // Under the order of the index the literal itself is the edge. A narrowed end is the same
         // or, cut to the length that one has, further away.
+        // Texts too long for an evaluator to narrow to are edges all the same.
         const bool plain = condition.cmpOp == kPlainOperator;
+        const bool text = plain && m_schema.IsText(condition.attribute);
         const auto edge = [&](const void* end, unsigned length, bool behind) {
             return plain ? Edge{condition.form, behind}
                          : Edge{{static_cast<const char*>(end), length}, behind};
         };
         IndexRange& range = *term.range;
-        if (narrowed.low != nullptr)
+        const bool wantsLow = (QueryBits(op) & KoQOP_LESS) == 0;
+        const bool wantsHigh = (QueryBits(op) & KoQOP_GREATER) == 0;
+        const bool hasLow = narrowed.low != nullptr || (text && wantsLow);
+        const bool hasHigh = narrowed.high != nullptr || (text && wantsHigh);
+        if (hasLow)
             range.low = edge(narrowed.low, narrowed.lowLen, plain && op == Operator::Greater);
-        if (narrowed.high != nullptr)
+        if (hasHigh)
             range.high = edge(narrowed.high, narrowed.highLen, !plain || op != Operator::Less);
-        const unsigned bits = QueryBits(op);
-        range.exact = plain && op != Operator::NotEqual &&
-                      (narrowed.low != nullptr) == ((bits & KoQOP_LESS) == 0) &&
-                      (narrowed.high != nullptr) == ((bits & KoQOP_GREATER) == 0);
+        range.exact =
+            plain && op != Operator::NotEqual && hasLow == wantsLow && hasHigh == wantsHigh;
     }
 
     /// The share of an index that a value selects.

@@ -170,6 +170,8 @@ public:
         if (request.order.empty())
             return;
         m_order = AttributeNamed(m_schema, request.order, "--order");
+        if (request.count)
+            return; // in any order
         if (*m_order == kObjectIdIndex) {
             // The objects themselves lie in this order.
             m_mustSort = m_range && m_range->attribute != kObjectIdIndex;

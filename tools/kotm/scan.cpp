@@ -61,7 +61,7 @@ std::string_view View(const MDB_val& value)
 
 IndexRange IndexRange::All(std::size_t attribute)
 {
-    return {attribute, {"", false}, std::nullopt, true};
+    return {attribute, {"", false}, std::nullopt, false};
 }
 
 Scan::Scan(Store& store, const IndexRange* range, ScanOrder order)
@@ -78,7 +78,7 @@ Scan::Scan(Store& store, const IndexRange* range, ScanOrder order)
         dbi = store.Index(range->attribute);
         const o_char type = store.GetSchema().attributes[range->attribute].type.Id();
         const auto put = [&](EdgeEntry& entry, const IndexRange::Edge& edge, std::uint32_t tag) {
-            if (IsCut(edge.form))
+            if (LooksCut(edge.form))
                 store.SetBound(tag, edge.form);
             entry.size =
                 PutEntry(entry.bytes, type, edge.form, edge.behind ? kMaxObjectNumber + 1 : 0, tag);
@@ -151,11 +151,13 @@ bool Scan::NextEntry()
     MDB_val key{};
     const bool found = m_steps != 0 ? Step(key, m_backwards ? MDB_PREV : MDB_NEXT) : Start(key);
     m_steps += m_steps <= kFewSteps ? 1 : 0;
-    if (!found || !Inside(key))
+    if (!found)
         return false;
     m_entry = View(key);
     if (m_entry.size() < kObjectIdBytes)
         throw Failure(Exit::Damaged, m_store.Path() + ": is damaged: an entry without an object");
+    if (!Inside(key))
+        return false;
     m_id = m_entry.data() + m_entry.size() - kObjectIdBytes;
     return true;
 }
@@ -189,7 +191,7 @@ bool Scan::Next()
 std::string_view Scan::IndexedForm() const
 {
     const std::string_view form = m_attribute ? EntryView(m_entry).form : std::string_view();
-    return form.size() == kCutForm ? std::string_view() : form;
+    return LooksCut(form) ? std::string_view() : form;
 }
 
 std::string_view Scan::Record()

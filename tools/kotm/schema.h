@@ -61,6 +61,10 @@ struct Schema {
     {
         return attribute == kObjectIdIndex ? kObjectIdName : attributes[attribute].name;
     }
+    bool IsText(std::size_t attribute) const
+    {
+        return attribute != kObjectIdIndex && attributes[attribute].type.IsText();
+    }
     const char* Format(std::size_t attribute) const
     {
         return attribute == kObjectIdIndex ? nullptr : attributes[attribute].Format();
