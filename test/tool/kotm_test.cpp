@@ -187,6 +187,15 @@ TEST_F(KotmStore, SurvivesBeingKilled)
         EXPECT_EQ(Import(small).status + Check().status, 0) << Check().out;
     }
     EXPECT_GT(killed, 3);
+
+    // Killed after the store had its name, before its first one went: renamed, the store is not
+    // written over under that.
+    std::filesystem::create_hard_link(m_store, m_store + ".new");
+    std::filesystem::rename(m_store, m_folder.Path("kept"));
+    const std::string kept = ReadAll(m_folder.Path("kept"));
+    EXPECT_EQ(Import(small).status + Check().status, 0) << Check().out;
+    EXPECT_TRUE(ReadAll(m_folder.Path("kept")) == kept);
+    EXPECT_FALSE(std::filesystem::exists(m_store + ".new"));
 }
 
 TEST_F(KotmStore, AnswersTheSameByIndexAndByScan)
@@ -206,7 +215,8 @@ TEST_F(KotmStore, AnswersTheSameByIndexAndByScan)
         csv += value == 0 ? "" : std::to_string(static_cast<int>(value) - 16);
         // Short texts, and texts that differ only behind what an index entry holds of them.
         csv += value == 1   ? ","
-               : value < 16 ? ",k" + std::to_string(value)
+               : value < 10 ? ",k" + std::to_string(value)
+               : value < 16 ? "," + common.substr(0, 240 + value) // of 256 bytes among others
                             : "," + common + common + std::to_string(value);
         csv += "\n";
     }
@@ -217,6 +227,7 @@ TEST_F(KotmStore, AnswersTheSameByIndexAndByScan)
     }
     ASSERT_EQ(Check().status, 0) << Check().out;
     const std::string text = "\"" + common + common + "20\"";
+    const std::string shorter = "\"" + common.substr(0, 250) + "\"";
     const struct {
         std::string byIndex;
         std::string byScan;
@@ -225,6 +236,9 @@ TEST_F(KotmStore, AnswersTheSameByIndexAndByScan)
         {"a = 3 and not s = \"k9\"", "b = 3 and t != \"k9\""},
         {"s = " + text, "t = " + text},
         {"s >= " + text, "t >= " + text},
+        {"s = " + shorter, "t = " + shorter},
+        {"s <= " + shorter, "t <= " + shorter},
+        {"not s < " + shorter, "t >= " + shorter},
     };
     const auto ask = [&](const std::string& predicate, const std::string& rest) {
         return Query("'" + predicate + "' " + rest);
@@ -234,6 +248,10 @@ TEST_F(KotmStore, AnswersTheSameByIndexAndByScan)
         EXPECT_EQ(rows, ask(c.byScan, "--order b")) << c.byIndex;
         const auto lines = std::count(rows.begin(), rows.end(), '\n') - 1;
         EXPECT_EQ(ask(c.byIndex, "--count"), std::to_string(lines) + "\n") << c.byIndex;
+    }
+    for (const std::string& longText : {text, shorter}) {
+        const Outcome plan = RunKotm("explain " + m_store + " 's = " + longText + "'");
+        EXPECT_NE(plan.out.find("plan: index on s, from mmm"), std::string::npos) << plan.out;
     }
     for (const char* order : {"", " --desc", " --desc --limit 40"}) {
         const std::string rest = std::string(order) + " --columns b,t";
@@ -279,6 +297,24 @@ TEST_F(KotmStore, SaysWhatIsWrongWithAStore)
         EXPECT_EQ(Import(csv).status, 3) << c.reason;
         EXPECT_TRUE(ReadAll(m_store) == c.bytes) << c.reason;
     }
+    // A page that says what no page may: that it has another number, another kind, a table that
+    // ends nowhere, one that goes beyond it, nodes outside, and a length beyond the page.
+    const std::size_t pages = whole.size() / 4096;
+    for (const std::size_t field : {0U, 10U, 12U, 14U, 16U, 4096U}) {
+        for (std::size_t page = pages - 5; page < pages; ++page) {
+            std::string bytes = whole;
+            const std::size_t node = static_cast<unsigned char>(bytes[page * 4096 + 16]) |
+                                     static_cast<unsigned char>(bytes[page * 4096 + 17]) << 8;
+            bytes.replace(page * 4096 + (field == 4096U ? node + 6 : field), 2, "\xFD\xFF");
+            m_folder.Write("store", bytes);
+            Expect({"a broken page", "check " + m_store, 3, "is damaged: page "});
+        }
+    }
+    const std::string lowest("\x0B\0\x10\x0B\0\x01\0title 0", 14);
+    ASSERT_NE(whole.find(lowest), std::string::npos);
+    m_folder.Write("store", overwritten(lowest, lowest.substr(0, 3) + "\xFF"));
+    Expect({"the lowest entry is longer than it is", "query " + m_store + " 'title > \"x\"'", 3,
+            "an entry that holds no value"});
     // One text in a record: the index and the record no longer agree.
     std::string bytes = whole;
     const std::size_t at = bytes.find("title 777");

@@ -1,6 +1,7 @@
 #include "checker.h"
 
 #include "failure.h"
+#include "pagecheck.h"
 #include "store.h"
 
 #include <algorithm>
@@ -166,6 +167,7 @@ private:
 
 std::uint64_t CheckStore(const std::string& path, std::ostream& out)
 {
+    CheckPages(path);
     const std::unique_ptr<Store> store = Store::Open(path);
     const std::uint64_t faults = Checker(*store, out).Run();
     if (faults == 0)

@@ -3,6 +3,7 @@
 #include "failure.h"
 #include "importer.h"
 #include "query.h"
+#include "storefile.h"
 #include "typecommands.h"
 #include "version.h"
 
@@ -30,6 +31,14 @@ std::string ReadFile(const std::string& path)
     if (!file || text.fail())
         throw Failure(Exit::Io, path + ": cannot be read");
     return text.str();
+}
+
+/// Only "check" looks at the pages of a store before LMDB does, which trusts them. A file that
+/// becomes shorter, or that the disk no longer gives, is a fault too while it is mapped.
+void ExpectBrokenPages()
+{
+    for (const int fault : {SIGSEGV, SIGBUS})
+        std::signal(fault, [](int) { EndOnBrokenPage(); });
 }
 
 /// "A=FORMAT", as --print takes it.
@@ -159,6 +168,7 @@ private:
         On(command, [this] {
             for (const std::string& print : m_prints)
                 AddPrint(m_query, print);
+            ExpectBrokenPages();
             Query(m_query, std::cout);
             return Exit::Done;
         });
@@ -174,6 +184,7 @@ private:
         command->add_option("--output", m_explain.json, "table or json")
             ->transform(CLI::CheckedTransformer(kinds));
         On(command, [this] {
+            ExpectBrokenPages();
             Explain(m_explain, std::cout);
             return Exit::Done;
         });

@@ -86,6 +86,8 @@ Store::Store(std::string path, Mode mode, std::uint64_t mapBytes, const Schema* 
         m_bytesBefore = CheckStoreFile(m_path);
     if (mode != Mode::Read)
         m_lock.emplace(m_file, mode == Mode::Create);
+    if (mode == Mode::Add)
+        m_bytesBefore = CheckStoreFile(m_path); // another import may have ended before the lock
     if (mode == Mode::Create)
         m_lock->Resize(0); // what an import that was killed left behind
     try {
@@ -136,6 +138,7 @@ void Store::OpenEnvironment(std::uint64_t mapBytes)
     switch (m_mode) {
     case Mode::Read:
         flags |= MDB_RDONLY;
+        Check(mdb_env_set_assert(m_env, [](MDB_env*, const char*) { EndOnBrokenPage(); }));
         break;
     case Mode::Add:
         // Pages are written in the map: a transaction of any size then costs no memory beyond it.

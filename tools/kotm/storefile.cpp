@@ -18,94 +18,108 @@ namespace kotm
 namespace
 {
 
-// The head of an LMDB data file: a page header of 16 bytes, then the meta data below, once on each
-// of the first two pages; the one with the larger transaction number counts. All in the byte
-// order and word size of the machine that wrote it.
-constexpr std::size_t kPageHeader = 16;
+// In the byte order and word size of the machine that wrote the file.
 constexpr std::uint32_t kMagic = 0xBEEFC0DE;
 constexpr std::uint32_t kVersion = 1;
-
-struct MetaData {
-    std::uint32_t magic;
-    std::uint32_t version;
-    std::uint64_t address;
-    std::uint64_t mapSize;
-    struct {
-        std::uint32_t pageSize; ///< in the first database's record
-        std::uint8_t rest[44];
-    } databases[2];
-    std::uint64_t lastPage;
-    std::uint64_t transaction;
-};
-static_assert(sizeof(MetaData) == 136);
 
 std::string Error(const std::string& path)
 {
     return path + ": " + std::strerror(errno);
 }
 
-bool ReadMeta(int file, std::uint64_t page, std::uint64_t pageSize, MetaData& meta)
+[[noreturn]] void FailDamaged(const std::string& path, const std::string& what)
 {
-    const auto offset = static_cast<off_t>(page * pageSize + kPageHeader);
-    return pread(file, &meta, sizeof meta, offset) == static_cast<ssize_t>(sizeof meta);
-}
-
-std::uint64_t CheckOpenFile(int file, std::uint64_t size, const std::string& path)
-{
-    const auto fail = [&](const std::string& what) -> void {
-        throw Failure(Exit::Damaged, path + ": " + what);
-    };
-    MetaData first{};
-    MetaData second{};
-    if (!ReadMeta(file, 0, 0, first))
-        fail("is no store (too short)");
-    if (first.magic == __builtin_bswap32(kMagic))
-        fail("is a store of a machine with another byte order");
-    if (first.magic != kMagic)
-        fail("is no store");
-    const std::uint64_t pageSize = first.databases[0].pageSize;
-    if (first.version != kVersion || !std::has_single_bit(pageSize) || pageSize < 512 ||
-        pageSize > 65536)
-        fail("is of a file version that this program does not read");
-    if (!ReadMeta(file, 1, pageSize, second) || second.magic != kMagic)
-        fail("is damaged (its second page is missing or overwritten)");
-    const MetaData& latest = second.transaction > first.transaction ? second : first;
-    const std::uint64_t needed = (latest.lastPage + 1) * pageSize;
-    if (latest.lastPage > size / pageSize || needed > size)
-        fail("is truncated: its pages take " + std::to_string(needed) + " bytes, the file has " +
-             std::to_string(size));
-    return needed;
+    throw Failure(Exit::Damaged, path + ": " + what);
 }
 
 } // namespace
 
-std::uint64_t CheckStoreFile(const std::string& path)
+StoreFile::StoreFile(const std::string& path)
+    : m_path(path), m_file(open(path.c_str(), O_RDONLY | O_CLOEXEC))
 {
-    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
     struct stat info {
     };
-    if (file < 0 || fstat(file, &info) != 0)
-        throw Failure(Exit::Io, Error(path));
-    struct Closer {
-        int file;
-        ~Closer() { close(file); }
-    } const closer{file};
-    if (!S_ISREG(info.st_mode))
-        throw Failure(Exit::Damaged, path + ": is no store (not a regular file)");
-    return CheckOpenFile(file, static_cast<std::uint64_t>(info.st_size), path);
-}
-
-LockedFile::LockedFile(const std::string& path, bool create)
-    : m_path(path), m_file(open(path.c_str(), O_RDWR | O_CLOEXEC | (create ? O_CREAT : 0), 0666))
-{
     if (m_file < 0)
         throw Failure(Exit::Io, Error(path));
-    if (flock(m_file, LOCK_EX | LOCK_NB) != 0) {
-        const bool busy = errno == EWOULDBLOCK;
-        const std::string message = busy ? path + ": another import is writing to it" : Error(path);
-        close(m_file);
-        throw Failure(Exit::Io, message);
-    }
+    if (fstat(m_file, &info) == 0 && S_ISREG(info.st_mode))
+        return;
+    close(m_file);
+    FailDamaged(path, "is no store (not a regular file)");
+}
+
+StoreFile::~StoreFile()
+{
+    close(m_file);
+}
+
+bool StoreFile::Read(void* to, std::size_t bytes, std::uint64_t offset) const
+{
+    return pread(m_file, to, bytes, static_cast<off_t>(offset)) == static_cast<ssize_t>(bytes);
+}
+
+StoreHead StoreFile::Head() const
+{
+    StoreHead first{};
+    StoreHead second{};
+    if (!Read(&first, sizeof first, kPageHeader))
+        FailDamaged(m_path, "is no store (too short)");
+    if (first.magic == __builtin_bswap32(kMagic))
+        FailDamaged(m_path, "is a store of a machine with another byte order");
+    if (first.magic != kMagic)
+        FailDamaged(m_path, "is no store");
+    const std::uint64_t pageSize = first.trees[0].pageSize;
+    if (first.version != kVersion || !std::has_single_bit(pageSize) || pageSize < 512 ||
+        pageSize > 65536)
+        FailDamaged(m_path, "is of a file version that this program does not read");
+    if (!Read(&second, sizeof second, pageSize + kPageHeader) || second.magic != kMagic)
+        FailDamaged(m_path, "is damaged (its second page is missing or overwritten)");
+    StoreHead& latest = second.transaction > first.transaction ? second : first;
+    latest.trees[0].pageSize = first.trees[0].pageSize;
+    struct stat info {
+    };
+    if (fstat(m_file, &info) != 0)
+        throw Failure(Exit::Io, Error(m_path));
+    const auto size = static_cast<std::uint64_t>(info.st_size);
+    if (latest.lastPage >= size / pageSize)
+        FailDamaged(m_path, "is truncated: its pages take " + std::to_string(latest.Bytes()) +
+                                " bytes, the file has " + std::to_string(size));
+    return latest;
+}
+
+std::uint64_t CheckStoreFile(const std::string& path)
+{
+    return StoreFile(path).Head().Bytes();
+}
+
+LockedFile::LockedFile(const std::string& path, bool create) : m_path(path), m_file(-1)
+{
+    struct stat named {
+    };
+    // What has a second name is whole: the import that made it was killed before it took this one
+    // away. Written over, it would be lost under the other.
+    if (create && lstat(path.c_str(), &named) == 0 && named.st_nlink > 1)
+        unlink(path.c_str());
+    m_file = open(path.c_str(), O_RDWR | O_CLOEXEC | (create ? O_CREAT : 0), 0666);
+    if (m_file < 0)
+        throw Failure(Exit::Io, Error(path));
+    const bool locked = flock(m_file, LOCK_EX | LOCK_NB) == 0;
+    if (locked && (!create || IsNamed()))
+        return;
+    const bool busy = locked || errno == EWOULDBLOCK;
+    const std::string message = busy ? path + ": another import is writing to it" : Error(path);
+    close(m_file);
+    throw Failure(Exit::Io, message);
+}
+
+/// False where another import has given the file another name since it was opened.
+bool LockedFile::IsNamed() const
+{
+    struct stat opened {
+    };
+    struct stat named {
+    };
+    return fstat(m_file, &opened) == 0 && stat(m_path.c_str(), &named) == 0 &&
+           opened.st_dev == named.st_dev && opened.st_ino == named.st_ino && opened.st_nlink == 1;
 }
 
 LockedFile::~LockedFile()
@@ -133,6 +147,14 @@ void LockedFile::Resize(std::uint64_t bytes)
     if (ftruncate(m_file, static_cast<off_t>(bytes)) != 0)
         throw Failure(Exit::Io, Error(m_path));
     m_reserved = std::min(m_reserved, bytes);
+}
+
+void EndOnBrokenPage() noexcept
+{
+    constexpr char kMessage[] =
+        "kotm: reading the store went wrong: it is damaged if \"kotm check\" finds a fault in it\n";
+    [[maybe_unused]] const ssize_t put = write(STDERR_FILENO, kMessage, sizeof kMessage - 1);
+    _exit(static_cast<int>(Exit::Damaged));
 }
 
 void SyncDirectoryOf(const std::string& path)

@@ -1,16 +1,69 @@
 #ifndef KOTM_STOREFILE_H
 #define KOTM_STOREFILE_H
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
 namespace kotm
 {
 
-/// Looks at a store's file before it is mapped, for reading past the end of a mapped file ends the
-/// process. Throws Failure: Exit::Io where it cannot be read, Exit::Damaged with what is wrong
-/// where it is no LMDB file, of another version or byte order, or shorter than its own pages.
-/// Returns the bytes that its pages take.
+/// A page of a store's file begins with so many bytes; behind them the first two hold a head each.
+inline constexpr std::size_t kPageHeader = 16;
+
+/// LMDB's description of a tree of pages.
+struct StoreTree {
+    static constexpr std::uint64_t kEmpty = ~std::uint64_t{0};
+
+    std::uint32_t pageSize; ///< in the first tree of a head
+    std::uint16_t flags;
+    std::uint16_t depth;
+    std::uint64_t branchPages;
+    std::uint64_t leafPages;
+    std::uint64_t longPages;
+    std::uint64_t entries;
+    std::uint64_t root; ///< kEmpty: no page
+};
+
+/// LMDB's head of a file, of which the one with the larger transaction number counts.
+struct StoreHead {
+    std::uint32_t magic;
+    std::uint32_t version;
+    std::uint64_t address;
+    std::uint64_t mapSize;
+    StoreTree trees[2]; ///< the free pages, and the databases by name
+    std::uint64_t lastPage;
+    std::uint64_t transaction;
+
+    /// That all pages take.
+    std::uint64_t Bytes() const { return (lastPage + 1) * trees[0].pageSize; }
+};
+static_assert(sizeof(StoreTree) == 48 && sizeof(StoreHead) == 136);
+
+/// A store's file, to look at before it is mapped: reading past the end of a mapped file ends the
+/// process.
+class StoreFile
+{
+public:
+    /// Throws Failure: Exit::Io where it cannot be opened, Exit::Damaged where it is no file.
+    explicit StoreFile(const std::string& path);
+    ~StoreFile();
+    StoreFile(const StoreFile&) = delete;
+    StoreFile& operator=(const StoreFile&) = delete;
+
+    const std::string& Path() const { return m_path; }
+    bool Read(void* to, std::size_t bytes, std::uint64_t offset) const;
+    /// The head that counts. Throws Failure (Exit::Damaged) with what is wrong where it is no LMDB
+    /// file, of another version or byte order, or shorter than its own pages.
+    StoreHead Head() const;
+
+private:
+    std::string m_path;
+    int m_file;
+};
+
+/// Opens a store's file and looks at its head, with StoreFile's Failures. Returns the bytes that
+/// its pages take.
 std::uint64_t CheckStoreFile(const std::string& path);
 
 /// An open file with an exclusive lock on it, for the one who writes a store. The lock goes with
@@ -31,10 +84,16 @@ public:
     void Resize(std::uint64_t bytes);
 
 private:
+    bool IsNamed() const;
+
     std::string m_path;
     int m_file;
     std::uint64_t m_reserved = 0;
 };
+
+/// Ends the process with Exit::Damaged and a sentence: for signals, and faults that LMDB meets in
+/// pages that it trusts.
+[[noreturn]] void EndOnBrokenPage() noexcept;
 
 /// Makes a change of a directory's entries last.
 void SyncDirectoryOf(const std::string& path);
