@@ -26,7 +26,8 @@ Bytes Units(const std::string& notation, unsigned char codeSet)
     if (KoCodeSetWidth(codeSet) == 1)
         return Bytes(units.begin(), units.end());
     Bytes bytes(units.size() * 2);
-    std::memcpy(bytes.data(), units.data(), bytes.size());
+    if (!bytes.empty())
+        std::memcpy(bytes.data(), units.data(), bytes.size());
     return bytes;
 }
 
