@@ -15,11 +15,6 @@ namespace
 
 constexpr std::uint64_t kShownFaults = 100;
 
-std::string_view View(const MDB_val& value)
-{
-    return {static_cast<const char*>(value.mv_data), value.mv_size};
-}
-
 class Checker
 {
 public:

@@ -17,11 +17,6 @@ constexpr std::size_t kCutEntry = kEntryHead + kCutForm + kObjectIdBytes;
 
 FullForms* g_fullForms = nullptr;
 
-std::string_view View(const MDB_val* value)
-{
-    return {static_cast<const char*>(value->mv_data), value->mv_size};
-}
-
 int CompareBytes(std::string_view a, std::string_view b)
 {
     return a.compare(b);
@@ -57,15 +52,15 @@ inline int FormOrder(std::size_t attribute, const EntryView& a, const EntryView&
 template <std::size_t Attribute>
 int EntryOrder(const MDB_val* a, const MDB_val* b)
 {
-    return CompareEntries(Attribute, View(a), View(b));
+    return CompareEntries(Attribute, View(*a), View(*b));
 }
 
 /// The same order, found sooner where both have one value and only their objects differ.
 template <std::size_t Attribute>
 int AppendedOrder(const MDB_val* a, const MDB_val* b)
 {
-    const std::string_view left = View(a);
-    const std::string_view right = View(b);
+    const std::string_view left = View(*a);
+    const std::string_view right = View(*b);
     if (left.size() >= kEntryHead + kObjectIdBytes && left.size() < kCutEntry) {
         const std::size_t value = left.size() - kObjectIdBytes;
         if (left.size() == right.size() && SameBytes(left.substr(0, value), right.substr(0, value)))

@@ -70,6 +70,11 @@ inline int CompareObjectIds(const char* a, const char* b)
     return order != 0 ? order : Sign(ObjectTag(a), ObjectTag(b));
 }
 
+inline std::string_view View(const MDB_val& value)
+{
+    return {static_cast<const char*>(value.mv_data), value.mv_size};
+}
+
 /// An index entry: type id (1 byte), comparison operator word (2, most significant byte first),
 /// the persistent form of the value, object id (10). The form is empty for an absent value, which
 /// comes before every other. A form that leaves no room for the rest within LMDB's 511 bytes is

@@ -38,8 +38,9 @@ std::string Place(const FilePosition& position)
 class Rejects
 {
 public:
-    Rejects(const ImportRequest& request, std::ostream& messages)
-        : m_path(request.rejects), m_messages(messages)
+    /// `told` is how many an earlier attempt has told of.
+    Rejects(const ImportRequest& request, std::ostream& messages, std::uint64_t& told)
+        : m_path(request.rejects), m_messages(messages), m_told(told)
     {
         if (m_path.empty())
             return;
@@ -51,6 +52,9 @@ public:
     {
         ++m_count;
         if (m_path.empty()) {
+            if (m_count <= m_told)
+                return;
+            m_told = m_count;
             if (m_count <= kShownRejects)
                 m_messages << "rejected: " << Place(position) << ": " << reason << '\n';
             else if (m_count == kShownRejects + 1)
@@ -90,6 +94,7 @@ private:
 
     std::string m_path;
     std::ostream& m_messages;
+    std::uint64_t& m_told;
     std::ofstream m_file;
     std::uint64_t m_count = 0;
 };
@@ -175,7 +180,7 @@ public:
             m_readers.emplace_back(attribute, kTextMemory / schema.attributes.size());
     }
 
-    ImportResult Run(std::uint64_t mapBytes)
+    ImportResult Run(std::uint64_t mapBytes, std::uint64_t& rejectsTold)
     {
         m_store = Exists(m_request.store) ? Store::OpenToAdd(m_request.store, mapBytes)
                                           : Store::Create(m_request.store, m_schema, mapBytes);
@@ -184,7 +189,7 @@ public:
                                            m_store->GetSchema().name +
                                            "\" with another schema than the one given");
         StartIndexes();
-        Rejects rejects(m_request, m_messages);
+        Rejects rejects(m_request, m_messages, rejectsTold);
         const std::uint64_t before = m_store->Counts().objects;
         {
             Progress progress(m_request.progress, m_csv.FileSize(), m_messages);
@@ -284,8 +289,8 @@ private:
 
 ImportResult Import(const ImportRequest& request, const Schema& schema, std::ostream& messages)
 {
-    std::uint64_t factor = kMapFactor;
-    for (;; factor *= 4) {
+    std::uint64_t told = 0;
+    for (std::uint64_t factor = kMapFactor;; factor *= 4) {
         Attempt attempt(request, schema, messages);
         struct stat csv {
         };
@@ -296,7 +301,7 @@ ImportResult Import(const ImportRequest& request, const Schema& schema, std::ost
         const std::uint64_t bytes = static_cast<std::uint64_t>(csv.st_size) * factor +
                                     static_cast<std::uint64_t>(store.st_size) * 2 + (64U << 20);
         try {
-            return attempt.Run(bytes & ~std::uint64_t{0xFFFFF});
+            return attempt.Run(bytes & ~std::uint64_t{0xFFFFF}, told);
         } catch (const MapFull&) {
             // The transaction is gone; the next attempt starts from the first row.
         }

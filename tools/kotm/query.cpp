@@ -170,8 +170,11 @@ public:
         if (request.order.empty())
             return;
         m_order = AttributeNamed(m_schema, request.order, "--order");
-        if (request.count)
-            return; // in any order
+        // Counted in any order; and without one the objects come in the order of their ids.
+        if (request.count || (*m_order == kObjectIdIndex && !request.descending)) {
+            m_order.reset();
+            return;
+        }
         if (*m_order == kObjectIdIndex) {
             // The objects themselves lie in this order.
             m_mustSort = m_range && m_range->attribute != kObjectIdIndex;

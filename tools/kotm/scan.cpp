@@ -52,11 +52,6 @@ void SortNumbers(std::vector<std::uint64_t>& numbers)
     }
 }
 
-std::string_view View(const MDB_val& value)
-{
-    return {static_cast<const char*>(value.mv_data), value.mv_size};
-}
-
 } // namespace
 
 IndexRange IndexRange::All(std::size_t attribute)

@@ -53,20 +53,23 @@ inline std::uint64_t HashBytes(std::string_view bytes) noexcept
 /// Equality, for bytes that are so few that a call of memcmp takes longer than the comparison.
 inline bool SameBytes(std::string_view a, std::string_view b) noexcept
 {
-    if (a.size() != b.size())
+    const std::size_t size = a.size();
+    if (size != b.size())
         return false;
     const char* left = a.data();
     const char* right = b.data();
-    std::size_t size = a.size();
     const auto differ = [&](auto number, std::size_t at) {
         return WordAt<decltype(number)>(left + at) ^ WordAt<decltype(number)>(right + at);
     };
     if (size > 64)
         return std::memcmp(left, right, size) == 0;
-    for (; size > 8 && differ(std::uint64_t{}, 0) == 0; size -= 8, left += 8, right += 8) {
+    if (size >= 8) {
+        for (std::size_t at = 0; at < size - 8; at += 8) {
+            if (differ(std::uint64_t{}, at) != 0)
+                return false;
+        }
+        return differ(std::uint64_t{}, size - 8) == 0;
     }
-    if (a.size() >= 8)
-        return size <= 8 && differ(std::uint64_t{}, size - 8) == 0;
     if (size >= 4)
         return (differ(std::uint32_t{}, 0) | differ(std::uint32_t{}, size - 4)) == 0;
     return size == 0 || (differ(std::uint8_t{}, 0) | differ(std::uint8_t{}, size / 2) |

@@ -29,11 +29,6 @@ MDB_val Val(std::string_view bytes)
     return {bytes.size(), const_cast<char*>(bytes.data())};
 }
 
-std::string_view View(const MDB_val& value)
-{
-    return {static_cast<const char*>(value.mv_data), value.mv_size};
-}
-
 /// Objects that are no further from each other lie on one page as a rule.
 constexpr std::uint64_t kNear = 16;
 
@@ -56,6 +51,8 @@ void FailLmdb(int code, const std::string& path)
     case MDB_INCOMPATIBLE:
     case MDB_NOTFOUND:
         throw Failure(Exit::Damaged, path + ": is damaged (" + mdb_strerror(code) + ")");
+    case EIO: // what LMDB makes of a write that found room for a part of it
+        throw Failure(Exit::Io, path + ": " + mdb_strerror(code) + ", or no space is left");
     default:
         throw Failure(Exit::Io, path + ": " + mdb_strerror(code));
     }
