@@ -2,6 +2,33 @@
 
 #include "koint64type.h"
 
+namespace
+{
+
+/// The whole comparison. Apart from KoIsNullPrint, which every reading of a value begins with and
+/// which nearly always has its answer before.
+[[gnu::noinline]] bool IsOrBeginsWith(const KoString& text, const KoString& nullText, bool whole)
+{
+    if (nullText.IsEmpty())
+        return false;
+    const unsigned short length = text.Len();
+    const unsigned short nullLength = nullText.Len();
+    if (whole ? length != nullLength : length < nullLength)
+        return false;
+    KoString mapped;
+    const KoString* start = &text;
+    if (text.CodeSet() != nullText.CodeSet()) {
+        // A character that the other code set lacks becomes "?", which must not pass for one.
+        if (mapped.CopyMapped(text, nullText.CodeSet(), static_cast<short>(nullLength)) != 0)
+            return false;
+        start = &mapped;
+    }
+    return std::memcmp(start->StrGet(), nullText.StrGet(),
+                       std::size_t{nullLength} * nullText.Width()) == 0;
+}
+
+} // namespace
+
 bool KoIsNullText(const KoString& text, bool whole)
 {
     return text.IsEmpty() || KoIsNullPrint(text, whole);
@@ -13,23 +40,9 @@ bool KoIsNullPrint(const KoString& text, bool whole)
         return true;
     const KoString& nullText = KoTypeMgr::GetNullPrintString();
     // Nearly every text that is not null differs in its first character already.
-    const bool sameSet = text.CodeSet() == nullText.CodeSet();
-    if ((sameSet && *text.StrGet() != *nullText.StrGet()) || nullText.IsEmpty())
+    if (text.CodeSet() == nullText.CodeSet() && *text.StrGet() != *nullText.StrGet())
         return false;
-    const unsigned short length = text.Len();
-    const unsigned short nullLength = nullText.Len();
-    if (whole ? length != nullLength : length < nullLength)
-        return false;
-    KoString mapped;
-    const KoString* start = &text;
-    if (!sameSet) {
-        // A character that the other code set lacks becomes "?", which must not pass for one.
-        if (mapped.CopyMapped(text, nullText.CodeSet(), static_cast<short>(nullLength)) != 0)
-            return false;
-        start = &mapped;
-    }
-    return std::memcmp(start->StrGet(), nullText.StrGet(),
-                       std::size_t{nullLength} * nullText.Width()) == 0;
+    return IsOrBeginsWith(text, nullText, whole);
 }
 
 // clang-format off

@@ -15,7 +15,6 @@ namespace
 constexpr int kIntMax = std::numeric_limits<int>::max();
 constexpr int kIntMin = std::numeric_limits<int>::min();
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
-constexpr float kNoNumber = std::numeric_limits<float>::quiet_NaN();
 
 int Key(const d_Date& date)
 {
