@@ -303,8 +303,10 @@ TEST_F(KotmStore, SaysWhatIsWrongWithAStore)
     for (const std::size_t field : {0U, 10U, 12U, 14U, 16U, 4096U}) {
         for (std::size_t page = pages - 5; page < pages; ++page) {
             std::string bytes = whole;
-            const std::size_t node = static_cast<unsigned char>(bytes[page * 4096 + 16]) |
-                                     static_cast<unsigned char>(bytes[page * 4096 + 17]) << 8;
+            const auto byte = [&bytes](std::size_t at) {
+                return std::size_t{static_cast<unsigned char>(bytes[at])};
+            };
+            const std::size_t node = byte(page * 4096 + 16) | byte(page * 4096 + 17) << 8;
             bytes.replace(page * 4096 + (field == 4096U ? node + 6 : field), 2, "\xFD\xFF");
             m_folder.Write("store", bytes);
             Expect({"a broken page", "check " + m_store, 3, "is damaged: page "});
