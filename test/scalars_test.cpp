@@ -26,11 +26,10 @@ TEST(Scalars, PersistentBytes)
 {
     const KoTypeMgr manager;
     for (o_char id = 0; id < KoRES_T; ++id) {
-        const bool other = id == KoOBJID_T || id == KoCLID_T || id == KoREF_T ||
-                           id == KoBOOLEAN_T || id == KoSEAL_T;
-        if (!IsScalar(id) && !other)
+        const bool identity = id == KoOBJID_T || id == KoCLID_T || id == KoREF_T;
+        if (!IsScalar(id) && !identity && id != KoBOOLEAN_T && id != KoSEAL_T)
             continue;
-        const unsigned memoryBit = other ? 0 : KoFMT_MEMORY; // means nothing for others
+        const unsigned memoryBit = identity ? 0 : KoFMT_MEMORY; // means nothing for identities
         SCOPED_TRACE(manager.NameGet(id));
         const FixtureArray values(manager, id);
         const unsigned width = manager.DiskLenGet(id, nullptr, 1, 1, 8);
