@@ -151,14 +151,12 @@ TEST(TypeSanity, StoredValuesComeBack)
             if (id != KoBLOB_T) { // its array has one total in front
                 EXPECT_EQ(oneByOne, bytes) << "an array is its elements one after the other";
             }
-
             EXPECT_EQ(manager.DiskLenGet(id, bytes.data(), format, count, format), size);
             MemFile file(bytes.data(), bytes.size());
             EXPECT_EQ(manager.DiskLenGetFromMemFile(id, &file, format, count), size);
             if (type.isFixed != 0) {
                 EXPECT_EQ(type.nullSizeGet(count), size);
             }
-
             const Array loaded{manager, id, manager.Create(id, count), count};
             EXPECT_EQ(manager.Load(id, loaded.data, bytes.data(), format, count), size);
             EXPECT_EQ(Stored(manager, id, loaded.data, format, count), bytes);
@@ -352,7 +350,6 @@ TEST(TypeSanity, NoIdIsOutOfRange)
             const Array made{manager, id, manager.Create(id, 1), 1};
             EXPECT_EQ(made.data != nullptr, isType);
             void* value = isType ? made.data : scratch;
-
             alignas(16) unsigned char stored[64] = "unchanged";
             const unsigned size = manager.DiskLenGet(id, value, 1, 1, 8);
             ASSERT_LE(size, sizeof stored);
