@@ -168,13 +168,11 @@ bool Scan::NextNumber()
     }
     if (m_nextNumber == m_numbers.size())
         return false;
-    const std::uint64_t number = m_numbers[m_nextNumber++];
-    PutObjectId(m_numberId, number);
+    PutObjectId(m_numberId, m_numbers[m_nextNumber++]);
     m_id = m_numberId;
     FindRecord();
-    m_ahead.Found(number, m_record.data());
     if (m_nextNumber != m_numbers.size())
-        m_ahead.Fetch(m_numbers[m_nextNumber]);
+        m_store.Fetch(m_numbers[m_nextNumber]);
     return true;
 }
 

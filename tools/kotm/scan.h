@@ -1,7 +1,6 @@
 #ifndef KOTM_SCAN_H
 #define KOTM_SCAN_H
 
-#include "readahead.h"
 #include "store.h"
 
 #include <optional>
@@ -84,7 +83,6 @@ private:
     std::vector<std::uint64_t> m_numbers; ///< of all objects of the range, in order
     std::size_t m_nextNumber = 0;
     char m_numberId[kObjectIdBytes];
-    ReadAhead m_ahead;
 };
 
 } // namespace kotm

@@ -29,9 +29,6 @@ MDB_val Val(std::string_view bytes)
     return {bytes.size(), const_cast<char*>(bytes.data())};
 }
 
-/// Objects that are no further from each other lie on one page as a rule.
-constexpr std::uint64_t kNear = 16;
-
 } // namespace
 
 void FailLmdb(int code, const std::string& path)
@@ -264,22 +261,19 @@ std::uint64_t Store::CountEntries(MDB_dbi dbi) const
     return stat.ms_entries;
 }
 
+ObjectFinder& Store::Finder() const
+{
+    if (!m_finder)
+        m_finder.emplace(m_txn, m_objects, m_mode == Mode::Read);
+    return *m_finder;
+}
+
 bool Store::Find(const char* id, std::string_view& record) const
 {
-    MDB_val key = Val({id, kObjectIdBytes});
-    MDB_val value{};
-    const std::uint64_t number = ObjectNumber(id);
-    // A cursor looks at its own page first, which is lost time where the object lies elsewhere.
-    const bool near = number - m_found < kNear;
-    m_found = number;
-    if (near && !m_finder)
-        m_finder = OpenCursor(m_objects);
-    const int code = near ? mdb_cursor_get(m_finder.get(), &key, &value, MDB_SET)
-                          : mdb_get(m_txn, m_objects, &key, &value);
+    const int code = Finder().Find(id, record);
     if (code == MDB_NOTFOUND)
         return false;
     Check(code);
-    record = View(value);
     return true;
 }
 

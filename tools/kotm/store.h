@@ -2,6 +2,7 @@
 #define KOTM_STORE_H
 
 #include "entry.h"
+#include "objectfinder.h"
 #include "record.h"
 #include "schema.h"
 #include "storefile.h"
@@ -73,6 +74,10 @@ public:
 
     /// The record of an object; false where there is none.
     bool Find(const char* id, std::string_view& record) const;
+    /// Looks up from now on as a store does that was just opened: for measurements.
+    void ForgetPlaces() { m_finder.reset(); }
+    /// Has the processor fetch what Find will look at for the object of that number.
+    void Fetch(std::uint64_t number) const { Finder().Fetch(number); }
 
     /// Adds an object under the next number and returns the number. The objects of one import come
     /// in the order of their numbers.
@@ -103,6 +108,7 @@ private:
     std::uint64_t PagesInUse() const;
     void Close() noexcept;
     bool Find(std::size_t attribute, const char* id, std::string_view& form) override;
+    ObjectFinder& Finder() const;
     void Check(int code) const
     {
         if (code != MDB_SUCCESS)
@@ -119,8 +125,7 @@ private:
     MDB_txn* m_txn = nullptr;
     /// Of the database that was put into last: it stands at the end, where the next one goes.
     Cursor m_cursor;
-    mutable Cursor m_finder;           ///< of the objects, for neighbours of the one found last
-    mutable std::uint64_t m_found = 0; ///< its number
+    mutable std::optional<ObjectFinder> m_finder;
     MDB_dbi m_description = 0;
     MDB_dbi m_objects = 0;
     std::vector<std::optional<MDB_dbi>> m_indexes;
