@@ -45,6 +45,7 @@ private:
         TemporalFields fields{};
         unsigned seen = 0;               ///< parts of the date
         o_4b sign = 0;                   ///< of an interval
+        const char* datePart = nullptr;  ///< where the last one stood
         const char* halfOfDay = nullptr; ///< where it stood
         bool afternoon = false;
     };
@@ -96,6 +97,8 @@ private:
             if (m_now.afternoon != (f.hour >= 12))
                 return Fail(m_now.halfOfDay);
         }
+        if (Kind() == TemporalKind::kTimeSpan && !IsSpanOfDays())
+            return Fail(m_now.datePart);
         if (!KindHasDate(Kind()) && Kind() != TemporalKind::kTimeSpan) {
             f.year = f.month = 0;
             if (Kind() != TemporalKind::kOdmgInterval)
@@ -104,6 +107,16 @@ private:
         if (Kind() == TemporalKind::kDate || Kind() == TemporalKind::kOdmgDate)
             f.hour = f.minute = f.second = 0;
         return true;
+    }
+
+    /// True where counting gives these years, months and days: only the first that is not 0 may be
+    /// negative. Others would come back from their own text as other fields.
+    bool IsSpanOfDays() const
+    {
+        const TemporalFields& f = m_now.fields;
+        TemporalFields counted = f;
+        SetSpanDays(counted, (f.year * 12 + f.month) * 30 + f.day);
+        return counted.year == f.year && counted.month == f.month && counted.day == f.day;
     }
 
     bool Literal(char c)
@@ -207,6 +220,7 @@ private:
     bool DatePart(unsigned part, const char* start)
     {
         m_now.seen |= part;
+        m_now.datePart = start;
         if (m_now.seen != kWholeDate || !KindHasDate(Kind()))
             return true;
         const TemporalFields& f = m_now.fields;
