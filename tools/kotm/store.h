@@ -74,7 +74,7 @@ public:
 
     /// The record of an object; false where there is none.
     bool Find(const char* id, std::string_view& record) const;
-    /// Looks up from now on as a store does that was just opened: for measurements.
+    /// Looks up from now on as a store does that was just opened: for measurements and tests.
     void ForgetPlaces() { m_finder.reset(); }
     /// Has the processor fetch what Find will look at for the object of that number.
     void Fetch(std::uint64_t number) const { Finder().Fetch(number); }
