@@ -250,6 +250,9 @@ private:
     {
         const char* start = m_now.pos;
         o_4b days;
+        // A wildcard stands for three fields, and no count gives all three.
+        if (IsAt('*'))
+            return Fail(start);
         if (!Number(days, 'J'))
             return false;
         if (Kind() == TemporalKind::kTimeSpan)
