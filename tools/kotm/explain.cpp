@@ -3,6 +3,7 @@
 #include "failure.h"
 #include "output.h"
 #include "planner.h"
+#include "visible.h"
 
 #include <nlohmann/json.hpp>
 
@@ -71,9 +72,10 @@ public:
             {m_predicate, "", "", "", "", "", Percent(m_plan.share), Percent(Share(m_found))}));
         writer->Finish();
         if (m_plan.range)
-            out << "\nplan: index on " << m_schema.Name(m_plan.range->attribute) << ", from "
-                << Low(*m_plan.range) << " to " << High(*m_plan.range) << ", about "
-                << Percent(m_plan.rangeShare) << " of its entries\n";
+            out << "\nplan: index on " << Visible(m_schema.Name(m_plan.range->attribute))
+                << ", from " << Visible(Low(*m_plan.range)) << " to "
+                << Visible(High(*m_plan.range)) << ", about " << Percent(m_plan.rangeShare)
+                << " of its entries\n";
         else
             out << "\nplan: all objects\n";
         out << "read " << m_read << ", found " << m_found << " of " << m_objects << '\n';
@@ -165,7 +167,9 @@ private:
             return text + " is null";
         if (condition.kind == Predicate::Kind::IsNotNull)
             return text + " is not null";
-        const std::string value = Printed(condition.attribute, condition.form);
+        const std::string value = condition.outside == Outside::No
+                                      ? Printed(condition.attribute, condition.form)
+                                      : condition.written;
         text += std::string(" ") + Symbol(condition.op) + " " +
                 (ValueType(condition.type).IsText() ? "\"" + value + "\"" : value);
         text += (condition.cmpOp & kIgnoreCase) != 0 ? "i" : "";

@@ -1,17 +1,19 @@
 #include "importer.h"
 
+#include "arguments.h"
 #include "columnreader.h"
 #include "csvreader.h"
 #include "failure.h"
+#include "filekind.h"
 #include "indexbuilder.h"
 #include "store.h"
+#include "visible.h"
 
 #include <sys/stat.h>
 
 #include <algorithm>
 #include <fstream>
 #include <ostream>
-#include <sstream>
 
 namespace kotm
 {
@@ -56,12 +58,12 @@ public:
                 return;
             m_told = m_count;
             if (m_count <= kShownRejects)
-                m_messages << "rejected: " << Place(position) << ": " << reason << '\n';
+                m_messages << "rejected: " << Place(position) << ": " << Visible(reason) << '\n';
             else if (m_count == kShownRejects + 1)
                 m_messages << "further rejected rows are not shown; --rejects FILE keeps them\n";
             return;
         }
-        m_file << "# " << Place(position) << ": " << reason << "; " << csv.RowLength()
+        m_file << "# " << Place(position) << ": " << Visible(reason) << "; " << csv.RowLength()
                << " bytes follow\n";
         char last = 0;
         for (std::uint64_t at = 0; at < csv.RowLength();) {
@@ -141,15 +143,17 @@ bool Exists(const std::string& path)
 std::vector<std::size_t> MapColumns(CsvReader& csv, const std::string& path, const Schema& schema,
                                     std::size_t& fields)
 {
-    switch (csv.Next()) {
-    case CsvReader::Result::Row:
-        break;
-    case CsvReader::Result::Malformed:
-        throw Failure(Exit::Usage,
-                      path + ": header: " + Place(csv.FaultPosition()) + ": " + csv.Reason());
-    case CsvReader::Result::End:
+    const CsvReader::Result result = csv.Next();
+    if (result == CsvReader::Result::End)
         throw Failure(Exit::Usage, path + ": the file is empty, a header is expected");
-    }
+    const auto refuse = [&](const std::string& reason) {
+        const std::string strange = StrangeFile(
+            csv.RowBytes(0, 4096),
+            result == CsvReader::Result::Row ? csv.Fields() : std::vector<std::string_view>());
+        throw Failure(Exit::Usage, path + ": " + reason + (strange.empty() ? "" : "; ") + strange);
+    };
+    if (result == CsvReader::Result::Malformed)
+        refuse("header: " + Place(csv.FaultPosition()) + ": " + csv.Reason());
     const std::vector<std::string_view>& header = csv.Fields();
     fields = header.size();
     std::vector<std::size_t> columns;
@@ -157,10 +161,9 @@ std::vector<std::size_t> MapColumns(CsvReader& csv, const std::string& path, con
         const auto found = std::find(header.begin(), header.end(), attribute.column);
         const bool missing = found == header.end();
         if (missing || std::find(found + 1, header.end(), attribute.column) != header.end()) {
-            std::ostringstream reason;
-            reason << path << ": the header has " << (missing ? "no" : "more than one")
-                   << " column \"" << attribute.column << "\" (attribute " << attribute.name << ')';
-            throw Failure(Exit::Usage, reason.str());
+            refuse(std::string("the header has ") + (missing ? "no" : "more than one") +
+                   " column " + Quoted(attribute.column) + " (attribute " + attribute.name +
+                   "), but " + Listed({header.begin(), header.end()}));
         }
         columns.push_back(static_cast<std::size_t>(found - header.begin()));
     }
@@ -184,10 +187,11 @@ public:
     {
         m_store = Exists(m_request.store) ? Store::OpenToAdd(m_request.store, mapBytes)
                                           : Store::Create(m_request.store, m_schema, mapBytes);
-        if (m_store->GetSchema().ToJson() != m_schema.ToJson())
-            throw Failure(Exit::Usage, m_request.store + ": holds class \"" +
-                                           m_store->GetSchema().name +
-                                           "\" with another schema than the one given");
+        const std::string difference = m_store->GetSchema().DifferenceTo(m_schema);
+        if (!difference.empty())
+            throw Failure(Exit::Usage,
+                          m_request.store +
+                              ": has another schema than the one given: " + difference);
         StartIndexes();
         Rejects rejects(m_request, m_messages, rejectsTold);
         const std::uint64_t before = m_store->Counts().objects;

@@ -60,6 +60,22 @@ Operator Negated(Operator op)
     return op;
 }
 
+/// What a number outside of its type makes of a comparison: all values meet it, or none.
+bool IsMetByAll(Operator op, Outside outside)
+{
+    switch (op) {
+    case Operator::Equal:
+        return false;
+    case Operator::NotEqual:
+        return true;
+    case Operator::Less:
+    case Operator::LessEqual:
+        return outside == Outside::Above;
+    default:
+        return outside == Outside::Below;
+    }
+}
+
 unsigned QueryBits(Operator op)
 {
     switch (op) {
@@ -199,6 +215,15 @@ private:
     {
         const Condition& condition = *term.condition;
         const Operator op = term.negated ? Negated(condition.op) : condition.op;
+        if (condition.outside != Outside::No) {
+            const bool all = IsMetByAll(op, condition.outside);
+            term.share = all ? 1.0 : 0.0;
+            if (indexed && all)
+                term.range = {condition.attribute, {"", true}, std::nullopt, true};
+            else if (indexed)
+                term.range = IndexRange::None(condition.attribute);
+            return;
+        }
         if (!indexed) {
             term.share = op == Operator::Equal      ? kEqualShare
                          : op == Operator::NotEqual ? 1.0 - kEqualShare

@@ -26,6 +26,9 @@ struct IndexRange {
 
     /// The whole index, null values included.
     static IndexRange All(std::size_t attribute);
+    /// No entry at all.
+    static IndexRange None(std::size_t attribute);
+    bool IsNone() const { return high && high->form.empty() && high->behind == low.behind; }
 };
 
 enum class ScanOrder {
