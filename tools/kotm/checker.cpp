@@ -3,6 +3,7 @@
 #include "failure.h"
 #include "pagecheck.h"
 #include "store.h"
+#include "visible.h"
 
 #include <algorithm>
 #include <ostream>
@@ -54,7 +55,7 @@ private:
     void Fault(const std::string& what)
     {
         if (++m_faults <= kShownFaults)
-            m_out << "fault: " << what << '\n';
+            m_out << "fault: " << Visible(what) << '\n';
     }
 
     void Expect(std::uint64_t found, std::uint64_t expected, const std::string& what,

@@ -93,6 +93,24 @@ Truth Condition::Evaluate(const RecordReader& record) const
     return Truth::Unknown;
 }
 
+std::string Condition::ShownEnd() const
+{
+    if ((cmpOp & kPlainOperator) != 0)
+        return "\"" + written + "\"" + Suffixes();
+    std::string shown = "below ";
+    for (std::size_t i = 0; i < written.size() && written[i] != '*' && written[i] != '?'; ++i) {
+        i += written[i] == '\\' && i + 1 < written.size() ? 1 : 0;
+        shown.push_back(written[i]);
+    }
+    return shown + "...";
+}
+
+std::string Condition::Suffixes() const
+{
+    return std::string((cmpOp & kIgnoreCase) != 0 ? "i" : "") +
+           ((cmpOp & kIgnoreAccents) != 0 ? "a" : "");
+}
+
 void Condition::Need(RecordReader& record) const
 {
     if (parts.empty())

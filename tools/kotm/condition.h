@@ -30,7 +30,7 @@ struct Condition {
     unsigned short cmpOp = 0;
     std::string form; ///< the literal's persistent form; empty for one outside of its type
     Outside outside = Outside::No;
-    std::string written; ///< the literal's text
+    std::string written; ///< the literal's text, as Literal has it
 
     /// Throws Failure (Exit::Usage) that shows the place in `text` for an unknown attribute and a
     /// literal that is no value of the attribute's type.
@@ -38,6 +38,12 @@ struct Condition {
 
     /// True where the object belongs to the answer only if this is Truth::True.
     Truth Evaluate(const RecordReader& record) const;
+
+    /// The end of the texts that are equal to the literal, as a person would write it: "below
+    /// The..." for "The*", and the literal with its suffixes for another.
+    std::string ShownEnd() const;
+    /// The letters behind the literal that change how texts are compared.
+    std::string Suffixes() const;
 
     /// Tells `record` what Evaluate looks at.
     void Need(RecordReader& record) const;

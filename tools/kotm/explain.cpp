@@ -109,7 +109,7 @@ public:
                                {"estimated", m_plan.share}, {"true", Share(m_found)},
                                {"plan", std::move(plan)},   {"found", m_found},
                                {"objects", m_objects}};
-        out << all.dump(2, ' ', false, ordered_json::error_handler_t::replace) << '\n';
+        out << VisibleJson(all.dump(2, ' ', false, ordered_json::error_handler_t::replace)) << '\n';
     }
 
 private:
@@ -172,9 +172,7 @@ private:
                                       : condition.written;
         text += std::string(" ") + Symbol(condition.op) + " " +
                 (ValueType(condition.type).IsText() ? "\"" + value + "\"" : value);
-        text += (condition.cmpOp & kIgnoreCase) != 0 ? "i" : "";
-        text += (condition.cmpOp & kIgnoreAccents) != 0 ? "a" : "";
-        return text;
+        return text + condition.Suffixes();
     }
 
     std::string Lowest(const PlanTerm& term) const { return End(term, term.lowest); }
@@ -186,16 +184,23 @@ private:
     }
     std::string From(const PlanTerm& term) const { return term.range ? Low(*term.range) : ""; }
     std::string To(const PlanTerm& term) const { return term.range ? High(*term.range) : ""; }
-    /// An open end is the first or last value.
+    /// An open end is the first or last value; a range that holds nothing has neither.
     std::string Low(const IndexRange& range) const
     {
+        if (range.IsNone())
+            return "(none)";
         if (range.low.form.empty())
             return range.low.behind ? "(first)" : "null";
         return Printed(range.attribute, range.low.form);
     }
     std::string High(const IndexRange& range) const
     {
-        return range.high ? Printed(range.attribute, range.high->form) : "(last)";
+        if (range.IsNone())
+            return "(none)";
+        if (!range.high)
+            return "(last)";
+        return range.high->shown.empty() ? Printed(range.attribute, range.high->form)
+                                         : range.high->shown;
     }
 
     static std::vector<Cell> Cells(const std::array<std::string, 8>& texts)

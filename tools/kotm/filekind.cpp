@@ -5,7 +5,7 @@
 namespace kotm
 {
 
-std::string StrangeFile(std::string_view start, const std::vector<std::string_view>& fields)
+std::string StrangeEncoding(std::string_view start)
 {
     using namespace std::string_view_literals;
     static constexpr struct {
@@ -23,6 +23,11 @@ std::string StrangeFile(std::string_view start, const std::vector<std::string_vi
     }
     if (start.find('\0') != std::string_view::npos)
         return "the file has zero bytes and looks like UTF-16: it has to be UTF-8";
+    return {};
+}
+
+std::string StrangeSeparator(const std::vector<std::string_view>& fields)
+{
     static constexpr struct {
         char separator;
         const char* name;

@@ -8,10 +8,13 @@
 namespace kotm
 {
 
-/// What a file looks like whose first row is no header that is wanted, as a sentence for its user;
-/// empty where nothing strange is to be seen. `start` is what the file begins with, `fields` the
-/// fields of the row, if it has any.
-std::string StrangeFile(std::string_view start, const std::vector<std::string_view>& fields);
+// What is strange about a file whose first row is no header that is wanted, as a sentence for its
+// user; empty where nothing is.
+
+/// `start` is what the file begins with.
+std::string StrangeEncoding(std::string_view start);
+/// `fields` are those of the row.
+std::string StrangeSeparator(const std::vector<std::string_view>& fields);
 
 } // namespace kotm
 

@@ -147,10 +147,8 @@ std::vector<std::size_t> MapColumns(CsvReader& csv, const std::string& path, con
     if (result == CsvReader::Result::End)
         throw Failure(Exit::Usage, path + ": the file is empty, a header is expected");
     const auto refuse = [&](const std::string& reason) {
-        const std::string strange = StrangeFile(
-            csv.RowBytes(0, 4096),
-            result == CsvReader::Result::Row ? csv.Fields() : std::vector<std::string_view>());
-        throw Failure(Exit::Usage, path + ": " + reason + (strange.empty() ? "" : "; ") + strange);
+        const std::string strange = StrangeEncoding(csv.RowBytes(0, 4096));
+        throw Failure(Exit::Usage, path + ": " + (strange.empty() ? reason : strange));
     };
     if (result == CsvReader::Result::Malformed)
         refuse("header: " + Place(csv.FaultPosition()) + ": " + csv.Reason());
@@ -161,9 +159,11 @@ std::vector<std::size_t> MapColumns(CsvReader& csv, const std::string& path, con
         const auto found = std::find(header.begin(), header.end(), attribute.column);
         const bool missing = found == header.end();
         if (missing || std::find(found + 1, header.end(), attribute.column) != header.end()) {
+            const std::string separator = StrangeSeparator(header);
             refuse(std::string("the header has ") + (missing ? "no" : "more than one") +
                    " column " + Quoted(attribute.column) + " (attribute " + attribute.name +
-                   "), but " + Listed({header.begin(), header.end()}));
+                   "); it has " + Listed({header.begin(), header.end()}) +
+                   (separator.empty() ? "" : "; ") + separator);
         }
         columns.push_back(static_cast<std::size_t>(found - header.begin()));
     }

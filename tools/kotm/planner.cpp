@@ -258,6 +258,8 @@ private:
             range.low = edge(narrowed.low, narrowed.lowLen, plain && op == Operator::Greater);
         if (hasHigh)
             range.high = edge(narrowed.high, narrowed.highLen, !plain || op != Operator::Less);
+        if (hasHigh && !plain)
+            range.high->shown = condition.ShownEnd();
         range.exact =
             plain && op != Operator::NotEqual && hasLow == wantsLow && hasHigh == wantsHigh;
     }

@@ -221,10 +221,7 @@ std::string Schema::NoAttribute(const std::string& attribute) const
     names.reserve(attributes.size());
     for (const Attribute& candidate : attributes)
         names.push_back(candidate.name);
-    const std::string nearest = Nearest(attribute, names);
-    return "class " + name + " has no attribute " + Quoted(attribute) +
-           (nearest.empty() ? "; it has " + Listed(names)
-                            : "; did you mean " + Quoted(nearest) + "?");
+    return "class " + name + " has no attribute " + Quoted(attribute) + "; it has " + Listed(names);
 }
 
 } // namespace kotm

@@ -26,7 +26,7 @@ void AppendVisible(std::string& visible, std::string_view utf8, std::size_t& at)
         return;
     }
     char code[8];
-    if (character > 0xFF)
+    if (character >= 0x80)
         std::snprintf(code, sizeof code, "\\u%04X", static_cast<unsigned>(character) & 0xFFFF);
     else
         std::snprintf(code, sizeof code, "\\x%02X",

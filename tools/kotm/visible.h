@@ -12,7 +12,7 @@ namespace kotm
 /// direction of writing, a byte order mark, and -1, which is no character.
 bool IsHidden(int character) noexcept;
 
-/// A text for people: hidden characters stand as their codes, \n, \t, \x1B or \u2028, and bytes
+/// A text for people: hidden characters stand as their codes, \n, \t, \x1B or \u009B, and bytes
 /// that are no UTF-8 as \xFF. No text of a file speaks to the terminal then.
 std::string Visible(std::string_view utf8);
 
