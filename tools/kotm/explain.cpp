@@ -1,6 +1,7 @@
 #include "explain.h"
 
 #include "failure.h"
+#include "operators.h"
 #include "output.h"
 #include "planner.h"
 #include "visible.h"
@@ -24,25 +25,6 @@ std::string Percent(double share)
     char text[32];
     std::snprintf(text, sizeof text, "%.4g %%", share * 100.0);
     return text;
-}
-
-const char* Symbol(Operator op)
-{
-    switch (op) {
-    case Operator::Equal:
-        return "=";
-    case Operator::NotEqual:
-        return "!=";
-    case Operator::Less:
-        return "<";
-    case Operator::LessEqual:
-        return "<=";
-    case Operator::Greater:
-        return ">";
-    case Operator::GreaterEqual:
-        return ">=";
-    }
-    return "";
 }
 
 class Explainer

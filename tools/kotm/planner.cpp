@@ -1,5 +1,7 @@
 #include "planner.h"
 
+#include "operators.h"
+
 #include <kotypevl.h>
 
 #include <algorithm>
@@ -40,60 +42,6 @@ struct Estimate {
     std::map<std::size_t, Part> parts;    ///< by attribute; those without a part are not limited
     std::optional<std::size_t> attribute; ///< the only one that it asks about
 };
-
-Operator Negated(Operator op)
-{
-    switch (op) {
-    case Operator::Equal:
-        return Operator::NotEqual;
-    case Operator::NotEqual:
-        return Operator::Equal;
-    case Operator::Less:
-        return Operator::GreaterEqual;
-    case Operator::LessEqual:
-        return Operator::Greater;
-    case Operator::Greater:
-        return Operator::LessEqual;
-    case Operator::GreaterEqual:
-        return Operator::Less;
-    }
-    return op;
-}
-
-/// What a number outside of its type makes of a comparison: all values meet it, or none.
-bool IsMetByAll(Operator op, Outside outside)
-{
-    switch (op) {
-    case Operator::Equal:
-        return false;
-    case Operator::NotEqual:
-        return true;
-    case Operator::Less:
-    case Operator::LessEqual:
-        return outside == Outside::Above;
-    default:
-        return outside == Outside::Below;
-    }
-}
-
-unsigned QueryBits(Operator op)
-{
-    switch (op) {
-    case Operator::Equal:
-        return KoQOP_EQUAL;
-    case Operator::NotEqual:
-        return KoQOP_LESS | KoQOP_GREATER;
-    case Operator::Less:
-        return KoQOP_LESS;
-    case Operator::LessEqual:
-        return KoQOP_LESS | KoQOP_EQUAL;
-    case Operator::Greater:
-        return KoQOP_GREATER;
-    case Operator::GreaterEqual:
-        return KoQOP_GREATER | KoQOP_EQUAL;
-    }
-    return 0;
-}
 
 /// The order of two edges; the null value's empty form is the lowest.
 int EdgeOrder(o_char type, const Edge& a, const Edge& b)
