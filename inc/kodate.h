@@ -1,6 +1,7 @@
 #ifndef KODATE_H
 #define KODATE_H
 
+#include "kobeside.h"
 #include "kostring.h"
 #include "kotemporal.h"
 
@@ -19,7 +20,11 @@ enum KoDaysOfTheWeek { Monday, Tuesday, Wednesday, Thursday, Friday, Saturday, S
 ///
 /// Elements are compared by KoDateCompare; their persistent form is the year in the byte order of
 /// the format, the month and the day: 4 bytes.
-class KoDate : public KoTemporal<KoDate>
+///
+/// The null date is carried through day numbers like any other: null plus a day has the fields
+/// 32757, 0 and -7, and is no longer null. Ask IsNullValue first. An integer beside a date in a
+/// comparison is a day number, and in a sum a count of days, of which the low 32 bits count.
+class KoDate : public KoTemporal<KoDate>, public KoCountBeside<KoDate>
 {
 public:
     /// Today's local date; null when the clock has none.

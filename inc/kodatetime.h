@@ -7,6 +7,10 @@
 
 /// A date and a time of day in whole seconds, of the persistent type KoDATIME_T.
 ///
+/// A KoDate where one is asked for becomes that date at the current local time, a KoTime that time
+/// today. So `dateTime == date` reads the clock and depends on it; `dateTime.Date() == date` does
+/// not. A KoDateTimeN takes a date at midnight instead, and a time without a date.
+///
 /// Elements are compared by KoDateTimeCompare. Their persistent form is the year in the byte order
 /// of the format and one byte for each of month, day, hour, minute and second: 7 bytes; in memory
 /// an element takes 8.

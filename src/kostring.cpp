@@ -33,6 +33,20 @@ unsigned KoUnitsBeforeZero(const char* text, unsigned width, unsigned limit)
     return i;
 }
 
+namespace
+{
+
+template <class Unit>
+unsigned UnitsIn(const Unit* s, unsigned limit)
+{
+    unsigned count = 0;
+    while (s != nullptr && count < limit && s[count] != 0)
+        ++count;
+    return count;
+}
+
+} // namespace
+
 // The terminator may come before `limit`, and nothing behind it is there to be read.
 KoString::Piece KoString::Piece::Of(const char* s, unsigned limit)
 {
@@ -44,10 +58,12 @@ KoString::Piece KoString::Piece::Of(const char* s, unsigned limit)
 
 KoString::Piece KoString::Piece::Of(const unsigned short* s, unsigned limit)
 {
-    unsigned count = 0;
-    while (s != nullptr && count < limit && s[count] != 0)
-        ++count;
-    return {s, count, GetDefault16CodeSet()};
+    return {s, UnitsIn(s, limit), GetDefault16CodeSet()};
+}
+
+KoString::Piece KoString::Piece::Of(const char16_t* s, unsigned limit)
+{
+    return {s, UnitsIn(s, limit), GetDefault16CodeSet()};
 }
 
 void KoStringAccess::Set(KoString& string, const KoText& text)
@@ -115,6 +131,22 @@ KoString::KoString(const unsigned short* s, unsigned short n)
     : m_codeSet(GetDefault16CodeSet()), m_language(GetDefaultLanguage())
 {
     Become(Piece::Of(s, n), m_codeSet, m_language);
+}
+
+KoString::KoString(const char16_t* s, unsigned short n)
+    : m_codeSet(GetDefault16CodeSet()), m_language(GetDefaultLanguage())
+{
+    Become(Piece::Of(s, n), m_codeSet, m_language);
+}
+
+KoString::KoString(const KoChar& c) : KoString()
+{
+    if (c.IsInvalid())
+        return;
+    const unsigned short code = c.Code();
+    const char byte = static_cast<char>(code);
+    Become(c.Width() == 1 ? Piece::Of(byte, 1, c.CodeSet()) : Piece::Of(code, 1, c.CodeSet()),
+           c.CodeSet(), c.Language());
 }
 
 void KoString::Init()

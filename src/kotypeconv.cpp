@@ -8,7 +8,7 @@
 // ---- conversion records
 
 KoTypeConvertData* KoTypeConvertData::Make(o_char typeId, unsigned count, void* data,
-                                           KoTypeMgr* manager)
+                                           const KoTypeMgr* manager)
 {
     auto* record = new KoTypeConvertData{manager, data, count, typeId};
     if (record == nullptr)
@@ -36,17 +36,7 @@ KoString* KoTypeConvertData::GetString(int index) const
     return static_cast<KoString*>(data) + index;
 }
 
-void* KoTypeConvertData::operator new(std::size_t size) noexcept
-{
-    return KoAlloc(size);
-}
-
-void KoTypeConvertData::operator delete(void* memory) noexcept
-{
-    KoFree(memory);
-}
-
-KoTypeConvertData* KoTypeMgr::ConvertTo(o_char id, void* value, unsigned count)
+KoTypeConvertData* KoTypeMgr::ConvertTo(o_char id, void* value, unsigned count) const
 {
     KoTypeConvertData* record =
         Slot(TypeOf(*m_table, id), &KoTypeDescriptor::convertTo)(value, count);
@@ -55,7 +45,7 @@ KoTypeConvertData* KoTypeMgr::ConvertTo(o_char id, void* value, unsigned count)
     return record;
 }
 
-void* KoTypeMgr::ConvertFrom(o_char id, KoTypeConvertData* data, unsigned count)
+void* KoTypeMgr::ConvertFrom(o_char id, KoTypeConvertData* data, unsigned count) const
 {
     if (data != nullptr)
         data->manager = this;
@@ -160,7 +150,7 @@ KoString Piece(const KoString& text, unsigned begin, unsigned end)
 
 } // namespace
 
-KoString* KoTypeMgr::ConvertToKoStringOld(void* value, o_char id, unsigned count)
+KoString* KoTypeMgr::ConvertToKoStringOld(void* value, o_char id, unsigned count) const
 {
     const std::unique_ptr<KoTypeConvertData> record(ConvertTo(id, value, count));
     if (record == nullptr)
@@ -178,7 +168,7 @@ KoString* KoTypeMgr::ConvertToKoStringOld(void* value, o_char id, unsigned count
     return joined;
 }
 
-void* KoTypeMgr::ConvertFromKoStringOld(KoString* text, o_char id, unsigned count)
+void* KoTypeMgr::ConvertFromKoStringOld(KoString* text, o_char id, unsigned count) const
 {
     const unsigned length = text->Len();
     const unsigned short delimiter = length == 0 ? ',' : CharAt(*text, length - 1);

@@ -23,12 +23,12 @@ void KoTypeMgr::SetFactory(unsigned factory)
     m_factory = static_cast<unsigned short>(factory);
 }
 
-void* KoTypeMgr::operator new(std::size_t size) noexcept
+void* KoHeapObject::operator new(std::size_t size) noexcept
 {
     return KoAlloc(size);
 }
 
-void KoTypeMgr::operator delete(void* memory) noexcept
+void KoHeapObject::operator delete(void* memory) noexcept
 {
     KoFree(memory);
 }

@@ -46,7 +46,7 @@ int KoTypeMgr::DiskIsNullValue(o_char, void*) const
     return KoRC_NOT_SUPPORTED;
 }
 
-int KoTypeMgr::SetNullValue(o_char id, void* value)
+int KoTypeMgr::SetNullValue(o_char id, void* value) const
 {
     const KoTypeDescriptor& type = TypeOf(*m_table, id);
     if (type.setNull != nullptr) {
@@ -73,7 +73,7 @@ int KoTypeMgr::SetNullValue(o_char id, void* value)
 // ---- sequences
 
 int KoTypeMgr::GetValue(o_char id, void* value, unsigned length, unsigned char format,
-                        unsigned char kind)
+                        unsigned char kind) const
 {
     if (kind != 'M' && kind != 'N' && kind != 'O')
         return KoRC_NOT_SUPPORTED;
@@ -101,7 +101,7 @@ int KoTypeMgr::GetValue(o_char id, void* value, unsigned length, unsigned char f
 // ---- time stamps
 
 int KoTypeMgr::StoreTimeStamp(o_char id, void* destination, unsigned char format,
-                              KoTimeStampRec* clock)
+                              KoTimeStampRec* clock) const
 {
     if (clock == nullptr || SupportsCapability(id, KoCAP_TIMESTAMP) == 0)
         return KoRC_NOT_SUPPORTED;
