@@ -21,6 +21,7 @@
 class KoString;
 class KoTypeMgr;
 struct KoIdxBounds;
+struct KoTimeStampRec;
 struct KoTypeConvertData;
 
 /// Array of `count` new elements; null when memory runs out.
@@ -68,6 +69,9 @@ using KoGetValueFunc = int (*)(void* value, unsigned length, unsigned char forma
 using KoParseFunc = int (*)(void* value, const KoString& text, const char* format,
                             unsigned& errorAt);
 
+/// Makes the element at `value`, in memory form, a reading of the clock.
+using KoStampFunc = void (*)(void* value, const KoTimeStampRec& clock);
+
 /// The slots of a type's record in their order: field type, field name. The order is part of
 /// the interface.
 // clang-format off
@@ -114,7 +118,11 @@ struct KoTypeDescriptor {
 
 /// What a type offers beyond the fixed record.
 struct KoTypeExtension {
-    KoParseFunc parse;
+    KoParseFunc parse;       ///< absent: the type has no strict reader
+    KoStampFunc stamp;       ///< absent: the type takes no clock reading
+    KoPrintFunc printsArray; ///< a print function that makes one text of an array; null: none does
+    bool isIntegral;         ///< holds an integral number
+    bool stepsInEveryForm;   ///< `getValue` is handed values as they are, stored ones too
 };
 
 /// A table of types: entry n belongs to id n, null where the id has no type.
@@ -122,8 +130,7 @@ struct KoTypeTable {
     KoTypeDescriptor* entry[KoTYPE_COUNT];
 };
 
-/// Prints characters ("o_char") as one text. KoTypeMgr::PrintToKoString knows the function: it
-/// alone takes an array at once.
+/// Prints characters ("o_char"), of which an array is one text.
 KOTMS_API KoString& CharPrintToKoString(KoString& text, void* value, const char* format,
                                         unsigned count);
 

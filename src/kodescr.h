@@ -84,6 +84,10 @@ struct NoOps {
         return KoRC_NOT_SUPPORTED;
     }
     static constexpr KoParseFunc Parse = nullptr;
+    static constexpr KoStampFunc Stamp = nullptr;
+    static constexpr KoPrintFunc kPrintsArray = nullptr;
+    static constexpr bool kIsIntegral = false;
+    static constexpr bool kStepsInEveryForm = false;
 };
 
 /// The record of the type `id`. An operations class that names its value class as Value has the
@@ -133,7 +137,7 @@ consteval KoTypeDescriptor Describe(KoTypeId id)
 template <class Ops>
 consteval KoTypeExtension Extend()
 {
-    return {Ops::Parse};
+    return {Ops::Parse, Ops::Stamp, Ops::kPrintsArray, Ops::kIsIntegral, Ops::kStepsInEveryForm};
 }
 
 #define KO_TYPE_EXTEND(id, idName, descriptor, name, memLen, isFixed, printFormat)                 \

@@ -31,6 +31,7 @@ struct Int64Type {
     using Encoder = Int64Encoder;
     static constexpr KoTypeId kId = KoINT64_T;
     static constexpr unsigned kSize = 8;
+    static constexpr bool kIsIntegral = true;
     static constexpr bool kSteps = false; ///< by operations of its own
 
     static KoInt64 Read(const unsigned char* at, bool swap) noexcept

@@ -96,6 +96,8 @@ struct RefType {
 };
 
 struct ObjIdOps : IdentityOps<ObjIdType> {
+    static constexpr bool kIsIntegral = true;
+
     static int GetValue(void* value, unsigned, unsigned char format, unsigned char kind)
     {
         // In another form the bytes are no aligned value.

@@ -52,6 +52,19 @@ struct OdmgTimestampElements {
     }
 };
 
+/// A reading of the clock, in the default zone. Its fraction counts as whole seconds: the sum is
+/// not scaled, and stored stamps rely on it.
+inline d_Date StampDate(const KoTimeStampRec& clock)
+{
+    return {static_cast<o_2b>(clock.year), static_cast<o_u2b>(clock.month),
+            static_cast<o_u2b>(clock.day)};
+}
+inline d_Time StampTime(const KoTimeStampRec& clock)
+{
+    const float seconds = static_cast<float>(clock.second) + static_cast<float>(clock.fraction);
+    return {static_cast<o_u2b>(clock.hour), static_cast<o_u2b>(clock.minute), seconds};
+}
+
 /// The fields of a time, zone apart, into those of a text.
 void SetTimeFields(TemporalFields& fields, const d_Time& time);
 /// The time of a text's fields, in the default zone or another.

@@ -29,6 +29,7 @@ struct OdmgTimeType : OdmgTimeElements {
         return fields;
     }
     static d_Time FromFields(const TemporalFields& fields) { return TimeOfFields(fields); }
+    static d_Time FromStamp(const KoTimeStampRec& clock) { return StampTime(clock); }
 
     static KoString ToText(const d_Time& time)
     {

@@ -87,8 +87,9 @@ struct ScalarType {
     using Encoder = BaseEncoder;
     static constexpr KoTypeId kId = id;
     static constexpr unsigned kSize = sizeof(T);
+    static constexpr bool kIsIntegral = std::integral<T> && id != KoBLOCKID_T;
     /// Can be stepped through a sequence. An enum cannot, although it holds an integral number.
-    static constexpr bool kSteps = std::integral<T> && id != KoENUM_T && id != KoBLOCKID_T;
+    static constexpr bool kSteps = kIsIntegral && id != KoENUM_T;
 
     static T Read(const unsigned char* at, bool swap) noexcept { return KoReadNumber<T>(at, swap); }
 

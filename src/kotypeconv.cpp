@@ -38,8 +38,7 @@ KoString* KoTypeConvertData::GetString(int index) const
 
 KoTypeConvertData* KoTypeMgr::ConvertTo(o_char id, void* value, unsigned count) const
 {
-    KoTypeConvertData* record =
-        Slot(TypeOf(*m_table, id), &KoTypeDescriptor::convertTo)(value, count);
+    KoTypeConvertData* record = Call<&KoTypeDescriptor::convertTo>(*m_table, id, value, count);
     if (record != nullptr)
         record->manager = this;
     return record;
@@ -49,7 +48,7 @@ void* KoTypeMgr::ConvertFrom(o_char id, KoTypeConvertData* data, unsigned count)
 {
     if (data != nullptr)
         data->manager = this;
-    return Slot(TypeOf(*m_table, id), &KoTypeDescriptor::convertFrom)(data, count);
+    return Call<&KoTypeDescriptor::convertFrom>(*m_table, id, data, count);
 }
 
 // ---- text under a format
@@ -63,7 +62,7 @@ KoString& KoTypeMgr::PrintToKoString(o_char id, KoString& text, void* value, con
     const KoPrintFunc print = type->printToKoString;
     if (format == nullptr)
         format = type->printFormat;
-    if (count < 2 || print == CharPrintToKoString)
+    if (count < 2 || print == ExtensionOf(*m_table, id).printsArray)
         return print(text, value, format, count);
     for (unsigned i = 0; i < count; ++i) {
         // In the code set of the whole text: another one may lack characters that this one has.
@@ -189,5 +188,5 @@ void* KoTypeMgr::ConvertFromKoStringOld(KoString* text, o_char id, unsigned coun
     }
     // The last character is a delimiter, so every character has been taken.
     text->Cut(0, static_cast<short>(KoString::kToEnd));
-    return Slot(TypeOf(*m_table, id), &KoTypeDescriptor::convertFrom)(&record, count);
+    return Call<&KoTypeDescriptor::convertFrom>(*m_table, id, &record, count);
 }
