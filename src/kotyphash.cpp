@@ -2,6 +2,14 @@
 
 #include "koscalartype.h"
 
+// Signed bytes keep the hash that they had before the others got theirs.
+unsigned CharHash(unsigned char, unsigned length, void* value, unsigned count, int& status)
+{
+    return KoOlderHashWalk(length, value, 1, count, status, [](const unsigned char* element) {
+        return static_cast<o_u4b>(o_4b{static_cast<o_1b>(*element)});
+    });
+}
+
 #define KO_SCALAR_HASH(function, Type)                                                             \
     unsigned function(unsigned char format, unsigned length, void* value, unsigned count,          \
                       int& status)                                                                 \
@@ -9,7 +17,6 @@
         return HashScalars<Type>(format, length, value, count, status);                            \
     }
 
-KO_SCALAR_HASH(CharHash, CharType)
 KO_SCALAR_HASH(ByteHash, ByteType)
 KO_SCALAR_HASH(ShortHash, ShortType)
 KO_SCALAR_HASH(WordHash, WordType)
