@@ -46,8 +46,8 @@ std::size_t KoPrintFloating(char* out, std::size_t capacity, const char* format,
 
 /// The text of a number for which no format was asked: the fewest digits that read back as the same
 /// number of its type, 6.1 and not 6.0999999999999996, and of these the nearest ones. It has an
-/// exponent below 1e-4 and from 1e17 on, as "%.17g" has, so that whole numbers are written out; infinities and
-/// NaN are those of "%.17g". Returns the length, below that of the room.
+/// exponent below 1e-4 and from 1e17 on, as "%.17g" has, so that whole numbers are written out;
+/// infinities and NaN are those of "%.17g". Returns the length, below that of the room.
 inline constexpr std::size_t kRoomForShortest = 32;
 std::size_t KoPrintShortest(char (&out)[kRoomForShortest], float value);
 std::size_t KoPrintShortest(char (&out)[kRoomForShortest], double value);
