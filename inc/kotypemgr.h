@@ -140,6 +140,9 @@ public:
     float EvalAndBound(o_char id, KoIdxBounds* bounds, unsigned short& op, void* value,
                        unsigned char format, unsigned count, KoIdxBounds* newBounds,
                        KoEvalData* data) const;
+    /// Of `count` elements in `format`: equal values have equal hashes; see kotyphash.h for
+    /// `length` and `status`. A string alone has that of HashString. doc/formats.md says how all
+    /// are computed.
     unsigned Hash(o_char id, unsigned length, void* value, unsigned count, unsigned char format,
                   int& status) const;
     /// From one form to another; returns the bytes produced.

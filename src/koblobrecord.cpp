@@ -1,6 +1,6 @@
 #include "koblobrecord.h"
 
-#include "kohashwalk.h"
+#include "kohasher.h"
 #include "kostringrecord.h"
 
 #include <koencode.h>
@@ -35,26 +35,13 @@ unsigned SizeByTotal(o_4b total)
     return (total == kBlobNull ? 0 : static_cast<unsigned>(total)) + kBlobWord;
 }
 
-/// h = 9h + byte from the length on, so that zero bytes in front count.
-o_u4b HashOf(const KoBlobPart& part)
+/// The length and then the bytes that are held: zeros at the end count by the length.
+void AddHash(KoHasher& hasher, const KoBlobPart& part)
 {
     if (part.IsNull())
-        return kHashOfNull;
-    auto hash = static_cast<o_u4b>(part.length);
-    const unsigned char* at = part.bytes;
-    std::size_t left = part.held;
-    // Blocks with powers of 9 give the same value without a chain of multiplications.
-    constexpr o_u4b k9To2 = 81;
-    constexpr o_u4b k9To4 = 6561;
-    constexpr o_u4b k9To8 = 43046721;
-    for (; left >= 8; left -= 8, at += 8) {
-        const o_u4b first = (9U * at[0] + at[1]) * k9To2 + (9U * at[2] + at[3]);
-        const o_u4b second = (9U * at[4] + at[5]) * k9To2 + (9U * at[6] + at[7]);
-        hash = hash * k9To8 + (first * k9To4 + second);
-    }
-    for (; left > 0; --left, ++at)
-        hash = hash * 9 + *at;
-    return hash;
+        return hasher.Add(kHashWordOfNull);
+    hasher.Add(KoHashWord(part.length));
+    KoHashBytes(hasher, part.bytes, part.held);
 }
 
 } // namespace
@@ -230,9 +217,9 @@ o_u4b KoBlobHash(unsigned char format, unsigned length, const void* value, unsig
                  int& status)
 {
     status = KoRC_OK;
-    o_u4b hash = 0;
+    KoHasher hasher;
     if (count == 0)
-        return hash;
+        return hasher.Get();
     KoBlobWalk walk(format, length, value);
     for (unsigned i = 0; i < count && status == KoRC_OK; ++i) {
         KoBlobPart part;
@@ -242,7 +229,7 @@ o_u4b KoBlobHash(unsigned char format, unsigned length, const void* value, unsig
         else if (found != KoBlobFound::kWhole)
             status = KoRC_TRUNCATED;
         if (found == KoBlobFound::kWhole || found == KoBlobFound::kCut)
-            hash = hash * 9 + HashOf(part);
+            AddHash(hasher, part);
     }
-    return hash;
+    return hasher.Get();
 }

@@ -42,7 +42,10 @@ struct Int64Type {
     {
         return KoOrder(a.Get8b(), b.Get8b());
     }
-    static o_u4b HashBits(const KoInt64& n) noexcept { return KoHashBits(n.Get8b()); }
+    static void AddHash(KoHasher& hasher, const KoInt64& n) noexcept
+    {
+        hasher.Add(KoHashWord(n.Get8b()));
+    }
 };
 
 inline KoString& KoAppendNumber(KoString& text, const KoInt64& value, const char* format)

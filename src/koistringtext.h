@@ -1,6 +1,8 @@
 #ifndef KOISTRINGTEXT_H
 #define KOISTRINGTEXT_H
 
+#include "kohasher.h"
+
 #include <koistring.h>
 
 #include <cstring>
@@ -55,7 +57,7 @@ unsigned KoPutWeights(unsigned char* out, unsigned room, const KoIText& text,
                       const KoIWeights& weights);
 unsigned KoCountWeights(const KoIText& text, const KoIWeights& weights);
 
-/// h = 9h + w over the weights of a text under its own flag.
-o_u4b KoHashWeights(const KoIText& text, const KoIWeights& weights);
+/// The weights of a text under its own flag and a zero, as bytes that fill words of eight.
+void KoHashWeights(KoHasher& hasher, const KoIText& text, const KoIWeights& weights);
 
 #endif

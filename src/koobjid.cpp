@@ -35,7 +35,7 @@ struct ObjIdType {
     {
         return KoFirstByteDifference(StoredNumber(a), StoredNumber(b));
     }
-    static o_u4b HashBits(const KoObjId& id) { return id.low ^ id.high; }
+    static o_u4b OlderHashBits(const KoObjId& id) { return id.low ^ id.high; }
 };
 
 struct ClassIdType {
@@ -58,7 +58,10 @@ struct ClassIdType {
     {
         return KoFirstByteDifference(StoredPair(a), StoredPair(b));
     }
-    static o_u4b HashBits(const KoClassId& id) { return o_u4b{id.classNo} << 16 | id.version; }
+    static void AddHash(KoHasher& hasher, const KoClassId& id)
+    {
+        hasher.Add(o_u4b{id.classNo} << 16 | id.version);
+    }
 };
 
 struct RefType {
@@ -89,9 +92,10 @@ struct RefType {
         const int order = KoFirstByteDifference(StoredNumber(a), StoredNumber(b));
         return order != 0 ? order : KoFirstByteDifference(StoredPair(a + 10), StoredPair(b + 10));
     }
-    static o_u4b HashBits(const KoRef& ref)
+    static void AddHash(KoHasher& hasher, const KoRef& ref)
     {
-        return ref.low ^ ref.high ^ (o_u4b{ref.originId} << 16 | ref.classNo);
+        hasher.Add(o_u8b{ref.high} << 32 | ref.low);
+        hasher.Add(o_u4b{ref.originId} << 16 | ref.classNo);
     }
 };
 

@@ -13,8 +13,7 @@ using OdmgDateElements = PackedElements<TemporalLayout<true, 2>>;
 struct OdmgTimeElements {
     using Fields = TemporalLayout<false, 6>;
 
-    /// The fields as one number that orders as they do: the clock first, then the zone. Hashes are
-    /// made of it with its turned signs, and are stored.
+    /// The fields as one number that orders as they do: the clock first, then the zone.
     static o_u8b Key(const unsigned char* at) noexcept
     {
         const o_u8b clock = ReadOrdered<o_u4b>(at + 2, true);
@@ -29,9 +28,10 @@ struct OdmgTimeElements {
     {
         return Order(a, b);
     }
-    static o_u4b HashBits(const unsigned char* at, bool, bool) noexcept
+    static void AddHash(KoHasher& hasher, const unsigned char* at, bool, bool) noexcept
     {
-        return TemporalHashBits(Key(at), 0);
+        const o_u8b zone = ReadOrdered<o_u2b>(at, true);
+        hasher.Add(zone << 32 | ReadOrdered<o_u4b>(at + 2, true));
     }
 };
 
@@ -45,10 +45,10 @@ struct OdmgTimestampElements {
         const int order = OdmgDateElements::OrderStored<true>(a, b, big);
         return order != 0 ? order : OdmgTimeElements::Order(a + 4, b + 4);
     }
-    static o_u4b HashBits(const unsigned char* at, bool big, bool) noexcept
+    static void AddHash(KoHasher& hasher, const unsigned char* at, bool big, bool memory) noexcept
     {
-        const auto date = static_cast<o_u4b>(PackedFields<OdmgDateElements::Fields>(at, big));
-        return TemporalHashBits(OdmgTimeElements::Key(at + 4), date);
+        OdmgDateElements::AddHash(hasher, at, big, memory);
+        OdmgTimeElements::AddHash(hasher, at + 4, big, memory);
     }
 };
 

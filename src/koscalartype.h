@@ -103,7 +103,7 @@ struct ScalarType {
         return KoOrder(a, b);
     }
 
-    static o_u4b HashBits(T n) noexcept { return KoHashBits(n); }
+    static void AddHash(KoHasher& hasher, T n) noexcept { hasher.Add(KoHashWord(n)); }
 };
 
 using CharType = ScalarType<o_char, CharEncoder, Ko1B_T>;
@@ -143,8 +143,8 @@ o_u4b HashScalars(unsigned char format, unsigned length, const void* value, unsi
 {
     const auto walk = [&](auto swap) {
         return KoHashWalk(length, value, Type::kSize, count, status,
-                          [swap](const unsigned char* element) {
-                              return Type::HashBits(Type::Read(element, swap.value));
+                          [swap](KoHasher& hasher, const unsigned char* element) {
+                              Type::AddHash(hasher, Type::Read(element, swap.value));
                           });
     };
     return KoNeedsSwap(format) ? walk(std::true_type()) : walk(std::false_type());

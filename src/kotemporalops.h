@@ -126,9 +126,10 @@ struct TemporalOps : ElementOps<typename Type::Value, TemporalOps<Type>, Type::k
     {
         const bool big = IsBigEndian(format);
         const bool memory = (format & KoFMT_MEMORY) != 0;
-        return KoHashWalk(
-            length, value, Layout::Size(format), count, status,
-            [=](const unsigned char* element) { return Type::HashBits(element, big, memory); });
+        return KoHashWalk(length, value, Layout::Size(format), count, status,
+                          [=](KoHasher& hasher, const unsigned char* element) {
+                              Type::AddHash(hasher, element, big, memory);
+                          });
     }
 
     static float EvalAndBound(KoIdxBounds* bounds, unsigned short& op, void* value,

@@ -44,19 +44,6 @@ TEST(KoBlobRecord, CutArraysCompareAsFarAsTheyGo)
     EXPECT_EQ(status, KoRC_OK);
 }
 
-TEST(KoBlobRecord, HashesTakeBytesUnsignedAndInBlocksAsOneByOne)
-{
-    std::string bytes;
-    unsigned expected = 19;
-    for (unsigned i = 0; i < 19; ++i) {
-        bytes += static_cast<char>(200 + i);
-        expected = expected * 9 + 200 + i;
-    }
-    int status = 1;
-    KoBlob blob = Of(bytes);
-    EXPECT_EQ(KoTypeMgr().Hash(KoBLOB_T, 0, &blob, 1, KoFMT_MEMORY, status), expected);
-}
-
 // ---- text
 
 TEST(KoBlobText, LongestBlobInAText)
