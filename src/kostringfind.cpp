@@ -48,7 +48,7 @@ public:
         bool leftOut = false;
         unsigned tries = 0;
         // A try takes at most a step for each character of the pattern.
-        unsigned most = length <= kShort ? kNoLimit : (kShort * text.units + 4096) / length;
+        unsigned most = length <= kShort ? kNoLimit : (4 * text.units + 4096) / length;
         for (unsigned i = start; i + length <= text.units; ++i) {
             if (!bytes) {
                 const o_u2b order = codeSet.GetOrder(static_cast<o_u2b>(text.At(i)));

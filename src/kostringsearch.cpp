@@ -130,8 +130,8 @@ private:
     /// elements as the pattern's must be among those that begin with character `i`.
     bool IsWindow(unsigned i) const
     {
-        if (m_mode.wildcards)
-            return true;
+        if (m_mode.wildcards) // a pattern without any element has no run either
+            return m_patternKeys.Count() != 0 || m_elementOf[i] == m_keys.Count();
         const unsigned end = m_firstOrderOf[i] + m_pattern.units;
         const unsigned behind = m_elementOf[i] + m_firstPiece;
         if (behind > m_orderOf.Count() || (m_firstPiece != 0 && m_orderOf[behind - 1] >= end))

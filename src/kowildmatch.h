@@ -4,8 +4,6 @@
 #include "kocmpwalk.h"
 #include "kowildsearch.h"
 
-#include <limits>
-
 /// Matching a text against a pattern of keys. `Text` is a place in the text: Key(), which is 0 at
 /// the end, and Advance(); it may have Seek(pattern), which skips some places where the pattern
 /// cannot begin. `Pattern` is one in the pattern and has Kind() as well. Both are copied.
@@ -69,18 +67,23 @@ template <class Text, class Pattern>
 }
 
 /// Going back to the last run suffices: if the pattern up to that run fits at all, it fits at the
-/// first place where it does. That is the quickest way for a word. Where it has taken long enough,
-/// a search takes over from there that does not go back; only when it has no memory does this one
-/// go on, which takes at most the product of the two lengths. Inlined: handing the places over
-/// takes as long as matching a word.
+/// first place where it does. That is the quickest way for a word. After some tries a search takes
+/// over from there that does not go back; only when it has no memory does this one go on, which
+/// takes at most the product of the two lengths. Inlined: handing the places over takes as long as
+/// matching a word.
 template <class Text, class Pattern>
 [[gnu::always_inline]] inline KoMatch KoMatchWildcards(Text text, Pattern pattern)
 {
     Text retryText = text;
     Pattern retryPattern = pattern;
     bool retry = false;
-    int steps = 0;
-    constexpr int kMostSteps = 512;
+    unsigned tries = 0;
+    // A place that can seek has a short pattern.
+    constexpr unsigned kMostTries = requires
+    {
+        text.Seek(pattern);
+    }
+    ? 32 : 8;
     // A place where the literal behind the run cannot begin need not be tried.
     const auto seek = [&retryText, &retryPattern] {
         if (retryPattern.Kind() != KoPatternKind::kLiteral)
@@ -114,17 +117,16 @@ template <class Text, class Pattern>
                 return {true};
             text.Advance();
             pattern.Advance();
-            ++steps;
             continue;
         }
         // From a later place less of the text is left.
         if (!retry || key == 0)
             return {false, key, pattern.Key(), retry};
         retryText.Advance();
-        if (steps > kMostSteps) [[unlikely]] {
-            if (KoMatch match; KoSearchWildcards(retryText, retryPattern, match))
+        if (++tries == kMostTries) [[unlikely]] {
+            const Pattern behindRun = retryPattern; // which stays in registers
+            if (KoMatch match; KoSearchWildcards(retryText, behindRun, match))
                 return match;
-            steps = std::numeric_limits<int>::min();
         }
         seek();
         text = retryText;
