@@ -250,21 +250,20 @@ bool Matches(const std::u16string& text, const std::u16string& pattern)
 {
     // can[j]: the text so far matches the first j of the pattern.
     const std::size_t n = pattern.size();
-    std::vector<char> can(n + 1);
-    can[0] = 1;
+    bool can[2048] = {true};
     for (std::size_t j = 0; j < n && pattern[j] == 1; ++j)
         can[j + 1] = true;
     for (const char16_t c : text) {
-        bool diagonal = can[0] != 0;
-        can[0] = 0;
+        bool diagonal = can[0];
+        can[0] = false;
         for (std::size_t j = 0; j < n; ++j) {
-            const bool above = can[j + 1] != 0;
-            can[j + 1] = pattern[j] == 1 ? above || can[j] != 0
+            const bool above = can[j + 1];
+            can[j + 1] = pattern[j] == 1 ? above || can[j]
                                          : diagonal && (pattern[j] == 2 || pattern[j] == c);
             diagonal = above;
         }
     }
-    return can[n] != 0;
+    return can[n];
 }
 
 TEST(StrCmp, WildcardsMatchAsASimpleMatcherDoes)
