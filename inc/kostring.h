@@ -320,8 +320,10 @@ KOTMS_API unsigned StringStore(void* destination, const void* source, unsigned c
                                unsigned count);
 
 /// Reads `count` strings into constructed ones; the bytes consumed, which for the older layout are
-/// always those of the whole array. Reads nothing outside the records, whatever their characters
-/// are; a record's length is trusted. A string for which there is no memory stays as it was.
+/// always those of the whole array. For a `count` of 0 the first record is still looked at: the
+/// result is 0, but the bytes of the whole array in the older layout. Reads nothing outside the
+/// records, whatever their characters are; a record's length is trusted. A string for which there
+/// is no memory stays as it was.
 KOTMS_API unsigned StringLoad(void* destination, const void* source, unsigned char format,
                               unsigned count);
 

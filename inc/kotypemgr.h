@@ -105,7 +105,9 @@ public:
     /// Element `index` of an array; null for an index of `count` and more (a count of 0 is no
     /// bound) and for an id without a type.
     void* GetArrayElement(o_char id, void* base, unsigned index, unsigned count) const;
-    /// The text that stands for null in printed text, "{NULL}" at first; of the whole process.
+    /// The text that stands for null in printed text, "{NULL}" at first; of the whole process. Read
+    /// text is compared with it character by character, whatever the default operator word is and
+    /// without wildcards. An empty one stands for nothing: then no text is null because of it.
     static const KoString& GetNullPrintString();
     static void SetNullPrintString(const KoString& text);
 
@@ -186,7 +188,9 @@ public:
                            unsigned count) const;
     /// One text of all elements, each followed by a delimiter: the character of the smallest code
     /// from 1 to 254 that occurs in none of them, or a comma. The caller releases it with
-    /// Delete(KoSTRING_T, text, 1). Null when the type cannot convert or memory runs out.
+    /// Delete(KoSTRING_T, text, 1). Null when the type cannot convert, when memory runs out, and
+    /// when texts and delimiters are more characters than a string holds: 65,531, or 32,765 where
+    /// the default code set has 16 bits.
     KoString* ConvertToKoStringOld(void* value, o_char id, unsigned count) const;
     /// The way back: splits at the last character of `text`, whatever it is, and empties `text`.
     /// Elements beyond the last piece are what an empty text converts to. Null when the type cannot

@@ -12,7 +12,8 @@
 ///   byte order of the persistent form. Persistent buffers need no alignment;
 ///   values in memory form are aligned as their type asks.
 /// - `count` is a number of elements; a count of 0 reads and writes nothing
-///   but the total in front of an array of blobs.
+///   but the total in front of an array of blobs. Loading no strings looks at
+///   the record that is there, to tell its layout.
 /// - `length` bounds the bytes behind an operand; 0 means no separate bound.
 /// - No function throws. Sizes are bytes, results are KoResult codes.
 /// - Nothing is locked. Functions work only on what they are handed; process-wide

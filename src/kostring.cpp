@@ -1,6 +1,7 @@
 #include "kostringpiece.h"
 #include "kostringtext.h"
 
+#include <kombs.h>
 #include <koservices.h>
 
 #include <utility>
@@ -76,7 +77,14 @@ int KoStringAccess::Convert(KoString& string, const KoText& text, unsigned char 
 {
     const KoString::Outcome outcome =
         string.Become({text.bytes, text.units, text.codeSet, text.format}, codeSet, language);
-    return outcome == KoString::Outcome::kDone ? KoRC_OK : -1;
+    switch (outcome) {
+    case KoString::Outcome::kReplaced:
+        return KoMBS_REPLACED;
+    case KoString::Outcome::kNoMemory:
+        return KoMBS_NO_MEMORY;
+    default:
+        return KoRC_OK;
+    }
 }
 
 void KoStringAccess::AppendToText(KoString& string, const char* text, unsigned count)

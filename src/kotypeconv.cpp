@@ -160,9 +160,14 @@ KoString* KoTypeMgr::ConvertToKoStringOld(void* value, o_char id, unsigned count
     const char delimiter = ChooseDelimiter(*record, count);
     for (unsigned i = 0; i < count; ++i) {
         const KoString* text = record->GetString(static_cast<int>(i));
+        const unsigned length = joined->Len() + (text == nullptr ? 0U : text->Len()) + 1U;
         if (text != nullptr)
             *joined += *text;
         *joined << delimiter;
+        if (joined->Len() != length) { // cut off, or without memory
+            Delete(KoSTRING_T, joined, 1);
+            return nullptr;
+        }
     }
     return joined;
 }
