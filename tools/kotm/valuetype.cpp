@@ -169,6 +169,16 @@ void Value::Append(std::string& utf8, const char* format) const
     // A text takes what is appended into its own code set: this one has room for all characters.
     KoString text(KoCS_UNICODE, KoString::GetDefaultLanguage());
     Manager().PrintToKoString(m_type.Id(), text, m_value, format, 1);
+    if (text.ByteSize() == KoString::kMaxBytes) {
+        // It may have been cut off. A text of 8 bits may be twice as long.
+        const unsigned char codeSet = m_type.Id() == KoSTRING_T
+                                          ? static_cast<const KoString*>(m_value)->CodeSet()
+                                          : KoString::GetDefault8CodeSet();
+        KoString narrow(codeSet, KoString::GetDefaultLanguage());
+        Manager().PrintToKoString(m_type.Id(), narrow, m_value, format, 1);
+        if (narrow.Len() > text.Len())
+            text = narrow;
+    }
     AppendUtf8(utf8, text);
 }
 
