@@ -118,8 +118,9 @@ public:
     KOTMS_API void AddHours(int n);
     KOTMS_API void AddMinutes(int n);
     KOTMS_API void AddSeconds(o_8b n);
-    /// Adds n * 1e9 nanoseconds, the fraction cut off. Beyond 64 bits their count stops at the
-    /// limit; a NaN adds nothing.
+    /// Adds n * 1e9 nanoseconds, the fraction cut off. Where 64 bits do not hold their count, from
+    /// 292 years on, the whole seconds and the nanoseconds of the fraction are added apart; seconds
+    /// beyond 64 bits stop at the limit. A NaN adds nothing.
     KOTMS_API void AddSeconds(double n);
     KOTMS_API void AddNanoSeconds(o_8b n);
 

@@ -57,7 +57,33 @@ o_u4b HashOf(const KoBlobPart& part)
     return hash;
 }
 
+/// The order of two elements of a comparison. `open` where a side was cut before it is known.
+int OrderOf(const KoBlobPart& a, const KoBlobPart& b, bool& open)
+{
+    open = false;
+    if (a.IsNull() != b.IsNull())
+        return a.IsNull() ? -2 : 2;
+    if (a.IsNull())
+        return 0;
+    const auto lengthA = static_cast<std::size_t>(a.length);
+    const auto lengthB = static_cast<std::size_t>(b.length);
+    const std::size_t held = std::min(a.held, b.held);
+    if (held >= std::min(lengthA, lengthB))
+        return KoBlobOrder(a.bytes, lengthA, b.bytes, lengthB);
+    const int order = KoBlobOrder(a.bytes, held, b.bytes, held);
+    open = order == 0;
+    return order;
+}
+
 } // namespace
+
+/// Loading needs to know whether there was memory.
+struct KoBlobLoader {
+    static bool Load(KoBlob& blob, const KoBlobPart& part)
+    {
+        return blob.Become(part.bytes, part.length);
+    }
+};
 
 // ---- reading
 
@@ -124,8 +150,8 @@ unsigned KoBlobLoad(void* destination, const void* source, unsigned char format,
             return 0;
         if (part.IsNull())
             blobs[i].SetNullValue();
-        else
-            blobs[i].SetTo(part.bytes, part.length);
+        else if (!KoBlobLoader::Load(blobs[i], part))
+            return 0;
     }
     return SizeByTotal(walk.Total());
 }
@@ -205,23 +231,14 @@ int BlobCompare(unsigned char format, unsigned length1, void* value1, unsigned l
             status = KoRC_TRUNCATED;
             return 0;
         }
-        if (a.IsNull() != b.IsNull())
-            return a.IsNull() ? -2 : 2;
-        if (a.IsNull())
-            continue;
-        // Where a side was cut before the shorter one ends, its length decides nothing.
-        const auto lengthA = static_cast<std::size_t>(a.length);
-        const auto lengthB = static_cast<std::size_t>(b.length);
-        const std::size_t held = std::min(a.held, b.held);
-        const bool open = held < std::min(lengthA, lengthB);
-        const int order = open ? KoBlobOrder(a.bytes, held, b.bytes, held)
-                               : KoBlobOrder(a.bytes, lengthA, b.bytes, lengthB);
-        if (order != 0)
-            return order;
-        if (open) {
+        bool open = false;
+        const int order = OrderOf(a, b, open);
+        // The step to the next element is tried behind the one that decides, too.
+        const bool steps = i + 1 == count || (walk1.Continues() && walk2.Continues());
+        if (open || (order != 0 && !steps))
             status = KoRC_TRUNCATED;
-            return 0;
-        }
+        if (open || order != 0)
+            return order;
     }
     return 0;
 }

@@ -139,7 +139,7 @@ struct NullOps : ElementOps<KoNull<typename Base::Value>, NullOps<Base, id>, id>
                 KoNullRangeCount(bits, point(value), low, high) / (high.number - low.number + 1.0);
         }
         KoNarrowBounds(newBounds, bits, value, form.size * count);
-        return static_cast<float>(estimate);
+        return KoShareOf(estimate);
     }
 
     static KoString ToText(const Element& element)

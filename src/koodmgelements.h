@@ -58,8 +58,9 @@ void SetTimeFields(TemporalFields& fields, const d_Time& time);
 d_Time TimeOfFields(const TemporalFields& fields);
 d_Time TimeOfFields(const TemporalFields& fields, int zoneHour, int zoneMinute);
 
-/// A value's text with the zone behind it, "10:00:05.250+01:30", so that the text is the value
-/// again; the default zone is left out.
+/// A value's text with its zone behind it, so that the text is the value again in every process:
+/// "10:00:05.250+01:30". A zone of 0 is left out, and so is none in a text that is read, whatever
+/// the default zone is.
 KoString ZonedText(const TemporalFields& fields, const char* format, const d_Time& time);
 /// Reads such a text leniently, fields and time.
 d_Time ScanZonedText(TemporalFields& fields, const KoString& text, const char* format);
