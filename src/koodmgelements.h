@@ -61,7 +61,7 @@ d_Time TimeOfFields(const TemporalFields& fields, int zoneHour, int zoneMinute);
 /// A value's text with its zone behind it, so that the text is the value again in every process:
 /// "10:00:05.250+01:30". A zone of 0 is left out, and so is none in a text that is read, whatever
 /// the default zone is.
-KoString ZonedText(const TemporalFields& fields, const char* format, const d_Time& time);
+KoString ZonedText(TemporalFields fields, const char* format, const d_Time& time);
 /// Reads such a text leniently, fields and time.
 d_Time ScanZonedText(TemporalFields& fields, const KoString& text, const char* format);
 

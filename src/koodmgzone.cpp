@@ -7,7 +7,8 @@
 
 // The zone behind the text of a time, as ISO 8601 has it: the sign is that of hour and minute. The
 // library also holds zones whose parts have different signs, which the standard cannot write. Their
-// minute has a sign of its own: "-05:+01".
+// minute has a sign of its own: "-05:+01". So have hundredths that are no fraction of their second:
+// "30.-05", "30.+120".
 
 namespace
 {
@@ -20,6 +21,20 @@ bool IsDigit(char c)
 bool IsSign(char c)
 {
     return c == '+' || c == '-';
+}
+
+/// False for what the byte of a field cannot hold.
+bool Number(std::string_view digits, char sign, int& number)
+{
+    constexpr std::size_t kMost = 3;
+    if (digits.size() > kMost)
+        return false;
+    number = 0;
+    for (const char digit : digits)
+        number = number * 10 + (digit - '0');
+    if (sign == '-')
+        number = -number;
+    return number == static_cast<o_1b>(number);
 }
 
 /// What a text has at its end: how long the text before it is, and the zone.
@@ -109,29 +124,41 @@ private:
                std::string_view::npos;
     }
 
-    /// False for what the byte of a zone cannot hold.
-    static bool Number(std::string_view digits, char sign, int& number)
-    {
-        constexpr std::size_t kMost = 3;
-        if (digits.size() > kMost)
-            return false;
-        number = 0;
-        for (const char digit : digits)
-            number = number * 10 + (digit - '0');
-        if (sign == '-')
-            number = -number;
-        return number == static_cast<o_1b>(number);
-    }
-
     std::string_view m_text;
 };
 
+/// Takes hundredths with a sign off the end of a text.
+bool TakeHundredths(std::string_view& text, int& hundredths)
+{
+    const std::size_t sign = text.find_last_not_of("0123456789");
+    if (sign == std::string_view::npos || sign == 0 || sign + 1 == text.size() ||
+        !IsSign(text[sign]) || text[sign - 1] != '.' ||
+        !Number(text.substr(sign + 1), text[sign], hundredths))
+        return false;
+    text = text.substr(0, sign - 1);
+    return true;
+}
+
+/// The second and the hundredths are one number in a text.
+bool AreFraction(const d_Time& time)
+{
+    const int hundredths = time.hundredths();
+    const int second = time.whole_second();
+    return std::abs(hundredths) < 100 && (second >= 0 || hundredths <= 0) &&
+           (second <= 0 || hundredths >= 0);
+}
+
 } // namespace
 
-KoString ZonedText(const TemporalFields& fields, const char* format, const d_Time& time)
+KoString ZonedText(TemporalFields fields, const char* format, const d_Time& time)
 {
     KoString text;
+    const bool fraction = AreFraction(time);
+    if (!fraction)
+        fields.nanoseconds = 0;
     PrintTemporal(text, fields, format);
+    if (!fraction)
+        KoAppendNumber(text, time.hundredths(), ".%+03d");
     const int hour = time.tz_hour();
     const int minute = time.tz_minute();
     if (hour == 0 && minute == 0)
@@ -146,12 +173,20 @@ KoString ZonedText(const TemporalFields& fields, const char* format, const d_Tim
 d_Time ScanZonedText(TemporalFields& fields, const KoString& text, const char* format)
 {
     const KoNarrowText narrow(text);
+    std::string_view clock(narrow.Data(), narrow.Length());
     ZoneFound zone{};
-    const bool found = ZoneReader({narrow.Data(), narrow.Length()}).Find(zone);
-    if (!found)
-        zone = {narrow.Length()};
+    if (ZoneReader(clock).Find(zone))
+        clock = clock.substr(0, zone.begin);
+    else
+        zone = {};
+    int hundredths = 0;
+    const bool apart = TakeHundredths(clock, hundredths);
     constexpr std::size_t kMost = 32767; // more than any time has
-    const auto length = static_cast<short>(std::min(zone.begin, kMost));
-    ScanTemporal(fields, zone.begin < text.Len() ? text.Copy(0, length) : text, format);
-    return TimeOfFields(fields, zone.hour, zone.minute);
+    const auto length = static_cast<short>(std::min(clock.size(), kMost));
+    ScanTemporal(fields, clock.size() < text.Len() ? text.Copy(0, length) : text, format);
+    d_Time time = TimeOfFields(fields, zone.hour, zone.minute);
+    if (apart)
+        time = d_Time::OfFields(fields.hour, fields.minute, fields.second, hundredths, zone.hour,
+                                zone.minute);
+    return time;
 }
