@@ -164,7 +164,7 @@ double KoTextShare(unsigned bits, const KoTextAsked& asked, const KoTextDigits* 
     // them may still be others.
     constexpr unsigned kUnequal = KoQOP_LESS | KoQOP_GREATER;
     if (equal >= 1.0 && (bits & KoQOP_EQUAL) == 0 &&
-        ((bits & kUnequal) == kUnequal || asked.digits.count == 0))
+        ((bits & kUnequal) == kUnequal || (asked.isPattern && asked.digits.count == 0)))
         equal = 0.5;
     const double less = std::min(LessShare(asked.digits, keys), 1.0 - equal);
     double total = 0.0;

@@ -247,11 +247,22 @@ private:
         };
         const auto& [lowest, highest] = m_ends.at(attribute);
         KoIdxBounds bounds{unqualified(lowest), unqualified(highest), 0, 0};
-        const float share =
-            Manager().EvalAndBound(m_schema.TypeId(attribute), &bounds, word, unqualified(form),
-                                   kStoreFormat, 1, narrowed, nullptr);
-        // Infinite ends make no number.
-        return std::isnan(share) ? 1.0 : std::clamp(static_cast<double>(share), 0.0, 1.0);
+        return Manager().EvalAndBound(m_schema.TypeId(attribute), &bounds, word, unqualified(form),
+                                      kStoreFormat, 1, narrowed, nullptr);
+    }
+
+    /// The share of what two conditions leave that cut off opposite ends of an index: what both
+    /// have. A type that knows no distances gives every condition one share, and so does not count
+    /// even all keys as everything; there, as one inside the other.
+    double BetweenEnds(std::size_t attribute, double low, double high) const
+    {
+        constexpr unsigned short kAnyKey =
+            KoQOP_LESS | KoQOP_EQUAL | KoQOP_GREATER | kPlainOperator;
+        constexpr double kNearlyAll = 0.999;
+        const auto ends = m_ends.find(attribute);
+        const bool counts = ends == m_ends.end() ||
+                            Ask(attribute, kAnyKey, ends->second.first, nullptr) > kNearlyAll;
+        return counts ? std::max(low + high - 1.0, 0.0) : std::min(low, high);
     }
 
     /// Both have to hold on one attribute.
@@ -264,12 +275,11 @@ private:
         if (!a.range.high || (b.range.high && EdgeOrder(type, *b.range.high, *a.range.high) < 0))
             both.range.high = b.range.high;
         both.range.exact = a.range.exact && b.range.exact;
-        // Two that cut off opposite ends of the index leave what both have.
         const auto oneSided = [](const IndexRange& low, const IndexRange& high) {
             return HasLow(low) && !low.high && !HasLow(high) && high.high;
         };
         both.share = oneSided(a.range, b.range) || oneSided(b.range, a.range)
-                         ? std::max(a.share + b.share - 1.0, 0.0)
+                         ? BetweenEnds(a.range.attribute, a.share, b.share)
                          : std::min(a.share, b.share);
         return both;
     }
@@ -350,15 +360,15 @@ private:
         // Null values are in no estimate, and without others there is nothing to ask.
         if (m_ends.count(range.attribute) == 0)
             return 1.0;
-        double share = 1.0;
-        if (HasLow(range))
-            share = Ask(range.attribute, KoQOP_GREATER | KoQOP_EQUAL | kPlainOperator,
-                        range.low.form, nullptr);
-        if (range.high && !range.high->form.empty())
-            share += Ask(range.attribute, KoQOP_LESS | KoQOP_EQUAL | kPlainOperator,
-                         range.high->form, nullptr) -
-                     1.0;
-        return std::max(share, 0.0);
+        const double low = HasLow(range)
+                               ? Ask(range.attribute, KoQOP_GREATER | KoQOP_EQUAL | kPlainOperator,
+                                     range.low.form, nullptr)
+                               : 1.0;
+        const double high = range.high && !range.high->form.empty()
+                                ? Ask(range.attribute, KoQOP_LESS | KoQOP_EQUAL | kPlainOperator,
+                                      range.high->form, nullptr)
+                                : 1.0;
+        return BetweenEnds(range.attribute, low, high);
     }
 
     Store& m_store;
