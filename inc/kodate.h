@@ -70,7 +70,9 @@ public:
 
     KOTMS_API int IsDate() const; ///< 1 for a day that exists, of any year
     int IsLastDayOfTheMonth() const { return daynxtmonth() == 1; }
-    /// The weekday; for dates in February the one three days before the true one.
+    /// The weekday from March of year 0 to February 11400, but for dates in February: these have
+    /// the one three days before, to the year 4500. Elsewhere the quotients of the formula, which
+    /// are cut toward zero, and its Sunday for every sum below zero mostly give another day.
     KOTMS_API KoDaysOfTheWeek GetDayOfTheDate() const;
     KoDaysOfTheWeek DayOfTheDate() const { return GetDayOfTheDate(); }
     /// The English name of GetDayOfTheDate for a const date, its number for another.

@@ -15,8 +15,12 @@
 /// number. `…ConvertFromKoString` makes an array of `count` new elements from such a record, which
 /// the caller releases as the type's `destroy` does; the record stays the caller's. Every value
 /// comes back as it was (a NaN as a NaN). A missing, null or empty text gives 0; integers are read
-/// as KoString reads them, a character is mapped to the default 8-bit code set. Both return null
-/// when memory runs out.
+/// as KoString reads them. Both return null when memory runs out.
+///
+/// Texts are made in the default code set. A one-byte value is a character of the default 8-bit
+/// code set, and comes back as it was as long as neither of the two is changed in between. What is
+/// read in another code set is mapped, where a character that is lacking becomes "?"; a text
+/// without a code set is taken byte by byte.
 ///
 /// `…PrintToKoString` appends the elements to the text under a print format, with a comma between
 /// two; `…ScanFromKoString` reads them so, and leaves an element as it was where its text holds no

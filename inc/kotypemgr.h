@@ -112,7 +112,11 @@ public:
                        KoEvalData* data) const;
     unsigned Hash(o_char id, unsigned length, void* value, unsigned count, unsigned char format,
                   int& status) const;
-    /// From one form to another; returns the bytes produced.
+    /// From one form to another. Returns the bytes written, in memory the size of the elements;
+    /// what loading a persistent form returns, the bytes read of it; and between two persistent
+    /// forms, of which the bytes are copied as they are, those copied: the shorter of the two
+    /// lengths. What the destination has beyond them becomes zero. 0 for records that do not fit,
+    /// or whose two persistent forms differ.
     unsigned Translate(o_char id, void* destination, unsigned char destinationFormat,
                        unsigned destinationLength, void* source, unsigned char sourceFormat,
                        unsigned sourceLength, unsigned count) const;
@@ -146,7 +150,10 @@ public:
     /// reserved type appends the commas alone. Returns `text`.
     KoString& PrintToKoString(o_char id, KoString& text, void* value, const char* format,
                               unsigned count) const;
-    /// Reads leniently: what the text does not hold stays as it was. Returns `value`.
+    /// Reads leniently: one element from the whole text, several from the texts between its commas;
+    /// a string takes the whole in any case. An element whose text holds no number stays as it was;
+    /// dates and times take 0 for the fields that it lacks, and the null print string makes null
+    /// what can be null. doc/text.md has the rules of each type. Returns `value`.
     void* ScanFromKoString(o_char id, void* value, KoString& text, const char* format,
                            unsigned count) const;
     /// One text of all elements, each followed by a delimiter: the character of the smallest code

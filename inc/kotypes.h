@@ -11,8 +11,11 @@
 /// - `format` is the format byte (KoFormat): which form a value is in, and the
 ///   byte order of the persistent form. Persistent buffers need no alignment;
 ///   values in memory form are aligned as their type asks.
-/// - `count` is a number of elements; a count of 0 reads and writes nothing
-///   but the total in front of an array of blobs.
+/// - `count` is a number of elements. A count of 0 writes nothing but the length
+///   in front of an array of blobs, or of strings in the older layout. The
+///   length of a stored array of these says where it ends, whatever the count:
+///   loading none of its blobs and measuring it still give that size. A count
+///   of 0 blobs creates and destroys one.
 /// - `length` bounds the bytes behind an operand; 0 means no separate bound.
 /// - No function throws. Sizes are bytes, results are KoResult codes.
 /// - Nothing is locked. Functions work only on what they are handed; process-wide
