@@ -31,6 +31,7 @@ public:
         Walk(m_store.Objects(), [&](std::string_view key, std::string_view value) {
             ++objects;
             CheckObject(key, value);
+            CheckDescent(key, value);
         });
         Expect(objects, m_store.Counts().objects, "objects", "the description");
         for (std::size_t i = 0; i < m_schema.attributes.size(); ++i) {
@@ -97,6 +98,20 @@ private:
         }
         for (std::size_t i = 0; i < m_values.size(); ++i)
             CheckValue(i, m_record.Form(i), number, object);
+    }
+
+    /// Looks the object up as a query for its number does: from the root, by the keys of the
+    /// branches. Index entries are looked up like that in CheckValue.
+    void CheckDescent(std::string_view key, std::string_view record)
+    {
+        MDB_val id{key.size(), const_cast<char*>(key.data())};
+        MDB_val found{};
+        const int code = mdb_get(m_store.Transaction(), m_store.Objects(), &id, &found);
+        if (code != MDB_NOTFOUND)
+            CheckLmdb(code, m_store.Path());
+        if (key.size() == kObjectIdBytes && (code != MDB_SUCCESS || found.mv_data != record.data()))
+            Fault("object " + std::to_string(ObjectNumber(key.data())) +
+                  ": is not found by its number");
     }
 
     void CheckValue(std::size_t attribute, std::string_view form, std::uint64_t number,

@@ -1,6 +1,7 @@
 #include "store.h"
 
 #include "failure.h"
+#include "pagecheck.h"
 #include "version.h"
 
 #include <nlohmann/json.hpp>
@@ -48,6 +49,9 @@ void FailLmdb(int code, const std::string& path)
     case MDB_INCOMPATIBLE:
     case MDB_NOTFOUND:
         throw Failure(Exit::Damaged, path + ": is damaged (" + mdb_strerror(code) + ")");
+    case MDB_READERS_FULL:
+        throw Failure(Exit::Io, path + ": as many programs read it as it has places for readers: "
+                                       "try again when one of them has ended");
     case EIO: // what LMDB makes of a write that found room for a part of it
         throw Failure(Exit::Io, path + ": " + mdb_strerror(code) + ", or no space is left");
     default:
@@ -72,7 +76,8 @@ std::unique_ptr<Store> Store::Create(const std::string& path, const Schema& sche
 }
 
 Store::Store(std::string path, Mode mode, std::uint64_t mapBytes, const Schema* schema)
-    : m_path(std::move(path)), m_file(mode == Mode::Create ? m_path + ".new" : m_path), m_mode(mode)
+    : m_path(std::move(path)), m_file(mode == Mode::Create ? NewStorePath(m_path) : m_path),
+      m_mode(mode)
 {
     if (mode == Mode::Create)
         m_schema = *schema;
@@ -80,8 +85,10 @@ Store::Store(std::string path, Mode mode, std::uint64_t mapBytes, const Schema* 
         m_bytesBefore = CheckStoreFile(m_path);
     if (mode != Mode::Read)
         m_lock.emplace(m_file, mode == Mode::Create);
-    if (mode == Mode::Add)
+    if (mode == Mode::Add) {
         m_bytesBefore = CheckStoreFile(m_path); // another import may have ended before the lock
+        CheckFreePages(m_path);
+    }
     if (mode == Mode::Create)
         m_lock->Resize(0); // what an import that was killed left behind
     try {
@@ -124,15 +131,20 @@ void Store::Close() noexcept
     m_lock.reset();
 }
 
-void Store::OpenEnvironment(std::uint64_t mapBytes)
+void Store::CreateEnvironment()
 {
     Check(mdb_env_create(&m_env));
     Check(mdb_env_set_maxdbs(m_env, static_cast<MDB_dbi>(Schema::kMaxAttributes) + 2));
+    Check(mdb_env_set_assert(m_env, [](MDB_env*, const char*) { EndOnBrokenPage(); }));
+}
+
+void Store::OpenEnvironment(std::uint64_t mapBytes)
+{
+    CreateEnvironment();
     unsigned flags = MDB_NOSUBDIR;
     switch (m_mode) {
     case Mode::Read:
         flags |= MDB_RDONLY;
-        Check(mdb_env_set_assert(m_env, [](MDB_env*, const char*) { EndOnBrokenPage(); }));
         break;
     case Mode::Add:
         // Pages are written in the map: a transaction of any size then costs no memory beyond it.
@@ -150,11 +162,13 @@ void Store::OpenEnvironment(std::uint64_t mapBytes)
     if (code == EACCES && m_mode == Mode::Read) {
         // A reader who may not write the lock file beside the store reads without it.
         mdb_env_close(std::exchange(m_env, nullptr));
-        Check(mdb_env_create(&m_env));
-        Check(mdb_env_set_maxdbs(m_env, static_cast<MDB_dbi>(Schema::kMaxAttributes) + 2));
+        CreateEnvironment();
         code = mdb_env_open(m_env, m_file.c_str(), flags | MDB_NOLOCK, 0666);
     }
     Check(code);
+    // Readers that were killed keep their places, and the pages that they saw, until somebody looks
+    // for them; LMDB never does by itself. Without the lock file there are none.
+    Check(mdb_reader_check(m_env, nullptr));
     const unsigned txnFlags = m_mode == Mode::Read ? MDB_RDONLY : 0;
     code = mdb_txn_begin(m_env, nullptr, txnFlags, &m_txn);
     if (code == MDB_MAP_RESIZED) {
@@ -195,6 +209,25 @@ void Store::OpenDatabases()
         Check(mdb_set_compare(m_txn, dbi, EntryCallback(i, m_mode == Mode::Create)));
         m_indexes[i] = dbi;
     }
+    if (m_mode == Mode::Add)
+        CheckCounts();
+}
+
+/// A number that was given out already would be one for two objects.
+void Store::CheckCounts() const
+{
+    const Cursor cursor = OpenCursor(m_objects);
+    MDB_val key{};
+    MDB_val value{};
+    const int code = mdb_cursor_get(cursor.get(), &key, &value, MDB_LAST);
+    if (code != MDB_NOTFOUND)
+        Check(code);
+    const std::uint64_t last =
+        code == MDB_SUCCESS && key.mv_size == kObjectIdBytes ? ObjectNumber(View(key).data()) : 0;
+    if (m_counts.objects != CountEntries(m_objects) || m_counts.nextNumber <= last ||
+        m_counts.nextNumber > kMaxObjectNumber + 1)
+        throw Failure(Exit::Damaged,
+                      m_path + ": is damaged (its counts are not those of its objects)");
 }
 
 void Store::ReadDescription()
@@ -227,8 +260,14 @@ void Store::ReadDescription()
     m_schema =
         Schema::FromJson(store.value("schema", ""), m_path + ": is damaged: schema", Exit::Damaged);
     const json counts = read("counts");
-    m_counts.objects = counts.value("objects", std::uint64_t{0});
-    m_counts.nextNumber = counts.value("next", std::uint64_t{0});
+    const auto count = [&](const char* name) {
+        const auto found = counts.find(name);
+        if (found == counts.end() || !found->is_number_unsigned())
+            throw Failure(Exit::Damaged, m_path + ": is damaged (its counts are unreadable)");
+        return found->get<std::uint64_t>();
+    };
+    m_counts.objects = count("objects");
+    m_counts.nextNumber = count("next");
 }
 
 void Store::WriteDescription()
@@ -347,7 +386,10 @@ void Store::Put(MDB_dbi dbi, MDB_val key, MDB_val value, unsigned flags)
 {
     if (!m_cursor || mdb_cursor_dbi(m_cursor.get()) != dbi)
         m_cursor = OpenCursor(dbi);
-    Check(mdb_cursor_put(m_cursor.get(), &key, &value, flags));
+    const int code = mdb_cursor_put(m_cursor.get(), &key, &value, flags);
+    if (code == MDB_KEYEXIST && m_mode == Mode::Add)
+        throw Failure(Exit::Damaged, m_path + ": is damaged (its keys are out of order)");
+    Check(code);
 }
 
 void Store::CommitTransaction()
