@@ -47,6 +47,7 @@ void FailLmdb(int code, const std::string& path)
     case MDB_INVALID:
     case MDB_VERSION_MISMATCH:
     case MDB_INCOMPATIBLE:
+    case MDB_BAD_TXN: // what comes after one of the others
     case MDB_NOTFOUND:
         throw Failure(Exit::Damaged, path + ": is damaged (" + mdb_strerror(code) + ")");
     case MDB_READERS_FULL:
