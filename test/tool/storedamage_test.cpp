@@ -112,6 +112,7 @@ TEST_F(StoreDamage, Heads)
         {"more pages than there are bytes", kLastPage, ~0ULL >> 4, 8, "no last page"},
         {"a map that is too small", offsetof(StoreHead, mapSize), kPage, 8, "size of a map"},
         {"a map that nobody has", offsetof(StoreHead, mapSize), 1ULL << 60, 8, "size of a map"},
+        {"the same, older", offsetof(StoreHead, mapSize), 1ULL << 60, 8, "size of a map", true},
         {"doubled keys", kNames + offsetof(StoreTree, flags), 4, 2, "trees of another kind"},
         {"a head as a root", kNames + kRoot, 1, 8, "root that is no page"},
         {"a root outside", kNames + kRoot, pages, 8, "root that is no page"},

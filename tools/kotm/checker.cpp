@@ -27,6 +27,7 @@ public:
 
     std::uint64_t Run()
     {
+        CheckNames();
         std::uint64_t objects = 0;
         Walk(m_store.Objects(), [&](std::string_view key, std::string_view value) {
             ++objects;
@@ -77,6 +78,18 @@ private:
             take(View(key), View(value));
         if (code != MDB_NOTFOUND)
             CheckLmdb(code, m_store.Path());
+    }
+
+    /// An index that the schema does not know of would not be kept.
+    void CheckNames()
+    {
+        MDB_dbi names = 0;
+        CheckLmdb(mdb_dbi_open(m_store.Transaction(), nullptr, 0, &names), m_store.Path());
+        const auto& attributes = m_schema.attributes;
+        const auto indexes = std::count_if(attributes.begin(), attributes.end(),
+                                           [](const Attribute& a) { return a.index; });
+        Expect(m_store.CountEntries(names), static_cast<std::uint64_t>(indexes) + 2, "databases",
+               "the schema");
     }
 
     void CheckObject(std::string_view key, std::string_view record)

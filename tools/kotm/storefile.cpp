@@ -151,6 +151,9 @@ void StoreFile::CheckFormat(const Heads& heads) const
     for (unsigned i = 0; i < 2; ++i) {
         if (heads.pages[i].number != i || heads.pages[i].kind != kHeadKind)
             FailDamaged("is damaged (page " + std::to_string(i) + " is no head)");
+        // A writer keeps the larger of this and its own, in the older head too.
+        if (heads.pages[i].head.mapSize > kLargestMap)
+            FailDamaged("is damaged (its head has no size of a map)");
     }
     if (second.version != first.version || second.trees[0].pageSize != first.trees[0].pageSize)
         FailDamaged("is damaged (its two heads differ in version or page size)");
@@ -171,7 +174,7 @@ void StoreFile::CheckLatest(const StoreHead& head) const
     if (head.lastPage >= pages)
         FailDamaged("is truncated: its pages take " + std::to_string(head.Bytes()) +
                     " bytes, the file has " + std::to_string(size));
-    if (head.mapSize < head.Bytes() || head.mapSize > kLargestMap)
+    if (head.mapSize < head.Bytes())
         FailDamaged("is damaged (its head has no size of a map)");
     if ((head.trees[0].flags & ~kPlainFile) != kNumberKeys || head.trees[1].flags != 0)
         FailDamaged("is damaged (its head describes trees of another kind)");
