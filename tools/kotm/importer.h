@@ -13,9 +13,9 @@ namespace kotm
 struct ImportRequest {
     std::string store;
     std::string csv;
-    std::string schema;  ///< the file that the schema was read from; empty: none
     std::string rejects; ///< a file for rejected rows; empty: none
     bool progress = false;
+    std::string schema{}; ///< the file that the schema was read from; empty: none
 };
 
 /// Every row read was stored or rejected.
