@@ -117,7 +117,7 @@ private:
     /// branches. Index entries are looked up like that in CheckValue.
     void CheckDescent(std::string_view key, std::string_view record)
     {
-        MDB_val id{key.size(), const_cast<char*>(key.data())};
+        MDB_val id = Val(key);
         MDB_val found{};
         const int code = mdb_get(m_store.Transaction(), m_store.Objects(), &id, &found);
         if (code != MDB_NOTFOUND)
