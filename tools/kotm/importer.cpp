@@ -6,13 +6,14 @@
 #include "failure.h"
 #include "filekind.h"
 #include "indexbuilder.h"
+#include "rejects.h"
+#include "samefile.h"
 #include "store.h"
 #include "visible.h"
 
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <fstream>
 #include <ostream>
 
 namespace kotm
@@ -25,81 +26,8 @@ namespace
 constexpr std::size_t kSortMemory = 16U << 20;
 /// What the texts that are known of all attributes together may take.
 constexpr std::size_t kTextMemory = 4U << 20;
-/// Rejected rows that are told of one by one where no file takes them.
-constexpr std::uint64_t kShownRejects = 20;
 /// No row takes more store than this many times its bytes in the file: the map begins with that.
 constexpr std::uint64_t kMapFactor = 16;
-
-std::string Place(const FilePosition& position)
-{
-    return "line " + std::to_string(position.line) + ", column " + std::to_string(position.column) +
-           ", byte " + std::to_string(position.offset);
-}
-
-/// Takes rejected rows: the file gets their bytes as they were, the user their places.
-class Rejects
-{
-public:
-    /// `told` is how many an earlier attempt has told of.
-    Rejects(const ImportRequest& request, std::ostream& messages, std::uint64_t& told)
-        : m_path(request.rejects), m_messages(messages), m_told(told)
-    {
-        if (m_path.empty())
-            return;
-        m_file.open(m_path, std::ios::binary | std::ios::trunc);
-        Check();
-    }
-
-    void Take(const CsvReader& csv, const FilePosition& position, const std::string& reason)
-    {
-        ++m_count;
-        if (m_path.empty()) {
-            if (m_count <= m_told)
-                return;
-            m_told = m_count;
-            if (m_count <= kShownRejects)
-                m_messages << "rejected: " << Place(position) << ": " << Visible(reason) << '\n';
-            else if (m_count == kShownRejects + 1)
-                m_messages << "further rejected rows are not shown; --rejects FILE keeps them\n";
-            return;
-        }
-        m_file << "# " << Place(position) << ": " << Visible(reason) << "; " << csv.RowLength()
-               << " bytes follow\n";
-        char last = 0;
-        for (std::uint64_t at = 0; at < csv.RowLength();) {
-            const std::string bytes = csv.RowBytes(at, 1U << 20);
-            m_file << bytes;
-            at += bytes.size();
-            last = bytes.back();
-        }
-        if (last != '\n' && last != '\r')
-            m_file << '\n';
-        Check();
-    }
-
-    void Finish()
-    {
-        if (m_path.empty())
-            return;
-        m_file.close();
-        Check();
-    }
-
-    std::uint64_t Count() const { return m_count; }
-
-private:
-    void Check() const
-    {
-        if (!m_file)
-            throw Failure(Exit::Io, m_path + ": cannot be written");
-    }
-
-    std::string m_path;
-    std::ostream& m_messages;
-    std::uint64_t& m_told;
-    std::ofstream m_file;
-    std::uint64_t m_count = 0;
-};
 
 /// A bar that is drawn anew at each whole percent.
 class Progress
@@ -170,6 +98,32 @@ std::vector<std::size_t> MapColumns(CsvReader& csv, const std::string& path, con
     return columns;
 }
 
+/// Nothing that is read may be written over, and the rejected rows not over the store.
+void CheckNames(const ImportRequest& request)
+{
+    struct Name {
+        const char* what;
+        std::string path;
+    };
+    const auto refuse = [](const Name& file, const Name& other) {
+        if (!file.path.empty() && IsSameFile(file.path, other.path))
+            throw Failure(Exit::Usage, std::string(file.what) + ' ' + file.path +
+                                           " is the same file as " + other.what + ' ' + other.path);
+    };
+    const Name csv{"the CSV file", request.csv};
+    const Name schema{"the schema", request.schema};
+    const Name rejects{"the file for rejected rows", request.rejects};
+    for (const Name& written :
+         {Name{"the store", request.store}, Name{"the new store", NewStorePath(request.store)},
+          Name{"the lock of the store", StoreLockPath(request.store)}}) {
+        for (const Name& file : {csv, schema, rejects})
+            refuse(file, written);
+    }
+    refuse(rejects, csv);
+    if (!schema.path.empty())
+        refuse(rejects, schema);
+}
+
 /// One attempt at an import, with a map of a given size.
 class Attempt
 {
@@ -193,7 +147,7 @@ public:
                           m_request.store +
                               ": has another schema than the one given: " + difference);
         StartIndexes();
-        Rejects rejects(m_request, m_messages, rejectsTold);
+        Rejects rejects(m_request.rejects, m_messages, rejectsTold);
         const std::uint64_t before = m_store->Counts().objects;
         {
             Progress progress(m_request.progress, m_csv.FileSize(), m_messages);
@@ -202,6 +156,7 @@ public:
         FinishIndexes();
         rejects.Finish();
         m_store->Commit();
+        rejects.Publish();
         return {m_store->Counts().objects - before, rejects.Count()};
     }
 
@@ -293,6 +248,7 @@ private:
 
 ImportResult Import(const ImportRequest& request, const Schema& schema, std::ostream& messages)
 {
+    CheckNames(request);
     std::uint64_t told = 0;
     for (std::uint64_t factor = kMapFactor;; factor *= 4) {
         Attempt attempt(request, schema, messages);

@@ -62,6 +62,7 @@ void AddPrint(QueryRequest& request, const std::string& argument)
 Exit RunImport(const ImportRequest& request, const std::string& schemaPath)
 {
     const Schema schema = Schema::FromJson(ReadFile(schemaPath), schemaPath);
+    ExpectBrokenPages();
     const ImportResult result = Import(request, schema, std::cerr);
     std::cerr << "rows read " << result.Read() << ", stored " << result.stored << ", rejected "
               << result.rejected << '\n';
@@ -166,6 +167,7 @@ private:
         command->add_option("--schema", m_schema, "Schema of the class, in JSON")->required();
         command->add_option("--rejects", m_import.rejects, "File for rejected rows");
         On(command, [this] {
+            m_import.schema = m_schema;
             m_import.progress = isatty(STDERR_FILENO) != 0;
             return RunImport(m_import, m_schema);
         });
@@ -222,8 +224,10 @@ private:
     {
         CLI::App* command = m_app.add_subcommand("check", "Look for damage in a store");
         command->add_option("STORE", m_checked, "Store")->required();
-        On(command,
-           [this] { return CheckStore(m_checked, std::cout) == 0 ? Exit::Done : Exit::Damaged; });
+        On(command, [this] {
+            ExpectBrokenPages();
+            return CheckStore(m_checked, std::cout) == 0 ? Exit::Done : Exit::Damaged;
+        });
     }
 
     CLI::App m_app{"Values of the type manager, and stores of objects made of them", "kotm"};
