@@ -109,7 +109,7 @@ Keys KeysBetween(const KoTextDigits* low, const KoTextDigits* high, unsigned cha
     keys.first = low;
     if (low != nullptr && high != nullptr) {
         keys.shared = CommonDigits(*low, *high);
-        keys.sameLength = low->count == high->count;
+        keys.sameLength = low->count == high->count && !low->isCut && !high->isCut;
         keys.numerals = low->HasNumeral() && high->HasNumeral();
     }
     if (low != nullptr && !low->isNull)
@@ -119,6 +119,14 @@ Keys KeysBetween(const KoTextDigits* low, const KoTextDigits* high, unsigned cha
                    high->Room(std::min(high->count - keys.shared, kDigits));
     else
         keys.end = 1.0 + std::max(variant, low != nullptr ? low->variant : variant);
+    // Digits that are fractions lie close together, and one behind them may outweigh where they
+    // differ. Then that place alone counts.
+    if (keys.end <= keys.start && low != nullptr && high != nullptr && !low->isNull &&
+        low->variant == high->variant && keys.shared < std::min(low->count, high->count) &&
+        low->digits[keys.shared] < high->digits[keys.shared]) {
+        keys.start = low->Position(keys.shared, keys.shared + 1);
+        keys.end = high->Position(keys.shared, keys.shared + 1) + high->Room(1);
+    }
     return keys;
 }
 

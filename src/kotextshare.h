@@ -31,6 +31,12 @@ struct KoTextDigits {
         if (count < kMost)
             digits[count++] = digit;
     }
+    /// Leaves the first `kept` digits: what stands behind them says nothing about the keys.
+    void Cut(unsigned kept)
+    {
+        isCut = kept < count;
+        count = kept < count ? kept : count;
+    }
     /// The first `kept` digits as a number, of which `skipped` ones are left out.
     double Position(unsigned skipped, unsigned kept) const;
     /// The room of the texts that begin with so many certain digits behind those left out.
@@ -42,6 +48,7 @@ struct KoTextDigits {
     unsigned count = 0;
     unsigned char variant = 0; ///< texts of different ones come one behind another
     bool isNull = false;       ///< before all others
+    bool isCut = false;
 };
 
 /// The text of a condition. Behind the digits of a pattern stands a wildcard, at the position
