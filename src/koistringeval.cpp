@@ -109,7 +109,7 @@ KoTextDigits DigitsOf(const Weights& text, bool letters)
 {
     KoTextDigits digits(letters ? kLetterBase : kWeightBase);
     for (unsigned i = 0; i < text.count; ++i)
-        digits.Append(letters ? DigitOf(text.weights[i]) : text.weights[i]);
+        digits.Append(letters ? DigitOf(text.weights[i]) : text.weights[i], text.weights[i]);
     return digits;
 }
 

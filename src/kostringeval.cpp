@@ -43,35 +43,11 @@ KoTextDigits DigitsOf(const KoConditionText& text, Scale scale)
     for (unsigned i = 0; i < text.count; ++i) {
         const o_u2b order = text.orders[i];
         if (scale == Scale::kSymbols)
-            digits.Append(order);
+            digits.Append(order, order);
         else if (KoConditionText::IsPrimary(order))
-            digits.Append(scale == Scale::kLetters ? DigitOf(order, text.variant) : order);
+            digits.Append(scale == Scale::kLetters ? DigitOf(order, text.variant) : order, order);
     }
     return digits;
-}
-
-/// The digits that tell the keys between two ends apart. Where the ends write one digit
-/// differently, in case or accent, the keys between them hold any digits behind it: Smith is below
-/// smart.
-unsigned CountTelling(const KoConditionText& lowest, const KoConditionText& highest)
-{
-    const auto next = [](const KoConditionText& text, unsigned from) {
-        const o_u2b* const end = text.orders + text.count;
-        return std::find_if(text.orders + from, end, KoConditionText::IsPrimary) - text.orders;
-    };
-    unsigned telling = 0;
-    for (unsigned i = 0, j = 0;; ++i, ++j) {
-        i = static_cast<unsigned>(next(lowest, i));
-        j = static_cast<unsigned>(next(highest, j));
-        if (i == lowest.count || j == highest.count || lowest.variant != highest.variant)
-            return KoTextDigits::kMost;
-        ++telling;
-        if (lowest.orders[i] != highest.orders[j])
-            return DigitOf(lowest.orders[i], lowest.variant) ==
-                           DigitOf(highest.orders[j], highest.variant)
-                       ? telling
-                       : KoTextDigits::kMost;
-    }
 }
 
 bool HasPrimary(const KoConditionText& text)
@@ -107,13 +83,8 @@ double Share(const KoIdxBounds& bounds, unsigned bits, const KoConditionText& co
     const KoConditionText highest = key(bounds.high);
     const bool open = bounds.low == nullptr || bounds.high == nullptr;
     const Scale scale = ScaleOf(lowest, highest, open);
-    KoTextDigits low = DigitsOf(lowest, scale);
-    KoTextDigits high = DigitsOf(highest, scale);
-    if (scale == Scale::kLetters) {
-        const unsigned telling = CountTelling(lowest, highest);
-        low.Cut(telling);
-        high.Cut(telling);
-    }
+    const KoTextDigits low = DigitsOf(lowest, scale);
+    const KoTextDigits high = DigitsOf(highest, scale);
     return KoTextShare(bits, {DigitsOf(condition, scale), condition.isPattern, condition.count},
                        bounds.low != nullptr ? &low : nullptr,
                        bounds.high != nullptr ? &high : nullptr);

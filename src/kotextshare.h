@@ -26,16 +26,13 @@ struct KoTextDigits {
 
     explicit KoTextDigits(double numberBase) : base(numberBase) {}
 
-    void Append(double digit)
+    /// `code` is what orders the characters of one digit, such as a letter in both cases.
+    void Append(double digit, unsigned short code)
     {
-        if (count < kMost)
-            digits[count++] = digit;
-    }
-    /// Leaves the first `kept` digits: what stands behind them says nothing about the keys.
-    void Cut(unsigned kept)
-    {
-        isCut = kept < count;
-        count = kept < count ? kept : count;
+        if (count == kMost)
+            return;
+        digits[count] = digit;
+        codes[count++] = code;
     }
     /// The first `kept` digits as a number, of which `skipped` ones are left out.
     double Position(unsigned skipped, unsigned kept) const;
@@ -45,10 +42,10 @@ struct KoTextDigits {
 
     double base;
     double digits[kMost];
+    unsigned short codes[kMost];
     unsigned count = 0;
     unsigned char variant = 0; ///< texts of different ones come one behind another
     bool isNull = false;       ///< before all others
-    bool isCut = false;
 };
 
 /// The text of a condition. Behind the digits of a pattern stands a wildcard, at the position
