@@ -1,11 +1,15 @@
 #ifndef KOBOUNDEVAL_H
 #define KOBOUNDEVAL_H
 
-#include "koscalartype.h"
+#include "kobytes.h"
 
 #include <kotypevl.h>
 
 #include <algorithm>
+#include <cmath>
+#include <concepts>
+#include <limits>
+#include <type_traits>
 
 /// The evaluators of kotypevl.h, told for each type by an axis: how an element is read and which
 /// number it counts as.
@@ -103,7 +107,8 @@ float KoEvaluateBounds(const KoIdxBounds* bounds, unsigned short op, const void*
     return KoShareOf(estimate);
 }
 
-/// The axis of a scalar type.
+/// The axis of a type whose elements are numbers or classes that have Get8b: a ko::NumberType, or a
+/// type with the same members.
 template <class Type>
 struct KoScalarAxis {
     using Value = typename Type::Value;

@@ -83,9 +83,7 @@ private:
     {
         if (m_width == 1)
             return static_cast<unsigned char>(*m_at);
-        o_u2b unit;
-        std::memcpy(&unit, m_at, sizeof unit);
-        return m_swapped ? static_cast<o_u2b>(unit << 8U | unit >> 8U) : unit;
+        return ko::ReadNumber<o_u2b>(m_at, m_swapped);
     }
     /// A terminator inside ends the text for certain.
     o_u2b End()

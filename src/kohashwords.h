@@ -131,7 +131,7 @@ o_u4b KoHashWords(const char* text, unsigned count, bool padded, HashOf& hashOf)
         o_u8b word = 0;
         const unsigned shift = 64 - 8 * odd;
         if (padded || count >= 8)
-            word = KoLittleWordAt(text) << shift;
+            word = ko::ReadOrdered<o_u8b>(text, false) << shift;
         else
             for (unsigned i = 0; i < odd; ++i)
                 word = word >> 8U | o_u8b{static_cast<unsigned char>(text[i])} << 56U;
@@ -140,7 +140,7 @@ o_u4b KoHashWords(const char* text, unsigned count, bool padded, HashOf& hashOf)
     }
     o_u8b zeros = 0;
     for (; at != end; at += 8) {
-        const o_u8b word = KoLittleWordAt(at);
+        const o_u8b word = ko::ReadOrdered<o_u8b>(at, false);
         zeros |= L::Zero(word);
         hash = hash * KoPowerOf9(8) + hashOf.OfWord(word);
     }

@@ -15,17 +15,6 @@ constexpr int kMaxFraction = 1074;
 /// Room for 309 digits, the point and kMaxFraction digits, or the same with an exponent.
 constexpr std::size_t kRoom = 1500;
 
-char Lower(char c)
-{
-    return static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
-}
-
-void ToUpper(char* s, const char* end)
-{
-    for (; s < end; ++s)
-        *s = static_cast<char>(*s >= 'a' && *s <= 'z' ? *s - 'a' + 'A' : *s);
-}
-
 /// The number of digits that %g asks for, and whether it takes the form with an exponent.
 struct GeneralForm {
     int precision;
@@ -56,16 +45,11 @@ bool Word(KoNumCursor& cursor, const char* word)
 {
     const char* p = cursor.pos;
     for (; *word != '\0'; ++word, ++p) {
-        if (p == cursor.end || Lower(*p) != *word)
+        if (p == cursor.end || ko::ToLower(*p) != *word)
             return false;
     }
     cursor.pos = p;
     return true;
-}
-
-bool IsHexDigit(char c)
-{
-    return (c >= '0' && c <= '9') || (Lower(c) >= 'a' && Lower(c) <= 'f');
 }
 
 /// The end of a hexadecimal number in `[p, end)`, `p` where it has no digit. from_chars alone would
@@ -74,18 +58,18 @@ const char* HexEnd(const char* p, const char* end)
 {
     const char* start = p;
     bool digits = false;
-    for (bool point = false; p < end && (IsHexDigit(*p) || (*p == '.' && !point)); ++p) {
+    for (bool point = false; p < end && (ko::IsHexDigit(*p) || (*p == '.' && !point)); ++p) {
         point = point || *p == '.';
         digits = digits || *p != '.';
     }
     if (!digits)
         return start;
-    if (p < end && Lower(*p) == 'p') {
+    if (p < end && ko::ToLower(*p) == 'p') {
         const char* exponent = p + 1;
-        if (exponent < end && (*exponent == '+' || *exponent == '-'))
+        if (exponent < end && ko::IsSign(*exponent))
             ++exponent;
-        if (exponent < end && *exponent >= '0' && *exponent <= '9') {
-            for (p = exponent; p < end && *p >= '0' && *p <= '9'; ++p) {
+        if (exponent < end && ko::IsDigit(*exponent)) {
+            for (p = exponent; p < end && ko::IsDigit(*p); ++p) {
             }
         }
     }
@@ -101,7 +85,7 @@ bool IsTooLarge(const char* p, const char* end, bool hex)
     o_8b power = 0;
     bool point = false;
     bool found = false;
-    for (; p < end && Lower(*p) != mark; ++p) {
+    for (; p < end && ko::ToLower(*p) != mark; ++p) {
         if (*p == '.') {
             point = true;
             continue;
@@ -116,7 +100,7 @@ bool IsTooLarge(const char* p, const char* end, bool hex)
         return power > 0;
     ++p;
     bool negative = false;
-    if (p < end && (*p == '-' || *p == '+'))
+    if (p < end && ko::IsSign(*p))
         negative = *p++ == '-';
     // An exponent that no text could outweigh is held there.
     o_8b exponent = 0;
@@ -179,7 +163,7 @@ std::size_t KoWriteFloating(char* out, std::size_t capacity, const KoNumFormat& 
     body.digits = text;
     body.AddSign(format, std::signbit(value));
     value = std::fabs(value);
-    char conversion = Lower(format.conversion);
+    char conversion = ko::ToLower(format.conversion);
     char* end;
     if (!std::isfinite(value)) {
         end = std::to_chars(text, text + kRoom, value).ptr;
@@ -223,7 +207,7 @@ std::size_t KoWriteFloating(char* out, std::size_t capacity, const KoNumFormat& 
         body.zeroPadded = format.Has(kNumZero);
     }
     if (format.conversion < 'a')
-        ToUpper(text, end);
+        std::transform(text, end, text, ko::ToUpper);
     body.tail = mark;
     body.tailCount = static_cast<std::size_t>(end - mark);
     body.digitCount = static_cast<std::size_t>(mark - text);
@@ -292,7 +276,7 @@ bool KoReadReal(KoNumCursor& cursor, KoFloatForm form, bool single, double& valu
         return true;
     }
     const bool hex = form != KoFloatForm::decimal && cursor.end - cursor.pos >= 3 &&
-                     cursor.pos[0] == '0' && Lower(cursor.pos[1]) == 'x' &&
+                     cursor.pos[0] == '0' && ko::ToLower(cursor.pos[1]) == 'x' &&
                      HexEnd(cursor.pos + 2, cursor.end) != cursor.pos + 2;
     if (form == KoFloatForm::hex && !hex)
         return false;
@@ -314,10 +298,10 @@ const char* ReadBareReal(double& value, const char* text, std::size_t length, co
                          bool single)
 {
     int precision;
-    const char bare = Lower(KoBareConversion(format, precision));
+    const char bare = ko::ToLower(KoBareConversion(format, precision));
     const char* end = text + length;
     const char* digit = text + (length != 0 && *text == '-' ? 1 : 0);
-    if ((bare != 'g' && bare != 'e' && bare != 'f') || digit == end || *digit < '0' || *digit > '9')
+    if ((bare != 'g' && bare != 'e' && bare != 'f') || digit == end || !ko::IsDigit(*digit))
         return nullptr;
     std::from_chars_result read;
     if (single) {
@@ -328,7 +312,7 @@ const char* ReadBareReal(double& value, const char* text, std::size_t length, co
         read = std::from_chars(text, end, value);
     }
     // What stopped at an x is hexadecimal.
-    if (read.ec != std::errc() || (read.ptr != end && Lower(*read.ptr) == 'x'))
+    if (read.ec != std::errc() || (read.ptr != end && ko::ToLower(*read.ptr) == 'x'))
         return nullptr;
     return read.ptr;
 }

@@ -1,6 +1,8 @@
 #ifndef KONUMFORMAT_H
 #define KONUMFORMAT_H
 
+#include "koascii.h"
+
 #include <kobasic.h>
 
 #include <array>
@@ -104,7 +106,7 @@ inline char KoBareConversion(const char* format, int& precision)
     const char* s = format + 1;
     if (*s == '.') {
         precision = 0;
-        for (++s; *s >= '0' && *s <= '9'; ++s)
+        for (++s; ko::IsDigit(*s); ++s)
             precision = precision < 1000 ? precision * 10 + (*s - '0') : precision;
     }
     s = KoSkipNumModifier(s);
@@ -153,7 +155,7 @@ struct KoNumCursor {
     bool AtEnd() const { return pos == end; }
     void SkipSpace()
     {
-        while (pos < end && (*pos == ' ' || (*pos >= '\t' && *pos <= '\r')))
+        while (pos < end && ko::IsSpace(*pos))
             ++pos;
     }
     /// Skips the blanks that a format pads with.
@@ -168,7 +170,7 @@ struct KoNumCursor {
         return literal == literalEnd || MatchText(literal, literalEnd, exact);
     }
     /// Reads [+-]; true for minus.
-    bool Sign() { return pos < end && (*pos == '-' || *pos == '+') && *pos++ == '-'; }
+    bool Sign() { return pos < end && ko::IsSign(*pos) && *pos++ == '-'; }
     unsigned Position() const { return static_cast<unsigned>(pos - begin); }
 
 private:

@@ -2,6 +2,7 @@
 #include "konumformat.h"
 #include "konumtext.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstring>
 
@@ -48,11 +49,6 @@ o_u8b Narrow(o_u8b value, KoIntType type)
     value &= MaxUnsigned(type.bits);
     const o_u8b sign = 1ULL << (type.bits - 1);
     return type.isSigned && (value & sign) != 0 ? value | ~MaxUnsigned(type.bits) : value;
-}
-
-bool IsHexDigit(char c)
-{
-    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
 }
 
 /// The value, saturated as reading does: 32 bits for types of up to 32, else 64.
@@ -132,8 +128,7 @@ std::size_t KoWriteInteger(char* out, std::size_t capacity, const KoNumFormat& f
             end =
                 std::to_chars(digits, digits + sizeof digits, magnitude, base == 0 ? 10 : base).ptr;
         if (format.conversion == 'X') {
-            for (char* p = digits; p < end; ++p)
-                *p = static_cast<char>(*p >= 'a' ? *p - 'a' + 'A' : *p);
+            std::transform(digits, end, digits, ko::ToUpper);
         }
         const auto count = static_cast<unsigned>(end - digits);
         if (format.precision > static_cast<int>(count))
@@ -201,8 +196,8 @@ bool KoReadMagnitude(KoNumCursor& cursor, int base, o_u8b& magnitude, bool& over
 {
     const char* p = cursor.pos;
     if (base == 16 || base == 0) {
-        const bool prefixed =
-            cursor.end - p >= 3 && p[0] == '0' && (p[1] == 'x' || p[1] == 'X') && IsHexDigit(p[2]);
+        const bool prefixed = cursor.end - p >= 3 && p[0] == '0' && (p[1] == 'x' || p[1] == 'X') &&
+                              ko::IsHexDigit(p[2]);
         if (prefixed) {
             base = 16;
             p += 2;

@@ -16,8 +16,8 @@ struct OdmgTimeElements {
     /// The fields as one number that orders as they do: the clock first, then the zone.
     static o_u8b Key(const unsigned char* at) noexcept
     {
-        const o_u8b clock = ReadOrdered<o_u4b>(at + 2, true);
-        return (clock << 16 | ReadOrdered<o_u2b>(at, true)) ^ 0x808080808080;
+        const o_u8b clock = ko::ReadOrdered<o_u4b>(at + 2, true);
+        return (clock << 16 | ko::ReadOrdered<o_u2b>(at, true)) ^ 0x808080808080;
     }
     static int Order(const unsigned char* a, const unsigned char* b) noexcept
     {
@@ -30,8 +30,8 @@ struct OdmgTimeElements {
     }
     static void AddHash(KoHasher& hasher, const unsigned char* at, bool, bool) noexcept
     {
-        const o_u8b zone = ReadOrdered<o_u2b>(at, true);
-        hasher.Add(zone << 32 | ReadOrdered<o_u4b>(at + 2, true));
+        const o_u8b zone = ko::ReadOrdered<o_u2b>(at, true);
+        hasher.Add(zone << 32 | ko::ReadOrdered<o_u4b>(at + 2, true));
     }
 };
 

@@ -1,6 +1,7 @@
 #include <koodmg.h>
 
 #include "koboundeval.h"
+#include "konumbertype.h"
 #include "konumstring.h"
 #include "kotemporalops.h"
 
@@ -86,8 +87,8 @@ struct OdmgIntervalOps : TemporalOps<OdmgIntervalType> {
     static float EvalAndBound(KoIdxBounds* bounds, unsigned short& op, void* value,
                               unsigned char format, unsigned count, KoIdxBounds* newBounds)
     {
-        return KoEvaluateBounds<KoScalarAxis<FloatType>>(bounds, op, value, format, count,
-                                                         newBounds);
+        return KoEvaluateBounds<KoScalarAxis<ko::NumberType<o_float>>>(bounds, op, value, format,
+                                                                       count, newBounds);
     }
 };
 

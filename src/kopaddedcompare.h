@@ -149,9 +149,7 @@ private:
     template <class From>
     unsigned CharacterAt(const char* text) const
     {
-        From character;
-        std::memcpy(&character, text + m_at * sizeof(From), sizeof character);
-        return character;
+        return ko::ReadValue<From>(text + m_at * sizeof(From));
     }
 
     template <class Decision>

@@ -19,18 +19,13 @@ unsigned KoUnitsBeforeZero(const char* text, unsigned width, unsigned limit)
     }
     unsigned i = 0;
     for (; i + 4 <= limit; i += 4) {
-        o_u8b four;
-        std::memcpy(&four, text + std::size_t{i} * 2, sizeof four);
+        const auto four = ko::ReadValue<o_u8b>(text + std::size_t{i} * 2);
         // Set in the top bit of some unit exactly when one of the four is zero.
         if (((four - 0x0001000100010001U) & ~four & 0x8000800080008000U) != 0)
             break;
     }
-    for (; i < limit; ++i) {
-        o_u2b unit;
-        std::memcpy(&unit, text + std::size_t{i} * 2, sizeof unit);
-        if (unit == 0)
-            break;
-    }
+    while (i < limit && ko::ReadValue<o_u2b>(text + std::size_t{i} * 2) != 0)
+        ++i;
     return i;
 }
 

@@ -1,6 +1,8 @@
 #ifndef KOSTRINGTEXT_H
 #define KOSTRINGTEXT_H
 
+#include "kobytes.h"
+
 #include <koencode.h>
 #include <kostring.h>
 
@@ -27,9 +29,7 @@ struct KoText {
     {
         if (Width() == 1)
             return static_cast<unsigned char>(bytes[index]);
-        o_u2b unit;
-        std::memcpy(&unit, bytes + std::size_t{index} * 2, 2);
-        return KoNeedsSwap(format) ? ((unit & 0xFFU) << 8) | (unit >> 8U) : unit;
+        return ko::ReadNumber<o_u2b>(bytes + std::size_t{index} * 2, KoNeedsSwap(format));
     }
 };
 

@@ -124,7 +124,7 @@ struct TemporalOps : ElementOps<typename Type::Value, TemporalOps<Type>, Type::k
     static unsigned Hash(unsigned char format, unsigned length, void* value, unsigned count,
                          int& status)
     {
-        const bool big = IsBigEndian(format);
+        const bool big = ko::IsBigEndian(format);
         const bool memory = (format & KoFMT_MEMORY) != 0;
         return KoHashWalk(length, value, Layout::Size(format), count, status,
                           [=](KoHasher& hasher, const unsigned char* element) {
@@ -197,7 +197,7 @@ private:
     [[gnu::noinline]] static int OrderInMemory(const unsigned char* a, const unsigned char* b,
                                                unsigned short cmpOp)
     {
-        return ReadValue<T>(a).Compare(ReadValue<T>(b), cmpOp);
+        return ko::ReadValue<T>(a).Compare(ko::ReadValue<T>(b), cmpOp);
     }
 
     /// Gives `use` the order of two elements of a format.
@@ -220,7 +220,7 @@ private:
                 return Type::template OrderStored<false>(a, b, big.value);
             });
         };
-        return IsBigEndian(format) ? stored(std::true_type()) : stored(std::false_type());
+        return ko::IsBigEndian(format) ? stored(std::true_type()) : stored(std::false_type());
     }
 };
 

@@ -1,3 +1,4 @@
+#include "kobytes.h"
 #include "kotypeslot.h"
 #include "kovalueops.h"
 
@@ -105,9 +106,7 @@ unsigned short CharAt(const KoString& text, unsigned index)
 {
     if (text.Width() == 1)
         return static_cast<unsigned char>(text.StrGet()[index]);
-    unsigned short unit;
-    std::memcpy(&unit, text.StrGet() + std::size_t{2} * index, sizeof unit);
-    return unit;
+    return ko::ReadValue<o_u2b>(text.StrGet() + std::size_t{2} * index);
 }
 
 /// The smallest character from 1 to 254 that occurs in no text of the record, as the joined text
