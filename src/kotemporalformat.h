@@ -1,6 +1,7 @@
 #ifndef KOTEMPORALFORMAT_H
 #define KOTEMPORALFORMAT_H
 
+#include "kocalendar.h"
 #include "kotemporaltext.h"
 
 #include <array>
@@ -9,8 +10,8 @@
 
 /// The directive language of dates and times, taken apart for the printer and the two readers.
 
-/// The English names that are read. The printed names of the first two months lack the last letter:
-/// texts printed so are stored everywhere, and readers of them know no other spelling.
+/// The English names of months that are read. The printed names of the first two months lack the
+/// last letter: texts printed so are stored everywhere, and readers of them know no other spelling.
 inline constexpr std::string_view kMonthNames[12] = {
     "January", "February", "March",     "April",   "May",      "June",
     "July",    "August",   "September", "October", "November", "December"};
@@ -18,8 +19,6 @@ constexpr std::string_view PrintedMonthName(std::size_t index)
 {
     return kMonthNames[index].substr(0, kMonthNames[index].size() - (index < 2 ? 1 : 0));
 }
-inline constexpr std::string_view kDayNames[7] = {"Monday", "Tuesday",  "Wednesday", "Thursday",
-                                                  "Friday", "Saturday", "Sunday"};
 inline constexpr std::size_t kShortNameLength = 3;
 
 /// The format that a directive stands for, null for one that stands for itself. None of these holds
