@@ -18,8 +18,8 @@ class KoString;
 /// | 13 | "undefined ordering indicator" |
 /// | others below 80 | "space" |
 /// | symbol | "symbol " and its name; "symbol " alone where it has none |
-/// | digit | "digit 7", with " with expand" behind it for an odd order |
-/// | letter | "lower letter a with accent acute", or also " with extension" behind it |
+/// | digit | "digit 7", with " with expand" after it for an odd order |
+/// | letter | "lower letter a with accent acute", or also " with extension" after it |
 ///
 /// An accent without a name gives " with ".
 KOTMS_API int KoConvertOrderToString(unsigned short order, unsigned char variant, KoString& text);
@@ -37,7 +37,7 @@ KOTMS_API int KoConvertOrderToChar(unsigned short order, unsigned char variant, 
 KOTMS_API int KoExtractSymbolFromOrder(unsigned short order, unsigned short& symbol);
 
 /// The value of a digit, and 1 in `expanded` for the odd orders of its expanded form. Returns 0, or
-/// KoRC_REFUSED (both unchanged) for any other order. Orders behind the nines give values above 9.
+/// KoRC_REFUSED (both unchanged) for any other order. Orders after the nines give values above 9.
 KOTMS_API int KoExtractDigitFromOrder(unsigned short order, unsigned short& digit,
                                       unsigned short& expanded);
 

@@ -55,7 +55,7 @@ struct KoIdxBounds {
 /// | null-capable scalars | null comes first; a null end stands for a fixed part of a step: 0.5 |
 /// |  | of the keys beyond it, 0.1 of those equal to a value, 0.001 of those equal to null |
 /// | texts | as if they were spread evenly by their letters and digits; a pattern is the range of |
-/// |  | its literal prefix, by no more than its first two letters behind what all keys share, and |
+/// |  | its literal prefix, by no more than its first two letters after what all keys share, and |
 /// |  | a plain text that of two; all letters count where it and both ends have one length and a |
 /// |  | common beginning or digits. No text has more than a prefix of it. Unequal to what takes |
 /// |  | everything by this is one half: case, symbols and the like do not count |
@@ -71,7 +71,7 @@ struct KoIdxBounds {
 ///
 /// Dates and times: a field of -1 in the value stands for all values of the field. An index has to
 /// be scanned under the same comparison operator that the condition is tested with; then no match
-/// lies outside the narrowed range, as long as no field behind a field of -1 holds another value.
+/// lies outside the narrowed range, as long as no field after a field of -1 holds another value.
 ///
 /// KoString: the operator word has room for options of the comparison (KoCMP_PLAIN to
 /// KoCMP_SKIP_SYMBOLS of KoCmpOp); without any the default operator of comparisons holds. With

@@ -156,9 +156,9 @@ inline o_u2b KoResolvedCmpOp(o_u2b cmpOp)
 
 /// How two texts compare.
 struct KoTextOrder {
-    int order = 0;          ///< negative, 0 or positive
-    bool open = false;      ///< what was cut off decides; `order` is what the rest gives
-    bool behindRun = false; ///< what comes behind an asterisk of the pattern is nowhere in the rest
+    int order = 0;         ///< negative, 0 or positive
+    bool open = false;     ///< what was cut off decides; `order` is what the rest gives
+    bool afterRun = false; ///< what comes after an asterisk of the pattern is nowhere in the rest
 };
 
 /// Order of two texts under an operator word (not 0xFFFF), `right` being the pattern where
@@ -167,7 +167,7 @@ struct KoTextOrder {
 KoTextOrder KoCompareText(const KoText& left, const KoText& right, o_u2b cmpOp,
                           unsigned limit = kNoLimit, unsigned from = 0);
 
-/// As comparing with a pattern that has an asterisk behind it; neither may be null.
+/// As comparing with a pattern that has an asterisk after it; neither may be null.
 KoTextOrder KoCompareBeginning(const KoText& text, const KoText& pattern,
                                const KoCompareMode& mode);
 

@@ -118,7 +118,7 @@ KoCompareByKeys(const KoFastText<LeftUnit>& left, const KoFastText<RightUnit>& r
         } else if (((x ^ y) & mask) != 0) {
             return (x & mask) < (y & mask) ? -1 : 1;
         } else {
-            // Both end, or the orders behind the first one of an expansion decide.
+            // Both end, or the orders after the first one of an expansion decide.
             return x == 0 ? 0 : kUndecided;
         }
         ++i;
@@ -156,7 +156,7 @@ inline KoTextOrder KoByteDifference(const KoText& left, const KoText& right, uns
     const bool open = (leftEnds && left.cut) || (rightEnds && right.cut);
     if (i == limit || (leftEnds && rightEnds && !open))
         return {};
-    // What stands behind a terminator is no text.
+    // What follows a terminator is no text.
     if (i != 0 && KoUnitsBeforeZero(left.bytes, 1, i) < i)
         return {};
     if (open)

@@ -62,7 +62,7 @@ struct KoHashOfBytes {
         zeros = _mm_setzero_si128();
         sum = sum * KoPowerOf9(16) + SumsAt(text + std::size_t{16} * block, zeros);
         const unsigned last = static_cast<unsigned>(_mm_movemask_epi8(zeros));
-        // The zeros behind the text have multiplied the hash by powers of 9 that are taken back.
+        // The zeros after the text have multiplied the hash by powers of 9 that are taken back.
         hash =
             (sum[0] * KoPowerOf9(12) + sum[1] * KoPowerOf9(8) + sum[2] * KoPowerOf9(4) + sum[3]) *
             kInverses.power[padding];

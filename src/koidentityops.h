@@ -18,7 +18,7 @@
 ///         static constexpr const IdentityKind& kKind = kObjIdKind;
 ///         static constexpr const char* kFormat = "...";   // of Print and Scan for a null format
 ///         static constexpr unsigned kQuads = 2;           // leading fields of 32 bits
-///         static constexpr unsigned kPairs = 1;           // stored fields of 16 bits behind them
+///         static constexpr unsigned kPairs = 1;           // stored fields of 16 bits after them
 ///         static IdentityFields ToFields(const KoObjId& value);
 ///         static KoObjId FromFields(const IdentityFields& fields);
 ///         static int OrderStored(const unsigned char* a, const unsigned char* b);
@@ -74,7 +74,7 @@ void KoCopyNumberedFields(unsigned char* to, const unsigned char* from, unsigned
             pairs = KoSwapPairs(pairs);
         }
         if constexpr (kTo == 16 && kUsed == 14) {
-            // To the front, with zero behind.
+            // The pairs move to the front, and zeros follow them.
             pairs = std::endian::native == std::endian::little ? pairs >> 16 : pairs << 16;
             std::memcpy(to + 8, &pairs, 8);
             std::memcpy(to, &quads, 8);

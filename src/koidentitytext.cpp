@@ -99,7 +99,7 @@ bool KoScanIdentity(IdentityFields& fields, const IdentityKind& kind, const KoSt
         } else if (!cursor.AtEnd() && *cursor.pos == pieces.Literal()) {
             ++cursor.pos;
         } else {
-            fits = false; // of no importance behind the last number
+            fits = false; // of no importance after the last number
         }
     }
     fields = read;

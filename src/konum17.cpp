@@ -25,7 +25,7 @@ struct Power {
     o_u8b low;
 };
 
-/// A number of 1 to 2 with 319 bits behind the point; the power of two is left out.
+/// A number of 1 to 2 with 319 bits after the point; the power of two is left out.
 class Mantissa
 {
 public:

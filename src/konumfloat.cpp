@@ -211,7 +211,7 @@ std::size_t KoWriteFloating(char* out, std::size_t capacity, const KoNumFormat& 
     body.tail = mark;
     body.tailCount = static_cast<std::size_t>(end - mark);
     body.digitCount = static_cast<std::size_t>(mark - text);
-    // The flag # asks for a point even with no digit behind it.
+    // The flag # asks for a point even with no digit after it.
     char pointed[kRoom + 1];
     if (format.Has(kNumAlt) && std::isfinite(value) &&
         std::memchr(text, '.', body.digitCount) == nullptr) {

@@ -22,7 +22,7 @@ enum KoNumFlag : unsigned char {
     kNumAlt = 16,  ///< #
 };
 
-/// What else a character can be behind the percent sign of a format.
+/// What else a character can be after the percent sign of a format.
 enum KoNumCharacter : unsigned char {
     kNumModifier = 32,
     kNumInteger = 64,   ///< a conversion of integers
@@ -52,7 +52,7 @@ inline unsigned KoNumMeaning(char c)
     return koNumCharacters[static_cast<unsigned char>(c)];
 }
 
-/// Behind the length modifier at `s`.
+/// The end of the length modifier that may stand at `s`.
 inline const char* KoSkipNumModifier(const char* s)
 {
     for (; KoNumMeaning(*s) == kNumModifier; ++s) {

@@ -37,7 +37,7 @@ private:
     std::size_t m_size = sizeof m_short;
 };
 
-/// The text of a KoString as 8-bit characters with a zero behind them: itself where it is 8-bit,
+/// The text of a KoString as 8-bit characters with a zero after them: itself where it is 8-bit,
 /// else a copy in which a character beyond ASCII is one that belongs to no number.
 class KoNarrowText
 {

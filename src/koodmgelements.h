@@ -71,7 +71,7 @@ void SetTimeFields(TemporalFields& fields, const d_Time& time);
 d_Time TimeOfFields(const TemporalFields& fields);
 d_Time TimeOfFields(const TemporalFields& fields, int zoneHour, int zoneMinute);
 
-/// A value's text with its zone behind it, so that the text is the value again in every process:
+/// A value's text with its zone after it, so that the text is the value again in every process:
 /// "10:00:05.250+01:30". A zone of 0 is left out, and so is none in a text that is read, whatever
 /// the default zone is.
 KoString ZonedText(TemporalFields fields, const char* format, const d_Time& time);

@@ -48,7 +48,8 @@ struct OdmgIntervalType {
         return d_Interval::OfSeconds(static_cast<float>(static_cast<double>(whole) + fraction));
     }
 
-    /// Days to nanoseconds where they are the value, else seconds with an "s" behind.
+    /// The fields from days to nanoseconds where they are the value, else seconds with an "s" at
+    /// the end.
     static KoString ToText(const d_Interval& interval)
     {
         KoString text;

@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <string_view>
 
-// The zone behind the text of a time, as ISO 8601 has it: the sign is that of hour and minute. The
+// The zone after the text of a time, as ISO 8601 has it: the sign is that of hour and minute. The
 // library also holds zones whose parts have different signs, which the standard cannot write. Their
 // minute has a sign of its own: "-05:+01". So have hundredths that are no fraction of their second:
 // "30.-05", "30.+120".

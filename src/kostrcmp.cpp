@@ -40,7 +40,7 @@ KoTextOrder Match(const KoTextElements& left, const KoPatternElements& right, bo
     if (cut)
         return {0, !MatchesAll(right)};
     const KoMatch match = KoMatchWildcards(left, right);
-    return {match.Order(), false, match.behindRun};
+    return {match.Order(), false, match.afterRun};
 }
 
 /// Compares element by element. Between two that are not skipped may stand skipped ones, a gap: the

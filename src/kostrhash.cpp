@@ -131,7 +131,7 @@ o_u4b KoHashText(const KoText& text, unsigned limit)
         }
     }
     const unsigned end = KoUnitsBeforeZero(text.bytes, text.Width(), std::min(text.units, limit));
-    // Of the characters that are asked for, those behind the end count as zeros.
+    // Of the characters that are asked for, those after the end count as zeros.
     const auto padded = [limit](o_u4b hash, unsigned done) {
         return limit == kNoLimit ? hash : hash * KoPowerOf9(limit - done);
     };

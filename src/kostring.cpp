@@ -43,7 +43,7 @@ unsigned UnitsIn(const Unit* s, unsigned limit)
 
 } // namespace
 
-// The terminator may come before `limit`, and nothing behind it is there to be read.
+// The terminator may come before `limit`, and nothing after it is there to be read.
 KoString::Piece KoString::Piece::Of(const char* s, unsigned limit)
 {
     const void* end = s == nullptr || limit == 0 ? nullptr : std::memchr(s, 0, limit);

@@ -21,7 +21,7 @@ KoText TextAt(unsigned char codeSet, unsigned char language, const char* text, u
     found.format = KoTextFormat(format);
     if (text == nullptr || found.IsNull())
         return found;
-    // Behind the terminator nothing need be there, not even the rest of a word.
+    // After the terminator nothing need be there, not even the rest of a word.
     if (found.Width() == 2)
         while (found.units < limit && found.At(found.units) != 0)
             ++found.units;

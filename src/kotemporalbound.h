@@ -83,7 +83,7 @@ private:
     static constexpr KoCountedField kFields[] = {
         {12, kFirst}, {31, kFirst}, {24, 0}, {60, 0}, {60, 0}};
     static constexpr unsigned kHour = 2;
-    /// Two bytes of the zone before the hour, hundredths behind the second. What the zone is does
+    /// Two bytes of the zone before the hour, hundredths after the second. What the zone is does
     /// not count.
     static constexpr bool kZone =
         Type::kKind == TemporalKind::kOdmgTime || Type::kKind == TemporalKind::kOdmgTimestamp;

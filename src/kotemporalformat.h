@@ -41,7 +41,7 @@ constexpr const char* TemporalExpansion(char letter)
     }
 }
 
-/// What a letter is behind a percent sign.
+/// What a letter is after a percent sign.
 enum class TemporalLetter : unsigned char {
     kNone,      ///< it stands for itself
     kName,      ///< a directive whose text is no number
@@ -82,7 +82,7 @@ enum TemporalElement : unsigned {
     kTemporalEnd = 0x1000,
 };
 
-/// Walks a format element by element. A format that ends behind a percent sign ends before it.
+/// Walks a format element by element. A format that ends after a percent sign ends before it.
 ///
 /// Printing leaves out the first optional directives as long as they are 0 and no other directive
 /// stands before them, so a reader does not see how many are missing. It tries: a walk with
@@ -98,7 +98,7 @@ public:
     /// The letter of the directive that stands next, if it is no optional one; 0 otherwise.
     char TakeDirective()
     {
-        // Behind a percent sign, all that is no letter of a directive stands before "@" in ASCII.
+        // After a percent sign, all that is no letter of a directive stands before "@" in ASCII.
         if (*m_pos != '%' || m_pos[1] <= '?')
             return '\0';
         m_pos += 2;
@@ -134,7 +134,7 @@ public:
         unsigned count = 0;
         for (; count < most; ++count) {
             const char c = m_pos[count];
-            // Letters are behind the parenthesis in ASCII.
+            // Letters come after the parenthesis in ASCII.
             if (static_cast<unsigned char>(c) <= ')') [[unlikely]] {
                 if (c == '%' || c == ')' || c == '\0')
                     break;
@@ -145,7 +145,7 @@ public:
         return to + count;
     }
 
-    /// Goes on behind `run` where the format goes on with it.
+    /// Goes on after `run` where the format goes on with it.
     template <std::size_t size>
     bool Skip(const char (&run)[size])
     {
@@ -240,7 +240,7 @@ private:
         return true;
     }
 
-    /// Goes on behind a group that has just been opened, if none of its directives is to be read.
+    /// Goes on after a group that has just been opened, if none of its directives is to be read.
     /// One that opens another group has no end of its own, and its text stays.
     void PassEmptyGroup()
     {

@@ -35,7 +35,7 @@ public:
             ApplyHalfOfDay();
         return complete;
     }
-    /// True when every literal and number stood in the text and nothing stands behind.
+    /// True when every literal and number stood in the text and nothing follows.
     bool FitsExactly() const { return m_exact && AtEnd(); }
 
 private:

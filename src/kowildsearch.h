@@ -69,7 +69,7 @@ private:
 
 using KoKeyList = KoPlainList<o_u4b>;
 
-/// A set of places in a text, from the first to the one behind the last character.
+/// A set of places in a text, from the first to the one after the last character.
 class KoPlaces
 {
 public:
@@ -103,7 +103,7 @@ public:
         unsigned failedAt; ///< the pattern's key for which no text was left
     };
 
-    /// The pattern is one that begins behind a run. Both have to outlive the search.
+    /// The pattern is one that begins after a run. Both have to outlive the search.
     KoWildSearch(const KoKeyList& text, const KoKeyList& pattern) : m_text(text), m_pattern(pattern)
     {
     }
