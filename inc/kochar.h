@@ -69,7 +69,7 @@ public:
     /// character beyond it come by value.
     KoChar(KoString& s, int byteOffset);
     KoChar(const KoString& s, int byteOffset); ///< the same character by value
-    /// By value, with the code set and language of `other`.
+    /// Copies by value, with the code set and language of `other`.
     KoChar(const KoChar& other);
     /// The invalid character: what indexing gives after the terminator.
     static KoChar Invalid();

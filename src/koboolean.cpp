@@ -70,7 +70,7 @@ struct BooleanOps : ElementOps<KoBoolean, BooleanOps, KoBOOLEAN_T> {
         if (count == 0)
             return 0.0F;
         KoNarrowBounds(newBounds, op & kQueryMask, value, count);
-        // Of three values one is asked for, whatever the operator.
+        // One of three values is asked for, whatever the operator.
         return bounds != nullptr ? static_cast<float>(1.0 / 3.0) : 0.0F;
     }
     static unsigned Hash(unsigned char, unsigned length, void* value, unsigned count, int& status)

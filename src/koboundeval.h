@@ -14,15 +14,17 @@
 /// The evaluators of kotypevl.h, told for each type by an axis: how an element is read and which
 /// number it counts as.
 ///
+// clang-format off
 ///     struct Axis {
 ///         explicit Axis(unsigned char format);
-///         unsigned Size() const;                          // bytes of an element in the format
+///         unsigned Size() const;                           // bytes of an element in the format
 ///         Value Read(const unsigned char* element) const;
-///         static double From(const Value&);               // the numbers that the value stands
-///         for, static double To(const Value&);                 // one unless it has wildcards
-///         static Value Lowest(), Highest();               // for an open end
+///         static double From(const Value&);                // the lowest and the highest number that
+///         static double To(const Value&);                  // a value stands for; two with wildcards
+///         static Value Lowest(), Highest();                // the values of an open end
 ///         static constexpr KoAxisKind kKind;
 ///     };
+// clang-format on
 
 enum class KoAxisKind {
     kPlain,

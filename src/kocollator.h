@@ -121,9 +121,9 @@ struct KoWildcards {
 
     o_u2b asterisk, question, escape;
 
-    /// Those of the process.
+    /// The wildcards that the process uses now.
     static KoWildcards Current();
-    /// Those are the orders of "*", "?" and "\\".
+    /// True while they are the orders of "*", "?" and "\\".
     static bool AreDefault() { return !s_replaced.load(std::memory_order_relaxed); }
     /// 0 restores the default one. Not synchronised, like all settings of the process.
     static void Replace(Which which, o_u2b order);
@@ -167,7 +167,7 @@ struct KoTextOrder {
 KoTextOrder KoCompareText(const KoText& left, const KoText& right, o_u2b cmpOp,
                           unsigned limit = kNoLimit, unsigned from = 0);
 
-/// As comparing with a pattern that has an asterisk after it; neither may be null.
+/// Compares as with a pattern that has an asterisk after it; neither text may be null.
 KoTextOrder KoCompareBeginning(const KoText& text, const KoText& pattern,
                                const KoCompareMode& mode);
 

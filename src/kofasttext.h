@@ -36,7 +36,7 @@ public:
     {
         return s_languages[language].load(std::memory_order_relaxed) == kPlain;
     }
-    /// True where that knows more now.
+    /// Asks the tables about both; true where more is known than before.
     static bool Learn(unsigned char codeSet, unsigned char language);
 
 private:

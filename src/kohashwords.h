@@ -14,10 +14,10 @@ constexpr o_u4b KoPowerOf9(unsigned exponent)
     return power;
 }
 
-/// What a byte counts.
+/// The number that a byte stands for in a hash.
 enum class KoByteValue { kUnsigned, kSigned, kLowSeven };
 
-/// Texts of bytes.
+/// The hash of texts of bytes.
 template <KoByteValue value>
 struct KoHashOfBytes {
     /// What eight bytes add, the first one lowest: pairs are joined into 16, 32 and 64 bits, so
@@ -30,7 +30,7 @@ struct KoHashOfBytes {
             word ^= KoLanes<o_u1b>::kTops;
         if (value == KoByteValue::kLowSeven)
             word &= ~KoLanes<o_u1b>::kTops;
-        // At most 255 * 10, then 255 * 10 * 82: neither leaves its lane.
+        // A pair is at most 255 * 10 and a four 255 * 10 * 82, so that none leaves its lane.
         const o_u8b pairs = (word & 0x00FF00FF00FF00FFU) * 9 + (word >> 8U & 0x00FF00FF00FF00FFU);
         const o_u8b fours =
             (pairs & 0x0000FFFF0000FFFFU) * 81 + (pairs >> 16U & 0x0000FFFF0000FFFFU);

@@ -53,7 +53,7 @@ struct Weights {
         isPattern = true;
     }
 
-    /// Leaves what the other begins with, too.
+    /// Keeps only the beginning that both texts share.
     void CutCommon(const Weights& other)
     {
         const auto* different =

@@ -11,7 +11,7 @@
 
 /// Tests on several characters at once.
 
-/// Of a word of eight bytes.
+/// The tests on a word of eight bytes, which holds eight characters of 8 bits or four of 16.
 template <class Unit>
 struct KoLanes {
     static constexpr unsigned kBits = 8 * sizeof(Unit);

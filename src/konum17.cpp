@@ -33,7 +33,7 @@ public:
 
     constexpr Power Leading() const { return {Pair(0), Pair(2)}; }
 
-    /// By 10, that is 5/4.
+    /// Multiplies by 10, which is 5/4 where the power of two is left out.
     constexpr void Multiply()
     {
         o_u4b sum[kWords] = {};
@@ -50,7 +50,7 @@ public:
             m_words[i] = (m_words[i] >> 1) | ((i > 0 ? m_words[i - 1] : 1U) << 31);
     }
 
-    /// By 1/10, that is 8/5 below 5/4 and 4/5 from there on.
+    /// Divides by 10, which is to multiply by 8/5 below 5/4 and by 4/5 from there on.
     constexpr void Divide()
     {
         const unsigned shift = m_words[0] < 0xA0000000U ? 3 : 2;

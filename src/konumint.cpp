@@ -166,7 +166,7 @@ std::size_t PrintAny(char* out, std::size_t capacity, const char* format, o_u8b 
         return KoWriteInteger(out, capacity, parsed, value, false);
     if (ShowsBits(parsed.conversion))
         return KoWriteInteger(out, capacity, parsed, value & MaxUnsigned(type.bits), false);
-    // As the default argument promotions have it: 8 and 16 unsigned bits stay positive.
+    // Unsigned numbers of 8 and 16 bits stay positive, as under the default argument promotions.
     if (!type.isSigned && type.bits >= 32)
         value = Narrow(value, {type.bits, true});
     const bool negative = (value & kSign64) != 0;

@@ -67,7 +67,7 @@ struct RefType {
     using Value = KoRef;
     static constexpr KoTypeId kId = KoREF_T;
     static constexpr const IdentityKind& kKind = kRefKind;
-    // Not the print format of the type, deliberately: the version is in it.
+    // This is deliberately not the print format of the type: it has the version.
     static constexpr const char* kFormat = "(%D:%H-%L#%B,%Cv%V)";
     static constexpr unsigned kQuads = 2;
     static constexpr unsigned kPairs = 3;

@@ -53,7 +53,7 @@ struct ScalarText {
             KoScanNumber(value, text, (___KoTypeMgrOptions() & 1) != 0 ? "%d" : "%i");
             return value;
         } else if constexpr (std::floating_point<T>) {
-            // Not through double: rounding twice can give another float.
+            // It does not go through double: rounding twice can give another float.
             T value = 0;
             KoScanNumber(value, text, kFloatingFormat);
             return value;

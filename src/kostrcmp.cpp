@@ -34,7 +34,7 @@ bool MatchesAll(KoPatternElements pattern)
     return pattern.Kind() == KoPatternKind::kEnd && !pattern.IsOpenEnd();
 }
 
-/// From the pattern's first wildcard on, where all before it is equal.
+/// Compares from the pattern's first wildcard on, where all before it is equal.
 KoTextOrder Match(const KoTextElements& left, const KoPatternElements& right, bool cut)
 {
     if (cut)

@@ -92,7 +92,7 @@ template <class Walk>
                                : KoCompareFrom(left, right, cmpOp, kNoLimit, walk.At());
 }
 
-/// Of long texts that begin alike.
+/// Compares long texts that begin alike: the equal beginning is skipped first.
 template <class Walk, class Decision>
 [[gnu::noinline]] int CompareLong(const KoString& left, const KoString& right, o_u2b cmpOp)
 {

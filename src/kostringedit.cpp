@@ -41,8 +41,10 @@ void Repeat(char* to, std::size_t unit, std::size_t total)
 
 void KoReportOverflow()
 {
-    if (DefaultConfig::GetBool("debug", "stringOverflow"))
+    if (DefaultConfig::GetBool("debug", "stringOverflow")) {
+        // Fixed text that programs look for; file and line are no place in these sources.
         KORA_assert("String overflow", "src\\kostring", 1110);
+    }
 }
 
 /// The text becomes its first `prefix` characters, the piece, and `suffix` characters from

@@ -81,7 +81,7 @@ struct ByteText {
         count = static_cast<unsigned>(found - bytes);
     }
 
-    /// As Bound::Raise.
+    /// Does what Bound::Raise does.
     unsigned Raise(char* text, unsigned kept) const
     {
         std::memcpy(text, bytes, kept);

@@ -11,7 +11,7 @@
 namespace
 {
 
-/// In a null mark: bit 7 of the language.
+/// Bit 7 of the language, which makes a null mark of a null value.
 constexpr unsigned char kNullMarkBit = 0x80;
 
 } // namespace

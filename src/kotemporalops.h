@@ -36,13 +36,14 @@ bool IsNullTemporal([[maybe_unused]] const Value& value)
         return false;
 }
 
-/// The text of one value, appended.
+/// Appends the text of one value.
 template <class Type>
 void PrintTemporalValue(KoString& out, const typename Type::Value& value, const char* format)
 {
     if (IsNullTemporal(value))
         return PrintTemporalNull(out);
-    // Not assigned: copies of fields just written wait for their stores.
+    // Made here and not assigned to: a copy of fields that were just written waits until they are
+    // stored.
     TemporalFields fields = Type::ToFields(value);
     fields.kind = Type::kKind;
     PrintTemporal(out, fields, format);

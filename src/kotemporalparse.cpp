@@ -56,7 +56,7 @@ private:
     bool IsAt(char c) const { return m_now.pos != m_end && *m_now.pos == c; }
     bool IsAtDigit() const { return m_now.pos != m_end && ko::IsDigit(*m_now.pos); }
 
-    /// Of several ways to read a text, the error is where the one that came farthest ended.
+    /// A text can be read in several ways; the error is where the one that came farthest ended.
     bool Fail(const char* at)
     {
         m_errorAt = std::max(m_errorAt, at);

@@ -56,7 +56,7 @@ public:
     }
 };
 
-/// Of the right text, which is a pattern where wildcards are on.
+/// The elements of the right text, which is a pattern where wildcards are on.
 class KoPatternElements : public KoElements
 {
 public:

@@ -66,7 +66,8 @@ KoString& KoTypeMgr::PrintToKoString(o_char id, KoString& text, void* value, con
     if (count < 2 || print == ExtensionOf(*m_table, id).printsArray)
         return print(text, value, format, count);
     for (unsigned i = 0; i < count; ++i) {
-        // In the code set of the whole text: another one may lack characters that this one has.
+        // The code set is that of the whole text: another one may lack characters that this one
+        // has.
         KoString element(text.CodeSet(), text.Language());
         text += print(element, GetArrayElement(id, value, i, count), format, 1);
         if (i + 1 < count)

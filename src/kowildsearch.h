@@ -142,7 +142,7 @@ private:
     const KoKeyList& m_text;
     const KoKeyList& m_pattern;
     mutable KoKeyList m_borders;
-    // Of the different keys in the pattern, each of which has a number.
+    // The lists below number the different keys of the pattern.
     KoKeyList m_slots;   ///< a hash table of positions in the pattern, one added
     KoKeyList m_numbers; ///< for each of the pattern, then of the text
     KoKeyList m_rowOf;   ///< for each number
