@@ -142,68 +142,79 @@ std::size_t PrintShortest(char (&out)[kRoomForShortest], T value)
     return static_cast<std::size_t>(end - out);
 }
 
+/// What an integer conversion makes of a floating number.
+std::size_t WriteAsInteger(char* out, std::size_t capacity, KoNumFormat format, double value)
+{
+    const bool isSigned = format.conversion == 'd' || format.conversion == 'i' ||
+                          format.conversion == 'S' || value < 0;
+    if (format.conversion == 'S')
+        format.conversion = 'd';
+    const o_u8b bits = KoCutToInteger(value, isSigned);
+    const bool negative =
+        (format.conversion == 'd' || format.conversion == 'i') && (bits >> 63) != 0;
+    return KoWriteInteger(out, capacity, format, negative ? 0 - bits : bits, negative);
+}
+
+/// A floating number in the digits of a format.
+struct Digits {
+    char* end;
+    char conversion;         ///< in lower case; 'e' or 'f' where "%#g" has chosen
+    unsigned trailZeros = 0; ///< that the precision asks for beyond the digits
+};
+
+/// Writes a number of 0 and above, or one that is none, without its sign.
+Digits WriteDigits(char (&text)[kRoom], const KoNumFormat& format, double value)
+{
+    char conversion = ko::ToLower(format.conversion);
+    if (!std::isfinite(value))
+        return {std::to_chars(text, text + kRoom, value).ptr, conversion};
+    if (conversion == 'a' && format.precision < 0)
+        return {std::to_chars(text, text + kRoom, value, std::chars_format::hex).ptr, conversion};
+    int precision = format.precision < 0 ? 6 : format.precision;
+    if (conversion == 'g' && precision == 0)
+        precision = 1;
+    if (conversion == 'g' && format.Has(kNumAlt)) {
+        const GeneralForm choice = ChooseForm(value, precision);
+        precision = choice.precision;
+        conversion = choice.scientific ? 'e' : 'f';
+    }
+    const auto form = conversion == 'e'   ? std::chars_format::scientific
+                      : conversion == 'f' ? std::chars_format::fixed
+                      : conversion == 'a' ? std::chars_format::hex
+                                          : std::chars_format::general;
+    Digits digits{nullptr, conversion};
+    const int most = conversion == 'a' ? 13 : kMaxFraction;
+    if (precision > most) {
+        digits.trailZeros = conversion == 'g' ? 0 : static_cast<unsigned>(precision - most);
+        precision = most;
+    }
+    digits.end = std::to_chars(text, text + kRoom, value, form, precision).ptr;
+    return digits;
+}
+
 } // namespace
 
 std::size_t KoWriteFloating(char* out, std::size_t capacity, const KoNumFormat& format,
                             double value)
 {
-    if (!format.isFloating) {
-        const bool isSigned = format.conversion == 'd' || format.conversion == 'i' ||
-                              format.conversion == 'S' || value < 0;
-        KoNumFormat integer = format;
-        if (integer.conversion == 'S')
-            integer.conversion = 'd';
-        o_u8b bits = KoCutToInteger(value, isSigned);
-        const bool negative =
-            (integer.conversion == 'd' || integer.conversion == 'i') && (bits >> 63) != 0;
-        return KoWriteInteger(out, capacity, integer, negative ? 0 - bits : bits, negative);
-    }
+    if (!format.isFloating)
+        return WriteAsInteger(out, capacity, format, value);
     char text[kRoom];
     KoNumBody body;
     body.digits = text;
     body.AddSign(format, std::signbit(value));
     value = std::fabs(value);
-    char conversion = ko::ToLower(format.conversion);
-    char* end;
-    if (!std::isfinite(value)) {
-        end = std::to_chars(text, text + kRoom, value).ptr;
-    } else if (conversion == 'a' && format.precision < 0) {
-        end = std::to_chars(text, text + kRoom, value, std::chars_format::hex).ptr;
-    } else {
-        int precision = format.precision < 0 ? 6 : format.precision;
-        auto form = std::chars_format::general;
-        if (conversion == 'g' && precision == 0)
-            precision = 1;
-        if (conversion == 'g' && format.Has(kNumAlt)) {
-            const GeneralForm choice = ChooseForm(value, precision);
-            precision = choice.precision;
-            conversion = choice.scientific ? 'e' : 'f';
-        }
-        if (conversion == 'e')
-            form = std::chars_format::scientific;
-        else if (conversion == 'f')
-            form = std::chars_format::fixed;
-        else if (conversion == 'a')
-            form = std::chars_format::hex;
-        const int most = conversion == 'a' ? 13 : kMaxFraction;
-        if (precision > most) {
-            body.trailZeros = conversion == 'g' ? 0 : static_cast<unsigned>(precision - most);
-            precision = most;
-        }
-        end = std::to_chars(text, text + kRoom, value, form, precision).ptr;
-    }
-    char* mark = end;
-    if (std::isfinite(value)) {
+    const bool isNumber = std::isfinite(value);
+    const auto [end, conversion, trailZeros] = WriteDigits(text, format, value);
+    body.trailZeros = trailZeros;
+    const char* mark = end;
+    if (isNumber) {
         if (conversion == 'a') {
             body.AddHead('0');
             body.AddHead(format.conversion == 'a' ? 'x' : 'X');
         }
-        if (conversion != 'f') {
-            const char sought = conversion == 'a' ? 'p' : 'e';
-            mark =
-                static_cast<char*>(std::memchr(text, sought, static_cast<std::size_t>(end - text)));
-            mark = mark == nullptr ? end : mark;
-        }
+        if (conversion != 'f')
+            mark = std::find(text, end, conversion == 'a' ? 'p' : 'e');
         body.zeroPadded = format.Has(kNumZero);
     }
     if (format.conversion < 'a')
@@ -213,8 +224,7 @@ std::size_t KoWriteFloating(char* out, std::size_t capacity, const KoNumFormat& 
     body.digitCount = static_cast<std::size_t>(mark - text);
     // The flag # asks for a point even with no digit after it.
     char pointed[kRoom + 1];
-    if (format.Has(kNumAlt) && std::isfinite(value) &&
-        std::memchr(text, '.', body.digitCount) == nullptr) {
+    if (format.Has(kNumAlt) && isNumber && std::memchr(text, '.', body.digitCount) == nullptr) {
         std::memcpy(pointed, text, body.digitCount);
         pointed[body.digitCount++] = '.';
         body.digits = pointed;
