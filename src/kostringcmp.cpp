@@ -1,10 +1,13 @@
+#include "kohashwords.h"
 #include "kopaddedcompare.h"
+#include "kostringrecord.h"
 
 #include <kostrcmp.h>
 
 #include <algorithm>
 
-// What compares texts and strings for applications.
+// What compares and hashes texts and strings for applications: all of kostrcmp.h, and the members
+// of KoString that compare.
 
 namespace
 {
@@ -37,6 +40,38 @@ unsigned LimitOf(short len)
     return len < 0 ? kNoLimit : static_cast<unsigned>(len);
 }
 
+template <KoByteValue value>
+o_u4b HashOfString(const KoString& string)
+{
+    const KoText text = KoStringAccess::Get(string);
+    if (text.units == 0)
+        return 0;
+    if (text.Width() == 1) {
+        KoHashOfBytes<value> hashOf;
+        return KoHashWords(text.bytes, text.units, true, hashOf);
+    }
+    // The bytes of other 16-bit code sets, in the order of the machines that values come from: the
+    // low one first, and the first zero byte is the end.
+    const bool units = text.codeSet == KoCS_UNICODE;
+    constexpr bool kLow = value == KoByteValue::kLowSeven;
+    o_u4b hash = 0;
+    for (unsigned i = 0; i < text.units; ++i) {
+        const unsigned unit = text.At(i);
+        if (unit == 0)
+            break;
+        if (units) {
+            hash = hash * 9 + (kLow ? unit & 0x7FU : unit);
+            continue;
+        }
+        for (const unsigned byte : {unit & 0xFFU, unit >> 8U}) {
+            if (byte == 0)
+                return hash;
+            hash = hash * 9 + (kLow ? byte & 0x7FU : byte - (byte & 0x80U) * 2);
+        }
+    }
+    return hash;
+}
+
 } // namespace
 
 int KoStrCmp(unsigned char codeSet1, unsigned char language1, const char* text1,
@@ -62,6 +97,22 @@ unsigned HashString(unsigned char codeSet, unsigned char language, char* text, s
 {
     const unsigned limit = len == KoString::kRest ? kNoLimit : len < 0 ? 0U : LimitOf(len);
     return KoHashText(TextAt(codeSet, language, text, format, limit), limit);
+}
+
+int StringCompare(unsigned char format, unsigned leftSize, void* left, unsigned rightSize,
+                  void* right, unsigned short cmpOp, unsigned count, int& status)
+{
+    return KoCompareTexts(format, leftSize, left, rightSize, right, cmpOp, count, status, false);
+}
+
+unsigned HashKoString(const KoString& string)
+{
+    return HashOfString<KoByteValue::kSigned>(string);
+}
+
+unsigned HashKoString7(const KoString& string)
+{
+    return HashOfString<KoByteValue::kLowSeven>(string);
 }
 
 // ---- members of strings
