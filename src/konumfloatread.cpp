@@ -109,10 +109,10 @@ bool KoReadReal(KoNumCursor& cursor, KoFloatForm form, bool single, double& valu
         value = std::numeric_limits<double>::quiet_NaN();
         return true;
     }
-    const bool hex = form != KoFloatForm::decimal && cursor.end - cursor.pos >= 3 &&
+    const bool hex = form != KoFloatForm::kDecimal && cursor.end - cursor.pos >= 3 &&
                      cursor.pos[0] == '0' && ko::ToLower(cursor.pos[1]) == 'x' &&
                      HexEnd(cursor.pos + 2, cursor.end) != cursor.pos + 2;
-    if (form == KoFloatForm::hex && !hex)
+    if (form == KoFloatForm::kHex && !hex)
         return false;
     // A second sign is none of the number's.
     if (!cursor.AtEnd() && *cursor.pos == '-')
@@ -171,7 +171,7 @@ bool ScanAny(double& value, const char* text, std::size_t length, const char* fo
     const bool negative = cursor.Sign();
     double real;
     bool overflow;
-    if (!KoReadReal(cursor, KoFloatForm::either, single, real, overflow))
+    if (!KoReadReal(cursor, KoFloatForm::kEither, single, real, overflow))
         return false;
     value = negative ? -real : real;
     return true;
@@ -203,7 +203,8 @@ int ParseAny(double& value, const char* text, std::size_t length, const char* fo
     const bool hex = parsed.conversion == 'a' || parsed.conversion == 'A';
     double real;
     bool overflow;
-    if (!KoReadReal(cursor, hex ? KoFloatForm::hex : KoFloatForm::decimal, single, real, overflow))
+    if (!KoReadReal(cursor, hex ? KoFloatForm::kHex : KoFloatForm::kDecimal, single, real,
+                    overflow))
         return fail(cursor.pos);
     cursor.SkipPadding(parsed.PadsAfter());
     if (!cursor.Match(parsed.suffix, parsed.suffixEnd, true) || !cursor.AtEnd())

@@ -183,8 +183,8 @@ bool KoReadMagnitude(KoNumCursor& cursor, int base, o_u8b& magnitude, bool& over
 
 /// The number, without its sign, at the cursor, which moves past it; false where there is none.
 /// A number that is too large gives infinity and sets `overflow`; a too small one gives 0.
-/// `hex`: hexadecimal only; `either`: both, by the prefix.
-enum class KoFloatForm { decimal, hex, either };
+/// `kHex`: hexadecimal only; `kEither`: both, by the prefix.
+enum class KoFloatForm { kDecimal, kHex, kEither };
 bool KoReadReal(KoNumCursor& cursor, KoFloatForm form, bool single, double& value, bool& overflow);
 
 /// Cuts a floating number to an integer of 64 bits; NaN gives 0.

@@ -256,7 +256,7 @@ bool ScanAny(o_u8b& value, const char* text, std::size_t length, const char* for
     bool overflow;
     if (parsed.isFloating) {
         double real;
-        if (!KoReadReal(cursor, KoFloatForm::either, false, real, overflow))
+        if (!KoReadReal(cursor, KoFloatForm::kEither, false, real, overflow))
             return false;
         magnitude = KoCutToInteger(real, false);
     } else if (!KoReadMagnitude(cursor, BaseOf(parsed.conversion), magnitude, overflow)) {
@@ -289,7 +289,7 @@ int ParseAny(o_u8b& value, const char* text, std::size_t length, const char* for
     if (parsed.isFloating) {
         const bool hex = parsed.conversion == 'a' || parsed.conversion == 'A';
         double real;
-        if (!KoReadReal(cursor, hex ? KoFloatForm::hex : KoFloatForm::decimal, false, real,
+        if (!KoReadReal(cursor, hex ? KoFloatForm::kHex : KoFloatForm::kDecimal, false, real,
                         overflow))
             return fail(cursor.pos);
         magnitude = KoCutToInteger(real, false);

@@ -1,11 +1,12 @@
 #ifndef KONUMSTRING_H
 #define KONUMSTRING_H
 
-#include "kobytes.h"
 #include "konumtext.h"
 
 #include <koservices.h>
 #include <kostring.h>
+
+#include <cstring>
 
 /// Number text (konumtext.h) to and from a KoString.
 
@@ -52,7 +53,8 @@ public:
         if (m_length >= m_room.Size())
             m_length = 0;
         for (std::size_t i = 0; i < m_length; ++i) {
-            const auto unit = ko::ReadValue<o_u2b>(m_text + 2 * i);
+            o_u2b unit;
+            std::memcpy(&unit, m_text + 2 * i, sizeof unit);
             out[i] = unit < 128 ? static_cast<char>(unit) : '\x1A';
         }
         out[m_length] = '\0';
