@@ -156,9 +156,9 @@ double KoTextDigits::Position(unsigned skipped, unsigned kept) const
     return variant + position;
 }
 
-double KoTextDigits::Room(unsigned behind) const
+double KoTextDigits::Room(unsigned certain) const
 {
-    return std::pow(base, -static_cast<double>(behind));
+    return std::pow(base, -static_cast<double>(certain));
 }
 
 bool KoTextDigits::HasNumeral() const

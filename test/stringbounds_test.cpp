@@ -35,7 +35,7 @@ std::string TextOf(const void* end, unsigned char format)
         return "-";
     KoString text;
     current.Load(KoSTRING_T, &text, end, format, 1);
-    const std::string shown = Show(text); // the characters stand behind code set and language
+    const std::string shown = Show(text); // the characters stand after code set and language
     return text.IsNullValue() ? shown
            : text.IsEmpty()   ? "\"\""
                               : shown.substr(shown.rfind(':') + 1);
