@@ -360,15 +360,10 @@ TEST(StrCmp, NoPatternTakesLong)
         bool matches;
     } rows[] = {
         {repeated("*a", "*b", kLongest), false},
-        {repeated("a*", "", kLongest), true},
         {repeated("*?", "", kLongest), true},
-        {repeated("*", "b", kLongest), false},
         {repeated("a", "*b", kLongest), false},
-        {repeated("*aaaaaaaaab", "*", kLongest), false},
         {repeated("*" + half, "b", kLongest), false},
-        {repeated("*" + half, "b*", kLongest), false},
         {repeated("*?" + half, "b*", kLongest), false},
-        {repeated("*?" + half, "?", kLongest), true},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(text.Compare(row.pattern, -1, 0) == 0, row.matches);

@@ -1,3 +1,4 @@
+#include "datafile.h"
 #include "testfiles.h"
 
 #include <csvreader.h>
@@ -35,38 +36,9 @@ std::string Rows(const std::string& text)
 
 TEST(CsvReader, RowsAndTheirBytes)
 {
-    const struct {
-        const char* reason;
-        std::string text;
-        std::string rows;
-    } kCases[] = {
-        {"LF", "a,b\nc,d\n", "[a][b]<a,b\n>[c][d]<c,d\n>"},
-        {"CRLF belongs to its row", "a\r\nb\r\n", "[a]<a\r\n>[b]<b\r\n>"},
-        {"CR alone ends a row", "a\rb", "[a]<a\r>[b]<b>"},
-        {"no line end at the end", "a,\nb,", "[a][]<a,\n>[b][]<b,>"},
-        {"byte order mark",
-         "\xEF\xBB\xBF"
-         "a\n",
-         "[a]<a\n>"},
-        {"empty lines are no rows", "\n\r\na\n\n", "[a]<a\n>"},
-        {"empty fields", ",a,,b,\r\n,\n,,", "[][a][][b][]<,a,,b,\r\n>[][]<,\n>[][][]<,,>"},
-        {"a quote behind plain rows", "a,b\n\"c\",d\ne\n",
-         "[a][b]<a,b\n>[c][d]<\"c\",d\n>[e]<e\n>"},
-        {"blanks belong to the field", " a ,\tb\n", "[ a ][\tb]< a ,\tb\n>"},
-        {"doubled quotes and line breaks", "\"a\"\"b\",\"c\r\nd\ne\"\nf\n",
-         "[a\"b][c\r\nd\ne]<\"a\"\"b\",\"c\r\nd\ne\"\n>[f]<f\n>"},
-        {"a NUL is handed on", std::string("a\0b\n", 4),
-         "[" + std::string("a\0b", 3) + "]<" + std::string("a\0b\n", 4) + ">"},
-        {"a quote inside costs its line only", "x\na,5\"b,c\ny\n",
-         "[x]<x\n>!quote that@2:4:5<a,5\"b,c\n>[y]<y\n>"},
-        {"text behind a closing quote", "\"a\"b\ny\n", "!quote that@1:4:3<\"a\"b\n>[y]<y\n>"},
-        {"never closed: the rest is one row", "x\na,\"b\nc\n",
-         "[x]<x\n>!quote that@2:3:4<a,\"b\nc\n>"},
-        {"never closed behind doubled quotes", "\"\"\"a\"\"\n", "!quote that@1:1:0<\"\"\"a\"\"\n>"},
-        {"nothing", "", ""},
-    };
-    for (const auto& c : kCases)
-        EXPECT_EQ(Rows(c.text), c.rows) << c.reason;
+    data::ForEachRow("csvrows.txt", 3, [](const auto&, const data::Row& row) {
+        EXPECT_EQ(Rows(data::ParseString(row[0])), data::ParseString(row[1]));
+    });
 }
 
 TEST(CsvReader, PlacesInsideFields)
