@@ -5,8 +5,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstdint>
-#include <cstring>
 #include <vector>
 
 namespace

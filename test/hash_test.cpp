@@ -4,8 +4,9 @@
 #include <map>
 #include <random>
 
-/// Hashes spread: values that lie in a row share buckets no more often than drawn ones, whatever
-/// power of two the number of buckets is and from whichever end of the hash it is taken.
+/// Hashes spread: every bit of a value turns every bit of its hash in half of all cases, and values
+/// that lie in a row share buckets no more often than drawn ones, whatever power of two the number
+/// of buckets is and from whichever end of the hash it is taken.
 
 namespace
 {
@@ -21,6 +22,46 @@ unsigned HashOf(Kind type, Bytes& bytes, unsigned count)
     const unsigned hash = manager.Hash(id, 0, bytes.data(), count, KoFMT_LITTLE, status);
     EXPECT_EQ(status, 0);
     return hash;
+}
+
+TEST(Hash, EveryBitTurnsHalfOfTheHash)
+{
+    constexpr unsigned kValues = 1000;
+    constexpr double kFurthest = 6.0; // standard deviations, of some 10^4 counts
+    const struct {
+        Kind type;
+        unsigned count;
+        unsigned bytes;
+        const char* reason;
+    } rows[] = {{"o_2b", 3, 6, "words that are sign-extended"},
+                {"o_u4b", 1, 4, "one element"},
+                {"o_4b", 4, 16, "every place"},
+                {"o_double", 2, 16, "bits of floating numbers"},
+                {"KoDateTimeN", 2, 22, "fields and nanoseconds"},
+                {"d_Timestamp", 1, 10, "date and time"},
+                {"KoSeal", 1, 6, "three words"},
+                {"KoClassId", 2, 8, "class and version"}};
+    std::mt19937 random(1);
+    for (const auto& row : rows) {
+        SCOPED_TRACE(testing::Message() << row.type << ": " << row.reason);
+        Bytes value(row.bytes);
+        std::vector<unsigned> turned(std::size_t{32} * 8 * row.bytes);
+        for (unsigned i = 0; i < kValues; ++i) {
+            for (unsigned char& byte : value)
+                byte = static_cast<unsigned char>(random());
+            const unsigned hash = HashOf(row.type, value, row.count);
+            for (std::size_t bit = 0; bit < turned.size() / 32; ++bit) {
+                value[bit / 8] ^= static_cast<unsigned char>(1U << bit % 8);
+                const unsigned changed = hash ^ HashOf(row.type, value, row.count);
+                value[bit / 8] ^= static_cast<unsigned char>(1U << bit % 8);
+                for (unsigned out = 0; out < 32; ++out)
+                    turned[32 * bit + out] += changed >> out & 1U;
+            }
+        }
+        for (std::size_t at = 0; at < turned.size(); ++at)
+            ASSERT_LE(std::fabs(turned[at] - kValues / 2.0), kFurthest * std::sqrt(kValues) / 2)
+                << "bit " << at / 32 << " of the value, " << at % 32 << " of the hash";
+    }
 }
 
 // ---- buckets

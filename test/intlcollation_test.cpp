@@ -4,7 +4,6 @@
 #include <kointl.h>
 
 #include <set>
-#include <string>
 #include <vector>
 
 namespace

@@ -316,8 +316,8 @@ TEST(KoBlob, LackOfMemoryLeavesTheValue)
     }
     // The second append of a run asks for 9 bytes, and makes do with 6.
     const auto atMostSix = [](std::size_t size) { return size > 6 ? nullptr : std::malloc(size); };
-    KoSetAllocator(atMostSix, std::free);
     KoBlob blob = Of("1");
+    KoSetAllocator(atMostSix, std::free);
     blob.Append("23", 2);
     blob.Append("456", 3);
     KoSetAllocator(nullptr, nullptr);

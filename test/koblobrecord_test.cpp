@@ -7,7 +7,6 @@
 #include <cstring>
 #include <memory>
 #include <string>
-#include <vector>
 
 /// Stored blobs and their texts.
 

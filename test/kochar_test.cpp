@@ -59,27 +59,17 @@ TEST(Char, HoldsOneCharacterOfACodeSet)
     char units[] = {'\x12', '\x34', '\x56'};
     KoString text = Text(u"a\u20AC", KoCS_UNICODE, KoLANG_GERMAN);
     KoLanguageContext::SetDefaultLanguage(KoLANG_FRENCH);
-    static const struct {
-        const char* what;
-        KoChar c;
-        unsigned code, codeSet, language;
-    } rows[] = {
-        {"short", KoChar(static_cast<unsigned short>(0x20AC)), 0x20AC, 253, 3},
-        {"short of 8 bits", KoChar(static_cast<unsigned short>(0x20AC), 2, 7), 0xAC, 2, 7},
-        {"place, big first", KoChar(units, 253, 7, KoFMT_BIG), 0x1234, 253, 7},
-        {"place, off alignment", KoChar(units + 1, 253, 7, KoFMT_BIG), 0x3456, 253, 7},
-        {"place of 8 bits", KoChar(units + 2, 255, 255, 255), 0x56, 1, 3},
-        {"byte offset", KoChar(text, 2), 0x20AC, 253, 2},
-        {"offset inside a character", KoChar(text, 3), 0, 255, 255},
-        {"the terminator", text[2], 0, 253, 2},
-        {"before all", text[-1], 0, 255, 255},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.what);
-        EXPECT_EQ(row.c.Code(), row.code);
-        EXPECT_EQ(row.c.CodeSet(), row.codeSet);
-        EXPECT_EQ(row.c.Language(), row.language);
-    }
+    using Parts = std::vector<unsigned>; // code, code set, language
+    const auto parts = [](const KoChar& c) { return Parts{c.Code(), c.CodeSet(), c.Language()}; };
+    EXPECT_EQ(parts(KoChar(static_cast<unsigned short>(0x20AC))), Parts({0x20AC, 253, 3}));
+    EXPECT_EQ(parts(KoChar(static_cast<unsigned short>(0x20AC), 2, 7)), Parts({0xAC, 2, 7}));
+    EXPECT_EQ(parts(KoChar(units, 253, 7, KoFMT_BIG)), Parts({0x1234, 253, 7}));
+    EXPECT_EQ(parts(KoChar(units + 1, 253, 7, KoFMT_BIG)), Parts({0x3456, 253, 7}));
+    EXPECT_EQ(parts(KoChar(units + 2, 255, 255, 255)), Parts({0x56, 1, 3}));
+    EXPECT_EQ(parts(KoChar(text, 2)), Parts({0x20AC, 253, 2})) << "an offset in bytes";
+    EXPECT_EQ(parts(KoChar(text, 3)), Parts({0, 255, 255})) << "inside a character";
+    EXPECT_EQ(parts(text[2]), Parts({0, 253, 2})) << "the terminator";
+    EXPECT_EQ(parts(text[-1]), Parts({0, 255, 255})) << "before all";
     const KoChar invalid = KoChar::Invalid();
     const KoChar copy(invalid);
     EXPECT_TRUE(invalid.Language() == 255 && copy.Language() == 3 && copy.CodeSet() == 255);

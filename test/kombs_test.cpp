@@ -3,9 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <random>
-#include <vector>
-
 namespace
 {
 

@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cstring>
 #include <limits>
 #include <random>
 #include <string>
@@ -129,22 +128,14 @@ TEST(OdmgDate, Members)
 
 TEST(OdmgInterval, Arithmetic)
 {
-    const struct {
-        d_Interval interval;
-        float seconds;
-        const char* reason;
-    } rows[] = {
-        {d_Interval(1, -2, 0, 0), -93600.0F, "one negative part turns the whole"},
-        {d_Interval(1, 2, 3, 4.5F), 93784.5F, "a sum"},
-        {d_Interval(kIntMin), -2147483648.0F * 86400.0F, "the largest count"},
-        {d_Interval(2) + d_Interval(0, 1), 176400.0F, "plus"},
-        {d_Interval(2) * -3, -518400.0F, "times"},
-        {d_Interval(3) / 2, 129600.0F, "by"},
-        {d_Interval(3) / 0, 259200.0F, "by 0: unchanged"},
-        {-d_Interval(3), -259200.0F, "turned"},
-    };
-    for (const auto& row : rows)
-        EXPECT_EQ(row.interval.Seconds(), row.seconds) << row.reason;
+    EXPECT_EQ(d_Interval(1, -2, 0, 0).Seconds(), -93600.0F) << "one negative part turns the whole";
+    EXPECT_EQ(d_Interval(1, 2, 3, 4.5F).Seconds(), 93784.5F);
+    EXPECT_EQ(d_Interval(kIntMin).Seconds(), -2147483648.0F * 86400.0F);
+    EXPECT_EQ((d_Interval(2) + d_Interval(0, 1)).Seconds(), 176400.0F);
+    EXPECT_EQ((d_Interval(2) * -3).Seconds(), -518400.0F);
+    EXPECT_EQ((d_Interval(3) / 2).Seconds(), 129600.0F);
+    EXPECT_EQ((d_Interval(3) / 0).Seconds(), 259200.0F) << "unchanged";
+    EXPECT_EQ((-d_Interval(3)).Seconds(), -259200.0F);
     EXPECT_LT(d_Interval(1), d_Interval(1, 1));
 }
 

@@ -25,25 +25,16 @@ TEST(NullTypes, StoredForms)
     EXPECT_EQ(manager.Hash(KoNULL_1B_T, 0, &element, 1, KoFMT_MEMORY, status),
               manager.Hash(KoNULL_1B_T, 0, stored, 1, KoFMT_LITTLE, status))
         << "the value beside null plays no part";
-    const struct {
-        const char* reason;
-        Bytes stored;
-        unsigned char format;
-        o_char value;
-        signed char null;
-    } loads[] = {
-        {"1 is null, whatever stands beside it", {1, 65}, KoFMT_LITTLE, 0, 1},
-        {"2 is not", {2, 65}, KoFMT_LITTLE, 65, 0},
-        {"nor is 255", {255, 65}, KoFMT_BIG, 65, 0},
-        {"bit 3 looks for it at the end", {65, 1}, KoFMT_MEMORY, 0, 1},
-        {"and takes the first byte for the value", {1, 65}, KoFMT_MEMORY, 1, 0},
+    const auto loaded = [&manager](Bytes bytes, unsigned char format) {
+        KoNull_char read = {9, 9};
+        EXPECT_EQ(manager.Load(KoNULL_1B_T, &read, bytes.data(), format, 1), 2U);
+        return std::pair(int{read.value}, int{read.null});
     };
-    for (const auto& row : loads) {
-        KoNull_char element = {9, 9};
-        EXPECT_EQ(manager.Load(KoNULL_1B_T, &element, row.stored.data(), row.format, 1), 2U);
-        EXPECT_EQ(element.value, row.value) << row.reason;
-        EXPECT_EQ(element.null, row.null) << row.reason;
-    }
+    EXPECT_EQ(loaded({1, 65}, KoFMT_LITTLE), std::pair(0, 1)) << "null, whatever stands beside it";
+    EXPECT_EQ(loaded({2, 65}, KoFMT_LITTLE), std::pair(65, 0)) << "2 is not";
+    EXPECT_EQ(loaded({255, 65}, KoFMT_BIG), std::pair(65, 0)) << "nor is 255";
+    EXPECT_EQ(loaded({65, 1}, KoFMT_MEMORY), std::pair(0, 1)) << "bit 3 looks for it at the end";
+    EXPECT_EQ(loaded({1, 65}, KoFMT_MEMORY), std::pair(1, 0)) << "and takes the value in front";
 }
 
 TEST(NullTypes, RelationOfTwoOperands)

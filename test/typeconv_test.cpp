@@ -6,8 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstddef>
-#include <cstring>
 #include <memory>
 #include <string>
 #include <vector>

@@ -47,25 +47,17 @@ TEST(CsvReader, PlacesInsideFields)
     CsvReader csv(folder.Write("csv", "h\r\n\xC3\xA9,\"a\"\"b\r\nc\",d\n"));
     ASSERT_EQ(csv.Next(), CsvReader::Result::Row);
     ASSERT_EQ(csv.Next(), CsvReader::Result::Row);
-    const struct {
-        const char* reason;
-        std::size_t field;
-        std::size_t byte;
-        FilePosition at;
-    } kCases[] = {
-        {"columns are characters", 0, 2, {2, 2, 5}},
-        {"behind the opening quote", 1, 0, {2, 4, 7}},
-        {"behind a doubled quote", 1, 2, {2, 7, 10}},
-        {"behind the line break", 1, 5, {3, 1, 13}},
-        {"next field", 2, 0, {3, 4, 16}},
-        {"end of the last field", 2, 1, {3, 5, 17}},
+    const auto place = [&csv](std::size_t field, std::size_t byte) {
+        const FilePosition at = csv.Locate(field, byte);
+        return std::vector<std::uint64_t>{at.line, at.column, at.offset};
     };
-    for (const auto& c : kCases) {
-        const FilePosition at = csv.Locate(c.field, c.byte);
-        EXPECT_EQ(at.line, c.at.line) << c.reason;
-        EXPECT_EQ(at.column, c.at.column) << c.reason;
-        EXPECT_EQ(at.offset, c.at.offset) << c.reason;
-    }
+    using Place = std::vector<std::uint64_t>;
+    EXPECT_EQ(place(0, 2), Place({2, 2, 5})) << "columns are characters";
+    EXPECT_EQ(place(1, 0), Place({2, 4, 7})) << "behind the opening quote";
+    EXPECT_EQ(place(1, 2), Place({2, 7, 10})) << "behind a doubled quote";
+    EXPECT_EQ(place(1, 5), Place({3, 1, 13})) << "behind the line break";
+    EXPECT_EQ(place(2, 0), Place({3, 4, 16})) << "next field";
+    EXPECT_EQ(place(2, 1), Place({3, 5, 17})) << "end of the last field";
 }
 
 // The reader's buffer ends in the middle of rows, fields and line ends at every possible place.
