@@ -169,6 +169,9 @@ TEST(Identity, PrintedText)
     KoString text("a ");
     KoRef::PrintToString(text, &ref, nullptr, 1);
     EXPECT_STREQ(text.StrGet(), "a (1:2-3#4,5v6)") << "the record's function has another default";
+    KoLocalRef scanned;
+    scanned.ScanFromKoString(KoString("(2-3#4,5)"), nullptr);
+    EXPECT_EQ(Fields(scanned), Fields(KoLocalRef{4, 3, 2, 5, 0}));
 }
 
 } // namespace

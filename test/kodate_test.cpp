@@ -123,3 +123,15 @@ TEST(KoDate, TodayIsTheLocalDate)
     EXPECT_EQ(&date.Today(), &date);
     EXPECT_EQ(date, KoDate(2024, 3, 1));
 }
+
+TEST(KoDate, DivisionCutsTowardsZero)
+{
+    struct Derived : KoDate {
+        using KoDate::divide;
+        using KoDate::modulo;
+    };
+    const Derived date;
+    EXPECT_TRUE(date.divide(-5, 3) == -1 && date.divide(kIntMin, -3) == 715827882);
+    EXPECT_TRUE(date.modulo(-5, 3) == -2 && date.modulo(5, -3) == -2 && date.modulo(-5, -3) == 2);
+    EXPECT_EQ(date.divide(5, 0) + date.modulo(5, 0), 0);
+}

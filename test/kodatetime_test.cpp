@@ -13,7 +13,6 @@ namespace
 {
 
 constexpr int kIntMax = std::numeric_limits<int>::max();
-constexpr int kIntMin = std::numeric_limits<int>::min();
 constexpr o_8b kMax = std::numeric_limits<o_8b>::max();
 constexpr o_8b kMin = std::numeric_limits<o_8b>::min();
 const KoTimeStampRec kNow = {2024, 2, 29, 23, 30, 5, 700};

@@ -11,7 +11,6 @@
 namespace
 {
 
-constexpr int kLastDay = 13689325; // 32767-12-31
 
 /// A number of any size, small ones and the limits more often.
 int AnyInt(std::mt19937_64& random)

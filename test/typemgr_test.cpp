@@ -127,6 +127,16 @@ TEST(TypeMgr, ReplacesForAllManagers)
 
 // ---- null values and sequences
 
+TEST(TypeMgr, SetNullValueFallsBackToTheTextOfZero)
+{
+    KoTypeMgr manager;
+    const ScopedType type(Ko4B_T);
+    type->assignment = nullptr;
+    o_4b value = 7;
+    EXPECT_EQ(manager.SetNullValue(Ko4B_T, &value), 0);
+    EXPECT_EQ(value, 0);
+}
+
 // What the fakes of the next test saw and answer.
 struct Sequence {
     std::string calls;
