@@ -1,4 +1,3 @@
-#include "clock.h"
 #include "value.h"
 
 #include <kotms.h>
@@ -113,15 +112,6 @@ TEST(KoDate, WeekdaysAreTrueExceptInFebruary)
     KoDate date(2024, 3, 1);
     EXPECT_EQ(date.PrintDayOfTheDate(), KoString("4"));
     EXPECT_EQ(std::as_const(date).PrintDayOfTheDate(), KoString("Friday"));
-}
-
-TEST(KoDate, TodayIsTheLocalDate)
-{
-    const FixedClock clock({2024, 2, 29, 23, 30, 0, 0}, 60);
-    EXPECT_EQ(KoDate(), KoDate(2024, 3, 1));
-    KoDate date(0);
-    EXPECT_EQ(&date.Today(), &date);
-    EXPECT_EQ(date, KoDate(2024, 3, 1));
 }
 
 TEST(KoDate, DivisionCutsTowardsZero)

@@ -200,16 +200,6 @@ TEST(OdmgTime, Clock)
     EXPECT_EQ(d_Time().tz_hour(), 1) << "a zone of 0 changes nothing";
 }
 
-TEST(OdmgTime, ZonesOfSums)
-{
-    // The zone stays, and the clock that is moved is the one with the zone added.
-    const d_Time moved = d_Time(23, 30, 0, 2, 0) + d_Interval(0, 1);
-    EXPECT_EQ(moved.tz_hour(), 2);
-    EXPECT_EQ(moved.hour(), 0);
-    EXPECT_EQ((d_Time(10, 0, 5.9F) - d_Time(11, 30, 0)).Seconds(), -5395.0F);
-    EXPECT_EQ((d_Time(10, 0, 0, 2, 0) - d_Time(10, 0, 0)).Seconds(), 7200.0F) << "as held";
-}
-
 TEST(OdmgTime, Order)
 {
     const d_Time ten(10, 0, 0.5F);

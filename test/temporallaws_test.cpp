@@ -11,7 +11,6 @@
 namespace
 {
 
-
 /// A number of any size, small ones and the limits more often.
 int AnyInt(std::mt19937_64& random)
 {
