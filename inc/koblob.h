@@ -4,6 +4,11 @@
 #include "kobasic.h"
 #include "kotypcmp.h"
 
+namespace ko
+{
+struct BlobLoader;
+}
+
 /// The record behind a blob.
 struct KoBlobData {
     unsigned char* data; ///< null when there are no bytes
@@ -95,7 +100,7 @@ public:
 
 private:
     friend struct KoBlobAccess;
-    friend struct KoBlobLoader;
+    friend struct ko::BlobLoader;
 
     KoBlob(char* text); ///< with the terminating zero as its last byte
     /// A length in the machine's order and that many bytes; a negative one gives null.

@@ -5,6 +5,11 @@
 #include "koint64.h"
 #include "kotime.h"
 
+namespace ko
+{
+struct CarryOver;
+}
+
 /// A date and a time of day in whole seconds, of the persistent type KoDATIME_T.
 ///
 /// A KoDate where one is asked for becomes that date at the current local time, a KoTime that time
@@ -157,7 +162,7 @@ public:
     KOTMS_API void ScanFromKoString(KoString& in, const char* format);
 
 private:
-    friend struct KoCarry;
+    friend struct ko::CarryOver;
 
     KoDateTime m_dateTime;
     o_4b m_nanoseconds = 0;

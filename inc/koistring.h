@@ -8,6 +8,11 @@
 #include <type_traits>
 #include <utility>
 
+namespace ko
+{
+struct CaselessAccess;
+}
+
 /// What KoIString and KoCaseIString share: an 8-bit text that ends at its first zero byte, without
 /// code set or language, and a flag byte.
 ///
@@ -81,7 +86,7 @@ public:
     int SubStringPos(const KoIStringText& piece) const { return Find(piece); }
 
 protected:
-    friend struct KoIStringAccess;
+    friend struct ko::CaselessAccess;
 
     /// Puts `count` bytes in the place of `removed` ones at `pos`; times `fill` for a null piece.
     void Splice(unsigned pos, unsigned removed, const char* piece, unsigned count, char fill = 0);

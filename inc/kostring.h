@@ -9,6 +9,11 @@
 
 #include <cstddef>
 
+namespace ko
+{
+struct StringAccess;
+}
+
 struct KoText;
 
 /// The other types of a character, which some functions take as they take char and unsigned short.
@@ -265,7 +270,7 @@ public:
     bool operator>=(const KoString& other) const { return (*this != other) >= 0; }
 
 private:
-    friend struct KoStringAccess;
+    friend struct ko::StringAccess;
     struct Piece;
     enum class Outcome { kDone, kReplaced, kNoMemory };
 

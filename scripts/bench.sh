@@ -13,7 +13,7 @@ mkdir -p build
     cat build/bench.log
     exit 1
 }
-for source in bench/*_bench.cpp bench/*/*_bench.cpp; do
+for source in bench/*/*_bench.cpp; do
     name=$(basename "$source" _bench.cpp)
     case " $* " in
     "  " | *" $name "*) ;;

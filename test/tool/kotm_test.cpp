@@ -1,5 +1,5 @@
-#include "datafile.h"
-#include "testfiles.h"
+#include "store/test_files.h"
+#include "support/data_file.h"
 
 #include <gtest/gtest.h>
 

@@ -1,10 +1,10 @@
 #include "explain.h"
 
-#include "failure.h"
-#include "operators.h"
+#include "base/failure.h"
+#include "base/visible.h"
 #include "output.h"
-#include "planner.h"
-#include "visible.h"
+#include "query/operators.h"
+#include "query/planner.h"
 
 #include <nlohmann/json.hpp>
 
@@ -14,6 +14,8 @@
 
 namespace kotm
 {
+
+using namespace ko::store;
 
 namespace
 {

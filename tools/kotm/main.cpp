@@ -1,14 +1,14 @@
-#include "arguments.h"
-#include "checker.h"
+#include "base/arguments.h"
+#include "base/failure.h"
+#include "base/utf8.h"
+#include "base/version.h"
+#include "base/visible.h"
+#include "check/checker.h"
 #include "explain.h"
-#include "failure.h"
-#include "importer.h"
+#include "file/store_file.h"
+#include "import/importer.h"
 #include "query.h"
-#include "storefile.h"
-#include "typecommands.h"
-#include "utf8.h"
-#include "version.h"
-#include "visible.h"
+#include "type_commands.h"
 
 #include <CLI/CLI.hpp>
 #include <kotmsdll.h>
@@ -26,6 +26,7 @@ namespace
 {
 
 using namespace kotm;
+using namespace ko::store;
 
 std::string ReadFile(const std::string& path)
 {

@@ -1,8 +1,8 @@
 #include "output.h"
 
-#include "utf8.h"
-#include "valuetype.h"
-#include "visible.h"
+#include "base/utf8.h"
+#include "base/visible.h"
+#include "schema/value_type.h"
 
 #include <kostring.h>
 #include <nlohmann/json.hpp>
@@ -12,6 +12,8 @@
 
 namespace kotm
 {
+
+using namespace ko::store;
 
 namespace
 {

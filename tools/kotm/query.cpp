@@ -1,14 +1,16 @@
 #include "query.h"
 
-#include "condition.h"
-#include "failure.h"
-#include "planner.h"
+#include "base/failure.h"
+#include "query/condition.h"
+#include "query/planner.h"
 
 #include <algorithm>
 #include <ostream>
 
 namespace kotm
 {
+
+using namespace ko::store;
 
 namespace
 {

@@ -1,5 +1,5 @@
-#ifndef KOSWAPCOPY_H
-#define KOSWAPCOPY_H
+#ifndef KO_BASE_SWAPCOPY_H
+#define KO_BASE_SWAPCOPY_H
 
 #include <cstddef>
 #include <cstdint>

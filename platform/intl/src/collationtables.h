@@ -1,5 +1,5 @@
-#ifndef KOCOLLATIONTABLES_H
-#define KOCOLLATIONTABLES_H
+#ifndef KO_INTL_COLLATIONTABLES_H
+#define KO_INTL_COLLATIONTABLES_H
 
 #include <array>
 #include <cstddef>

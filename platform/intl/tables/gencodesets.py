@@ -6,7 +6,7 @@
 
 The tables are disk format: text that was stored under a code set must read the same for ever. A
 change of an existing row is therefore a change of format: raise VERSION, and bring the version and
-the checksum that test/intl_test.cpp keeps up to date on purpose, never to make it pass.
+the checksum that test/platform/intl_test.cpp keeps up to date on purpose, never to make it pass.
 
 Where a codec gives a byte no character the table has 0xFFFF. The codecs are taken as they are: the
 ISO 8859 parts and KOI8 fill their C1 range with control characters or letters and have few holes,

@@ -10,7 +10,7 @@ under another.
 
 Orders are disk format: indexes are sorted by them and hashes made of them. A change of an order is
 a change of format: raise COLLATION_VERSION, and bring the version and the checksum that
-test/intlcollation_test.cpp keeps up to date on purpose, never to make it pass. doc/collation.md
+test/platform/collation_test.cpp keeps up to date on purpose, never to make it pass. doc/collation.md
 tells what the orders mean to a user.
 """
 

@@ -1,0 +1,202 @@
+// A query of kotm that finds a thousandth of the objects: by the plan that the types' estimates
+// make, parsing and planning included, beside reading all objects, and beside SQLite with the same
+// index. Both answer with the sum of an attribute that has no index, which takes each object found.
+//
+// The second work is what the planner's costs are made of: how much longer than walking all objects
+// in their order it takes to find all of them through an index, and to pass over its entries.
+//
+// KOTM_BENCH_ROWS is the number of objects.
+
+#include "ratio.h"
+#include "sqlite_peer.h"
+
+#include "import/importer.h"
+#include "query/planner.h"
+
+#include <algorithm>
+#include <fstream>
+#include <numeric>
+#include <sstream>
+
+namespace
+{
+
+using namespace ko::store;
+
+constexpr char kSchema[] = R"({"class": "Row", "attributes": [
+    {"name": "number", "column": "number", "type": "o_4b", "index": true},
+    {"name": "amount", "column": "amount", "type": "o_4b"},
+    {"name": "name", "column": "name", "type": "KoString"}]})";
+constexpr std::size_t kNumber = 0;
+constexpr std::size_t kAmount = 1;
+
+struct Data {
+    Folder folder;
+    unsigned rows = 20000;
+    std::string store = folder / "store";
+    std::string database = folder / "database";
+};
+
+/// Numbers from 0 on, each once, in random order.
+void Fill(Data& data)
+{
+    std::mt19937 random(3);
+    std::vector<unsigned> numbers(data.rows);
+    std::iota(numbers.begin(), numbers.end(), 0U);
+    for (std::size_t i = numbers.size(); i > 1; --i)
+        std::swap(numbers[i - 1], numbers[random() % i]);
+
+    Database db(data.database);
+    db.Run("BEGIN");
+    db.Run("CREATE TABLE t (number INTEGER, amount INTEGER, name TEXT)");
+    sqlite3_stmt* insert = db.Prepare("INSERT INTO t VALUES (?, ?, ?)");
+    const std::string path = data.folder / "rows.csv";
+    std::ofstream csv(path, std::ios::binary);
+    csv << "number,amount,name\n";
+    for (const unsigned number : numbers) {
+        const auto amount = static_cast<int>(random() % 100000);
+        const std::string name = "name of number " + std::to_string(number);
+        csv << number << ',' << amount << ',' << name << '\n';
+        sqlite3_bind_int64(insert, 1, number);
+        sqlite3_bind_int(insert, 2, amount);
+        sqlite3_bind_text(insert, 3, name.data(), static_cast<int>(name.size()), SQLITE_STATIC);
+        if (sqlite3_step(insert) != SQLITE_DONE)
+            Fail("a row that cannot be inserted");
+        sqlite3_reset(insert);
+    }
+    sqlite3_finalize(insert);
+    db.Run("CREATE INDEX i_number ON t (number)");
+    db.Run("COMMIT");
+    csv.close();
+    std::ostringstream messages;
+    if (Import({data.store, path, "", false}, Schema::FromJson(kSchema, "schema"), messages)
+            .stored != data.rows)
+        Fail("rows are missing");
+}
+
+/// Conditions that a thousandth of the objects meet.
+std::string NextPredicate(const Data& data, std::mt19937& random)
+{
+    const unsigned found = std::max(data.rows / 1000, 1U);
+    const auto from = static_cast<unsigned>(random() % (data.rows - found));
+    return "number >= " + std::to_string(from) + " and number < " + std::to_string(from + found);
+}
+
+long long SumByKotm(Store& store, const std::string& predicate, bool planned)
+{
+    const Condition condition =
+        Condition::Make(ParsePredicate(predicate), predicate, store.GetSchema());
+    std::optional<Plan> plan;
+    if (planned) {
+        plan = MakePlan(store, condition, false);
+        if (!plan->range)
+            Fail("the plan does not use the index");
+    }
+    RecordReader reader(store.GetSchema());
+    condition.Need(reader);
+    reader.Need(kAmount);
+    Scan scan(store, planned ? &*plan->range : nullptr, ScanOrder::Numbers);
+    long long sum = 0;
+    while (scan.Next()) {
+        if (!reader.Read(scan.Record()))
+            Fail("a record that cannot be read");
+        reader.SetId(scan.Id());
+        if (condition.Evaluate(reader) != Truth::True)
+            continue;
+        o_4b amount = 0;
+        Manager().Load(Ko4B_T, &amount, reader.Form(kAmount).data(), kStoreFormat, 1);
+        sum += amount;
+    }
+    return sum;
+}
+
+long long SumBySqlite(Database& db, const std::string& predicate)
+{
+    sqlite3_stmt* statement = db.Prepare("SELECT amount FROM t WHERE " + predicate);
+    long long sum = 0;
+    while (sqlite3_step(statement) == SQLITE_ROW)
+        sum += sqlite3_column_int(statement, 0);
+    sqlite3_finalize(statement);
+    return sum;
+}
+
+template <class Answer>
+void BenchQuery(benchmark::State& state, const Data& data, Answer answer)
+{
+    std::mt19937 random(4);
+    for (auto _ : state)
+        benchmark::DoNotOptimize(answer(NextPredicate(data, random)));
+}
+
+enum class Way { kInOrder, kLookUp, kEntry };
+
+/// All objects, each read and tested but where entries are enough.
+void BenchWay(benchmark::State& state, Store& store, Way way)
+{
+    const std::string text = "number >= 0";
+    const Condition condition = Condition::Make(ParsePredicate(text), text, store.GetSchema());
+    RecordReader reader(store.GetSchema());
+    condition.Need(reader);
+    const IndexRange index = IndexRange::All(kNumber);
+    std::uint64_t found = 0;
+    for (auto _ : state) {
+        store.ForgetPlaces();
+        Scan scan(store, way == Way::kInOrder ? nullptr : &index,
+                  way == Way::kEntry ? ScanOrder::Forwards : ScanOrder::Numbers);
+        while (scan.Next()) {
+            if (way == Way::kEntry ||
+                (reader.Read(scan.Record()) && condition.Evaluate(reader) == Truth::True))
+                ++found;
+        }
+    }
+    state.counters["each"] = benchmark::Counter(
+        static_cast<double>(found), benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+}
+
+template <class Bench, class... Arguments>
+void Register(const char* name, Bench bench, Arguments... arguments)
+{
+    benchmark::RegisterBenchmark(name, bench, arguments...)->Unit(benchmark::kMicrosecond);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    Data data;
+    if (const char* rows = std::getenv("KOTM_BENCH_ROWS"))
+        data.rows = std::max(1000U, static_cast<unsigned>(std::strtoul(rows, nullptr, 10)));
+    Fill(data);
+    const auto store = Store::Open(data.store);
+    Database db(data.database);
+    db.Run("BEGIN"); // as the store is one read transaction
+
+    // Queries of their own, none of which knows the places of objects from those before it.
+    const auto planned = [&](const std::string& text) {
+        store->ForgetPlaces();
+        return SumByKotm(*store, text, true);
+    };
+    const auto all = [&](const std::string& text) { return SumByKotm(*store, text, false); };
+    const auto sqlite = [&](const std::string& text) { return SumBySqlite(db, text); };
+    std::mt19937 random(5);
+    for (int i = 0; i < 5; ++i) {
+        const std::string text = NextPredicate(data, random);
+        if (planned(text) != all(text) || planned(text) != sqlite(text))
+            Fail("the answers differ");
+    }
+
+    const auto query = [&](const char* name, auto answer) {
+        Register(name,
+                 [&data, answer](benchmark::State& state) { BenchQuery(state, data, answer); });
+    };
+    query("a thousandth/ours", planned);
+    query("a thousandth/all objects", all);
+    query("a thousandth/sqlite", sqlite);
+    const auto way = [&](const char* name, Way of) {
+        Register(name, [&store, of](benchmark::State& state) { BenchWay(state, *store, of); });
+    };
+    way("objects in order/ours", Way::kInOrder);
+    way("objects in order/by index", Way::kLookUp);
+    way("objects in order/entries alone", Way::kEntry);
+    return RunWithRatios(argc, argv);
+}

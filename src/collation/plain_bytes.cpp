@@ -1,0 +1,86 @@
+#include "collation/compare_stored.h"
+#include "collation/wildcards.h"
+
+// Comparing texts without a code set: bytes.
+
+namespace ko
+{
+
+namespace
+{
+
+/// A place in a text or pattern of bytes.
+class Bytes
+{
+public:
+    Bytes(const KoText& text, unsigned limit, bool runAfter = false)
+        : m_at(text.bytes), m_left(std::min(text.units, limit)), m_runAfter(runAfter)
+    {
+    }
+    o_u4b Key() const { return m_left == 0 ? 0 : static_cast<unsigned char>(*m_at); }
+    void Advance()
+    {
+        if (m_left == 0) {
+            m_runAfter = false;
+            return;
+        }
+        ++m_at;
+        --m_left;
+    }
+    PatternKind Kind() const
+    {
+        switch (Key()) {
+        case 0:
+            return m_left == 0 && m_runAfter ? PatternKind::kRun : PatternKind::kEnd;
+        case '*':
+            return PatternKind::kRun;
+        case '?':
+            return PatternKind::kOne;
+        default:
+            return PatternKind::kLiteral;
+        }
+    }
+
+private:
+    const char* m_at;
+    unsigned m_left;
+    bool m_runAfter; ///< a pattern: an asterisk is added at the end
+};
+
+/// With a side cut the bytes before the first wildcard are compared, and after it nothing is
+/// certain but a pattern that ends in "*".
+TextOrder MatchCut(const KoText& left, const KoText& right, unsigned limit)
+{
+    Bytes pattern(right, limit);
+    unsigned literal = 0;
+    for (; pattern.Kind() == PatternKind::kLiteral; pattern.Advance())
+        ++literal;
+    if (pattern.Kind() == PatternKind::kEnd)
+        return CompareByBytes(left, right, limit);
+    const TextOrder found = CompareByBytes(left, right, literal);
+    if (found.open || found.order != 0)
+        return found;
+    while (pattern.Kind() == PatternKind::kRun)
+        pattern.Advance();
+    return {0, right.cut || pattern.Kind() != PatternKind::kEnd};
+}
+
+} // namespace
+
+TextOrder CompareBytes(const KoText& left, const KoText& right, bool wildcards, unsigned limit)
+{
+    if (!wildcards)
+        return CompareByBytes(left, right, limit);
+    if (left.cut || right.cut)
+        return MatchCut(left, right, limit);
+    const MatchResult match = MatchWildcards(Bytes(left, limit), Bytes(right, limit));
+    return match.matched ? TextOrder{} : ByteDifference(left, right, match.text, match.pattern);
+}
+
+TextOrder CompareBeginningBytes(const KoText& text, const KoText& pattern)
+{
+    const MatchResult match = MatchWildcards(Bytes(text, kNoLimit), Bytes(pattern, kNoLimit, true));
+    return {match.Order(), false, match.afterRun};
+}
+
+} // namespace ko

@@ -1,0 +1,20 @@
+#ifndef KO_CORE_NULL_TEXT_H
+#define KO_CORE_NULL_TEXT_H
+
+class KoString;
+
+/// Texts that mean the null value. The null print string must be the whole text or (`whole` false)
+/// begin it, character by character; one that is empty stands for nothing.
+
+namespace ko
+{
+
+/// True for a null string and the null print string.
+bool ReadsAsNullPrint(const KoString& text, bool whole);
+
+/// True for an empty text also.
+bool ReadsAsNull(const KoString& text, bool whole);
+
+} // namespace ko
+
+#endif

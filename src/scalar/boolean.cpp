@@ -1,0 +1,150 @@
+#include <koboolean.h>
+
+#include "core/bounds.h"
+#include "core/bytes.h"
+#include "core/element_ops.h"
+#include "core/hash_walk.h"
+#include "core/null_text.h"
+#include "number/ascii.h"
+
+using namespace ko;
+
+int BooleanCompare(unsigned char, unsigned length1, void* value1, unsigned length2, void* value2,
+                   unsigned short, unsigned count, int& status)
+{
+    return CompareWalk(length1, value1, length2, value2, 1, count, status,
+                       [](const unsigned char* a, const unsigned char* b) {
+                           const auto x = ReadValue<KoBoolean>(a);
+                           const auto y = ReadValue<KoBoolean>(b);
+                           return (x > y) - (x < y);
+                       });
+}
+
+namespace ko
+{
+
+namespace
+{
+
+constexpr char kTrue[] = "TRUE";
+constexpr char kFalse[] = "FALSE";
+
+/// The word at the start of `text`: its length and the truth value that it names.
+struct TruthWord {
+    std::size_t length;
+    bool isTruth;
+    KoBoolean value;
+};
+
+TruthWord ReadTruth(const char* text, std::size_t length)
+{
+    constexpr struct {
+        const char* word;
+        int value;
+    } kWords[] = {{kTrue, 1}, {kFalse, 0}, {"1", 1}, {"0", 0}};
+    const auto belongs = [](char c) { return IsLetter(c) || IsDigit(c); };
+    const char* end = std::find_if_not(text, text + length, belongs);
+    const auto wordLength = static_cast<std::size_t>(end - text);
+    for (const auto& known : kWords) {
+        if (wordLength == std::strlen(known.word) &&
+            std::equal(text, end, known.word, [](char a, char b) { return ToUpper(a) == b; }))
+            return {wordLength, true, known.value};
+    }
+    return {wordLength, false, 0};
+}
+
+struct BooleanOps : ElementOps<KoBoolean, BooleanOps, KoBOOLEAN_T> {
+    static constexpr KoTypeCmpFunc Cmp = BooleanCompare;
+
+    static unsigned Store(void* destination, const void* source, unsigned char format,
+                          unsigned count)
+    {
+        return CharStore(destination, source, format, count);
+    }
+    static constexpr KoStoreFunc Load = Store;
+    static unsigned NullSizeGet(unsigned count) { return count; }
+    static unsigned SizeGet(const void*, unsigned char, unsigned char, unsigned count)
+    {
+        return count;
+    }
+    static unsigned SizeGetFromMemFile(MemFile*, unsigned char, unsigned count) { return count; }
+
+    static float EvalAndBound(KoIdxBounds* bounds, unsigned short& op, void* value, unsigned char,
+                              unsigned count, KoIdxBounds* newBounds)
+    {
+        if (count == 0)
+            return 0.0F;
+        NarrowBounds(newBounds, op & kQueryMask, value, count);
+        // One of three values is asked for, whatever the operator.
+        return bounds != nullptr ? static_cast<float>(1.0 / 3.0) : 0.0F;
+    }
+    static unsigned Hash(unsigned char, unsigned length, void* value, unsigned count, int& status)
+    {
+        return HashWalk(
+            length, value, 1, count, status, [](Hasher& hasher, const unsigned char* element) {
+                const auto boolean = ReadValue<KoBoolean>(element);
+                hasher.Add(boolean.IsNullValue() != 0 ? kHashWordOfNull
+                                                      : HashWord(o_4b{boolean.IsTrue()}));
+            });
+    }
+
+    static const char* Word(const KoBoolean& value) { return value.IsTrue() != 0 ? kTrue : kFalse; }
+
+    static KoString ToText(const KoBoolean& value)
+    {
+        if (value.IsNullValue() == 0)
+            return KoString(Word(value));
+        KoString text;
+        text.SetNullValue();
+        return text;
+    }
+    static void FromText(KoBoolean& value, const KoString* text)
+    {
+        value.SetNullValue(); // what names no truth value is unknown
+        if (text != nullptr)
+            ScanOne(value, *text, nullptr);
+    }
+    // The print format is not looked at.
+    static void PrintOne(KoString& text, const KoBoolean& value, const char*)
+    {
+        if (value.IsNullValue() != 0)
+            text += KoTypeMgr::GetNullPrintString();
+        else
+            text << Word(value);
+    }
+    static void ScanOne(KoBoolean& value, const KoString& text, const char*)
+    {
+        if (ReadsAsNull(text, false)) {
+            value.SetNullValue();
+            return;
+        }
+        const NarrowText narrow(text);
+        std::size_t at = 0;
+        while (at < narrow.Length() && narrow.Data()[at] == ' ')
+            ++at;
+        const TruthWord word = ReadTruth(narrow.Data() + at, narrow.Length() - at);
+        if (word.isTruth)
+            value = word.value;
+    }
+    static int ParseOne(KoBoolean& value, const KoString& text, const char*, unsigned& errorAt)
+    {
+        if (ReadsAsNull(text, true)) {
+            value.SetNullValue();
+            return 0;
+        }
+        const NarrowText narrow(text);
+        const TruthWord word = ReadTruth(narrow.Data(), narrow.Length());
+        if (!word.isTruth || word.length != narrow.Length()) {
+            errorAt = word.isTruth ? static_cast<unsigned>(word.length) : 0;
+            return -1;
+        }
+        value = word.value;
+        return 0;
+    }
+};
+
+} // namespace
+
+KO_DEFINE_TYPE(koBooleanDescriptor, BooleanOps, KoBOOLEAN_T)
+
+} // namespace ko

@@ -1,0 +1,29 @@
+#ifndef KO_TEMPORAL_ZONE_H
+#define KO_TEMPORAL_ZONE_H
+
+#include <kobase.h>
+
+namespace ko
+{
+
+/// Calls `move(minutes)` with the minutes that local time is ahead of UTC. Returns 0, or the
+/// clock's error without a call.
+template <class Move>
+int WithZone(Move move)
+{
+    int minutes = 0;
+    const int result = bksgettimezone(&minutes);
+    if (result == 0)
+        move(minutes);
+    return result;
+}
+
+/// -n modulo 2^32.
+constexpr int Negated(int n) noexcept
+{
+    return static_cast<int>(0U - static_cast<unsigned>(n));
+}
+
+} // namespace ko
+
+#endif

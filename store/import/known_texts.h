@@ -1,0 +1,68 @@
+#ifndef KO_STORE_IMPORT_KNOWN_TEXTS_H
+#define KO_STORE_IMPORT_KNOWN_TEXTS_H
+
+#include "base/short_bytes.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace ko::store
+{
+
+/// Texts that were read before, and the form that each became.
+class KnownTexts
+{
+public:
+    /// Takes about `memory` bytes at the most.
+    explicit KnownTexts(std::size_t memory) : m_memory(memory), m_texts(kFewest) {}
+
+    struct Text {
+        std::uint32_t hash = 0;
+        std::uint32_t at = 0; ///< in m_bytes, where the form follows it; 0: there is none
+        std::uint16_t size = 0;
+        std::uint16_t formSize = 0;
+        std::uint64_t hint = 0; ///< the user's, for as long as the text is known
+    };
+
+    static std::uint32_t Hash(std::string_view text)
+    {
+        return static_cast<std::uint32_t>(HashBytes(text));
+    }
+
+    /// Null for a text that is not known; valid, as its form is, until Add.
+    Text* Find(std::uint32_t hash, std::string_view text)
+    {
+        Text& known = m_texts[hash & m_mask];
+        const bool found = known.hash == hash && known.at != 0 &&
+                           SameBytes({m_bytes.data() + known.at, known.size}, text);
+        return found ? &known : nullptr;
+    }
+    /// The text has kCopySlack readable bytes after it.
+    std::string_view FormOf(const Text& known) const
+    {
+        return {m_bytes.data() + known.at + known.size, known.formSize};
+    }
+
+    /// Makes a text known; others may be forgotten for it. Null where the text, or its form, is so
+    /// long that it is not worth it.
+    Text* Add(std::uint32_t hash, std::string_view text, std::string_view form);
+
+private:
+    static constexpr std::size_t kFewest = 1024; // a power of two
+
+    void Grow();
+
+    std::size_t m_memory;
+    std::vector<Text> m_texts;
+    std::size_t m_mask = kFewest - 1;
+    std::size_t m_filled = 0;
+    std::string m_bytes;
+    std::size_t m_end = 1; ///< of what is in use of m_bytes
+};
+
+} // namespace ko::store
+
+#endif

@@ -1,0 +1,78 @@
+#include "support/clock.h"
+
+#include <kotms.h>
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <random>
+
+namespace
+{
+
+constexpr int kIntMax = std::numeric_limits<int>::max();
+constexpr int kIntMin = std::numeric_limits<int>::min();
+
+int Key(const KoTime& time)
+{
+    return time.Hour() * 10000 + time.Minute() * 100 + time.Second();
+}
+
+} // namespace
+
+TEST(KoTime, SumsWrapAtMidnight)
+{
+    std::mt19937 random(42);
+    for (int i = 0; i < 20000; ++i) {
+        const int start = static_cast<int>(random() % 86400);
+        const int sum = start + static_cast<int>(random() % 172799) - 86399; // under a day back
+        // Hour -24 becomes 24 and not 0: the rows below have more of it.
+        const int hour24 = sum < -23 * 3600 ? 86400 : 0;
+        ASSERT_EQ(KoTime(start) + (sum - start), KoTime((sum + 86400) % 86400 + hour24)) << sum;
+    }
+}
+
+TEST(KoTime, DifferencesAndSteps)
+{
+    EXPECT_EQ(Key(KoTime(0, 0, 0) - kIntMin), Key(KoTime(0, 0, 0) + kIntMin)) << "-n wraps";
+    EXPECT_EQ(Key(KoTime(1, 0, 0) - KoTime(2, 30, 15)), 222945);
+    KoTime time(23, 59, 59);
+    EXPECT_EQ(Key(++time), 0);
+    EXPECT_EQ(Key(--time), 235959);
+    EXPECT_EQ(Key(time -= 59), 235900);
+}
+
+TEST(KoTime, CountsOfSeconds)
+{
+    for (const auto& [seconds, key] : {std::pair(3725, 10205), {90000, 250000}, {-3725, -10205}})
+        EXPECT_EQ(Key(KoTime(seconds)), key);
+    EXPECT_EQ(Key(KoTime(kIntMax)), Key(KoTime(596523, 14, 7)));
+    EXPECT_EQ(static_cast<int>(KoTime(1, 2, 5)), 3725);
+    EXPECT_EQ(static_cast<int>(KoTime::NullValue()), -128 * 3661);
+}
+
+TEST(KoTime, ClockAndZone)
+{
+    const KoTimeStampRec now = {2024, 2, 29, 23, 30, 5, 700};
+    {
+        const FixedClock clock(now, 120);
+        EXPECT_EQ(Key(KoTime()), 13005);
+        KoTime time(0);
+        EXPECT_EQ(Key(time.NowUTC()), 233005);
+        EXPECT_EQ(time.ToLocalTime(), 0);
+        EXPECT_EQ(Key(time), 13005);
+        EXPECT_EQ(time.ToUTCTime(), 0);
+        EXPECT_EQ(Key(time), 233005);
+        EXPECT_EQ(Key(time.Now()), 13005);
+    }
+    {
+        const FixedClock clock(now, 0, KoRC_NO_TIMEZONE);
+        KoTime time(1, 2, 3);
+        EXPECT_EQ(time.ToLocalTime(), -2171);
+        EXPECT_EQ(time.ToUTCTime(), -2171);
+        EXPECT_EQ(Key(time), 10203);
+    }
+    const FixedClock clock(now, kIntMin);
+    KoTime time(0);
+    EXPECT_EQ(time.ToUTCTime(), 0) << "an offset out of all bounds wraps";
+}
