@@ -63,6 +63,8 @@ unsigned KoBlobSizeGet(const void* value, unsigned char valueFormat, unsigned ch
                        unsigned count);
 /// The size of blobs in memory when they are stored, not cut to 32 bits.
 o_u8b KoBlobBytes(const void* blobs, unsigned char format, unsigned count);
+int KoBlobValidate(const void* bytes, std::size_t size, unsigned char format, unsigned count,
+                   std::size_t& at);
 unsigned KoBlobFileSize(MemFile* file, unsigned char format, unsigned count);
 o_u4b KoBlobHash(unsigned char format, unsigned length, const void* value, unsigned count,
                  int& status);

@@ -84,6 +84,19 @@ struct NoOps {
         return KoRC_NOT_SUPPORTED;
     }
     static constexpr KoParseFunc Parse = nullptr;
+    static unsigned SortKey(void*, unsigned, const void*, unsigned char, unsigned, unsigned short)
+    {
+        return 0;
+    }
+    static int FromSortKey(void*, const void*, unsigned, unsigned, unsigned short)
+    {
+        return KoRC_NOT_SUPPORTED;
+    }
+    static int Validate(const void*, std::size_t, unsigned char, unsigned, std::size_t& at)
+    {
+        at = 0;
+        return KoRC_OK;
+    }
 };
 
 /// The record of the type `id`. An operations class that names its value class as Value has the
@@ -133,7 +146,7 @@ consteval KoTypeDescriptor Describe(KoTypeId id)
 template <class Ops>
 consteval KoTypeExtension Extend()
 {
-    return {Ops::Parse};
+    return {Ops::Parse, Ops::SortKey, Ops::FromSortKey, Ops::Validate};
 }
 
 #define KO_TYPE_EXTEND(id, idName, descriptor, name, memLen, isFixed, printFormat)                 \

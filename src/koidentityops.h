@@ -21,6 +21,10 @@
 ///         static IdentityFields ToFields(const KoObjId& value);
 ///         static KoObjId FromFields(const IdentityFields& fields);
 ///         static int OrderStored(const unsigned char* a, const unsigned char* b);
+///         static constexpr unsigned kKeySize = 6;
+///         static constexpr bool kKeyIsWhole = false;      // the key holds every field
+///         static void PutKey(unsigned char* out, const KoObjId& value);
+///         static KoObjId FromKey(const unsigned char* key);   // where it does
 ///         static o_u4b HashBits(const KoObjId& value);
 ///     };
 ///
@@ -142,13 +146,43 @@ struct IdentityOps : ElementOps<typename Type::Value, IdentityOps<Type>, Type::k
     {
         return format == KoFMT_MEMORY ? static_cast<unsigned>(sizeof(T)) : kStored;
     }
-    static o_u8b NumberAt(const unsigned char* element, unsigned char format)
+    static T At(const unsigned char* element, unsigned char format)
     {
         if (format == KoFMT_MEMORY)
-            return ReadValue<T>(element).Number();
+            return ReadValue<T>(element);
         T loaded;
         Load(&loaded, element, format, 1);
-        return loaded.Number();
+        return loaded;
+    }
+    static o_u8b NumberAt(const unsigned char* element, unsigned char format)
+    {
+        return At(element, format).Number();
+    }
+
+    /// Keys order as the little-endian stored form is compared: by the numbers.
+    static unsigned SortKey(void* key, unsigned room, const void* value, unsigned char format,
+                            unsigned count, unsigned short)
+    {
+        return ko::WriteElementKeys<Type::kKeySize>(
+            key, room, value, FormSize(format), count,
+            [format](unsigned char* out, const unsigned char* at) {
+                Type::PutKey(out, At(at, format));
+                return Type::kKeySize;
+            });
+    }
+    static int FromSortKey(void* value, const void* key, unsigned length, unsigned count,
+                           unsigned short)
+    {
+        if constexpr (!Type::kKeyIsWhole)
+            return KoRC_NOT_SUPPORTED;
+        else
+            return ko::ReadElementKeys<T>(value, key, length, count,
+                                          [](T& element, const unsigned char* at, unsigned left) {
+                                              if (left < Type::kKeySize)
+                                                  return 0U;
+                                              element = Type::FromKey(at);
+                                              return Type::kKeySize;
+                                          });
     }
     static float EvalAndBound(KoIdxBounds* bounds, unsigned short& op, void* value,
                               unsigned char format, unsigned count, KoIdxBounds* newBounds)

@@ -42,6 +42,16 @@ struct Int64Type {
         return KoOrder(a.Get8b(), b.Get8b());
     }
     static o_u4b HashBits(const KoInt64& n) noexcept { return KoHashBits(n.Get8b()); }
+
+    using KeyWord = o_u8b;
+    static KeyWord KeyBits(const KoInt64& n) noexcept { return ko::KeyBits(n.Get8b()); }
+    static bool FromKeyBits(KoInt64& n, KeyWord bits) noexcept
+    {
+        o_8b number = 0;
+        const bool read = ko::FromKeyBits(number, bits);
+        n = number;
+        return read;
+    }
 };
 
 inline KoString& KoAppendNumber(KoString& text, const KoInt64& value, const char* format)

@@ -166,6 +166,14 @@ unsigned KoPutWeights(unsigned char* out, unsigned room, const KoIText& text,
     return count;
 }
 
+void KoPutWeightsKey(ko::KeySink& sink, const KoIText& text, const KoIWeights& weights)
+{
+    WeightReader reader = Reader(text, weights);
+    for (unsigned weight = reader.Next(); weight != 0; weight = reader.Next())
+        sink.Put(static_cast<unsigned char>(weight));
+    sink.Put(0);
+}
+
 unsigned KoCountWeights(const KoIText& text, const KoIWeights& weights)
 {
     if (text.IsRaw() || weights.Accents(text))

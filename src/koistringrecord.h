@@ -49,6 +49,12 @@ o_u8b KoIBytes(const void* texts, unsigned char format, unsigned count, const Ko
 unsigned KoISizeGet(const void* value, unsigned char valueFormat, unsigned char format,
                     unsigned count, const KoIWeights& weights);
 unsigned KoIFileSize(MemFile* file, unsigned char format, unsigned count);
+/// The weights of each text and a zero, which is no weight. Keys hold only weights, so that texts
+/// are not made from them.
+unsigned KoISortKey(void* key, unsigned room, const void* value, unsigned char format,
+                    unsigned count, const KoIWeights& weights);
+int KoIValidate(const void* bytes, std::size_t size, unsigned char format, unsigned count,
+                std::size_t& at);
 int KoICompare(unsigned char format, unsigned size1, const void* value1, unsigned size2,
                const void* value2, unsigned count, int& status, const KoIWeights& weights);
 o_u4b KoIHash(unsigned char format, unsigned size, const void* value, unsigned count, int& status,

@@ -1,6 +1,8 @@
 #ifndef KOISTRINGTEXT_H
 #define KOISTRINGTEXT_H
 
+#include "core/sort_key.h"
+
 #include <koistring.h>
 
 #include <cstring>
@@ -54,6 +56,8 @@ KoIOrder KoCompareWeights(const KoIText& a, const KoIText& b, const KoIWeights& 
 unsigned KoPutWeights(unsigned char* out, unsigned room, const KoIText& text,
                       const KoIWeights& weights);
 unsigned KoCountWeights(const KoIText& text, const KoIWeights& weights);
+/// Their weights as the bytes of a sort key, and the zero that ends them.
+void KoPutWeightsKey(ko::KeySink& sink, const KoIText& text, const KoIWeights& weights);
 
 /// h = 9h + w over the weights of a text under its own flag.
 o_u4b KoHashWeights(const KoIText& text, const KoIWeights& weights);

@@ -18,6 +18,16 @@ o_u4b StoredPair(const unsigned char* fields)
     return std::rotl(ReadOrdered<o_u4b>(fields, false), 16);
 }
 
+/// The object number in sort keys: 48 bits, the most significant byte first.
+constexpr unsigned kNumberKey = 6;
+
+template <class Identity>
+void PutNumberKey(unsigned char* out, const Identity& identity)
+{
+    ko::PutKeyWord(out, identity.high);
+    ko::PutKeyWord(out + 2, identity.low);
+}
+
 struct ObjIdType {
     using Value = KoObjId;
     static constexpr KoTypeId kId = KoOBJID_T;
@@ -36,6 +46,9 @@ struct ObjIdType {
         return KoFirstByteDifference(StoredNumber(a), StoredNumber(b));
     }
     static o_u4b HashBits(const KoObjId& id) { return id.low ^ id.high; }
+    static constexpr unsigned kKeySize = kNumberKey;
+    static constexpr bool kKeyIsWhole = false; // the tag takes no part in the order
+    static void PutKey(unsigned char* out, const KoObjId& id) { PutNumberKey(out, id); }
 };
 
 struct ClassIdType {
@@ -59,6 +72,17 @@ struct ClassIdType {
         return KoFirstByteDifference(StoredPair(a), StoredPair(b));
     }
     static o_u4b HashBits(const KoClassId& id) { return o_u4b{id.classNo} << 16 | id.version; }
+    static constexpr unsigned kKeySize = 4;
+    static constexpr bool kKeyIsWhole = true;
+    static void PutKey(unsigned char* out, const KoClassId& id)
+    {
+        ko::PutKeyWord(out, id.classNo);
+        ko::PutKeyWord(out + 2, id.version);
+    }
+    static KoClassId FromKey(const unsigned char* key)
+    {
+        return {ko::GetKeyWord<o_u2b>(key), ko::GetKeyWord<o_u2b>(key + 2)};
+    }
 };
 
 struct RefType {
@@ -88,6 +112,14 @@ struct RefType {
     {
         const int order = KoFirstByteDifference(StoredNumber(a), StoredNumber(b));
         return order != 0 ? order : KoFirstByteDifference(StoredPair(a + 10), StoredPair(b + 10));
+    }
+    static constexpr unsigned kKeySize = kNumberKey + 4;
+    static constexpr bool kKeyIsWhole = false;
+    static void PutKey(unsigned char* out, const KoRef& ref)
+    {
+        PutNumberKey(out, ref);
+        ko::PutKeyWord(out + kNumberKey, ref.originId);
+        ko::PutKeyWord(out + kNumberKey + 2, ref.classNo);
     }
     static o_u4b HashBits(const KoRef& ref)
     {

@@ -33,6 +33,19 @@ struct OdmgTimeElements {
     {
         return TemporalHashBits(Key(at), 0);
     }
+
+    static constexpr unsigned kKeySize = 6;
+    static void PutKey(unsigned char* out, const unsigned char* at, bool, bool) noexcept
+    {
+        const o_u8b key = Key(at);
+        for (unsigned i = 0; i < kKeySize; ++i)
+            out[i] = static_cast<unsigned char>(key >> (8 * (kKeySize - 1 - i)));
+    }
+    static void FromKey(unsigned char* stored, const unsigned char* key) noexcept
+    {
+        for (unsigned i = 0; i < kKeySize; ++i)
+            stored[i] = static_cast<unsigned char>(key[(i + 4) % kKeySize] ^ 0x80);
+    }
 };
 
 /// A date and then a time.
@@ -49,6 +62,18 @@ struct OdmgTimestampElements {
     {
         const auto date = static_cast<o_u4b>(PackedFields<OdmgDateElements::Fields>(at, big));
         return TemporalHashBits(OdmgTimeElements::Key(at + 4), date);
+    }
+
+    static constexpr unsigned kKeySize = OdmgDateElements::kKeySize + OdmgTimeElements::kKeySize;
+    static void PutKey(unsigned char* out, const unsigned char* at, bool big, bool memory) noexcept
+    {
+        OdmgDateElements::PutKey(out, at, big, memory);
+        OdmgTimeElements::PutKey(out + 4, at + 4, big, memory);
+    }
+    static void FromKey(unsigned char* stored, const unsigned char* key) noexcept
+    {
+        OdmgDateElements::FromKey(stored, key);
+        OdmgTimeElements::FromKey(stored + 4, key + 4);
     }
 };
 

@@ -86,6 +86,24 @@ struct OdmgIntervalOps : TemporalOps<OdmgIntervalType> {
         return KoEvaluateBounds<KoScalarAxis<FloatType>>(bounds, op, value, format, count,
                                                          newBounds);
     }
+
+    static unsigned SortKey(void* key, unsigned room, const void* value, unsigned char format,
+                            unsigned count, unsigned short)
+    {
+        return ScalarsSortKey<FloatType>(key, room, value, format, count);
+    }
+    static int FromSortKey(void* value, const void* key, unsigned length, unsigned count,
+                           unsigned short)
+    {
+        return ko::ReadElementKeys<d_Interval>(
+            value, key, length, count,
+            [](d_Interval& interval, const unsigned char* at, unsigned left) {
+                o_float seconds = 0;
+                const unsigned taken = ReadScalarKey<FloatType>(seconds, at, left);
+                interval = d_Interval::OfSeconds(seconds);
+                return taken;
+            });
+    }
 };
 
 } // namespace

@@ -63,6 +63,18 @@ struct ScalarOps : ElementOps<typename Type::Value, ScalarOps<Type>, Type::kId> 
         return KoEvaluateBounds<KoScalarAxis<Type>>(bounds, op, value, format, count, newBounds);
     }
 
+    static unsigned SortKey(void* key, unsigned room, const void* value, unsigned char format,
+                            unsigned count, unsigned short)
+    {
+        return ScalarsSortKey<Type>(key, room, value, format, count);
+    }
+    static int FromSortKey(void* value, const void* key, unsigned length, unsigned count,
+                           unsigned short)
+    {
+        return ko::ReadElementKeys<T>(value, key, length, count, ReadScalarKey<Type>);
+    }
+    static unsigned FormSize(unsigned char) { return Type::kSize; }
+
     static KoString ToText(const T& element) { return Text::ToText(element); }
     static void FromText(T& element, const KoString* text)
     {

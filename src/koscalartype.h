@@ -3,6 +3,8 @@
 
 #include "kohashwalk.h"
 
+#include "core/sort_key.h"
+
 #include <kotypeid.h>
 
 #include <koencode.h>
@@ -103,6 +105,11 @@ struct ScalarType {
     }
 
     static o_u4b HashBits(T n) noexcept { return KoHashBits(n); }
+
+    /// The number that stands for an element in sort keys, and the way back.
+    using KeyWord = ko::KeyWord<T>;
+    static KeyWord KeyBits(T n) noexcept { return ko::KeyBits(n); }
+    static bool FromKeyBits(T& n, KeyWord bits) noexcept { return ko::FromKeyBits(n, bits); }
 };
 
 using CharType = ScalarType<o_char, CharEncoder, Ko1B_T>;
@@ -133,6 +140,31 @@ int CompareScalars(unsigned char format, unsigned length1, const void* value1, u
                              });
     };
     return KoNeedsSwap(format) ? walk(std::true_type()) : walk(std::false_type());
+}
+
+/// The sort key of an array of a scalar type; see KoSortKeyFunc.
+template <class Type>
+unsigned ScalarsSortKey(void* key, unsigned room, const void* value, unsigned char format,
+                        unsigned count)
+{
+    const auto keys = [&](auto swap) {
+        return ko::WriteElementKeys<Type::kSize>(
+            key, room, value, Type::kSize, count,
+            [swap](unsigned char* out, const unsigned char* at) {
+                ko::PutKeyWord(out, Type::KeyBits(Type::Read(at, swap.value)));
+                return Type::kSize;
+            });
+    };
+    return KoNeedsSwap(format) ? keys(std::true_type()) : keys(std::false_type());
+}
+
+/// The element whose key stands at `at`: the bytes of its key, 0 where there is none.
+template <class Type>
+unsigned ReadScalarKey(typename Type::Value& element, const unsigned char* at, unsigned left)
+{
+    using Word = typename Type::KeyWord;
+    const bool read = left >= Type::kSize && Type::FromKeyBits(element, ko::GetKeyWord<Word>(at));
+    return read ? Type::kSize : 0;
 }
 
 /// Hash of an array of a scalar type; see KoHashWalk.

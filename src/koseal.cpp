@@ -74,6 +74,30 @@ struct SealOps : ElementOps<KoSeal, SealOps, KoSEAL_T> {
         return KoEvaluateBounds<KoNumberAxis<SealOps>>(bounds, op, value, format, count, newBounds);
     }
 
+    static unsigned SortKey(void* key, unsigned room, const void* value, unsigned char format,
+                            unsigned count, unsigned short)
+    {
+        const bool swap = KoNeedsSwap(format);
+        return ko::WriteElementKeys<kSize>(
+            key, room, value, kSize, count, [swap](unsigned char* out, const unsigned char* at) {
+                for (unsigned word = 0; word < kWords; ++word)
+                    ko::PutKeyWord(out + 2 * word, KoReadNumber<o_u2b>(at + 2 * word, swap));
+                return kSize;
+            });
+    }
+    static int FromSortKey(void* value, const void* key, unsigned length, unsigned count,
+                           unsigned short)
+    {
+        return ko::ReadElementKeys<KoSeal>(
+            value, key, length, count, [](KoSeal& seal, const unsigned char* at, unsigned left) {
+                if (left < kSize)
+                    return 0U;
+                seal = KoSeal(ko::GetKeyWord<o_u2b>(at), ko::GetKeyWord<o_u2b>(at + 2),
+                              ko::GetKeyWord<o_u2b>(at + 4));
+                return kSize;
+            });
+    }
+
     static KoString ToText(const KoSeal& seal)
     {
         KoString text;

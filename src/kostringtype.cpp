@@ -63,6 +63,8 @@ struct StringOpsBase : ValueOps<KoString, Ops> {
         return value;
     }
 
+    static constexpr auto Validate = KoStringValidate;
+
     static int Parse(void* value, const KoString& text, const char* format, unsigned& errorAt)
     {
         return KoParseString(*static_cast<KoString*>(value), text, format, errorAt);
