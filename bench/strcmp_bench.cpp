@@ -329,27 +329,68 @@ void AddWildcards()
 #endif
         }
     }
-    // The longest texts and a pattern that needs the product of their lengths.
-    KoString text, pattern("*");
-    text.Fill(65531, 'a');
-    KoString literal;
-    literal.Fill(32765, 'a');
-    pattern << literal << "b";
-    KoString asterisks;
-    while (asterisks.Len() < 65530)
-        asterisks << KoString(asterisks.IsEmpty() ? "*a" : asterisks);
-    benchmark::RegisterBenchmark("65,531 characters, asterisks/ours", [text, asterisks](State& s) {
-        for (auto _ : s)
-            benchmark::DoNotOptimize(text.Compare(asterisks, -1, 0));
-    })->Unit(benchmark::kMillisecond);
-    benchmark::RegisterBenchmark("65,531 characters, worst case/ours",
-                                 [text, pattern](State& s) {
-                                     for (auto _ : s)
-                                         benchmark::DoNotOptimize(text.Compare(pattern, -1, 0));
-                                 })
-        ->Unit(benchmark::kMillisecond)
-        ->Iterations(1)
-        ->Repetitions(1);
+}
+
+std::string Repeated(const std::string& piece, unsigned length)
+{
+    std::string text;
+    while (text.size() + piece.size() <= length)
+        text += piece;
+    return text;
+}
+
+/// The longest texts, with the patterns that take the most time; per character of the text.
+void AddLongest()
+{
+    constexpr unsigned kLongest = 65531;
+    constexpr unsigned kHalf = kLongest / 2;
+    std::string twoLetters = Word(kLongest);
+    for (char& letter : twoLetters)
+        letter = letter < 'n' ? 'a' : 'b';
+    const std::string same(kLongest, 'a');
+    std::string eachThirdAny = same.substr(0, kHalf);
+    std::string fewAny = same.substr(0, kHalf);
+    for (unsigned i = 1; i < kHalf; i += 3)
+        eachThirdAny[i] = '?';
+    fewAny[kHalf / 2] = '?';
+    const struct {
+        const char* name;
+        const std::string& text;
+        std::string pattern;
+    } rows[] = {
+        {"asterisks", same, Repeated("*a", kLongest - 2) + "*b"},
+        {"short pieces", same, Repeated("*aa?a", kLongest - 2) + "*b"},
+        {"long piece", same, "*" + same.substr(0, kHalf) + "b"},
+        {"long piece of two letters", twoLetters, "*" + twoLetters.substr(0, kHalf) + "c*"},
+        {"middling piece", same, "*" + same.substr(0, 100) + "b*"},
+        {"long piece, any character", same, "*" + eachThirdAny + "b*"},
+        {"long piece, one any character", same, "*" + fewAny + "b"},
+        {"middling piece, any character", same, "*" + eachThirdAny.substr(0, 100) + "b*"},
+        {"long piece with any characters at the end", same, "*b" + eachThirdAny},
+    };
+    for (const auto& row : rows) {
+        for (const unsigned char codeSet : {KoCS_NONE, KoCS_LATIN1}) {
+            KoString text(row.text.c_str());
+            KoString pattern(row.pattern.c_str());
+            KoString part(row.pattern.c_str() + 1);
+            for (KoString* string : {&text, &pattern, &part})
+                string->SetCodeSetCode(codeSet);
+            const std::string name = std::string("65,531 characters, ") + row.name +
+                                     (codeSet == KoCS_NONE ? ", bytes" : "");
+            const auto add = [&name](const char* what, auto work) {
+                const auto time = [work](State& state) {
+                    for (auto _ : state)
+                        benchmark::DoNotOptimize(work());
+                    state.SetItemsProcessed(state.iterations() * kLongest);
+                };
+                benchmark::RegisterBenchmark((name + what).c_str(), time)
+                    ->Unit(benchmark::kMillisecond);
+            };
+            add("/compare", [text, pattern] { return text.Compare(pattern, -1, 0); });
+            add("/find", [text, part] { return text.Find(part, 0, 0); });
+            add("/find exactly", [text, part] { return text.Find(part, 0, 0x10); });
+        }
+    }
 }
 
 } // namespace
@@ -361,5 +402,6 @@ int main(int argc, char** argv)
     AddSorts();
     AddHashes();
     AddWildcards();
+    AddLongest();
     return RunWithRatios(argc, argv);
 }

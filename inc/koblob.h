@@ -22,7 +22,8 @@ struct KoBlobData {
 /// that counts, not what was once allocated: a buffer that shrinks by 128 bytes at a time is kept.
 ///
 /// When memory runs out and the memory handler returns, an edit leaves the blob as it was and a
-/// constructor leaves it null.
+/// constructor leaves it null. Loading ends with 0 then, as for a damaged record: the elements
+/// before have their new values, the others the ones that they had.
 class KOTMS_API KoBlob
 {
 public:
@@ -59,7 +60,9 @@ public:
     /// The first Append takes a buffer of exactly the new length. Those that follow it without
     /// another edit between them get half as much again when the buffer is full, so that n of them
     /// cost O(log n) allocations and each byte is copied less than three times on average: 100,000
-    /// times 16 bytes are 27 allocations of 6.4 MiB altogether. A blob that would grow beyond 2^31
+    /// times 16 bytes are 27 allocations of 6.4 MiB altogether. Without memory for that much more
+    /// the exact size is tried before the memory handler is called. A blob that would grow beyond
+    /// 2^31
     /// - 1 bytes raises an assertion and stays as it is.
     void Append(const void* data, int size);
     void Append(const KoBlob& other); ///< nothing for a null or empty one
@@ -92,6 +95,7 @@ public:
 
 private:
     friend struct KoBlobAccess;
+    friend struct KoBlobLoader;
 
     KoBlob(char* text); ///< with the terminating zero as its last byte
     /// A length in the machine's order and that many bytes; a negative one gives null.
@@ -118,7 +122,9 @@ static_assert(sizeof(KoBlob) == 8);
 ///
 /// A length bounds the bytes of a stored operand, its total included. Bytes that both sides hold,
 /// and lengths that are known, decide; where a side was cut before that, the result is 0 and
-/// `status` KoRC_TRUNCATED. A stored length that is negative or goes beyond the total gives -1 and
+/// `status` KoRC_TRUNCATED. As for every type the step to the next element is tried behind the one
+/// that decides, too: with a bound that ends there `status` is KoRC_TRUNCATED, and the result
+/// holds. A stored length that is negative or goes beyond the total gives -1 and
 /// KoRC_NOT_SUPPORTED.
 KOTMS_API KoTypeCmp BlobCompare;
 

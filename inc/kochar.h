@@ -2,6 +2,7 @@
 #define KOCHAR_H
 
 #include "kobasic.h"
+#include "kobeside.h"
 
 #include <kointl.h>
 
@@ -14,6 +15,21 @@ class KoStringIterator;
 // character (`format`) is most significant byte first for KoFMT_BIG and the machine's for all else;
 // 255 stands for 1.
 
+/// Integers that are neither of the two types of characters, and no truth values.
+template <class T>
+concept KoOtherCode = std::integral<T> && !std::same_as<T, char> &&
+                      !std::same_as<T, unsigned short> && !std::same_as<T, bool>;
+
+/// The character that such an integer stands for: see KoChar.
+template <KoOtherCode T>
+constexpr auto KoCodeOf(T c)
+{
+    if constexpr (sizeof(T) == 1)
+        return static_cast<char>(c);
+    else
+        return static_cast<unsigned short>(std::in_range<unsigned short>(+c) ? c : T(0xFFFF));
+}
+
 /// One character of some code set: held by value, or referring to its place in a text.
 ///
 /// Indexing a string and reading an iterator give references: assigning to one changes the text,
@@ -24,8 +40,11 @@ class KoStringIterator;
 ///     KoChar second = text[1];       // refers to the text
 ///     KoChar copy(second);           // does not
 ///
-/// A terminator is always held by value: nothing can be written over it.
-class KOTMS_API KoChar
+/// A terminator is always held by value: nothing can be written over it. So are the characters that
+/// a const string and an iterator over one give.
+///
+/// A character or a number beside one is a character too, by the constructors below: `'a' < c`.
+class KOTMS_API KoChar : public KoBeside<KoChar, KoBesideAsValue>
 {
 public:
     /// By value. 255 stands for the default 16-bit or 8-bit code set and for the default language.
@@ -34,13 +53,22 @@ public:
     KoChar(unsigned short c, unsigned char codeSet = KoCS_DEFAULT,
            unsigned char language = KoLANG_DEFAULT);
     KoChar(char c, unsigned char codeSet = KoCS_DEFAULT, unsigned char language = KoLANG_DEFAULT);
-    /// Refers to the character at `p`, which need not be aligned; assigning writes there. Null
-    /// gives the character 0 by value. 255 stands for the default 8-bit code set.
+    /// The same of other integers: those of one byte are a char, all others a code of 16 bits,
+    /// 0xFFFF where it is none.
+    template <KoOtherCode T>
+    KoChar(T c, unsigned char codeSet = KoCS_DEFAULT, unsigned char language = KoLANG_DEFAULT)
+        : KoChar(KoCodeOf(c), codeSet, language)
+    {
+    }
+    /// Refers to the character at `p`, which need not be aligned; assigning writes there, const or
+    /// not: that is what this constructor is for. Null gives the character 0 by value. 255 stands
+    /// for the default 8-bit code set.
     KoChar(const char* p, unsigned char codeSet, unsigned char language,
            unsigned char format = 255);
     /// Refers to the character at a byte offset of the text; the terminator and the invalid
     /// character beyond it come by value.
     KoChar(KoString& s, int byteOffset);
+    KoChar(const KoString& s, int byteOffset); ///< the same character by value
     /// By value, with the code set and language of `other`.
     KoChar(const KoChar& other);
     /// The invalid character: what indexing gives behind the terminator.
@@ -50,6 +78,11 @@ public:
     /// `c` is a code of this character's own code set, as in the constructors.
     KoChar& operator=(char c);
     KoChar& operator=(unsigned short c);
+    template <KoOtherCode T>
+    KoChar& operator=(T c)
+    {
+        return *this = KoCodeOf(c);
+    }
     /// A reference writes the character mapped to its code set ("?" where that lacks it); a value
     /// becomes a copy with the code set and language of `other`.
     KoChar& operator=(const KoChar& other);
@@ -128,15 +161,18 @@ class KOTMS_API KoStringIterator
 {
 public:
     KoStringIterator(KoString& s);
+    KoStringIterator(const KoString& s); ///< to read: its characters come by value
+    KoStringIterator(const KoString&& s) = delete;
     KoStringIterator(KoChar& c); ///< that one character
     /// A text that ends with a zero character; null is empty. 255 stands for the default 8-bit or
     /// 16-bit code set and the default language. Units behind a `const char*` need no alignment.
+    /// As with KoChar, the characters can be written, const or not.
     KoStringIterator(const char* text, unsigned char codeSet, unsigned char language,
                      unsigned char format = 255);
     KoStringIterator(const unsigned short* text, unsigned char codeSet, unsigned char language,
                      unsigned char format = 255);
 
-    /// The current character, referring to the text.
+    /// The current character, referring to the text; by value at its end and over a const string.
     KoChar operator*() const;
     // Moving from character to character drops pending orders.
     KoStringIterator& operator++();
@@ -161,7 +197,8 @@ public:
 
     /// Applies the operation to every character from here to the end and writes the results from
     /// `target` on, mapped to its code set; ends where either text does. A result of 0 is not
-    /// written, since it would end the text. The target may be this same text.
+    /// written, since it would end the text. The target may be this same text; a const string as
+    /// the target stays as it is.
     void Transform(KoStringIterator& target, KoCharOperation& operation);
 
     unsigned char CodeSet() const { return m_codeSet; }
@@ -180,6 +217,7 @@ private:
     o_u1b m_variant;
     o_u1b m_format;
     o_u1b m_pending = 0; ///< the next one in m_overflow
+    bool m_readOnly = false;
     KoWCharList m_overflow = {};
     char* m_position;
     char* m_begin;

@@ -1,6 +1,7 @@
 #ifndef KODATE_H
 #define KODATE_H
 
+#include "kobeside.h"
 #include "kostring.h"
 #include "kotemporal.h"
 
@@ -19,7 +20,11 @@ enum KoDaysOfTheWeek { Monday, Tuesday, Wednesday, Thursday, Friday, Saturday, S
 ///
 /// Elements are compared by KoDateCompare; their persistent form is the year in the byte order of
 /// the format, the month and the day: 4 bytes.
-class KoDate : public KoTemporal<KoDate>
+///
+/// The null date is carried through day numbers like any other: null plus a day has the fields
+/// 32757, 0 and -7, and is no longer null. Ask IsNullValue first. An integer beside a date in a
+/// comparison is a day number, and in a sum a count of days, of which the low 32 bits count.
+class KoDate : public KoTemporal<KoDate>, public KoCountBeside<KoDate>
 {
 public:
     /// Today's local date; null when the clock has none.
@@ -70,7 +75,9 @@ public:
 
     KOTMS_API int IsDate() const; ///< 1 for a day that exists, of any year
     int IsLastDayOfTheMonth() const { return daynxtmonth() == 1; }
-    /// The weekday; for dates in February the one three days before the true one.
+    /// The weekday from March of year 0 to February 11400, but for dates in February: these have
+    /// the one three days before, to the year 4500. Elsewhere the quotients of the formula, which
+    /// are cut toward zero, and its Sunday for every sum below zero mostly give another day.
     KOTMS_API KoDaysOfTheWeek GetDayOfTheDate() const;
     KoDaysOfTheWeek DayOfTheDate() const { return GetDayOfTheDate(); }
     /// The English name of GetDayOfTheDate for a const date, its number for another.

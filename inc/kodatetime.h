@@ -7,6 +7,10 @@
 
 /// A date and a time of day in whole seconds, of the persistent type KoDATIME_T.
 ///
+/// A KoDate where one is asked for becomes that date at the current local time, a KoTime that time
+/// today. So `dateTime == date` reads the clock and depends on it; `dateTime.Date() == date` does
+/// not. A KoDateTimeN takes a date at midnight instead, and a time without a date.
+///
 /// Elements are compared by KoDateTimeCompare. Their persistent form is the year in the byte order
 /// of the format and one byte for each of month, day, hour, minute and second: 7 bytes; in memory
 /// an element takes 8.
@@ -118,8 +122,9 @@ public:
     KOTMS_API void AddHours(int n);
     KOTMS_API void AddMinutes(int n);
     KOTMS_API void AddSeconds(o_8b n);
-    /// Adds n * 1e9 nanoseconds, the fraction cut off. Beyond 64 bits their count stops at the
-    /// limit; a NaN adds nothing.
+    /// Adds n * 1e9 nanoseconds, the fraction cut off. Where 64 bits do not hold their count, from
+    /// 292 years on, the whole seconds and the nanoseconds of the fraction are added apart; seconds
+    /// beyond 64 bits stop at the limit. A NaN adds nothing.
     KOTMS_API void AddSeconds(double n);
     KOTMS_API void AddNanoSeconds(o_8b n);
 

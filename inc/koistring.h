@@ -2,6 +2,7 @@
 #define KOISTRING_H
 
 #include "kobasic.h"
+#include "kobeside.h"
 #include "kotypcmp.h"
 
 #include <type_traits>
@@ -53,9 +54,10 @@ public:
     bool IsEmpty() const { return m_text == nullptr; }
     bool operator!() const { return m_text == nullptr; }
     const char* StrGet() const; ///< with its terminator, never null; valid until the text changes
-    /// Byte `i`, or the terminator where `i` is the length; it may be overwritten where it is not.
-    /// Anywhere else a zero byte that belongs to no text.
+    /// Byte `i`, which may be overwritten. Elsewhere, so for the terminator too, a byte of this
+    /// object that is 0 after every such call and belongs to no text.
     char& operator[](int i);
+    /// The byte itself; 0 elsewhere.
     char operator[](int i) const;
     unsigned char Flag() const { return m_flag; }
     void SetFlag(unsigned char flag) { m_flag = flag; }
@@ -95,11 +97,12 @@ protected:
 private:
     char* m_text = nullptr; ///< null when empty
     o_u1b m_flag = 0;
+    char m_outside = 0; ///< what indexing gives where there is no byte; no part of the value
 };
 
 /// The members of both classes, which mirror those of KoString.
 template <class Self>
-class KoIStringOf : public KoIStringText
+class KoIStringOf : public KoIStringText, public KoTextBeside<Self>
 {
 public:
     using KoIStringText::KoIStringText;
@@ -109,14 +112,13 @@ public:
         SpliceAt(Len(), s, false);
         return This();
     }
+    /// A literal, a character or a number beside a text is what the constructor makes of it, here
+    /// and in comparisons.
     friend Self operator+(const Self& a, const Self& b)
     {
         Self sum(a);
         return sum += b;
     }
-    // Without these two, adding a literal could also mean pointer arithmetic.
-    friend Self operator+(const Self& a, const char* b) { return a + Self(b); }
-    friend Self operator+(const char* a, const Self& b) { return Self(a) + b; }
     Self& operator<<(const Self& s) { return *this += s; }
     /// Appends what the constructor makes of a character or a number; without this, shifting the
     /// number that the text stands for could also be meant.
@@ -184,6 +186,7 @@ public:
         ReplaceEvery(from, to, start);
         return This();
     }
+    // As those of KoString: blanks are the characters of Windows-1252 that KoChar::IsSpace tells.
     Self& LeftTrim()
     {
         TrimBlanks(true, false);

@@ -37,17 +37,27 @@ KOTMS_API int KoMultiByteStr2WCharStr(unsigned short* dest, int destCount, const
 // A null string is written as no text. A string that is read into keeps its code set and its
 // language, a null one takes the defaults.
 
+/// What reading a string may give besides 0.
+enum KoMbsResult : int {
+    KoMBS_MALFORMED = -1, ///< no UTF-8, or arguments that are refused; the target is as it was
+    KoMBS_REPLACED = -2,  ///< done, but "?" stands for what the target's code set lacks
+    KoMBS_TOO_LONG = -3,  ///< more than the target can hold; it is as it was
+    KoMBS_NO_MEMORY = -4, ///< memory ran out; the target is as it was
+};
+
 /// `text` becomes what `mbs` says: `n` bytes of it, or all up to the terminator, which also ends
-/// counted text; -1 is no limit. Null is no text. Returns 0, or -1 in these cases:
-/// - `mbs` is malformed, `n` is below -1 or memory runs out: `text` is as it was;
-/// - the code set of `text` lacks a character: "?" stands in its place.
-/// What exceeds the longest text of a KoString is cut off, as in its every edit.
+/// counted text; -1 is no limit. Null is no text. Returns 0 or one of:
+/// - KoMBS_MALFORMED: `mbs` is malformed as far as `n`, or `n` is below -1;
+/// - KoMBS_TOO_LONG: it is well formed, but has more than the 65,531 characters of an 8-bit code
+///   set or the 32,765 units of a 16-bit one, where a pair is two. Nothing is cut off here;
+/// - KoMBS_NO_MEMORY;
+/// - KoMBS_REPLACED: the code set of `text` lacks a character, and "?" stands in its place.
 KOTMS_API int KoMBS2KoString(const char* mbs, KoString& text, int n);
 
 /// The same.
 KOTMS_API int KoMultiByteString2KoString(const char* mbs, KoString& text, int n);
 /// The same for UTF-8 that stands in a string, as 8-bit text of any code set: its bytes count as
-/// they are. 16-bit text is refused with -1. The two may be the same string.
+/// they are. 16-bit text is refused with KoMBS_MALFORMED. The two may be the same string.
 KOTMS_API int KoMultiByteString2KoString(const KoString& mbs, KoString& text);
 
 /// Writes `text` with a terminator into a buffer of `size` bytes. Returns the number of bytes

@@ -86,10 +86,23 @@ class KoMovedByInterval
 class d_Date : public KoMovedByInterval<d_Date>
 {
 public:
+// The same names as in KoDaysOfTheWeek, and other numbers: those of the standard.
+#if defined(__clang__)
+#pragma clang diagnostic push
+#pragma clang diagnostic ignored "-Wshadow"
+#endif
     enum Weekday { Sunday, Monday, Tuesday, Wednesday, Thursday, Friday, Saturday };
+#if defined(__clang__)
+#pragma clang diagnostic pop
+#endif
 
-    d_Date() : d_Date(KoDate()) {} ///< today, local
-    static d_Date current() { return d_Date(); }
+    d_Date() : d_Date(KoDate())
+    {
+    } ///< today, local
+    static d_Date current()
+    {
+        return d_Date();
+    }
     /// The fields as they are, cut to their widths.
     constexpr d_Date(o_2b year, o_u2b month, o_u2b day)
         : m_year(year), m_month(static_cast<o_1b>(month)), m_day(static_cast<o_1b>(day))
@@ -102,16 +115,30 @@ public:
           m_day(static_cast<o_1b>(date.Day()))
     {
     }
-    constexpr d_Date(const KoDateTime& dateTime) : d_Date(dateTime.Date()) {}
+    constexpr d_Date(const KoDateTime& dateTime) : d_Date(dateTime.Date())
+    {
+    }
     d_Date(const d_Timestamp& stamp);
 
-    constexpr int year() const { return m_year; }
-    constexpr int month() const { return m_month; }
-    constexpr int day() const { return m_day; }
+    constexpr int year() const
+    {
+        return m_year;
+    }
+    constexpr int month() const
+    {
+        return m_month;
+    }
+    constexpr int day() const
+    {
+        return m_day;
+    }
 
     /// Days of a month: 0 for a month that does not exist. Before 1600 every fourth year is a leap
     /// year.
-    int days_in_month() const { return days_in_month(m_year, static_cast<o_u2b>(m_month)); }
+    int days_in_month() const
+    {
+        return days_in_month(m_year, static_cast<o_u2b>(m_month));
+    }
     KOTMS_API static int days_in_month(o_2b year, o_u2b month);
     KOTMS_API int day_of_year() const; ///< 1 for 1 January
     KOTMS_API Weekday day_of_week() const;
@@ -123,17 +150,44 @@ public:
     /// Move by whole days: the interval's seconds over 86400 as a float, cut toward zero. Beyond 32
     /// bits the number of days stops at the limit; a NaN moves nothing.
     KOTMS_API d_Date& operator+=(const d_Interval& interval);
-    d_Date& operator-=(const d_Interval& interval) { return *this += -interval; }
-    d_Date operator++(int) { return MovedFrom(1); }
-    d_Date operator--(int) { return MovedFrom(-1); }
+    d_Date& operator-=(const d_Interval& interval)
+    {
+        return *this += -interval;
+    }
+    d_Date operator++(int)
+    {
+        return MovedFrom(1);
+    }
+    d_Date operator--(int)
+    {
+        return MovedFrom(-1);
+    }
 
     /// The difference of the day numbers, whose sign is the order.
-    friend int operator!=(const d_Date& a, const d_Date& b) { return a.DaysSince(b); }
-    friend bool operator==(const d_Date& a, const d_Date& b) { return a.DaysSince(b) == 0; }
-    friend bool operator<(const d_Date& a, const d_Date& b) { return a.DaysSince(b) < 0; }
-    friend bool operator>(const d_Date& a, const d_Date& b) { return b < a; }
-    friend bool operator<=(const d_Date& a, const d_Date& b) { return !(b < a); }
-    friend bool operator>=(const d_Date& a, const d_Date& b) { return !(a < b); }
+    friend int operator!=(const d_Date& a, const d_Date& b)
+    {
+        return a.DaysSince(b);
+    }
+    friend bool operator==(const d_Date& a, const d_Date& b)
+    {
+        return a.DaysSince(b) == 0;
+    }
+    friend bool operator<(const d_Date& a, const d_Date& b)
+    {
+        return a.DaysSince(b) < 0;
+    }
+    friend bool operator>(const d_Date& a, const d_Date& b)
+    {
+        return b < a;
+    }
+    friend bool operator<=(const d_Date& a, const d_Date& b)
+    {
+        return !(b < a);
+    }
+    friend bool operator>=(const d_Date& a, const d_Date& b)
+    {
+        return !(a < b);
+    }
 
 private:
     friend class d_Timestamp;
@@ -156,6 +210,10 @@ private:
 
 /// A time of day with its zone, in hundredths of a second, of the persistent type D_TIME_T. The
 /// hour and minute are held with the zone's added, and accessors take it off again.
+///
+/// Texts of conversion carry the zone as ISO 8601 writes it, "10:00:05.250-05:30", and none where
+/// it is 0; one without a zone is read with the zone 0, whatever the default is. Print formats know
+/// no zone: scanning with one gives the default.
 ///
 /// Elements are compared by d_TimeCompare; their persistent form is six bytes: zone hour and
 /// minute, hour and minute as they are held, second, hundredths.

@@ -19,8 +19,9 @@ class KoString;
 /// | others below 80 | "space" |
 /// | symbol | "symbol " and its name; "symbol " alone where it has none |
 /// | digit | "digit 7", with " with expand" behind it for an odd order |
-/// | letter | "lower letter a with accent acute", with " with extension" behind it where it has
-/// one; an accent without a name gives " with " |
+/// | letter | "lower letter a with accent acute", or also " with extension" behind it |
+///
+/// An accent without a name gives " with ".
 KOTMS_API int KoConvertOrderToString(unsigned short order, unsigned char variant, KoString& text);
 
 /// The plain character that comes nearest; always returns 0. `ch` becomes 127 for an ideograph, a

@@ -11,6 +11,11 @@
 
 struct KoText;
 
+/// The other types of a character, which some functions take as they take char and unsigned short.
+template <class T>
+concept KoOtherUnit =
+    std::same_as<T, char16_t> || std::same_as<T, unsigned char> || std::same_as<T, signed char>;
+
 /// Text with a code set and a language, of 8-bit or 16-bit characters; the code set decides which.
 ///
 /// Positions, counts and lengths are in characters. Every edit reallocates to the exact size and
@@ -26,7 +31,7 @@ struct KoText;
 ///
 /// When memory runs out and the memory handler returns, an edit leaves the string as it was and a
 /// constructor leaves it empty.
-class KOTMS_API KoString
+class KOTMS_API KoString : public KoTextBeside<KoString>
 {
 public:
     static constexpr unsigned short kToEnd = 65535;     ///< as an unsigned count: up to the end
@@ -59,6 +64,10 @@ public:
     KoString(const char* s, unsigned short n);
     KoString(const unsigned short* s); ///< default 16-bit code set
     KoString(const unsigned short* s, unsigned short n);
+    KoString(char16_t c) : KoString(static_cast<unsigned short>(c)) {}
+    KoString(const char16_t* s, unsigned short n = kToEnd);
+    /// One character in its own code set and language; empty for 0 and for the invalid character.
+    KoString(const KoChar& c);
     ~KoString()
     {
         if (m_buffer != nullptr)
@@ -90,6 +99,8 @@ public:
     KoString& operator<<(double d); ///< formatted with "%.17g"
     KoString& operator<<(const char* s);
     KoString& operator<<(const unsigned short* s);
+    KoString& operator<<(char16_t c) { return *this << KoString(c); } ///< a character in any case
+    KoString& operator<<(const char16_t* s) { return *this << KoString(s); }
 
     // ---- questions
     unsigned short Len() const;
@@ -132,11 +143,21 @@ public:
     KoString& Fill(unsigned short n, unsigned short c);
     KoString& Expand(unsigned short n, char c); ///< appends `c` up to a length of `n`
     KoString& Expand(unsigned short n, unsigned short c);
+    template <KoOtherUnit C>
+    KoString& Fill(unsigned short n, C c)
+    {
+        return Fill(n, KoCodeOf(c));
+    }
+    template <KoOtherUnit C>
+    KoString& Expand(unsigned short n, C c)
+    {
+        return Expand(n, KoCodeOf(c));
+    }
 
     // ---- characters
     /// The character at `i`, referring to the text: assigning to it changes the text. The
-    /// terminator
-    /// (`i` equal to Len()) comes by value; any other `i` gives KoChar::Invalid().
+    /// terminator (`i` equal to Len()) comes by value, and so does every character of a const
+    /// string; any other `i` gives KoChar::Invalid().
     KoChar operator[](int i);
     const KoChar operator[](int i) const;
     // Blanks are the characters for which KoChar::IsSpace holds.
@@ -163,6 +184,11 @@ public:
     /// One character of the default code set of its width.
     int Find(char c, unsigned short start = 0, unsigned short cmpOp = 0xFFFF) const;
     int Find(unsigned short c, unsigned short start = 0, unsigned short cmpOp = 0xFFFF) const;
+    template <KoOtherUnit C>
+    int Find(C c, unsigned short start = 0, unsigned short cmpOp = 0xFFFF) const
+    {
+        return Find(KoCodeOf(c), start, cmpOp);
+    }
     int SubStringPos(const KoString& s, unsigned short cmpOp = 0xFFFF) const
     {
         return Find(s, 0, cmpOp);
@@ -173,6 +199,11 @@ public:
     KoString& ReplaceAll(const KoString& from, const KoString& to, unsigned short start = 0);
     KoString& ReplaceAll(char from, char to, unsigned short start = 0);
     KoString& ReplaceAll(unsigned short from, unsigned short to, unsigned short start = 0);
+    template <KoOtherUnit C>
+    KoString& ReplaceAll(C from, C to, unsigned short start = 0)
+    {
+        return ReplaceAll(KoCodeOf(from), KoCodeOf(to), start);
+    }
     /// Make the first collation order of a character the wildcard of the whole process. They are
     /// "*", "?" and "\" unless set, and again after the character 0. Return 0. Not synchronised,
     /// like all settings of the process. Texts without a code set keep "*" and "?".
@@ -219,7 +250,9 @@ public:
     }
 
     // ---- comparison: by KoStrCmp (kostrcmp.h). The operators go by the default operator word, the
-    // right side being a pattern where that leaves wildcards on.
+    // right side being a pattern where that leaves wildcards on. A literal, a character or a number
+    // beside a string is what the constructor makes of it, and the pattern on either side: "a*" ==
+    // s and s == "a*" are the same, and so are "a*" < s and s > "a*".
     /// Of at most `len` orders (kRest: all); 0xFFFF is the default operator.
     int Compare(const KoString& other, short len = kRest, unsigned short cmpOp = 0xFFFF) const;
     /// Without wildcards. Languages that differ count as none.
@@ -261,16 +294,10 @@ private:
 static_assert(sizeof(KoString) == 16 && alignof(KoString) == 8);
 
 /// A new string of the code set and language of `a`.
+///
+/// A literal, a character or a number on one side is what the constructor makes of it: `s + 5` is
+/// the text with the digit 5 behind it, and a number of the type unsigned short is a character.
 KOTMS_API KoString operator+(const KoString& a, const KoString& b);
-// Without these two, adding a literal could also mean pointer arithmetic.
-inline KoString operator+(const KoString& a, const char* b)
-{
-    return a + KoString(b);
-}
-inline KoString operator+(const char* a, const KoString& b)
-{
-    return KoString(a) + b;
-}
 
 /// The next piece of `list` from `pos` on, up to `separator` (as Find finds it by the default
 /// operator) or the end, trimmed, in `item`; `pos` moves past the separator. Where a separator
@@ -293,8 +320,10 @@ KOTMS_API unsigned StringStore(void* destination, const void* source, unsigned c
                                unsigned count);
 
 /// Reads `count` strings into constructed ones; the bytes consumed, which for the older layout are
-/// always those of the whole array. Reads nothing outside the records, whatever their characters
-/// are; a record's length is trusted. A string for which there is no memory stays as it was.
+/// always those of the whole array. For a `count` of 0 the first record is still looked at: the
+/// result is 0, but the bytes of the whole array in the older layout. Reads nothing outside the
+/// records, whatever their characters are; a record's length is trusted. A string for which there
+/// is no memory stays as it was.
 KOTMS_API unsigned StringLoad(void* destination, const void* source, unsigned char format,
                               unsigned count);
 

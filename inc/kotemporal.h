@@ -3,6 +3,10 @@
 
 #include "kotypcmp.h"
 
+#include <concepts>
+#include <limits>
+#include <utility>
+
 /// What the classes of dates and times have in common.
 ///
 /// Values are small signed fields. Nothing in an object enforces that they make a date or a time:
@@ -51,7 +55,8 @@ private:
 };
 
 /// Totals of a class `T` and counts of other widths, over its SetZero, AddDays(int),
-/// AddSeconds(o_8b), AddSeconds(double) and AddNanoSeconds(o_8b).
+/// AddSeconds(o_8b), AddSeconds(double) and AddNanoSeconds(o_8b). A count of 2^63 and more stops at
+/// 2^63 - 1.
 template <class T>
 class KoTotals
 {
@@ -59,17 +64,31 @@ public:
     /// Zero and so much.
     void SetTotalDays(int n) { FromZero().AddDays(n); }
     void SetTotalSeconds(o_8b n) { FromZero().AddSeconds(n); }
-    void SetTotalSeconds(int n) { SetTotalSeconds(o_8b{n}); }
-    void SetTotalSeconds(long n) { SetTotalSeconds(static_cast<o_8b>(n)); }
+    template <std::integral N>
+    void SetTotalSeconds(N n)
+    {
+        SetTotalSeconds(Count(n));
+    }
     void SetTotalSeconds(double n) { FromZero().AddSeconds(n); }
     void SetTotalNanoSeconds(o_8b n) { FromZero().AddNanoSeconds(n); }
 
-    void AddSeconds(int n) { Self().AddSeconds(o_8b{n}); }
-    void AddSeconds(long n) { Self().AddSeconds(static_cast<o_8b>(n)); }
-    void AddNanoSeconds(int n) { Self().AddNanoSeconds(o_8b{n}); }
-    void AddNanoSeconds(long n) { Self().AddNanoSeconds(static_cast<o_8b>(n)); }
+    template <std::integral N>
+    void AddSeconds(N n)
+    {
+        Self().AddSeconds(Count(n));
+    }
+    template <std::integral N>
+    void AddNanoSeconds(N n)
+    {
+        Self().AddNanoSeconds(Count(n));
+    }
 
 private:
+    template <class N>
+    static constexpr o_8b Count(N n)
+    {
+        return std::in_range<o_8b>(+n) ? static_cast<o_8b>(n) : std::numeric_limits<o_8b>::max();
+    }
     T& Self() { return static_cast<T&>(*this); }
     T& FromZero()
     {

@@ -1,6 +1,7 @@
 #ifndef KOTIME_H
 #define KOTIME_H
 
+#include "kobeside.h"
 #include "kostring.h"
 #include "kotemporal.h"
 
@@ -11,7 +12,10 @@
 /// the hour's 8 bits before it is reduced.
 ///
 /// Elements are compared by KoTimeCompare; their persistent form is the three bytes.
-class KoTime : public KoTemporal<KoTime>
+///
+/// An integer beside a time is a count of seconds: since midnight in a comparison, and to be added
+/// in a sum, where its low 32 bits count.
+class KoTime : public KoTemporal<KoTime>, public KoCountBeside<KoTime>
 {
 public:
     /// The current local time; null when the clock has none.

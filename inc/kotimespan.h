@@ -51,7 +51,7 @@ public:
     }
 
     /// The whole length, without the nanoseconds but in the last two. The count of nanoseconds
-    /// wraps at 64 bits: it holds 292 years.
+    /// wraps at 64 bits: it holds 292 years, the others every span.
     int GetTotalDays() const { return (Years() * 12 + Months()) * 30 + Days(); }
     KOTMS_API o_8b GetTotalSeconds() const;
     KOTMS_API double GetTotalSeconds_f() const;

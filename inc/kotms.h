@@ -5,6 +5,7 @@
 
 #include "_konulty.h"
 #include "kobasic.h"
+#include "kobeside.h"
 #include "koblob.h"
 #include "koboolean.h"
 #include "kochar.h"

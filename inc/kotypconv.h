@@ -10,13 +10,18 @@
 /// `…ConvertToKoString` makes a record of `count` new texts, one for each element, which the caller
 /// deletes. The record has no manager yet, and without one it leaves the texts behind when it is
 /// deleted: set it first, as KoTypeMgr::ConvertTo does. The texts are a number in decimal (the
-/// 32-bit unsigned ones as "%d" has it, so that 4294967295 is "-1"), a floating number with 17
-/// digits, a one-byte type as the character itself (0 as the empty text), a BlockId as "#" and its
-/// number. `…ConvertFromKoString` makes an array of `count` new elements from such a record, which
-/// the caller releases as the type's `destroy` does; the record stays the caller's. Every value
-/// comes back as it was (a NaN as a NaN). A missing, null or empty text gives 0; integers are read
-/// as KoString reads them, a character is mapped to the default 8-bit code set. Both return null
-/// when memory runs out.
+/// 32-bit unsigned ones as "%d" has it, so that 4294967295 is "-1"), a floating number in the
+/// fewest digits that read back as it, 6.1, with an exponent below 1e-4 and from 1e17 on, a
+/// one-byte type as the character itself (0 as the empty text), a BlockId as "#" and its number.
+/// `…ConvertFromKoString` makes an array of `count` new elements from such a record, which the
+/// caller releases as the type's `destroy` does; the record stays the caller's. Every value comes
+/// back as it was (a NaN as a NaN). A missing, null or empty text gives 0; integers are read as
+/// KoString reads them. Both return null when memory runs out.
+///
+/// Texts are made in the default code set. A one-byte value is a character of the default 8-bit
+/// code set, and comes back as it was as long as neither of the two is changed in between. What is
+/// read in another code set is mapped, where a character that is lacking becomes "?"; a text
+/// without a code set is taken byte by byte.
 ///
 /// `…PrintToKoString` appends the elements to the text under a print format, with a comma between
 /// two; `…ScanFromKoString` reads them so, and leaves an element as it was where its text holds no

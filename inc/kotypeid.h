@@ -66,7 +66,9 @@ enum KoTypeId : o_char {
 #undef KO_TYPE_ID
 };
 
-inline constexpr int KoTYPE_COUNT = 47;        ///< slots of the current table
+#define KO_TYPE_ONE(id, idName, descriptor, name, memLen, isFixed, printFormat) +1
+inline constexpr int KoTYPE_COUNT = 0 KO_TYPE_LIST(KO_TYPE_ONE); ///< slots of the current table
+#undef KO_TYPE_ONE
 inline constexpr int KoTYPE_COUNT_COMPAT = 28; ///< slots of the compatibility table
 
 #endif

@@ -5,18 +5,51 @@
 
 #include <koservices.h>
 
+#include <cstddef>
+#include <new>
+
 struct KoEvalData;
 
+/// Objects of the library's heap: what an application makes with `new` the library can delete and
+/// the other way round, whatever heaps the two modules use. `new` is null when memory runs out; the
+/// memory handler is not called. They can be made in any place as well.
+class KOTMS_API KoHeapObject
+{
+public:
+    static void* operator new(std::size_t size) noexcept;
+    static void* operator new(std::size_t size, const std::nothrow_t&) noexcept
+    {
+        return operator new(size);
+    }
+    static void* operator new(std::size_t, void* place) noexcept { return place; }
+    static void operator delete(void* memory) noexcept;
+    static void operator delete(void* memory, const std::nothrow_t&) noexcept
+    {
+        operator delete(memory);
+    }
+    static void operator delete(void*, void*) noexcept {}
+};
+
 /// Values converted to another type, with the manager that releases them. Create with Make,
-/// release with delete.
-struct KOTMS_API KoTypeConvertData {
-    KoTypeMgr* manager; ///< releases the data; may be null
-    void* data;         ///< `count` elements of the type `typeId`, owned
-    o_u4b count;
-    o_char typeId; ///< KoSTRING_T for a record of texts
+/// release with delete. It owns its data alone, so there are no copies.
+struct KOTMS_API KoTypeConvertData : KoHeapObject {
+    const KoTypeMgr* manager = nullptr; ///< releases the data; may be null
+    void* data = nullptr;               ///< `count` elements of the type `typeId`, owned
+    o_u4b count = 0;
+    o_char typeId = 0; ///< KoSTRING_T for a record of texts
+
+    KoTypeConvertData() = default; ///< no data
+    /// Takes the values over.
+    KoTypeConvertData(const KoTypeMgr* owner, void* values, o_u4b valueCount, o_char valueType)
+        : manager(owner), data(values), count(valueCount), typeId(valueType)
+    {
+    }
+    KoTypeConvertData(const KoTypeConvertData&) = delete;
+    KoTypeConvertData& operator=(const KoTypeConvertData&) = delete;
 
     /// New record that takes over `data`; null (data untouched) when memory runs out.
-    static KoTypeConvertData* Make(o_char typeId, unsigned count, void* data, KoTypeMgr* manager);
+    static KoTypeConvertData* Make(o_char typeId, unsigned count, void* data,
+                                   const KoTypeMgr* manager);
     /// Releases the data through the manager when both are set; afterwards the type id is 100
     /// and the count 0.
     ~KoTypeConvertData();
@@ -24,9 +57,6 @@ struct KOTMS_API KoTypeConvertData {
     /// Text `index` of the record, still owned by it; null past the end, for a record that holds
     /// no texts, and for one without data.
     KoString* GetString(int index) const;
-
-    static void* operator new(std::size_t size) noexcept;
-    static void operator delete(void* memory) noexcept;
 };
 
 /// Handles a value of any type by its type id. A manager holds no value: it selects one of two
@@ -35,7 +65,7 @@ struct KOTMS_API KoTypeConvertData {
 /// Ids 0 to 46 name a type; ids of 100 and more name the reserved type. An id without a type (47 to
 /// 99, negative ids, and 28 to 46 on the compatibility table) behaves as the reserved type does:
 /// nothing happens, and the result is 0, null or the text unchanged.
-class KOTMS_API KoTypeMgr
+class KOTMS_API KoTypeMgr : public KoHeapObject
 {
 public:
     KoTypeMgr();
@@ -75,7 +105,9 @@ public:
     /// Element `index` of an array; null for an index of `count` and more (a count of 0 is no
     /// bound) and for an id without a type.
     void* GetArrayElement(o_char id, void* base, unsigned index, unsigned count) const;
-    /// The text that stands for null in printed text, "{NULL}" at first; of the whole process.
+    /// The text that stands for null in printed text, "{NULL}" at first; of the whole process. Read
+    /// text is compared with it character by character, whatever the default operator word is and
+    /// without wildcards. An empty one stands for nothing: then no text is null because of it.
     static const KoString& GetNullPrintString();
     static void SetNullPrintString(const KoString& text);
 
@@ -110,9 +142,16 @@ public:
     float EvalAndBound(o_char id, KoIdxBounds* bounds, unsigned short& op, void* value,
                        unsigned char format, unsigned count, KoIdxBounds* newBounds,
                        KoEvalData* data) const;
+    /// Of `count` elements in `format`: equal values have equal hashes; see kotyphash.h for
+    /// `length` and `status`. A string alone has that of HashString. doc/formats.md says how all
+    /// are computed.
     unsigned Hash(o_char id, unsigned length, void* value, unsigned count, unsigned char format,
                   int& status) const;
-    /// From one form to another; returns the bytes produced.
+    /// From one form to another. Returns the bytes written, in memory the size of the elements;
+    /// what loading a persistent form returns, the bytes read of it; and between two persistent
+    /// forms, of which the bytes are copied as they are, those copied: the shorter of the two
+    /// lengths. What the destination has beyond them becomes zero. 0 for records that do not fit,
+    /// or whose two persistent forms differ.
     unsigned Translate(o_char id, void* destination, unsigned char destinationFormat,
                        unsigned destinationLength, void* source, unsigned char sourceFormat,
                        unsigned sourceLength, unsigned count) const;
@@ -123,40 +162,47 @@ public:
     /// Makes a value in memory form null. A type without a null value takes what it converts from
     /// an empty text, or reads from "0". Returns 0, or the result of the type's own function; when
     /// memory runs out the value stays as it was.
-    int SetNullValue(o_char id, void* value);
+    int SetNullValue(o_char id, void* value) const;
     /// Steps a sequence value: `kind` 'M' and 'N' advance it by one, 'O' leaves it. A value in a
     /// persistent form is read and written in the byte order that bit 0 of the format stands for:
     /// least significant byte first. Returns 0; KoRC_OVERFLOW with the value unchanged; or
     /// KoRC_NOT_SUPPORTED for another kind or a type that cannot be stepped.
-    int GetValue(o_char id, void* value, unsigned length, unsigned char format, unsigned char kind);
+    int GetValue(o_char id, void* value, unsigned length, unsigned char format,
+                 unsigned char kind) const;
     /// Stores a clock reading as a value of a type with KoCAP_TIMESTAMP. Returns the bytes written,
     /// or KoRC_NOT_SUPPORTED for another type and for a null `clock`. D_TIME_T and D_TIMESTAMP_T
     /// take the fraction for whole seconds.
-    int StoreTimeStamp(o_char id, void* destination, unsigned char format, KoTimeStampRec* clock);
+    int StoreTimeStamp(o_char id, void* destination, unsigned char format,
+                       KoTimeStampRec* clock) const;
 
     // ---- text
 
     /// Record of `count` texts, which the caller deletes; null when the type cannot convert or
     /// memory runs out.
-    KoTypeConvertData* ConvertTo(o_char id, void* value, unsigned count);
+    KoTypeConvertData* ConvertTo(o_char id, void* value, unsigned count) const;
     /// Array of `count` elements made from a record, which Delete releases; a missing or null text
     /// counts as empty. The record stays the caller's, but this manager now releases its data.
-    void* ConvertFrom(o_char id, KoTypeConvertData* data, unsigned count);
+    void* ConvertFrom(o_char id, KoTypeConvertData* data, unsigned count) const;
     /// Appends the elements to `text`, with a comma between two; a null `format` is the type's. The
     /// reserved type appends the commas alone. Returns `text`.
     KoString& PrintToKoString(o_char id, KoString& text, void* value, const char* format,
                               unsigned count) const;
-    /// Reads leniently: what the text does not hold stays as it was. Returns `value`.
+    /// Reads leniently: one element from the whole text, several from the texts between its commas;
+    /// a string takes the whole in any case. An element whose text holds no number stays as it was;
+    /// dates and times take 0 for the fields that it lacks, and the null print string makes null
+    /// what can be null. doc/text.md has the rules of each type. Returns `value`.
     void* ScanFromKoString(o_char id, void* value, KoString& text, const char* format,
                            unsigned count) const;
     /// One text of all elements, each followed by a delimiter: the character of the smallest code
     /// from 1 to 254 that occurs in none of them, or a comma. The caller releases it with
-    /// Delete(KoSTRING_T, text, 1). Null when the type cannot convert or memory runs out.
-    KoString* ConvertToKoStringOld(void* value, o_char id, unsigned count);
+    /// Delete(KoSTRING_T, text, 1). Null when the type cannot convert, when memory runs out, and
+    /// when texts and delimiters are more characters than a string holds: 65,531, or 32,765 where
+    /// the default code set has 16 bits.
+    KoString* ConvertToKoStringOld(void* value, o_char id, unsigned count) const;
     /// The way back: splits at the last character of `text`, whatever it is, and empties `text`.
     /// Elements beyond the last piece are what an empty text converts to. Null when the type cannot
     /// convert, and, with `text` as it was, when memory runs out.
-    void* ConvertFromKoStringOld(KoString* text, o_char id, unsigned count);
+    void* ConvertFromKoStringOld(KoString* text, o_char id, unsigned count) const;
     /// Reads one value strictly: the whole text must be a value of the type under `format` (null:
     /// the type's). Returns 0; -1, with `errorAt` the position of the first character that does
     /// not belong; or KoRC_NOT_SUPPORTED, with `errorAt` 0, for a type without a strict reader.
@@ -226,12 +272,6 @@ public:
     KoTypeCmpFunc ExchangeKoTypeCmpFunc(o_char id, KoTypeCmpFunc function);
     KoPrintFunc ExchangePrintToKoStringFunc(o_char id, KoPrintFunc function);
     KoScanFunc ExchangeScanFromKoStringFunc(o_char id, KoScanFunc function);
-
-    // ---- managers of the heap: one that an application makes with `new` can be handed to
-    // DefaultTypeMgr and deleted by the library, whatever heaps the two modules use. Null when
-    // memory runs out; the memory handler is not called.
-    static void* operator new(std::size_t size) noexcept;
-    static void operator delete(void* memory) noexcept;
 
 private:
     const KoTypeTable* m_table;

@@ -13,8 +13,12 @@
 /// - `format` is the format byte (KoFormat): which form a value is in, and the
 ///   byte order of the persistent form. Persistent buffers need no alignment;
 ///   values in memory form are aligned as their type asks.
-/// - `count` is a number of elements; a count of 0 reads and writes nothing
-///   but the total in front of an array of blobs.
+/// - `count` is a number of elements. A count of 0 writes nothing but the length
+///   in front of an array of blobs, or of strings in the older layout. The
+///   length of a stored array of these says where it ends, whatever the count:
+///   loading none of its blobs and measuring it still give that size. A count
+///   of 0 blobs creates and destroys one. Loading no strings looks at the record
+///   that is there, to tell its layout.
 /// - `length` bounds the bytes behind an operand; 0 means no separate bound.
 /// - No function throws. Sizes are bytes, results are KoResult codes.
 /// - Nothing is locked. Functions work only on what they are handed; process-wide
@@ -23,6 +27,7 @@
 class KoString;
 class KoTypeMgr;
 struct KoIdxBounds;
+struct KoTimeStampRec;
 struct KoTypeConvertData;
 
 /// Array of `count` new elements; null when memory runs out.
@@ -91,6 +96,8 @@ using KoFromSortKeyFunc = int (*)(void* value, const void* key, unsigned length,
 /// `at` 0, where the form is not one of bytes alone. A size of 0 is no bytes.
 using KoValidateFunc = int (*)(const void* bytes, std::size_t size, unsigned char format,
                                unsigned count, std::size_t& at);
+/// Makes the element at `value`, in memory form, a reading of the clock.
+using KoStampFunc = void (*)(void* value, const KoTimeStampRec& clock);
 
 /// The slots of a type's record in their order: field type, field name. The order is part of
 /// the interface.
@@ -138,10 +145,14 @@ struct KoTypeDescriptor {
 
 /// What a type offers beyond the fixed record.
 struct KoTypeExtension {
-    KoParseFunc parse;
+    KoParseFunc parse;       ///< absent: the type has no strict reader
     KoSortKeyFunc sortKey;
     KoFromSortKeyFunc fromSortKey;
     KoValidateFunc validate;
+    KoStampFunc stamp;       ///< absent: the type takes no clock reading
+    KoPrintFunc printsArray; ///< a print function that makes one text of an array; null: none does
+    bool isIntegral;         ///< holds an integral number
+    bool stepsInEveryForm;   ///< `getValue` is handed values as they are, stored ones too
 };
 
 /// A table of types: entry n belongs to id n, null where the id has no type.
@@ -149,8 +160,7 @@ struct KoTypeTable {
     KoTypeDescriptor* entry[KoTYPE_COUNT];
 };
 
-/// Prints characters ("o_char") as one text. KoTypeMgr::PrintToKoString knows the function: it
-/// alone takes an array at once.
+/// Prints characters ("o_char"), of which an array is one text.
 KOTMS_API KoString& CharPrintToKoString(KoString& text, void* value, const char* format,
                                         unsigned count);
 

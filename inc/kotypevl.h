@@ -43,8 +43,9 @@ struct KoIdxBounds {
 /// A step is 1: for numbers of every kind, for days (KoDate, d_Date), for seconds (all other dates
 /// and times), for object numbers (KoObjId, KoRef). An end of `bounds` that is open stands for the
 /// smallest or largest value of the type. Without `bounds` the estimate is 0. The keys between the
-/// ends are taken to be spread evenly. A range whose high end is below its low end gives no useful
-/// number.
+/// ends are taken to be spread evenly. Every estimate lies in [0, 1]: a count beyond the index is
+/// cut to it, and what infinite or missing numbers leave without a result is everything, 1. A range
+/// whose high end is below its low end gives no useful number.
 ///
 /// | type | estimate |
 /// |---|---|
@@ -54,10 +55,13 @@ struct KoIdxBounds {
 /// | null-capable scalars | null comes first; a null end stands for a fixed part of a step: 0.5 |
 /// |  | of the keys beyond it, 0.1 of those equal to a value, 0.001 of those equal to null |
 /// | texts | as if they were spread evenly by their letters and digits; a pattern is the range of |
-/// |  | its literal prefix, a plain text that of its first two letters behind what all keys share;
-/// | |  | all letters count where it and both ends have one length and a common beginning or digits
-/// | | KoBoolean | 1/3 | | KoClassId, KoBlob | 1, with or without `bounds`; `newBounds` stays as it
-/// is | | the reserved type | 0; `newBounds` stays as it is |
+/// |  | its literal prefix, by no more than its first two letters behind what all keys share, and |
+/// |  | a plain text that of two; all letters count where it and both ends have one length and a |
+/// |  | common beginning or digits. No text has more than a prefix of it. Unequal to what takes |
+/// |  | everything by this is one half: case, symbols and the like do not count |
+/// | KoBoolean | 1/3 |
+/// | KoClassId, KoBlob | 1, with or without `bounds`; `newBounds` stays as it is |
+/// | the reserved type | 0; `newBounds` stays as it is |
 ///
 /// Narrowing. Where the condition excludes smaller keys (KoQOP_LESS is not set) the low end becomes
 /// a copy of the value, where it excludes larger ones the high end; ends of `newBounds` that are

@@ -8,10 +8,12 @@
 /// The hash functions of the plain scalar types, in the signature of every hash function
 /// (KoHashFunc).
 ///
-/// A hash is the exclusive or of one 32-bit word per element, times 1103515245 modulo 2^32. The
-/// word of a number is the number itself, sign-extended or zero-extended by its type; the two
-/// halves of a 64-bit number are folded by exclusive or. A float contributes its bits and a double
-/// its folded bits, with one bit pattern for both zeros and one for all NaNs.
+/// Every element gives a word, the number itself or the bits of a floating one, with one bit
+/// pattern for both zeros and one for all NaNs. The words are mixed with their places in the array,
+/// so that the order of elements counts, and every bit of the hash depends on all of them: buckets
+/// may be chosen by any bits of it. o_char alone keeps an older hash, the exclusive or of its
+/// elements times 1103515245 modulo 2^32, which does not spread so. doc/formats.md says how both
+/// are computed.
 ///
 /// Hashes are the same on every machine and in every form of a value, and values that compare
 /// equal hash equal. `length` bounds the value in bytes as it does in comparison; `status` becomes

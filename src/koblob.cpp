@@ -250,7 +250,12 @@ void KoBlob::Append(const void* data, int size)
         // The first of a run gets what it needs, those that follow half as much again.
         const int reserve = room == 0 ? 0 : std::min(needed / 2, INT_MAX - needed);
         room = needed + reserve;
-        buffer = static_cast<unsigned char*>(Allocate(static_cast<std::size_t>(room)));
+        // The reserve is a convenience: without room for it the exact size will do.
+        buffer = static_cast<unsigned char*>(KoAlloc(static_cast<std::size_t>(room)));
+        if (buffer == nullptr) {
+            room = needed;
+            buffer = static_cast<unsigned char*>(Allocate(static_cast<std::size_t>(room)));
+        }
         if (buffer == nullptr)
             return;
         if (length != 0)

@@ -1,6 +1,6 @@
 #include "koblobrecord.h"
 
-#include "kohashwalk.h"
+#include "kohasher.h"
 #include "kostringrecord.h"
 
 #include "core/validate.h"
@@ -37,29 +37,42 @@ unsigned SizeByTotal(o_4b total)
     return (total == kBlobNull ? 0 : static_cast<unsigned>(total)) + kBlobWord;
 }
 
-/// h = 9h + byte from the length on, so that zero bytes in front count.
-o_u4b HashOf(const KoBlobPart& part)
+/// The length and then the bytes that are held: zeros at the end count by the length.
+void AddHash(KoHasher& hasher, const KoBlobPart& part)
 {
     if (part.IsNull())
-        return kHashOfNull;
-    auto hash = static_cast<o_u4b>(part.length);
-    const unsigned char* at = part.bytes;
-    std::size_t left = part.held;
-    // Blocks with powers of 9 give the same value without a chain of multiplications.
-    constexpr o_u4b k9To2 = 81;
-    constexpr o_u4b k9To4 = 6561;
-    constexpr o_u4b k9To8 = 43046721;
-    for (; left >= 8; left -= 8, at += 8) {
-        const o_u4b first = (9U * at[0] + at[1]) * k9To2 + (9U * at[2] + at[3]);
-        const o_u4b second = (9U * at[4] + at[5]) * k9To2 + (9U * at[6] + at[7]);
-        hash = hash * k9To8 + (first * k9To4 + second);
-    }
-    for (; left > 0; --left, ++at)
-        hash = hash * 9 + *at;
-    return hash;
+        return hasher.Add(kHashWordOfNull);
+    hasher.Add(KoHashWord(part.length));
+    KoHashBytes(hasher, part.bytes, part.held);
+}
+
+/// The order of two elements of a comparison. `open` where a side was cut before it is known.
+int OrderOf(const KoBlobPart& a, const KoBlobPart& b, bool& open)
+{
+    open = false;
+    if (a.IsNull() != b.IsNull())
+        return a.IsNull() ? -2 : 2;
+    if (a.IsNull())
+        return 0;
+    const auto lengthA = static_cast<std::size_t>(a.length);
+    const auto lengthB = static_cast<std::size_t>(b.length);
+    const std::size_t held = std::min(a.held, b.held);
+    if (held >= std::min(lengthA, lengthB))
+        return KoBlobOrder(a.bytes, lengthA, b.bytes, lengthB);
+    const int order = KoBlobOrder(a.bytes, held, b.bytes, held);
+    open = order == 0;
+    return order;
 }
 
 } // namespace
+
+/// Loading needs to know whether there was memory.
+struct KoBlobLoader {
+    static bool Load(KoBlob& blob, const KoBlobPart& part)
+    {
+        return blob.Become(part.bytes, part.length);
+    }
+};
 
 // ---- reading
 
@@ -126,8 +139,8 @@ unsigned KoBlobLoad(void* destination, const void* source, unsigned char format,
             return 0;
         if (part.IsNull())
             blobs[i].SetNullValue();
-        else
-            blobs[i].SetTo(part.bytes, part.length);
+        else if (!KoBlobLoader::Load(blobs[i], part))
+            return 0;
     }
     return SizeByTotal(walk.Total());
 }
@@ -247,23 +260,14 @@ int BlobCompare(unsigned char format, unsigned length1, void* value1, unsigned l
             status = KoRC_TRUNCATED;
             return 0;
         }
-        if (a.IsNull() != b.IsNull())
-            return a.IsNull() ? -2 : 2;
-        if (a.IsNull())
-            continue;
-        // Where a side was cut before the shorter one ends, its length decides nothing.
-        const auto lengthA = static_cast<std::size_t>(a.length);
-        const auto lengthB = static_cast<std::size_t>(b.length);
-        const std::size_t held = std::min(a.held, b.held);
-        const bool open = held < std::min(lengthA, lengthB);
-        const int order = open ? KoBlobOrder(a.bytes, held, b.bytes, held)
-                               : KoBlobOrder(a.bytes, lengthA, b.bytes, lengthB);
-        if (order != 0)
-            return order;
-        if (open) {
+        bool open = false;
+        const int order = OrderOf(a, b, open);
+        // The step to the next element is tried behind the one that decides, too.
+        const bool steps = i + 1 == count || (walk1.Continues() && walk2.Continues());
+        if (open || (order != 0 && !steps))
             status = KoRC_TRUNCATED;
-            return 0;
-        }
+        if (open || order != 0)
+            return order;
     }
     return 0;
 }
@@ -272,9 +276,9 @@ o_u4b KoBlobHash(unsigned char format, unsigned length, const void* value, unsig
                  int& status)
 {
     status = KoRC_OK;
-    o_u4b hash = 0;
+    KoHasher hasher;
     if (count == 0)
-        return hash;
+        return hasher.Get();
     KoBlobWalk walk(format, length, value);
     for (unsigned i = 0; i < count && status == KoRC_OK; ++i) {
         KoBlobPart part;
@@ -284,7 +288,7 @@ o_u4b KoBlobHash(unsigned char format, unsigned length, const void* value, unsig
         else if (found != KoBlobFound::kWhole)
             status = KoRC_TRUNCATED;
         if (found == KoBlobFound::kWhole || found == KoBlobFound::kCut)
-            hash = hash * 9 + HashOf(part);
+            AddHash(hasher, part);
     }
-    return hash;
+    return hasher.Get();
 }

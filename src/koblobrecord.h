@@ -45,6 +45,8 @@ public:
     /// The total of a stored array; negative where that is damaged.
     o_4b Total() const { return m_total; }
     KoBlobFound Next(KoBlobPart& part);
+    /// The next element starts inside the bound.
+    bool Continues() const { return m_at < m_available; }
 
 private:
     KoBlobFound NextInMemory(KoBlobPart& part);

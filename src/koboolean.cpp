@@ -78,10 +78,12 @@ struct BooleanOps : ElementOps<KoBoolean, BooleanOps, KoBOOLEAN_T> {
     }
     static unsigned Hash(unsigned char, unsigned length, void* value, unsigned count, int& status)
     {
-        return KoHashWalk(length, value, 1, count, status, [](const unsigned char* element) {
-            const auto boolean = ReadValue<KoBoolean>(element);
-            return boolean.IsNullValue() != 0 ? kHashOfNull : static_cast<o_u4b>(boolean.IsTrue());
-        });
+        return KoHashWalk(
+            length, value, 1, count, status, [](KoHasher& hasher, const unsigned char* element) {
+                const auto boolean = ReadValue<KoBoolean>(element);
+                hasher.Add(boolean.IsNullValue() != 0 ? kHashWordOfNull
+                                                      : KoHashWord(o_4b{boolean.IsTrue()}));
+            });
     }
 
     /// Null, false and true are 0, 1 and 2. A byte that is none of the three counts as true, as it

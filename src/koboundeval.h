@@ -5,6 +5,8 @@
 
 #include <kotypevl.h>
 
+#include <algorithm>
+
 /// The evaluators of kotypevl.h, told for each type by an axis: how an element is read and which
 /// number it counts as.
 ///
@@ -51,6 +53,13 @@ inline double KoFiniteOrMax(double number)
     return std::isfinite(number) ? number : std::numeric_limits<double>::max();
 }
 
+/// An estimate as evaluators return it: in [0, 1], and everything where it is no number, which
+/// infinite ends and values that are none lead to.
+inline float KoShareOf(double estimate)
+{
+    return std::isnan(estimate) ? 1.0F : static_cast<float>(std::clamp(estimate, 0.0, 1.0));
+}
+
 template <class Axis>
 float KoEvaluateBounds(const KoIdxBounds* bounds, unsigned short op, const void* value,
                        unsigned char format, unsigned count, KoIdxBounds* newBounds)
@@ -91,7 +100,7 @@ float KoEvaluateBounds(const KoIdxBounds* bounds, unsigned short op, const void*
         }
     }
     KoNarrowBounds(newBounds, bits, value, axis.Size() * count);
-    return static_cast<float>(estimate);
+    return KoShareOf(estimate);
 }
 
 /// The axis of a scalar type.

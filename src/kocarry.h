@@ -64,8 +64,14 @@ struct KoCarry {
 
     void AddSeconds(double n) const
     {
-        if (n != 0.0)
-            AddNanoSeconds(KoTruncated(n * 1e9));
+        if (n == 0.0 || std::isnan(n))
+            return;
+        constexpr double kLimit = 9223372036854775808.0;
+        const double nanoseconds = n * 1e9;
+        if (nanoseconds >= -kLimit && nanoseconds < kLimit)
+            AddNanoSeconds(static_cast<o_8b>(nanoseconds));
+        else
+            AddManySeconds(n);
     }
 
     void AddMinutes(o_8b n) const
@@ -97,6 +103,18 @@ struct KoCarry {
     }
 
 private:
+    /// Beyond what 64 bits hold as nanoseconds. The days move once, by all: in two steps a span
+    /// could borrow where it has nothing.
+    void AddManySeconds(double n) const
+    {
+        using Limits = std::numeric_limits<o_8b>;
+        const o_8b fraction = KoTruncated((n - std::trunc(n)) * 1e9); // 0 for an infinite count
+        const o_8b carry = Carry(value.m_nanoseconds, fraction, kSecond);
+        const o_8b whole = KoTruncated(n);
+        AddSeconds(carry > 0 ? std::min(whole, Limits::max() - carry) + carry
+                             : std::max(whole, Limits::min() - carry) + carry);
+    }
+
     /// A borrow needs a field above that is not 0: without one the leading field stays negative.
     /// Spans are stored so.
     static o_8b CarryWhere(o_8b& field, o_8b n, o_8b base, bool isLeading)

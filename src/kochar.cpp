@@ -45,6 +45,11 @@ KoChar::KoChar(KoString& s, int byteOffset) : KoChar(NoDefaults{}, 0, s.CodeSet(
     }
 }
 
+KoChar::KoChar(const KoString& s, int byteOffset)
+    : KoChar(static_cast<const KoChar&>(KoChar(const_cast<KoString&>(s), byteOffset)))
+{
+}
+
 KoChar::KoChar(const KoChar& other)
     : KoChar(NoDefaults{}, other.Code(), other.m_codeSet,
              KoOr(other.m_language, KoString::GetDefaultLanguage))

@@ -73,6 +73,8 @@ public:
     }
 
     unsigned char Variant() const { return m_variant; }
+    /// The next order is the first of a character.
+    bool IsBetweenCharacters() const { return m_pending[0] == 0; }
     /// After Next() gave 0: the text goes on, in a way that is not known.
     bool EndsOpen() const { return m_cut && m_limit != 0; }
 

@@ -33,6 +33,10 @@ struct DateType : PackedElements<TemporalLayout<true, 2>> {
     {
         return {fields.year, fields.month, fields.day};
     }
+    static KoDate FromStamp(const KoTimeStampRec& clock)
+    {
+        return {clock.year, clock.month, clock.day};
+    }
 };
 
 using DateOps = TemporalOps<DateType>;

@@ -24,6 +24,11 @@ struct DateTimeType : PackedElements<TemporalLayout<true, 5>> {
         return FieldsOfDateTime(value.Date(), value.Time());
     }
     static KoDateTime FromFields(const TemporalFields& fields) { return DateTimeOfFields(fields); }
+    static KoDateTime FromStamp(const KoTimeStampRec& clock)
+    {
+        return {KoDate(clock.year, clock.month, clock.day),
+                KoTime(clock.hour, clock.minute, clock.second)};
+    }
 };
 
 using DateTimeOps = TemporalOps<DateTimeType>;

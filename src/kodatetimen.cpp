@@ -32,20 +32,19 @@ struct DateTimeNType : PackedWithNanoseconds {
                 static_cast<o_1b>(fields.second),
                 fields.nanoseconds};
     }
+    static KoDateTimeN FromStamp(const KoTimeStampRec& clock)
+    {
+        return {static_cast<o_2b>(clock.year),
+                clock.month,
+                clock.day,
+                clock.hour,
+                clock.minute,
+                clock.second,
+                clock.fraction};
+    }
 };
 
 using DateTimeNOps = TemporalOps<DateTimeNType>;
-
-KoDateTimeN FromStamp(const KoTimeStampRec& now)
-{
-    return {static_cast<o_2b>(now.year),
-            now.month,
-            now.day,
-            now.hour,
-            now.minute,
-            now.second,
-            now.fraction};
-}
 
 } // namespace
 
@@ -143,7 +142,7 @@ KoDateTimeN& KoDateTimeN::Now()
     const int result = bksGetHiresTime(&now);
     // Without a zone the reading is UTC.
     if (result == 0 || result == KoRC_NO_TIMEZONE)
-        *this = FromStamp(now);
+        *this = DateTimeNType::FromStamp(now);
     return *this;
 }
 
@@ -151,7 +150,7 @@ KoDateTimeN& KoDateTimeN::NowUTC()
 {
     KoTimeStampRec now;
     if (bksGetHiresTimeUTC(&now) == 0)
-        *this = FromStamp(now);
+        *this = DateTimeNType::FromStamp(now);
     return *this;
 }
 

@@ -97,6 +97,10 @@ struct NoOps {
         at = 0;
         return KoRC_OK;
     }
+    static constexpr KoStampFunc Stamp = nullptr;
+    static constexpr KoPrintFunc kPrintsArray = nullptr;
+    static constexpr bool kIsIntegral = false;
+    static constexpr bool kStepsInEveryForm = false;
 };
 
 /// The record of the type `id`. An operations class that names its value class as Value has the
@@ -146,7 +150,9 @@ consteval KoTypeDescriptor Describe(KoTypeId id)
 template <class Ops>
 consteval KoTypeExtension Extend()
 {
-    return {Ops::Parse, Ops::SortKey, Ops::FromSortKey, Ops::Validate};
+    return {Ops::Parse,       Ops::SortKey,       Ops::FromSortKey,
+            Ops::Validate,    Ops::Stamp,         Ops::kPrintsArray,
+            Ops::kIsIntegral, Ops::kStepsInEveryForm};
 }
 
 #define KO_TYPE_EXTEND(id, idName, descriptor, name, memLen, isFixed, printFormat)                 \

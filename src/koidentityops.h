@@ -25,8 +25,11 @@
 ///         static constexpr bool kKeyIsWhole = false;      // the key holds every field
 ///         static void PutKey(unsigned char* out, const KoObjId& value);
 ///         static KoObjId FromKey(const unsigned char* key);   // where it does
-///         static o_u4b HashBits(const KoObjId& value);
+///         static void AddHash(KoHasher& hasher, const KoObjId& value);
 ///     };
+///
+/// and, in the place of AddHash, OlderHashBits of a type that keeps an older hash; see
+/// KoOlderHashWalk.
 ///
 /// A value in memory is the stored fields without gaps, and then what is not stored.
 
@@ -131,15 +134,23 @@ struct IdentityOps : ElementOps<typename Type::Value, IdentityOps<Type>, Type::k
     static unsigned Hash(unsigned char format, unsigned length, void* value, unsigned count,
                          int& status)
     {
-        const bool memory = format == KoFMT_MEMORY;
-        return KoHashWalk(length, value, memory ? sizeof(T) : kStored, count, status,
-                          [=](const unsigned char* element) {
-                              if (memory)
-                                  return Type::HashBits(ReadValue<T>(element));
-                              T loaded;
-                              Load(&loaded, element, format, 1);
-                              return Type::HashBits(loaded);
-                          });
+        const unsigned size = FormSize(format);
+        const auto read = [format](const unsigned char* element) {
+            if (format == KoFMT_MEMORY)
+                return ReadValue<T>(element);
+            T loaded;
+            Load(&loaded, element, format, 1);
+            return loaded;
+        };
+        if constexpr (requires(const T& value) { Type::OlderHashBits(value); })
+            return KoOlderHashWalk(
+                length, value, size, count, status,
+                [&](const unsigned char* element) { return Type::OlderHashBits(read(element)); });
+        else
+            return KoHashWalk(length, value, size, count, status,
+                              [&](KoHasher& hasher, const unsigned char* element) {
+                                  Type::AddHash(hasher, read(element));
+                              });
     }
 
     static unsigned FormSize(unsigned char format)

@@ -31,6 +31,7 @@ struct Int64Type {
     using Encoder = Int64Encoder;
     static constexpr KoTypeId kId = KoINT64_T;
     static constexpr unsigned kSize = 8;
+    static constexpr bool kIsIntegral = true;
     static constexpr bool kSteps = false; ///< by operations of its own
 
     static KoInt64 Read(const unsigned char* at, bool swap) noexcept
@@ -41,7 +42,10 @@ struct Int64Type {
     {
         return KoOrder(a.Get8b(), b.Get8b());
     }
-    static o_u4b HashBits(const KoInt64& n) noexcept { return KoHashBits(n.Get8b()); }
+    static void AddHash(KoHasher& hasher, const KoInt64& n) noexcept
+    {
+        hasher.Add(KoHashWord(n.Get8b()));
+    }
 
     using KeyWord = o_u8b;
     static KeyWord KeyBits(const KoInt64& n) noexcept { return ko::KeyBits(n.Get8b()); }

@@ -1,3 +1,4 @@
+#include "kocollator.h"
 #include "koistringtext.h"
 #include "konumstring.h"
 #include "kostringtext.h"
@@ -50,10 +51,9 @@ int ReadChecked(const KoIStringText& text, T& result, const char* format)
     return KoRC_OK;
 }
 
-constexpr bool IsBlank(char c)
+bool IsBlank(char c)
 {
-    // What the code set calls white space: the controls, the blank and the one without a break.
-    return c == ' ' || (c >= '\t' && c <= '\r') || static_cast<unsigned char>(c) == 0xA0;
+    return KoCodeSetOf(KoCS_WINDOWS_1252).GetOrder(static_cast<unsigned char>(c)) < KoORDER_SYMBOL;
 }
 
 unsigned char Upper(unsigned char c)
@@ -168,10 +168,7 @@ const char* KoIStringText::StrGet() const
 
 char& KoIStringText::operator[](int i)
 {
-    static char outside;
-    if (m_text != nullptr && i >= 0 && i <= Len())
-        return m_text[i];
-    return outside = 0;
+    return i >= 0 && i < Len() ? m_text[i] : m_outside = '\0';
 }
 
 char KoIStringText::operator[](int i) const

@@ -184,11 +184,19 @@ unsigned KoCountWeights(const KoIText& text, const KoIWeights& weights)
     return count;
 }
 
-o_u4b KoHashWeights(const KoIText& text, const KoIWeights& weights)
+void KoHashWeights(KoHasher& hasher, const KoIText& text, const KoIWeights& weights)
 {
     WeightReader reader = Reader(text, weights);
-    o_u4b hash = 0;
-    for (unsigned weight = reader.Next(); weight != 0; weight = reader.Next())
-        hash = hash * 9 + weight;
-    return hash;
+    o_u8b word = 0;
+    unsigned shift = 0;
+    for (o_u8b weight = reader.Next(); weight != 0; weight = reader.Next()) {
+        word |= weight << shift;
+        shift += 8;
+        if (shift == 64) {
+            hasher.Add(word);
+            word = 0;
+            shift = 0;
+        }
+    }
+    hasher.Add(word); // at least one byte of it is 0, which no weight is
 }

@@ -94,7 +94,7 @@ double DigitOf(unsigned weight)
     if (weight < kFirst[+'a'])
         return kFirstLetter - 1.0 + (weight - '9') / 32.0;
     if (weight > kFirst[+'Z'])
-        return kLetterBase - 1.0 + weight / kWeightBase;
+        return kBehindLetters + weight / kWeightBase;
     const auto* behind = std::upper_bound(&kFirst[+'a'], &kFirst[+'z'] + 1, weight);
     return kFirstLetter + static_cast<double>(behind - &kFirst[+'a'] - 1);
 }

@@ -205,7 +205,8 @@ int KoICompare(unsigned char format, unsigned size1, const void* value1, unsigne
 o_u4b KoIHash(unsigned char format, unsigned size, const void* value, unsigned count, int& status,
               const KoIWeights& weights)
 {
-    return KoHashTextsOf<KoIText>(
-        KoITextWalk(format, size, value), count, status,
-        [&](const KoIText& text) { return KoHashWeights(text, weights); });
+    KoHasher hasher;
+    KoVisitHashedTexts<KoIText>(KoITextWalk(format, size, value), count, status,
+                                [&](const KoIText& text) { KoHashWeights(hasher, text, weights); });
+    return hasher.Get();
 }

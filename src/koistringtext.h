@@ -1,6 +1,8 @@
 #ifndef KOISTRINGTEXT_H
 #define KOISTRINGTEXT_H
 
+#include "kohasher.h"
+
 #include "core/sort_key.h"
 
 #include <koistring.h>
@@ -59,7 +61,7 @@ unsigned KoCountWeights(const KoIText& text, const KoIWeights& weights);
 /// Their weights as the bytes of a sort key, and the zero that ends them.
 void KoPutWeightsKey(ko::KeySink& sink, const KoIText& text, const KoIWeights& weights);
 
-/// h = 9h + w over the weights of a text under its own flag.
-o_u4b KoHashWeights(const KoIText& text, const KoIWeights& weights);
+/// The weights of a text under its own flag and a zero, as bytes that fill words of eight.
+void KoHashWeights(KoHasher& hasher, const KoIText& text, const KoIWeights& weights);
 
 #endif

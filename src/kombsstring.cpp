@@ -136,32 +136,36 @@ int ReadBytes(const char* mbs, std::size_t bytes, KoString& text)
     const unsigned char codeSet = wasNull ? KoString::GetDefaultCodeSet() : text.CodeSet();
     const unsigned char language = wasNull ? KoString::GetDefaultLanguage() : text.Language();
     const unsigned width = KoCodeSetWidth(codeSet);
-    // Of what exceeds the longest text one character is kept, so that the edit notices.
-    const std::size_t room = std::min<std::size_t>(bytes, KoString::kMaxBytes / width);
+    const std::size_t longest = KoString::kMaxBytes / width - 1;
+    const auto become = [&](const char* units, std::size_t count, unsigned char from) -> int {
+        if (count > longest)
+            return KoMBS_TOO_LONG;
+        return KoStringAccess::Convert(text, {units, static_cast<unsigned>(count), from}, codeSet,
+                                       language);
+    };
     if (AsciiBytes(mbs, bytes) == bytes)
-        return KoStringAccess::Convert(text, {mbs, static_cast<unsigned>(room), KoCS_ASCII},
-                                       codeSet, language);
-    UnitBuffer buffer(room); // a character has at least as many bytes as units
+        return become(mbs, bytes, KoCS_ASCII);
+    const std::size_t room = std::min(bytes, longest); // a character has a byte for each unit
+    UnitBuffer buffer(room);
     o_u2b* const units = buffer.Get();
     if (units == nullptr)
-        return -1;
+        return KoMBS_NO_MEMORY;
     std::size_t count = 0;
     const auto put = [units, room, &count](o_u2b unit) {
         if (count < room)
-            units[count++] = unit;
+            units[count] = unit;
+        ++count;
     };
     if (!Decode(mbs, bytes, width == 2, put))
-        return -1;
-    return KoStringAccess::Convert(
-        text, {reinterpret_cast<const char*>(units), static_cast<unsigned>(count), KoCS_UNICODE},
-        codeSet, language);
+        return KoMBS_MALFORMED;
+    return become(reinterpret_cast<const char*>(units), count, KoCS_UNICODE);
 }
 
 } // namespace
 
 int KoMBS2KoString(const char* mbs, KoString& text, int n)
 {
-    return n < -1 ? -1 : ReadBytes(mbs, BytesOf(mbs, n), text);
+    return n < -1 ? KoMBS_MALFORMED : ReadBytes(mbs, BytesOf(mbs, n), text);
 }
 
 int KoMultiByteString2KoString(const char* mbs, KoString& text, int n)
@@ -173,7 +177,7 @@ int KoMultiByteString2KoString(const KoString& mbs, KoString& text)
 {
     const KoText bytes = KoStringAccess::Get(mbs);
     if (bytes.units != 0 && bytes.Width() != 1)
-        return -1;
+        return KoMBS_MALFORMED;
     return ReadBytes(bytes.bytes, mbs.Len(), text);
 }
 

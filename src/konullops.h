@@ -109,10 +109,13 @@ struct NullOps : ElementOps<KoNull<typename Base::Value>, NullOps<Base, id>, id>
                          int& status)
     {
         const NullElementForm<Base> form(format);
-        return KoHashWalk(
-            length, value, form.size, count, status, [&form](const unsigned char* element) {
-                return form.IsNull(element) ? kHashOfNull : Base::HashBits(form.Value(element));
-            });
+        return KoHashWalk(length, value, form.size, count, status,
+                          [&form](KoHasher& hasher, const unsigned char* element) {
+                              if (form.IsNull(element))
+                                  hasher.Add(kHashWordOfNull);
+                              else
+                                  Base::AddHash(hasher, form.Value(element));
+                          });
     }
 
     static float EvalAndBound(KoIdxBounds* bounds, unsigned short& op, void* value,
@@ -139,7 +142,7 @@ struct NullOps : ElementOps<KoNull<typename Base::Value>, NullOps<Base, id>, id>
                 KoNullRangeCount(bits, point(value), low, high) / (high.number - low.number + 1.0);
         }
         KoNarrowBounds(newBounds, bits, value, form.size * count);
-        return static_cast<float>(estimate);
+        return KoShareOf(estimate);
     }
 
     /// One byte before the key of the value, and alone for null.

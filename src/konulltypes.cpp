@@ -17,9 +17,14 @@ namespace
         return false;
     KoString mapped;
     const KoString* start = &text;
-    if (text.CodeSet() != nullText.CodeSet()) {
+    // What has no code set is bytes.
+    const bool bytes = text.CodeSet() == KoCS_NONE || nullText.CodeSet() == KoCS_NONE;
+    if (text.CodeSet() != nullText.CodeSet() && !(bytes && text.Width() == nullText.Width())) {
+        const unsigned char codeSet = nullText.CodeSet() == KoCS_NONE
+                                          ? KoLanguageContext::GetNativeCodeSet()
+                                          : nullText.CodeSet();
         // A character that the other code set lacks becomes "?", which must not pass for one.
-        if (mapped.CopyMapped(text, nullText.CodeSet(), static_cast<short>(nullLength)) != 0)
+        if (mapped.CopyMapped(text, codeSet, static_cast<short>(nullLength)) != 0)
             return false;
         start = &mapped;
     }

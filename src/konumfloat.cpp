@@ -1,6 +1,7 @@
 #include "konumformat.h"
 #include "konumtext.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstring>
@@ -142,6 +143,21 @@ bool ReadAs(KoNumCursor& cursor, bool hex, double& value, bool& overflow)
     return true;
 }
 
+template <class T>
+std::size_t PrintShortest(char (&out)[kRoomForShortest], T value)
+{
+    if (!std::isfinite(value))
+        return KoPrintFloating(out, sizeof out, kFloatingFormat, double{value});
+    char* const limit = out + sizeof out;
+    char* end = std::to_chars(out, limit, value, std::chars_format::scientific).ptr;
+    const char* exponent = std::find(out, end, 'e') + 1;
+    int power = 0;
+    std::from_chars(exponent + (*exponent == '+'), end, power);
+    if (power >= -4 && power < 17)
+        end = std::to_chars(out, limit, value, std::chars_format::fixed).ptr;
+    return static_cast<std::size_t>(end - out);
+}
+
 } // namespace
 
 std::size_t KoWriteFloating(char* out, std::size_t capacity, const KoNumFormat& format,
@@ -234,6 +250,16 @@ std::size_t KoPrintFloating(char* out, std::size_t capacity, const char* format,
             return static_cast<std::size_t>(end - out);
     }
     return KoWriteFloating(out, capacity, KoParseNumFormat(format, kFloatingFormat), value);
+}
+
+std::size_t KoPrintShortest(char (&out)[kRoomForShortest], float value)
+{
+    return PrintShortest(out, value);
+}
+
+std::size_t KoPrintShortest(char (&out)[kRoomForShortest], double value)
+{
+    return PrintShortest(out, value);
 }
 
 o_u8b KoCutToInteger(double value, bool isSigned)

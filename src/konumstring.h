@@ -86,6 +86,15 @@ KoString& KoAppendNumber(KoString& text, T value, const char* format)
     return text << static_cast<const char*>(room.Data());
 }
 
+/// Appends a floating number for which no format was asked; see KoPrintShortest.
+template <class T>
+KoString& KoAppendShortest(KoString& text, T value)
+{
+    char digits[kRoomForShortest];
+    digits[KoPrintShortest(digits, value)] = '\0'; // never fills its room
+    return text << static_cast<const char*>(digits);
+}
+
 template <class T>
 bool KoScanNumber(T& value, const KoString& text, const char* format)
 {

@@ -44,6 +44,14 @@ std::size_t KoPrintInteger(char* out, std::size_t capacity, const char* format, 
                            KoIntType type);
 std::size_t KoPrintFloating(char* out, std::size_t capacity, const char* format, double value);
 
+/// The text of a number for which no format was asked: the fewest digits that read back as the same
+/// number of its type, 6.1 and not 6.0999999999999996, and of these the nearest ones. It has an
+/// exponent below 1e-4 and from 1e17 on, as "%.17g" has, so that whole numbers are written out;
+/// infinities and NaN are those of "%.17g". Returns the length, below that of the room.
+inline constexpr std::size_t kRoomForShortest = 32;
+std::size_t KoPrintShortest(char (&out)[kRoomForShortest], float value);
+std::size_t KoPrintShortest(char (&out)[kRoomForShortest], double value);
+
 /// Lenient reading, as scanf does it under the same format: literals must match, white space
 /// before the number is skipped, a width bounds the characters of the number, what follows is not
 /// looked at. `d u S` read decimal, `o` octal, `x X` hexadecimal, `i` by the prefix 0x or 0, `c`

@@ -45,7 +45,7 @@ struct ObjIdType {
     {
         return KoFirstByteDifference(StoredNumber(a), StoredNumber(b));
     }
-    static o_u4b HashBits(const KoObjId& id) { return id.low ^ id.high; }
+    static o_u4b OlderHashBits(const KoObjId& id) { return id.low ^ id.high; }
     static constexpr unsigned kKeySize = kNumberKey;
     static constexpr bool kKeyIsWhole = false; // the tag takes no part in the order
     static void PutKey(unsigned char* out, const KoObjId& id) { PutNumberKey(out, id); }
@@ -71,7 +71,6 @@ struct ClassIdType {
     {
         return KoFirstByteDifference(StoredPair(a), StoredPair(b));
     }
-    static o_u4b HashBits(const KoClassId& id) { return o_u4b{id.classNo} << 16 | id.version; }
     static constexpr unsigned kKeySize = 4;
     static constexpr bool kKeyIsWhole = true;
     static void PutKey(unsigned char* out, const KoClassId& id)
@@ -82,6 +81,10 @@ struct ClassIdType {
     static KoClassId FromKey(const unsigned char* key)
     {
         return {ko::GetKeyWord<o_u2b>(key), ko::GetKeyWord<o_u2b>(key + 2)};
+    }
+    static void AddHash(KoHasher& hasher, const KoClassId& id)
+    {
+        hasher.Add(o_u4b{id.classNo} << 16 | id.version);
     }
 };
 
@@ -121,13 +124,16 @@ struct RefType {
         ko::PutKeyWord(out + kNumberKey, ref.originId);
         ko::PutKeyWord(out + kNumberKey + 2, ref.classNo);
     }
-    static o_u4b HashBits(const KoRef& ref)
+    static void AddHash(KoHasher& hasher, const KoRef& ref)
     {
-        return ref.low ^ ref.high ^ (o_u4b{ref.originId} << 16 | ref.classNo);
+        hasher.Add(o_u8b{ref.high} << 32 | ref.low);
+        hasher.Add(o_u4b{ref.originId} << 16 | ref.classNo);
     }
 };
 
 struct ObjIdOps : IdentityOps<ObjIdType> {
+    static constexpr bool kIsIntegral = true;
+
     static int GetValue(void* value, unsigned, unsigned char format, unsigned char kind)
     {
         // In another form the bytes are no aligned value.

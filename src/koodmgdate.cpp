@@ -25,6 +25,7 @@ struct OdmgDateType : OdmgDateElements {
     {
         return KoDate(fields.year, fields.month, fields.day);
     }
+    static d_Date FromStamp(const KoTimeStampRec& clock) { return StampDate(clock); }
 };
 
 using OdmgDateOps = TemporalOps<OdmgDateType>;

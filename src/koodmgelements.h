@@ -13,8 +13,7 @@ using OdmgDateElements = PackedElements<TemporalLayout<true, 2>>;
 struct OdmgTimeElements {
     using Fields = TemporalLayout<false, 6>;
 
-    /// The fields as one number that orders as they do: the clock first, then the zone. Hashes are
-    /// made of it with its turned signs, and are stored.
+    /// The fields as one number that orders as they do: the clock first, then the zone.
     static o_u8b Key(const unsigned char* at) noexcept
     {
         const o_u8b clock = ReadOrdered<o_u4b>(at + 2, true);
@@ -29,9 +28,10 @@ struct OdmgTimeElements {
     {
         return Order(a, b);
     }
-    static o_u4b HashBits(const unsigned char* at, bool, bool) noexcept
+    static void AddHash(KoHasher& hasher, const unsigned char* at, bool, bool) noexcept
     {
-        return TemporalHashBits(Key(at), 0);
+        const o_u8b zone = ReadOrdered<o_u2b>(at, true);
+        hasher.Add(zone << 32 | ReadOrdered<o_u4b>(at + 2, true));
     }
 
     static constexpr unsigned kKeySize = 6;
@@ -58,10 +58,10 @@ struct OdmgTimestampElements {
         const int order = OdmgDateElements::OrderStored<true>(a, b, big);
         return order != 0 ? order : OdmgTimeElements::Order(a + 4, b + 4);
     }
-    static o_u4b HashBits(const unsigned char* at, bool big, bool) noexcept
+    static void AddHash(KoHasher& hasher, const unsigned char* at, bool big, bool memory) noexcept
     {
-        const auto date = static_cast<o_u4b>(PackedFields<OdmgDateElements::Fields>(at, big));
-        return TemporalHashBits(OdmgTimeElements::Key(at + 4), date);
+        OdmgDateElements::AddHash(hasher, at, big, memory);
+        OdmgTimeElements::AddHash(hasher, at + 4, big, memory);
     }
 
     static constexpr unsigned kKeySize = OdmgDateElements::kKeySize + OdmgTimeElements::kKeySize;
@@ -77,15 +77,29 @@ struct OdmgTimestampElements {
     }
 };
 
+/// A reading of the clock, in the default zone. Its fraction counts as whole seconds: the sum is
+/// not scaled, and stored stamps rely on it.
+inline d_Date StampDate(const KoTimeStampRec& clock)
+{
+    return {static_cast<o_2b>(clock.year), static_cast<o_u2b>(clock.month),
+            static_cast<o_u2b>(clock.day)};
+}
+inline d_Time StampTime(const KoTimeStampRec& clock)
+{
+    const float seconds = static_cast<float>(clock.second) + static_cast<float>(clock.fraction);
+    return {static_cast<o_u2b>(clock.hour), static_cast<o_u2b>(clock.minute), seconds};
+}
+
 /// The fields of a time, zone apart, into those of a text.
 void SetTimeFields(TemporalFields& fields, const d_Time& time);
 /// The time of a text's fields, in the default zone or another.
 d_Time TimeOfFields(const TemporalFields& fields);
 d_Time TimeOfFields(const TemporalFields& fields, int zoneHour, int zoneMinute);
 
-/// A value's text with the zone behind it, "10:00:05.250+01:30", so that the text is the value
-/// again; the default zone is left out.
-KoString ZonedText(const TemporalFields& fields, const char* format, const d_Time& time);
+/// A value's text with its zone behind it, so that the text is the value again in every process:
+/// "10:00:05.250+01:30". A zone of 0 is left out, and so is none in a text that is read, whatever
+/// the default zone is.
+KoString ZonedText(TemporalFields fields, const char* format, const d_Time& time);
 /// Reads such a text leniently, fields and time.
 d_Time ScanZonedText(TemporalFields& fields, const KoString& text, const char* format);
 

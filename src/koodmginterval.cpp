@@ -55,14 +55,17 @@ struct OdmgIntervalType {
         if (Bits(FromFields(fields)) == Bits(interval))
             PrintTemporal(text, fields, nullptr);
         else
-            text << interval.Seconds() << 's';
+            KoAppendShortest(text, interval.Seconds()) << 's';
         return text;
     }
     static d_Interval FromText(const KoString& text)
     {
         const KoNarrowText narrow(text);
-        if (narrow.Length() > 0 && narrow.Data()[narrow.Length() - 1] == 's')
-            return d_Interval::OfSeconds(static_cast<float>(static_cast<double>(text)));
+        if (narrow.Length() > 0 && narrow.Data()[narrow.Length() - 1] == 's') {
+            float seconds = 0.0F;
+            KoScanNumber(seconds, text, nullptr);
+            return d_Interval::OfSeconds(seconds);
+        }
         TemporalFields fields;
         fields.kind = kKind;
         ScanTemporal(fields, text, nullptr);

@@ -1,9 +1,7 @@
 #include <koodmg.h>
 
-#include "konumstring.h"
 #include "koodmgelements.h"
 
-#include <charconv>
 #include <cmath>
 
 namespace
@@ -29,6 +27,7 @@ struct OdmgTimeType : OdmgTimeElements {
         return fields;
     }
     static d_Time FromFields(const TemporalFields& fields) { return TimeOfFields(fields); }
+    static d_Time FromStamp(const KoTimeStampRec& clock) { return StampTime(clock); }
 
     static KoString ToText(const d_Time& time)
     {
@@ -46,35 +45,6 @@ struct OdmgTimeType : OdmgTimeElements {
 
 using OdmgTimeOps = TemporalOps<OdmgTimeType>;
 
-/// Finds the zone at the end of a text: where it begins, or the text's length.
-std::size_t FindZone(const char* text, std::size_t length, int& hour, int& minute)
-{
-    const auto isDigit = [&](std::size_t at) { return text[at] >= '0' && text[at] <= '9'; };
-    const auto digits = [&](std::size_t& at) {
-        const std::size_t end = at;
-        while (at > 0 && isDigit(at - 1))
-            --at;
-        return at != end;
-    };
-    std::size_t at = length;
-    if (!digits(at))
-        return length;
-    if (at > 0 && text[at - 1] == '-')
-        --at;
-    const std::size_t minuteAt = at;
-    if (at == 0 || text[--at] != ':' || !digits(at))
-        return length;
-    const std::size_t hourAt = at;
-    // A sign that follows a digit is a zone's, not that of a field.
-    if (at < 2 || (text[at - 1] != '+' && text[at - 1] != '-') || !isDigit(at - 2))
-        return length;
-    std::from_chars(text + minuteAt, text + length, minute);
-    std::from_chars(text + hourAt, text + length, hour);
-    if (text[at - 1] == '-')
-        hour = -hour;
-    return at - 1;
-}
-
 } // namespace
 
 KO_DEFINE_TYPE(d_TimeDescriptor, OdmgTimeOps, D_TIME_T)
@@ -85,7 +55,7 @@ int d_TimeCompare(unsigned char format, unsigned length1, void* value1, unsigned
     return OdmgTimeOps::Cmp(format, length1, value1, length2, value2, cmpOp, count, status);
 }
 
-// ---- fields and texts
+// ---- fields
 
 void SetTimeFields(TemporalFields& fields, const d_Time& time)
 {
@@ -104,27 +74,6 @@ d_Time TimeOfFields(const TemporalFields& fields, int zoneHour, int zoneMinute)
 {
     return d_Time::OfFields(fields.hour, fields.minute, fields.second,
                             fields.nanoseconds / 10'000'000, zoneHour, zoneMinute);
-}
-
-KoString ZonedText(const TemporalFields& fields, const char* format, const d_Time& time)
-{
-    KoString text;
-    PrintTemporal(text, fields, format);
-    if (time.tz_hour() != DefaultZone() || time.tz_minute() != 0) {
-        KoAppendNumber(text, time.tz_hour(), "%+03d");
-        KoAppendNumber(text, time.tz_minute(), ":%02d");
-    }
-    return text;
-}
-
-d_Time ScanZonedText(TemporalFields& fields, const KoString& text, const char* format)
-{
-    const KoNarrowText narrow(text);
-    int hour = DefaultZone();
-    int minute = 0;
-    const std::size_t end = FindZone(narrow.Data(), narrow.Length(), hour, minute);
-    ScanTemporal(fields, end < text.Len() ? text.Copy(0, static_cast<short>(end)) : text, format);
-    return TimeOfFields(fields, hour, minute);
 }
 
 // ---- the class

@@ -27,6 +27,10 @@ struct OdmgTimestampType : OdmgTimestampElements {
     {
         return {DateOf(fields), TimeOfFields(fields)};
     }
+    static d_Timestamp FromStamp(const KoTimeStampRec& clock)
+    {
+        return {StampDate(clock), StampTime(clock)};
+    }
 
     static KoString ToText(const d_Timestamp& stamp)
     {

@@ -35,6 +35,7 @@ struct ScalarOps : ElementOps<typename Type::Value, ScalarOps<Type>, Type::kId> 
     using T = typename Type::Value;
     using Text = ScalarText<Type>;
     using Encoder = typename Type::Encoder;
+    static constexpr bool kIsIntegral = Type::kIsIntegral;
 
     static unsigned Store(void* destination, const void* source, unsigned char format,
                           unsigned count)

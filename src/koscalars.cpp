@@ -1,4 +1,5 @@
 #include "konumformat.h"
+#include "koscalarlist.h"
 #include "koscalarops.h"
 
 #include <kotypcmp.h>
@@ -55,26 +56,6 @@ struct CharTextOps : ScalarOps<CharType> {
 
 } // namespace
 
-// Descriptor, type, name of the compare and hash functions, name of the text functions, and the
-// operations behind those.
-// clang-format off
-#define KO_SCALAR_LIST(X) \
-    X(koCharDescriptor,     CharType,     Char,     Char,     CharTextOps) \
-    X(koByteDescriptor,     ByteType,     Byte,     O_U1B,    ScalarOps<ByteType>) \
-    X(koShortDescriptor,    ShortType,    Short,    Short,    ScalarOps<ShortType>) \
-    X(koWordDescriptor,     WordType,     Word,     Word,     ScalarOps<WordType>) \
-    X(koLongDescriptor,     LongType,     Long,     Long,     ScalarOps<LongType>) \
-    X(koDwordDescriptor,    DwordType,    Dword,    Dword,    ScalarOps<DwordType>) \
-    X(koIntDescriptor,      IntType,      Int,      Int,      ScalarOps<IntType>) \
-    X(koEnumDescriptor,     EnumType,     Int,      Enum,     ScalarOps<EnumType>) \
-    X(koUnsignedDescriptor, UnsignedType, Unsigned, Unsigned, ScalarOps<UnsignedType>) \
-    X(koBlockIdDescriptor,  BlockIdType,  Dword,    BlockId,  ScalarOps<BlockIdType>) \
-    X(ko8bDescriptor,       O_8BType,     O_8B,     O_8B,     ScalarOps<O_8BType>) \
-    X(koU8bDescriptor,      O_U8BType,    O_U8B,    O_U8B,    ScalarOps<O_U8BType>) \
-    X(koFloatDescriptor,    FloatType,    Float,    Float,    ScalarOps<FloatType>) \
-    X(koDoubleDescriptor,   DoubleType,   Double,   Double,   ScalarOps<DoubleType>)
-// clang-format on
-
 #define KO_SCALAR_TEXT(descriptor, Type, Order, Text, TextOps)                                     \
     KoTypeConvertData* Text##ConvertToKoString(void* value, unsigned count)                        \
     {                                                                                              \
@@ -93,7 +74,7 @@ struct CharTextOps : ScalarOps<CharType> {
     {                                                                                              \
         return TextOps::Scan(value, text, format, count);                                          \
     }
-KO_SCALAR_LIST(KO_SCALAR_TEXT)
+KO_SCALAR_LIST(KO_SCALAR_TEXT, KO_SCALAR_TEXT)
 
 // The slots of functions with exported names hold these functions.
 #define KO_SCALAR_TYPE(descriptor, Type, Order, Text, TextOps)                                     \
@@ -104,6 +85,8 @@ KO_SCALAR_LIST(KO_SCALAR_TEXT)
         static constexpr KoConvertFromFunc ConvertFrom = Text##ConvertFromKoString;                \
         static constexpr KoPrintFunc Print = Text##PrintToKoString;                                \
         static constexpr KoScanFunc Scan = Text##ScanFromKoString;                                 \
+        static constexpr KoPrintFunc kPrintsArray =                                                \
+            Type::kId == Ko1B_T ? Text##PrintToKoString : nullptr;                                 \
     };                                                                                             \
     KO_DEFINE_TYPE(descriptor, descriptor##Ops, Type::kId)
-KO_SCALAR_LIST(KO_SCALAR_TYPE)
+KO_SCALAR_LIST(KO_SCALAR_TYPE, KO_SCALAR_TYPE)

@@ -1,6 +1,7 @@
 #ifndef KOSCALARTEXT_H
 #define KOSCALARTEXT_H
 
+#include "konumformat.h"
 #include "konumstring.h"
 #include "koscalartype.h"
 
@@ -53,7 +54,9 @@ struct ScalarText {
         } else if constexpr (std::same_as<T, o_u2b>) {
             return KoString(int{value}); // KoString(o_u2b) is a character
         } else if constexpr (std::floating_point<T>) {
-            return KoString(double{value});
+            KoString text;
+            KoAppendShortest(text, value);
+            return text;
         } else {
             return KoString(value);
         }
@@ -76,7 +79,10 @@ struct ScalarText {
             KoScanNumber(value, text, (___KoTypeMgrOptions() & 1) != 0 ? "%d" : "%i");
             return value;
         } else if constexpr (std::floating_point<T>) {
-            return static_cast<T>(static_cast<double>(text));
+            // Not through double: rounding twice can give another float.
+            T value = 0;
+            KoScanNumber(value, text, kFloatingFormat);
+            return value;
         } else if constexpr (std::same_as<T, o_u4b> || sizeof(T) == 8) {
             // 32 bits without sign are written with "%d" and read through 64 bits, so that both
             // spellings of the upper half, "-1" and "4294967295", give the same value.

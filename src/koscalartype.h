@@ -89,8 +89,9 @@ struct ScalarType {
     using Encoder = BaseEncoder;
     static constexpr KoTypeId kId = id;
     static constexpr unsigned kSize = sizeof(T);
+    static constexpr bool kIsIntegral = std::integral<T> && id != KoBLOCKID_T;
     /// Can be stepped through a sequence. An enum cannot, although it holds an integral number.
-    static constexpr bool kSteps = std::integral<T> && id != KoENUM_T && id != KoBLOCKID_T;
+    static constexpr bool kSteps = kIsIntegral && id != KoENUM_T;
 
     static T Read(const unsigned char* at, bool swap) noexcept { return KoReadNumber<T>(at, swap); }
 
@@ -104,7 +105,7 @@ struct ScalarType {
         return KoOrder(a, b);
     }
 
-    static o_u4b HashBits(T n) noexcept { return KoHashBits(n); }
+    static void AddHash(KoHasher& hasher, T n) noexcept { hasher.Add(KoHashWord(n)); }
 
     /// The number that stands for an element in sort keys, and the way back.
     using KeyWord = ko::KeyWord<T>;
@@ -174,8 +175,8 @@ o_u4b HashScalars(unsigned char format, unsigned length, const void* value, unsi
 {
     const auto walk = [&](auto swap) {
         return KoHashWalk(length, value, Type::kSize, count, status,
-                          [swap](const unsigned char* element) {
-                              return Type::HashBits(Type::Read(element, swap.value));
+                          [swap](KoHasher& hasher, const unsigned char* element) {
+                              Type::AddHash(hasher, Type::Read(element, swap.value));
                           });
     };
     return KoNeedsSwap(format) ? walk(std::true_type()) : walk(std::false_type());

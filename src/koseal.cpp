@@ -60,7 +60,9 @@ struct SealOps : ElementOps<KoSeal, SealOps, KoSEAL_T> {
     {
         const bool swap = KoNeedsSwap(format);
         return KoHashWalk(length, value, kSize, count, status,
-                          [swap](const unsigned char* at) { return KoHashBits(Number(at, swap)); });
+                          [swap](KoHasher& hasher, const unsigned char* at) {
+                              hasher.Add(KoHashWord(Number(at, swap)));
+                          });
     }
 
     static unsigned FormSize(unsigned char) { return kSize; }

@@ -1,6 +1,4 @@
-#include "kocmpwalk.h"
-#include "kocollator.h"
-#include "kowildmatch.h"
+#include "kotextelements.h"
 
 #include <atomic>
 
@@ -28,121 +26,8 @@ o_u2b KoOrderReader::Expand(o_u2b character)
 namespace
 {
 
-/// A place in a text, from element to element: an element is an order that the operator word does
-/// not leave out.
-class Elements
-{
-public:
-    Elements(const KoText& text, unsigned from, unsigned limit, const KoCompareMode& mode)
-        : m_orders(text, from, limit), m_mode(&mode)
-    {
-    }
-
-    o_u4b Key() const { return m_key; }
-    /// A space or symbol: passed over at first, it decides where nothing else does.
-    bool IsSkipped() const { return m_skipped; }
-    bool IsOpenEnd() const { return m_key == 0 && m_open; }
-
-protected:
-    /// Takes an order; false where the operator word leaves it out.
-    bool Take(o_u2b order)
-    {
-        const KoOrderClass orderClass = KoClassOfOrder(order);
-        m_skipped = orderClass == KoORDER_SPACE || orderClass == KoORDER_SYMBOL;
-        if (m_skipped && (orderClass == KoORDER_SPACE ? m_mode->skipsSpaces : m_mode->skipsSymbols))
-            return false;
-        m_key = KoCollationKey(order, m_orders.Variant()) & m_mode->mask;
-        m_open = order == 0 && m_orders.EndsOpen();
-        return true;
-    }
-
-    KoOrderReader m_orders;
-
-private:
-    const KoCompareMode* m_mode;
-    o_u4b m_key = 0;
-    bool m_skipped = false;
-    bool m_open = false;
-};
-
-class TextElements : public Elements
-{
-public:
-    TextElements(const KoText& text, unsigned from, unsigned limit, const KoCompareMode& mode)
-        : Elements(text, from, limit, mode)
-    {
-        Advance();
-    }
-    void Advance()
-    {
-        while (!Take(m_orders.Next())) {
-        }
-    }
-};
-
-/// Of the right text, which is a pattern where wildcards are on.
-class PatternElements : public Elements
-{
-public:
-    /// With `runBehind` an asterisk stands behind the text.
-    PatternElements(const KoText& text, unsigned from, unsigned limit, const KoCompareMode& mode,
-                    bool runBehind = false)
-        : Elements(text, from, limit, mode),
-          m_wildcards(mode.wildcards ? KoWildcards::Current() : KoWildcards{}),
-          m_runBehind(runBehind)
-    {
-        Advance();
-    }
-
-    KoPatternKind Kind() const { return m_kind; }
-    bool IsWildcard() const { return m_kind >= KoPatternKind::kOne; }
-
-    void Advance()
-    {
-        for (;;) {
-            o_u2b order = m_orders.Next();
-            m_kind = order == 0 ? KoPatternKind::kEnd : KoPatternKind::kLiteral;
-            if (order != 0) {
-                if (order == m_wildcards.escape)
-                    order = Escaped(order);
-                else if (order == m_wildcards.asterisk)
-                    m_kind = KoPatternKind::kRun;
-                else if (order == m_wildcards.question)
-                    m_kind = KoPatternKind::kOne;
-            } else if (m_runBehind) {
-                m_runBehind = false;
-                m_kind = KoPatternKind::kRun;
-            }
-            if (Take(order) || IsWildcard())
-                return;
-        }
-    }
-
-private:
-    /// At the very end the escape stands for itself, or makes the asterisk that stands behind the
-    /// text literal.
-    o_u2b Escaped(o_u2b escape)
-    {
-        const o_u2b order = m_orders.Next();
-        if (order != 0)
-            return order;
-        if (m_runBehind) {
-            m_runBehind = false;
-            return m_wildcards.asterisk;
-        }
-        if (!m_orders.EndsOpen())
-            return escape;
-        m_kind = KoPatternKind::kEnd;
-        return 0;
-    }
-
-    KoWildcards m_wildcards; ///< zeros, which no order is, where wildcards are off
-    KoPatternKind m_kind = KoPatternKind::kEnd;
-    bool m_runBehind;
-};
-
 /// The rest of a pattern is asterisks only, and whole.
-bool MatchesAll(PatternElements pattern)
+bool MatchesAll(KoPatternElements pattern)
 {
     while (pattern.Kind() == KoPatternKind::kRun)
         pattern.Advance();
@@ -150,7 +35,7 @@ bool MatchesAll(PatternElements pattern)
 }
 
 /// From the pattern's first wildcard on, where all before it is equal.
-KoTextOrder Match(const TextElements& left, const PatternElements& right, bool cut)
+KoTextOrder Match(const KoTextElements& left, const KoPatternElements& right, bool cut)
 {
     if (cut)
         return {0, !MatchesAll(right)};
@@ -164,7 +49,7 @@ KoTextOrder Match(const TextElements& left, const PatternElements& right, bool c
 /// one: texts are equal exactly when all their elements are.
 ///
 /// With `onlyEqual` any difference ends it: then runs of skipped elements take no time.
-KoTextOrder CompareElements(TextElements left, PatternElements right, bool cut,
+KoTextOrder CompareElements(KoTextElements left, KoPatternElements right, bool cut,
                             bool onlyEqual = false)
 {
     int tie = 0;
@@ -235,16 +120,16 @@ KoTextOrder KoCompareText(const KoText& left, const KoText& right, o_u2b cmpOp, 
         if (order != kUndecided)
             return {order};
     }
-    return CompareElements(TextElements(left, from, limit, mode),
-                           PatternElements(right, from, limit, mode), left.cut || right.cut);
+    return CompareElements(KoTextElements(left, from, limit, mode),
+                           KoPatternElements(right, from, limit, mode), left.cut || right.cut);
 }
 
 KoTextOrder KoCompareBeginning(const KoText& text, const KoText& pattern, const KoCompareMode& mode)
 {
     if (text.codeSet == KoCS_NONE && pattern.codeSet == KoCS_NONE)
         return KoCompareBeginningBytes(text, pattern);
-    return CompareElements(TextElements(text, 0, kNoLimit, mode),
-                           PatternElements(pattern, 0, kNoLimit, mode, true), false, true);
+    return CompareElements(KoTextElements(text, 0, kNoLimit, mode),
+                           KoPatternElements(pattern, 0, kNoLimit, mode, true), false, true);
 }
 
 // ---- wildcards

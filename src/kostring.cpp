@@ -1,6 +1,7 @@
 #include "kostringpiece.h"
 #include "kostringtext.h"
 
+#include <kombs.h>
 #include <koservices.h>
 
 #include <utility>
@@ -33,6 +34,20 @@ unsigned KoUnitsBeforeZero(const char* text, unsigned width, unsigned limit)
     return i;
 }
 
+namespace
+{
+
+template <class Unit>
+unsigned UnitsIn(const Unit* s, unsigned limit)
+{
+    unsigned count = 0;
+    while (s != nullptr && count < limit && s[count] != 0)
+        ++count;
+    return count;
+}
+
+} // namespace
+
 // The terminator may come before `limit`, and nothing behind it is there to be read.
 KoString::Piece KoString::Piece::Of(const char* s, unsigned limit)
 {
@@ -44,10 +59,12 @@ KoString::Piece KoString::Piece::Of(const char* s, unsigned limit)
 
 KoString::Piece KoString::Piece::Of(const unsigned short* s, unsigned limit)
 {
-    unsigned count = 0;
-    while (s != nullptr && count < limit && s[count] != 0)
-        ++count;
-    return {s, count, GetDefault16CodeSet()};
+    return {s, UnitsIn(s, limit), GetDefault16CodeSet()};
+}
+
+KoString::Piece KoString::Piece::Of(const char16_t* s, unsigned limit)
+{
+    return {s, UnitsIn(s, limit), GetDefault16CodeSet()};
 }
 
 void KoStringAccess::Set(KoString& string, const KoText& text)
@@ -60,7 +77,14 @@ int KoStringAccess::Convert(KoString& string, const KoText& text, unsigned char 
 {
     const KoString::Outcome outcome =
         string.Become({text.bytes, text.units, text.codeSet, text.format}, codeSet, language);
-    return outcome == KoString::Outcome::kDone ? KoRC_OK : -1;
+    switch (outcome) {
+    case KoString::Outcome::kReplaced:
+        return KoMBS_REPLACED;
+    case KoString::Outcome::kNoMemory:
+        return KoMBS_NO_MEMORY;
+    default:
+        return KoRC_OK;
+    }
 }
 
 void KoStringAccess::AppendToText(KoString& string, const char* text, unsigned count)
@@ -115,6 +139,22 @@ KoString::KoString(const unsigned short* s, unsigned short n)
     : m_codeSet(GetDefault16CodeSet()), m_language(GetDefaultLanguage())
 {
     Become(Piece::Of(s, n), m_codeSet, m_language);
+}
+
+KoString::KoString(const char16_t* s, unsigned short n)
+    : m_codeSet(GetDefault16CodeSet()), m_language(GetDefaultLanguage())
+{
+    Become(Piece::Of(s, n), m_codeSet, m_language);
+}
+
+KoString::KoString(const KoChar& c) : KoString()
+{
+    if (c.IsInvalid())
+        return;
+    const unsigned short code = c.Code();
+    const char byte = static_cast<char>(code);
+    Become(c.Width() == 1 ? Piece::Of(byte, 1, c.CodeSet()) : Piece::Of(code, 1, c.CodeSet()),
+           c.CodeSet(), c.Language());
 }
 
 void KoString::Init()

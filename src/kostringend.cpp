@@ -6,8 +6,8 @@
 //
 // The index is ordered with all distinctions, the condition may ignore some. So an end is a text of
 // its own, made of the lowest or highest characters that the condition takes for those of its text.
-// It stands in 16-bit Unicode, where nearly every order has a character; where one has none the end
-// stops early, and a high end is then raised above all texts that begin like it.
+// It stands in 16-bit Unicode, where nearly every order has a character. Where one has none a low
+// end stops early, and a high end goes on with the next order that has one.
 
 namespace
 {
@@ -87,11 +87,21 @@ public:
     bool Append(o_u2b order)
     {
         const o_u2b character = CharacterOf(order);
-        if (character == 0 || m_count == kMaxText / 2)
+        if (character == 0 || !HasRoom())
             return false;
         m_orders[m_count] = order;
         m_text[m_count++] = character;
         return true;
+    }
+    /// Appends the lowest order above this one that a character has, so that the text is higher
+    /// than all that go on with this one.
+    bool AppendAbove(o_u2b order)
+    {
+        for (unsigned i = Turn(order, m_variant) + 1U; i < 0xFFFF && HasRoom(); ++i) {
+            if (Append(Turn(i, m_variant)))
+                return true;
+        }
+        return false;
     }
     /// Makes the text higher than all that begin with it; empty where nothing is.
     void Raise()
@@ -100,10 +110,8 @@ public:
             const o_u2b last = m_orders[--m_count];
             if (!KoConditionText::IsPrimary(last))
                 continue; // what counts at the first level decides before it
-            for (unsigned i = Turn(last, m_variant) + 1U; i < 0xFFFF; ++i) {
-                if (Append(Turn(i, m_variant)))
-                    return;
-            }
+            if (AppendAbove(last))
+                return;
         }
     }
 
@@ -125,6 +133,8 @@ public:
     }
 
 private:
+    bool HasRoom() const { return m_count < kMaxText / 2; }
+
     o_u2b m_orders[kMaxText / 2];
     o_u2b m_text[kMaxText / 2];
     unsigned m_count = 0;
@@ -147,9 +157,12 @@ public:
         bool complete = m_condition.isWhole;
         for (unsigned i = 0; i < m_condition.count && complete; ++i) {
             const o_u2b order = m_condition.orders[i];
-            if (KoConditionText::IsPrimary(order))
-                complete = bound.Append(Extreme(order, side));
-            else if (!Skips())
+            if (KoConditionText::IsPrimary(order)) {
+                const o_u2b extreme = Extreme(order, side);
+                complete = bound.Append(extreme);
+                if (!complete && side == KoTextSide::kHigh && bound.AppendAbove(extreme))
+                    return bound;
+            } else if (!Skips())
                 complete = bound.Append(order);
         }
         // Where something is left out, texts with more of it are higher.

@@ -1,5 +1,6 @@
 #include "kochartext.h"
 #include "kostringpiece.h"
+#include "kostringsearch.h"
 
 #include <koservices.h>
 
@@ -45,6 +46,9 @@ public:
         const unsigned char variant = KoVariantOf(codeSet, text.language);
         const bool bytes = text.codeSet == KoCS_NONE && m_pattern.codeSet == KoCS_NONE;
         bool leftOut = false;
+        unsigned tries = 0;
+        // A try takes at most a step for each character of the pattern.
+        unsigned most = length <= kShort ? kNoLimit : (4 * text.units + 4096) / length;
         for (unsigned i = start; i + length <= text.units; ++i) {
             if (!bytes) {
                 const o_u2b order = codeSet.GetOrder(static_cast<o_u2b>(text.At(i)));
@@ -54,6 +58,12 @@ public:
                 leftOut = LeavesOut(KoClassOfOrder(order));
                 if (known || !MayBegin(order, variant))
                     continue;
+            }
+            if (++tries > most) {
+                const int at = KoSearchString(text, m_pattern, i, m_mode);
+                if (at != kUndecided)
+                    return at;
+                most = kNoLimit; // without memory it takes its time
             }
             const KoTextOrder found = CompareAt(text, i);
             if (found.order == 0)
@@ -67,6 +77,9 @@ public:
     }
 
 private:
+    /// The length of patterns that are always looked for place by place.
+    static constexpr unsigned kShort = 16;
+
     bool LeavesOut(KoOrderClass orderClass) const
     {
         return (orderClass == KoORDER_SPACE && m_mode.skipsSpaces) ||

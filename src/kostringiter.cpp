@@ -1,6 +1,7 @@
 #include "kochartext.h"
 
 #include <algorithm>
+#include <utility>
 
 // Places in a text, and the operations on its characters.
 
@@ -14,10 +15,16 @@ KoStringIterator::KoStringIterator(const void* text, std::size_t bytes, unsigned
 {
 }
 
-KoStringIterator::KoStringIterator(KoString& s)
+KoStringIterator::KoStringIterator(KoString& s) : KoStringIterator(std::as_const(s))
+{
+    m_readOnly = false;
+}
+
+KoStringIterator::KoStringIterator(const KoString& s)
     : KoStringIterator(s.StrGet(), std::size_t{s.Len()} * s.Width(), s.CodeSet(), s.Language(),
                        KoFMT_MEMORY)
 {
+    m_readOnly = true;
 }
 
 KoStringIterator::KoStringIterator(KoChar& c)
@@ -49,8 +56,9 @@ unsigned short KoStringIterator::Current() const
 
 KoChar KoStringIterator::operator*() const
 {
-    if (Current() == 0)
-        return {KoChar::NoDefaults{}, 0, m_codeSet, m_language};
+    const unsigned short code = Current();
+    if (code == 0 || m_readOnly)
+        return {KoChar::NoDefaults{}, code, m_codeSet, m_language};
     return {m_position, m_codeSet, m_language, m_format};
 }
 

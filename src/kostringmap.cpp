@@ -12,7 +12,9 @@ KoChar KoString::operator[](int i)
 
 const KoChar KoString::operator[](int i) const
 {
-    return const_cast<KoString&>(*this)[i];
+    if (i < 0 || i > Len())
+        return KoChar::Invalid();
+    return {*this, i * static_cast<int>(Width())};
 }
 
 /// Keeps what is left when blanks are removed at the beginning, the end, or both.

@@ -14,6 +14,7 @@ struct KoString::Piece {
     /// Text up to its terminator, at most `limit` characters; null is no text.
     static Piece Of(const char* s, unsigned limit = kToEnd);
     static Piece Of(const unsigned short* s, unsigned limit = kToEnd);
+    static Piece Of(const char16_t* s, unsigned limit);
     /// One character `repeat` times, by address; zero is no text.
     static Piece Of(const char& c, unsigned repeat, unsigned char codeSet)
     {

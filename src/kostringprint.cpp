@@ -1,5 +1,6 @@
 #include "kostringprint.h"
 
+#include "konulltext.h"
 #include "konumformat.h"
 #include "kostringtext.h"
 
@@ -83,7 +84,7 @@ KoString& KoPrintString(KoString& text, const KoString& value, const char* forma
 
 void KoScanString(KoString& value, const KoString& text, const char* format)
 {
-    if (text.IsNullValue() || text == KoTypeMgr::GetNullPrintString()) {
+    if (KoIsNullPrint(text, true)) {
         value.SetNullValue();
         return;
     }

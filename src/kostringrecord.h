@@ -82,12 +82,11 @@ enum class KoTextFound {
 /// belong together.
 inline constexpr std::size_t kLongestCutKey = 254;
 
-/// The hash of `count` texts of a walk: h = 9h + hash of each, as far as the walk goes.
-template <class Text, class Walk, class Hash>
-o_u4b KoHashTextsOf(Walk walk, unsigned count, int& status, Hash hashOf)
+/// Gives `add` the texts of a walk that a hash of `count` of them takes, as far as the walk goes.
+template <class Text, class Walk, class Add>
+void KoVisitHashedTexts(Walk walk, unsigned count, int& status, Add add)
 {
     status = KoRC_OK;
-    o_u4b hash = 0;
     for (unsigned i = 0; i < count && status == KoRC_OK; ++i) {
         Text text;
         const KoTextFound found = walk.Next(text);
@@ -96,9 +95,8 @@ o_u4b KoHashTextsOf(Walk walk, unsigned count, int& status, Hash hashOf)
         else if (found != KoTextFound::kText)
             status = KoRC_TRUNCATED;
         if (found == KoTextFound::kText || found == KoTextFound::kCut)
-            hash = hash * 9 + hashOf(text);
+            add(text);
     }
-    return hash;
 }
 
 /// The texts of an operand of compare and hash, one after another: strings in memory, or stored
@@ -138,7 +136,8 @@ private:
 int KoCompareTexts(unsigned char format, unsigned leftSize, const void* left, unsigned rightSize,
                    const void* right, o_u2b cmpOp, unsigned count, int& status, bool cutIsOlder);
 
-/// The hash of `count` strings: h = 9h + hash of each.
+/// The hash of `count` strings: that of one is HashString's; those of several are words that are
+/// mixed.
 o_u4b KoHashTexts(unsigned char format, unsigned size, const void* value, unsigned count,
                   int& status, bool cutIsOlder);
 

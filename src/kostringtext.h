@@ -44,8 +44,8 @@ struct KoStringAccess {
     /// Makes `string` the given text with its code set and language; it stays as it was when memory
     /// runs out.
     static void Set(KoString& string, const KoText& text);
-    /// Makes `string` the given text converted to `codeSet`: 0, -1 where a character became "?", or
-    /// -1 with the string as it was when memory runs out. The text may stand in the string itself.
+    /// Makes `string` the given text converted to `codeSet`: 0, KoMBS_REPLACED or KoMBS_NO_MEMORY
+    /// (kombs.h). The text may stand in the string itself.
     static int Convert(KoString& string, const KoText& text, unsigned char codeSet,
                        unsigned char language);
     /// Appends `count` characters of the default 8-bit code set, no zero among them; a block of

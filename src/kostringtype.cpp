@@ -12,6 +12,8 @@ namespace
 /// The string type. `Ops` names the functions in which the two string types differ.
 template <class Ops>
 struct StringOpsBase : ValueOps<KoString, Ops> {
+    static constexpr bool kStepsInEveryForm = true;
+
     static unsigned Load(void* destination, const void* source, unsigned char format,
                          unsigned count)
     {

@@ -1,4 +1,5 @@
 #include "kocollator.h"
+#include "kohasher.h"
 #include "kostringrecord.h"
 
 #include <kostrcmp.h>
@@ -124,8 +125,16 @@ int KoCompareTexts(unsigned char format, unsigned leftSize, const void* left, un
 o_u4b KoHashTexts(unsigned char format, unsigned size, const void* value, unsigned count,
                   int& status, bool cutIsOlder)
 {
-    return KoHashTextsOf<KoText>(KoTextWalk(format, size, value, cutIsOlder), count, status,
-                                 [](const KoText& text) { return KoHashText(text); });
+    KoHasher hasher;
+    o_u4b last = 0;
+    unsigned texts = 0;
+    KoVisitHashedTexts<KoText>(KoTextWalk(format, size, value, cutIsOlder), count, status,
+                               [&](const KoText& text) {
+                                   last = KoHashText(text);
+                                   hasher.Add(last);
+                                   ++texts;
+                               });
+    return texts == 1 ? last : hasher.Get();
 }
 
 int StringCompare(unsigned char format, unsigned leftSize, void* left, unsigned rightSize,

@@ -109,16 +109,6 @@ constexpr bool MayHaveWildcard(o_u8b packed) noexcept
     return ((turned - 0x0101010101010101ULL) & packed & 0x8080808080808080ULL) != 0;
 }
 
-/// The word that the fields of a temporal value give to a hash: the upper half of a 64-bit number
-/// mixed as in SplitMix64 (Steele, Lea, Flood, 2014). `rest` is what does not fit in `fields`.
-constexpr o_u4b TemporalHashBits(o_u8b fields, o_u4b rest) noexcept
-{
-    o_u8b z = fields + (o_u8b{rest} + 1) * 0x9E3779B97F4A7C15ULL;
-    z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9ULL;
-    z = (z ^ (z >> 27)) * 0x94D049BB133111EBULL;
-    return static_cast<o_u4b>((z ^ (z >> 31)) >> 32);
-}
-
 /// Order and hash of the elements of a layout, read where they stand.
 template <class Layout>
 struct PackedElements {
@@ -174,13 +164,12 @@ struct PackedElements {
         }
     }
 
-    /// The same bits for every form of an element.
-    static o_u4b HashBits(const unsigned char* at, bool big, bool memory) noexcept
+    /// The same words for every form of an element.
+    static void AddHash(KoHasher& hasher, const unsigned char* at, bool big, bool memory) noexcept
     {
-        o_u4b nanoseconds = 0;
+        hasher.Add(PackedFields<Layout>(at, big));
         if constexpr (Layout::kHasNanoseconds)
-            nanoseconds = ReadOrdered<o_u4b>(at + Layout::NanosecondsAt(memory), big);
-        return TemporalHashBits(PackedFields<Layout>(at, big), nanoseconds);
+            hasher.Add(ReadOrdered<o_u4b>(at + Layout::NanosecondsAt(memory), big));
     }
 
 private:

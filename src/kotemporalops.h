@@ -7,6 +7,8 @@
 #include "kotemporalkey.h"
 #include "kotemporaltext.h"
 
+#include <koclock.h>
+
 /// The operations of the temporal types, told for each by a traits struct:
 ///
 ///     struct DateType : PackedElements<TemporalLayout<true, 2>> {
@@ -15,6 +17,7 @@
 ///         static constexpr TemporalKind kKind = TemporalKind::kDate;
 ///         static TemporalFields ToFields(const KoDate& value);     // of a value that is not null
 ///         static KoDate FromFields(const TemporalFields& fields);  // likewise
+///         static KoDate FromStamp(const KoTimeStampRec& clock);    // where it takes a reading
 ///     };
 ///
 /// and, where the texts of directives do not make the same value again, by texts of its own:
@@ -87,6 +90,15 @@ struct TemporalOps : ElementOps<typename Type::Value, TemporalOps<Type>, Type::k
     {
         return CopyTemporal<Layout>(destination, source, format, count, true);
     }
+    static constexpr KoStampFunc Stamp = []() -> KoStampFunc {
+        if constexpr (requires(const KoTimeStampRec& clock) { Type::FromStamp(clock); })
+            return [](void* value, const KoTimeStampRec& clock) {
+                *static_cast<T*>(value) = Type::FromStamp(clock);
+            };
+        else
+            return nullptr;
+    }();
+
     static unsigned NullSizeGet(unsigned count) { return Layout::kStoredSize * count; }
     static unsigned SizeGet(const void*, unsigned char, unsigned char format, unsigned count)
     {
@@ -114,9 +126,10 @@ struct TemporalOps : ElementOps<typename Type::Value, TemporalOps<Type>, Type::k
     {
         const bool big = IsBigEndian(format);
         const bool memory = (format & KoFMT_MEMORY) != 0;
-        return KoHashWalk(
-            length, value, Layout::Size(format), count, status,
-            [=](const unsigned char* element) { return Type::HashBits(element, big, memory); });
+        return KoHashWalk(length, value, Layout::Size(format), count, status,
+                          [=](KoHasher& hasher, const unsigned char* element) {
+                              Type::AddHash(hasher, element, big, memory);
+                          });
     }
 
     static float EvalAndBound(KoIdxBounds* bounds, unsigned short& op, void* value,

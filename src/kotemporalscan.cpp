@@ -227,18 +227,27 @@ private:
             m_exact = false;
             return false;
         }
-        field = Saturate(negative ? -number : number);
+        field = Held(negative ? -number : number);
         return true;
     }
+    o_4b Held(o_8b number) const
+    {
+        return m_wildcards ? static_cast<o_4b>(static_cast<o_u4b>(number)) : Saturate(number);
+    }
     bool Sign() { return IsSign(*m_pos) && *m_pos++ == '-'; }
+    /// Where a field may be a wildcard, a number keeps its low 32 bits: the class cuts it further
+    /// to the width of the field, and held to a limit any large number would become -1 there.
     bool Digits(o_8b& number)
     {
         constexpr o_8b kLimit = 1LL << 32;
         const char* start = m_pos;
         number = 0;
-        for (; IsDigit(*m_pos); ++m_pos)
-            if (number < kLimit)
+        for (; IsDigit(*m_pos); ++m_pos) {
+            if (m_wildcards)
+                number = (10 * number + (*m_pos - '0')) % kLimit;
+            else if (number < kLimit)
                 number = 10 * number + (*m_pos - '0');
+        }
         return m_pos != start;
     }
 
@@ -248,7 +257,7 @@ private:
         if (Wildcard())
             m_fields.year = -1;
         else if (Number(year))
-            m_fields.year = Saturate(o_8b{year} + (year > 30 ? 1900 : 2000));
+            m_fields.year = Held(o_8b{year} + (year > 30 ? 1900 : 2000));
     }
 
     /// A count of days is spread over years of 12 months of 30 days, except in an interval.
@@ -281,7 +290,7 @@ private:
             }
         }
         if (read) {
-            m_fields.second = Saturate(negative ? -seconds : seconds);
+            m_fields.second = Held(negative ? -seconds : seconds);
             m_fields.nanoseconds = negative ? -fraction : fraction;
         }
         // What else looks like a part of a number belongs to none.

@@ -13,10 +13,6 @@ constexpr int kAssertLine = 412;
 constexpr unsigned kDigits = 9; ///< as many as a double tells apart
 constexpr unsigned kPlainDigits = 2;
 
-// Before and behind all positions, whatever the variant.
-constexpr double kBefore = -1.0;
-constexpr double kBehind = 512.0;
-
 void AssertEval(bool holds, const char* text)
 {
     if (!holds)
@@ -33,57 +29,114 @@ unsigned CommonDigits(const KoTextDigits& a, const KoTextDigits& b)
     return common;
 }
 
-struct Interval {
-    double from, to;
+/// The keys of the index: what all have in common, and the positions from the first to the last.
+struct Keys {
+    const KoTextDigits* first = nullptr; ///< null: any texts
+    unsigned shared = 0;                 ///< leading digits
+    bool sameLength = false;
+    bool numerals = false;
+    double start = 0.0;
+    double end = 0.0;
+
+    double Area() const { return end - start; }
+    /// What of the room from a position on is theirs.
+    double Part(double from, double room) const
+    {
+        return std::max(std::min(from + room, end) - std::max(from, start), 0.0);
+    }
 };
 
-/// What all keys have in common.
-struct Keys {
-    const KoTextDigits* first; ///< null: any texts
-    unsigned shared;           ///< leading digits
-    bool sameLength;
-    bool numerals;
+/// Where a text stands by the digits that all keys begin with.
+enum class Place {
+    kBelow,
+    kAround, ///< they begin with it
+    kAmong,
+    kAbove,
 };
+
+Place PlaceOf(const KoTextDigits& text, const Keys& keys)
+{
+    if (text.isNull)
+        return Place::kBelow;
+    const unsigned common = keys.first == nullptr ? 0 : CommonDigits(text, *keys.first);
+    if (common >= keys.shared || text.variant != keys.first->variant)
+        return Place::kAmong;
+    if (common == text.count)
+        return Place::kAround;
+    return text.digits[common] < keys.first->digits[common] ? Place::kBelow : Place::kAbove;
+}
 
 bool AreCodes(const KoTextDigits& text, const Keys& keys)
 {
     return keys.sameLength && text.count == keys.first->count &&
-           (keys.shared != 0 || (keys.numerals && text.HasNumeral()));
+           (keys.shared != 0 || (keys.numerals && text.HasNumeral()) || text.count == 0);
 }
 
-Interval IntervalOf(const KoTextAsked& asked, const Keys& keys)
+/// The share of the keys that equal the text. No text gets more than a pattern that it matches, nor
+/// a pattern more than a shorter one: each is the least of what all its beginnings have.
+double EqualShare(const KoTextAsked& asked, const Keys& keys)
 {
     const KoTextDigits& text = asked.digits;
-    if (text.isNull)
-        return {kBefore, kBefore};
-    const unsigned common = keys.first == nullptr ? 0 : CommonDigits(text, *keys.first);
-    if (common >= keys.shared || text.variant != keys.first->variant) {
-        const double from = text.Position(keys.shared);
-        const unsigned kept = asked.isPattern || AreCodes(text, keys) ? kDigits : kPlainDigits;
-        return {from, from + text.Room(keys.shared, kept)};
+    const Place place = PlaceOf(text, keys);
+    if (place != Place::kAmong)
+        return place == Place::kAround && asked.isPattern ? 1.0 : 0.0;
+    double room = keys.Area();
+    const unsigned last = std::min(text.count, keys.shared + kDigits);
+    for (unsigned kept = keys.shared; kept <= last; ++kept)
+        room = std::min(room, keys.Part(text.Position(keys.shared, kept),
+                                        text.Room(std::min(kept - keys.shared, kPlainDigits))));
+    if (!asked.isPattern) {
+        const unsigned digits =
+            AreCodes(text, keys) ? std::min(text.count - keys.shared, kDigits) : kPlainDigits;
+        room = std::min(room, keys.Part(text.Position(keys.shared, text.count), text.Room(digits)));
     }
-    if (common == text.count)
-        return asked.isPattern ? Interval{kBefore, kBehind} : Interval{kBefore, kBefore};
-    const bool below = text.digits[common] < keys.first->digits[common];
-    return below ? Interval{kBefore, kBefore} : Interval{kBehind, kBehind};
+    return room / keys.Area();
+}
+
+/// The share of the keys before the text.
+double LessShare(const KoTextDigits& text, const Keys& keys)
+{
+    const Place place = PlaceOf(text, keys);
+    if (place != Place::kAmong)
+        return place == Place::kAbove ? 1.0 : 0.0;
+    const double position = text.Position(keys.shared, text.count);
+    return (std::clamp(position, keys.start, keys.end) - keys.start) / keys.Area();
+}
+
+Keys KeysBetween(const KoTextDigits* low, const KoTextDigits* high, unsigned char variant)
+{
+    Keys keys;
+    keys.first = low;
+    if (low != nullptr && high != nullptr) {
+        keys.shared = CommonDigits(*low, *high);
+        keys.sameLength = low->count == high->count;
+        keys.numerals = low->HasNumeral() && high->HasNumeral();
+    }
+    if (low != nullptr && !low->isNull)
+        keys.start = low->Position(keys.shared, low->count);
+    if (high != nullptr)
+        keys.end = high->Position(keys.shared, high->count) +
+                   high->Room(std::min(high->count - keys.shared, kDigits));
+    else
+        keys.end = 1.0 + std::max(variant, low != nullptr ? low->variant : variant);
+    return keys;
 }
 
 } // namespace
 
-double KoTextDigits::Position(unsigned skipped) const
+double KoTextDigits::Position(unsigned skipped, unsigned kept) const
 {
     double position = 0.0;
     double unit = 1.0;
-    for (unsigned i = skipped; i < std::min(count, skipped + kDigits); ++i) {
+    for (unsigned i = skipped; i < std::min(kept, skipped + kDigits); ++i) {
         unit /= base;
         position += digits[i] * unit;
     }
     return variant + position;
 }
 
-double KoTextDigits::Room(unsigned skipped, unsigned kept) const
+double KoTextDigits::Room(unsigned behind) const
 {
-    const unsigned behind = count > skipped ? std::min({count - skipped, kept, kDigits}) : 0;
     return std::pow(base, -static_cast<double>(behind));
 }
 
@@ -97,35 +150,29 @@ bool KoTextDigits::HasNumeral() const
 double KoTextShare(unsigned bits, const KoTextAsked& asked, const KoTextDigits* low,
                    const KoTextDigits* high)
 {
-    Keys keys{low, 0, false, false};
-    if (low != nullptr && high != nullptr)
-        keys = {low, CommonDigits(*low, *high), low->count == high->count,
-                low->HasNumeral() && high->HasNumeral()};
-
-    const double start = low == nullptr || low->isNull ? 0.0 : low->Position(keys.shared);
-    const double end = high != nullptr
-                           ? high->Position(keys.shared) + high->Room(keys.shared, kDigits)
-                           : 1.0 + std::max(asked.digits.variant,
-                                            low != nullptr ? low->variant : asked.digits.variant);
-    const double valueTotalArea = end - start;
+    const Keys keys = KeysBetween(low, high, asked.digits.variant);
+    const double valueTotalArea = keys.Area();
     if (!(valueTotalArea > 0.0))
         return 0.0;
-    Interval texts{start, end};
     const unsigned charWildPos = asked.isPattern ? asked.charWildPos : 0xFFFF;
-    if (charWildPos != 0) {
-        const Interval found = IntervalOf(asked, keys);
-        texts = {std::clamp(found.from, start, end), std::clamp(found.to, start, end)};
-    }
-    const double valueRange = texts.to - texts.from;
+    double equal = charWildPos == 0 ? 1.0 : EqualShare(asked, keys);
+    const double valueRange = equal * valueTotalArea;
     AssertEval(charWildPos != 0 || valueRange >= valueTotalArea,
                "charWildPos != 0 || valueRange >= valueTotalArea");
 
+    // Digits do not tell everything about a text. Where they say that all keys equal it, half of
+    // them may still be others.
+    constexpr unsigned kUnequal = KoQOP_LESS | KoQOP_GREATER;
+    if (equal >= 1.0 && (bits & KoQOP_EQUAL) == 0 &&
+        ((bits & kUnequal) == kUnequal || (asked.isPattern && asked.digits.count == 0)))
+        equal = 0.5;
+    const double less = std::min(LessShare(asked.digits, keys), 1.0 - equal);
     double total = 0.0;
     if ((bits & KoQOP_LESS) != 0)
-        total += texts.from - start;
+        total += less;
     if ((bits & KoQOP_GREATER) != 0)
-        total += end - texts.to;
+        total += 1.0 - equal - less;
     if ((bits & KoQOP_EQUAL) != 0)
-        total += valueRange;
-    return std::clamp(total / valueTotalArea, 0.0, 1.0);
+        total += equal;
+    return std::clamp(total, 0.0, 1.0);
 }

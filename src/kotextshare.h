@@ -7,15 +7,19 @@
 /// that texts are made of. What all keys of the index begin with is left out, so that the digits
 /// tell them apart. A pattern is the range of the texts that begin with its literal prefix.
 ///
-/// So is a plain text, by its first digits: texts repeat, and by all its digits the share of one
-/// that occurs often would be far too small. Codes repeat less. The ends of the index and the
-/// condition are taken for codes where all have one length, and a common beginning or numerals.
+/// A text has the room of two digits, however long it is: texts repeat, and by all its digits the
+/// share of one that occurs often would be far too small. Neither has a pattern less, which a text
+/// may be all that meets it. Codes repeat less, and have the room of all their digits. The ends of
+/// the index and the condition are taken for codes where all have one length, and a common
+/// beginning or numerals.
 
-/// The base of texts of letters: the end, the ten numerals, the twenty-six letters, and one for
-/// what stands behind them.
-inline constexpr double kLetterBase = 38.0;
+/// The base of texts of letters. The end is 0, then come the ten numerals, the twenty-six letters,
+/// and fractions for what stands behind them. No digit is above the base less 1: so every text lies
+/// in the room of each of its beginnings.
+inline constexpr double kLetterBase = 39.0;
 inline constexpr double kFirstNumeral = 1.0;
 inline constexpr double kFirstLetter = 11.0;
+inline constexpr double kBehindLetters = 37.0;
 
 struct KoTextDigits {
     static constexpr unsigned kMost = 160;
@@ -27,10 +31,10 @@ struct KoTextDigits {
         if (count < kMost)
             digits[count++] = digit;
     }
-    /// As a number, its first `skipped` digits left out.
-    double Position(unsigned skipped) const;
-    /// The room that texts take which begin with the first `kept` digits behind the skipped.
-    double Room(unsigned skipped, unsigned kept) const;
+    /// The first `kept` digits as a number, of which `skipped` ones are left out.
+    double Position(unsigned skipped, unsigned kept) const;
+    /// The room of the texts that begin with so many certain digits behind those left out.
+    double Room(unsigned behind) const;
     bool HasNumeral() const;
 
     double base;

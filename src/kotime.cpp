@@ -26,6 +26,10 @@ struct TimeType : PackedElements<TemporalLayout<false, 3>> {
     {
         return {fields.hour, fields.minute, fields.second};
     }
+    static KoTime FromStamp(const KoTimeStampRec& clock)
+    {
+        return {clock.hour, clock.minute, clock.second};
+    }
 };
 
 using TimeOps = TemporalOps<TimeType>;

@@ -8,7 +8,7 @@
 // ---- conversion records
 
 KoTypeConvertData* KoTypeConvertData::Make(o_char typeId, unsigned count, void* data,
-                                           KoTypeMgr* manager)
+                                           const KoTypeMgr* manager)
 {
     auto* record = new KoTypeConvertData{manager, data, count, typeId};
     if (record == nullptr)
@@ -36,30 +36,19 @@ KoString* KoTypeConvertData::GetString(int index) const
     return static_cast<KoString*>(data) + index;
 }
 
-void* KoTypeConvertData::operator new(std::size_t size) noexcept
+KoTypeConvertData* KoTypeMgr::ConvertTo(o_char id, void* value, unsigned count) const
 {
-    return KoAlloc(size);
-}
-
-void KoTypeConvertData::operator delete(void* memory) noexcept
-{
-    KoFree(memory);
-}
-
-KoTypeConvertData* KoTypeMgr::ConvertTo(o_char id, void* value, unsigned count)
-{
-    KoTypeConvertData* record =
-        Slot(TypeOf(*m_table, id), &KoTypeDescriptor::convertTo)(value, count);
+    KoTypeConvertData* record = Call<&KoTypeDescriptor::convertTo>(*m_table, id, value, count);
     if (record != nullptr)
         record->manager = this;
     return record;
 }
 
-void* KoTypeMgr::ConvertFrom(o_char id, KoTypeConvertData* data, unsigned count)
+void* KoTypeMgr::ConvertFrom(o_char id, KoTypeConvertData* data, unsigned count) const
 {
     if (data != nullptr)
         data->manager = this;
-    return Slot(TypeOf(*m_table, id), &KoTypeDescriptor::convertFrom)(data, count);
+    return Call<&KoTypeDescriptor::convertFrom>(*m_table, id, data, count);
 }
 
 // ---- text under a format
@@ -73,7 +62,7 @@ KoString& KoTypeMgr::PrintToKoString(o_char id, KoString& text, void* value, con
     const KoPrintFunc print = type->printToKoString;
     if (format == nullptr)
         format = type->printFormat;
-    if (count < 2 || print == CharPrintToKoString)
+    if (count < 2 || print == ExtensionOf(*m_table, id).printsArray)
         return print(text, value, format, count);
     for (unsigned i = 0; i < count; ++i) {
         // In the code set of the whole text: another one may lack characters that this one has.
@@ -160,7 +149,7 @@ KoString Piece(const KoString& text, unsigned begin, unsigned end)
 
 } // namespace
 
-KoString* KoTypeMgr::ConvertToKoStringOld(void* value, o_char id, unsigned count)
+KoString* KoTypeMgr::ConvertToKoStringOld(void* value, o_char id, unsigned count) const
 {
     const std::unique_ptr<KoTypeConvertData> record(ConvertTo(id, value, count));
     if (record == nullptr)
@@ -171,14 +160,19 @@ KoString* KoTypeMgr::ConvertToKoStringOld(void* value, o_char id, unsigned count
     const char delimiter = ChooseDelimiter(*record, count);
     for (unsigned i = 0; i < count; ++i) {
         const KoString* text = record->GetString(static_cast<int>(i));
+        const unsigned length = joined->Len() + (text == nullptr ? 0U : text->Len()) + 1U;
         if (text != nullptr)
             *joined += *text;
         *joined << delimiter;
+        if (joined->Len() != length) { // cut off, or without memory
+            Delete(KoSTRING_T, joined, 1);
+            return nullptr;
+        }
     }
     return joined;
 }
 
-void* KoTypeMgr::ConvertFromKoStringOld(KoString* text, o_char id, unsigned count)
+void* KoTypeMgr::ConvertFromKoStringOld(KoString* text, o_char id, unsigned count) const
 {
     const unsigned length = text->Len();
     const unsigned short delimiter = length == 0 ? ',' : CharAt(*text, length - 1);
@@ -199,5 +193,5 @@ void* KoTypeMgr::ConvertFromKoStringOld(KoString* text, o_char id, unsigned coun
     }
     // The last character is a delimiter, so every character has been taken.
     text->Cut(0, static_cast<short>(KoString::kToEnd));
-    return Slot(TypeOf(*m_table, id), &KoTypeDescriptor::convertFrom)(&record, count);
+    return Call<&KoTypeDescriptor::convertFrom>(*m_table, id, &record, count);
 }

@@ -23,12 +23,12 @@ void KoTypeMgr::SetFactory(unsigned factory)
     m_factory = static_cast<unsigned short>(factory);
 }
 
-void* KoTypeMgr::operator new(std::size_t size) noexcept
+void* KoHeapObject::operator new(std::size_t size) noexcept
 {
     return KoAlloc(size);
 }
 
-void KoTypeMgr::operator delete(void* memory) noexcept
+void KoHeapObject::operator delete(void* memory) noexcept
 {
     KoFree(memory);
 }
@@ -41,11 +41,6 @@ namespace
 char* CopyName(const char* name, char* buffer)
 {
     return buffer == nullptr ? const_cast<char*>(name) : std::strcpy(buffer, name);
-}
-
-bool IsOneOf(o_char id, std::initializer_list<KoTypeId> ids)
-{
-    return std::find(ids.begin(), ids.end(), id) != ids.end();
 }
 
 } // namespace
@@ -91,11 +86,9 @@ unsigned short KoTypeMgr::SupportsCapability(o_char id, unsigned short capabilit
     case KoCAP_NULL:
         return TypeOf(*m_table, id).setNull != nullptr ? 1 : 0;
     case KoCAP_INTEGRAL:
-        return IsOneOf(id, {Ko1B_T, Ko2B_T, Ko4B_T, KoU2B_T, KoU4B_T, KoINT_T, KoUNSIGNED_T,
-                            KoENUM_T, KoU1B_T, KoOBJID_T, KoINT64_T, Ko8B_T, KoU8B_T});
+        return ExtensionOf(id).isIntegral ? 1 : 0;
     case KoCAP_TIMESTAMP:
-        return IsOneOf(
-            id, {KoDATE_T, KoTIME_T, KoDATIME_T, D_DATE_T, D_TIME_T, D_TIMESTAMP_T, KoDATIME_N_T});
+        return ExtensionOf(id).stamp != nullptr ? 1 : 0;
     default:
         return 0;
     }
@@ -118,86 +111,84 @@ void* KoTypeMgr::GetArrayElement(o_char id, void* base, unsigned index, unsigned
 
 void* KoTypeMgr::Create(o_char id, unsigned count) const
 {
-    return Slot(TypeOf(*m_table, id), &KoTypeDescriptor::create)(count);
+    return Call<&KoTypeDescriptor::create>(*m_table, id, count);
 }
 
 void* KoTypeMgr::Delete(o_char id, void* array, unsigned count) const
 {
-    return Slot(TypeOf(*m_table, id), &KoTypeDescriptor::destroy)(array, count);
+    return Call<&KoTypeDescriptor::destroy>(*m_table, id, array, count);
 }
 
 void* KoTypeMgr::DefaultValue(o_char id, unsigned count, int flag) const
 {
-    return Slot(TypeOf(*m_table, id), &KoTypeDescriptor::defaultValue)(count, flag);
+    return Call<&KoTypeDescriptor::defaultValue>(*m_table, id, count, flag);
 }
 
 unsigned KoTypeMgr::Store(o_char id, void* destination, const void* source, unsigned char format,
                           unsigned count) const
 {
-    return Slot(TypeOf(*m_table, id), &KoTypeDescriptor::store)(destination, source, format, count);
+    return Call<&KoTypeDescriptor::store>(*m_table, id, destination, source, format, count);
 }
 
 unsigned KoTypeMgr::Load(o_char id, void* destination, const void* source, unsigned char format,
                          unsigned count) const
 {
-    return Slot(TypeOf(*m_table, id), &KoTypeDescriptor::load)(destination, source, format, count);
+    return Call<&KoTypeDescriptor::load>(*m_table, id, destination, source, format, count);
 }
 
 unsigned KoTypeMgr::DiskLenGet(o_char id, const void* value, unsigned char format, unsigned count,
                                unsigned char valueFormat) const
 {
-    return Slot(TypeOf(*m_table, id), &KoTypeDescriptor::sizeGet)(value, valueFormat, format,
-                                                                  count);
+    return Call<&KoTypeDescriptor::sizeGet>(*m_table, id, value, valueFormat, format, count);
 }
 
 unsigned KoTypeMgr::DiskLenGetFromMemFile(o_char id, MemFile* file, unsigned char format,
                                           unsigned count) const
 {
-    return Slot(TypeOf(*m_table, id), &KoTypeDescriptor::sizeGetFromMemFile)(file, format, count);
+    return Call<&KoTypeDescriptor::sizeGetFromMemFile>(*m_table, id, file, format, count);
 }
 
 int KoTypeMgr::Cmp(o_char id, unsigned length1, void* value1, unsigned length2, void* value2,
                    unsigned short cmpOp, unsigned count, unsigned char format, int& status) const
 {
-    return Slot(TypeOf(*m_table, id), &KoTypeDescriptor::cmp)(format, length1, value1, length2,
-                                                              value2, cmpOp, count, status);
+    return Call<&KoTypeDescriptor::cmp>(*m_table, id, format, length1, value1, length2, value2,
+                                        cmpOp, count, status);
 }
 
 int KoTypeMgr::Cmp(o_char id, void* value1, void* value2, unsigned short cmpOp, unsigned count,
                    unsigned char format) const
 {
     int status = 0;
-    return Slot(TypeOf(*m_table, id), &KoTypeDescriptor::cmp)(format, 0, value1, 0, value2, cmpOp,
-                                                              count, status);
+    return Call<&KoTypeDescriptor::cmp>(*m_table, id, format, 0, value1, 0, value2, cmpOp, count,
+                                        status);
 }
 
 float KoTypeMgr::EvalAndBound(o_char id, KoIdxBounds* bounds, unsigned short& op, void* value,
                               unsigned char format, unsigned count, KoIdxBounds* newBounds,
                               KoEvalData*) const
 {
-    return Slot(TypeOf(*m_table, id), &KoTypeDescriptor::evalAndBound)(bounds, op, value, format,
-                                                                       count, newBounds);
+    return Call<&KoTypeDescriptor::evalAndBound>(*m_table, id, bounds, op, value, format, count,
+                                                 newBounds);
 }
 
 unsigned KoTypeMgr::Hash(o_char id, unsigned length, void* value, unsigned count,
                          unsigned char format, int& status) const
 {
-    return Slot(TypeOf(*m_table, id), &KoTypeDescriptor::hash)(format, length, value, count,
-                                                               status);
+    return Call<&KoTypeDescriptor::hash>(*m_table, id, format, length, value, count, status);
 }
 
 unsigned KoTypeMgr::Translate(o_char id, void* destination, unsigned char destinationFormat,
                               unsigned destinationLength, void* source, unsigned char sourceFormat,
                               unsigned sourceLength, unsigned count) const
 {
-    return Slot(TypeOf(*m_table, id),
-                &KoTypeDescriptor::translate)(destination, destinationFormat, destinationLength,
-                                              source, sourceFormat, sourceLength, count);
+    return Call<&KoTypeDescriptor::translate>(*m_table, id, destination, destinationFormat,
+                                              destinationLength, source, sourceFormat, sourceLength,
+                                              count);
 }
 
 int KoTypeMgr::IsNullValue(o_char id, void* value) const
 {
-    return Slot(TypeOf(*m_table, id), &KoTypeDescriptor::isNull)(value);
+    return Call<&KoTypeDescriptor::isNull>(*m_table, id, value);
 }
 
 // ---- the functions of a type

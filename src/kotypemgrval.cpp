@@ -1,7 +1,7 @@
 #include "kotypeslot.h"
 #include "kovalueops.h"
 
-#include <koodmg.h>
+#include <cstddef>
 
 // ---- process-wide texts
 
@@ -46,7 +46,7 @@ int KoTypeMgr::DiskIsNullValue(o_char, void*) const
     return KoRC_NOT_SUPPORTED;
 }
 
-int KoTypeMgr::SetNullValue(o_char id, void* value)
+int KoTypeMgr::SetNullValue(o_char id, void* value) const
 {
     const KoTypeDescriptor& type = TypeOf(*m_table, id);
     if (type.setNull != nullptr) {
@@ -73,13 +73,13 @@ int KoTypeMgr::SetNullValue(o_char id, void* value)
 // ---- sequences
 
 int KoTypeMgr::GetValue(o_char id, void* value, unsigned length, unsigned char format,
-                        unsigned char kind)
+                        unsigned char kind) const
 {
     if (kind != 'M' && kind != 'N' && kind != 'O')
         return KoRC_NOT_SUPPORTED;
     const KoTypeDescriptor& type = TypeOf(*m_table, id);
     const KoGetValueFunc step = Slot(type, &KoTypeDescriptor::getValue);
-    if (format == KoFMT_MEMORY || id == KoSTRING_T)
+    if (format == KoFMT_MEMORY || ExtensionOf(*m_table, id).stepsInEveryForm)
         return step(value, length, format, kind);
 
     void* element = Create(id, 1);
@@ -101,22 +101,12 @@ int KoTypeMgr::GetValue(o_char id, void* value, unsigned length, unsigned char f
 // ---- time stamps
 
 int KoTypeMgr::StoreTimeStamp(o_char id, void* destination, unsigned char format,
-                              KoTimeStampRec* clock)
+                              KoTimeStampRec* clock) const
 {
-    if (clock == nullptr || SupportsCapability(id, KoCAP_TIMESTAMP) == 0)
+    const KoStampFunc stamp = ExtensionOf(id).stamp;
+    if (clock == nullptr || stamp == nullptr)
         return KoRC_NOT_SUPPORTED;
-    // The fraction counts as whole seconds: the sum is not scaled. Stored stamps rely on it.
-    const float seconds = static_cast<float>(clock->second) + static_cast<float>(clock->fraction);
-    const d_Timestamp stamp(
-        d_Date(static_cast<o_2b>(clock->year), static_cast<o_u2b>(clock->month),
-               static_cast<o_u2b>(clock->day)),
-        d_Time(static_cast<o_u2b>(clock->hour), static_cast<o_u2b>(clock->minute), seconds));
-    const void* source = clock; // its leading bytes are the memory form of the date types
-    if (id == KoTIME_T)
-        source = &clock->hour;
-    else if (id == D_TIME_T)
-        source = &stamp.time();
-    else if (id == D_DATE_T || id == D_TIMESTAMP_T)
-        source = &stamp;
-    return static_cast<int>(Store(id, destination, source, format, 1));
+    alignas(std::max_align_t) unsigned char value[16];
+    stamp(value, *clock);
+    return static_cast<int>(Store(id, destination, value, format, 1));
 }

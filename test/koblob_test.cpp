@@ -357,6 +357,15 @@ TEST(KoBlob, LackOfMemoryLeavesTheValue)
     KoSetMemoryHandler([](std::size_t size) { asked = size; });
     blob.Append("56", 2);
     EXPECT_EQ(asked, 6U);
+    // The second append of a run asks for 9 bytes, and makes do with 6.
+    asked = 0;
+    const auto atMostSix = [](std::size_t size) { return size > 6 ? nullptr : std::malloc(size); };
+    KoSetAllocator(atMostSix, std::free);
+    blob.SetTo("1", 1);
+    blob.Append("23", 2);
+    blob.Append("456", 3);
+    EXPECT_EQ(Shown(blob), "6:123456");
+    EXPECT_EQ(asked, 0U);
 }
 
 } // namespace

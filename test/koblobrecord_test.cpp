@@ -1,4 +1,5 @@
 #include "blobs.h"
+#include "failing_heap.h"
 
 #include <gtest/gtest.h>
 #include <kotms.h>
@@ -37,24 +38,62 @@ TEST(KoBlobRecord, CutArraysCompareAsFarAsTheyGo)
 {
     KoBlob two[2] = {Of("a"), Of("b")};
     KoBlob other[2] = {Of("a"), Of("c")};
-    int status = 0;
-    EXPECT_EQ(BlobCompare(KoFMT_MEMORY, 8, two, 16, other, 0, 2, status), 0);
-    EXPECT_EQ(status, KoRC_TRUNCATED);
-    EXPECT_LT(BlobCompare(KoFMT_MEMORY, 16, two, 16, other, 0, 2, status), 0);
-    EXPECT_EQ(status, KoRC_OK);
+    KoBlob first[2] = {Null(), Of("b")};
+    const KoTypeMgr manager;
+    const struct {
+        KoBlob* a;
+        KoBlob* b;
+        unsigned elements; ///< inside the bound of `b`
+        int order;
+        int status;
+        const char* reason;
+    } rows[] = {
+        {two, other, 1, 0, KoRC_TRUNCATED, "equal as far as it goes"},
+        {two, other, 2, -1, KoRC_OK, "whole"},
+        {other, first, 1, 2, KoRC_TRUNCATED, "the step is tried behind what decides"},
+        {other, first, 2, 2, KoRC_OK, "and succeeds"},
+    };
+    for (const auto& row : rows) {
+        for (const unsigned char format : {KoFMT_MEMORY, KoFMT_BIG}) {
+            SCOPED_TRACE(row.reason);
+            const bool memory = format == KoFMT_MEMORY;
+            unsigned char stored[2][64];
+            manager.Store(KoBLOB_T, stored[0], row.a, KoFMT_BIG, 2);
+            manager.Store(KoBLOB_T, stored[1], row.b, KoFMT_BIG, 2);
+            const unsigned bound =
+                memory ? row.elements * 8
+                       : manager.DiskLenGet(KoBLOB_T, row.b, format, row.elements, KoFMT_MEMORY);
+            void* a = memory ? static_cast<void*>(row.a) : stored[0];
+            void* b = memory ? static_cast<void*>(row.b) : stored[1];
+            int status = -1;
+            EXPECT_EQ(BlobCompare(format, 0, a, bound, b, 0, 2, status), row.order);
+            EXPECT_EQ(status, row.status);
+            EXPECT_EQ(BlobCompare(format, bound, b, 0, a, 0, 2, status), -row.order);
+            EXPECT_EQ(status, row.status);
+            manager.Hash(KoBLOB_T, bound, b, 2, format, status);
+            EXPECT_EQ(status, row.elements == 2 ? KoRC_OK : KoRC_TRUNCATED);
+        }
+    }
 }
 
-TEST(KoBlobRecord, HashesTakeBytesUnsignedAndInBlocksAsOneByOne)
+TEST(KoBlobRecord, ALoadWithoutMemorySaysSo)
 {
-    std::string bytes;
-    unsigned expected = 19;
-    for (unsigned i = 0; i < 19; ++i) {
-        bytes += static_cast<char>(200 + i);
-        expected = expected * 9 + 200 + i;
+    const KoTypeMgr manager;
+    const KoBlob source[2] = {Of("new"), Of("newer")};
+    unsigned char stored[64];
+    const unsigned size = manager.Store(KoBLOB_T, stored, source, KoFMT_LITTLE, 2);
+    for (const KoBlob& before : {Of("b"), KoBlob(), Null()}) {
+        for (int first = 0;; ++first) {
+            KoBlob loaded[2] = {before, before};
+            const FailingHeap heap(first);
+            const unsigned read = manager.Load(KoBLOB_T, loaded, stored, KoFMT_LITTLE, 2);
+            EXPECT_EQ(read, heap.HasFailed() ? 0 : size);
+            EXPECT_EQ(heap.HandlerCalls(), heap.HasFailed() ? 1 : 0);
+            EXPECT_EQ(Shown(loaded[1]), Shown(heap.HasFailed() ? before : source[1]));
+            if (!heap.HasFailed())
+                break;
+        }
     }
-    int status = 1;
-    KoBlob blob = Of(bytes);
-    EXPECT_EQ(KoTypeMgr().Hash(KoBLOB_T, 0, &blob, 1, KoFMT_MEMORY, status), expected);
 }
 
 // ---- text

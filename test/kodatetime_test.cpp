@@ -170,8 +170,19 @@ TEST(KoDateTimeN, Sums)
     for (const double n : {1e300, -1e300, std::numeric_limits<double>::infinity()}) {
         value.SetTotalSeconds(n);
         KoDateTimeN limit;
-        limit.SetTotalNanoSeconds(n > 0 ? kMax : kMin);
+        limit.SetTotalSeconds(n > 0 ? kMax : kMin);
         EXPECT_EQ(value, limit);
+    }
+    // On both sides of what 64 bits hold as nanoseconds, and far from it.
+    for (const double n :
+         {9223372036.0, 9223372037.25, 1e11 + 0.5, -9223372036.0, -9223372037.75, -1e11 - 0.25}) {
+        const double whole = std::floor(n);
+        KoDateTimeN parts = KoDateTimeN::ZeroValue();
+        parts.AddSeconds(static_cast<o_8b>(whole));
+        parts.AddNanoSeconds(static_cast<o_8b>((n - whole) * 1e9));
+        EXPECT_EQ(KoDateTimeN(n), parts) << n;
+        EXPECT_EQ(KoDateTimeN(n).GetTotalSeconds_f(), n);
+        EXPECT_EQ(KoTimeSpan(n).GetTotalSeconds_f(), n);
     }
     value.SetTotalSeconds(std::numeric_limits<double>::quiet_NaN());
     EXPECT_EQ(value, KoDateTimeN::ZeroValue());

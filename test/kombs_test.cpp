@@ -171,21 +171,43 @@ TEST(Utf8String, BuffersTakeTheTextWithItsTerminator)
     EXPECT_EQ(KoString2KoMBS(text, buffer.data(), -5), -1);
 }
 
-TEST(Utf8String, LongTextIsCutAndMemoryMayRunOut)
+TEST(Utf8String, LongTextIsRefusedAndMemoryMayRunOut)
 {
-    KoString text(KoCS_UNICODE, 0);
-    std::string utf8;
-    for (int i = 0; i < 40000; ++i)
-        utf8 += "\xC3\xA9";
-    EXPECT_EQ(KoMBS2KoString(utf8.c_str(), text, -1), 0);
-    EXPECT_EQ(text.ByteSize(), 65532);
-    EXPECT_EQ(KoMBS2KoString((utf8 + "\xFF").c_str(), text, -1), -1) << "faulty where it is cut";
-    EXPECT_EQ(KoMBS2KoString(std::string(70000, 'x').c_str(), text, -1), 0);
-    EXPECT_EQ(text.Len(), 32765);
+    const struct {
+        unsigned char codeSet;
+        const char* piece;
+        int count;
+        const char* end;
+        int result;
+        const char* why;
+    } rows[] = {
+        {KoCS_UNICODE, "\xC3\xA9", 32765, "", 0, "just fits"},
+        {KoCS_UNICODE, "\xC3\xA9", 32765, "x", KoMBS_TOO_LONG, "one more"},
+        {KoCS_UNICODE, "\xF0\x9F\x98\x80", 16383, "", KoMBS_TOO_LONG, "pairs are two each"},
+        {KoCS_UNICODE, "\xF0\x9F\x98\x80", 16382, "x", 0, "and fit with one more"},
+        {KoCS_UNICODE, "x", 32766, "", KoMBS_TOO_LONG, "ASCII"},
+        {KoCS_UNICODE, "\xC3\xA9", 40000, "\xFF", KoMBS_MALFORMED, "faulty behind the longest"},
+        {KoCS_LATIN1, "\xC3\xA9", 65531, "", 0, "8 bits hold more"},
+        {KoCS_LATIN1, "x", 65531, "", 0, "of ASCII, too"},
+        {KoCS_LATIN1, "\xC3\xA9", 65531, "x", KoMBS_TOO_LONG, "one more"},
+        {KoCS_LATIN1, "\xE2\x82\xAC", 65532, "", KoMBS_TOO_LONG, "lacking ones count as well"},
+        {KoCS_NONE, "x", 65532, "", KoMBS_TOO_LONG, "no code set"},
+    };
+    for (const auto& row : rows) {
+        std::string utf8;
+        for (int i = 0; i < row.count; ++i)
+            utf8 += row.piece;
+        utf8 += row.end;
+        KoString read = Text(u"keep", row.codeSet, 7);
+        EXPECT_EQ(KoMBS2KoString(utf8.c_str(), read, -1), row.result) << row.why;
+        EXPECT_EQ(row.result == 0 ? Utf8(read) : "keep", row.result == 0 ? utf8 : Utf8(read));
+    }
+    const std::string utf8 = "\xC3\xA9" + std::string(1000, 'x');
+    KoString text("some");
     for (int first = 0; first < 2; ++first) {
         const FailingHeap none(first);
         KoString keep(KoCS_UNICODE, 0);
-        EXPECT_EQ(KoMBS2KoString(utf8.c_str(), keep, -1), -1);
+        EXPECT_EQ(KoMBS2KoString(utf8.c_str(), keep, -1), KoMBS_NO_MEMORY);
         EXPECT_TRUE(keep.IsEmpty() && none.HandlerCalls() == 1);
     }
     const FailingHeap none(0);

@@ -6,8 +6,10 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstring>
 #include <limits>
 #include <random>
+#include <string>
 
 namespace
 {
@@ -183,6 +185,68 @@ TEST(OdmgTime, ConstructionAndZones)
     EXPECT_EQ(Key(d_Time(3725)), 1020500);
     EXPECT_EQ(d_Time(KoDateTime(KoDate(0), KoTime(0))).tz_hour(), 2);
     EXPECT_EQ(d_Time(zoned).tz_hour(), -5);
+}
+
+// Seconds and zone of a text that has both.
+TEST(OdmgTime, TextsWithZones)
+{
+    const struct {
+        const char* text;
+        int zoneHour, zoneMinute;
+        const char* printed; // null: as it is
+        const char* reason;
+    } rows[] = {
+        {"10:20:30.500-05:30", -5, -30, nullptr, "the sign is that of both parts"},
+        {"10:20:30.500-00:30", 0, -30, nullptr, "of a minute alone"},
+        {"10:20:30.500-05:+30", -5, 30, nullptr, "a minute with its own sign"},
+        {"10:20:30.500+05:-30", 5, -30, nullptr, "a minute with its own sign"},
+        {"10:20:30.500-05:-30", -5, -30, "10:20:30.500-05:30", "the same sign twice"},
+        {"10:20:30.500+01", 1, 0, "10:20:30.500+01:00", "an hour alone"},
+        {"10:20:30.500-0530", -5, -30, "10:20:30.500-05:30", "without a colon"},
+        {"10:20:30.500 -5:30 ", -5, -30, "10:20:30.500-05:30", "blanks"},
+        {"10:20:30.500Z", 0, 0, "10:20:30.500", "Greenwich"},
+        {"10:20:30.500 z", 0, 0, "10:20:30.500", "Greenwich"},
+        {"10:20:30.500+00:00", 0, 0, "10:20:30.500", "a zone of 0"},
+        {"10:20:30.500", 0, 0, nullptr, "none"},
+        {"10:20:30.500+128:00", 0, 0, "10:20:30.500", "no zone: beyond a byte"},
+        {"10:20:30.500+123", 0, 0, "10:20:30.500", "no zone: three digits"},
+    };
+    const ZoneScope zone(d_Time::USeastern);
+    for (const auto& row : rows) {
+        for (const std::string date : {"", "2024-02-05T"}) {
+            SCOPED_TRACE(date + row.text);
+            Value value(date.empty() ? "d_Time" : "d_Timestamp");
+            value.ConvertFrom((date + row.text).c_str());
+            const d_Time time = date.empty() ? *static_cast<d_Time*>(value.Data())
+                                             : static_cast<d_Timestamp*>(value.Data())->time();
+            EXPECT_EQ(Key(time), 10203050);
+            EXPECT_EQ(std::pair(time.tz_hour(), time.tz_minute()),
+                      std::pair(row.zoneHour, row.zoneMinute))
+                << row.reason;
+            EXPECT_EQ(value.Converted(), date + (row.printed != nullptr ? row.printed : row.text));
+        }
+    }
+    Value day("d_Timestamp");
+    day.ConvertFrom("2024-02-05");
+    EXPECT_EQ(Key(static_cast<d_Timestamp*>(day.Data())->date()), 20240205) << "a day, and no zone";
+}
+
+TEST(OdmgTime, EveryTextReadsBackUnderAnotherDefault)
+{
+    std::mt19937 random(5);
+    Value time("d_Time");
+    for (unsigned zone = 0; zone < 0x10000; ++zone) {
+        unsigned char fields[6] = {static_cast<unsigned char>(zone >> 8),
+                                   static_cast<unsigned char>(zone)};
+        for (unsigned i = 2; i < 6; ++i)
+            fields[i] = static_cast<unsigned char>(random());
+        std::memcpy(time.Data(), fields, sizeof fields);
+        d_Time::set_default_Time_Zone(zone % 2 == 0 ? d_Time::GMT3 : d_Time::GMT);
+        const std::string text = time.Converted();
+        const ZoneScope elsewhere(d_Time::USpacific);
+        time.ConvertFrom(text.c_str());
+        ASSERT_EQ(std::memcmp(time.Data(), fields, sizeof fields), 0) << text;
+    }
 }
 
 TEST(OdmgTime, Clock)

@@ -1,4 +1,5 @@
 #include "datafile.h"
+#include "failing_heap.h"
 
 #include <gtest/gtest.h>
 
@@ -248,8 +249,8 @@ std::u16string Folded(const std::u16string& text, bool pattern, bool bytes, o_u2
 bool Matches(const std::u16string& text, const std::u16string& pattern)
 {
     // can[j]: the text so far matches the first j of the pattern.
-    bool can[32] = {true};
     const std::size_t n = pattern.size();
+    bool can[2048] = {true};
     for (std::size_t j = 0; j < n && pattern[j] == 1; ++j)
         can[j + 1] = true;
     for (const char16_t c : text) {
@@ -289,12 +290,66 @@ TEST(StrCmp, WildcardsMatchAsASimpleMatcherDoes)
     EXPECT_GT(matches, 30000U);
 }
 
-// The time is at most the product of the lengths: a matcher that tries every way would not end.
+// Texts and patterns that repeat, so that many places have to be tried: with them the search takes
+// over that does not go back, and where it has no memory it is not missed.
+TEST(StrCmp, LongPatternsMatchAsASimpleMatcherDoes)
+{
+    Random random(7);
+    const char16_t* const alphabets[] = {u"aaaaab", u"ab ", u"s\u00DF", u"aA\u00E9e"};
+    const o_u2b words[] = {0, 0x60, 0x80, 0x2E0};
+    const unsigned char codeSets[] = {0, 0, 1, 32, 253};
+    unsigned matches = 0;
+    for (unsigned i = 0; i < 800; ++i) {
+        const std::u16string alphabet = alphabets[random.Below(std::size(alphabets))];
+        const auto draw = [&](unsigned length) {
+            std::u16string units;
+            const unsigned period = 1 + random.Below(30);
+            for (unsigned at = 0; at < length; ++at)
+                units += at >= period && random.Below(60) != 0
+                             ? units[at - period]
+                             : alphabet[random.Below(static_cast<unsigned>(alphabet.size()))];
+            return units;
+        };
+        const std::u16string units = draw(100 + random.Below(500));
+        std::u16string pattern;
+        for (unsigned pieces = 1 + random.Below(4); pieces > 0; --pieces) {
+            const auto length = random.Below(static_cast<unsigned>(units.size()) / 3);
+            std::u16string piece = units.substr(random.Below(100), length);
+            for (char16_t& unit : piece) {
+                if (pieces % 2 == 0 && random.Below(5) == 0)
+                    unit = u'?';
+                else if (random.Below(6 * length) == 0)
+                    unit = u'b';
+            }
+            pattern += u"*" + piece;
+        }
+        if (random.Below(2) == 0)
+            pattern += u'*';
+        const unsigned char codeSet = codeSets[random.Below(std::size(codeSets))];
+        const unsigned char other = codeSet == 0 ? 0 : codeSets[2 + random.Below(3)];
+        const o_u2b cmpOp = words[random.Below(std::size(words))];
+        const KoString text = Text(units, codeSet);
+        const bool expected = Matches(Folded(units, false, codeSet == 0, cmpOp),
+                                      Folded(pattern, true, codeSet == 0, cmpOp));
+        matches += expected ? 1U : 0U;
+        const KoString asked = Text(pattern, other);
+        const int order = text.Compare(asked, -1, cmpOp);
+        ASSERT_EQ(order == 0, expected) << i;
+        const FailingHeap none(static_cast<int>(i % 7));
+        ASSERT_EQ(text.Compare(asked, -1, cmpOp), order) << i;
+        ASSERT_EQ(none.HandlerCalls(), 0);
+    }
+    EXPECT_GT(matches, 100U);
+    EXPECT_LT(matches, 700U);
+}
+
+// The time is nearly that of the text's length: the product of the lengths would be half an hour.
 TEST(StrCmp, NoPatternTakesLong)
 {
-    const auto repeated = [](const char* piece, const char* end, unsigned length) {
+    const std::string half(32765, 'a');
+    const auto repeated = [](const std::string& piece, const char* end, unsigned length) {
         std::string text;
-        while (text.size() + std::strlen(piece) + std::strlen(end) <= length)
+        while (text.size() + piece.size() + std::strlen(end) <= length)
             text += piece;
         return KoString((text + end).c_str());
     };
@@ -304,9 +359,16 @@ TEST(StrCmp, NoPatternTakesLong)
         KoString pattern;
         bool matches;
     } rows[] = {
-        {repeated("*a", "*b", kLongest), false}, {repeated("a*", "", kLongest), true},
-        {repeated("*?", "", kLongest), true},    {repeated("*", "b", kLongest), false},
-        {repeated("a", "*b", kLongest), false},  {repeated("*aaaaaaaaab", "*", kLongest), false},
+        {repeated("*a", "*b", kLongest), false},
+        {repeated("a*", "", kLongest), true},
+        {repeated("*?", "", kLongest), true},
+        {repeated("*", "b", kLongest), false},
+        {repeated("a", "*b", kLongest), false},
+        {repeated("*aaaaaaaaab", "*", kLongest), false},
+        {repeated("*" + half, "b", kLongest), false},
+        {repeated("*" + half, "b*", kLongest), false},
+        {repeated("*?" + half, "b*", kLongest), false},
+        {repeated("*?" + half, "?", kLongest), true},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(text.Compare(row.pattern, -1, 0) == 0, row.matches);

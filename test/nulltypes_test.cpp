@@ -21,7 +21,7 @@ TEST(NullTypes, StoredForms)
         EXPECT_EQ(stored[0] * 256 + stored[1], 256 + 65) << "every indicator is stored as 1";
         int status;
         EXPECT_EQ(manager.Hash(KoNULL_1B_T, 0, &element, 1, KoFMT_MEMORY, status),
-                  0x4E554C4CU * 1103515245U)
+                  manager.Hash(KoNULL_1B_T, 0, stored, 1, KoFMT_LITTLE, status))
             << "stored too, and the value beside null plays no part";
     }
     const struct {
@@ -83,6 +83,61 @@ TEST(NullTypes, NullPrintStringMayChange)
     manager.ScanFromKoString(KoNULL_2B_T, back, text, nullptr, 3);
     EXPECT_EQ(back[0].value * 10 + back[2].value, -43) << "a minus sign is not null";
     EXPECT_EQ(back[0].null * 4 + back[1].null * 2 + back[2].null, 2);
+    KoTypeMgr::SetNullPrintString(before);
+}
+
+// Neither the default operator word nor wildcards decide what is null.
+TEST(NullTypes, TextIsComparedWithTheNullPrintStringAsItStands)
+{
+    const struct {
+        const char* null;
+        unsigned char nullSet;
+        const char* text;
+        unsigned char textSet;
+        bool isNull;
+        const char* why;
+    } rows[] = {
+        {"*", 1, "text", 1, false, "no wildcard"},
+        {"*", 1, "*", 1, true, "but itself"},
+        {"nil", 1, "NIL", 1, false, "case counts"},
+        {"nil", 1, "n\xEFl", 1, false, "accents, too"},
+        {"nil", 1, " nil", 1, false, "and spaces"},
+        {"nil", 1, "nil", 253, true, "another code set"},
+        {"nil", 253, "nil", 0, true, "none"},
+        {"n\xEFl", 0, "n\xEFl", 1, true, "none here"},
+        {"n\xEFl", 0, "n\xEFl", 253, true, "or wide"},
+        {"?", 1, "\xFF", 21, false, "what is lacking is no question mark"},
+        {"", 1, "", 1, false, "an empty one stands for nothing"},
+        {"", 1, "text", 1, false, "before a text either"},
+    };
+    KoTypeMgr manager;
+    const KoString before = KoTypeMgr::GetNullPrintString();
+    const auto cmpOp = KoString::GetDefaultCmpOp();
+    for (const o_u2b word : {o_u2b{0}, o_u2b{0x2E0}}) {
+        KoString::SetDefaultCmpOp(word);
+        for (const auto& row : rows) {
+            const auto in = [](const char* text, unsigned char codeSet) {
+                KoString string(text);
+                if (KoCodeSetWidth(codeSet) == 2)
+                    string.MapToCodeSet(codeSet);
+                else
+                    string.SetCodeSetCode(codeSet);
+                return string;
+            };
+            KoTypeMgr::SetNullPrintString(in(row.null, row.nullSet));
+            KoString text = in(row.text, row.textSet);
+            KoString value;
+            manager.ScanFromKoString(KoSTRING_T, &value, text, nullptr, 1);
+            EXPECT_EQ(value.IsNullValue(), row.isNull) << row.why;
+            KoDate date(2024, 3, 5);
+            manager.ScanFromKoString(KoDATE_T, &date, text, nullptr, 1);
+            EXPECT_EQ(date.IsNullValue(), row.isNull) << row.why;
+            KoBlob blob;
+            manager.ScanFromKoString(KoBLOB_T, &blob, text, nullptr, 1);
+            EXPECT_EQ(blob.IsNullValue(), row.isNull) << row.why;
+        }
+    }
+    KoString::SetDefaultCmpOp(cmpOp);
     KoTypeMgr::SetNullPrintString(before);
 }
 

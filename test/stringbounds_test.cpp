@@ -135,6 +135,48 @@ TEST(StringBounds, Estimates)
     });
 }
 
+// What a prefix selects holds every text that begins with it, and the operators share the index.
+TEST(StringBounds, EstimatesOfPartsFitTogether)
+{
+    static const char* const kTexts[] = {"",       ".",     "a",       "abc",    "ab.c-d",
+                                         "abzz9",  "page1", "page-10", "page99", "\xDF\xFEx",
+                                         "zzzzzz", "0x12",  "~",       "+*"};
+    const auto check = [](auto text, o_char type, const char* lowest, const char* highest) {
+        using Text = decltype(text);
+        Text ends[] = {lowest, highest};
+        KoIdxBounds keys{ends, ends + 1, 0, 0};
+        const auto share = [&](const std::string& of, const std::string& op) {
+            Text value(of.c_str());
+            unsigned short word = OperatorOf(op);
+            return current.EvalAndBound(type, &keys, word, &value, KoFMT_MEMORY, 1, nullptr,
+                                        nullptr);
+        };
+        for (const std::string asked : kTexts) {
+            SCOPED_TRACE(std::string(lowest) + " to " + highest + ", " + asked);
+            const float equal = share(asked, "=");
+            float shorter = 1.0F;
+            for (std::size_t n = 0; n <= asked.size(); ++n) {
+                const float prefix = share(asked.substr(0, n) + "*", "=");
+                ASSERT_LE(prefix, shorter);
+                ASSERT_LE(equal, prefix);
+                shorter = prefix;
+            }
+            if (asked == "+*")
+                continue;
+            const float all = share(asked, "<=>"); // 0 where the highest key is below the lowest
+            EXPECT_NEAR(share(asked, "<") + equal + share(asked, ">"), all, 1e-6);
+            EXPECT_EQ(share(asked, "<>") > 0.0F, all > 0.0F);
+        }
+    };
+    for (const char* lowest : kTexts) {
+        for (const char* highest : kTexts) {
+            check(KoString(), KoSTRING_T, lowest, highest);
+            check(KoIString(), KoISTRING_T, lowest, highest);
+            check(KoCaseIString(), KoCASEISTRING_T, lowest, highest);
+        }
+    }
+}
+
 /// Texts of few characters, so that many share beginnings and differ in one thing alone.
 class TextMaker
 {

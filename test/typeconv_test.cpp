@@ -165,6 +165,14 @@ TEST(TypeText, OldTextDelimitsItself)
         EXPECT_EQ(Text(*static_cast<KoString*>(joined.data)), row.joined);
     }
     EXPECT_EQ(manager.ConvertToKoStringOld(&manager, KoRES_T, 1), nullptr);
+    // A text that is cut would come back as other values.
+    const std::string half(32765, 'x');
+    for (const unsigned more : {0U, 1U}) {
+        KoString values[] = {half.c_str(), (half.substr(1) + std::string(more, 'y')).c_str()};
+        const Array joined{manager, KoSTRING_T, manager.ConvertToKoStringOld(values, KoSTRING_T, 2),
+                           1};
+        ASSERT_EQ(joined.data == nullptr, 65529U + 2 + more > 65531U);
+    }
 }
 
 TEST(TypeText, OldTextIsSplitAtItsLastCharacter)

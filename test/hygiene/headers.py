@@ -22,7 +22,7 @@ def compile_alone(header):
     """The compiler's complaints about `header`, nothing when it compiles."""
     # As a program includes it, twice: a header without a guard fails too.
     run = run_compiler(f'#include "{header}"\n' * 2, "-fsyntax-only", "-Wall", "-Wextra", "-Wpedantic",
-                       "-Wconversion", "-Werror")
+                       "-Wconversion", "-Wshadow", "-Wold-style-cast", "-Werror")
     return run.stderr if run.returncode else ""
 
 

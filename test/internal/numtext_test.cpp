@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <bit>
 #include <charconv>
 #include <cmath>
@@ -109,6 +110,66 @@ TEST(NumberText, SeventeenDigitsAreExactAndReadBack)
     float single = 0;
     ASSERT_TRUE(KoScanNumber(single, "0.10000000149011612", 19, "%.17g"));
     EXPECT_EQ(single, 0.1F);
+}
+
+/// The shortest text of a number reads back as it, and no text of a digit less does.
+template <class T>
+void ExpectShortest(T value)
+{
+    char room[kRoomForShortest];
+    const std::string text(room, KoPrintShortest(room, value));
+    const auto reads = [value](const std::string& digits) {
+        T back = 1;
+        unsigned errorAt;
+        EXPECT_EQ(KoParseNumber(back, digits.data(), digits.size(), nullptr, errorAt), 0) << digits;
+        return back == value && std::signbit(back) == std::signbit(value);
+    };
+    ASSERT_TRUE(reads(text)) << text;
+    const std::string digits = text.substr(0, text.find('e'));
+    const auto first =
+        std::find_if(digits.begin(), digits.end(), [](char c) { return c >= '1' && c <= '9'; });
+    const auto count = std::count_if(first, digits.end(), [](char c) { return c >= '0'; });
+    // Zeros at the end of a whole number are places, and the number is exact.
+    if (digits == text && digits.find('.') == std::string::npos) {
+        ASSERT_EQ(text, Print("%.17g", value));
+    } else if (count > 1) {
+        ASSERT_FALSE(reads(Print(("%." + std::to_string(count - 2) + "e").c_str(), value))) << text;
+    }
+}
+
+TEST(NumberText, ShortestTextsReadBack)
+{
+    const struct {
+        double value;
+        const char* text;
+        const char* reason;
+    } rows[] = {
+        {6.1, "6.1", "17 digits are 6.0999999999999996"},
+        {100000, "100000", "written out although 1e+05 is shorter"},
+        {-0.0, "-0", "the sign of zero"},
+        {0.0001, "0.0001", "the smallest without an exponent"},
+        {0.00001, "1e-05", "the largest with one"},
+        {1e16, "10000000000000000", "17 digits"},
+        {1e17, "1e+17", "18 digits"},
+        {72057594037927936.0, "72057594037927936", "a whole number, exactly"},
+        {5e-324, "5e-324", "the smallest"},
+        {-kInf, "-inf", "no digits"},
+        {kNan, "nan", "no number"},
+    };
+    char room[kRoomForShortest];
+    for (const auto& row : rows)
+        EXPECT_EQ(std::string(room, KoPrintShortest(room, row.value)), row.text) << row.reason;
+    EXPECT_EQ(std::string(room, KoPrintShortest(room, 0.1F)), "0.1") << "of single precision";
+    std::mt19937_64 random(5);
+    for (int i = 0; i < 20000; ++i) {
+        const o_u8b bits = random();
+        if (const auto value = std::bit_cast<double>(bits); std::isfinite(value))
+            ExpectShortest(value);
+        if (const auto value = std::bit_cast<float>(static_cast<o_u4b>(bits)); std::isfinite(value))
+            ExpectShortest(value);
+        ExpectShortest(static_cast<double>(bits >> bits % 64) / 1000);
+        ExpectShortest(static_cast<float>(bits >> bits % 64) / 1000);
+    }
 }
 
 // Every value that a type prints under its default format comes back through both readers.

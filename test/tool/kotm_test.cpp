@@ -30,6 +30,12 @@ void Expect(const Step& step)
     EXPECT_NE(run.out.find(step.output), std::string::npos) << step.reason << "\n" << run.out;
 }
 
+std::string BytesOf(const std::string& cell)
+{
+    const std::u16string units = data::ParseUnits(cell);
+    return {units.begin(), units.end()};
+}
+
 class KotmStore : public testing::Test
 {
 protected:
@@ -79,8 +85,7 @@ TEST(Kotm, Answers)
         const Outcome run = RunKotm(arguments);
         EXPECT_EQ(std::to_string(run.status), row[1]) << run.out;
         if (row[2].rfind("= ", 0) == 0) {
-            const std::u16string bytes = data::ParseUnits(row[2]);
-            EXPECT_EQ(run.out, std::string(bytes.begin(), bytes.end()));
+            EXPECT_EQ(run.out, BytesOf(row[2]));
         } else {
             EXPECT_NE(run.out.find(row[2]), std::string::npos) << run.out;
         }
@@ -90,13 +95,9 @@ TEST(Kotm, Answers)
 TEST_F(KotmStore, RejectsRowsWithTheirPlaces)
 {
     const std::vector<data::Row> rows = data::Read("rejects.txt", 4).at(0).rows;
-    const auto bytes = [](const data::Row& row) {
-        const std::u16string units = data::ParseUnits(row[0]);
-        return std::string(units.begin(), units.end());
-    };
     std::string csv = "\xEF\xBB\xBFId,Title,Latin,Weight\n";
     for (const data::Row& row : rows)
-        csv += bytes(row);
+        csv += BytesOf(row[0]);
     const std::string rejects = m_folder.Path("rejects");
     const Outcome run = Import(csv, "--rejects " + rejects);
     EXPECT_EQ(run.status, 1);
@@ -116,7 +117,7 @@ TEST_F(KotmStore, RejectsRowsWithTheirPlaces)
         const std::size_t end = kept.find('\n', line);
         const std::string reason = kept.substr(line, end - line);
         EXPECT_NE(reason.find(row[2]), std::string::npos) << reason;
-        const std::string rejected = bytes(row);
+        const std::string rejected = BytesOf(row[0]);
         EXPECT_EQ(kept.substr(end + 1, rejected.size()), rejected);
         at = end + 1 + rejected.size();
     }
@@ -130,7 +131,7 @@ TEST_F(KotmStore, FailedImportsLeaveTheStoreAsItWas)
     const std::string before = ReadAll(m_store);
     data::ForEachRow("failedimports.txt", 4, [&](const auto&, const data::Row& row) {
         m_folder.Write("schema", row[0] == "-" ? kSchema : row[0]);
-        const Outcome run = Import(data::ParseText(row[1]).StrGet());
+        const Outcome run = Import(BytesOf(row[1]));
         EXPECT_EQ(run.status, 2);
         EXPECT_NE(run.out.find(row[2]), std::string::npos) << run.out;
         EXPECT_EQ(ReadAll(m_store), before);

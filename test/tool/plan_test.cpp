@@ -180,6 +180,12 @@ TEST(Plan, NeverChangesTheAnswer)
     EXPECT_GE(generated.types, 20U);
     EXPECT_GT(generated.store->Counts().objects, 200U);
     CheckPlans(*generated.store, Predicates(400), 1);
+    // A type that gives every condition one share: two ends leave no less than one of them.
+    const std::string flag = "a" + std::to_string(KoBOOLEAN_T);
+    const std::string text = flag + " >= \"false\" and " + flag + " <= \"true\"";
+    const Condition both =
+        Condition::Make(ParsePredicate(text), text, generated.store->GetSchema());
+    EXPECT_NEAR(MakePlan(*generated.store, both, false).share, 1.0 / 3.0, 1e-6);
 }
 
 class Sample

@@ -63,6 +63,11 @@ public:
         const std::string& name = m_schema.attributes[attribute].name;
         if (m_literals[attribute].empty() || Below(12) == 0)
             return name + (Below(2) == 0 ? " is null" : " is not null");
+        if (Below(24) == 0) {
+            // Outside of every type of numbers; other types refuse it.
+            const char* sign = Below(2) == 0 ? " -" : " ";
+            return name + " " + kOperators[Below(7)] + sign + "9e999";
+        }
         const std::string text = Literal(attribute);
         const bool isText = m_schema.attributes[attribute].type.HasPatterns();
         static const char* const kSuffixes[] = {"", "i", "a", "ia", "x"};

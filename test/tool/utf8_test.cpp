@@ -29,4 +29,30 @@ TEST(Utf8, TextsThereAndBack)
     });
 }
 
+// Nothing is cut off: two long texts would become equal.
+TEST(Utf8, LongTextsAreRefused)
+{
+    std::string wide;
+    for (int i = 0; i < 32765; ++i)
+        wide += "\xD0\xB6";
+    const struct {
+        std::string utf8;
+        unsigned char codeSet;
+        const char* reason;
+    } rows[] = {
+        {std::string(65531, 'x'), 0, ""},
+        {std::string(65532, 'x'), 0, "text of 65532 characters where 65531 are the most"},
+        {wide, 0, ""},
+        {wide + "x", 0, "text of 32766 characters where 32765 are the most"},
+        {std::string(40000, 'x'), 253, "text of 40000 characters where 32765 are the most"},
+    };
+    for (const auto& row : rows) {
+        KoString text("keep");
+        TextFault fault;
+        EXPECT_EQ(ToKoString(row.utf8, row.codeSet, text, fault), *row.reason == 0);
+        EXPECT_EQ(fault.reason, row.reason);
+        EXPECT_EQ(text.Len() == 4, *row.reason != 0);
+    }
+}
+
 } // namespace

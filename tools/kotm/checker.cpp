@@ -3,6 +3,7 @@
 #include "failure.h"
 #include "pagecheck.h"
 #include "store.h"
+#include "visible.h"
 
 #include <algorithm>
 #include <ostream>
@@ -27,10 +28,12 @@ public:
 
     std::uint64_t Run()
     {
+        CheckNames();
         std::uint64_t objects = 0;
         Walk(m_store.Objects(), [&](std::string_view key, std::string_view value) {
             ++objects;
             CheckObject(key, value);
+            CheckDescent(key, value);
         });
         Expect(objects, m_store.Counts().objects, "objects", "the description");
         for (std::size_t i = 0; i < m_schema.attributes.size(); ++i) {
@@ -54,7 +57,7 @@ private:
     void Fault(const std::string& what)
     {
         if (++m_faults <= kShownFaults)
-            m_out << "fault: " << what << '\n';
+            m_out << "fault: " << Visible(what) << '\n';
     }
 
     void Expect(std::uint64_t found, std::uint64_t expected, const std::string& what,
@@ -78,6 +81,18 @@ private:
             CheckLmdb(code, m_store.Path());
     }
 
+    /// An index that the schema does not know of would not be kept.
+    void CheckNames()
+    {
+        MDB_dbi names = 0;
+        CheckLmdb(mdb_dbi_open(m_store.Transaction(), nullptr, 0, &names), m_store.Path());
+        const auto& attributes = m_schema.attributes;
+        const auto indexes = std::count_if(attributes.begin(), attributes.end(),
+                                           [](const Attribute& a) { return a.index; });
+        Expect(m_store.CountEntries(names), static_cast<std::uint64_t>(indexes) + 2, "databases",
+               "the schema");
+    }
+
     void CheckObject(std::string_view key, std::string_view record)
     {
         if (key.size() != kObjectIdBytes || ObjectTag(key.data()) != 0) {
@@ -97,6 +112,20 @@ private:
         }
         for (std::size_t i = 0; i < m_values.size(); ++i)
             CheckValue(i, m_record.Form(i), number, object);
+    }
+
+    /// Looks the object up as a query for its number does: from the root, by the keys of the
+    /// branches. Index entries are looked up like that in CheckValue.
+    void CheckDescent(std::string_view key, std::string_view record)
+    {
+        MDB_val id = Val(key);
+        MDB_val found{};
+        const int code = mdb_get(m_store.Transaction(), m_store.Objects(), &id, &found);
+        if (code != MDB_NOTFOUND)
+            CheckLmdb(code, m_store.Path());
+        if (key.size() == kObjectIdBytes && (code != MDB_SUCCESS || found.mv_data != record.data()))
+            Fault("object " + std::to_string(ObjectNumber(key.data())) +
+                  ": is not found by its number");
     }
 
     void CheckValue(std::size_t attribute, std::string_view form, std::uint64_t number,

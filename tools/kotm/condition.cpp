@@ -1,8 +1,6 @@
 #include "condition.h"
 
-#include "fieldreader.h"
-
-#include <algorithm>
+#include "literal.h"
 
 namespace kotm
 {
@@ -10,70 +8,16 @@ namespace kotm
 namespace
 {
 
-void ReadLiteral(Condition& condition, const Predicate& predicate, std::string_view text,
-                 const Attribute& attribute)
-{
-    const Literal& literal = predicate.literal;
-    const std::size_t start = literal.at.front();
-    if (attribute.type.IsText() && !literal.quoted)
-        FailAt(text, start, "a value of " + attribute.name + " stands in double quotes");
-    condition.cmpOp = kPlainOperator;
-    if (literal.pattern || literal.ignoreCase || literal.ignoreAccents) {
-        if (!attribute.type.HasPatterns())
-            FailAt(text, start,
-                   "wildcards and suffixes go with texts, " + attribute.name + " is of type " +
-                       attribute.type.Name());
-        if (literal.pattern && predicate.op != Operator::Equal &&
-            predicate.op != Operator::NotEqual)
-            FailAt(text, start,
-                   "wildcards go with = and !=; suffix x or \\ makes * and ? plain characters");
-        condition.cmpOp = static_cast<unsigned short>((literal.pattern ? 0 : kPlainOperator) |
-                                                      (literal.ignoreCase ? kIgnoreCase : 0) |
-                                                      (literal.ignoreAccents ? kIgnoreAccents : 0));
-    }
-    Attribute anyCodeSet = attribute;
-    anyCodeSet.codeSet = 0;
-    TextFault fault;
-    switch (FieldReader(anyCodeSet).Read(literal.text, condition.form, fault)) {
-    case FieldReader::Result::Present:
-        return;
-    case FieldReader::Result::Absent:
-        FailAt(text, start, "the null value; ask for it with \"is null\"");
-    case FieldReader::Result::Refused:
-        FailAt(text, literal.at[std::min(fault.offset, literal.at.size() - 1)], fault.reason);
-    }
-}
-
-/// The literal of an object id: the text of one, or its number alone.
-void ReadObjectId(Condition& condition, const Predicate& predicate, std::string_view text)
-{
-    condition.type = KoOBJID_T;
-    const Literal& literal = predicate.literal;
-    if (literal.quoted) {
-        const Attribute id{kObjectIdName, {}, ValueType(KoOBJID_T), std::nullopt, false, 0};
-        ReadLiteral(condition, predicate, text, id);
-        return;
-    }
-    condition.cmpOp = kPlainOperator;
-    o_u8b number = 0;
-    unsigned errorAt = 0;
-    if (Manager().ParseFromKoString(KoU8B_T, &number, KoString(literal.text.c_str()), nullptr,
-                                    errorAt) != 0)
-        FailAt(text, literal.at[std::min<std::size_t>(errorAt, literal.at.size() - 1)],
-               "an object id is a number or a text such as \"(0-17#0)\"");
-    if (number > kMaxObjectNumber)
-        FailAt(text, literal.at.front(), "object numbers have 48 bits");
-    condition.form.resize(kObjectIdBytes);
-    PutObjectId(condition.form.data(), number);
-}
-
 Truth Compare(const Condition& condition, std::string_view form)
 {
     if (form.empty())
         return Truth::Unknown;
     int status = 0;
     const int order =
-        ComparePersistent(condition.type, form, condition.form, condition.cmpOp, status);
+        condition.outside == Outside::Below ? 1
+        : condition.outside == Outside::Above
+            ? -1
+            : ComparePersistent(condition.type, form, condition.form, condition.cmpOp, status);
     const auto truth = [](bool holds) { return holds ? Truth::True : Truth::False; };
     switch (condition.op) {
     case Operator::Equal:
@@ -96,7 +40,7 @@ Truth Compare(const Condition& condition, std::string_view form)
 
 Condition Condition::Make(const Predicate& predicate, std::string_view text, const Schema& schema)
 {
-    Condition condition{predicate.kind, {}, 0, 0, predicate.op, 0, {}};
+    Condition condition{predicate.kind, {}, 0, 0, predicate.op, 0, {}, Outside::No, {}};
     for (const Predicate& part : predicate.parts)
         condition.parts.push_back(Make(part, text, schema));
     if (!condition.parts.empty())
@@ -104,13 +48,12 @@ Condition Condition::Make(const Predicate& predicate, std::string_view text, con
     if (predicate.attribute == kObjectIdName) {
         condition.attribute = kObjectIdIndex;
         if (predicate.kind == Predicate::Kind::Compare)
-            ReadObjectId(condition, predicate, text);
+            ReadObjectIdLiteral(condition, predicate, text);
         return condition;
     }
     const Attribute* attribute = schema.Find(predicate.attribute);
     if (attribute == nullptr)
-        FailAt(text, predicate.attributeAt,
-               "class " + schema.name + " has no attribute \"" + predicate.attribute + "\"");
+        FailAt(text, predicate.attributeAt, schema.NoAttribute(predicate.attribute));
     condition.attribute = static_cast<std::size_t>(attribute - schema.attributes.data());
     condition.type = attribute->type.Id();
     if (predicate.kind == Predicate::Kind::Compare)
@@ -148,6 +91,24 @@ Truth Condition::Evaluate(const RecordReader& record) const
         return truth(!record.Form(attribute).empty());
     }
     return Truth::Unknown;
+}
+
+std::string Condition::ShownEnd() const
+{
+    if ((cmpOp & kPlainOperator) != 0)
+        return "\"" + written + "\"" + Suffixes();
+    std::string shown = "below ";
+    for (std::size_t i = 0; i < written.size() && written[i] != '*' && written[i] != '?'; ++i) {
+        i += written[i] == '\\' && i + 1 < written.size() ? 1 : 0;
+        shown.push_back(written[i]);
+    }
+    return shown + "...";
+}
+
+std::string Condition::Suffixes() const
+{
+    return std::string((cmpOp & kIgnoreCase) != 0 ? "i" : "") +
+           ((cmpOp & kIgnoreAccents) != 0 ? "a" : "");
 }
 
 void Condition::Need(RecordReader& record) const

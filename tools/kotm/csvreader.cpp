@@ -261,13 +261,17 @@ CsvReader::CsvReader(const std::string& path) : m_state(std::make_unique<State>(
 {
     State& state = *m_state;
     state.path = path;
-    state.file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    // Without O_NONBLOCK a pipe would wait for its other end.
+    state.file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     struct stat info {
     };
     if (state.file < 0 || fstat(state.file, &info) != 0)
         throw Failure(Exit::Io, path + ": " + std::strerror(errno));
     if (!S_ISREG(info.st_mode))
-        throw Failure(Exit::Io, path + ": not a regular file");
+        throw Failure(Exit::Io,
+                      path + ": " +
+                          (S_ISDIR(info.st_mode) ? "is a directory" : "is a pipe or device") +
+                          "; rows are read from a regular file");
     state.size = static_cast<std::uint64_t>(info.st_size);
     state.StartParser();
     state.Refill();

@@ -75,6 +75,11 @@ inline std::string_view View(const MDB_val& value)
     return {static_cast<const char*>(value.mv_data), value.mv_size};
 }
 
+inline MDB_val Val(std::string_view bytes)
+{
+    return {bytes.size(), const_cast<char*>(bytes.data())};
+}
+
 /// An index entry: type id (1 byte), comparison operator word (2, most significant byte first),
 /// the persistent form of the value, object id (10). The form is empty for an absent value, which
 /// comes before every other. A form that leaves no room for the rest within LMDB's 511 bytes is

@@ -1,8 +1,10 @@
 #include "explain.h"
 
 #include "failure.h"
+#include "operators.h"
 #include "output.h"
 #include "planner.h"
+#include "visible.h"
 
 #include <nlohmann/json.hpp>
 
@@ -23,25 +25,6 @@ std::string Percent(double share)
     char text[32];
     std::snprintf(text, sizeof text, "%.4g %%", share * 100.0);
     return text;
-}
-
-const char* Symbol(Operator op)
-{
-    switch (op) {
-    case Operator::Equal:
-        return "=";
-    case Operator::NotEqual:
-        return "!=";
-    case Operator::Less:
-        return "<";
-    case Operator::LessEqual:
-        return "<=";
-    case Operator::Greater:
-        return ">";
-    case Operator::GreaterEqual:
-        return ">=";
-    }
-    return "";
 }
 
 class Explainer
@@ -71,9 +54,10 @@ public:
             {m_predicate, "", "", "", "", "", Percent(m_plan.share), Percent(Share(m_found))}));
         writer->Finish();
         if (m_plan.range)
-            out << "\nplan: index on " << m_schema.Name(m_plan.range->attribute) << ", from "
-                << Low(*m_plan.range) << " to " << High(*m_plan.range) << ", about "
-                << Percent(m_plan.rangeShare) << " of its entries\n";
+            out << "\nplan: index on " << Visible(m_schema.Name(m_plan.range->attribute))
+                << ", from " << Visible(Low(*m_plan.range)) << " to "
+                << Visible(High(*m_plan.range)) << ", about " << Percent(m_plan.rangeShare)
+                << " of its entries\n";
         else
             out << "\nplan: all objects\n";
         out << "read " << m_read << ", found " << m_found << " of " << m_objects << '\n';
@@ -107,7 +91,7 @@ public:
                                {"estimated", m_plan.share}, {"true", Share(m_found)},
                                {"plan", std::move(plan)},   {"found", m_found},
                                {"objects", m_objects}};
-        out << all.dump(2, ' ', false, ordered_json::error_handler_t::replace) << '\n';
+        out << VisibleJson(all.dump(2, ' ', false, ordered_json::error_handler_t::replace)) << '\n';
     }
 
 private:
@@ -165,12 +149,12 @@ private:
             return text + " is null";
         if (condition.kind == Predicate::Kind::IsNotNull)
             return text + " is not null";
-        const std::string value = Printed(condition.attribute, condition.form);
+        const std::string value = condition.outside == Outside::No
+                                      ? Printed(condition.attribute, condition.form)
+                                      : condition.written;
         text += std::string(" ") + Symbol(condition.op) + " " +
                 (ValueType(condition.type).IsText() ? "\"" + value + "\"" : value);
-        text += (condition.cmpOp & kIgnoreCase) != 0 ? "i" : "";
-        text += (condition.cmpOp & kIgnoreAccents) != 0 ? "a" : "";
-        return text;
+        return text + condition.Suffixes();
     }
 
     std::string Lowest(const PlanTerm& term) const { return End(term, term.lowest); }
@@ -182,16 +166,23 @@ private:
     }
     std::string From(const PlanTerm& term) const { return term.range ? Low(*term.range) : ""; }
     std::string To(const PlanTerm& term) const { return term.range ? High(*term.range) : ""; }
-    /// An open end is the first or last value.
+    /// An open end is the first or last value; a range that holds nothing has neither.
     std::string Low(const IndexRange& range) const
     {
+        if (range.IsNone())
+            return "(none)";
         if (range.low.form.empty())
             return range.low.behind ? "(first)" : "null";
         return Printed(range.attribute, range.low.form);
     }
     std::string High(const IndexRange& range) const
     {
-        return range.high ? Printed(range.attribute, range.high->form) : "(last)";
+        if (range.IsNone())
+            return "(none)";
+        if (!range.high)
+            return "(last)";
+        return range.high->shown.empty() ? Printed(range.attribute, range.high->form)
+                                         : range.high->shown;
     }
 
     static std::vector<Cell> Cells(const std::array<std::string, 8>& texts)

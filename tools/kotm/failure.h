@@ -3,6 +3,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 namespace kotm
 {
@@ -16,17 +17,22 @@ enum class Exit : int {
     Io = 4,       ///< a file that cannot be read or written, or no memory
 };
 
-/// Ends the command with a status and one sentence for the user.
+/// Ends the command with a status and one sentence for the user. The sentence may hold texts of any
+/// file: whoever shows it makes it visible first.
 class Failure : public std::runtime_error
 {
 public:
-    Failure(Exit status, const std::string& message) : std::runtime_error(message), m_status(status)
+    /// `lines` come below the sentence, as they are.
+    Failure(Exit status, const std::string& message, std::string lines = {})
+        : std::runtime_error(message), m_status(status), m_lines(std::move(lines))
     {
     }
     Exit Status() const noexcept { return m_status; }
+    const std::string& Lines() const noexcept { return m_lines; }
 
 private:
     Exit m_status;
+    std::string m_lines;
 };
 
 } // namespace kotm

@@ -1,17 +1,20 @@
 #include "importer.h"
 
+#include "arguments.h"
 #include "columnreader.h"
 #include "csvreader.h"
 #include "failure.h"
+#include "filekind.h"
 #include "indexbuilder.h"
+#include "rejects.h"
+#include "samefile.h"
 #include "store.h"
+#include "visible.h"
 
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <fstream>
 #include <ostream>
-#include <sstream>
 
 namespace kotm
 {
@@ -23,81 +26,8 @@ namespace
 constexpr std::size_t kSortMemory = 16U << 20;
 /// What the texts that are known of all attributes together may take.
 constexpr std::size_t kTextMemory = 4U << 20;
-/// Rejected rows that are told of one by one where no file takes them.
-constexpr std::uint64_t kShownRejects = 20;
 /// No row takes more store than this many times its bytes in the file: the map begins with that.
 constexpr std::uint64_t kMapFactor = 16;
-
-std::string Place(const FilePosition& position)
-{
-    return "line " + std::to_string(position.line) + ", column " + std::to_string(position.column) +
-           ", byte " + std::to_string(position.offset);
-}
-
-/// Takes rejected rows: the file gets their bytes as they were, the user their places.
-class Rejects
-{
-public:
-    /// `told` is how many an earlier attempt has told of.
-    Rejects(const ImportRequest& request, std::ostream& messages, std::uint64_t& told)
-        : m_path(request.rejects), m_messages(messages), m_told(told)
-    {
-        if (m_path.empty())
-            return;
-        m_file.open(m_path, std::ios::binary | std::ios::trunc);
-        Check();
-    }
-
-    void Take(const CsvReader& csv, const FilePosition& position, const std::string& reason)
-    {
-        ++m_count;
-        if (m_path.empty()) {
-            if (m_count <= m_told)
-                return;
-            m_told = m_count;
-            if (m_count <= kShownRejects)
-                m_messages << "rejected: " << Place(position) << ": " << reason << '\n';
-            else if (m_count == kShownRejects + 1)
-                m_messages << "further rejected rows are not shown; --rejects FILE keeps them\n";
-            return;
-        }
-        m_file << "# " << Place(position) << ": " << reason << "; " << csv.RowLength()
-               << " bytes follow\n";
-        char last = 0;
-        for (std::uint64_t at = 0; at < csv.RowLength();) {
-            const std::string bytes = csv.RowBytes(at, 1U << 20);
-            m_file << bytes;
-            at += bytes.size();
-            last = bytes.back();
-        }
-        if (last != '\n' && last != '\r')
-            m_file << '\n';
-        Check();
-    }
-
-    void Finish()
-    {
-        if (m_path.empty())
-            return;
-        m_file.close();
-        Check();
-    }
-
-    std::uint64_t Count() const { return m_count; }
-
-private:
-    void Check() const
-    {
-        if (!m_file)
-            throw Failure(Exit::Io, m_path + ": cannot be written");
-    }
-
-    std::string m_path;
-    std::ostream& m_messages;
-    std::uint64_t& m_told;
-    std::ofstream m_file;
-    std::uint64_t m_count = 0;
-};
 
 /// A bar that is drawn anew at each whole percent.
 class Progress
@@ -141,15 +71,15 @@ bool Exists(const std::string& path)
 std::vector<std::size_t> MapColumns(CsvReader& csv, const std::string& path, const Schema& schema,
                                     std::size_t& fields)
 {
-    switch (csv.Next()) {
-    case CsvReader::Result::Row:
-        break;
-    case CsvReader::Result::Malformed:
-        throw Failure(Exit::Usage,
-                      path + ": header: " + Place(csv.FaultPosition()) + ": " + csv.Reason());
-    case CsvReader::Result::End:
+    const CsvReader::Result result = csv.Next();
+    if (result == CsvReader::Result::End)
         throw Failure(Exit::Usage, path + ": the file is empty, a header is expected");
-    }
+    const auto refuse = [&](const std::string& reason) {
+        const std::string strange = StrangeEncoding(csv.RowBytes(0, 4096));
+        throw Failure(Exit::Usage, path + ": " + (strange.empty() ? reason : strange));
+    };
+    if (result == CsvReader::Result::Malformed)
+        refuse("header: " + Place(csv.FaultPosition()) + ": " + csv.Reason());
     const std::vector<std::string_view>& header = csv.Fields();
     fields = header.size();
     std::vector<std::size_t> columns;
@@ -157,14 +87,41 @@ std::vector<std::size_t> MapColumns(CsvReader& csv, const std::string& path, con
         const auto found = std::find(header.begin(), header.end(), attribute.column);
         const bool missing = found == header.end();
         if (missing || std::find(found + 1, header.end(), attribute.column) != header.end()) {
-            std::ostringstream reason;
-            reason << path << ": the header has " << (missing ? "no" : "more than one")
-                   << " column \"" << attribute.column << "\" (attribute " << attribute.name << ')';
-            throw Failure(Exit::Usage, reason.str());
+            const std::string separator = StrangeSeparator(header);
+            refuse(std::string("the header has ") + (missing ? "no" : "more than one") +
+                   " column " + Quoted(attribute.column) + " (attribute " + attribute.name +
+                   "); it has " + Listed({header.begin(), header.end()}) +
+                   (separator.empty() ? "" : "; ") + separator);
         }
         columns.push_back(static_cast<std::size_t>(found - header.begin()));
     }
     return columns;
+}
+
+/// Nothing that is read may be written over, and the rejected rows not over the store.
+void CheckNames(const ImportRequest& request)
+{
+    struct Name {
+        const char* what;
+        std::string path;
+    };
+    const auto refuse = [](const Name& file, const Name& other) {
+        if (!file.path.empty() && IsSameFile(file.path, other.path))
+            throw Failure(Exit::Usage, std::string(file.what) + ' ' + file.path +
+                                           " is the same file as " + other.what + ' ' + other.path);
+    };
+    const Name csv{"the CSV file", request.csv};
+    const Name schema{"the schema", request.schema};
+    const Name rejects{"the file for rejected rows", request.rejects};
+    for (const Name& written :
+         {Name{"the store", request.store}, Name{"the new store", NewStorePath(request.store)},
+          Name{"the lock of the store", StoreLockPath(request.store)}}) {
+        for (const Name& file : {csv, schema, rejects})
+            refuse(file, written);
+    }
+    refuse(rejects, csv);
+    if (!schema.path.empty())
+        refuse(rejects, schema);
 }
 
 /// One attempt at an import, with a map of a given size.
@@ -184,12 +141,13 @@ public:
     {
         m_store = Exists(m_request.store) ? Store::OpenToAdd(m_request.store, mapBytes)
                                           : Store::Create(m_request.store, m_schema, mapBytes);
-        if (m_store->GetSchema().ToJson() != m_schema.ToJson())
-            throw Failure(Exit::Usage, m_request.store + ": holds class \"" +
-                                           m_store->GetSchema().name +
-                                           "\" with another schema than the one given");
+        const std::string difference = m_store->GetSchema().DifferenceTo(m_schema);
+        if (!difference.empty())
+            throw Failure(Exit::Usage,
+                          m_request.store +
+                              ": has another schema than the one given: " + difference);
         StartIndexes();
-        Rejects rejects(m_request, m_messages, rejectsTold);
+        Rejects rejects(m_request.rejects, m_messages, rejectsTold);
         const std::uint64_t before = m_store->Counts().objects;
         {
             Progress progress(m_request.progress, m_csv.FileSize(), m_messages);
@@ -198,6 +156,7 @@ public:
         FinishIndexes();
         rejects.Finish();
         m_store->Commit();
+        rejects.Publish();
         return {m_store->Counts().objects - before, rejects.Count()};
     }
 
@@ -289,6 +248,7 @@ private:
 
 ImportResult Import(const ImportRequest& request, const Schema& schema, std::ostream& messages)
 {
+    CheckNames(request);
     std::uint64_t told = 0;
     for (std::uint64_t factor = kMapFactor;; factor *= 4) {
         Attempt attempt(request, schema, messages);

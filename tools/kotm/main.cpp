@@ -1,3 +1,4 @@
+#include "arguments.h"
 #include "checker.h"
 #include "explain.h"
 #include "failure.h"
@@ -5,13 +6,16 @@
 #include "query.h"
 #include "storefile.h"
 #include "typecommands.h"
+#include "utf8.h"
 #include "version.h"
+#include "visible.h"
 
 #include <CLI/CLI.hpp>
 #include <kotmsdll.h>
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <fstream>
 #include <iostream>
@@ -47,12 +51,18 @@ void AddPrint(QueryRequest& request, const std::string& argument)
     const std::size_t at = argument.find('=');
     if (at == 0 || at == std::string::npos || at + 1 == argument.size())
         throw Failure(Exit::Usage, "--print: \"" + argument + "\" is not ATTRIBUTE=FORMAT");
-    request.prints[argument.substr(0, at)] = argument.substr(at + 1);
+    const std::string format = argument.substr(at + 1);
+    for (std::size_t i = 0; i < format.size();) {
+        if (DecodeUtf8(format, i) < 0)
+            throw Failure(Exit::Usage, "--print: the format " + Quoted(format) + " is no UTF-8");
+    }
+    request.prints[argument.substr(0, at)] = format;
 }
 
 Exit RunImport(const ImportRequest& request, const std::string& schemaPath)
 {
     const Schema schema = Schema::FromJson(ReadFile(schemaPath), schemaPath);
+    ExpectBrokenPages();
     const ImportResult result = Import(request, schema, std::cerr);
     std::cerr << "rows read " << result.Read() << ", stored " << result.stored << ", rejected "
               << result.rejected << '\n';
@@ -78,19 +88,35 @@ public:
 
     Exit Run(int argc, char** argv)
     {
+        if (argc > 1)
+            RequireCommand(argv[1]);
         try {
             m_app.parse(argc, argv);
         } catch (const CLI::Success& wish) {
             m_app.exit(wish, std::cout, std::cerr);
             return Exit::Done;
         } catch (const CLI::ParseError& error) {
-            m_app.exit(error, std::cout, std::cerr);
-            return Exit::Usage;
+            throw Failure(Exit::Usage, error.what(), "Run with --help for more information.\n");
         }
         return m_run();
     }
 
 private:
+    /// A first word that is no option has to be a command.
+    void RequireCommand(const std::string& word) const
+    {
+        std::vector<std::string> names;
+        for (const CLI::App* command : m_app.get_subcommands({}))
+            names.push_back(command->get_name());
+        if (word.starts_with('-') || std::find(names.begin(), names.end(), word) != names.end())
+            return;
+        const std::string nearest = word.empty() ? "" : Nearest(word, names);
+        throw Failure(Exit::Usage,
+                      "there is no command " + Quoted(word) +
+                          (nearest.empty() ? "; there are " + Listed(names)
+                                           : "; did you mean " + Quoted(nearest) + "?"));
+    }
+
     template <class Action>
     void On(CLI::App* command, Action action)
     {
@@ -115,7 +141,7 @@ private:
         command->add_option("TEXT", m_texts, "Texts in the type's own format")->required();
         command->add_option("--format", m_format, "Format byte")->capture_default_str();
         On(command, [this] {
-            ConvertTexts(m_type, m_texts, m_format, std::cout);
+            ConvertTexts(m_type, m_texts, ReadCount("--format", m_format), std::cout);
             return Exit::Done;
         });
     }
@@ -128,7 +154,7 @@ private:
         command->add_option("HEX", m_hex, "The bytes in hex")->required();
         command->add_option("--format", m_format, "Format byte")->capture_default_str();
         On(command, [this] {
-            InspectForm(m_type, m_hex, m_format, std::cout);
+            InspectForm(m_type, m_hex, ReadCount("--format", m_format), std::cout);
             return Exit::Done;
         });
     }
@@ -141,6 +167,7 @@ private:
         command->add_option("--schema", m_schema, "Schema of the class, in JSON")->required();
         command->add_option("--rejects", m_import.rejects, "File for rejected rows");
         On(command, [this] {
+            m_import.schema = m_schema;
             m_import.progress = isatty(STDERR_FILENO) != 0;
             return RunImport(m_import, m_schema);
         });
@@ -152,22 +179,26 @@ private:
         command->add_option("STORE", m_query.store, "Store")->required();
         command->add_option("PREDICATE", m_query.predicate,
                             "Such as: speed > 200 and not state = \"Texas\"");
-        command->add_option("--columns", m_query.columns, "Attributes to print")->delimiter(',');
+        command->add_option("--columns", m_columns, "Attributes to print, with commas");
         command->add_flag("--ids", m_query.ids, "Print the id of each object first");
         CLI::Option* order = command->add_option("--order", m_query.order, "Attribute to sort by");
         command->add_flag("--desc", m_query.descending, "Largest first")->needs(order);
-        command->add_option("--limit", m_query.limit, "At most so many rows");
+        command->add_option("--limit", m_limit, "At most so many rows");
         command->add_option("--print", m_prints, "Print format of an attribute: ATTRIBUTE=FORMAT")
             ->allow_extra_args(false);
-        const std::map<std::string, RowWriter::Kind> kinds{{"table", RowWriter::Kind::Table},
-                                                           {"csv", RowWriter::Kind::Csv},
-                                                           {"json", RowWriter::Kind::Json}};
-        command->add_option("--output", m_query.output, "table, csv or json")
-            ->transform(CLI::CheckedTransformer(kinds));
+        command->add_option("--output", m_output, "table, csv or json")->capture_default_str();
         command->add_flag("--count", m_query.count, "Print the number of objects alone");
         On(command, [this] {
             for (const std::string& print : m_prints)
                 AddPrint(m_query, print);
+            if (m_columns)
+                m_query.columns = ReadNames("--columns", *m_columns);
+            if (m_limit)
+                m_query.limit = ReadCount("--limit", *m_limit);
+            static constexpr RowWriter::Kind kKinds[] = {
+                RowWriter::Kind::Table, RowWriter::Kind::Csv, RowWriter::Kind::Json};
+            m_query.output = kKinds[ReadWord("--output", m_output, {"table", "csv", "json"})];
+            m_query.toTerminal = isatty(STDOUT_FILENO) != 0;
             ExpectBrokenPages();
             Query(m_query, std::cout);
             return Exit::Done;
@@ -180,10 +211,9 @@ private:
             m_app.add_subcommand("explain", "Show how a query would find its objects");
         command->add_option("STORE", m_explain.store, "Store")->required();
         command->add_option("PREDICATE", m_explain.predicate, "As for query")->required();
-        const std::map<std::string, bool> kinds{{"table", false}, {"json", true}};
-        command->add_option("--output", m_explain.json, "table or json")
-            ->transform(CLI::CheckedTransformer(kinds));
+        command->add_option("--output", m_output, "table or json")->capture_default_str();
         On(command, [this] {
+            m_explain.json = ReadWord("--output", m_output, {"table", "json"}) == 1;
             ExpectBrokenPages();
             Explain(m_explain, std::cout);
             return Exit::Done;
@@ -194,8 +224,10 @@ private:
     {
         CLI::App* command = m_app.add_subcommand("check", "Look for damage in a store");
         command->add_option("STORE", m_checked, "Store")->required();
-        On(command,
-           [this] { return CheckStore(m_checked, std::cout) == 0 ? Exit::Done : Exit::Damaged; });
+        On(command, [this] {
+            ExpectBrokenPages();
+            return CheckStore(m_checked, std::cout) == 0 ? Exit::Done : Exit::Damaged;
+        });
     }
 
     CLI::App m_app{"Values of the type manager, and stores of objects made of them", "kotm"};
@@ -204,12 +236,15 @@ private:
     std::string m_type;
     std::vector<std::string> m_texts;
     std::string m_hex;
-    unsigned m_format = KoFMT_LITTLE;
+    std::string m_format = std::to_string(KoFMT_LITTLE);
     std::string m_schema;
     ImportRequest m_import;
     QueryRequest m_query;
     ExplainRequest m_explain;
     std::vector<std::string> m_prints;
+    std::optional<std::string> m_columns;
+    std::optional<std::string> m_limit;
+    std::string m_output = "table";
     std::string m_checked;
 };
 
@@ -221,8 +256,8 @@ struct Context {
 
 int Guarded(int argc, char** argv)
 {
-    const auto fail = [](Exit status, const char* message) {
-        std::cerr << "kotm: " << message << '\n';
+    const auto fail = [](Exit status, const char* message, const std::string& lines = {}) {
+        std::cerr << "kotm: " << Visible(message) << '\n' << lines;
         return static_cast<int>(status);
     };
     try {
@@ -234,7 +269,7 @@ int Guarded(int argc, char** argv)
         return static_cast<int>(status);
     } catch (const Failure& failure) {
         std::cout.flush();
-        return fail(failure.Status(), failure.what());
+        return fail(failure.Status(), failure.what(), failure.Lines());
     } catch (const std::bad_alloc&) {
         return fail(Exit::Io, "no memory");
     } catch (const std::exception& error) {

@@ -2,12 +2,12 @@
 
 #include "utf8.h"
 #include "valuetype.h"
+#include "visible.h"
 
 #include <kostring.h>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <cstdio>
 #include <ostream>
 
 namespace kotm
@@ -19,34 +19,18 @@ namespace
 /// Rows that a table looks at for the widths of its columns.
 constexpr std::size_t kMeasuredRows = 1000;
 
-/// Shows control characters by their codes, so that no stored text speaks to the terminal.
-std::string Visible(const std::string& text)
-{
-    std::string visible;
-    for (std::size_t at = 0; at < text.size();) {
-        const std::size_t start = at;
-        const int character = DecodeUtf8(text, at);
-        if (character < ' ' || (character >= 0x7F && character < 0xA0)) {
-            char code[8];
-            std::snprintf(code, sizeof code, "\\x%02X", static_cast<unsigned>(character) & 0xFF);
-            visible += character == '\n' ? "\\n" : character == '\t' ? "\\t" : code;
-            at = std::max(at, start + 1);
-        } else {
-            visible.append(text, start, at - start);
-        }
-    }
-    return visible;
-}
-
 class TableWriter : public RowWriter
 {
 public:
     TableWriter(const std::vector<std::string>& columns, std::ostream& out) : m_out(out)
     {
         AppendUtf8(m_null, KoTypeMgr::GetNullPrintString());
-        m_held.push_back(columns);
-        for (const std::string& column : columns)
-            m_widths.push_back(CountCharacters(column));
+        std::vector<std::string> header;
+        for (const std::string& column : columns) {
+            header.push_back(Visible(column));
+            m_widths.push_back(CountCharacters(header.back()));
+        }
+        m_held.push_back(std::move(header));
         m_right.assign(columns.size(), true);
     }
 
@@ -110,7 +94,8 @@ private:
 class CsvWriter : public RowWriter
 {
 public:
-    CsvWriter(const std::vector<std::string>& columns, std::ostream& out) : m_out(out)
+    CsvWriter(const std::vector<std::string>& columns, bool toTerminal, std::ostream& out)
+        : m_toTerminal(toTerminal), m_out(out)
     {
         std::vector<Cell> header;
         header.reserve(columns.size());
@@ -127,7 +112,7 @@ public:
                 line.push_back(',');
             AppendField(line, cell);
         }
-        m_out << line << '\n';
+        m_out << (m_toTerminal ? Visible(line) : line) << '\n';
     }
 
     void Finish() override {}
@@ -148,6 +133,7 @@ private:
         line.push_back('"');
     }
 
+    bool m_toTerminal;
     std::ostream& m_out;
 };
 
@@ -178,7 +164,10 @@ public:
     void Finish() override { m_out << (m_first ? "]\n" : "\n]\n"); }
 
 private:
-    static std::string Quoted(const std::string& text) { return nlohmann::json(text).dump(); }
+    static std::string Quoted(const std::string& text)
+    {
+        return VisibleJson(nlohmann::json(text).dump());
+    }
 
     static bool IsNumber(const std::string& text)
     {
@@ -194,11 +183,11 @@ private:
 } // namespace
 
 std::unique_ptr<RowWriter> RowWriter::Make(Kind kind, const std::vector<std::string>& columns,
-                                           std::ostream& out)
+                                           std::ostream& out, bool toTerminal)
 {
     switch (kind) {
     case Kind::Csv:
-        return std::make_unique<CsvWriter>(columns, out);
+        return std::make_unique<CsvWriter>(columns, toTerminal, out);
     case Kind::Json:
         return std::make_unique<JsonWriter>(columns, out);
     case Kind::Table:

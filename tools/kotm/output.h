@@ -22,11 +22,12 @@ class RowWriter
 public:
     enum class Kind { Table, Csv, Json };
 
-    /// Table: columns as wide as the first rows ask for, control characters escaped, null as the
-    /// type manager prints it. CSV: fields quoted where RFC 4180 asks for it, null empty, lines
-    /// end with LF. JSON: an array of objects, null as null.
+    /// Table: columns as wide as the first rows ask for, hidden characters by their codes, null as
+    /// the type manager prints it. CSV: fields quoted where RFC 4180 asks for it, null empty, lines
+    /// end with LF, texts as they are unless `toTerminal`. JSON: an array of objects, null as null,
+    /// hidden characters as JSON escapes them.
     static std::unique_ptr<RowWriter> Make(Kind kind, const std::vector<std::string>& columns,
-                                           std::ostream& out);
+                                           std::ostream& out, bool toTerminal = false);
     virtual ~RowWriter() = default;
     virtual void Row(const std::vector<Cell>& cells) = 0;
     /// Writes what is held back and the end.

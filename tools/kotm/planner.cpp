@@ -1,5 +1,7 @@
 #include "planner.h"
 
+#include "operators.h"
+
 #include <kotypevl.h>
 
 #include <algorithm>
@@ -40,44 +42,6 @@ struct Estimate {
     std::map<std::size_t, Part> parts;    ///< by attribute; those without a part are not limited
     std::optional<std::size_t> attribute; ///< the only one that it asks about
 };
-
-Operator Negated(Operator op)
-{
-    switch (op) {
-    case Operator::Equal:
-        return Operator::NotEqual;
-    case Operator::NotEqual:
-        return Operator::Equal;
-    case Operator::Less:
-        return Operator::GreaterEqual;
-    case Operator::LessEqual:
-        return Operator::Greater;
-    case Operator::Greater:
-        return Operator::LessEqual;
-    case Operator::GreaterEqual:
-        return Operator::Less;
-    }
-    return op;
-}
-
-unsigned QueryBits(Operator op)
-{
-    switch (op) {
-    case Operator::Equal:
-        return KoQOP_EQUAL;
-    case Operator::NotEqual:
-        return KoQOP_LESS | KoQOP_GREATER;
-    case Operator::Less:
-        return KoQOP_LESS;
-    case Operator::LessEqual:
-        return KoQOP_LESS | KoQOP_EQUAL;
-    case Operator::Greater:
-        return KoQOP_GREATER;
-    case Operator::GreaterEqual:
-        return KoQOP_GREATER | KoQOP_EQUAL;
-    }
-    return 0;
-}
 
 /// The order of two edges; the null value's empty form is the lowest.
 int EdgeOrder(o_char type, const Edge& a, const Edge& b)
@@ -199,6 +163,15 @@ private:
     {
         const Condition& condition = *term.condition;
         const Operator op = term.negated ? Negated(condition.op) : condition.op;
+        if (condition.outside != Outside::No) {
+            const bool all = IsMetByAll(op, condition.outside);
+            term.share = all ? 1.0 : 0.0;
+            if (indexed && all)
+                term.range = {condition.attribute, {"", true}, std::nullopt, true};
+            else if (indexed)
+                term.range = IndexRange::None(condition.attribute);
+            return;
+        }
         if (!indexed) {
             term.share = op == Operator::Equal      ? kEqualShare
                          : op == Operator::NotEqual ? 1.0 - kEqualShare
@@ -233,6 +206,8 @@ private:
             range.low = edge(narrowed.low, narrowed.lowLen, plain && op == Operator::Greater);
         if (hasHigh)
             range.high = edge(narrowed.high, narrowed.highLen, !plain || op != Operator::Less);
+        if (hasHigh && !plain)
+            range.high->shown = condition.ShownEnd();
         range.exact =
             plain && op != Operator::NotEqual && hasLow == wantsLow && hasHigh == wantsHigh;
     }
@@ -247,11 +222,22 @@ private:
         };
         const auto& [lowest, highest] = m_ends.at(attribute);
         KoIdxBounds bounds{unqualified(lowest), unqualified(highest), 0, 0};
-        const float share =
-            Manager().EvalAndBound(m_schema.TypeId(attribute), &bounds, word, unqualified(form),
-                                   kStoreFormat, 1, narrowed, nullptr);
-        // Infinite ends make no number.
-        return std::isnan(share) ? 1.0 : std::clamp(static_cast<double>(share), 0.0, 1.0);
+        return Manager().EvalAndBound(m_schema.TypeId(attribute), &bounds, word, unqualified(form),
+                                      kStoreFormat, 1, narrowed, nullptr);
+    }
+
+    /// The share of what two conditions leave that cut off opposite ends of an index: what both
+    /// have. A type that knows no distances gives every condition one share, and so does not count
+    /// even all keys as everything; there, as one inside the other.
+    double BetweenEnds(std::size_t attribute, double low, double high) const
+    {
+        constexpr unsigned short kAnyKey =
+            KoQOP_LESS | KoQOP_EQUAL | KoQOP_GREATER | kPlainOperator;
+        constexpr double kNearlyAll = 0.999;
+        const auto ends = m_ends.find(attribute);
+        const bool counts = ends == m_ends.end() ||
+                            Ask(attribute, kAnyKey, ends->second.first, nullptr) > kNearlyAll;
+        return counts ? std::max(low + high - 1.0, 0.0) : std::min(low, high);
     }
 
     /// Both have to hold on one attribute.
@@ -264,12 +250,11 @@ private:
         if (!a.range.high || (b.range.high && EdgeOrder(type, *b.range.high, *a.range.high) < 0))
             both.range.high = b.range.high;
         both.range.exact = a.range.exact && b.range.exact;
-        // Two that cut off opposite ends of the index leave what both have.
         const auto oneSided = [](const IndexRange& low, const IndexRange& high) {
             return HasLow(low) && !low.high && !HasLow(high) && high.high;
         };
         both.share = oneSided(a.range, b.range) || oneSided(b.range, a.range)
-                         ? std::max(a.share + b.share - 1.0, 0.0)
+                         ? BetweenEnds(a.range.attribute, a.share, b.share)
                          : std::min(a.share, b.share);
         return both;
     }
@@ -350,15 +335,15 @@ private:
         // Null values are in no estimate, and without others there is nothing to ask.
         if (m_ends.count(range.attribute) == 0)
             return 1.0;
-        double share = 1.0;
-        if (HasLow(range))
-            share = Ask(range.attribute, KoQOP_GREATER | KoQOP_EQUAL | kPlainOperator,
-                        range.low.form, nullptr);
-        if (range.high && !range.high->form.empty())
-            share += Ask(range.attribute, KoQOP_LESS | KoQOP_EQUAL | kPlainOperator,
-                         range.high->form, nullptr) -
-                     1.0;
-        return std::max(share, 0.0);
+        const double low = HasLow(range)
+                               ? Ask(range.attribute, KoQOP_GREATER | KoQOP_EQUAL | kPlainOperator,
+                                     range.low.form, nullptr)
+                               : 1.0;
+        const double high = range.high && !range.high->form.empty()
+                                ? Ask(range.attribute, KoQOP_LESS | KoQOP_EQUAL | kPlainOperator,
+                                      range.high->form, nullptr)
+                                : 1.0;
+        return BetweenEnds(range.attribute, low, high);
     }
 
     Store& m_store;

@@ -2,6 +2,7 @@
 
 #include "failure.h"
 #include "utf8.h"
+#include "visible.h"
 
 #include <algorithm>
 #include <cctype>
@@ -256,12 +257,16 @@ private:
 void FailAt(std::string_view predicate, std::size_t at, const std::string& reason)
 {
     const std::size_t column = CountCharacters(predicate.substr(0, at));
-    std::string line(predicate);
-    std::replace_if(
-        line.begin(), line.end(), [](char c) { return static_cast<unsigned char>(c) < ' '; }, ' ');
-    throw Failure(Exit::Usage, "predicate, character " + std::to_string(column + 1) + ": " +
-                                   reason + "\n  " + line + "\n  " + std::string(column, ' ') +
-                                   "^");
+    // Hidden characters become blanks, one each, so that the mark stands below its place.
+    std::string line;
+    for (std::size_t i = 0; i < predicate.size();) {
+        const std::size_t start = i;
+        const bool hidden = IsHidden(DecodeUtf8(predicate, i));
+        i = std::max(i, start + 1);
+        line += hidden ? " " : predicate.substr(start, i - start);
+    }
+    throw Failure(Exit::Usage, "predicate, character " + std::to_string(column + 1) + ": " + reason,
+                  "  " + line + "\n  " + std::string(column, ' ') + "^\n");
 }
 
 Predicate ParsePredicate(std::string_view text)

@@ -19,8 +19,7 @@ std::size_t AttributeNamed(const Schema& schema, const std::string& name, const 
         return kObjectIdIndex;
     const Attribute* attribute = schema.Find(name);
     if (attribute == nullptr)
-        throw Failure(Exit::Usage, std::string(where) + ": class " + schema.name +
-                                       " has no attribute \"" + name + "\"");
+        throw Failure(Exit::Usage, std::string(where) + ": " + schema.NoAttribute(name));
     return static_cast<std::size_t>(attribute - schema.attributes.data());
 }
 
@@ -30,8 +29,6 @@ class RowPrinter
 public:
     RowPrinter(const QueryRequest& request, const Schema& schema, std::ostream& out)
     {
-        for (const auto& [name, format] : request.prints)
-            AttributeNamed(schema, name, "--print");
         std::vector<std::string> names = request.columns;
         if (names.empty()) {
             for (const Attribute& attribute : schema.attributes)
@@ -52,7 +49,7 @@ public:
                 format = &*attribute.format;
             m_columns.push_back({index, Value(attribute.type), format});
         }
-        m_writer = RowWriter::Make(request.output, names, out);
+        m_writer = RowWriter::Make(request.output, names, out, request.toTerminal);
     }
 
     /// Tells `record` what Print looks at.
@@ -160,6 +157,10 @@ public:
     Runner(const QueryRequest& request, Store& store)
         : m_request(request), m_store(store), m_schema(store.GetSchema()), m_record(m_schema)
     {
+        for (const std::string& name : request.columns)
+            AttributeNamed(m_schema, name, "--columns");
+        for (const auto& [name, format] : request.prints)
+            AttributeNamed(m_schema, name, "--print");
         if (!request.predicate.empty()) {
             m_condition =
                 Condition::Make(ParsePredicate(request.predicate), request.predicate, m_schema);

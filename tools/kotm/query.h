@@ -23,7 +23,8 @@ struct QueryRequest {
     std::uint64_t limit = std::numeric_limits<std::uint64_t>::max();
     std::map<std::string, std::string> prints; ///< attribute to print format
     RowWriter::Kind output = RowWriter::Kind::Table;
-    bool count = false; ///< the number of rows alone
+    bool toTerminal = false; ///< CSV shows hidden characters by their codes
+    bool count = false;      ///< the number of rows alone
 };
 
 /// Answers a query. Where it names an attribute, "@id" stands for the object's id. Throws Failure,

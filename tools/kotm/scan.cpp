@@ -59,6 +59,11 @@ IndexRange IndexRange::All(std::size_t attribute)
     return {attribute, {"", false}, std::nullopt, false};
 }
 
+IndexRange IndexRange::None(std::size_t attribute)
+{
+    return {attribute, {"", true}, Edge{"", true}, true};
+}
+
 Scan::Scan(Store& store, const IndexRange* range, ScanOrder order)
     : m_store(store), m_backwards(order == ScanOrder::Backwards), m_byNumber(false)
 {

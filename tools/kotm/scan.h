@@ -17,6 +17,7 @@ struct IndexRange {
     struct Edge {
         std::string form;
         bool behind = false;
+        std::string shown = {}; ///< for people, where nobody would write the form so
     };
 
     std::size_t attribute = 0;
@@ -26,6 +27,12 @@ struct IndexRange {
 
     /// The whole index, null values included.
     static IndexRange All(std::size_t attribute);
+    /// No entry at all.
+    static IndexRange None(std::size_t attribute);
+    bool IsNone() const
+    {
+        return low.form.empty() && high && high->form.empty() && high->behind == low.behind;
+    }
 };
 
 enum class ScanOrder {

@@ -1,10 +1,14 @@
 #include "schema.h"
 
+#include "arguments.h"
+#include "visible.h"
+
 #include <kointl.h>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <cctype>
+#include <cstdint>
 #include <set>
 
 namespace kotm
@@ -71,8 +75,12 @@ bool IsName(const std::string& name)
     }
     if (name.empty() || name.size() > 200 || std::isdigit(static_cast<unsigned char>(name[0])) != 0)
         return false;
-    for (const char* word : {"and", "or", "not", "is", "null", "true", "false"}) {
-        if (name == word)
+    // Predicates take their words in any case.
+    std::string word;
+    for (const char c : name)
+        word.push_back(static_cast<char>(std::tolower(static_cast<unsigned char>(c))));
+    for (const char* known : {"and", "or", "not", "is", "null", "true", "false"}) {
+        if (word == known)
             return false;
     }
     return true;
@@ -103,12 +111,14 @@ json ParseJson(const std::string& text, const std::string& source, Exit status)
         }
         throw Failure(status, source + ": line " + std::to_string(line) + ", column " +
                                   std::to_string(column) + ": no JSON");
+    } catch (const json::out_of_range&) {
+        throw Failure(status, source + ": a number in it is out of range");
     }
 }
 
 unsigned char ReadCodeSet(const json& value, const Reader& reader)
 {
-    const long long number = value.is_number_integer() ? value.get<long long>() : 0;
+    const std::uint64_t number = value.is_number_unsigned() ? value.get<std::uint64_t>() : 0;
     if (number < 1 || number > KoCS_UNICODE)
         reader.Fail("\"codeSet\" is no number from 1 to 253");
     const auto codeSet = static_cast<unsigned char>(number);
@@ -203,6 +213,15 @@ const Attribute* Schema::Find(const std::string& attribute) const
             return &candidate;
     }
     return nullptr;
+}
+
+std::string Schema::NoAttribute(const std::string& attribute) const
+{
+    std::vector<std::string> names;
+    names.reserve(attributes.size());
+    for (const Attribute& candidate : attributes)
+        names.push_back(candidate.name);
+    return "class " + name + " has no attribute " + Quoted(attribute) + "; it has " + Listed(names);
 }
 
 } // namespace kotm

@@ -42,9 +42,14 @@ struct Schema {
                            Exit status = Exit::Usage);
     /// The same as compact JSON.
     std::string ToJson() const;
+    /// The first thing in which this schema, that of a store, differs from one given for it: "its
+    /// attribute "a" has an index"; empty where nothing does.
+    std::string DifferenceTo(const Schema& given) const;
 
     /// The attribute of that name, or null.
     const Attribute* Find(const std::string& attribute) const;
+    /// The sentence that there is none of that name, with those that there are.
+    std::string NoAttribute(const std::string& attribute) const;
 
     // ---- of the attribute at an index, or of the objects' own ids at kObjectIdIndex
 

@@ -1,9 +1,7 @@
 #include "store.h"
 
 #include "failure.h"
-#include "version.h"
-
-#include <nlohmann/json.hpp>
+#include "pagecheck.h"
 
 #include <unistd.h>
 
@@ -19,15 +17,8 @@ namespace kotm
 namespace
 {
 
-using nlohmann::json;
-
 /// After so many bytes a new store is committed, and room is reserved for an old one that grows.
 constexpr std::uint64_t kStep = 1U << 19;
-
-MDB_val Val(std::string_view bytes)
-{
-    return {bytes.size(), const_cast<char*>(bytes.data())};
-}
 
 } // namespace
 
@@ -46,8 +37,12 @@ void FailLmdb(int code, const std::string& path)
     case MDB_INVALID:
     case MDB_VERSION_MISMATCH:
     case MDB_INCOMPATIBLE:
+    case MDB_BAD_TXN: // what comes after one of the others
     case MDB_NOTFOUND:
         throw Failure(Exit::Damaged, path + ": is damaged (" + mdb_strerror(code) + ")");
+    case MDB_READERS_FULL:
+        throw Failure(Exit::Io, path + ": as many programs read it as it has places for readers: "
+                                       "try again when one of them has ended");
     case EIO: // what LMDB makes of a write that found room for a part of it
         throw Failure(Exit::Io, path + ": " + mdb_strerror(code) + ", or no space is left");
     default:
@@ -72,7 +67,8 @@ std::unique_ptr<Store> Store::Create(const std::string& path, const Schema& sche
 }
 
 Store::Store(std::string path, Mode mode, std::uint64_t mapBytes, const Schema* schema)
-    : m_path(std::move(path)), m_file(mode == Mode::Create ? m_path + ".new" : m_path), m_mode(mode)
+    : m_path(std::move(path)), m_file(mode == Mode::Create ? NewStorePath(m_path) : m_path),
+      m_mode(mode)
 {
     if (mode == Mode::Create)
         m_schema = *schema;
@@ -80,8 +76,10 @@ Store::Store(std::string path, Mode mode, std::uint64_t mapBytes, const Schema* 
         m_bytesBefore = CheckStoreFile(m_path);
     if (mode != Mode::Read)
         m_lock.emplace(m_file, mode == Mode::Create);
-    if (mode == Mode::Add)
+    if (mode == Mode::Add) {
         m_bytesBefore = CheckStoreFile(m_path); // another import may have ended before the lock
+        CheckFreePages(m_path);
+    }
     if (mode == Mode::Create)
         m_lock->Resize(0); // what an import that was killed left behind
     try {
@@ -124,15 +122,20 @@ void Store::Close() noexcept
     m_lock.reset();
 }
 
-void Store::OpenEnvironment(std::uint64_t mapBytes)
+void Store::CreateEnvironment()
 {
     Check(mdb_env_create(&m_env));
     Check(mdb_env_set_maxdbs(m_env, static_cast<MDB_dbi>(Schema::kMaxAttributes) + 2));
+    Check(mdb_env_set_assert(m_env, [](MDB_env*, const char*) { EndOnBrokenPage(); }));
+}
+
+void Store::OpenEnvironment(std::uint64_t mapBytes)
+{
+    CreateEnvironment();
     unsigned flags = MDB_NOSUBDIR;
     switch (m_mode) {
     case Mode::Read:
         flags |= MDB_RDONLY;
-        Check(mdb_env_set_assert(m_env, [](MDB_env*, const char*) { EndOnBrokenPage(); }));
         break;
     case Mode::Add:
         // Pages are written in the map: a transaction of any size then costs no memory beyond it.
@@ -150,11 +153,13 @@ void Store::OpenEnvironment(std::uint64_t mapBytes)
     if (code == EACCES && m_mode == Mode::Read) {
         // A reader who may not write the lock file beside the store reads without it.
         mdb_env_close(std::exchange(m_env, nullptr));
-        Check(mdb_env_create(&m_env));
-        Check(mdb_env_set_maxdbs(m_env, static_cast<MDB_dbi>(Schema::kMaxAttributes) + 2));
+        CreateEnvironment();
         code = mdb_env_open(m_env, m_file.c_str(), flags | MDB_NOLOCK, 0666);
     }
     Check(code);
+    // Readers that were killed keep their places, and the pages that they saw, until somebody looks
+    // for them; LMDB never does by itself. Without the lock file there are none.
+    Check(mdb_reader_check(m_env, nullptr));
     const unsigned txnFlags = m_mode == Mode::Read ? MDB_RDONLY : 0;
     code = mdb_txn_begin(m_env, nullptr, txnFlags, &m_txn);
     if (code == MDB_MAP_RESIZED) {
@@ -178,11 +183,7 @@ void Store::OpenDatabases()
     if (m_mode == Mode::Create) {
         WriteDescription();
     } else {
-        try {
-            ReadDescription();
-        } catch (const json::exception&) {
-            throw Failure(Exit::Damaged, m_path + ": is damaged (its description is unreadable)");
-        }
+        ReadDescription();
     }
     open("objects", m_objects);
     Check(mdb_set_compare(m_txn, m_objects, CompareObjectKeys));
@@ -195,63 +196,8 @@ void Store::OpenDatabases()
         Check(mdb_set_compare(m_txn, dbi, EntryCallback(i, m_mode == Mode::Create)));
         m_indexes[i] = dbi;
     }
-}
-
-void Store::ReadDescription()
-{
-    const auto read = [&](const char* name) {
-        MDB_val key = Val(name);
-        MDB_val value{};
-        Check(mdb_get(m_txn, m_description, &key, &value));
-        json object = json::parse(View(value), nullptr, false);
-        if (!object.is_object())
-            throw Failure(Exit::Damaged, m_path + ": is damaged (its description is unreadable)");
-        return object;
-    };
-    const auto foreign = [&](const std::string& why) {
-        throw Failure(Exit::Damaged, m_path + ": " + why);
-    };
-    const json store = read("store");
-    if (store.value("magic", "") != kStoreMagic)
-        foreign("is no store of this program");
-    if (store.value("format", 0) != kStoreFormatVersion)
-        foreign("has store format " + std::to_string(store.value("format", 0)) +
-                ", this program reads " + std::to_string(kStoreFormatVersion));
-    if (store.value("library", "") != LibraryVersion())
-        foreign("was written with library version " + store.value("library", "?") + ", this is " +
-                LibraryVersion());
-    if (store.value("textTables", 0U) != TextTablesVersion())
-        foreign("was written with text tables " + std::to_string(store.value("textTables", 0U)) +
-                ", these are " + std::to_string(TextTablesVersion()) +
-                ": its text indexes would be out of order");
-    m_schema =
-        Schema::FromJson(store.value("schema", ""), m_path + ": is damaged: schema", Exit::Damaged);
-    const json counts = read("counts");
-    m_counts.objects = counts.value("objects", std::uint64_t{0});
-    m_counts.nextNumber = counts.value("next", std::uint64_t{0});
-}
-
-void Store::WriteDescription()
-{
-    const std::string text = json{
-        {"magic", kStoreMagic},
-        {"format", kStoreFormatVersion},
-        {"library", LibraryVersion()},
-        {"textTables", TextTablesVersion()},
-        {"schema",
-         m_schema->ToJson()}}.dump();
-    MDB_val key = Val("store");
-    MDB_val value = Val(text);
-    Check(mdb_put(m_txn, m_description, &key, &value, 0));
-}
-
-void Store::WriteCounts()
-{
-    const std::string text =
-        json{{"objects", m_counts.objects}, {"next", m_counts.nextNumber}}.dump();
-    MDB_val key = Val("counts");
-    MDB_val value = Val(text);
-    Check(mdb_put(m_txn, m_description, &key, &value, 0));
+    if (m_mode == Mode::Add)
+        CheckCounts();
 }
 
 std::uint64_t Store::CountEntries(MDB_dbi dbi) const
@@ -347,7 +293,10 @@ void Store::Put(MDB_dbi dbi, MDB_val key, MDB_val value, unsigned flags)
 {
     if (!m_cursor || mdb_cursor_dbi(m_cursor.get()) != dbi)
         m_cursor = OpenCursor(dbi);
-    Check(mdb_cursor_put(m_cursor.get(), &key, &value, flags));
+    const int code = mdb_cursor_put(m_cursor.get(), &key, &value, flags);
+    if (code == MDB_KEYEXIST && m_mode == Mode::Add)
+        throw Failure(Exit::Damaged, m_path + ": is damaged (its keys are out of order)");
+    Check(code);
 }
 
 void Store::CommitTransaction()

@@ -96,8 +96,10 @@ private:
     enum class Mode { Read, Add, Create };
 
     Store(std::string path, Mode mode, std::uint64_t mapBytes, const Schema* schema);
+    void CreateEnvironment();
     void OpenEnvironment(std::uint64_t mapBytes);
     void OpenDatabases();
+    void CheckCounts() const;
     void ReadDescription();
     void WriteDescription();
     void WriteCounts();

@@ -27,15 +27,58 @@ std::string Error(const std::string& path)
     return path + ": " + std::strerror(errno);
 }
 
-[[noreturn]] void FailDamaged(const std::string& path, const std::string& what)
+constexpr std::uint64_t kSmallestPage = 512;
+constexpr std::uint64_t kLargestPage = 32768;
+constexpr std::uint64_t kLargestMap = std::uint64_t{1} << 46;
+constexpr std::uint16_t kHeadKind = 8;
+// Flags of the trees: keys that are numbers, and that the store is a file instead of a directory.
+constexpr std::uint16_t kNumberKeys = 8;
+constexpr std::uint16_t kPlainFile = 0x4000;
+
+bool IsPageSize(std::uint64_t size)
 {
-    throw Failure(Exit::Damaged, path + ": " + what);
+    return std::has_single_bit(size) && size >= kSmallestPage && size <= kLargestPage;
+}
+
+bool IsSound(const StoreTree& tree, std::uint64_t lastPage)
+{
+    if (tree.root == StoreTree::kEmpty)
+        return tree.depth == 0;
+    return tree.root >= 2 && tree.root <= lastPage && tree.depth >= 1 &&
+           tree.depth <= StoreTree::kDeepest;
 }
 
 } // namespace
 
+/// The first two pages as far as they say something.
+struct StoreFile::Heads {
+    struct Page {
+        std::uint64_t number;
+        std::uint16_t unused;
+        std::uint16_t kind;
+        std::uint32_t alsoUnused;
+        StoreHead head;
+    };
+    static_assert(sizeof(Page) == kPageHeader + sizeof(StoreHead));
+
+    Page pages[2];
+
+    const StoreHead& First() const { return pages[0].head; }
+    const StoreHead& Second() const { return pages[1].head; }
+    /// Each transaction has the number behind the last one and is written over the head before
+    /// that: at its number's place LMDB looks for a head.
+    bool AreInTurn() const
+    {
+        const std::uint64_t first = First().transaction;
+        const std::uint64_t second = Second().transaction;
+        return first % 2 == 0 &&
+               (second == first + 1 || second + 1 == first || first + second == 0);
+    }
+};
+
 StoreFile::StoreFile(const std::string& path)
-    : m_path(path), m_file(open(path.c_str(), O_RDONLY | O_CLOEXEC))
+    // Without O_NONBLOCK a pipe would wait for its other end.
+    : m_path(path), m_file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK))
 {
     struct stat info {
     };
@@ -44,7 +87,7 @@ StoreFile::StoreFile(const std::string& path)
     if (fstat(m_file, &info) == 0 && S_ISREG(info.st_mode))
         return;
     close(m_file);
-    FailDamaged(path, "is no store (not a regular file)");
+    FailDamaged("is no store (not a regular file)");
 }
 
 StoreFile::~StoreFile()
@@ -52,38 +95,91 @@ StoreFile::~StoreFile()
     close(m_file);
 }
 
+void StoreFile::FailDamaged(const std::string& what) const
+{
+    throw Failure(Exit::Damaged, m_path + ": " + what);
+}
+
 bool StoreFile::Read(void* to, std::size_t bytes, std::uint64_t offset) const
 {
     return pread(m_file, to, bytes, static_cast<off_t>(offset)) == static_cast<ssize_t>(bytes);
 }
 
+/// False where the second head cannot be read.
+bool StoreFile::ReadHeads(Heads& heads) const
+{
+    if (!Read(&heads.pages[0], sizeof heads.pages[0], 0))
+        FailDamaged("is no store (too short)");
+    const StoreHead& first = heads.First();
+    if (first.magic == __builtin_bswap32(kMagic))
+        FailDamaged("is a store of a machine with another byte order");
+    if (first.magic != kMagic)
+        FailDamaged("is no store");
+    if (first.version != kVersion)
+        FailDamaged("is of a file version that this program does not read");
+    const std::uint64_t pageSize = first.trees[0].pageSize;
+    if (!IsPageSize(pageSize))
+        FailDamaged("is damaged (its first head has no page size)");
+    return Read(&heads.pages[1], sizeof heads.pages[1], pageSize);
+}
+
 StoreHead StoreFile::Head() const
 {
-    StoreHead first{};
-    StoreHead second{};
-    if (!Read(&first, sizeof first, kPageHeader))
-        FailDamaged(m_path, "is no store (too short)");
-    if (first.magic == __builtin_bswap32(kMagic))
-        FailDamaged(m_path, "is a store of a machine with another byte order");
-    if (first.magic != kMagic)
-        FailDamaged(m_path, "is no store");
-    const std::uint64_t pageSize = first.trees[0].pageSize;
-    if (first.version != kVersion || !std::has_single_bit(pageSize) || pageSize < 512 ||
-        pageSize > 65536)
-        FailDamaged(m_path, "is of a file version that this program does not read");
-    if (!Read(&second, sizeof second, pageSize + kPageHeader) || second.magic != kMagic)
-        FailDamaged(m_path, "is damaged (its second page is missing or overwritten)");
-    StoreHead& latest = second.transaction > first.transaction ? second : first;
-    latest.trees[0].pageSize = first.trees[0].pageSize;
+    Heads heads{};
+    // A writer may be at work on a head while it is read: read twice the same, it is whole.
+    for (int attempts = 0;; ++attempts) {
+        Heads again{};
+        if (!ReadHeads(heads) || !ReadHeads(again))
+            FailDamaged("is damaged (its second page is missing or overwritten)");
+        const bool still = std::memcmp(&heads, &again, sizeof heads) == 0;
+        if ((still && heads.AreInTurn()) || attempts == 10)
+            break;
+    }
+    CheckFormat(heads);
+    const StoreHead& latest =
+        heads.Second().transaction > heads.First().transaction ? heads.Second() : heads.First();
+    CheckLatest(latest);
+    return latest;
+}
+
+void StoreFile::CheckFormat(const Heads& heads) const
+{
+    const StoreHead& first = heads.First();
+    const StoreHead& second = heads.Second();
+    if (second.magic != kMagic)
+        FailDamaged("is damaged (its second page is missing or overwritten)");
+    for (unsigned i = 0; i < 2; ++i) {
+        if (heads.pages[i].number != i || heads.pages[i].kind != kHeadKind)
+            FailDamaged("is damaged (page " + std::to_string(i) + " is no head)");
+        // A writer keeps the larger of this and its own, in the older head too.
+        if (heads.pages[i].head.mapSize > kLargestMap)
+            FailDamaged("is damaged (its head has no size of a map)");
+    }
+    if (second.version != first.version || second.trees[0].pageSize != first.trees[0].pageSize)
+        FailDamaged("is damaged (its two heads differ in version or page size)");
+    if (!heads.AreInTurn())
+        FailDamaged("is damaged (its two heads do not follow each other)");
+}
+
+void StoreFile::CheckLatest(const StoreHead& head) const
+{
     struct stat info {
     };
     if (fstat(m_file, &info) != 0)
         throw Failure(Exit::Io, Error(m_path));
     const auto size = static_cast<std::uint64_t>(info.st_size);
-    if (latest.lastPage >= size / pageSize)
-        FailDamaged(m_path, "is truncated: its pages take " + std::to_string(latest.Bytes()) +
-                                " bytes, the file has " + std::to_string(size));
-    return latest;
+    const std::uint64_t pages = size / head.trees[0].pageSize;
+    if (head.lastPage < 1 || head.lastPage >= std::uint64_t{1} << 48)
+        FailDamaged("is damaged (its head has no last page)");
+    if (head.lastPage >= pages)
+        FailDamaged("is truncated: its pages take " + std::to_string(head.Bytes()) +
+                    " bytes, the file has " + std::to_string(size));
+    if (head.mapSize < head.Bytes())
+        FailDamaged("is damaged (its head has no size of a map)");
+    if ((head.trees[0].flags & ~kPlainFile) != kNumberKeys || head.trees[1].flags != 0)
+        FailDamaged("is damaged (its head describes trees of another kind)");
+    if (!IsSound(head.trees[0], head.lastPage) || !IsSound(head.trees[1], head.lastPage))
+        FailDamaged("is damaged (its head names a root that is no page)");
 }
 
 std::uint64_t CheckStoreFile(const std::string& path)
@@ -95,10 +191,14 @@ LockedFile::LockedFile(const std::string& path, bool create) : m_path(path), m_f
 {
     struct stat named {
     };
-    // What has a second name is whole: the import that made it was killed before it took this one
-    // away. Written over, it would be lost under the other.
-    if (create && lstat(path.c_str(), &named) == 0 && named.st_nlink > 1)
-        unlink(path.c_str());
+    if (create && lstat(path.c_str(), &named) == 0) {
+        if (!S_ISREG(named.st_mode))
+            throw Failure(Exit::Io, path + ": is in the way (not a regular file)");
+        // What has a second name is whole: the import that made it was killed before it took this
+        // one away. Written over, it would be lost under the other.
+        if (named.st_nlink > 1)
+            unlink(path.c_str());
+    }
     m_file = open(path.c_str(), O_RDWR | O_CLOEXEC | (create ? O_CREAT : 0), 0666);
     if (m_file < 0)
         throw Failure(Exit::Io, Error(path));

@@ -11,9 +11,21 @@ namespace kotm
 /// A page of a store's file begins with so many bytes; behind them the first two hold a head each.
 inline constexpr std::size_t kPageHeader = 16;
 
+/// The file in which a new store is written before it has its name.
+inline std::string NewStorePath(const std::string& path)
+{
+    return path + ".new";
+}
+/// The file through which LMDB knows of readers and writers.
+inline std::string StoreLockPath(const std::string& path)
+{
+    return path + "-lock";
+}
+
 /// LMDB's description of a tree of pages.
 struct StoreTree {
     static constexpr std::uint64_t kEmpty = ~std::uint64_t{0};
+    static constexpr unsigned kDeepest = 32; ///< LMDB's cursors hold as many pages
 
     std::uint32_t pageSize; ///< in the first tree of a head
     std::uint16_t flags;
@@ -45,7 +57,8 @@ static_assert(sizeof(StoreTree) == 48 && sizeof(StoreHead) == 136);
 class StoreFile
 {
 public:
-    /// Throws Failure: Exit::Io where it cannot be opened, Exit::Damaged where it is no file.
+    /// Throws Failure: Exit::Io where it cannot be opened, Exit::Damaged where it is no regular
+    /// file, for which it never waits.
     explicit StoreFile(const std::string& path);
     ~StoreFile();
     StoreFile(const StoreFile&) = delete;
@@ -54,10 +67,18 @@ public:
     const std::string& Path() const { return m_path; }
     bool Read(void* to, std::size_t bytes, std::uint64_t offset) const;
     /// The head that counts. Throws Failure (Exit::Damaged) with what is wrong where it is no LMDB
-    /// file, of another version or byte order, or shorter than its own pages.
+    /// file, of another version or byte order, or shorter than its own pages, and where one of the
+    /// heads says what LMDB must not believe: it maps what they say and looks at nothing first.
     StoreHead Head() const;
 
 private:
+    struct Heads;
+
+    bool ReadHeads(Heads& heads) const;
+    void CheckFormat(const Heads& heads) const;
+    void CheckLatest(const StoreHead& head) const;
+    [[noreturn]] void FailDamaged(const std::string& what) const;
+
     std::string m_path;
     int m_file;
 };
@@ -72,7 +93,7 @@ class LockedFile
 {
 public:
     /// Opens, and creates where `create` says so. Throws Failure (Exit::Io), also when another
-    /// process holds the lock.
+    /// process holds the lock, or the name is that of something else than a regular file.
     LockedFile(const std::string& path, bool create);
     ~LockedFile();
     LockedFile(const LockedFile&) = delete;

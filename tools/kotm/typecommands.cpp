@@ -4,6 +4,7 @@
 #include "fieldreader.h"
 #include "output.h"
 #include "valuetype.h"
+#include "visible.h"
 
 #include <kostring.h>
 #include <nlohmann/json.hpp>
@@ -19,7 +20,7 @@ namespace
 {
 
 /// The format byte of a persistent form. The memory form holds addresses: it is no persistent form.
-unsigned char PersistentFormat(unsigned format)
+unsigned char PersistentFormat(std::uint64_t format)
 {
     if (format > 0xFF || (format & KoFMT_MEMORY) != 0)
         throw Failure(Exit::Usage, "format " + std::to_string(format) +
@@ -99,7 +100,7 @@ unsigned PersistentLength(o_char id)
 
 std::string NoValue(const std::string& utf8, const std::string& typeName, unsigned errorAt)
 {
-    return "\"" + utf8 + "\" is no value of the type " + typeName + " (character " +
+    return Quoted(utf8) + " is no value of the type " + typeName + " (character " +
            std::to_string(errorAt + 1) + ")";
 }
 
@@ -128,7 +129,7 @@ void ListTypes(bool json, std::ostream& out)
 }
 
 void ConvertTexts(const std::string& typeName, const std::vector<std::string>& texts,
-                  unsigned format, std::ostream& out)
+                  std::uint64_t format, std::ostream& out)
 {
     const unsigned char persistent = PersistentFormat(format);
     Value value(ValueType::Named(typeName));
@@ -153,7 +154,7 @@ void ConvertTexts(const std::string& typeName, const std::vector<std::string>& t
     out << lines;
 }
 
-void InspectForm(const std::string& typeName, const std::string& hex, unsigned format,
+void InspectForm(const std::string& typeName, const std::string& hex, std::uint64_t format,
                  std::ostream& out)
 {
     const unsigned char persistent = PersistentFormat(format);
@@ -180,7 +181,7 @@ void InspectForm(const std::string& typeName, const std::string& hex, unsigned f
         << "length  " << bytes.size() << '\n'
         << "null    " << (null ? "yes" : "no") << '\n'
         << "hash    " << hashText << '\n'
-        << "text    " << text << '\n';
+        << "text    " << Visible(text) << '\n';
     if (written != bytes)
         out << "written " << ToHex(written) << '\n';
 }

@@ -1,6 +1,7 @@
 #ifndef KOTM_TYPECOMMANDS_H
 #define KOTM_TYPECOMMANDS_H
 
+#include <cstdint>
 #include <iosfwd>
 #include <string>
 #include <vector>
@@ -13,13 +14,13 @@ void ListTypes(bool json, std::ostream& out);
 
 /// Writes the persistent form of each text, in hexadecimal digits on a line of its own. All texts
 /// are read before the first line is written. Throws Failure (Exit::Usage).
-void ConvertTexts(const std::string& type, const std::vector<std::string>& texts, unsigned format,
-                  std::ostream& out);
+void ConvertTexts(const std::string& type, const std::vector<std::string>& texts,
+                  std::uint64_t format, std::ostream& out);
 
 /// Shows the value that a persistent form in hexadecimal digits stands for. No byte outside the
 /// form is read. A form that the type itself would write otherwise is shown as it would. Throws
 /// Failure (Exit::Usage) for bytes that are not exactly one value.
-void InspectForm(const std::string& type, const std::string& hex, unsigned format,
+void InspectForm(const std::string& type, const std::string& hex, std::uint64_t format,
                  std::ostream& out);
 
 } // namespace kotm

@@ -1,23 +1,46 @@
 #include "valuetype.h"
 
 #include "failure.h"
+#include "formattext.h"
 #include "utf8.h"
 
 #include <kostring.h>
 
+#include <memory>
 #include <utility>
 
 namespace kotm
 {
 
+namespace
+{
+
+/// Formats that are one decimal conversion and nothing else.
+ValueType::Number KindOfFormat(std::string_view format)
+{
+    if (format.size() < 2 || format.front() != '%')
+        return ValueType::Number::None;
+    const std::string_view between = format.substr(1, format.size() - 2);
+    if (between.find_first_not_of("+- #0123456789.hlLjztqI") != std::string_view::npos)
+        return ValueType::Number::None;
+    if (std::string_view("diuS").find(format.back()) != std::string_view::npos)
+        return ValueType::Number::Integer;
+    const bool floating = std::string_view("eEfFgG").find(format.back()) != std::string_view::npos;
+    return floating ? ValueType::Number::Floating : ValueType::Number::None;
+}
+
+} // namespace
+
 ValueType::ValueType(o_char id)
     : m_id(id), m_hasNull(Manager().SupportsNullValue(id) != 0), m_isText(false),
-      m_hasPatterns(false), m_fixedSize(0)
+      m_hasPatterns(false), m_number(Number::None), m_fixedSize(0)
 {
     const Value empty(*this);
     if (Manager().IsFixed(id) != 0)
         m_fixedSize = Manager().DiskLenGet(id, const_cast<Value&>(empty).Get(), kStoreFormat, 1,
                                            KoFMT_MEMORY);
+    if (const char* format = Manager().ExchangeFormat(id, nullptr))
+        m_number = KindOfFormat(format);
     m_isText = TakesAnyText();
     m_hasPatterns = m_isText && MatchesPatterns();
 }
@@ -114,9 +137,48 @@ bool Value::LoadUntrusted(std::string_view bytes, unsigned char format)
 
 void Value::Print(std::string& utf8, const char* format) const
 {
+    if (format == nullptr) {
+        const bool floating = m_type.NumberKind() == ValueType::Number::Floating;
+        if (!floating || IsNull() || !AppendConverted(utf8))
+            Append(utf8, nullptr);
+    } else if (FormatText::IsPlain(format)) {
+        Append(utf8, format);
+    } else {
+        std::string unformatted;
+        Append(unformatted, nullptr);
+        const FormatText text(format, unformatted);
+        std::string printed;
+        Append(printed, text.Bytes());
+        utf8 += text.WithCharacters(printed);
+    }
+}
+
+/// Conversion writes floating numbers in the shortest form that reads back as the same value.
+bool Value::AppendConverted(std::string& utf8) const
+{
+    const std::unique_ptr<KoTypeConvertData> texts(Manager().ConvertTo(m_type.Id(), m_value, 1));
+    const KoString* text = texts != nullptr ? texts->GetString(0) : nullptr;
+    if (text == nullptr)
+        return false;
+    AppendUtf8(utf8, *text);
+    return true;
+}
+
+void Value::Append(std::string& utf8, const char* format) const
+{
     // A text takes what is appended into its own code set: this one has room for all characters.
     KoString text(KoCS_UNICODE, KoString::GetDefaultLanguage());
     Manager().PrintToKoString(m_type.Id(), text, m_value, format, 1);
+    if (text.ByteSize() == KoString::kMaxBytes) {
+        // It may have been cut off. A text of 8 bits may be twice as long.
+        const unsigned char codeSet = m_type.Id() == KoSTRING_T
+                                          ? static_cast<const KoString*>(m_value)->CodeSet()
+                                          : KoString::GetDefault8CodeSet();
+        KoString narrow(codeSet, KoString::GetDefaultLanguage());
+        Manager().PrintToKoString(m_type.Id(), narrow, m_value, format, 1);
+        if (narrow.Len() > text.Len())
+            text = narrow;
+    }
     AppendUtf8(utf8, text);
 }
 

@@ -51,6 +51,9 @@ public:
     bool IsText() const { return m_isText; }
     /// True for a type of text that is matched with patterns, and compared without case or accents.
     bool HasPatterns() const { return m_hasPatterns; }
+    /// What the type's own format makes of a value: a decimal number, or anything else.
+    enum class Number { None, Integer, Floating };
+    Number NumberKind() const { return m_number; }
 
     /// Bytes of the persistent form in the store's format that `bytes` begins with; 0 where the
     /// form does not end within them.
@@ -72,6 +75,7 @@ private:
     bool m_hasNull;
     bool m_isText;
     bool m_hasPatterns;
+    Number m_number;
     std::size_t m_fixedSize;
 };
 
@@ -98,10 +102,14 @@ public:
     bool LoadUntrusted(std::string_view bytes, unsigned char format);
     bool IsNull() const { return Manager().IsNullValue(m_type.Id(), m_value) != 0; }
     void SetNull() { Manager().SetNullValue(m_type.Id(), m_value); }
-    /// The text as UTF-8; a null format is the type's own.
+    /// Appends the text as UTF-8. A null format, where none was asked for, is the type's own; but
+    /// a floating number is printed in as few digits as give it back.
     void Print(std::string& utf8, const char* format) const;
 
 private:
+    void Append(std::string& utf8, const char* format) const;
+    bool AppendConverted(std::string& utf8) const;
+
     ValueType m_type;
     void* m_value;
 };

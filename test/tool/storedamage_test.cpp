@@ -1,0 +1,234 @@
+#include "testfiles.h"
+
+#include <storepage.h>
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <cstring>
+#include <random>
+
+namespace
+{
+
+using namespace kotm;
+
+constexpr std::size_t kPage = 4096; // of a store that was made here
+
+/// A store of several imports, so that pages of it are free, and changes of its bytes.
+class StoreDamage : public testing::Test
+{
+protected:
+    StoreDamage()
+        : m_store(m_folder.Path("store")),
+          m_import("import " + m_store + " " + m_folder.Write("csv", Rows(2000)) +
+                   " --schema " KO_TEST_DATA "/stores/items.schema.json")
+    {
+        for (int i = 0; i < 3; ++i) {
+            EXPECT_EQ(RunKotm(m_import).status, 0);
+            m_folder.Write("csv", Rows(20));
+        }
+        m_whole = ReadAll(m_store);
+        m_place = Head(1).transaction > Head(0).transaction ? 1 : 0;
+    }
+
+    static std::string Rows(int count)
+    {
+        std::string csv = "Id,Title,Latin,Weight\n";
+        for (int i = 0; i < count; ++i)
+            csv += std::to_string(i) + "," +
+                   (i % 50 == 0 ? std::string(300 + i % 9 * 700, 'x') : "title ") +
+                   std::to_string(i * 7919 % 2000) + ",x," + std::to_string(i % 100) + "\n";
+        return csv;
+    }
+
+    StoreHead Head(std::size_t place) const { return At<StoreHead>(place * kPage + kPageHeader); }
+    template <class Field>
+    Field At(std::size_t offset) const
+    {
+        return NumberAt<Field>(m_whole, offset);
+    }
+    StorePage PageOf(std::uint64_t number) const
+    {
+        const auto* page = m_whole.data() + number * kPage;
+        return {number, {page, page + kPage}};
+    }
+    /// Where bytes that stand on a page once are in the file.
+    std::size_t Find(std::string_view bytes, std::uint64_t page) const
+    {
+        return m_whole.find(bytes, page * kPage);
+    }
+
+    template <class Field>
+    void Change(std::size_t offset, Field with)
+    {
+        std::string bytes = m_whole;
+        std::memcpy(bytes.data() + offset, &with, sizeof with);
+        m_changed = bytes;
+        m_folder.Write("store", bytes);
+    }
+    /// That commands end with status 3 and a sentence and leave the store alone.
+    void ExpectRefused(const std::string& reason, const std::string& sentence,
+                       const std::vector<std::string>& commands)
+    {
+        for (const std::string& command : commands) {
+            const Outcome run = RunKotm(command);
+            EXPECT_EQ(run.status, 3) << reason << "\n" << command << "\n" << run.out;
+            EXPECT_NE(run.out.find(sentence), std::string::npos) << reason << "\n" << run.out;
+        }
+        EXPECT_TRUE(ReadAll(m_store) == m_changed) << reason;
+    }
+
+    TestFolder m_folder;
+    std::string m_store;
+    std::string m_import;
+    std::string m_whole;
+    std::string m_changed;
+    std::size_t m_place = 0; ///< of the newer head
+};
+
+TEST_F(StoreDamage, Heads)
+{
+    constexpr std::size_t kNames = offsetof(StoreHead, trees) + sizeof(StoreTree);
+    constexpr std::size_t kRoot = offsetof(StoreTree, root);
+    constexpr std::size_t kLastPage = offsetof(StoreHead, lastPage);
+    const std::uint64_t pages = m_whole.size() / kPage;
+    const struct {
+        const char* reason;
+        std::size_t offset;
+        std::uint64_t with;
+        std::size_t bytes;
+        std::string sentence;
+        bool inOlder = false;
+    } kCases[] = {
+        {"pages of no bytes", offsetof(StoreHead, trees), 0, 4, "page size"},
+        {"pages of a gigabyte", offsetof(StoreHead, trees), 1U << 30, 4, "page size"},
+        {"pages of twice the size", offsetof(StoreHead, trees), 2 * kPage, 4, "page size"},
+        {"the same, older", offsetof(StoreHead, trees), 2 * kPage, 4, "is damaged", true},
+        {"another version", offsetof(StoreHead, version), 2, 4, "version"},
+        {"no magic", offsetof(StoreHead, magic), 0, 4, "store", true},
+        {"no pages", kLastPage, 0, 8, "no last page"},
+        {"more pages than the file", kLastPage, pages, 8, "is truncated"},
+        {"more pages than there are bytes", kLastPage, ~0ULL >> 4, 8, "no last page"},
+        {"a map that is too small", offsetof(StoreHead, mapSize), kPage, 8, "size of a map"},
+        {"a map that nobody has", offsetof(StoreHead, mapSize), 1ULL << 60, 8, "size of a map"},
+        {"the same, older", offsetof(StoreHead, mapSize), 1ULL << 60, 8, "size of a map", true},
+        {"doubled keys", kNames + offsetof(StoreTree, flags), 4, 2, "trees of another kind"},
+        {"a head as a root", kNames + kRoot, 1, 8, "root that is no page"},
+        {"a root outside", kNames + kRoot, pages, 8, "root that is no page"},
+        {"a tree without end", kNames + offsetof(StoreTree, depth), 33, 2, "root that is no page"},
+        {"the turn of the other", offsetof(StoreHead, transaction), 1001, 8, "follow each other"},
+        {"an older one from the future", offsetof(StoreHead, transaction), 4002, 8,
+         "follow each other", true},
+    };
+    for (const auto& c : kCases) {
+        std::string bytes = m_whole;
+        const std::size_t place = c.inOlder ? 1 - m_place : m_place;
+        std::memcpy(bytes.data() + place * kPage + kPageHeader + c.offset, &c.with, c.bytes);
+        m_folder.Write("store", m_changed = bytes);
+        ExpectRefused(
+            c.reason, c.sentence,
+            {"check " + m_store, "query " + m_store, "explain " + m_store + " id=1", m_import});
+    }
+}
+
+TEST_F(StoreDamage, ListsOfFreePages)
+{
+    const StoreHead head = Head(m_place);
+    const std::uint64_t root = head.trees[0].root;
+    ASSERT_EQ(head.trees[0].depth, 1);
+    const StorePage page = PageOf(root);
+    StoreNode list = page.Node(0);
+    for (std::size_t i = 1; i < page.Nodes() && NumberAt<std::uint64_t>(list.value, 0) < 3; ++i)
+        list = page.Node(i);
+    const std::size_t at = Find(list.value, root);
+    ASSERT_GE(At<std::uint64_t>(at), 3U);
+    const std::uint64_t count = At<std::uint64_t>(at);
+    const struct {
+        const char* reason;
+        std::size_t offset;
+        std::uint64_t with;
+    } kCases[] = {
+        {"the root in use", at + 8, root},
+        {"a page beyond the file", at + 8, head.lastPage + 1},
+        {"a page beyond everything", at + 8, ~0ULL},
+        {"a head", at + 8 * count, 1},
+        {"one twice", at + 16, At<std::uint64_t>(at + 8)},
+        {"another order", at + 8, At<std::uint64_t>(at + 16) - 1},
+        {"one is lost", at, count - 1},
+        {"one behind the list", at, count + 1},
+        {"without end", at, ~0ULL},
+        {"a transaction to come", Find(list.key, root), head.transaction + 1},
+        {"no transaction", Find(list.key, root), 0},
+    };
+    for (const auto& c : kCases) {
+        Change(c.offset, c.with);
+        ExpectRefused(c.reason, "is damaged: page ", {"check " + m_store, m_import});
+    }
+}
+
+// LMDB finds keys by those in the branches; walked in order, all of them are still there.
+TEST_F(StoreDamage, KeysOfBranches)
+{
+    const StorePage names = PageOf(Head(m_place).trees[1].root);
+    int branches = 0;
+    for (std::size_t i = 0; i < names.Nodes(); ++i) {
+        const auto tree = NumberAt<StoreTree>(names.Node(i).value, 0);
+        if (tree.depth == 1)
+            continue;
+        const StorePage root = PageOf(tree.root);
+        ++branches;
+        for (const std::size_t fromEnd : {6U, 5U, 10U}) { // number and tag of an object
+            const std::string_view key = root.Node(root.Nodes() / 2).key;
+            const std::size_t offset = Find(key, tree.root) + key.size() - fromEnd;
+            Change(offset, static_cast<char>(m_whole[offset] ^ 1));
+            ExpectRefused(std::string(names.Node(i).key), "has a wrong key", {"check " + m_store});
+        }
+    }
+    EXPECT_EQ(branches, 4);
+}
+
+TEST_F(StoreDamage, CountsOfObjects)
+{
+    const std::size_t at = m_whole.rfind("\"next\":") + 7;
+    ASSERT_EQ(At<char>(at), '2');
+    for (const char digit : {'1', '-', 'x'}) {
+        Change(at, digit);
+        ExpectRefused("next number", digit == '1' ? "counts are not those" : "unreadable",
+                      {m_import});
+        EXPECT_EQ(RunKotm("check " + m_store).status, 3);
+    }
+}
+
+// Single bits anywhere: no command is ended by a signal, and what "check" passes answers as before
+// and takes more rows. What a value or the schema says is not its subject: no texts are changed.
+TEST_F(StoreDamage, SingleBits)
+{
+    const std::string query =
+        "query " + m_store + " --output csv --columns id,title --order weight";
+    const std::string answer = RunKotm(query).out;
+    std::mt19937 random(4711); // NOLINT(cert-msc51-cpp): the same changes each time
+    int refused = 0;
+    for (int i = 0; i < 25; ++i) {
+        const std::uint64_t page = random() % (m_whole.size() / kPage);
+        const bool isHead = page < 2;
+        const std::size_t offset = page * kPage + random() % (isHead ? 152 : 40);
+        Change(offset, static_cast<char>(m_whole[offset] ^ 1 << random() % 8));
+        const std::string where = std::to_string(page) + " at " + std::to_string(offset % kPage);
+        const int check = RunKotm("check " + m_store).status;
+        EXPECT_TRUE(check == 0 || check == 3) << where;
+        refused += check == 3 ? 1 : 0;
+        const Outcome found = RunKotm(query);
+        const Outcome imported = RunKotm(m_import);
+        EXPECT_GE(found.status, 0) << where;
+        EXPECT_GE(imported.status, 0) << where;
+        if (check == 0) {
+            EXPECT_TRUE(found.out == answer) << where;
+            EXPECT_EQ(imported.status, 0) << where << imported.out;
+            EXPECT_EQ(RunKotm("check " + m_store).status, 0) << where;
+        }
+    }
+    EXPECT_GT(refused, 5);
+}
+
+} // namespace

@@ -1,0 +1,100 @@
+#include "arguments.h"
+
+#include "failure.h"
+#include "visible.h"
+
+#include <algorithm>
+#include <charconv>
+
+namespace kotm
+{
+
+namespace
+{
+
+/// How many letters make one word of another; letters that change places count once.
+std::size_t Slips(std::string_view a, std::string_view b)
+{
+    // Three rows of the table of all beginnings: the current one and the two before it.
+    std::vector<std::size_t> beforeLast(b.size() + 1);
+    std::vector<std::size_t> last(b.size() + 1);
+    std::vector<std::size_t> row(b.size() + 1);
+    for (std::size_t j = 0; j <= b.size(); ++j)
+        last[j] = j;
+    for (std::size_t i = 1; i <= a.size(); ++i) {
+        row[0] = i;
+        for (std::size_t j = 1; j <= b.size(); ++j) {
+            const std::size_t wrong = a[i - 1] == b[j - 1] ? 0 : 1;
+            row[j] = std::min({last[j] + 1, row[j - 1] + 1, last[j - 1] + wrong});
+            if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1])
+                row[j] = std::min(row[j], beforeLast[j - 2] + 1);
+        }
+        std::swap(beforeLast, last);
+        std::swap(last, row);
+    }
+    return last[b.size()];
+}
+
+} // namespace
+
+std::uint64_t ReadCount(const char* option, std::string_view text)
+{
+    std::uint64_t count = 0;
+    const char* end = text.data() + text.size();
+    const auto [stopped, error] = std::from_chars(text.data(), end, count);
+    if (error != std::errc() || stopped != end)
+        throw Failure(Exit::Usage, std::string(option) + ": " + Quoted(text) +
+                                       " is no number from 0 to 18446744073709551615");
+    return count;
+}
+
+std::size_t ReadWord(const char* option, const std::string& text,
+                     const std::vector<std::string>& words)
+{
+    const auto found = std::find(words.begin(), words.end(), text);
+    if (found == words.end())
+        throw Failure(Exit::Usage,
+                      std::string(option) + ": " + Quoted(text) + " is none of " + Listed(words));
+    return static_cast<std::size_t>(found - words.begin());
+}
+
+std::vector<std::string> ReadNames(const char* option, std::string_view text)
+{
+    std::vector<std::string> names;
+    for (std::size_t at = 0; at <= text.size();) {
+        const std::size_t comma = std::min(text.find(',', at), text.size());
+        names.emplace_back(text.substr(at, comma - at));
+        if (names.back().empty())
+            throw Failure(Exit::Usage,
+                          std::string(option) + ": " + Quoted(text) + " has an empty name");
+        at = comma + 1;
+    }
+    return names;
+}
+
+std::string Nearest(std::string_view given, const std::vector<std::string>& words)
+{
+    std::size_t fewest = std::min<std::size_t>(2, (given.size() - 1) / 2);
+    std::string nearest;
+    for (const std::string& word : words) {
+        const std::size_t slips = Slips(given, word);
+        if (slips < fewest || (slips == fewest && nearest.empty())) {
+            fewest = slips;
+            nearest = word;
+        }
+    }
+    return nearest;
+}
+
+std::string Listed(const std::vector<std::string>& names)
+{
+    constexpr std::size_t kMost = 20;
+    std::string list;
+    for (std::size_t i = 0; i < std::min(names.size(), kMost); ++i)
+        list += (i == 0 ? "" : ", ") + Quoted(names[i]);
+    if (names.size() > kMost)
+        list += " and " + std::to_string(names.size() - kMost) + " more";
+    return list;
+}
+
+} // namespace kotm

@@ -1,0 +1,33 @@
+#ifndef KOTM_ARGUMENTS_H
+#define KOTM_ARGUMENTS_H
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kotm
+{
+
+/// A count that an option takes: decimal digits, up to 64 bits. Throws Failure (Exit::Usage).
+std::uint64_t ReadCount(const char* option, std::string_view text);
+
+/// The number of the word of an option that takes one of a few. Throws Failure (Exit::Usage) that
+/// lists them.
+std::size_t ReadWord(const char* option, const std::string& text,
+                     const std::vector<std::string>& words);
+
+/// Names with commas between them, none of them empty. Throws Failure (Exit::Usage).
+std::vector<std::string> ReadNames(const char* option, std::string_view text);
+
+/// The one of `words` that `given` may be a slip of: by at most two letters that are wrong,
+/// missing, too many, or have changed places, and by less than half of it. Empty where there is
+/// none.
+std::string Nearest(std::string_view given, const std::vector<std::string>& words);
+
+/// "a, b and 3 more": no more of the names than a message has room for, each in quotes.
+std::string Listed(const std::vector<std::string>& names);
+
+} // namespace kotm
+
+#endif

@@ -1,0 +1,28 @@
+#ifndef KOTM_LITERAL_H
+#define KOTM_LITERAL_H
+
+#include "condition.h"
+
+#include <string_view>
+
+namespace kotm
+{
+
+/// Reads the literal of a comparison as a value of the attribute, into the parts of `condition`
+/// that stand for it. Besides what the attribute's format reads there are
+///
+/// - numbers outside of what the type holds: see Outside. Floating types hold infinities, so there
+///   the comparison becomes one with the finite number that is next to them;
+/// - a date alone for a type with a time of day: its midnight. It is written as the attribute's
+///   format begins, or as 2024-02-29.
+///
+/// Throws Failure (Exit::Usage) that shows the place in `text`.
+void ReadLiteral(Condition& condition, const Predicate& predicate, std::string_view text,
+                 const Attribute& attribute);
+
+/// The literal of an object id: the text of one, or its number alone.
+void ReadObjectIdLiteral(Condition& condition, const Predicate& predicate, std::string_view text);
+
+} // namespace kotm
+
+#endif

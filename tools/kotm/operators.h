@@ -1,0 +1,20 @@
+#ifndef KOTM_OPERATORS_H
+#define KOTM_OPERATORS_H
+
+#include "condition.h"
+
+namespace kotm
+{
+
+/// The operator that holds where `op` does not.
+Operator Negated(Operator op);
+/// As a predicate writes it.
+const char* Symbol(Operator op);
+/// The query operator bits that evaluators take.
+unsigned QueryBits(Operator op);
+/// What a number outside of its type makes of a comparison: all values meet it, or none.
+bool IsMetByAll(Operator op, Outside outside);
+
+} // namespace kotm
+
+#endif

@@ -1,0 +1,27 @@
+#ifndef KOTM_VISIBLE_H
+#define KOTM_VISIBLE_H
+
+#include <string>
+#include <string_view>
+
+namespace kotm
+{
+
+/// True for what a terminal obeys instead of showing it, and for what changes how the text around
+/// it looks: control characters, the separators of lines and paragraphs, marks that turn the
+/// direction of writing, a byte order mark, and -1, which is no character.
+bool IsHidden(int character) noexcept;
+
+/// A text for people: hidden characters stand as their codes, \n, \t, \x1B or \u009B, and bytes
+/// that are no UTF-8 as \xFF. No text of a file speaks to the terminal then.
+std::string Visible(std::string_view utf8);
+
+/// The same in quotes, cut to what a message has room for.
+std::string Quoted(std::string_view utf8);
+
+/// JSON text with its hidden characters escaped: it means the same.
+std::string VisibleJson(std::string_view json);
+
+} // namespace kotm
+
+#endif
