@@ -2,7 +2,7 @@
 # its module name on Windows. With a FILE_DESCRIPTION the Windows module carries a version resource.
 function(ko_library target)
   cmake_parse_arguments(arg "" "EXPORT_NAME;FOLDER;MODULE;FILE_DESCRIPTION" "LIBRARIES" ${ARGN})
-  file(GLOB sources CONFIGURE_DEPENDS ${arg_FOLDER}/src/*.cpp)
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${arg_FOLDER}/src/*.cpp)
   add_library(${target} SHARED ${sources})
   add_library(ko::${arg_EXPORT_NAME} ALIAS ${target})
   # Loops that live on the optimiser's work: what other build types ask for is too little.
@@ -16,6 +16,7 @@ function(ko_library target)
   target_include_directories(
     ${target} PUBLIC $<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}/${arg_FOLDER}/inc>
                      $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/kotms>)
+  target_include_directories(${target} PRIVATE ${arg_FOLDER}/src)
   target_compile_features(${target} PUBLIC cxx_std_20)
   target_link_libraries(${target} PUBLIC ${arg_LIBRARIES})
   set_target_properties(${target} PROPERTIES EXPORT_NAME ${arg_EXPORT_NAME})
