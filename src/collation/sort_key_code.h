@@ -35,10 +35,22 @@ constexpr unsigned FormOf(o_u2b cmpOp, unsigned char variant)
 /// One to three bytes, the first in bits 8 to 15, and so on; their number in bits 0 to 3; in bits 4
 /// to 7 how many orders they stand for.
 using Code = o_u4b;
-constexpr unsigned BytesOf(Code code) { return code & 0xFU; }
-constexpr unsigned OrdersOf(Code code) { return (code >> 4U) & 0xFU; }
-constexpr Code Code1(unsigned a) { return 0x11U | a << 8U; }
-constexpr Code Code2(unsigned a, unsigned b) { return 0x12U | a << 8U | b << 16U; }
+constexpr unsigned BytesOf(Code code)
+{
+    return code & 0xFU;
+}
+constexpr unsigned OrdersOf(Code code)
+{
+    return (code >> 4U) & 0xFU;
+}
+constexpr Code Code1(unsigned a)
+{
+    return 0x11U | a << 8U;
+}
+constexpr Code Code2(unsigned a, unsigned b)
+{
+    return 0x12U | a << 8U | b << 16U;
+}
 constexpr Code Code3(unsigned a, unsigned b, unsigned c)
 {
     return 0x13U | a << 8U | b << 16U | c << 24U;
@@ -122,8 +134,7 @@ constexpr Code CodeOf(o_u2b order, unsigned form)
     if (form == kIdeographicForm)
         return CodeOfIdeographic(order);
     if (order < kLetters)
-        return order < kBehindDigits ? CodeOfDigit(order)
-                                     : CodeOfWord(0x15, order - kBehindDigits);
+        return order < kBehindDigits ? CodeOfDigit(order) : CodeOfWord(0x15, order - kBehindDigits);
     if (order < KoORDER_IDEOGRAPH)
         return CodeOfLetter(order, form);
     return Code2(0x7F + (order >> 8U) - 0x80, order & 0xFFU);
@@ -142,11 +153,20 @@ inline constexpr unsigned kKinds = 7;
 
 /// Where a gap that begins with an order stands among those after as many empty ones; a gap that is
 /// one blank or one hyphen stands before.
-constexpr unsigned KindOf(o_u2b first) { return first < kBlank ? 0 : first < kHyphen ? 3 : 6; }
+constexpr unsigned KindOf(o_u2b first)
+{
+    return first < kBlank ? 0 : first < kHyphen ? 3 : 6;
+}
 /// Of a gap that is one blank or one hyphen: the lead says it all, and the next number that more
 /// gaps follow.
-constexpr unsigned KindOfSingle(o_u2b order) { return order == kBlank ? 1 : 4; }
-constexpr bool IsShortAlone(o_u2b order) { return order == kBlank || order == kHyphen; }
+constexpr unsigned KindOfSingle(o_u2b order)
+{
+    return order == kBlank ? 1 : 4;
+}
+constexpr bool IsShortAlone(o_u2b order)
+{
+    return order == kBlank || order == kHyphen;
+}
 constexpr unsigned char LeadOf(unsigned empty, unsigned kind)
 {
     return static_cast<unsigned char>(1 + kKinds * (kMostEmpty - empty) + kind);

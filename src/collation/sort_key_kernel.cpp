@@ -2,7 +2,8 @@
 #include "collation/sort_key_gaps.h"
 
 // Sort keys of short texts in ASCII: codes by arithmetic, sixteen characters at a time; what is
-// skipped is a bit in a set, and its codes are left out by shuffling. The gaps are the runs of bits.
+// skipped is a bit in a set, and its codes are left out by shuffling. The gaps are the runs of
+// bits.
 
 #if defined(__x86_64__)
 #include <array>
@@ -96,8 +97,7 @@ KO_SHUFFLES inline __m128i Load(const char* bytes, unsigned at, unsigned size)
         return _mm_setzero_si128();
     if (size < kBlock)
         return LoadFew(bytes, size);
-    const __m128i last =
-        _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + size - kBlock));
+    const __m128i last = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + size - kBlock));
     const unsigned char* const moving = kMovingDown.data() + (at + kBlock - size);
     return _mm_shuffle_epi8(last, _mm_loadu_si128(reinterpret_cast<const __m128i*>(moving)));
 }
@@ -213,8 +213,8 @@ KO_SHUFFLES unsigned Write(const KoText& text, const AsciiForm& form, bool ideog
         const __m128i ofDigit = _mm_add_epi8(_mm_add_epi8(x, x), digitCode);
         const __m128i codes =
             _mm_or_si128(_mm_and_si128(letter, ofLetter), _mm_and_si128(digit, ofDigit));
-        const auto zeros = static_cast<unsigned>(
-            _mm_movemask_epi8(_mm_cmpeq_epi8(x, _mm_setzero_si128())));
+        const auto zeros =
+            static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(x, _mm_setzero_si128())));
         const unsigned before = ((zeros & (0U - zeros)) - 1U) & 0xFFFFU; // all, where there is none
         const auto set =
             static_cast<unsigned>(_mm_movemask_epi8(_mm_or_si128(letter, digit))) & before;
@@ -231,7 +231,8 @@ KO_SHUFFLES unsigned Write(const KoText& text, const AsciiForm& form, bool ideog
             return 0;
         key[0] = kGaps;
         key[1] = kLast;
-        return skipped == 0 ? 2 : static_cast<unsigned>(PutGaps(key + 1, characters, skipped) - key);
+        return skipped == 0 ? 2
+                            : static_cast<unsigned>(PutGaps(key + 1, characters, skipped) - key);
     }
     if (ideographic)
         key[0] = kIdeographic;
@@ -251,9 +252,8 @@ unsigned WriteAscii(const KoText& text, unsigned form, bool gaps, TextMemory mem
     if (__builtin_cpu_supports("ssse3") == 0 || __builtin_cpu_supports("popcnt") == 0)
         return 0;
     const bool ideographic = form == kIdeographicForm;
-    return text.Width() == 1
-               ? Write<1>(text, kAsciiForms[form], ideographic, gaps, memory, key)
-               : Write<2>(text, kAsciiForms[form], ideographic, gaps, memory, key);
+    return text.Width() == 1 ? Write<1>(text, kAsciiForms[form], ideographic, gaps, memory, key)
+                             : Write<2>(text, kAsciiForms[form], ideographic, gaps, memory, key);
 }
 
 } // namespace ko::sortkey
