@@ -211,26 +211,6 @@ Texts Many(Make make)
     return texts;
 }
 
-/// Keys one after another, and where they stand; the memory is kept from run to run.
-struct KeyList {
-    std::vector<unsigned char> bytes;
-    std::vector<KeySort::Entry> entries;
-
-    template <class Text, class Make>
-    void Fill(const std::vector<Text>& texts, Make make)
-    {
-        bytes.resize(texts.size() * 128);
-        entries.resize(texts.size());
-        unsigned at = 0;
-        for (unsigned i = 0; i < texts.size(); ++i) {
-            const unsigned length =
-                make(texts[i], bytes.data() + at, static_cast<unsigned>(bytes.size()) - at);
-            entries[i] = {0, at, static_cast<std::uint16_t>(length), 0, i};
-            at += length;
-        }
-    }
-};
-
 template <class Text, class Make>
 void AddKeySort(const std::string& name, const std::vector<Text>& texts, Make make)
 {
@@ -238,7 +218,7 @@ void AddKeySort(const std::string& name, const std::vector<Text>& texts, Make ma
         KeyList keys;
         for (auto _ : state) {
             keys.Fill(texts, make);
-            KeySort(keys.bytes.data(), keys.entries).Sort();
+            KeySort(keys).Sort();
             benchmark::DoNotOptimize(keys.entries.data());
         }
     });
@@ -252,12 +232,14 @@ void AddPlainKeySort(const std::string& name, const std::vector<Text>& texts, Ma
         KeyList keys;
         for (auto _ : state) {
             keys.Fill(texts, make);
-            const unsigned char* const bytes = keys.bytes.data();
             std::sort(keys.entries.begin(), keys.entries.end(),
-                      [bytes](const KeySort::Entry& a, const KeySort::Entry& b) {
+                      [&keys](const KeyList::Entry& a, const KeyList::Entry& b) {
+                          const std::uint32_t x = keys.Length(a.index);
+                          const std::uint32_t y = keys.Length(b.index);
                           const int order =
-                              std::memcmp(bytes + a.at, bytes + b.at, std::min(a.length, b.length));
-                          return order != 0 ? order < 0 : a.length < b.length;
+                              std::memcmp(keys.bytes.data() + keys.Begin(a.index),
+                                          keys.bytes.data() + keys.Begin(b.index), std::min(x, y));
+                          return order != 0 ? order < 0 : x < y;
                       });
             benchmark::DoNotOptimize(keys.entries.data());
         }
@@ -285,7 +267,7 @@ bool SortsAlike(const Texts& texts)
     std::vector<KoString> strings = InMemory(texts);
     KeyList keys;
     keys.Fill(strings, MakeKey);
-    KeySort(keys.bytes.data(), keys.entries).Sort();
+    KeySort(keys).Sort();
     for (std::size_t i = 1; i < keys.entries.size(); ++i)
         if (strings[keys.entries[i - 1].index].Compare(strings[keys.entries[i].index], -1,
                                                        KoCMP_PLAIN) > 0)

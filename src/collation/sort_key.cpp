@@ -94,12 +94,13 @@ public:
         std::memcpy(&unit, m_bytes + std::size_t{index} * 2, sizeof unit);
         return m_swapped ? static_cast<o_u2b>(unit << 8U | unit >> 8U) : unit;
     }
-    Code Entry(o_u2b character, unsigned form) const
+    /// `entries` is the row of the table for the form.
+    Code Entry(o_u2b character, unsigned form, const std::atomic<Code>* entries) const
     {
         const unsigned unicode = sizeof(Unit) == 1 ? m_unicode[character] : character;
         if (unicode >= kTableEnd)
             return unicode < KoORDER_DIGIT ? kSkipped | unicode << 8U : kByRules;
-        const Code entry = s_entries[form][unicode].load(std::memory_order_relaxed);
+        const Code entry = entries[unicode].load(std::memory_order_relaxed);
         return entry != kUnknown ? entry : FindEntry(unicode, form);
     }
     unsigned Orders(o_u2b character, o_u2b (&orders)[3]) const
@@ -115,31 +116,31 @@ private:
     bool m_swapped;
 };
 
-/// Calls `visit(code)` or `visit.Skip(order)` along a text.
-template <class Unit, class Visit>
-[[gnu::always_inline]] inline void Walk(const Characters<Unit>& text, const Mode& mode,
-                                        Visit& visit)
+/// Calls `put(code)` and `skip(order)` along a text.
+template <class Unit, class Put, class Skip>
+[[gnu::always_inline]] inline void Walk(const Characters<Unit>& given, const Mode& mode, Put put,
+                                        Skip skip)
 {
+    const Characters<Unit> text = given; // in registers: the bytes of the key might be anything
+    const unsigned form = mode.form;
+    const std::atomic<Code>* const entries = s_entries[form];
     for (unsigned i = 0; i < text.Units(); ++i) {
         const o_u2b character = text[i];
         if (character == 0)
             break;
-        const Code entry = text.Entry(character, mode.form);
+        const Code entry = text.Entry(character, form, entries);
         const unsigned kind = sortkey::BytesOf(entry);
         if (kind < kSkipped) [[likely]] {
-            visit.Put(entry);
-        } else if (kind == kSkipped) {
-            if (const auto order = static_cast<o_u2b>(entry >> 8U); !mode.Drops(order))
-                visit.Skip(order);
-        } else {
-            o_u2b orders[3];
-            const unsigned count = text.Orders(character, orders);
-            for (unsigned j = 0; j < count; ++j) {
-                if (!IsSkipped(orders[j]))
-                    visit.Put(sortkey::CodeOf(orders[j], mode.form));
-                else if (!mode.Drops(orders[j]))
-                    visit.Skip(orders[j]);
-            }
+            put(entry);
+            continue;
+        }
+        o_u2b orders[3] = {static_cast<o_u2b>(entry >> 8U)};
+        const unsigned count = kind == kSkipped ? 1 : text.Orders(character, orders);
+        for (unsigned j = 0; j < count; ++j) {
+            if (!IsSkipped(orders[j]))
+                put(sortkey::CodeOf(orders[j], form));
+            else if (!mode.Drops(orders[j]))
+                skip(orders[j]);
         }
     }
 }
@@ -155,21 +156,8 @@ unsigned WithCharacters(const KoText& text, Work work)
 constexpr unsigned kMostShort = 64;
 // A character has at most three orders, an order at most three bytes, or four as a gap of its own
 // and now and then three more after many empty gaps.
-constexpr unsigned kShortCodes = 1 + 9 * kMostShort + 1 + 2;
+constexpr unsigned kShortCodes = 1 + 9 * kMostShort + 1 + 3;
 constexpr unsigned kShortGaps = 4 * kMostShort + 16;
-
-struct ShortKey {
-    sortkey::Unbounded codes;
-    sortkey::Unbounded gapBytes;
-    sortkey::Gaps<sortkey::Unbounded> gaps{gapBytes};
-
-    void Put(Code code)
-    {
-        codes.Put(code);
-        gaps.Pass(sortkey::OrdersOf(code));
-    }
-    void Skip(o_u2b order) { gaps.Skip(order); }
-};
 
 void CopyInto(void* key, unsigned room, const unsigned char* bytes, unsigned length,
               unsigned offset = 0)
@@ -181,28 +169,26 @@ void CopyInto(void* key, unsigned room, const unsigned char* bytes, unsigned len
 
 // ---- long ones, and all that is rare
 
-struct LongCodes {
-    sortkey::Bounded& out;
-    bool anySkipped = false;
+template <class Unit>
+void WriteLongGaps(const Characters<Unit>& text, const Mode& mode, sortkey::Bounded& out)
+{
+    sortkey::Gaps<sortkey::Bounded> gaps(out);
+    unsigned orders = 0;
+    Walk(
+        text, mode, [&orders](Code code) { orders += sortkey::OrdersOf(code); },
+        [&](o_u2b order) { gaps.Skip(order, orders); });
+    gaps.Finish();
+}
 
-    void Put(Code code) { out.Put(code); }
-    void Skip(o_u2b) { anySkipped = true; }
-};
-
-struct LongGaps {
-    sortkey::Gaps<sortkey::Bounded> gaps;
-
-    void Put(Code code) { gaps.Pass(sortkey::OrdersOf(code)); }
-    void Skip(o_u2b order) { gaps.Skip(order); }
-};
-
-/// Of a text that has nothing but one gap.
-struct LoneGap {
-    sortkey::Bounded& out;
-
-    void Put(Code) {}
-    void Skip(o_u2b order) { out.Put(sortkey::CodeOfElement(order)); }
-};
+/// Of a text that has nothing but one gap, and the ideographic variant.
+template <class Unit>
+void WriteLoneGap(const Characters<Unit>& text, const Mode& mode, sortkey::Bounded& out)
+{
+    out.PutByte(sortkey::kAlone);
+    Walk(
+        text, mode, [](Code) {}, [&out](o_u2b order) { out.Put(sortkey::CodeOfElement(order)); });
+    out.PutByte(sortkey::kLast);
+}
 
 template <class Unit>
 unsigned WriteLong(const Characters<Unit>& text, const Mode& mode, void* key, unsigned room)
@@ -211,50 +197,49 @@ unsigned WriteLong(const Characters<Unit>& text, const Mode& mode, void* key, un
     if (mode.IsIdeographic())
         out.PutByte(sortkey::kIdeographic);
     const unsigned begin = out.Length();
-    LongCodes codes{out};
-    Walk(text, mode, codes);
-    if (out.Length() == begin) { // no codes: what stands there yet is not the key
+    bool anyGap = false;
+    Walk(
+        text, mode, [&out](Code code) { out.Put(code); }, [&anyGap](o_u2b) { anyGap = true; });
+    const bool anyCode = out.Length() != begin;
+    if (!anyCode) // the variant does not stand in front
         out = sortkey::Bounded(key, room);
-        out.PutByte(sortkey::kGaps);
-        if (codes.anySkipped && mode.IsIdeographic()) {
-            out.PutByte(sortkey::kAlone);
-            LoneGap alone{out};
-            Walk(text, mode, alone);
-        }
-        if (!codes.anySkipped || mode.IsIdeographic()) {
-            out.PutByte(sortkey::kLast);
-            return out.Length();
-        }
-    } else {
-        out.PutByte(codes.anySkipped ? sortkey::kGaps : sortkey::kNoGaps);
-    }
-    if (codes.anySkipped) {
-        LongGaps gaps{sortkey::Gaps<sortkey::Bounded>(out)};
-        Walk(text, mode, gaps);
-        gaps.gaps.Finish();
-    }
+    out.PutByte(anyCode && !anyGap ? sortkey::kNoGaps : sortkey::kGaps);
+    if (anyGap && !anyCode && mode.IsIdeographic())
+        WriteLoneGap(text, mode, out);
+    else if (anyGap)
+        WriteLongGaps(text, mode, out);
+    else if (!anyCode)
+        out.PutByte(sortkey::kLast);
     return out.Length();
 }
 
 template <class Unit>
 unsigned WriteShort(const Characters<Unit>& text, const Mode& mode, void* key, unsigned room)
 {
-    unsigned char codes[kShortCodes];
-    unsigned char gaps[kShortGaps];
-    ShortKey bytes{sortkey::Unbounded(codes), sortkey::Unbounded(gaps)};
+    unsigned char codeBytes[kShortCodes];
+    unsigned char gapBytes[kShortGaps];
+    sortkey::Unbounded codes(codeBytes);
+    sortkey::Unbounded gapCodes(gapBytes);
+    sortkey::Gaps<sortkey::Unbounded> gaps(gapCodes);
     if (mode.IsIdeographic())
-        bytes.codes.PutByte(sortkey::kIdeographic);
-    const unsigned begin = bytes.codes.Length();
-    Walk(text, mode, bytes);
-    bytes.gaps.Finish();
-    if (bytes.codes.Length() == begin)
+        codes.PutByte(sortkey::kIdeographic);
+    unsigned orders = 0; // that are not skipped
+    Walk(
+        text, mode,
+        [&](Code code) {
+            codes.Put(code);
+            orders += sortkey::OrdersOf(code);
+        },
+        [&](o_u2b order) { gaps.Skip(order, orders); });
+    if (orders == 0)
         return WriteLong(text, mode, key, room);
-    const unsigned gapLength = bytes.gapBytes.Length();
-    bytes.codes.PutByte(gapLength == 0 ? sortkey::kNoGaps : sortkey::kGaps);
-    const unsigned length = bytes.codes.Length();
-    CopyInto(key, room, codes, length);
+    gaps.Finish();
+    const unsigned gapLength = gapCodes.Length();
+    codes.PutByte(gapLength == 0 ? sortkey::kNoGaps : sortkey::kGaps);
+    const unsigned length = codes.Length();
+    CopyInto(key, room, codeBytes, length);
     if (gapLength != 0)
-        CopyInto(key, room, gaps, gapLength, length);
+        CopyInto(key, room, gapBytes, gapLength, length);
     return length + gapLength;
 }
 
@@ -266,19 +251,19 @@ unsigned WriteCollated(const KoText& text, const Mode& mode, void* key, unsigned
     });
 }
 
-/// Null values and plain bytes; 0 for all others.
+/// Null values and plain bytes.
 unsigned WriteUncollated(const KoText& text, void* key, unsigned room)
 {
     sortkey::Bounded out(key, room);
     if (text.IsNull()) {
         out.PutByte(sortkey::kNull);
-    } else if (text.codeSet == KoCS_NONE) {
-        out.PutByte(sortkey::kIdeographic);
-        out.PutByte(sortkey::kIdeographic);
-        for (unsigned i = 0; i < text.units && text.bytes[i] != 0; ++i)
-            out.PutByte(static_cast<unsigned char>(text.bytes[i]));
-        out.PutByte(sortkey::kLast);
+        return out.Length();
     }
+    out.PutByte(sortkey::kIdeographic);
+    out.PutByte(sortkey::kIdeographic);
+    for (unsigned i = 0; i < text.units && text.bytes[i] != 0; ++i)
+        out.PutByte(static_cast<unsigned char>(text.bytes[i]));
+    out.PutByte(sortkey::kLast);
     return out.Length();
 }
 
@@ -301,8 +286,9 @@ unsigned WriteSortKeyPlain(const KoText& text, o_u2b cmpOp, void* key, unsigned 
     const o_u2b asked = KoResolvedCmpOp(cmpOp);
     if (!HasSortKeys(asked))
         return 0;
-    const unsigned uncollated = WriteUncollated(text, key, room);
-    return uncollated != 0 ? uncollated : WriteCollated(text, Mode(text, asked), key, room);
+    if (text.codeSet == KoCS_NONE || text.IsNull())
+        return WriteUncollated(text, key, room);
+    return WriteCollated(text, Mode(text, asked), key, room);
 }
 
 unsigned WriteSortKey(const KoText& text, o_u2b cmpOp, void* key, unsigned room, TextMemory memory)
@@ -310,17 +296,19 @@ unsigned WriteSortKey(const KoText& text, o_u2b cmpOp, void* key, unsigned room,
     const o_u2b asked = KoResolvedCmpOp(cmpOp);
     if (!HasSortKeys(asked))
         return 0;
-    if (const unsigned uncollated = WriteUncollated(text, key, room); uncollated != 0)
-        return uncollated;
+    if (text.codeSet == KoCS_NONE || text.IsNull())
+        return WriteUncollated(text, key, room);
     const Mode mode(text, asked);
     if (text.units <= sortkey::kMostAscii && mode.skipsSpaces == mode.skipsSymbols) {
-        unsigned char bytes[sortkey::kAsciiRoom];
+        unsigned char bytes[sortkey::AsciiRoom(sortkey::kMostAscii)];
+        const bool fits = room >= sortkey::AsciiRoom(text.units);
         const unsigned length =
-            sortkey::WriteAscii(text, mode.form, !mode.skipsSpaces, memory, bytes);
-        if (length != 0) {
+            sortkey::WriteAscii(text, mode.form, !mode.skipsSpaces, memory,
+                                fits ? static_cast<unsigned char*>(key) : bytes);
+        if (length != 0 && !fits)
             CopyInto(key, room, bytes, length);
+        if (length != 0)
             return length;
-        }
     }
     return WriteCollated(text, mode, key, room);
 }

@@ -153,17 +153,17 @@ inline constexpr unsigned kKinds = 7;
 
 /// Where a gap that begins with an order stands among those after as many empty ones; a gap that is
 /// one blank or one hyphen stands before.
-constexpr unsigned KindOf(o_u2b first)
+constexpr unsigned KindOf(unsigned first)
 {
     return first < kBlank ? 0 : first < kHyphen ? 3 : 6;
 }
 /// Of a gap that is one blank or one hyphen: the lead says it all, and the next number that more
-/// gaps follow.
-constexpr unsigned KindOfSingle(o_u2b order)
+/// gaps follow. They come just before the kind of those that begin alike.
+constexpr unsigned KindOfSingle(unsigned order)
 {
-    return order == kBlank ? 1 : 4;
+    return KindOf(order) - 2;
 }
-constexpr bool IsShortAlone(o_u2b order)
+constexpr bool IsShortAlone(unsigned order)
 {
     return order == kBlank || order == kHyphen;
 }

@@ -3,11 +3,14 @@
 
 #include "collation/sort_key_code.h"
 
+#include <bit>
+#include <cstring>
+
 /// Where the bytes of a key go, and writing its gaps.
 namespace ko::sortkey
 {
 
-/// Memory that has room for all bytes, and for two more.
+/// Memory that has room for all bytes, and for three more.
 class Unbounded
 {
 public:
@@ -15,9 +18,13 @@ public:
     void PutByte(unsigned byte) { *m_at++ = static_cast<unsigned char>(byte); }
     void Put(Code code)
     {
-        m_at[0] = static_cast<unsigned char>(code >> 8U);
-        m_at[1] = static_cast<unsigned char>(code >> 16U);
-        m_at[2] = static_cast<unsigned char>(code >> 24U);
+        if constexpr (std::endian::native == std::endian::little) {
+            const Code bytes = code >> 8U;
+            std::memcpy(m_at, &bytes, sizeof bytes);
+        } else {
+            for (unsigned i = 0; i < 3; ++i)
+                m_at[i] = static_cast<unsigned char>(code >> (8 * i + 8));
+        }
         m_at += BytesOf(code);
     }
     void Increment(unsigned at) { ++m_begin[at]; }
@@ -59,39 +66,44 @@ private:
     unsigned m_length = 0;
 };
 
-/// Writes the gaps of a text as its orders come.
+/// Writes the gaps of a text as its skipped orders come.
 template <class Out>
 class Gaps
 {
 public:
     explicit Gaps(Out& out) : m_out(out) {}
 
-    /// An order that is skipped.
-    void Skip(o_u2b order)
+    /// An order that is skipped, after `index` ones that are not.
+    void Skip(o_u2b order, unsigned index)
     {
-        if (m_size == 0) {
-            m_first = order;
-        } else {
+        if (m_size != 0 && index == m_index) {
             if (m_size == 1)
                 Open();
-            PutElement(order);
+            m_out.Put(CodeOfElement(order));
+        } else {
+            Finish();
+            m_empty = index - m_next;
+            m_index = index;
+            m_next = index + 1;
+            m_first = order;
         }
         ++m_size;
     }
-    /// `count` orders that are not.
-    void Pass(unsigned count)
-    {
-        if (m_size == 0) {
-            m_empty += count;
-            return;
-        }
-        Close();
-        m_empty = count - 1;
-    }
     void Finish()
     {
-        if (m_size != 0)
-            Close();
+        if (m_size == 0)
+            return;
+        if (m_size == 1 && IsShortAlone(m_first) && m_empty <= kMostEmpty) {
+            GoOn();
+            m_end = m_out.Length();
+            m_out.PutByte(LeadOf(m_empty, KindOfSingle(m_first)));
+        } else {
+            if (m_size == 1)
+                Open();
+            m_end = m_out.Length();
+            m_out.PutByte(kLast);
+        }
+        m_size = 0;
     }
 
 private:
@@ -112,26 +124,13 @@ private:
             m_out.PutByte(kAfterMany);
             m_out.Put(CodeOfWord(rank >> 16U, rank & 0xFFFFU));
         }
-        PutElement(m_first);
+        m_out.Put(CodeOfElement(m_first));
     }
-    void Close()
-    {
-        if (m_size == 1 && IsShortAlone(m_first) && m_empty <= kMostEmpty) {
-            GoOn();
-            m_end = m_out.Length();
-            m_out.PutByte(LeadOf(m_empty, KindOfSingle(m_first)));
-        } else {
-            if (m_size == 1)
-                Open();
-            m_end = m_out.Length();
-            m_out.PutByte(kLast);
-        }
-        m_size = 0;
-    }
-    void PutElement(o_u2b order) { m_out.Put(CodeOfElement(order)); }
 
     Out& m_out;
-    unsigned m_empty = 0; ///< empty gaps since the last one that was not
+    unsigned m_index = 0; ///< which gap this is
+    unsigned m_next = 0;  ///< the number of gaps up to the last one that was not empty
+    unsigned m_empty = 0; ///< empty ones between that and the one before
     unsigned m_size = 0;  ///< orders of the gap, of which the first waits to be written
     o_u2b m_first = 0;
     bool m_any = false;

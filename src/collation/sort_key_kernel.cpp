@@ -9,6 +9,7 @@
 #include <array>
 #include <bit>
 #include <immintrin.h>
+#include <iterator>
 
 #define KO_SHUFFLES __attribute__((target("ssse3,popcnt")))
 
@@ -42,21 +43,33 @@ constexpr std::array<unsigned char, 2 * kBlock> kMovingDown = [] {
     return all;
 }();
 
-/// Codes of letters are `letter` + 4 (or 2) for each letter, and `small` for a small one.
-struct AsciiForm {
-    bool four;
-    unsigned char letter, small;
-};
+/// Sixteen times the same byte.
+using Bytes = std::array<unsigned char, kBlock>;
+constexpr Bytes Sixteen(unsigned byte)
+{
+    Bytes all{};
+    for (unsigned char& one : all)
+        one = static_cast<unsigned char>(byte);
+    return all;
+}
+
 constexpr unsigned char FirstByteOf(o_u2b order, unsigned form)
 {
     return static_cast<unsigned char>(CodeOf(order, form) >> 8U);
 }
+
+/// The code of a letter x, in small, is `letter` + 2x, once more 2x where `four` is not 0, and
+/// `small` for a small letter.
+struct alignas(kBlock) AsciiForm {
+    Bytes letter, four, small;
+};
 constexpr std::array<AsciiForm, kForms> kAsciiForms = [] {
     std::array<AsciiForm, kForms> all{};
     for (unsigned form = 0; form < kForms; ++form) {
-        const unsigned char capital = FirstByteOf(kCapitals, form);
-        all[form] = {FirstByteOf(kCapitals + 4, form) - capital == 4, capital,
-                     static_cast<unsigned char>(FirstByteOf(kSmalls, form) - capital)};
+        const unsigned char a = FirstByteOf(kCapitals, form);
+        const unsigned step = FirstByteOf(kCapitals + 4, form) - a;
+        const unsigned small = FirstByteOf(kSmalls, form) - a;
+        all[form] = {Sixteen(a - step * 'a'), Sixteen(step == 4 ? 0xFF : 0), Sixteen(small)};
     }
     return all;
 }();
@@ -107,18 +120,25 @@ KO_SHUFFLES inline __m128i SwapUnits(__m128i units)
     return _mm_or_si128(_mm_slli_epi16(units, 8), _mm_srli_epi16(units, 8));
 }
 
+/// The characters of a text, in registers: the bytes of the key might be anything.
+struct Source {
+    const char* bytes;
+    unsigned units;
+    unsigned size; ///< bytes that are there
+    bool swapped;
+};
+
 /// Sixteen characters as bytes; false where one is not ASCII.
 template <unsigned kWidth>
-KO_SHUFFLES inline bool LoadAscii(const KoText& text, unsigned size, unsigned at,
-                                  __m128i& characters)
+KO_SHUFFLES inline bool LoadAscii(const Source& source, unsigned at, __m128i& characters)
 {
     if constexpr (kWidth == 1) {
-        characters = Load(text.bytes, at, size);
+        characters = Load(source.bytes, at, source.size);
         return _mm_movemask_epi8(characters) == 0;
     } else {
-        __m128i low = Load(text.bytes, 2 * at, size);
-        __m128i high = Load(text.bytes, 2 * at + kBlock, size);
-        if (text.IsSwapped()) {
+        __m128i low = Load(source.bytes, 2 * at, source.size);
+        __m128i high = Load(source.bytes, 2 * at + kBlock, source.size);
+        if (source.swapped) {
             low = SwapUnits(low);
             high = SwapUnits(high);
         }
@@ -143,30 +163,42 @@ KO_SHUFFLES inline unsigned char* PutCodes(unsigned char* at, __m128i codes, uns
     return at + _mm_popcnt_u32(set);
 }
 
-/// Writes the gaps, one for each run of ones in `skipped`.
+/// The elements of gaps, by character.
+struct Elements {
+    unsigned char bytes[128];
+
+    Elements()
+    {
+        const o_u2b* const orders = KoLanguageContext::QueryCodeSet(KoCS_ASCII)->Orders();
+        for (unsigned i = 0; i < std::size(bytes); ++i)
+            bytes[i] = static_cast<unsigned char>(CodeOfElement(orders[i]) >> 8U);
+    }
+};
+
+/// Writes the gaps, one for each run of ones in `skipped`, of which there are some.
 unsigned char* PutGaps(unsigned char* at, const unsigned char* characters, o_u8b skipped)
 {
-    static const o_u2b* const s_orders = KoLanguageContext::QueryCodeSet(KoCS_ASCII)->Orders();
-    unsigned char* end = nullptr; // what says that no more gaps follow
-    unsigned behind = 0;          // where the gap before ended; a place further at the beginning
-    unsigned shift = 0;
-    while (skipped != 0) {
-        const auto begin = static_cast<unsigned>(std::countr_zero(skipped));
-        const auto size = static_cast<unsigned>(std::countr_one(skipped >> begin));
-        const unsigned empty = begin - behind - shift;
-        shift = 1;
-        behind = begin + size;
-        skipped &= skipped + (o_u8b{1} << begin);
-        if (end != nullptr)
-            ++*end;
-        const o_u2b first = s_orders[characters[begin]];
-        if (empty > kMostEmpty) {
+    static const Elements s_elements;
+    const unsigned char* const elements = s_elements.bytes;
+    unsigned char none = 0;
+    unsigned char* end = &none; // what says that no more gaps follow
+    unsigned next = 0;          // where the next gap begins if no empty one stands before it
+    o_u8b begins = skipped & ~(skipped << 1U);
+    o_u8b ends = ~skipped & (skipped << 1U); // without the last one where it is at the very end
+    for (; begins != 0; begins &= begins - 1, ends &= ends - 1) {
+        const auto begin = static_cast<unsigned>(std::countr_zero(begins));
+        const auto behind = static_cast<unsigned>(std::countr_zero(ends));
+        const unsigned empty = begin - next;
+        next = behind + 1;
+        ++*end;
+        const unsigned first = elements[characters[begin]] - 1U;
+        if (empty > kMostEmpty) [[unlikely]] {
             const unsigned rank = kManyEmpty - empty;
             *at++ = kAfterMany;
             *at++ = static_cast<unsigned char>(rank >> 16U);
             *at++ = static_cast<unsigned char>(rank >> 8U);
             *at++ = static_cast<unsigned char>(rank);
-        } else if (size == 1 && IsShortAlone(first)) {
+        } else if (next == begin + 2 && IsShortAlone(first)) {
             end = at;
             *at++ = LeadOf(empty, KindOfSingle(first));
             continue;
@@ -174,31 +206,29 @@ unsigned char* PutGaps(unsigned char* at, const unsigned char* characters, o_u8b
             *at++ = LeadOf(empty, KindOf(first));
         }
         for (unsigned i = begin; i < behind; ++i)
-            *at++ = static_cast<unsigned char>(s_orders[characters[i]] + 1);
+            *at++ = elements[characters[i]];
         end = at;
         *at++ = kLast;
     }
     return at;
 }
 
-template <unsigned kWidth>
-KO_SHUFFLES unsigned Write(const KoText& text, const AsciiForm& form, bool ideographic, bool gaps,
-                           TextMemory memory, unsigned char* key)
+inline __m128i Vector(const Bytes& bytes)
 {
-    // Of a string, the block with its terminator is there as a whole.
-    const unsigned size = memory == TextMemory::kExact
-                              ? text.units * kWidth
-                              : text.units * kWidth / kBlock * kBlock + kBlock;
-    const __m128i small = Every(form.small);
-    const __m128i four = Every(form.four ? 0xFF : 0);
-    const __m128i letterCode = Every(form.letter - (form.four ? 4U : 2U) * 'a');
-    const __m128i digitCode = Every(kDigitCode - 2U * '0');
-    unsigned char characters[kMostAscii + kBlock];
+    return _mm_load_si128(reinterpret_cast<const __m128i*>(bytes.data()));
+}
+
+template <unsigned kWidth>
+KO_SHUFFLES unsigned Write(const Source source, const AsciiForm& form, bool ideographic, bool gaps,
+                           unsigned char* key)
+{
+    unsigned char characters[kMostAscii];
     o_u8b skipped = 0;
-    unsigned char* at = key + (ideographic ? 1 : 0);
-    for (unsigned i = 0; i < text.units; i += kBlock) {
+    unsigned char* const codesBegin = key + (ideographic ? 1 : 0);
+    unsigned char* at = codesBegin;
+    for (unsigned i = 0; i < source.units; i += kBlock) {
         __m128i x;
-        if (!LoadAscii<kWidth>(text, size, i, x))
+        if (!LoadAscii<kWidth>(source, i, x))
             return 0;
         _mm_storeu_si128(reinterpret_cast<__m128i*>(characters + i), x);
         const __m128i lower = _mm_or_si128(x, Every(0x20));
@@ -207,10 +237,11 @@ KO_SHUFFLES unsigned Write(const KoText& text, const AsciiForm& form, bool ideog
         const __m128i digit =
             _mm_and_si128(_mm_cmpgt_epi8(x, Every('0' - 1)), _mm_cmpgt_epi8(Every('9' + 1), x));
         const __m128i twice = _mm_add_epi8(lower, lower);
-        const __m128i ofLetter =
-            _mm_add_epi8(_mm_add_epi8(twice, _mm_and_si128(twice, four)),
-                         _mm_add_epi8(letterCode, _mm_and_si128(_mm_cmpeq_epi8(x, lower), small)));
-        const __m128i ofDigit = _mm_add_epi8(_mm_add_epi8(x, x), digitCode);
+        const __m128i isSmall = _mm_cmpeq_epi8(x, lower);
+        const __m128i ofLetter = _mm_add_epi8(
+            _mm_add_epi8(twice, _mm_and_si128(twice, Vector(form.four))),
+            _mm_add_epi8(Vector(form.letter), _mm_and_si128(isSmall, Vector(form.small))));
+        const __m128i ofDigit = _mm_add_epi8(_mm_add_epi8(x, x), Every(kDigitCode - 2U * '0'));
         const __m128i codes =
             _mm_or_si128(_mm_and_si128(letter, ofLetter), _mm_and_si128(digit, ofDigit));
         const auto zeros =
@@ -226,42 +257,44 @@ KO_SHUFFLES unsigned Write(const KoText& text, const AsciiForm& form, bool ideog
     }
     if (!gaps)
         skipped = 0;
-    if (at == key + (ideographic ? 1 : 0)) {
+    if (at == codesBegin) {
         if (ideographic && skipped != 0)
             return 0;
-        key[0] = kGaps;
-        key[1] = kLast;
-        return skipped == 0 ? 2
-                            : static_cast<unsigned>(PutGaps(key + 1, characters, skipped) - key);
+        at = key;
+        *at++ = kGaps;
+        if (skipped == 0)
+            *at++ = kLast;
+    } else {
+        if (ideographic)
+            *key = kIdeographic;
+        *at++ = skipped == 0 ? kNoGaps : kGaps;
     }
-    if (ideographic)
-        key[0] = kIdeographic;
-    if (skipped == 0) {
-        *at++ = kNoGaps;
-        return static_cast<unsigned>(at - key);
-    }
-    *at++ = kGaps;
-    return static_cast<unsigned>(PutGaps(at, characters, skipped) - key);
+    return static_cast<unsigned>((skipped == 0 ? at : PutGaps(at, characters, skipped)) - key);
 }
 
 } // namespace
 
 unsigned WriteAscii(const KoText& text, unsigned form, bool gaps, TextMemory memory,
-                    unsigned char (&key)[kAsciiRoom])
+                    unsigned char* key)
 {
     if (__builtin_cpu_supports("ssse3") == 0 || __builtin_cpu_supports("popcnt") == 0)
         return 0;
     const bool ideographic = form == kIdeographicForm;
-    return text.Width() == 1 ? Write<1>(text, kAsciiForms[form], ideographic, gaps, memory, key)
-                             : Write<2>(text, kAsciiForms[form], ideographic, gaps, memory, key);
+    const unsigned width = text.Width();
+    const unsigned size = text.units * width;
+    // Of a string, the block with its terminator is there as a whole.
+    const Source source{text.bytes, text.units,
+                        memory == TextMemory::kExact ? size : size / kBlock * kBlock + kBlock,
+                        text.IsSwapped()};
+    return width == 1 ? Write<1>(source, kAsciiForms[form], ideographic, gaps, key)
+                      : Write<2>(source, kAsciiForms[form], ideographic, gaps, key);
 }
 
 } // namespace ko::sortkey
 
 #else
 
-unsigned ko::sortkey::WriteAscii(const KoText&, unsigned, bool, TextMemory,
-                                 unsigned char (&)[kAsciiRoom])
+unsigned ko::sortkey::WriteAscii(const KoText&, unsigned, bool, TextMemory, unsigned char*)
 {
     return 0;
 }
