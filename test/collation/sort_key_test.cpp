@@ -204,7 +204,7 @@ TEST(SortKey, OrdersAsTheComparisonDoes)
             one.key = KeyOf(one.text, word);
             if (ko::HasWholeSortKeys(word))
                 ExpectBack(one.text, one.key, word);
-            if (&one - all.data() < 4)
+            if (pool < 200 && &one - all.data() < 4)
                 ExpectKey(one.text, word, one.key);
         }
         ExpectOrders(all, word);
