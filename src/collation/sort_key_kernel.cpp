@@ -36,9 +36,10 @@ constexpr std::array<std::array<unsigned char, 8>, 256> kLeavingOut = [] {
 }();
 
 /// From the byte i on: sixteen bytes without the first i, zeros behind.
-constexpr std::array<unsigned char, 2 * kBlock> kMovingDown = [] {
-    std::array<unsigned char, 2 * kBlock> all{};
-    for (unsigned i = 0; i < 2 * kBlock; ++i)
+constexpr std::size_t kTwoBlocks = std::size_t{2} * kBlock;
+constexpr std::array<unsigned char, kTwoBlocks> kMovingDown = [] {
+    std::array<unsigned char, kTwoBlocks> all{};
+    for (unsigned i = 0; i < kTwoBlocks; ++i)
         all[i] = static_cast<unsigned char>(i < kBlock ? i : 0x80);
     return all;
 }();
