@@ -76,7 +76,8 @@ using KoParseFunc = int (*)(void* value, const KoString& text, const char* forma
                             unsigned& errorAt);
 
 /// Writes the first `room` bytes of the sort key of `count` elements in the form `format`, and
-/// returns the whole length of the key, whatever the room; `key` may be null where `room` is 0. The
+/// returns the whole length of the key, whatever the room; `key` may be null where `room` is 0, and
+/// what the room has behind the key is of no certain value. The
 /// sign of memcmp of two keys, of which a shorter one that begins the other comes first, is the
 /// sign of the type's comparison under `cmpOp`, and keys are equal exactly where it is 0. No key
 /// begins another one of the same type, word and count, so keys may stand one after another.
@@ -145,7 +146,7 @@ struct KoTypeDescriptor {
 
 /// What a type offers beyond the fixed record.
 struct KoTypeExtension {
-    KoParseFunc parse;       ///< absent: the type has no strict reader
+    KoParseFunc parse; ///< absent: the type has no strict reader
     KoSortKeyFunc sortKey;
     KoFromSortKeyFunc fromSortKey;
     KoValidateFunc validate;

@@ -150,9 +150,8 @@ consteval KoTypeDescriptor Describe(KoTypeId id)
 template <class Ops>
 consteval KoTypeExtension Extend()
 {
-    return {Ops::Parse,       Ops::SortKey,       Ops::FromSortKey,
-            Ops::Validate,    Ops::Stamp,         Ops::kPrintsArray,
-            Ops::kIsIntegral, Ops::kStepsInEveryForm};
+    return {Ops::Parse, Ops::SortKey,      Ops::FromSortKey, Ops::Validate,
+            Ops::Stamp, Ops::kPrintsArray, Ops::kIsIntegral, Ops::kStepsInEveryForm};
 }
 
 #define KO_TYPE_EXTEND(id, idName, descriptor, name, memLen, isFixed, printFormat)                 \

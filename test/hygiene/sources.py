@@ -2,8 +2,8 @@
 """Dependencies point one way, and nothing unfinished stands in the sources: sources.py ROOT
 
 A library sees the libraries below it through their inc/ folders only; tests, benchmarks, fuzz targets
-and the tool see every inc/ folder and no src/, but for those of inner parts in test/internal/ and
-bench/internal/.
+and the tool see every inc/ folder and no src/, but for those of inner parts in test/internal/,
+bench/internal/, test/collation/ and bench/collation/.
 """
 import pathlib
 import re
@@ -21,7 +21,9 @@ REACH = {
     "src": ALL,
     "tools": ALL,
     "test/internal": ALL + [ROOT / "src", ROOT / "test"],
+    "test/collation": ALL + [ROOT / "src", ROOT / "test"],
     "bench/internal": ALL + [ROOT / "src", ROOT / "bench"],
+    "bench/collation": ALL + [ROOT / "src", ROOT / "bench"],
     "test": ALL + [ROOT / "tools"],
     "fuzz": ALL + [ROOT / "test"],
     "bench": ALL + [ROOT / "test", ROOT / "tools"],
