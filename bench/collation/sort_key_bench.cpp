@@ -84,7 +84,15 @@ unsigned MakeKey(const KoString& string, unsigned char* key, unsigned room)
 
 unsigned MakePlainKey(const KoString& string, unsigned char* key, unsigned room)
 {
-    return ko::WriteSortKeyPlain(KoStringAccess::Get(string), KoCMP_PLAIN, key, room);
+    return ko::WriteSortKeyBy(ko::SortKeyWay::kPlain, KoStringAccess::Get(string), KoCMP_PLAIN, key,
+                              room);
+}
+
+unsigned MakeKeyByBlocks(const KoString& string, unsigned char* key, unsigned room)
+{
+    static const ko::SortKeyWay s_way = std::min(ko::SortKeyWay::kBlocks, ko::BestSortKeyWay());
+    return ko::WriteSortKeyBy(s_way, KoStringAccess::Get(string), KoCMP_PLAIN, key, room,
+                              ko::TextMemory::kPadded);
 }
 
 template <class Text, class Make>
@@ -149,6 +157,7 @@ void AddColumns()
         const std::string name = std::string("keys of ") + column.name;
         AddMaking(name + "/ours", InMemory(column.texts), MakeKey);
         AddMaking(name + "/ours plain", InMemory(column.texts), MakePlainKey);
+        AddMaking(name + "/ours by blocks", InMemory(column.texts), MakeKeyByBlocks);
 #if defined(KO_HAVE_ICU)
         AddMaking(name + "/ICU tertiary", Wide(column.texts), IcuKey(UCOL_TERTIARY));
         AddMaking(name + "/ICU identical", Wide(column.texts), IcuKey(UCOL_IDENTICAL));

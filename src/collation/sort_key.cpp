@@ -281,17 +281,8 @@ bool HasWholeSortKeys(o_u2b cmpOp)
     return HasSortKeys(cmpOp) && (KoResolvedCmpOp(cmpOp) & kIgnores) == 0;
 }
 
-unsigned WriteSortKeyPlain(const KoText& text, o_u2b cmpOp, void* key, unsigned room)
-{
-    const o_u2b asked = KoResolvedCmpOp(cmpOp);
-    if (!HasSortKeys(asked))
-        return 0;
-    if (text.codeSet == KoCS_NONE || text.IsNull())
-        return WriteUncollated(text, key, room);
-    return WriteCollated(text, Mode(text, asked), key, room);
-}
-
-unsigned WriteSortKey(const KoText& text, o_u2b cmpOp, void* key, unsigned room, TextMemory memory)
+unsigned WriteSortKeyBy(SortKeyWay way, const KoText& text, o_u2b cmpOp, void* key, unsigned room,
+                        TextMemory memory)
 {
     const o_u2b asked = KoResolvedCmpOp(cmpOp);
     if (!HasSortKeys(asked))
@@ -304,13 +295,24 @@ unsigned WriteSortKey(const KoText& text, o_u2b cmpOp, void* key, unsigned room,
         const bool fits = room >= sortkey::AsciiRoom(text.units);
         const unsigned length =
             sortkey::WriteAscii(text, mode.form, !mode.skipsSpaces, memory,
-                                fits ? static_cast<unsigned char*>(key) : bytes);
+                                fits ? static_cast<unsigned char*>(key) : bytes, way);
         if (length != 0 && !fits)
             CopyInto(key, room, bytes, length);
         if (length != 0)
             return length;
     }
     return WriteCollated(text, mode, key, room);
+}
+
+SortKeyWay BestSortKeyWay()
+{
+    return sortkey::BestWay();
+}
+
+unsigned WriteSortKey(const KoText& text, o_u2b cmpOp, void* key, unsigned room, TextMemory memory)
+{
+    static const SortKeyWay s_best = sortkey::BestWay();
+    return WriteSortKeyBy(s_best, text, cmpOp, key, room, memory);
 }
 
 } // namespace ko

@@ -28,6 +28,16 @@ enum class TextMemory {
     kPadded, ///< the rest of the last 16 bytes: the buffer of a KoString
 };
 
+/// How keys are written. All ways give the same bytes, and take shorter ones where they must.
+enum class SortKeyWay {
+    kPlain,  ///< character by character: what every machine can
+    kBlocks, ///< short ASCII texts sixteen characters at a time
+    kAtOnce, ///< short ASCII texts as a whole
+};
+
+/// The best way of this processor.
+SortKeyWay BestSortKeyWay();
+
 /// Writes the first `room` bytes of the key of a text and returns the length of the whole key, 0
 /// where the word gives no order. What `room` has behind the key may be overwritten, too; `key` may
 /// be null where `room` is 0. Takes no memory from the heap. The text has at most 65,535 bytes, and
@@ -42,8 +52,9 @@ inline unsigned SortKeyLength(const KoText& text, o_u2b cmpOp,
     return WriteSortKey(text, cmpOp, nullptr, 0, memory);
 }
 
-/// The same as WriteSortKey by the plain way alone, which every machine has; for tests.
-unsigned WriteSortKeyPlain(const KoText& text, o_u2b cmpOp, void* key, unsigned room);
+/// The same by a way that is no better than the best one; for tests.
+unsigned WriteSortKeyBy(SortKeyWay way, const KoText& text, o_u2b cmpOp, void* key, unsigned room,
+                        TextMemory memory = TextMemory::kExact);
 
 /// The bytes of the key that stands at the beginning of `length` bytes; 0 where none stands there,
 /// or the word has none. No byte beyond `length` is read. It goes by the form of keys: whether some

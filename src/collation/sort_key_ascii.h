@@ -18,11 +18,14 @@ constexpr unsigned AsciiRoom(unsigned characters)
 
 /// Writes the key of a text with at most kMostAscii characters and returns its length. 0, with
 /// anything in `key`, where it has characters other than ASCII, where nothing but gaps tells the
-/// ideographic variant, and where the processor cannot. With `gaps` false what is skipped does not
+/// ideographic variant, and by SortKeyWay::kPlain. With `gaps` false what is skipped does not
 /// count. `form` is that of FormOf; `key` has AsciiRoom bytes, of which those behind the key may be
-/// overwritten as well.
+/// overwritten as well. `way` is no better than BestWay().
 unsigned WriteAscii(const KoText& text, unsigned form, bool gaps, TextMemory memory,
-                    unsigned char* key);
+                    unsigned char* key, SortKeyWay way);
+
+/// The best way of this processor.
+SortKeyWay BestWay();
 
 } // namespace ko::sortkey
 

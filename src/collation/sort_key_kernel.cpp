@@ -12,6 +12,12 @@
 #include <iterator>
 
 #define KO_SHUFFLES __attribute__((target("ssse3,popcnt")))
+// 64-bit Windows aligns its stack to 16 bytes only, and GCC there spills wide registers with
+// aligned stores.
+#if !defined(_WIN32) || defined(__clang__)
+#define KO_COMPRESSES                                                                              \
+    __attribute__((target("avx512f,avx512bw,avx512vbmi,avx512vbmi2,bmi,bmi2,popcnt")))
+#endif
 
 namespace ko::sortkey
 {
@@ -127,6 +133,8 @@ struct Source {
     unsigned units;
     unsigned size; ///< bytes that are there
     bool swapped;
+
+    const unsigned char* Bytes() const { return reinterpret_cast<const unsigned char*>(bytes); }
 };
 
 /// Sixteen characters as bytes; false where one is not ASCII.
@@ -148,6 +156,11 @@ KO_SHUFFLES inline bool LoadAscii(const Source& source, unsigned at, __m128i& ch
         characters = _mm_packus_epi16(low, high);
         return _mm_movemask_epi8(_mm_cmpeq_epi16(beyond, _mm_setzero_si128())) == 0xFFFF;
     }
+}
+
+inline __m128i Vector(const Bytes& bytes)
+{
+    return _mm_load_si128(reinterpret_cast<const __m128i*>(bytes.data()));
 }
 
 inline __m128i Every(unsigned byte)
@@ -176,22 +189,24 @@ struct Elements {
     }
 };
 
-/// Writes the gaps, one for each run of ones in `skipped`, of which there are some.
-unsigned char* PutGaps(unsigned char* at, const unsigned char* characters, o_u8b skipped)
+/// Writes the gaps, one for each run of ones in `skipped`, of which there are some. Like Finish it
+/// is compiled for what its callers may use.
+[[gnu::always_inline]] inline unsigned char* PutGaps(unsigned char* at,
+                                                     const unsigned char* characters, o_u8b skipped)
 {
     static const Elements s_elements;
     const unsigned char* const elements = s_elements.bytes;
-    unsigned char none = 0;
-    unsigned char* end = &none; // what says that no more gaps follow
-    unsigned next = 0;          // where the next gap begins if no empty one stands before it
+    unsigned next = 0; // where the next gap begins if no empty one stands before it
     o_u8b begins = skipped & ~(skipped << 1U);
     o_u8b ends = ~skipped & (skipped << 1U); // without the last one where it is at the very end
-    for (; begins != 0; begins &= begins - 1, ends &= ends - 1) {
+    do {
         const auto begin = static_cast<unsigned>(std::countr_zero(begins));
         const auto behind = static_cast<unsigned>(std::countr_zero(ends));
+        begins &= begins - 1;
+        ends &= ends - 1;
+        const unsigned char more = begins != 0 ? kMore : kLast;
         const unsigned empty = begin - next;
         next = behind + 1;
-        ++*end;
         const unsigned first = elements[characters[begin]] - 1U;
         if (empty > kMostEmpty) [[unlikely]] {
             const unsigned rank = kManyEmpty - empty;
@@ -199,39 +214,54 @@ unsigned char* PutGaps(unsigned char* at, const unsigned char* characters, o_u8b
             *at++ = static_cast<unsigned char>(rank >> 16U);
             *at++ = static_cast<unsigned char>(rank >> 8U);
             *at++ = static_cast<unsigned char>(rank);
-        } else if (next == begin + 2 && IsShortAlone(first)) {
-            end = at;
-            *at++ = LeadOf(empty, KindOfSingle(first));
+        } else if (behind == begin + 1 && IsShortAlone(first)) {
+            *at++ = LeadOf(empty, KindOfSingle(first) + more);
             continue;
         } else {
             *at++ = LeadOf(empty, KindOf(first));
         }
-        for (unsigned i = begin; i < behind; ++i)
+        *at++ = elements[characters[begin]];
+        for (unsigned i = begin + 1; i < behind; ++i)
             *at++ = elements[characters[i]];
-        end = at;
-        *at++ = kLast;
-    }
+        *at++ = more;
+    } while (begins != 0);
     return at;
 }
 
-inline __m128i Vector(const Bytes& bytes)
+/// What follows the codes, which end at `at`; `skipped` is what the gaps are made of. The length of
+/// the key, 0 where nothing but gaps tells the variant.
+[[gnu::always_inline]] inline unsigned Finish(unsigned char* key, unsigned char* at,
+                                              bool ideographic, const unsigned char* characters,
+                                              o_u8b skipped)
 {
-    return _mm_load_si128(reinterpret_cast<const __m128i*>(bytes.data()));
+    if (at == key + (ideographic ? 1 : 0)) {
+        if (ideographic && skipped != 0)
+            return 0;
+        at = key;
+        *at++ = kGaps;
+        if (skipped == 0)
+            *at++ = kLast;
+    } else {
+        if (ideographic)
+            *key = kIdeographic;
+        *at++ = skipped == 0 ? kNoGaps : kGaps;
+    }
+    return static_cast<unsigned>((skipped == 0 ? at : PutGaps(at, characters, skipped)) - key);
 }
 
 template <unsigned kWidth>
 KO_SHUFFLES unsigned Write(const Source source, const AsciiForm& form, bool ideographic, bool gaps,
                            unsigned char* key)
 {
-    unsigned char characters[kMostAscii];
+    unsigned char narrowed[kMostAscii]; // characters of 16 bits
     o_u8b skipped = 0;
-    unsigned char* const codesBegin = key + (ideographic ? 1 : 0);
-    unsigned char* at = codesBegin;
+    unsigned char* at = key + (ideographic ? 1 : 0);
     for (unsigned i = 0; i < source.units; i += kBlock) {
         __m128i x;
         if (!LoadAscii<kWidth>(source, i, x))
             return 0;
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(characters + i), x);
+        if constexpr (kWidth == 2)
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(narrowed + i), x);
         const __m128i lower = _mm_or_si128(x, Every(0x20));
         const __m128i letter = _mm_and_si128(_mm_cmpgt_epi8(lower, Every('a' - 1)),
                                              _mm_cmpgt_epi8(Every('z' + 1), lower));
@@ -256,30 +286,71 @@ KO_SHUFFLES unsigned Write(const Source source, const AsciiForm& form, bool ideo
         if (zeros != 0)
             break;
     }
-    if (!gaps)
-        skipped = 0;
-    if (at == codesBegin) {
-        if (ideographic && skipped != 0)
-            return 0;
-        at = key;
-        *at++ = kGaps;
-        if (skipped == 0)
-            *at++ = kLast;
-    } else {
-        if (ideographic)
-            *key = kIdeographic;
-        *at++ = skipped == 0 ? kNoGaps : kGaps;
-    }
-    return static_cast<unsigned>((skipped == 0 ? at : PutGaps(at, characters, skipped)) - key);
+    return Finish(key, at, ideographic, kWidth == 1 ? source.Bytes() : narrowed,
+                  gaps ? skipped : 0);
 }
+
+#if defined(KO_COMPRESSES)
+
+/// The codes of all ASCII characters, 0 for those that are skipped.
+struct alignas(64) AsciiCodes {
+    unsigned char bytes[128];
+};
+constexpr std::array<AsciiCodes, kForms> kAsciiCodes = [] {
+    std::array<AsciiCodes, kForms> all{};
+    for (unsigned form = 0; form < kForms; ++form) {
+        const auto put = [&](unsigned character, unsigned order) {
+            all[form].bytes[character] = FirstByteOf(static_cast<o_u2b>(order), form);
+        };
+        for (unsigned digit = 0; digit < 10; ++digit)
+            put('0' + digit, kDigits + 10 * digit);
+        for (unsigned letter = 0; letter < 26; ++letter) {
+            put('A' + letter, kCapitals + 4 * letter);
+            put('a' + letter, kSmalls + 4 * letter);
+        }
+    }
+    return all;
+}();
+
+/// All characters at once, and nothing beyond them. Of eight bits each.
+KO_COMPRESSES unsigned WriteAtOnce(const Source source, const AsciiCodes& form, bool ideographic,
+                                   bool gaps, unsigned char* key)
+{
+    const o_u8b given = _bzhi_u64(~o_u8b{0}, source.units);
+    const __m512i x = _mm512_maskz_loadu_epi8(given, source.bytes);
+    if (_mm512_movepi8_mask(x) != 0)
+        return 0;
+    const o_u8b zeros = _mm512_testn_epi8_mask(x, x); // behind the text, and where it ends before
+    const o_u8b there = given & ((zeros & (0 - zeros)) - 1);
+    const __m512i codes = _mm512_permutex2var_epi8(_mm512_load_si512(form.bytes), x,
+                                                   _mm512_load_si512(form.bytes + kMostAscii));
+    const o_u8b set = _mm512_mask_test_epi8_mask(there, codes, codes);
+    const auto count = static_cast<unsigned>(_mm_popcnt_u64(set));
+    unsigned char* const at = key + (ideographic ? 1 : 0);
+    _mm512_mask_storeu_epi8(at, _bzhi_u64(~o_u8b{0}, count),
+                            _mm512_maskz_compress_epi8(set, codes));
+    return Finish(key, at + count, ideographic, source.Bytes(), gaps ? there & ~set : 0);
+}
+
+#endif
 
 } // namespace
 
-unsigned WriteAscii(const KoText& text, unsigned form, bool gaps, TextMemory memory,
-                    unsigned char* key)
+SortKeyWay BestWay()
 {
-    if (__builtin_cpu_supports("ssse3") == 0 || __builtin_cpu_supports("popcnt") == 0)
-        return 0;
+#if defined(KO_COMPRESSES)
+    if (__builtin_cpu_supports("avx512vbmi2") != 0 && __builtin_cpu_supports("avx512vbmi") != 0 &&
+        __builtin_cpu_supports("avx512bw") != 0 && __builtin_cpu_supports("bmi2") != 0)
+        return SortKeyWay::kAtOnce;
+#endif
+    return __builtin_cpu_supports("ssse3") != 0 && __builtin_cpu_supports("popcnt") != 0
+               ? SortKeyWay::kBlocks
+               : SortKeyWay::kPlain;
+}
+
+unsigned WriteAscii(const KoText& text, unsigned form, bool gaps, TextMemory memory,
+                    unsigned char* key, SortKeyWay way)
+{
     const bool ideographic = form == kIdeographicForm;
     const unsigned width = text.Width();
     const unsigned size = text.units * width;
@@ -287,6 +358,12 @@ unsigned WriteAscii(const KoText& text, unsigned form, bool gaps, TextMemory mem
     const Source source{text.bytes, text.units,
                         memory == TextMemory::kExact ? size : size / kBlock * kBlock + kBlock,
                         text.IsSwapped()};
+#if defined(KO_COMPRESSES)
+    if (way == SortKeyWay::kAtOnce && width == 1)
+        return WriteAtOnce(source, kAsciiCodes[form], ideographic, gaps, key);
+#endif
+    if (way == SortKeyWay::kPlain)
+        return 0;
     return width == 1 ? Write<1>(source, kAsciiForms[form], ideographic, gaps, key)
                       : Write<2>(source, kAsciiForms[form], ideographic, gaps, key);
 }
@@ -295,7 +372,13 @@ unsigned WriteAscii(const KoText& text, unsigned form, bool gaps, TextMemory mem
 
 #else
 
-unsigned ko::sortkey::WriteAscii(const KoText&, unsigned, bool, TextMemory, unsigned char*)
+ko::SortKeyWay ko::sortkey::BestWay()
+{
+    return SortKeyWay::kPlain;
+}
+
+unsigned ko::sortkey::WriteAscii(const KoText&, unsigned, bool, TextMemory, unsigned char*,
+                                 SortKeyWay)
 {
     return 0;
 }

@@ -9,8 +9,8 @@ namespace ko::sortkey
 namespace
 {
 
-// Each of these gives the order that would have the code at the beginning of the bytes, if any order
-// has. What stands after the lead may be anything, and may be missing.
+// Each of these gives the order that would have the code at the beginning of the bytes, if any
+// order has. What stands after the lead may be anything, and may be missing.
 
 unsigned GuessDigit(const Bytes& bytes)
 {
