@@ -161,4 +161,5 @@ def main():
     return bool(faults) or not rows
 
 
-sys.exit(main())
+if __name__ == "__main__":
+    sys.exit(main())
