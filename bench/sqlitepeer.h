@@ -1,5 +1,5 @@
-#ifndef SQLITEPEER_H
-#define SQLITEPEER_H
+#ifndef KO_BENCH_SQLITEPEER_H
+#define KO_BENCH_SQLITEPEER_H
 
 // What benchmarks of stores share: SQLite, and a place for the files.
 

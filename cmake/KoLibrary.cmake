@@ -13,6 +13,11 @@ function(ko_library target)
   endif()
   string(TOUPPER ${target} upper)
   target_compile_definitions(${target} PRIVATE ${upper}_BUILD)
+  # For C++ alone: the compiler of Windows resources takes no quoted text. It has a file of its own.
+  string(REPLACE "." "," numbers ${PROJECT_VERSION}.${KO_VERSION_FIFTH})
+  target_compile_definitions(
+    ${target} PRIVATE $<$<COMPILE_LANGUAGE:CXX>:KO_VERSION_NUMBERS=${numbers}>
+                      $<$<COMPILE_LANGUAGE:CXX>:KO_VERSION_TEXT="${PROJECT_VERSION}.${KO_VERSION_FIFTH}">)
   target_include_directories(
     ${target} PUBLIC $<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}/${arg_FOLDER}/inc>
                      $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/kotms>)

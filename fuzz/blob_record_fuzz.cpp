@@ -9,7 +9,7 @@
 
 // Stored blobs from untrusted bytes: the first byte of the input chooses the format and the number
 // of elements, the rest is what is read. Loading agrees with a plain reading of the layout, touches
-// nothing outside what the total announces, and keeps the elements behind the damage; what it reads
+// nothing outside what the total announces, and keeps the elements after the damage; what it reads
 // is written as it was.
 
 namespace
@@ -63,7 +63,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                 static_cast<unsigned>(total == -1 ? 4 : total + 4),
             "size in a memory file");
     // The record is what the total announces: where the input is shorter it is filled up, and
-    // nothing behind it is there to be read.
+    // nothing after it is there to be read.
     if (total > 1 << 16)
         return 0;
     const std::size_t whole = total < 0 ? 4 : 4 + static_cast<std::size_t>(total);

@@ -47,7 +47,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (size == 0 || size > kLongest)
         return 0;
     const unsigned char codeSet = data[0];
-    // Nothing behind the bytes is there to be read.
+    // Nothing after the bytes is there to be read.
     const std::string utf8(reinterpret_cast<const char*>(data) + 1, size - 1);
     const auto bytes = static_cast<int>(utf8.size());
     const std::string upToZero = utf8.c_str();

@@ -1,5 +1,5 @@
-#ifndef FUZZ_REQUIRE_H
-#define FUZZ_REQUIRE_H
+#ifndef KO_FUZZ_REQUIRE_H
+#define KO_FUZZ_REQUIRE_H
 
 #include <cstdio>
 #include <cstdlib>

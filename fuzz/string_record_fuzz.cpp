@@ -62,7 +62,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         Require(count == 0 || inFile == 0 || inFile >= 65535, "records outside are too large");
         return 0;
     }
-    // Nothing behind the records is there to be read.
+    // Nothing after the records is there to be read.
     bytes.resize(whole);
     bytes.shrink_to_fit();
     Require(inFile == whole, "size in a memory file");

@@ -9,7 +9,7 @@
 #include <string>
 
 // Texts of dates and times: the first byte of the input chooses the type, a zero ends the format,
-// the rest is the text. Whatever they are, nothing behind either is read, both widths of text read
+// the rest is the text. Whatever they are, nothing after either is read, both widths of text read
 // alike, and what is read strictly is a value that its own text gives back.
 
 namespace
@@ -82,7 +82,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (end == nullptr || size > 2000)
         return 0;
     const o_char id = kTypes[data[0] % std::size(kTypes)];
-    // Copies of their exact size, so that the sanitizer sees what is read behind them.
+    // Copies of their exact size, so that the sanitizer sees what is read after them.
     const auto formatSize = static_cast<std::size_t>(end - data);
     const std::unique_ptr<char[]> format(new char[formatSize]);
     std::memcpy(format.get(), data + 1, formatSize);

@@ -1,5 +1,5 @@
-#ifndef _KONULTY_H
-#define _KONULTY_H
+#ifndef KONULTY_H
+#define KONULTY_H
 
 #include "kobasic.h"
 #include "koint64.h"
@@ -62,6 +62,7 @@ inline int KoNullRelationOrder(int relation)
     case KoNULL_SECOND:
         return 1;
     case KoNULL_UNKNOWN:
+        // Fixed text that programs look for; file and line are no place in these sources.
         KORA_assert("nr != unknown", "_konulty", 168);
         return -2;
     default:

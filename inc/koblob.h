@@ -122,7 +122,7 @@ static_assert(sizeof(KoBlob) == 8);
 ///
 /// A length bounds the bytes of a stored operand, its total included. Bytes that both sides hold,
 /// and lengths that are known, decide; where a side was cut before that, the result is 0 and
-/// `status` KoRC_TRUNCATED. As for every type the step to the next element is tried behind the one
+/// `status` KoRC_TRUNCATED. As for every type the step to the next element is tried after the one
 /// that decides, too: with a bound that ends there `status` is KoRC_TRUNCATED, and the result
 /// holds. A stored length that is negative or goes beyond the total gives -1 and
 /// KoRC_NOT_SUPPORTED.

@@ -69,9 +69,9 @@ public:
     /// character beyond it come by value.
     KoChar(KoString& s, int byteOffset);
     KoChar(const KoString& s, int byteOffset); ///< the same character by value
-    /// By value, with the code set and language of `other`.
+    /// Copies by value, with the code set and language of `other`.
     KoChar(const KoChar& other);
-    /// The invalid character: what indexing gives behind the terminator.
+    /// The invalid character: what indexing gives after the terminator.
     static KoChar Invalid();
 
     /// Assignments write through the reference where there is one, and into the value otherwise.
@@ -165,7 +165,7 @@ public:
     KoStringIterator(const KoString&& s) = delete;
     KoStringIterator(KoChar& c); ///< that one character
     /// A text that ends with a zero character; null is empty. 255 stands for the default 8-bit or
-    /// 16-bit code set and the default language. Units behind a `const char*` need no alignment.
+    /// 16-bit code set and the default language. Units at a `const char*` need no alignment.
     /// As with KoChar, the characters can be written, const or not.
     KoStringIterator(const char* text, unsigned char codeSet, unsigned char language,
                      unsigned char format = 255);

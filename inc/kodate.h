@@ -162,11 +162,11 @@ inline int KoDate::dayabs() const
 
 inline KoDate& KoDate::dateabs(int dayNumber)
 {
-    // From 1 March of year -4900.
+    // Days are counted from 1 March of year -4900, so that a leap day ends a year.
     const unsigned days = static_cast<unsigned>(dayNumber) + 68569U;
     if (days >= 1U << 29) [[unlikely]]
         return *this = DateByFormula(dayNumber);
-    // As if every fourth year were a leap year, and in quarters of a day.
+    // Quarters of a day are counted as if every fourth year were a leap year.
     const unsigned century = 4 * days / 146097;
     const unsigned quarters = 4 * (days + 3 * century / 4) + 3;
     *this = koDaysFromMarch[quarters % 1461 / 4];

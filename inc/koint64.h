@@ -74,7 +74,7 @@ public:
     {
         return a.GetU8b() * b.GetU8b();
     }
-    /// As Division.
+    /// Divides as Division does, also by 0.
     friend KoInt64 operator/(const KoInt64& a, const KoInt64& b) { return a.Division(b, 0); }
     friend KoInt64 operator%(const KoInt64& a, const KoInt64& b) { return a.Division(b, 1); }
     friend constexpr KoInt64 operator&(const KoInt64& a, const KoInt64& b)

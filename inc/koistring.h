@@ -180,7 +180,7 @@ public:
         return This();
     }
     /// Puts `to` in the place of every find of `from` at or after `start`; the search goes on
-    /// behind what was put in.
+    /// after what was put in.
     Self& ReplaceAll(const Self& from, const Self& to, unsigned short start = 0)
     {
         ReplaceEvery(from, to, start);

@@ -31,7 +31,7 @@
 /// give 0 otherwise and move on all the same. Another character after `%` stands for itself.
 ///
 /// `PrintToKoString` appends the text. `ScanFromKoString` reads leniently: blanks before numbers
-/// and where the format has one do not matter, nor does what stands behind the last number; a text
+/// and where the format has one do not matter, nor does what follows the last number; a text
 /// that does not hold all numbers that the format asks for, each within its field, leaves the value
 /// as it was, and fields that the format does not name stay. An empty text, a null one and one that
 /// begins with the null print string make the value null.

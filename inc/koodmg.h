@@ -388,7 +388,7 @@ public:
         return days != 0 ? days : a.m_time != b.m_time;
     }
     friend bool operator==(const d_Timestamp& a, const d_Timestamp& b) { return !(a != b); }
-    /// By the date, then by the time.
+    /// Orders by the date, then by the time.
     friend bool operator<(const d_Timestamp& a, const d_Timestamp& b)
     {
         const int days = a.m_date != b.m_date;

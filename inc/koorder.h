@@ -12,14 +12,16 @@ class KoString;
 /// Describes an order in English; always returns 0. `text` is replaced, in the default 8-bit code
 /// set and language; it stays as it was when memory runs out.
 ///
-/// | order | text |
-/// |---|---|
-/// | ideograph | "HAN character 0x8001" and a line feed, in lower-case hexadecimal |
-/// | 13 | "undefined ordering indicator" |
-/// | others below 80 | "space" |
-/// | symbol | "symbol " and its name; "symbol " alone where it has none |
-/// | digit | "digit 7", with " with expand" behind it for an odd order |
-/// | letter | "lower letter a with accent acute", or also " with extension" behind it |
+// clang-format off
+/// | order           | text                                                                   |
+/// |-----------------|------------------------------------------------------------------------|
+/// | ideograph       | "HAN character 0x8001" and a line feed, in lower-case hexadecimal      |
+/// | 13              | "undefined ordering indicator"                                         |
+/// | others below 80 | "space"                                                                |
+/// | symbol          | "symbol " and its name; "symbol " alone where it has none              |
+/// | digit           | "digit 7", with " with expand" after it for an odd order               |
+/// | letter          | "lower letter a with accent acute", or also " with extension" after it |
+// clang-format on
 ///
 /// An accent without a name gives " with ".
 KOTMS_API int KoConvertOrderToString(unsigned short order, unsigned char variant, KoString& text);
@@ -37,7 +39,7 @@ KOTMS_API int KoConvertOrderToChar(unsigned short order, unsigned char variant, 
 KOTMS_API int KoExtractSymbolFromOrder(unsigned short order, unsigned short& symbol);
 
 /// The value of a digit, and 1 in `expanded` for the odd orders of its expanded form. Returns 0, or
-/// KoRC_REFUSED (both unchanged) for any other order. Orders behind the nines give values above 9.
+/// KoRC_REFUSED (both unchanged) for any other order. Orders after the nines give values above 9.
 KOTMS_API int KoExtractDigitFromOrder(unsigned short order, unsigned short& digit,
                                       unsigned short& expanded);
 

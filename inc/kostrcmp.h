@@ -18,7 +18,7 @@
 /// no more than the product of the two lengths.
 ///
 /// The texts end at their terminator or after `len` orders (bytes, where neither has a code set),
-/// and nothing behind is read; a negative `len` is no limit, 0 gives 0. A null pointer is an
+/// and nothing after that is read; a negative `len` is no limit, 0 gives 0. A null pointer is an
 /// empty text.
 /// `format` is the byte order of 16-bit text: KoFMT_BIG, or that of the machine.
 ///
@@ -39,7 +39,7 @@ KOTMS_API int KoStrCmp(unsigned char codeSet1, unsigned char language1, const ch
 /// - KoRC_NOT_SUPPORTED: a cut text of 254 bytes or more; the result is -1
 ///
 /// A stored text of fewer bytes than its record tells is a cut key. With wildcards on, a
-/// cut text is compared up to the first wildcard of the pattern, and is decided behind it only by a
+/// cut text is compared up to the first wildcard of the pattern, and is decided after it only by a
 /// pattern that ends in "*" there. A null mark is code set 254 with bit 7 of the language set.
 /// Allocates nothing.
 KOTMS_API int StringCompare(unsigned char format, unsigned leftSize, void* left, unsigned rightSize,

@@ -174,7 +174,7 @@ public:
     /// The position of the first match of the pattern at or after `start`, or -1; -1 too for an
     /// empty pattern. At each position that leaves at least the pattern's length, KoStrCmp decides
     /// under the operator word (0xFFFF: the default one):
-    /// - with wildcards, as if the pattern had an asterisk behind it, so on any beginning of the
+    /// - with wildcards, as if the pattern had an asterisk after it, so on any beginning of the
     ///   rest: "b" is found in "abc", and so is "a?c". An escape at the very end of the pattern
     ///   makes that asterisk literal: "b\" is found where the text ends in "b*";
     /// - with bit 0x10 or 0x100, on exactly as many orders as the pattern has characters.
@@ -194,7 +194,7 @@ public:
         return Find(s, 0, cmpOp);
     }
     /// Puts `to` in the place of every find of `from` by the default operator at or after `start`,
-    /// as many characters as `from` has; the search goes on behind what was put in. Wildcards in
+    /// as many characters as `from` has; the search goes on after what was put in. Wildcards in
     /// `from` count: "*" is found everywhere.
     KoString& ReplaceAll(const KoString& from, const KoString& to, unsigned short start = 0);
     KoString& ReplaceAll(char from, char to, unsigned short start = 0);
@@ -296,7 +296,7 @@ static_assert(sizeof(KoString) == 16 && alignof(KoString) == 8);
 /// A new string of the code set and language of `a`.
 ///
 /// A literal, a character or a number on one side is what the constructor makes of it: `s + 5` is
-/// the text with the digit 5 behind it, and a number of the type unsigned short is a character.
+/// the text with the digit 5 after it, and a number of the type unsigned short is a character.
 KOTMS_API KoString operator+(const KoString& a, const KoString& b);
 
 /// The next piece of `list` from `pos` on, up to `separator` (as Find finds it by the default

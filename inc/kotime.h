@@ -20,7 +20,7 @@ class KoTime : public KoTemporal<KoTime>, public KoCountBeside<KoTime>
 public:
     /// The current local time; null when the clock has none.
     KOTMS_API KoTime();
-    /// As SetSecondsAbs.
+    /// Makes the time as SetSecondsAbs does.
     KoTime(int seconds) { SetSecondsAbs(seconds); }
     /// The fields as they are, cut to their widths.
     constexpr KoTime(int hour, int minute, int second)
@@ -61,7 +61,7 @@ public:
     KOTMS_API int ToLocalTime();
     KOTMS_API int ToUTCTime();
 
-    /// As KoDate::Compare, over hour, minute and second.
+    /// Compares as KoDate::Compare does, over hour, minute and second.
     int Compare(const KoTime& other, unsigned short op) const
     {
         const bool strict = (op & kKoCmpStrictBit) != 0;

@@ -67,7 +67,7 @@ public:
     KOTMS_API void AddSeconds(double n); ///< as KoDateTimeN::AddSeconds
     KOTMS_API void AddNanoSeconds(o_8b n);
 
-    /// As KoDateTimeN::Compare.
+    /// Compares as KoDateTimeN::Compare does.
     int Compare(const KoTimeSpan& other, unsigned short op) const
     {
         return m_value.Compare(other.m_value, op);

@@ -27,7 +27,7 @@ KOTMS_API void GetKoTypeMgrInfo(const char** compiler, o_u4b* compilerVersion,
                                 const char** description, const char** buildDate,
                                 const char** moduleName);
 
-// A reference is fine behind a C name: callers are C++, and it is passed as a pointer.
+// A function with a C name may take a reference: callers are C++, and it is passed as a pointer.
 #if defined(__clang__)
 #pragma clang diagnostic push
 #pragma clang diagnostic ignored "-Wreturn-type-c-linkage"

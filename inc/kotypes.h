@@ -19,7 +19,7 @@
 ///   loading none of its blobs and measuring it still give that size. A count
 ///   of 0 blobs creates and destroys one. Loading no strings looks at the record
 ///   that is there, to tell its layout.
-/// - `length` bounds the bytes behind an operand; 0 means no separate bound.
+/// - `length` bounds the bytes of an operand; 0 means no separate bound.
 /// - No function throws. Sizes are bytes, results are KoResult codes.
 /// - Nothing is locked. Functions work only on what they are handed; process-wide
 ///   state is set at start-up and read afterwards.
@@ -167,7 +167,7 @@ KOTMS_API KoString& CharPrintToKoString(KoString& text, void* value, const char*
 
 /// All 47 types.
 extern KOTMS_API const KoTypeTable koCurrentTypeTable;
-/// Ids 0 to 27 with the older string type, and no entries behind them.
+/// Ids 0 to 27 with the older string type, and no entries after them.
 extern KOTMS_API const KoTypeTable koCompatTypeTable;
 
 #endif

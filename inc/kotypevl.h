@@ -47,21 +47,27 @@ struct KoIdxBounds {
 /// cut to it, and what infinite or missing numbers leave without a result is everything, 1. A range
 /// whose high end is below its low end gives no useful number.
 ///
-/// | type | estimate |
-/// |---|---|
-/// | numbers, dates and times, KoObjId, KoRef, KoSeal | as above |
-/// | o_8b, o_u8b, KoInt64 | as above, and at least one step where the key can exist |
-/// | o_float, o_double, d_Interval | as above; what is not 0 is at least 2^-23 |
-/// | null-capable scalars | null comes first; a null end stands for a fixed part of a step: 0.5 |
-/// |  | of the keys beyond it, 0.1 of those equal to a value, 0.001 of those equal to null |
-/// | texts | as if they were spread evenly by their letters and digits; a pattern is the range of |
-/// |  | its literal prefix, by no more than its first two letters behind what all keys share, and |
-/// |  | a plain text that of two; all letters count where it and both ends have one length and a |
-/// |  | common beginning or digits. No text has more than a prefix of it. Unequal to what takes |
-/// |  | everything by this is one half: case, symbols and the like do not count |
-/// | KoBoolean | 1/3 |
-/// | KoClassId, KoBlob | 1, with or without `bounds`; `newBounds` stays as it is |
-/// | the reserved type | 0; `newBounds` stays as it is |
+// clang-format off
+/// | type                          | estimate                                                        |
+/// |-------------------------------|-----------------------------------------------------------------|
+/// | numbers, dates and times,     | as above                                                        |
+/// | KoObjId, KoRef, KoSeal        |                                                                 |
+/// | o_8b, o_u8b, KoInt64          | as above, and at least one step where the key can exist         |
+/// | o_float, o_double, d_Interval | as above; what is not 0 is at least 2^-23                       |
+/// | null-capable scalars          | null comes first; a null end stands for a fixed part of a step: |
+/// |                               | 0.5 of the keys beyond it, 0.1 of those equal to a value, 0.001 |
+/// |                               | of those equal to null                                          |
+/// | texts                         | as below                                                        |
+/// | KoBoolean                     | 1/3                                                             |
+/// | KoClassId, KoBlob             | 1, with or without `bounds`; `newBounds` stays as it is         |
+/// | the reserved type             | 0; `newBounds` stays as it is                                   |
+// clang-format on
+///
+/// Texts count as if they were spread evenly by their letters and digits. A pattern is the range of
+/// its literal prefix, by no more than its first two letters after what all keys share, and a plain
+/// text that of two; all letters count where the text and both ends have one length and a common
+/// beginning or digits. No text has more than a prefix of it. Unequal to what takes everything by
+/// this is one half: case, symbols and the like do not count.
 ///
 /// Narrowing. Where the condition excludes smaller keys (KoQOP_LESS is not set) the low end becomes
 /// a copy of the value, where it excludes larger ones the high end; ends of `newBounds` that are
@@ -71,7 +77,7 @@ struct KoIdxBounds {
 ///
 /// Dates and times: a field of -1 in the value stands for all values of the field. An index has to
 /// be scanned under the same comparison operator that the condition is tested with; then no match
-/// lies outside the narrowed range, as long as no field behind a field of -1 holds another value.
+/// lies outside the narrowed range, as long as no field after a field of -1 holds another value.
 ///
 /// KoString: the operator word has room for options of the comparison (KoCMP_PLAIN to
 /// KoCMP_SKIP_SYMBOLS of KoCmpOp); without any the default operator of comparisons holds. With

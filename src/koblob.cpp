@@ -261,7 +261,7 @@ void KoBlob::Append(const void* data, int size)
         if (length != 0)
             std::memcpy(buffer, m_data->data, static_cast<std::size_t>(length));
     }
-    // Only now, as the bytes may stand in the buffer that goes.
+    // The old buffer goes only now, since the bytes may stand in it.
     std::memcpy(buffer + length, data, static_cast<std::size_t>(size));
     if (buffer != m_data->data)
         KoFree(m_data->data);

@@ -262,7 +262,7 @@ int BlobCompare(unsigned char format, unsigned length1, void* value1, unsigned l
         }
         bool open = false;
         const int order = OrderOf(a, b, open);
-        // The step to the next element is tried behind the one that decides, too.
+        // The step to the next element is tried after the one that decides, too.
         const bool steps = i + 1 == count || (walk1.Continues() && walk2.Continues());
         if (open || (order != 0 && !steps))
             status = KoRC_TRUNCATED;

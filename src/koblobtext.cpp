@@ -1,6 +1,11 @@
 #include "koblobtext.h"
 
-#include "konullops.h"
+#include "koascii.h"
+#include "kodescr.h"
+#include "konulltext.h"
+#include "konumstring.h"
+
+#include <kotypemgr.h>
 
 #include <algorithm>
 #include <string_view>
@@ -11,25 +16,6 @@ namespace
 
 constexpr const char* kOwnFormat = koTypeRows[KoBLOB_T].printFormat;
 constexpr const char* kBareBytes = "%X";
-
-constexpr bool IsDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
-
-/// The value of a hexadecimal digit, -1 for any other character.
-constexpr int HexValue(char c)
-{
-    if (IsDigit(c))
-        return c - '0';
-    const char lower = static_cast<char>(c | 0x20);
-    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
-}
-
-constexpr bool IsBlank(char c)
-{
-    return c == ' ' || (c >= '\t' && c <= '\r');
-}
 
 /// Number of directives for the bytes; -1 for a foreign format.
 constexpr int CountBytes(const char* format)
@@ -88,8 +74,8 @@ public:
         std::size_t at = m_bytesAt;
         for (o_8b i = 0; i < m_count; ++i, at += 2) {
             at = BlanksFrom(at);
-            out[i] =
-                static_cast<unsigned char>(HexValue(m_text[at]) * 16 + HexValue(m_text[at + 1]));
+            out[i] = static_cast<unsigned char>(ko::HexValue(m_text[at]) * 16 +
+                                                ko::HexValue(m_text[at + 1]));
         }
         blob = std::move(made);
         return true;
@@ -101,14 +87,14 @@ private:
     /// The first character from `at` on that is read: blanks are skipped where that is lenient.
     std::size_t BlanksFrom(std::size_t at) const
     {
-        while (!m_strict && at < m_text.size() && IsBlank(m_text[at]))
+        while (!m_strict && at < m_text.size() && ko::IsSpace(m_text[at]))
             ++at;
         return at;
     }
 
     bool TakeLiteral(char c)
     {
-        if (!m_strict && IsBlank(c)) {
+        if (!m_strict && ko::IsSpace(c)) {
             m_at = BlanksFrom(m_at);
             return true;
         }
@@ -122,7 +108,7 @@ private:
     {
         m_at = m_lengthAt = BlanksFrom(m_at);
         o_8b number = 0;
-        for (; m_at < m_text.size() && IsDigit(m_text[m_at]); ++m_at)
+        for (; m_at < m_text.size() && ko::IsDigit(m_text[m_at]); ++m_at)
             number = number > kBlobMostInText ? number : number * 10 + (m_text[m_at] - '0');
         m_length = m_strict ? number : -1;
         return m_at != m_lengthAt;
@@ -132,13 +118,13 @@ private:
     {
         const std::size_t start = m_at;
         std::size_t next = BlanksFrom(m_at);
-        while (next + 1 < m_text.size() && HexValue(m_text[next]) >= 0 &&
-               HexValue(m_text[next + 1]) >= 0) {
+        while (next + 1 < m_text.size() && ko::HexValue(m_text[next]) >= 0 &&
+               ko::HexValue(m_text[next + 1]) >= 0) {
             ++m_count;
             m_at = next + 2;
             next = BlanksFrom(m_at);
         }
-        const bool half = next < m_text.size() && HexValue(m_text[next]) >= 0;
+        const bool half = next < m_text.size() && ko::HexValue(m_text[next]) >= 0;
         if (m_strict && half) {
             m_at = next + 1;
             return false;

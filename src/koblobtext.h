@@ -6,12 +6,15 @@
 
 /// Blobs under a format: literal text around directives.
 ///
-/// | directive | printed                                | read |
-/// |-----------|----------------------------------------|--------------------------------------------|
-/// | `%X` `%x` | the bytes as pairs of hexadecimal      | pairs of hexadecimal digits of either
-/// case | |           | digits, in capitals or not             | | | `%L`      | the number of
-/// bytes, decimal           | a decimal number                           | | `%%`      | a percent
-/// sign                         | a percent sign                             |
+// clang-format off
+/// | directive | printed                                   | read                            |
+/// |-----------|-------------------------------------------|---------------------------------|
+/// | `%X`      | the bytes as pairs of hexadecimal digits, | pairs of hexadecimal digits of  |
+/// |           | in capitals                               | either case                     |
+/// | `%x`      | the same in small letters                 | the same                        |
+/// | `%L`      | the number of bytes, decimal              | a decimal number                |
+/// | `%%`      | a percent sign                            | a percent sign                  |
+// clang-format on
 ///
 /// Any other directive, and a second one for the bytes, makes a foreign format, which counts as
 /// the type's own. A format without the bytes, as the type's own is, counts as "%X" in reading.

@@ -95,7 +95,7 @@ struct BlobOps : ElementOps<KoBlob, BlobOps, KoBLOB_T> {
         return Base::Destroy(array, std::max(count, 1U));
     }
 
-    /// Empty blobs.
+    /// The values that this counts are empty blobs.
     static unsigned NullSizeGet(unsigned count) { return kBlobWord + count * kBlobWord; }
 
     static unsigned Hash(unsigned char format, unsigned length, void* value, unsigned count,

@@ -1,17 +1,19 @@
 #include <koboolean.h>
 
+#include "koascii.h"
 #include "koboundeval.h"
+#include "kobytes.h"
 #include "koelementops.h"
+#include "kohashwalk.h"
 #include "konulltext.h"
-#include "koordered.h"
 
 int BooleanCompare(unsigned char, unsigned length1, void* value1, unsigned length2, void* value2,
                    unsigned short, unsigned count, int& status)
 {
     return KoCompareWalk(length1, value1, length2, value2, 1, count, status,
                          [](const unsigned char* a, const unsigned char* b) {
-                             const auto x = ReadValue<KoBoolean>(a);
-                             const auto y = ReadValue<KoBoolean>(b);
+                             const auto x = ko::ReadValue<KoBoolean>(a);
+                             const auto y = ko::ReadValue<KoBoolean>(b);
                              return (x > y) - (x < y);
                          });
 }
@@ -35,17 +37,12 @@ TruthWord ReadTruth(const char* text, std::size_t length)
         const char* word;
         int value;
     } kWords[] = {{kTrue, 1}, {kFalse, 0}, {"1", 1}, {"0", 0}};
-    const auto upper = [](char c) {
-        return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
-    };
-    const auto belongs = [&](char c) {
-        return (upper(c) >= 'A' && upper(c) <= 'Z') || (c >= '0' && c <= '9');
-    };
+    const auto belongs = [](char c) { return ko::IsLetter(c) || ko::IsDigit(c); };
     const char* end = std::find_if_not(text, text + length, belongs);
     const auto wordLength = static_cast<std::size_t>(end - text);
     for (const auto& known : kWords) {
         if (wordLength == std::strlen(known.word) &&
-            std::equal(text, end, known.word, [&](char a, char b) { return upper(a) == b; }))
+            std::equal(text, end, known.word, [](char a, char b) { return ko::ToUpper(a) == b; }))
             return {wordLength, true, known.value};
     }
     return {wordLength, false, 0};
@@ -73,14 +70,14 @@ struct BooleanOps : ElementOps<KoBoolean, BooleanOps, KoBOOLEAN_T> {
         if (count == 0)
             return 0.0F;
         KoNarrowBounds(newBounds, op & kQueryMask, value, count);
-        // Of three values one is asked for, whatever the operator.
+        // One of three values is asked for, whatever the operator.
         return bounds != nullptr ? static_cast<float>(1.0 / 3.0) : 0.0F;
     }
     static unsigned Hash(unsigned char, unsigned length, void* value, unsigned count, int& status)
     {
         return KoHashWalk(
             length, value, 1, count, status, [](KoHasher& hasher, const unsigned char* element) {
-                const auto boolean = ReadValue<KoBoolean>(element);
+                const auto boolean = ko::ReadValue<KoBoolean>(element);
                 hasher.Add(boolean.IsNullValue() != 0 ? kHashWordOfNull
                                                       : KoHashWord(o_4b{boolean.IsTrue()}));
             });

@@ -1,24 +1,30 @@
 #ifndef KOBOUNDEVAL_H
 #define KOBOUNDEVAL_H
 
-#include "koscalartype.h"
+#include "kobytes.h"
 
 #include <kotypevl.h>
 
 #include <algorithm>
+#include <cmath>
+#include <concepts>
+#include <limits>
+#include <type_traits>
 
 /// The evaluators of kotypevl.h, told for each type by an axis: how an element is read and which
 /// number it counts as.
 ///
+// clang-format off
 ///     struct Axis {
 ///         explicit Axis(unsigned char format);
-///         unsigned Size() const;                          // bytes of an element in the format
+///         unsigned Size() const;                           // bytes of an element in the format
 ///         Value Read(const unsigned char* element) const;
-///         static double From(const Value&);               // the numbers that the value stands
-///         for, static double To(const Value&);                 // one unless it has wildcards
-///         static Value Lowest(), Highest();               // for an open end
+///         static double From(const Value&);                // the lowest and the highest number that
+///         static double To(const Value&);                  // a value stands for; two with wildcards
+///         static Value Lowest(), Highest();                // the values of an open end
 ///         static constexpr KoAxisKind kKind;
 ///     };
+// clang-format on
 
 enum class KoAxisKind {
     kPlain,
@@ -103,7 +109,8 @@ float KoEvaluateBounds(const KoIdxBounds* bounds, unsigned short op, const void*
     return KoShareOf(estimate);
 }
 
-/// The axis of a scalar type.
+/// The axis of a type whose elements are numbers or classes that have Get8b: a ko::NumberType, or a
+/// type with the same members.
 template <class Type>
 struct KoScalarAxis {
     using Value = typename Type::Value;

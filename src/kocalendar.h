@@ -3,6 +3,8 @@
 
 #include <kobasic.h>
 
+#include <string_view>
+
 /// The calendar arithmetic of KoDate over plain numbers. Years are astronomical (year 0 exists).
 /// Divisions cut toward zero throughout: stored day numbers before day 0 depend on it.
 
@@ -36,5 +38,10 @@ constexpr o_4b KoWeekday(o_4b year, o_4b month, o_4b day) noexcept
     const o_4b r = w % 7;
     return r > 0 ? r - 1 : 6; // a negative remainder is a Sunday too
 }
+
+/// The English names of the weekdays, in the order of KoWeekday. Each is a whole literal, so a zero
+/// ends it.
+inline constexpr std::string_view kDayNames[7] = {"Monday", "Tuesday",  "Wednesday", "Thursday",
+                                                  "Friday", "Saturday", "Sunday"};
 
 #endif

@@ -153,12 +153,6 @@ private:
     }
 };
 
-/// Seconds of the day.
-constexpr int KoSecondsOfDay(const KoTime& time)
-{
-    return static_cast<int>(time);
-}
-
 /// Nanoseconds of so many seconds and nanoseconds, modulo 2^64.
 constexpr o_8b KoTotalNanoSeconds(o_8b seconds, int nanoseconds)
 {

@@ -1,12 +1,12 @@
 #ifndef KOCMPWALK_H
 #define KOCMPWALK_H
 
+#include "kobytes.h"
+
 #include <kobasic.h>
 
 #include <algorithm>
-#include <bit>
 #include <cstddef>
-#include <cstdint>
 #include <cstring>
 
 /// The walk over `count` elements that every compare and hash function of a fixed-length type
@@ -19,27 +19,11 @@ constexpr unsigned KoElementsWithin(unsigned length, unsigned size, unsigned cou
     return length == 0 ? count : std::min(count, length / size);
 }
 
-/// Eight bytes as they lie in memory.
-inline std::uint64_t KoWordAt(const void* bytes) noexcept
-{
-    std::uint64_t word;
-    std::memcpy(&word, bytes, sizeof word);
-    return word;
-}
-
-/// The first byte in memory of a word that has a bit set; the word is not 0.
-inline unsigned KoFirstByteOf(std::uint64_t word) noexcept
-{
-    const int zeros = std::endian::native == std::endian::little ? std::countr_zero(word)
-                                                                 : std::countl_zero(word);
-    return static_cast<unsigned>(zeros) / 8;
-}
-
 /// Number of equal bytes at the start of `a` and `b`.
 inline std::size_t KoEqualBytes(const unsigned char* a, const unsigned char* b,
                                 std::size_t length) noexcept
 {
-    constexpr std::size_t kWord = sizeof(std::uint64_t);
+    constexpr std::size_t kWord = sizeof(o_u8b);
     constexpr std::size_t kSmallest = 128;
     constexpr std::size_t kLargest = 2048;
     std::size_t at = 0;
@@ -56,15 +40,16 @@ inline std::size_t KoEqualBytes(const unsigned char* a, const unsigned char* b,
         if (at + block <= length && std::memcmp(a + at, b + at, block) == 0)
             at += block;
     for (; at + kWord <= length; at += kWord) {
-        if (const std::uint64_t difference = KoWordAt(a + at) ^ KoWordAt(b + at); difference != 0)
-            return at + KoFirstByteOf(difference);
+        if (const o_u8b difference = ko::ReadValue<o_u8b>(a + at) ^ ko::ReadValue<o_u8b>(b + at);
+            difference != 0)
+            return at + ko::FirstByteOf(difference);
     }
     // The last word overlaps what is known to be equal.
     if (at < length && length >= kWord) {
-        if (const std::uint64_t difference =
-                KoWordAt(a + length - kWord) ^ KoWordAt(b + length - kWord);
+        if (const o_u8b difference =
+                ko::ReadValue<o_u8b>(a + length - kWord) ^ ko::ReadValue<o_u8b>(b + length - kWord);
             difference != 0)
-            return length - kWord + KoFirstByteOf(difference);
+            return length - kWord + ko::FirstByteOf(difference);
         return length;
     }
     while (at < length && a[at] == b[at])

@@ -83,9 +83,7 @@ private:
     {
         if (m_width == 1)
             return static_cast<unsigned char>(*m_at);
-        o_u2b unit;
-        std::memcpy(&unit, m_at, sizeof unit);
-        return m_swapped ? static_cast<o_u2b>(unit << 8U | unit >> 8U) : unit;
+        return ko::ReadNumber<o_u2b>(m_at, m_swapped);
     }
     /// A terminator inside ends the text for certain.
     o_u2b End()
@@ -123,9 +121,9 @@ struct KoWildcards {
 
     o_u2b asterisk, question, escape;
 
-    /// Those of the process.
+    /// The wildcards that the process uses now.
     static KoWildcards Current();
-    /// Those are the orders of "*", "?" and "\\".
+    /// True while they are the orders of "*", "?" and "\\".
     static bool AreDefault() { return !s_replaced.load(std::memory_order_relaxed); }
     /// 0 restores the default one. Not synchronised, like all settings of the process.
     static void Replace(Which which, o_u2b order);
@@ -158,9 +156,9 @@ inline o_u2b KoResolvedCmpOp(o_u2b cmpOp)
 
 /// How two texts compare.
 struct KoTextOrder {
-    int order = 0;          ///< negative, 0 or positive
-    bool open = false;      ///< what was cut off decides; `order` is what the rest gives
-    bool behindRun = false; ///< what comes behind an asterisk of the pattern is nowhere in the rest
+    int order = 0;         ///< negative, 0 or positive
+    bool open = false;     ///< what was cut off decides; `order` is what the rest gives
+    bool afterRun = false; ///< what comes after an asterisk of the pattern is nowhere in the rest
 };
 
 /// Order of two texts under an operator word (not 0xFFFF), `right` being the pattern where
@@ -169,7 +167,7 @@ struct KoTextOrder {
 KoTextOrder KoCompareText(const KoText& left, const KoText& right, o_u2b cmpOp,
                           unsigned limit = kNoLimit, unsigned from = 0);
 
-/// As comparing with a pattern that has an asterisk behind it; neither may be null.
+/// Compares as with a pattern that has an asterisk after it; neither text may be null.
 KoTextOrder KoCompareBeginning(const KoText& text, const KoText& pattern,
                                const KoCompareMode& mode);
 

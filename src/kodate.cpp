@@ -6,7 +6,6 @@
 #include <kobase.h>
 
 #include <cstdlib>
-#include <iterator>
 
 namespace
 {
@@ -121,10 +120,7 @@ KoDaysOfTheWeek KoDate::GetDayOfTheDate() const
 
 KoString KoDate::PrintDayOfTheDate() const
 {
-    static const char* const names[] = {"Monday", "Tuesday",  "Wednesday", "Thursday",
-                                        "Friday", "Saturday", "Sunday"};
-    const auto day = static_cast<unsigned>(GetDayOfTheDate());
-    return KoString(day < std::size(names) ? names[day] : "no day");
+    return KoString(kDayNames[static_cast<unsigned>(GetDayOfTheDate())].data());
 }
 
 // The number and not the name: programs tell the two apart by it.

@@ -71,7 +71,7 @@ const KoDateTime& KoDateTime::ClearValue()
     return kClear;
 }
 
-// Not the null value: programs have compared with this one.
+// This is not the null value, and stays so: programs have compared with it.
 const KoDateTime& KoDateTime::Null()
 {
     return kClear;

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 
 /// Appends the texts of `count` elements, with a comma between two; `print(text, i)` appends one.
 template <class Print>
@@ -52,6 +53,30 @@ template <class Scan>
 void KoScanElements(const KoString& text, unsigned count, Scan scan)
 {
     KoScanElements(text, count, scan, [](std::size_t) { return 0U; });
+}
+
+/// Steps a sequence value of an integer type; see KoGetValueFunc.
+template <class T>
+int KoStepSequence(void* value, unsigned char format, unsigned char kind)
+{
+    if (format != KoFMT_MEMORY)
+        return KoRC_NOT_SUPPORTED;
+    auto& number = *static_cast<T*>(value);
+    switch (kind) {
+    case 'M':
+    case 'N':
+        if (number == std::numeric_limits<T>::max())
+            return KoRC_OVERFLOW;
+        ++number;
+        return KoRC_OK;
+    case 'O':
+        return KoRC_OK;
+    case 2:
+        number = std::numeric_limits<T>::min();
+        return KoRC_OK;
+    default:
+        return KoRC_NOT_SUPPORTED;
+    }
 }
 
 /// What is the same for types of elements of a fixed length without owned parts, over operations on

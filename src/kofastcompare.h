@@ -1,6 +1,7 @@
 #ifndef KOFASTCOMPARE_H
 #define KOFASTCOMPARE_H
 
+#include "kocmpwalk.h"
 #include "kofasttext.h"
 #include "kolanes.h"
 
@@ -39,8 +40,8 @@ public:
                     break;
                 at = end - L::kCount; // the last word overlaps what is known to be equal
             }
-            const o_u8b x = KoWordAt(left + std::size_t{at} * sizeof(Unit));
-            const o_u8b y = KoWordAt(right + std::size_t{at} * sizeof(Unit));
+            const o_u8b x = ko::ReadValue<o_u8b>(left + std::size_t{at} * sizeof(Unit));
+            const o_u8b y = ko::ReadValue<o_u8b>(right + std::size_t{at} * sizeof(Unit));
             o_u8b stops = L::Zero(y) | (y & m_foreign);
             if (m_wildcards)
                 stops |= L::Wildcards(y, m_shift);
@@ -54,7 +55,7 @@ public:
             again = at + L::kCount;
             return stops != 0
                        ? i
-                       : at + KoFirstByteOf(difference) / static_cast<unsigned>(sizeof(Unit));
+                       : at + ko::FirstByteOf(difference) / static_cast<unsigned>(sizeof(Unit));
         }
         again = end;
         return i;
@@ -117,7 +118,7 @@ KoCompareByKeys(const KoFastText<LeftUnit>& left, const KoFastText<RightUnit>& r
         } else if (((x ^ y) & mask) != 0) {
             return (x & mask) < (y & mask) ? -1 : 1;
         } else {
-            // Both end, or the orders behind the first one of an expansion decide.
+            // Both end, or the orders after the first one of an expansion decide.
             return x == 0 ? 0 : kUndecided;
         }
         ++i;
@@ -155,7 +156,7 @@ inline KoTextOrder KoByteDifference(const KoText& left, const KoText& right, uns
     const bool open = (leftEnds && left.cut) || (rightEnds && right.cut);
     if (i == limit || (leftEnds && rightEnds && !open))
         return {};
-    // What stands behind a terminator is no text.
+    // What follows a terminator is no text.
     if (i != 0 && KoUnitsBeforeZero(left.bytes, 1, i) < i)
         return {};
     if (open)

@@ -36,7 +36,7 @@ public:
     {
         return s_languages[language].load(std::memory_order_relaxed) == kPlain;
     }
-    /// True where that knows more now.
+    /// Asks the tables about both; true where more is known than before.
     static bool Learn(unsigned char codeSet, unsigned char language);
 
 private:
@@ -78,9 +78,7 @@ public:
     {
         if constexpr (sizeof(Unit) == 1)
             return static_cast<unsigned char>(m_bytes[index]);
-        o_u2b unit;
-        std::memcpy(&unit, Bytes(index), sizeof unit);
-        return m_swapped ? static_cast<o_u2b>(unit << 8U | unit >> 8U) : unit;
+        return ko::ReadNumber<o_u2b>(Bytes(index), m_swapped);
     }
     o_u4b Key(unsigned character) const
     {

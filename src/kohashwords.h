@@ -14,10 +14,10 @@ constexpr o_u4b KoPowerOf9(unsigned exponent)
     return power;
 }
 
-/// What a byte counts.
+/// The number that a byte stands for in a hash.
 enum class KoByteValue { kUnsigned, kSigned, kLowSeven };
 
-/// Texts of bytes.
+/// The hash of texts of bytes.
 template <KoByteValue value>
 struct KoHashOfBytes {
     /// What eight bytes add, the first one lowest: pairs are joined into 16, 32 and 64 bits, so
@@ -30,7 +30,7 @@ struct KoHashOfBytes {
             word ^= KoLanes<o_u1b>::kTops;
         if (value == KoByteValue::kLowSeven)
             word &= ~KoLanes<o_u1b>::kTops;
-        // At most 255 * 10, then 255 * 10 * 82: neither leaves its lane.
+        // A pair is at most 255 * 10 and a four 255 * 10 * 82, so that none leaves its lane.
         const o_u8b pairs = (word & 0x00FF00FF00FF00FFU) * 9 + (word >> 8U & 0x00FF00FF00FF00FFU);
         const o_u8b fours =
             (pairs & 0x0000FFFF0000FFFFU) * 81 + (pairs >> 16U & 0x0000FFFF0000FFFFU);
@@ -62,7 +62,7 @@ struct KoHashOfBytes {
         zeros = _mm_setzero_si128();
         sum = sum * KoPowerOf9(16) + SumsAt(text + std::size_t{16} * block, zeros);
         const unsigned last = static_cast<unsigned>(_mm_movemask_epi8(zeros));
-        // The zeros behind the text have multiplied the hash by powers of 9 that are taken back.
+        // The zeros after the text have multiplied the hash by powers of 9 that are taken back.
         hash =
             (sum[0] * KoPowerOf9(12) + sum[1] * KoPowerOf9(8) + sum[2] * KoPowerOf9(4) + sum[3]) *
             kInverses.power[padding];
@@ -131,7 +131,7 @@ o_u4b KoHashWords(const char* text, unsigned count, bool padded, HashOf& hashOf)
         o_u8b word = 0;
         const unsigned shift = 64 - 8 * odd;
         if (padded || count >= 8)
-            word = KoLittleWordAt(text) << shift;
+            word = ko::ReadOrdered<o_u8b>(text, false) << shift;
         else
             for (unsigned i = 0; i < odd; ++i)
                 word = word >> 8U | o_u8b{static_cast<unsigned char>(text[i])} << 56U;
@@ -140,7 +140,7 @@ o_u4b KoHashWords(const char* text, unsigned count, bool padded, HashOf& hashOf)
     }
     o_u8b zeros = 0;
     for (; at != end; at += 8) {
-        const o_u8b word = KoLittleWordAt(at);
+        const o_u8b word = ko::ReadOrdered<o_u8b>(at, false);
         zeros |= L::Zero(word);
         hash = hash * KoPowerOf9(8) + hashOf.OfWord(word);
     }

@@ -2,10 +2,11 @@
 #define KOIDENTITYOPS_H
 
 #include "koboundeval.h"
+#include "kobytes.h"
 #include "koelementops.h"
+#include "kohashwalk.h"
 #include "koidentitytext.h"
 #include "konulltext.h"
-#include "koordered.h"
 
 #include <bit>
 
@@ -17,7 +18,7 @@
 ///         static constexpr const IdentityKind& kKind = kObjIdKind;
 ///         static constexpr const char* kFormat = "...";   // of Print and Scan for a null format
 ///         static constexpr unsigned kQuads = 2;           // leading fields of 32 bits
-///         static constexpr unsigned kPairs = 1;           // stored fields of 16 bits behind them
+///         static constexpr unsigned kPairs = 1;           // stored fields of 16 bits after them
 ///         static IdentityFields ToFields(const KoObjId& value);
 ///         static KoObjId FromFields(const IdentityFields& fields);
 ///         static int OrderStored(const unsigned char* a, const unsigned char* b);
@@ -77,7 +78,7 @@ void KoCopyNumberedFields(unsigned char* to, const unsigned char* from, unsigned
             pairs = KoSwapPairs(pairs);
         }
         if constexpr (kTo == 16 && kUsed == 14) {
-            // To the front, with zero behind.
+            // The pairs move to the front, and zeros follow them.
             pairs = std::endian::native == std::endian::little ? pairs >> 16 : pairs << 16;
             std::memcpy(to + 8, &pairs, 8);
             std::memcpy(to, &quads, 8);
@@ -126,7 +127,7 @@ struct IdentityOps : ElementOps<typename Type::Value, IdentityOps<Type>, Type::k
         if (format == KoFMT_MEMORY)
             return KoCompareWalk(length1, value1, length2, value2, sizeof(T), count, status,
                                  [](const unsigned char* a, const unsigned char* b) {
-                                     return ReadValue<T>(a) == ReadValue<T>(b) ? 0 : 1;
+                                     return ko::ReadValue<T>(a) == ko::ReadValue<T>(b) ? 0 : 1;
                                  });
         return KoCompareWalk(length1, value1, length2, value2, kStored, count, status,
                              Type::OrderStored);
@@ -137,7 +138,7 @@ struct IdentityOps : ElementOps<typename Type::Value, IdentityOps<Type>, Type::k
         const unsigned size = FormSize(format);
         const auto read = [format](const unsigned char* element) {
             if (format == KoFMT_MEMORY)
-                return ReadValue<T>(element);
+                return ko::ReadValue<T>(element);
             T loaded;
             Load(&loaded, element, format, 1);
             return loaded;
@@ -160,7 +161,7 @@ struct IdentityOps : ElementOps<typename Type::Value, IdentityOps<Type>, Type::k
     static T At(const unsigned char* element, unsigned char format)
     {
         if (format == KoFMT_MEMORY)
-            return ReadValue<T>(element);
+            return ko::ReadValue<T>(element);
         T loaded;
         Load(&loaded, element, format, 1);
         return loaded;

@@ -1,5 +1,6 @@
 #include "koidentitytext.h"
 
+#include "koascii.h"
 #include "konumformat.h"
 #include "konumstring.h"
 
@@ -10,11 +11,6 @@ namespace
 
 /// The directives of the fields in their order.
 constexpr char kLetters[] = "BLHDCV";
-
-bool IsBlank(char c)
-{
-    return c == ' ' || (c >= '\t' && c <= '\r');
-}
 
 /// Reads digits at the cursor as a field; false, with the cursor at their start, where there are
 /// none or the number is beyond the field.
@@ -98,12 +94,12 @@ bool KoScanIdentity(IdentityFields& fields, const IdentityKind& kind, const KoSt
             cursor.SkipSpace();
             if (!fits || !ReadField(cursor, read, pieces.Field()))
                 return false;
-        } else if (IsBlank(pieces.Literal())) {
+        } else if (ko::IsSpace(pieces.Literal())) {
             cursor.SkipSpace();
         } else if (!cursor.AtEnd() && *cursor.pos == pieces.Literal()) {
             ++cursor.pos;
         } else {
-            fits = false; // of no importance behind the last number
+            fits = false; // of no importance after the last number
         }
     }
     fields = read;

@@ -55,7 +55,7 @@ private:
     char m_literal = '\0';
 };
 
-/// Appends the text.
+/// Appends the fields under the format.
 void KoPrintIdentity(KoString& text, const IdentityKind& kind, const IdentityFields& fields,
                      const char* format);
 

@@ -48,6 +48,7 @@ KoInt64 KoInt64::Division(const KoInt64& divisor, int wantRemainder) const
     const o_8b a = Get8b();
     const o_8b b = divisor.Get8b();
     if (b == 0) {
+        // Fixed text that programs look for; file and line are no place in these sources.
         KORA_assert("KoInt64 divide by zero", "src\\koint64", 748);
         return 0;
     }

@@ -36,7 +36,7 @@ struct Int64Type {
 
     static KoInt64 Read(const unsigned char* at, bool swap) noexcept
     {
-        return {KoReadNumber<o_u4b>(at, swap), KoReadNumber<o_4b>(at + 4, swap)};
+        return {ko::ReadNumber<o_u4b>(at, swap), ko::ReadNumber<o_4b>(at + 4, swap)};
     }
     static int Order(const KoInt64& a, const KoInt64& b) noexcept
     {

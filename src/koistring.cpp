@@ -1,3 +1,4 @@
+#include "koascii.h"
 #include "kocollator.h"
 #include "koistringtext.h"
 #include "konumstring.h"
@@ -45,7 +46,7 @@ int ReadChecked(const KoIStringText& text, T& result, const char* format)
 {
     result = 0;
     const char first = *text.StrGet();
-    if (first != '-' && (first < '0' || first > '9'))
+    if (first != '-' && !ko::IsDigit(first))
         return -1;
     result = Number<T>(text, format);
     return KoRC_OK;

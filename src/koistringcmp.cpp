@@ -13,7 +13,7 @@ namespace
 constexpr unsigned kSharpS = 223;
 constexpr o_u1b kLargestAccent = 8;
 
-// Of the bytes 65 to 90; of 97 to 122 where case counts.
+// The weights of the bytes 65 to 90, and of 97 to 122 where case counts.
 constexpr o_u1b kCapitals[] = {84,  91,  94,  97,  105, 111, 113, 115, 121, 127, 129, 131, 133,
                                135, 144, 151, 153, 155, 157, 159, 165, 171, 173, 175, 179, 183};
 constexpr o_u1b kSmalls[] = {78,  90,  92,  96,  100, 110, 112, 114, 116, 126, 128, 130, 132,
@@ -21,7 +21,7 @@ constexpr o_u1b kSmalls[] = {78,  90,  92,  96,  100, 110, 112, 114, 116, 126, 1
 constexpr o_u1b kAfterCapitals[] = {66, 67, 68, 69, 70, 65}; // 91 to 96
 constexpr o_u1b kAfterSmalls[] = {71, 72, 73, 74, 75};       // 123 to 127
 
-// Of the bytes 192 to 222, the same in both classes, and of 223 to 255.
+// The weights of the bytes 192 to 222, the same in both classes, and of 223 to 255.
 constexpr o_u1b kUpperCapitals[] = {84,  84,  84,  84,  84,  189, 185, 94,  105, 105, 105,
                                     105, 121, 121, 121, 121, 99,  137, 144, 144, 144, 144,
                                     144, 76,  187, 165, 165, 165, 165, 179, 191};

@@ -53,7 +53,7 @@ struct Weights {
         isPattern = true;
     }
 
-    /// Leaves what the other begins with, too.
+    /// Keeps only the beginning that both texts share.
     void CutCommon(const Weights& other)
     {
         const auto* different =
@@ -94,9 +94,9 @@ double DigitOf(unsigned weight)
     if (weight < kFirst[+'a'])
         return kFirstLetter - 1.0 + (weight - '9') / 32.0;
     if (weight > kFirst[+'Z'])
-        return kBehindLetters + weight / kWeightBase;
-    const auto* behind = std::upper_bound(&kFirst[+'a'], &kFirst[+'z'] + 1, weight);
-    return kFirstLetter + static_cast<double>(behind - &kFirst[+'a'] - 1);
+        return kAfterLetters + weight / kWeightBase;
+    const auto* next = std::upper_bound(&kFirst[+'a'], &kFirst[+'z'] + 1, weight);
+    return kFirstLetter + static_cast<double>(next - &kFirst[+'a'] - 1);
 }
 
 bool HasLetterOrNumeral(const Weights& text)
@@ -109,7 +109,7 @@ KoTextDigits DigitsOf(const Weights& text, bool letters)
 {
     KoTextDigits digits(letters ? kLetterBase : kWeightBase);
     for (unsigned i = 0; i < text.count; ++i)
-        digits.Append(letters ? DigitOf(text.weights[i]) : text.weights[i]);
+        digits.Append(letters ? DigitOf(text.weights[i]) : text.weights[i], text.weights[i]);
     return digits;
 }
 
@@ -191,7 +191,7 @@ void Narrow(KoIdxBounds& newBounds, const KeysFound& keys, unsigned bits, const 
     const bool known = keys.with || keys.without;
     if (asksAccents && !keys.with) {
         // The index may not be in the order of the condition. What equals its text with accents
-        // does so without them, too; before and behind it in that order is everything.
+        // does so without them, too; and everything comes before or after it in that order.
         if (bits != KoQOP_EQUAL || text.IsRaw())
             return;
     }

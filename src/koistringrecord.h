@@ -38,7 +38,7 @@ private:
 };
 
 /// The text of a record of `length` bytes of which `held` are there, all but the length field; what
-/// stands behind is not looked at.
+/// follows is not looked at.
 KoIText KoIRecordText(const unsigned char* record, unsigned length, std::size_t held);
 
 /// Writing, reading and measuring; comparing and hashing. `weights` are those of the class.

@@ -39,7 +39,7 @@ struct KoIWeights {
     bool ignoresCase;
 
     static const KoIWeights& Of(bool ignoresCase);
-    /// Accents count: only where the class looks at them.
+    /// True where accents count: the class looks at them and the text asks for it.
     bool Accents(const KoIText& text) const { return ignoresCase && text.HasAccents(); }
 };
 

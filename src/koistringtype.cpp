@@ -63,7 +63,7 @@ unsigned Narrow(KoIStringText& text, const KoString& string, bool onlyWhole)
     return lacking;
 }
 
-/// Either of the two types.
+/// The operations of KoIString and of KoCaseIString.
 template <class T, KoTypeId id>
 struct IStringOps : ElementOps<T, IStringOps<T, id>, id> {
     static const KoIWeights& Weights() { return KoIWeights::Of(T::kIgnoresCase); }
@@ -74,7 +74,7 @@ struct IStringOps : ElementOps<T, IStringOps<T, id>, id> {
         return KoIStore(destination, source, format, count, Weights());
     }
     static constexpr auto Load = KoILoad;
-    /// Empty texts.
+    /// A null value is stored as an empty text.
     static unsigned NullSizeGet(unsigned count) { return count * (kIRecordHead + 1); }
     static unsigned SizeGet(const void* value, unsigned char valueFormat, unsigned char format,
                             unsigned count)
@@ -119,7 +119,7 @@ struct IStringOps : ElementOps<T, IStringOps<T, id>, id> {
                                               source, sourceFormat, sourceLength, count);
     }
 
-    /// In the code set of the bytes, so that all of them come back.
+    /// The text is in the code set of the bytes, so that all of them come back.
     static KoTypeConvertData* ConvertTo(void* value, unsigned count)
     {
         return MakeTextRecord(count, [value](KoString& text, unsigned i) {

@@ -1,7 +1,7 @@
 #ifndef KOLANES_H
 #define KOLANES_H
 
-#include "kocmpwalk.h"
+#include "kobytes.h"
 
 #include <koscalar.h>
 
@@ -11,7 +11,7 @@
 
 /// Tests on several characters at once.
 
-/// Of a word of eight bytes.
+/// The tests on a word of eight bytes, which holds eight characters of 8 bits or four of 16.
 template <class Unit>
 struct KoLanes {
     static constexpr unsigned kBits = 8 * sizeof(Unit);
@@ -43,18 +43,6 @@ struct KoLanes {
                Equal(word, kOnes * '\\' << shift);
     }
 };
-
-/// Eight bytes as a number, the first one lowest.
-inline o_u8b KoLittleWordAt(const void* bytes)
-{
-    o_u8b word = KoWordAt(bytes);
-    if constexpr (std::endian::native == std::endian::big) {
-        word = (word & 0x00FF00FF00FF00FFU) << 8U | (word >> 8U & 0x00FF00FF00FF00FFU);
-        word = (word & 0x0000FFFF0000FFFFU) << 16U | (word >> 16U & 0x0000FFFF0000FFFFU);
-        word = word << 32U | word >> 32U;
-    }
-    return word;
-}
 
 /// As many characters as the machine tests at once, or a set of some of them. Of a set only whether
 /// it is empty and which is its first character can be asked.
@@ -148,7 +136,7 @@ public:
 
     static KoBlock At(const char* text)
     {
-        o_u8b word = KoLittleWordAt(text);
+        o_u8b word = ko::ReadOrdered<o_u8b>(text, false);
         if constexpr (sizeof(Unit) == 2 && std::endian::native == std::endian::big)
             word = (word & 0x00FF00FF00FF00FFU) << 8U | (word >> 8U & 0x00FF00FF00FF00FFU);
         return KoBlock(word);
@@ -157,7 +145,7 @@ public:
     {
         char half[8] = {};
         std::memcpy(half, text, 4);
-        o_u8b word = KoLittleWordAt(half);
+        o_u8b word = ko::ReadOrdered<o_u8b>(half, false);
         word = (word | word << 16U) & 0x0000FFFF0000FFFFU;
         return KoBlock((word | word << 8U) & 0x00FF00FF00FF00FFU);
     }

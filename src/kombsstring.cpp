@@ -57,11 +57,8 @@ std::size_t AsciiBytes(const char* mbs, std::size_t bytes)
 {
     constexpr o_u8b kTopBits = 0x8080808080808080U;
     std::size_t i = 0;
-    for (o_u8b eight; i + sizeof eight <= bytes; i += sizeof eight) {
-        std::memcpy(&eight, mbs + i, sizeof eight);
-        if ((eight & kTopBits) != 0)
-            break;
-    }
+    while (i + sizeof kTopBits <= bytes && (ko::ReadValue<o_u8b>(mbs + i) & kTopBits) == 0)
+        i += sizeof kTopBits;
     while (i < bytes && static_cast<unsigned char>(mbs[i]) < 0x80)
         ++i;
     return i;

@@ -16,6 +16,7 @@ namespace
 
 __extension__ typedef unsigned __int128 Wide;
 
+constexpr int kDigits = 17;
 constexpr int kFirstPower = -292;
 constexpr int kLastPower = 340;
 
@@ -25,7 +26,7 @@ struct Power {
     o_u8b low;
 };
 
-/// A number of 1 to 2 with 319 bits behind the point; the power of two is left out.
+/// A number of 1 to 2 with 319 bits after the point; the power of two is left out.
 class Mantissa
 {
 public:
@@ -33,7 +34,7 @@ public:
 
     constexpr Power Leading() const { return {Pair(0), Pair(2)}; }
 
-    /// By 10, that is 5/4.
+    /// Multiplies by 10, which is 5/4 where the power of two is left out.
     constexpr void Multiply()
     {
         o_u4b sum[kWords] = {};
@@ -50,7 +51,7 @@ public:
             m_words[i] = (m_words[i] >> 1) | ((i > 0 ? m_words[i - 1] : 1U) << 31);
     }
 
-    /// By 1/10, that is 8/5 below 5/4 and 4/5 from there on.
+    /// Divides by 10, which is to multiply by 8/5 below 5/4 and by 4/5 from there on.
     constexpr void Divide()
     {
         const unsigned shift = m_words[0] < 0xA0000000U ? 3 : 2;
@@ -115,13 +116,50 @@ Scaled Scale(o_u8b mantissa, int exponent, int k)
     return {top >> shift, (top << (64 - shift)) | (middle >> shift)};
 }
 
+/// Writes `count` digits, the first of which stands for 10 to the power of `decimal`, in the
+/// notation that "%.17g" chooses for it.
+char* PutNotation(char* out, const char* digits, int count, int decimal)
+{
+    const auto copy = [&out, digits](int from, int to) {
+        for (int i = from; i < to; ++i)
+            *out++ = digits[i];
+    };
+    if (decimal >= 0 && decimal < kDigits) {
+        copy(0, decimal + 1);
+        if (count > decimal + 1) {
+            *out++ = '.';
+            copy(decimal + 1, count);
+        }
+        return out;
+    }
+    if (decimal >= -4 && decimal < 0) {
+        *out++ = '0';
+        *out++ = '.';
+        for (int i = decimal + 1; i < 0; ++i)
+            *out++ = '0';
+        copy(0, count);
+        return out;
+    }
+    *out++ = digits[0];
+    if (count > 1) {
+        *out++ = '.';
+        copy(1, count);
+    }
+    *out++ = 'e';
+    *out++ = decimal < 0 ? '-' : '+';
+    const auto power = static_cast<o_u4b>(decimal < 0 ? -decimal : decimal);
+    if (power >= 100)
+        return KoPutShort(out, power);
+    KoPutPair(out, power);
+    return out + 2;
+}
+
 } // namespace
 
 char* KoPut17Digits(char* out, double magnitude)
 {
     constexpr o_u8b k10To16 = 10000000000000000;
     constexpr o_u8b kHalf = 1ULL << 63;
-    constexpr int kDigits = 17;
 
     const auto bits = std::bit_cast<o_u8b>(magnitude);
     const auto biased = static_cast<int>(bits >> 52);
@@ -162,36 +200,5 @@ char* KoPut17Digits(char* out, double magnitude)
     while (count > 1 && digits[count - 1] == '0')
         --count;
 
-    const auto copy = [&out, &digits](int from, int to) {
-        for (int i = from; i < to; ++i)
-            *out++ = digits[i];
-    };
-    if (decimal >= 0 && decimal < kDigits) {
-        copy(0, decimal + 1);
-        if (count > decimal + 1) {
-            *out++ = '.';
-            copy(decimal + 1, count);
-        }
-        return out;
-    }
-    if (decimal >= -4 && decimal < 0) {
-        *out++ = '0';
-        *out++ = '.';
-        for (int i = decimal + 1; i < 0; ++i)
-            *out++ = '0';
-        copy(0, count);
-        return out;
-    }
-    *out++ = digits[0];
-    if (count > 1) {
-        *out++ = '.';
-        copy(1, count);
-    }
-    *out++ = 'e';
-    *out++ = decimal < 0 ? '-' : '+';
-    const auto power = static_cast<o_u4b>(decimal < 0 ? -decimal : decimal);
-    if (power >= 100)
-        return KoPutShort(out, power);
-    KoPutPair(out, power);
-    return out + 2;
+    return PutNotation(out, digits, count, decimal);
 }

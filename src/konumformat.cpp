@@ -5,16 +5,6 @@
 namespace
 {
 
-bool IsDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
-
-bool IsSpace(char c)
-{
-    return c == ' ' || (c >= '\t' && c <= '\r');
-}
-
 /// The end of literal text: a percent sign that is not doubled, or the terminator.
 const char* LiteralEnd(const char* s)
 {
@@ -26,7 +16,7 @@ const char* LiteralEnd(const char* s)
 const char* ReadCount(const char* s, unsigned& count)
 {
     count = 0;
-    for (; IsDigit(*s); ++s) {
+    for (; ko::IsDigit(*s); ++s) {
         count = count * 10 + static_cast<unsigned>(*s - '0');
         if (count > kNumMaxField)
             count = kNumMaxField;
@@ -160,7 +150,7 @@ std::size_t KoWriteNumField(char* out, std::size_t capacity, const KoNumFormat& 
 bool KoNumCursor::MatchText(const char* literal, const char* literalEnd, bool exact)
 {
     for (const char* s = literal; s < literalEnd; ++s) {
-        if (!exact && IsSpace(*s)) {
+        if (!exact && ko::IsSpace(*s)) {
             SkipSpace();
             continue;
         }

@@ -1,6 +1,8 @@
 #ifndef KONUMFORMAT_H
 #define KONUMFORMAT_H
 
+#include "koascii.h"
+
 #include <kobasic.h>
 
 #include <array>
@@ -20,7 +22,7 @@ enum KoNumFlag : unsigned char {
     kNumAlt = 16,  ///< #
 };
 
-/// What else a character can be behind the percent sign of a format.
+/// What else a character can be after the percent sign of a format.
 enum KoNumCharacter : unsigned char {
     kNumModifier = 32,
     kNumInteger = 64,   ///< a conversion of integers
@@ -50,7 +52,7 @@ inline unsigned KoNumMeaning(char c)
     return koNumCharacters[static_cast<unsigned char>(c)];
 }
 
-/// Behind the length modifier at `s`.
+/// The end of the length modifier that may stand at `s`.
 inline const char* KoSkipNumModifier(const char* s)
 {
     for (; KoNumMeaning(*s) == kNumModifier; ++s) {
@@ -104,7 +106,7 @@ inline char KoBareConversion(const char* format, int& precision)
     const char* s = format + 1;
     if (*s == '.') {
         precision = 0;
-        for (++s; *s >= '0' && *s <= '9'; ++s)
+        for (++s; ko::IsDigit(*s); ++s)
             precision = precision < 1000 ? precision * 10 + (*s - '0') : precision;
     }
     s = KoSkipNumModifier(s);
@@ -153,7 +155,7 @@ struct KoNumCursor {
     bool AtEnd() const { return pos == end; }
     void SkipSpace()
     {
-        while (pos < end && (*pos == ' ' || (*pos >= '\t' && *pos <= '\r')))
+        while (pos < end && ko::IsSpace(*pos))
             ++pos;
     }
     /// Skips the blanks that a format pads with.
@@ -168,7 +170,7 @@ struct KoNumCursor {
         return literal == literalEnd || MatchText(literal, literalEnd, exact);
     }
     /// Reads [+-]; true for minus.
-    bool Sign() { return pos < end && (*pos == '-' || *pos == '+') && *pos++ == '-'; }
+    bool Sign() { return pos < end && ko::IsSign(*pos) && *pos++ == '-'; }
     unsigned Position() const { return static_cast<unsigned>(pos - begin); }
 
 private:
@@ -181,8 +183,8 @@ bool KoReadMagnitude(KoNumCursor& cursor, int base, o_u8b& magnitude, bool& over
 
 /// The number, without its sign, at the cursor, which moves past it; false where there is none.
 /// A number that is too large gives infinity and sets `overflow`; a too small one gives 0.
-/// `hex`: hexadecimal only; `either`: both, by the prefix.
-enum class KoFloatForm { decimal, hex, either };
+/// `kHex`: hexadecimal only; `kEither`: both, by the prefix.
+enum class KoFloatForm { kDecimal, kHex, kEither };
 bool KoReadReal(KoNumCursor& cursor, KoFloatForm form, bool single, double& value, bool& overflow);
 
 /// Cuts a floating number to an integer of 64 bits; NaN gives 0.

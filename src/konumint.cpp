@@ -2,6 +2,7 @@
 #include "konumformat.h"
 #include "konumtext.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstring>
 
@@ -48,11 +49,6 @@ o_u8b Narrow(o_u8b value, KoIntType type)
     value &= MaxUnsigned(type.bits);
     const o_u8b sign = 1ULL << (type.bits - 1);
     return type.isSigned && (value & sign) != 0 ? value | ~MaxUnsigned(type.bits) : value;
-}
-
-bool IsHexDigit(char c)
-{
-    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
 }
 
 /// The value, saturated as reading does: 32 bits for types of up to 32, else 64.
@@ -132,8 +128,7 @@ std::size_t KoWriteInteger(char* out, std::size_t capacity, const KoNumFormat& f
             end =
                 std::to_chars(digits, digits + sizeof digits, magnitude, base == 0 ? 10 : base).ptr;
         if (format.conversion == 'X') {
-            for (char* p = digits; p < end; ++p)
-                *p = static_cast<char>(*p >= 'a' ? *p - 'a' + 'A' : *p);
+            std::transform(digits, end, digits, ko::ToUpper);
         }
         const auto count = static_cast<unsigned>(end - digits);
         if (format.precision > static_cast<int>(count))
@@ -171,7 +166,7 @@ std::size_t PrintAny(char* out, std::size_t capacity, const char* format, o_u8b 
         return KoWriteInteger(out, capacity, parsed, value, false);
     if (ShowsBits(parsed.conversion))
         return KoWriteInteger(out, capacity, parsed, value & MaxUnsigned(type.bits), false);
-    // As the default argument promotions have it: 8 and 16 unsigned bits stay positive.
+    // Unsigned numbers of 8 and 16 bits stay positive, as under the default argument promotions.
     if (!type.isSigned && type.bits >= 32)
         value = Narrow(value, {type.bits, true});
     const bool negative = (value & kSign64) != 0;
@@ -201,8 +196,8 @@ bool KoReadMagnitude(KoNumCursor& cursor, int base, o_u8b& magnitude, bool& over
 {
     const char* p = cursor.pos;
     if (base == 16 || base == 0) {
-        const bool prefixed =
-            cursor.end - p >= 3 && p[0] == '0' && (p[1] == 'x' || p[1] == 'X') && IsHexDigit(p[2]);
+        const bool prefixed = cursor.end - p >= 3 && p[0] == '0' && (p[1] == 'x' || p[1] == 'X') &&
+                              ko::IsHexDigit(p[2]);
         if (prefixed) {
             base = 16;
             p += 2;
@@ -261,7 +256,7 @@ bool ScanAny(o_u8b& value, const char* text, std::size_t length, const char* for
     bool overflow;
     if (parsed.isFloating) {
         double real;
-        if (!KoReadReal(cursor, KoFloatForm::either, false, real, overflow))
+        if (!KoReadReal(cursor, KoFloatForm::kEither, false, real, overflow))
             return false;
         magnitude = KoCutToInteger(real, false);
     } else if (!KoReadMagnitude(cursor, BaseOf(parsed.conversion), magnitude, overflow)) {
@@ -294,7 +289,7 @@ int ParseAny(o_u8b& value, const char* text, std::size_t length, const char* for
     if (parsed.isFloating) {
         const bool hex = parsed.conversion == 'a' || parsed.conversion == 'A';
         double real;
-        if (!KoReadReal(cursor, hex ? KoFloatForm::hex : KoFloatForm::decimal, false, real,
+        if (!KoReadReal(cursor, hex ? KoFloatForm::kHex : KoFloatForm::kDecimal, false, real,
                         overflow))
             return fail(cursor.pos);
         magnitude = KoCutToInteger(real, false);

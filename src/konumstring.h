@@ -38,7 +38,7 @@ private:
     std::size_t m_size = sizeof m_short;
 };
 
-/// The text of a KoString as 8-bit characters with a zero behind them: itself where it is 8-bit,
+/// The text of a KoString as 8-bit characters with a zero after them: itself where it is 8-bit,
 /// else a copy in which a character beyond ASCII is one that belongs to no number.
 class KoNarrowText
 {
@@ -53,8 +53,8 @@ public:
         if (m_length >= m_room.Size())
             m_length = 0;
         for (std::size_t i = 0; i < m_length; ++i) {
-            unsigned short unit;
-            std::memcpy(&unit, m_text + 2 * i, 2);
+            o_u2b unit;
+            std::memcpy(&unit, m_text + 2 * i, sizeof unit);
             out[i] = unit < 128 ? static_cast<char>(unit) : '\x1A';
         }
         out[m_length] = '\0';
@@ -67,6 +67,32 @@ private:
     std::size_t m_length;
     KoTextRoom m_room;
     const char* m_text;
+};
+
+/// A text in the code set of single characters, the default 8-bit one: itself where it is there
+/// already or has no code set, else a mapped copy. Positions are the same.
+class KoByteText
+{
+public:
+    explicit KoByteText(const KoString& text) : m_text(&text)
+    {
+        const unsigned char codeSet = KoString::GetDefault8CodeSet();
+        if (text.IsEmpty() || text.CodeSet() == codeSet || text.CodeSet() == KoCS_NONE)
+            return;
+        m_isExact = m_copy.CopyMapped(text, codeSet, static_cast<short>(KoString::kToEnd)) == 0;
+        m_text = &m_copy;
+    }
+    KoByteText(const KoByteText&) = delete;
+    KoByteText& operator=(const KoByteText&) = delete;
+
+    const KoString& Get() const { return *m_text; }
+    /// False when a character was missing in the code set and became "?".
+    bool IsExact() const { return m_isExact; }
+
+private:
+    KoString m_copy;
+    const KoString* m_text;
+    bool m_isExact = true;
 };
 
 /// Appends the number to what the text holds. What exceeds a string's limit is cut off.

@@ -1,7 +1,6 @@
 #include <koobjid.h>
 
 #include "koidentityops.h"
-#include "koscalarops.h"
 
 namespace
 {
@@ -9,13 +8,13 @@ namespace
 /// The object number of a stored element.
 o_u8b StoredNumber(const unsigned char* element)
 {
-    return ReadOrdered<o_u8b>(element + 2, false) >> 16;
+    return ko::ReadOrdered<o_u8b>(element + 2, false) >> 16;
 }
 
 /// Two stored 16-bit fields, the first one highest.
 o_u4b StoredPair(const unsigned char* fields)
 {
-    return std::rotl(ReadOrdered<o_u4b>(fields, false), 16);
+    return std::rotl(ko::ReadOrdered<o_u4b>(fields, false), 16);
 }
 
 /// The object number in sort keys: 48 bits, the most significant byte first.
@@ -92,7 +91,7 @@ struct RefType {
     using Value = KoRef;
     static constexpr KoTypeId kId = KoREF_T;
     static constexpr const IdentityKind& kKind = kRefKind;
-    // Not the print format of the type, deliberately: the version is in it.
+    // This is deliberately not the print format of the type: it has the version.
     static constexpr const char* kFormat = "(%D:%H-%L#%B,%Cv%V)";
     static constexpr unsigned kQuads = 2;
     static constexpr unsigned kPairs = 3;

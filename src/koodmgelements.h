@@ -16,8 +16,8 @@ struct OdmgTimeElements {
     /// The fields as one number that orders as they do: the clock first, then the zone.
     static o_u8b Key(const unsigned char* at) noexcept
     {
-        const o_u8b clock = ReadOrdered<o_u4b>(at + 2, true);
-        return (clock << 16 | ReadOrdered<o_u2b>(at, true)) ^ 0x808080808080;
+        const o_u8b clock = ko::ReadOrdered<o_u4b>(at + 2, true);
+        return (clock << 16 | ko::ReadOrdered<o_u2b>(at, true)) ^ 0x808080808080;
     }
     static int Order(const unsigned char* a, const unsigned char* b) noexcept
     {
@@ -30,8 +30,8 @@ struct OdmgTimeElements {
     }
     static void AddHash(KoHasher& hasher, const unsigned char* at, bool, bool) noexcept
     {
-        const o_u8b zone = ReadOrdered<o_u2b>(at, true);
-        hasher.Add(zone << 32 | ReadOrdered<o_u4b>(at + 2, true));
+        const o_u8b zone = ko::ReadOrdered<o_u2b>(at, true);
+        hasher.Add(zone << 32 | ko::ReadOrdered<o_u4b>(at + 2, true));
     }
 
     static constexpr unsigned kKeySize = 6;
@@ -96,7 +96,7 @@ void SetTimeFields(TemporalFields& fields, const d_Time& time);
 d_Time TimeOfFields(const TemporalFields& fields);
 d_Time TimeOfFields(const TemporalFields& fields, int zoneHour, int zoneMinute);
 
-/// A value's text with its zone behind it, so that the text is the value again in every process:
+/// A value's text with its zone after it, so that the text is the value again in every process:
 /// "10:00:05.250+01:30". A zone of 0 is left out, and so is none in a text that is read, whatever
 /// the default zone is.
 KoString ZonedText(TemporalFields fields, const char* format, const d_Time& time);

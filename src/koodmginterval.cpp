@@ -1,6 +1,7 @@
 #include <koodmg.h>
 
 #include "koboundeval.h"
+#include "konumbertype.h"
 #include "konumstring.h"
 #include "kotemporalops.h"
 
@@ -47,7 +48,8 @@ struct OdmgIntervalType {
         return d_Interval::OfSeconds(static_cast<float>(static_cast<double>(whole) + fraction));
     }
 
-    /// Days to nanoseconds where they are the value, else seconds with an "s" behind.
+    /// The fields from days to nanoseconds where they are the value, else seconds with an "s" at
+    /// the end.
     static KoString ToText(const d_Interval& interval)
     {
         KoString text;
@@ -86,8 +88,8 @@ struct OdmgIntervalOps : TemporalOps<OdmgIntervalType> {
     static float EvalAndBound(KoIdxBounds* bounds, unsigned short& op, void* value,
                               unsigned char format, unsigned count, KoIdxBounds* newBounds)
     {
-        return KoEvaluateBounds<KoScalarAxis<FloatType>>(bounds, op, value, format, count,
-                                                         newBounds);
+        return KoEvaluateBounds<KoScalarAxis<ko::NumberType<o_float>>>(bounds, op, value, format,
+                                                                       count, newBounds);
     }
 
     static unsigned SortKey(void* key, unsigned room, const void* value, unsigned char format,

@@ -1,3 +1,4 @@
+#include "koascii.h"
 #include "konumstring.h"
 #include "koodmgelements.h"
 
@@ -5,23 +6,13 @@
 #include <cstdlib>
 #include <string_view>
 
-// The zone behind the text of a time, as ISO 8601 has it: the sign is that of hour and minute. The
+// The zone after the text of a time, as ISO 8601 has it: the sign is that of hour and minute. The
 // library also holds zones whose parts have different signs, which the standard cannot write. Their
 // minute has a sign of its own: "-05:+01". So have hundredths that are no fraction of their second:
 // "30.-05", "30.+120".
 
 namespace
 {
-
-bool IsDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
-
-bool IsSign(char c)
-{
-    return c == '+' || c == '-';
-}
 
 /// False for what the byte of a field cannot hold.
 bool Number(std::string_view digits, char sign, int& number)
@@ -72,12 +63,12 @@ public:
             hour = last.substr(0, 2);
             minute = last.substr(2);
         }
-        if (hour.empty() || last.empty() || m_text.empty() || !IsSign(m_text.back()) ||
+        if (hour.empty() || last.empty() || m_text.empty() || !ko::IsSign(m_text.back()) ||
             (!parts && hour.size() > 2))
             return false;
         const char sign = TakeSign();
         // With a colon in the zone a digit in front of the sign is enough: no date goes on so.
-        if (parts && !m_text.empty() && IsDigit(m_text.back()))
+        if (parts && !m_text.empty() && ko::IsDigit(m_text.back()))
             zone.begin = m_text.size();
         else if (!EndsInClock(zone))
             return false;
@@ -94,7 +85,7 @@ private:
     std::string_view TakeDigits()
     {
         std::size_t begin = m_text.size();
-        while (begin > 0 && IsDigit(m_text[begin - 1]))
+        while (begin > 0 && ko::IsDigit(m_text[begin - 1]))
             --begin;
         const std::string_view digits = m_text.substr(begin);
         m_text.remove_suffix(digits.size());
@@ -108,7 +99,7 @@ private:
     }
     bool EndsInColonAndSign() const
     {
-        return m_text.size() > 1 && IsSign(m_text.back()) && m_text[m_text.size() - 2] == ':';
+        return m_text.size() > 1 && ko::IsSign(m_text.back()) && m_text[m_text.size() - 2] == ':';
     }
 
     /// The text goes on, blanks apart, with a digit of something that has a colon: "2024-02-05"
@@ -116,7 +107,7 @@ private:
     bool EndsInClock(ZoneFound& zone)
     {
         SkipBlanks();
-        if (m_text.empty() || !IsDigit(m_text.back()))
+        if (m_text.empty() || !ko::IsDigit(m_text.back()))
             return false;
         zone.begin = m_text.size();
         const std::size_t before = m_text.find_last_of(" T");
@@ -132,7 +123,7 @@ bool TakeHundredths(std::string_view& text, int& hundredths)
 {
     const std::size_t sign = text.find_last_not_of("0123456789");
     if (sign == std::string_view::npos || sign == 0 || sign + 1 == text.size() ||
-        !IsSign(text[sign]) || text[sign - 1] != '.' ||
+        !ko::IsSign(text[sign]) || text[sign - 1] != '.' ||
         !Number(text.substr(sign + 1), text[sign], hundredths))
         return false;
     text = text.substr(0, sign - 1);

@@ -16,7 +16,7 @@ int KoCompareFrom(const KoString& left, const KoString& right, o_u2b cmpOp, unsi
 /// The number of equal bytes at the start of two texts, none of them 0, rounded down to a multiple
 /// of a block. No byte from `end` on is read.
 std::size_t KoSkipEqual(const char* left, const char* right, std::size_t end);
-/// The same without what only some processors have.
+/// KoSkipEqual without the instructions that only some processors have.
 std::size_t KoSkipEqualPlain(const char* left, const char* right, std::size_t end);
 
 /// What decides where two texts differ first: keys, or the bytes themselves.
@@ -45,19 +45,19 @@ public:
         return Decide(a > 0xFF ? KoWideFastKey(a) : m_left[a],
                       b > 0xFF ? KoWideFastKey(b) : m_right[b]);
     }
-    /// The same character means the same in both.
+    /// The texts have one code set, so that the same character means the same in both.
     bool IsOneCodeSet() const { return m_left == m_right; }
     bool IgnoresCase() const { return (m_mask & 0x60U) == 0; }
 
 private:
-    // Of KoCompareMode, without the flags.
+    // The masks of KoCompareMode, without the flag bits of a key.
     static constexpr o_u4b kMasks[] = {0x1FFFFFFFU, 0x1FFFFF9FU, 0x1FFFFFE0U, 0x1FFFFF80U};
 
     [[gnu::always_inline]] int Decide(o_u4b x, o_u4b y) const
     {
         if (((x | y) & (KoKEY_SYMBOL | KoKEY_SPACE)) != 0 || ((x ^ y) & m_mask) == 0)
             return kUndecided;
-        // No branch: it could not be predicted.
+        // There is no branch here, because nothing would predict it well.
         return static_cast<int>((o_8b{x & m_mask} - o_8b{y & m_mask}) >> 63U) | 1;
     }
 
@@ -149,9 +149,7 @@ private:
     template <class From>
     unsigned CharacterAt(const char* text) const
     {
-        From character;
-        std::memcpy(&character, text + m_at * sizeof(From), sizeof character);
-        return character;
+        return ko::ReadValue<From>(text + m_at * sizeof(From));
     }
 
     template <class Decision>

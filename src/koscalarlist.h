@@ -4,8 +4,8 @@
 #include "koscalartype.h"
 
 /// The one list of the plain scalar types: descriptor, type, name of the compare and hash
-/// functions, name of the text functions, and the operations behind those. A row of Y shares the
-/// compare and hash functions of a row of X.
+/// functions, name of the text functions, and the operations that those are made of. A row of Y
+/// shares the compare and hash functions of a row of X.
 // clang-format off
 #define KO_SCALAR_LIST(X, Y) \
     X(koCharDescriptor,     CharType,     Char,     Char,     CharTextOps) \
@@ -24,7 +24,7 @@
     X(koDoubleDescriptor,   DoubleType,   Double,   Double,   ScalarOps<DoubleType>)
 // clang-format on
 
-/// For a row that nothing is made of.
+/// What to pass for X or Y where nothing is made of those rows.
 #define KO_SCALAR_NOTHING(descriptor, Type, Order, Text, TextOps)
 
 #endif

@@ -5,30 +5,6 @@
 #include "koelementops.h"
 #include "koscalartext.h"
 
-/// Steps a sequence value of an integer type; see KoGetValueFunc.
-template <class T>
-int KoStepSequence(void* value, unsigned char format, unsigned char kind)
-{
-    if (format != KoFMT_MEMORY)
-        return KoRC_NOT_SUPPORTED;
-    auto& number = *static_cast<T*>(value);
-    switch (kind) {
-    case 'M':
-    case 'N':
-        if (number == std::numeric_limits<T>::max())
-            return KoRC_OVERFLOW;
-        ++number;
-        return KoRC_OK;
-    case 'O':
-        return KoRC_OK;
-    case 2:
-        number = std::numeric_limits<T>::min();
-        return KoRC_OK;
-    default:
-        return KoRC_NOT_SUPPORTED;
-    }
-}
-
 /// The operations of a plain scalar type.
 template <class Type>
 struct ScalarOps : ElementOps<typename Type::Value, ScalarOps<Type>, Type::kId> {

@@ -10,32 +10,6 @@
 
 /// Text of the scalar types, one element at a time.
 
-/// A text in the code set of single characters, the default 8-bit one: itself where it is there
-/// already or has no code set, else a mapped copy. Positions are the same.
-class KoByteText
-{
-public:
-    explicit KoByteText(const KoString& text) : m_text(&text)
-    {
-        const unsigned char codeSet = KoString::GetDefault8CodeSet();
-        if (text.IsEmpty() || text.CodeSet() == codeSet || text.CodeSet() == KoCS_NONE)
-            return;
-        m_isExact = m_copy.CopyMapped(text, codeSet, static_cast<short>(KoString::kToEnd)) == 0;
-        m_text = &m_copy;
-    }
-    KoByteText(const KoByteText&) = delete;
-    KoByteText& operator=(const KoByteText&) = delete;
-
-    const KoString& Get() const { return *m_text; }
-    /// False when a character was missing in the code set and became "?".
-    bool IsExact() const { return m_isExact; }
-
-private:
-    KoString m_copy;
-    const KoString* m_text;
-    bool m_isExact = true;
-};
-
 template <class Type>
 struct ScalarText {
     using T = typename Type::Value;
@@ -79,7 +53,7 @@ struct ScalarText {
             KoScanNumber(value, text, (___KoTypeMgrOptions() & 1) != 0 ? "%d" : "%i");
             return value;
         } else if constexpr (std::floating_point<T>) {
-            // Not through double: rounding twice can give another float.
+            // It does not go through double: rounding twice can give another float.
             T value = 0;
             KoScanNumber(value, text, kFloatingFormat);
             return value;

@@ -1,7 +1,7 @@
 #ifndef KOSCALARTYPE_H
 #define KOSCALARTYPE_H
 
-#include "kohashwalk.h"
+#include "konumbertype.h"
 
 #include "core/sort_key.h"
 
@@ -9,9 +9,7 @@
 
 #include <koencode.h>
 
-#include <cmath>
 #include <concepts>
-#include <limits>
 
 /// What the operations of the scalar types need to know of each: its C++ type, its id, and the
 /// base library's encoder.
@@ -49,63 +47,14 @@ KO_ENCODER_LIST(KO_ENCODER)
 #undef KO_ENCODER
 #undef KO_ENCODER_LIST
 
-template <unsigned size>
-struct KoWordOf;
-template <>
-struct KoWordOf<1> {
-    using Type = o_u1b;
-    static Type Swapped(Type n) noexcept { return n; }
-};
-template <>
-struct KoWordOf<2> {
-    using Type = o_u2b;
-    static Type Swapped(Type n) noexcept { return __builtin_bswap16(n); }
-};
-template <>
-struct KoWordOf<4> {
-    using Type = o_u4b;
-    static Type Swapped(Type n) noexcept { return __builtin_bswap32(n); }
-};
-template <>
-struct KoWordOf<8> {
-    using Type = o_u8b;
-    static Type Swapped(Type n) noexcept { return __builtin_bswap64(n); }
-};
-
-/// The number whose bytes stand at `at`, in the machine's byte order or (`swap`) in the other one.
-template <class T>
-T KoReadNumber(const unsigned char* at, bool swap) noexcept
-{
-    using Word = KoWordOf<sizeof(T)>;
-    typename Word::Type bits;
-    std::memcpy(&bits, at, sizeof(T));
-    return std::bit_cast<T>(swap ? Word::Swapped(bits) : bits);
-}
-
 /// A plain scalar type. Its elements have the same size in memory and in every persistent form.
 template <class T, class BaseEncoder, KoTypeId id>
-struct ScalarType {
-    using Value = T;
+struct ScalarType : ko::NumberType<T> {
     using Encoder = BaseEncoder;
     static constexpr KoTypeId kId = id;
-    static constexpr unsigned kSize = sizeof(T);
     static constexpr bool kIsIntegral = std::integral<T> && id != KoBLOCKID_T;
     /// Can be stepped through a sequence. An enum cannot, although it holds an integral number.
     static constexpr bool kSteps = kIsIntegral && id != KoENUM_T;
-
-    static T Read(const unsigned char* at, bool swap) noexcept { return KoReadNumber<T>(at, swap); }
-
-    /// -1, 0 or 1. A NaN is below everything else and equal to another NaN; -0 equals 0.
-    static int Order(T a, T b) noexcept
-    {
-        if constexpr (std::floating_point<T>) {
-            if (std::isnan(a) || std::isnan(b))
-                return static_cast<int>(std::isnan(b)) - static_cast<int>(std::isnan(a));
-        }
-        return KoOrder(a, b);
-    }
-
-    static void AddHash(KoHasher& hasher, T n) noexcept { hasher.Add(KoHashWord(n)); }
 
     /// The number that stands for an element in sort keys, and the way back.
     using KeyWord = ko::KeyWord<T>;

@@ -2,7 +2,7 @@
 
 #include "koboundeval.h"
 #include "koelementops.h"
-#include "koscalartype.h"
+#include "kohashwalk.h"
 
 #include <charconv>
 
@@ -42,8 +42,8 @@ struct SealOps : ElementOps<KoSeal, SealOps, KoSEAL_T> {
 
     static o_u8b Number(const unsigned char* at, bool swap)
     {
-        return KoSeal(KoReadNumber<o_u2b>(at, swap), KoReadNumber<o_u2b>(at + 2, swap),
-                      KoReadNumber<o_u2b>(at + 4, swap))
+        return KoSeal(ko::ReadNumber<o_u2b>(at, swap), ko::ReadNumber<o_u2b>(at + 2, swap),
+                      ko::ReadNumber<o_u2b>(at + 4, swap))
             .Number();
     }
     static int Cmp(unsigned char format, unsigned length1, void* value1, unsigned length2,

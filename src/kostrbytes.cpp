@@ -10,15 +10,15 @@ namespace
 class Bytes
 {
 public:
-    Bytes(const KoText& text, unsigned limit, bool runBehind = false)
-        : m_at(text.bytes), m_left(std::min(text.units, limit)), m_runBehind(runBehind)
+    Bytes(const KoText& text, unsigned limit, bool runAfter = false)
+        : m_at(text.bytes), m_left(std::min(text.units, limit)), m_runAfter(runAfter)
     {
     }
     o_u4b Key() const { return m_left == 0 ? 0 : static_cast<unsigned char>(*m_at); }
     void Advance()
     {
         if (m_left == 0) {
-            m_runBehind = false;
+            m_runAfter = false;
             return;
         }
         ++m_at;
@@ -28,7 +28,7 @@ public:
     {
         switch (Key()) {
         case 0:
-            return m_left == 0 && m_runBehind ? KoPatternKind::kRun : KoPatternKind::kEnd;
+            return m_left == 0 && m_runAfter ? KoPatternKind::kRun : KoPatternKind::kEnd;
         case '*':
             return KoPatternKind::kRun;
         case '?':
@@ -41,10 +41,10 @@ public:
 private:
     const char* m_at;
     unsigned m_left;
-    bool m_runBehind; ///< a pattern: an asterisk is added at the end
+    bool m_runAfter; ///< a pattern: an asterisk is added at the end
 };
 
-/// With a side cut the bytes before the first wildcard are compared, and behind it nothing is
+/// With a side cut the bytes before the first wildcard are compared, and after it nothing is
 /// certain but a pattern that ends in "*".
 KoTextOrder MatchCut(const KoText& left, const KoText& right, unsigned limit)
 {
@@ -77,5 +77,5 @@ KoTextOrder KoCompareBytes(const KoText& left, const KoText& right, bool wildcar
 KoTextOrder KoCompareBeginningBytes(const KoText& text, const KoText& pattern)
 {
     const KoMatch match = KoMatchWildcards(Bytes(text, kNoLimit), Bytes(pattern, kNoLimit, true));
-    return {match.Order(), false, match.behindRun};
+    return {match.Order(), false, match.afterRun};
 }

@@ -34,13 +34,13 @@ bool MatchesAll(KoPatternElements pattern)
     return pattern.Kind() == KoPatternKind::kEnd && !pattern.IsOpenEnd();
 }
 
-/// From the pattern's first wildcard on, where all before it is equal.
+/// Compares from the pattern's first wildcard on, where all before it is equal.
 KoTextOrder Match(const KoTextElements& left, const KoPatternElements& right, bool cut)
 {
     if (cut)
         return {0, !MatchesAll(right)};
     const KoMatch match = KoMatchWildcards(left, right);
-    return {match.Order(), false, match.behindRun};
+    return {match.Order(), false, match.afterRun};
 }
 
 /// Compares element by element. Between two that are not skipped may stand skipped ones, a gap: the

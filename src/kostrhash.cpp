@@ -1,8 +1,6 @@
 #include "kofasttext.h"
 #include "kohashwords.h"
 
-#include <kostrcmp.h>
-
 // Hashes of texts: h = 9h + k over their characters. They are stored, so no value may ever change.
 
 namespace
@@ -78,38 +76,6 @@ private:
     o_u4b m_found = 0; ///< the flags of all characters
 };
 
-template <KoByteValue value>
-o_u4b HashOfString(const KoString& string)
-{
-    const KoText text = KoStringAccess::Get(string);
-    if (text.units == 0)
-        return 0;
-    if (text.Width() == 1) {
-        KoHashOfBytes<value> hashOf;
-        return KoHashWords(text.bytes, text.units, true, hashOf);
-    }
-    // The bytes of other 16-bit code sets, in the order of the machines that values come from: the
-    // low one first, and the first zero byte is the end.
-    const bool units = text.codeSet == KoCS_UNICODE;
-    constexpr bool kLow = value == KoByteValue::kLowSeven;
-    o_u4b hash = 0;
-    for (unsigned i = 0; i < text.units; ++i) {
-        const unsigned unit = text.At(i);
-        if (unit == 0)
-            break;
-        if (units) {
-            hash = hash * 9 + (kLow ? unit & 0x7FU : unit);
-            continue;
-        }
-        for (const unsigned byte : {unit & 0xFFU, unit >> 8U}) {
-            if (byte == 0)
-                return hash;
-            hash = hash * 9 + (kLow ? byte & 0x7FU : byte - (byte & 0x80U) * 2);
-        }
-    }
-    return hash;
-}
-
 } // namespace
 
 o_u4b KoHashText(const KoText& text, unsigned limit)
@@ -131,7 +97,7 @@ o_u4b KoHashText(const KoText& text, unsigned limit)
         }
     }
     const unsigned end = KoUnitsBeforeZero(text.bytes, text.Width(), std::min(text.units, limit));
-    // Of the characters that are asked for, those behind the end count as zeros.
+    // Of the characters that are asked for, those after the end count as zeros.
     const auto padded = [limit](o_u4b hash, unsigned done) {
         return limit == kNoLimit ? hash : hash * KoPowerOf9(limit - done);
     };
@@ -150,14 +116,4 @@ o_u4b KoHashText(const KoText& text, unsigned limit)
     for (o_u2b order = orders.Next(); order != 0; order = orders.Next(), ++done)
         hash = hash * 9 + KoCollationKey(order, orders.Variant());
     return padded(hash, done);
-}
-
-unsigned HashKoString(const KoString& string)
-{
-    return HashOfString<KoByteValue::kSigned>(string);
-}
-
-unsigned HashKoString7(const KoString& string)
-{
-    return HashOfString<KoByteValue::kLowSeven>(string);
 }

@@ -10,30 +10,6 @@
 
 alignas(2) constexpr char KoString::kNoText[2] = {};
 
-unsigned KoUnitsBeforeZero(const char* text, unsigned width, unsigned limit)
-{
-    if (width == 1) {
-        const void* zero = limit == 0 ? nullptr : std::memchr(text, 0, limit);
-        return zero == nullptr ? limit
-                               : static_cast<unsigned>(static_cast<const char*>(zero) - text);
-    }
-    unsigned i = 0;
-    for (; i + 4 <= limit; i += 4) {
-        o_u8b four;
-        std::memcpy(&four, text + std::size_t{i} * 2, sizeof four);
-        // Set in the top bit of some unit exactly when one of the four is zero.
-        if (((four - 0x0001000100010001U) & ~four & 0x8000800080008000U) != 0)
-            break;
-    }
-    for (; i < limit; ++i) {
-        o_u2b unit;
-        std::memcpy(&unit, text + std::size_t{i} * 2, sizeof unit);
-        if (unit == 0)
-            break;
-    }
-    return i;
-}
-
 namespace
 {
 
@@ -48,7 +24,7 @@ unsigned UnitsIn(const Unit* s, unsigned limit)
 
 } // namespace
 
-// The terminator may come before `limit`, and nothing behind it is there to be read.
+// The terminator may come before `limit`, and nothing after it is there to be read.
 KoString::Piece KoString::Piece::Of(const char* s, unsigned limit)
 {
     const void* end = s == nullptr || limit == 0 ? nullptr : std::memchr(s, 0, limit);

@@ -1,10 +1,13 @@
+#include "kohashwords.h"
 #include "kopaddedcompare.h"
+#include "kostringrecord.h"
 
 #include <kostrcmp.h>
 
 #include <algorithm>
 
-// What compares texts and strings for applications.
+// What compares and hashes texts and strings for applications: all of kostrcmp.h, and the members
+// of KoString that compare.
 
 namespace
 {
@@ -21,7 +24,7 @@ KoText TextAt(unsigned char codeSet, unsigned char language, const char* text, u
     found.format = KoTextFormat(format);
     if (text == nullptr || found.IsNull())
         return found;
-    // Behind the terminator nothing need be there, not even the rest of a word.
+    // After the terminator nothing need be there, not even the rest of a word.
     if (found.Width() == 2)
         while (found.units < limit && found.At(found.units) != 0)
             ++found.units;
@@ -35,6 +38,38 @@ KoText TextAt(unsigned char codeSet, unsigned char language, const char* text, u
 unsigned LimitOf(short len)
 {
     return len < 0 ? kNoLimit : static_cast<unsigned>(len);
+}
+
+template <KoByteValue value>
+o_u4b HashOfString(const KoString& string)
+{
+    const KoText text = KoStringAccess::Get(string);
+    if (text.units == 0)
+        return 0;
+    if (text.Width() == 1) {
+        KoHashOfBytes<value> hashOf;
+        return KoHashWords(text.bytes, text.units, true, hashOf);
+    }
+    // The bytes of other 16-bit code sets, in the order of the machines that values come from: the
+    // low one first, and the first zero byte is the end.
+    const bool units = text.codeSet == KoCS_UNICODE;
+    constexpr bool kLow = value == KoByteValue::kLowSeven;
+    o_u4b hash = 0;
+    for (unsigned i = 0; i < text.units; ++i) {
+        const unsigned unit = text.At(i);
+        if (unit == 0)
+            break;
+        if (units) {
+            hash = hash * 9 + (kLow ? unit & 0x7FU : unit);
+            continue;
+        }
+        for (const unsigned byte : {unit & 0xFFU, unit >> 8U}) {
+            if (byte == 0)
+                return hash;
+            hash = hash * 9 + (kLow ? byte & 0x7FU : byte - (byte & 0x80U) * 2);
+        }
+    }
+    return hash;
 }
 
 } // namespace
@@ -62,6 +97,22 @@ unsigned HashString(unsigned char codeSet, unsigned char language, char* text, s
 {
     const unsigned limit = len == KoString::kRest ? kNoLimit : len < 0 ? 0U : LimitOf(len);
     return KoHashText(TextAt(codeSet, language, text, format, limit), limit);
+}
+
+int StringCompare(unsigned char format, unsigned leftSize, void* left, unsigned rightSize,
+                  void* right, unsigned short cmpOp, unsigned count, int& status)
+{
+    return KoCompareTexts(format, leftSize, left, rightSize, right, cmpOp, count, status, false);
+}
+
+unsigned HashKoString(const KoString& string)
+{
+    return HashOfString<KoByteValue::kSigned>(string);
+}
+
+unsigned HashKoString7(const KoString& string)
+{
+    return HashOfString<KoByteValue::kLowSeven>(string);
 }
 
 // ---- members of strings
@@ -92,7 +143,7 @@ template <class Walk>
                                : KoCompareFrom(left, right, cmpOp, kNoLimit, walk.At());
 }
 
-/// Of long texts that begin alike.
+/// Compares long texts that begin alike: the equal beginning is skipped first.
 template <class Walk, class Decision>
 [[gnu::noinline]] int CompareLong(const KoString& left, const KoString& right, o_u2b cmpOp)
 {

@@ -39,12 +39,6 @@ void Repeat(char* to, std::size_t unit, std::size_t total)
 
 } // namespace
 
-void KoReportOverflow()
-{
-    if (DefaultConfig::GetBool("debug", "stringOverflow"))
-        KORA_assert("String overflow", "src\\kostring", 1110);
-}
-
 /// The text becomes its first `prefix` characters, the piece, and `suffix` characters from
 /// `suffixFrom`, in the code set `codeSet`; prefix and suffix must be 0 where its width differs
 /// from the current one. The old buffer is released last: the piece may stand in it.

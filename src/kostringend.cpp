@@ -175,14 +175,14 @@ public:
 private:
     bool Skips() const { return m_mode.skipsSpaces || m_mode.skipsSymbols; }
 
-    /// What is behind a text, and before everything that has more at the first level.
+    /// What comes after a text, and before everything that has more at the first level.
     static bool AppendLowestPrimary(Bound& bound)
     {
         return bound.Append(Unicode().GetOrder(kLowestPrimary));
     }
 
     /// The lowest or highest order that counts as this one, whether a character has it or not. What
-    /// comes before or behind this one under the mask comes before or behind that one in the index.
+    /// comes before or after this one under the mask comes before or after that one in the index.
     o_u2b Extreme(o_u2b order, KoTextSide side) const
     {
         if (KoClassOfOrder(order) != KoORDER_LETTER || m_condition.variant == KoVARIANT_IDEOGRAPHIC)

@@ -16,14 +16,14 @@ double DigitOf(o_u2b order, unsigned char variant)
     constexpr int kNumerals = 10;
     constexpr int kLetters = 26;
     if (variant == KoVARIANT_IDEOGRAPHIC)
-        return 1.0 + kBehindLetters * order / 65536.0;
+        return 1.0 + kAfterLetters * order / 65536.0;
     switch (KoClassOfOrder(order)) {
     case KoORDER_DIGIT:
         return kFirstNumeral + std::min((order - KoORDER_DIGIT) / 10, kNumerals - 1);
     case KoORDER_LETTER:
         return kFirstLetter + std::clamp(((order >> 2) & 0x1F) - 3, 0, kLetters - 1);
     default:
-        return kBehindLetters + (static_cast<int>(order) - 0x8000) / 32768.0;
+        return kAfterLetters + (static_cast<int>(order) - 0x8000) / 32768.0;
     }
 }
 
@@ -43,9 +43,9 @@ KoTextDigits DigitsOf(const KoConditionText& text, Scale scale)
     for (unsigned i = 0; i < text.count; ++i) {
         const o_u2b order = text.orders[i];
         if (scale == Scale::kSymbols)
-            digits.Append(order);
+            digits.Append(order, order);
         else if (KoConditionText::IsPrimary(order))
-            digits.Append(scale == Scale::kLetters ? DigitOf(order, text.variant) : order);
+            digits.Append(scale == Scale::kLetters ? DigitOf(order, text.variant) : order, order);
     }
     return digits;
 }

@@ -25,7 +25,7 @@ struct KoConditionText {
     o_u2b orders[kMaxOrders];
     unsigned count = 0;
     bool isNull = false;
-    bool isPattern = false; ///< a wildcard stands behind the orders
+    bool isPattern = false; ///< a wildcard stands after the orders
     bool isWhole = true;    ///< the orders are all there are
     bool isPlain = true;    ///< the orders are those of the text as it stands: no escapes
     unsigned char variant = 0;

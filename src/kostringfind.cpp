@@ -68,9 +68,9 @@ public:
             const KoTextOrder found = CompareAt(text, i);
             if (found.order == 0)
                 return static_cast<int>(i);
-            // The pattern up to its last asterisk fits here and what follows comes nowhere behind:
-            // from a later place it does not either.
-            if (found.behindRun)
+            // The pattern up to its last asterisk fits here and what follows it comes nowhere
+            // later: from a later place it does not either.
+            if (found.afterRun)
                 break;
         }
         return -1;

@@ -81,7 +81,7 @@ struct ByteText {
         count = static_cast<unsigned>(found - bytes);
     }
 
-    /// As Bound::Raise.
+    /// Does what Bound::Raise does.
     unsigned Raise(char* text, unsigned kept) const
     {
         std::memcpy(text, bytes, kept);
@@ -141,7 +141,7 @@ private:
         return m_condition.isWhole && m_condition.isPlain && !m_condition.isPattern &&
                m_mode.mask == 0xFFFFFFFF && !m_mode.skipsSpaces && !m_mode.skipsSymbols;
     }
-    /// Before and behind a pattern is no order.
+    /// No text comes before or after a pattern.
     bool MeansNothing(bool pattern) const { return pattern && m_ranges; }
 
     void Set(KoTextSide side, const void* record, unsigned size)

@@ -105,7 +105,7 @@ unsigned StringLoad(void* destination, const void* source, unsigned char format,
     unsigned read = 0;
     for (unsigned i = 0; i < count; ++i) {
         length = KoRecordLength(record, format);
-        // A damaged record may be too short for its head: what lies behind it is not looked at.
+        // A damaged record may be too short for its head: what lies beyond is not looked at.
         KoText text;
         text.format = KoRecordOrder(format);
         text.codeSet = length < 1 ? 0 : record[2];

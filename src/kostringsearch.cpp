@@ -111,10 +111,10 @@ private:
         return EndPattern(!m_mode.wildcards); // the run that a pattern has may be an escaped one
     }
 
-    /// With `runBehind` any text may stand behind the pattern.
-    bool EndPattern(bool runBehind)
+    /// With `runAfter` any text may stand after the pattern.
+    bool EndPattern(bool runAfter)
     {
-        if (runBehind && !m_patternKeys.Append(kKeyOfRun))
+        if (runAfter && !m_patternKeys.Append(kKeyOfRun))
             return false;
         while (m_firstPiece < m_patternKeys.Count() && m_patternKeys[m_firstPiece] != kKeyOfRun)
             ++m_firstPiece;
@@ -133,10 +133,10 @@ private:
         if (m_mode.wildcards) // a pattern without any element has no run either
             return m_patternKeys.Count() != 0 || m_elementOf[i] == m_keys.Count();
         const unsigned end = m_firstOrderOf[i] + m_pattern.units;
-        const unsigned behind = m_elementOf[i] + m_firstPiece;
-        if (behind > m_orderOf.Count() || (m_firstPiece != 0 && m_orderOf[behind - 1] >= end))
+        const unsigned next = m_elementOf[i] + m_firstPiece;
+        if (next > m_orderOf.Count() || (m_firstPiece != 0 && m_orderOf[next - 1] >= end))
             return false;
-        return (behind == m_orderOf.Count() ? m_orderCount : m_orderOf[behind]) >= end;
+        return (next == m_orderOf.Count() ? m_orderCount : m_orderOf[next]) >= end;
     }
 
     const KoText& m_text;
@@ -150,7 +150,8 @@ private:
     // For each element of the text.
     KoKeyList m_keys;
     KoKeyList m_orderOf;
-    // For each character of the text: what comes first of it or behind it.
+    // For each character of the text: the first element or order that belongs to it or comes after
+    // it.
     KoKeyList m_elementOf;
     KoKeyList m_firstOrderOf;
 };

@@ -1,6 +1,8 @@
 #ifndef KOSTRINGTEXT_H
 #define KOSTRINGTEXT_H
 
+#include "kobytes.h"
+
 #include <koencode.h>
 #include <kostring.h>
 
@@ -27,9 +29,7 @@ struct KoText {
     {
         if (Width() == 1)
             return static_cast<unsigned char>(bytes[index]);
-        o_u2b unit;
-        std::memcpy(&unit, bytes + std::size_t{index} * 2, 2);
-        return KoNeedsSwap(format) ? ((unit & 0xFFU) << 8) | (unit >> 8U) : unit;
+        return ko::ReadNumber<o_u2b>(bytes + std::size_t{index} * 2, KoNeedsSwap(format));
     }
 };
 
@@ -49,7 +49,7 @@ struct KoStringAccess {
     static int Convert(KoString& string, const KoText& text, unsigned char codeSet,
                        unsigned char language);
     /// Appends `count` characters of the default 8-bit code set, no zero among them; a block of
-    /// zeros stands behind them.
+    /// zeros stands after them.
     static void AppendPadded(KoString& string, const char* text, std::size_t count)
     {
         // The way of nearly all texts that are printed, into a new string.
@@ -64,7 +64,7 @@ struct KoStringAccess {
         string.m_buffer = buffer;
         string.m_size = static_cast<o_u2b>(count + 1);
     }
-    /// The bytes of a string's buffer are a multiple of this, those behind the text zeros.
+    /// The bytes of a string's buffer are a multiple of this, those after the text zeros.
     static constexpr std::size_t kBlock = 16;
     /// Memory for the text of a string, `size` bytes with the terminator, or null after the memory
     /// handler. Every buffer of a string comes from here: comparing and hashing read whole blocks,

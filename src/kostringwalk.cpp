@@ -2,8 +2,6 @@
 #include "kohasher.h"
 #include "kostringrecord.h"
 
-#include <kostrcmp.h>
-
 #include <algorithm>
 
 // Comparing and hashing strings in memory and stored ones of both layouts, whole or cut.
@@ -11,7 +9,7 @@
 namespace
 {
 
-/// In a null mark: bit 7 of the language.
+/// Bit 7 of the language, which makes a null mark of a null value.
 constexpr unsigned char kNullMarkBit = 0x80;
 
 } // namespace
@@ -135,10 +133,4 @@ o_u4b KoHashTexts(unsigned char format, unsigned size, const void* value, unsign
                                    ++texts;
                                });
     return texts == 1 ? last : hasher.Get();
-}
-
-int StringCompare(unsigned char format, unsigned leftSize, void* left, unsigned rightSize,
-                  void* right, unsigned short cmpOp, unsigned count, int& status)
-{
-    return KoCompareTexts(format, leftSize, left, rightSize, right, cmpOp, count, status, false);
 }

@@ -36,7 +36,8 @@ struct KoTemporalAxis {
     using Layout = typename Type::Fields;
 
     explicit KoTemporalAxis(unsigned char format)
-        : big(IsBigEndian(format)), memory((format & KoFMT_MEMORY) != 0), size(Layout::Size(format))
+        : big(ko::IsBigEndian(format)), memory((format & KoFMT_MEMORY) != 0),
+          size(Layout::Size(format))
     {
     }
 
@@ -47,7 +48,7 @@ struct KoTemporalAxis {
         unsigned at = 0;
         if constexpr (Layout::kHasYear) {
             // A year of -1 is a year.
-            span.from = span.to = ReadOrdered<o_2b>(element, big);
+            span.from = span.to = ko::ReadOrdered<o_2b>(element, big);
             at = 2;
         }
         for (unsigned i = kFirstField; i < kEndField; ++i, ++at) {
@@ -62,7 +63,7 @@ struct KoTemporalAxis {
             span.to += fraction;
         }
         if constexpr (Layout::kHasNanoseconds) {
-            const auto value = ReadOrdered<o_4b>(element + Layout::NanosecondsAt(memory), big);
+            const auto value = ko::ReadOrdered<o_4b>(element + Layout::NanosecondsAt(memory), big);
             const bool wildcard = kWildcards && value == -1;
             span.from += wildcard ? 0.0 : value / 1e9;
             span.to += wildcard ? 1.0 : value / 1e9;
@@ -82,7 +83,7 @@ private:
     static constexpr KoCountedField kFields[] = {
         {12, kFirst}, {31, kFirst}, {24, 0}, {60, 0}, {60, 0}};
     static constexpr unsigned kHour = 2;
-    /// Two bytes of the zone before the hour, hundredths behind the second. What the zone is does
+    /// Two bytes of the zone before the hour, hundredths after the second. What the zone is does
     /// not count.
     static constexpr bool kZone =
         Type::kKind == TemporalKind::kOdmgTime || Type::kKind == TemporalKind::kOdmgTimestamp;

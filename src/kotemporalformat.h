@@ -1,6 +1,7 @@
 #ifndef KOTEMPORALFORMAT_H
 #define KOTEMPORALFORMAT_H
 
+#include "kocalendar.h"
 #include "kotemporaltext.h"
 
 #include <array>
@@ -9,8 +10,8 @@
 
 /// The directive language of dates and times, taken apart for the printer and the two readers.
 
-/// The English names that are read. The printed names of the first two months lack the last letter:
-/// texts printed so are stored everywhere, and readers of them know no other spelling.
+/// The English names of months that are read. The printed names of the first two months lack the
+/// last letter: texts printed so are stored everywhere, and readers of them know no other spelling.
 inline constexpr std::string_view kMonthNames[12] = {
     "January", "February", "March",     "April",   "May",      "June",
     "July",    "August",   "September", "October", "November", "December"};
@@ -18,8 +19,6 @@ constexpr std::string_view PrintedMonthName(std::size_t index)
 {
     return kMonthNames[index].substr(0, kMonthNames[index].size() - (index < 2 ? 1 : 0));
 }
-inline constexpr std::string_view kDayNames[7] = {"Monday", "Tuesday",  "Wednesday", "Thursday",
-                                                  "Friday", "Saturday", "Sunday"};
 inline constexpr std::size_t kShortNameLength = 3;
 
 /// The format that a directive stands for, null for one that stands for itself. None of these holds
@@ -42,7 +41,7 @@ constexpr const char* TemporalExpansion(char letter)
     }
 }
 
-/// What a letter is behind a percent sign.
+/// What a letter is after a percent sign.
 enum class TemporalLetter : unsigned char {
     kNone,      ///< it stands for itself
     kName,      ///< a directive whose text is no number
@@ -83,7 +82,7 @@ enum TemporalElement : unsigned {
     kTemporalEnd = 0x1000,
 };
 
-/// Walks a format element by element. A format that ends behind a percent sign ends before it.
+/// Walks a format element by element. A format that ends after a percent sign ends before it.
 ///
 /// Printing leaves out the first optional directives as long as they are 0 and no other directive
 /// stands before them, so a reader does not see how many are missing. It tries: a walk with
@@ -99,7 +98,7 @@ public:
     /// The letter of the directive that stands next, if it is no optional one; 0 otherwise.
     char TakeDirective()
     {
-        // Behind a percent sign, all that is no letter of a directive stands before "@" in ASCII.
+        // After a percent sign, all that is no letter of a directive stands before "@" in ASCII.
         if (*m_pos != '%' || m_pos[1] <= '?')
             return '\0';
         m_pos += 2;
@@ -135,7 +134,7 @@ public:
         unsigned count = 0;
         for (; count < most; ++count) {
             const char c = m_pos[count];
-            // Letters are behind the parenthesis in ASCII.
+            // Letters come after the parenthesis in ASCII.
             if (static_cast<unsigned char>(c) <= ')') [[unlikely]] {
                 if (c == '%' || c == ')' || c == '\0')
                     break;
@@ -146,7 +145,7 @@ public:
         return to + count;
     }
 
-    /// Goes on behind `run` where the format goes on with it.
+    /// Goes on after `run` where the format goes on with it.
     template <std::size_t size>
     bool Skip(const char (&run)[size])
     {
@@ -241,7 +240,7 @@ private:
         return true;
     }
 
-    /// Goes on behind a group that has just been opened, if none of its directives is to be read.
+    /// Goes on after a group that has just been opened, if none of its directives is to be read.
     /// One that opens another group has no end of its own, and its text stays.
     void PassEmptyGroup()
     {

@@ -1,7 +1,8 @@
 #ifndef KOTEMPORALKEY_H
 #define KOTEMPORALKEY_H
 
-#include "koordered.h"
+#include "kobytes.h"
+#include "kohashwalk.h"
 
 #include <kotemporal.h>
 
@@ -56,12 +57,12 @@ unsigned CopyTemporal(void* destination, const void* source, unsigned char forma
     auto* to = static_cast<unsigned char*>(destination);
     for (unsigned i = 0; i < count; ++i, from += fromSize, to += toSize) {
         if constexpr (Layout::kHasYear) {
-            const auto number = KoReadNumber<o_u2b>(from, swap);
+            const auto number = ko::ReadNumber<o_u2b>(from, swap);
             std::memcpy(to, &number, 2);
         }
         std::memcpy(to + year, from + year, Layout::kBytes);
         if constexpr (Layout::kHasNanoseconds) {
-            const auto number = KoReadNumber<o_u4b>(from + fromNanoseconds, swap);
+            const auto number = ko::ReadNumber<o_u4b>(from + fromNanoseconds, swap);
             std::memset(to + Layout::kPacked, 0, toNanoseconds - Layout::kPacked);
             std::memcpy(to + toNanoseconds, &number, 4);
         } else {
@@ -82,17 +83,18 @@ o_u8b PackedFields(const unsigned char* at, bool big) noexcept
     } else {
         static_assert(Layout::kHasYear);
         if (!big) {
-            const auto year = ReadOrdered<o_u2b>(at, false);
+            const auto year = ko::ReadOrdered<o_u2b>(at, false);
             if constexpr (size == 4)
-                return o_u4b{year} << 16 | ReadOrdered<o_u2b>(at + 2, true);
+                return o_u4b{year} << 16 | ko::ReadOrdered<o_u2b>(at + 2, true);
             else
-                return o_u8b{year} << 40 | o_u8b{at[2]} << 32 | ReadOrdered<o_u4b>(at + 3, true);
+                return o_u8b{year} << 40 | o_u8b{at[2]} << 32 |
+                       ko::ReadOrdered<o_u4b>(at + 3, true);
         }
-        const auto date = ReadOrdered<o_u4b>(at, true);
+        const auto date = ko::ReadOrdered<o_u4b>(at, true);
         if constexpr (size == 4)
             return date;
         else
-            return o_u8b{date} << 24 | (ReadOrdered<o_u4b>(at + 3, true) & 0xFFFFFFU);
+            return o_u8b{date} << 24 | (ko::ReadOrdered<o_u4b>(at + 3, true) & 0xFFFFFFU);
     }
 }
 
@@ -132,8 +134,8 @@ struct PackedElements {
             }
         }
         if constexpr (Layout::kHasNanoseconds) {
-            const int order = KoOrder(ReadOrdered<o_4b>(a + Layout::kPacked, big),
-                                      ReadOrdered<o_4b>(b + Layout::kPacked, big));
+            const int order = KoOrder(ko::ReadOrdered<o_4b>(a + Layout::kPacked, big),
+                                      ko::ReadOrdered<o_4b>(b + Layout::kPacked, big));
             return strict || order == 0 || !HasWildNanoseconds(a, b, big) ? order : 0;
         }
         return 0;
@@ -169,7 +171,7 @@ struct PackedElements {
     {
         hasher.Add(PackedFields<Layout>(at, big));
         if constexpr (Layout::kHasNanoseconds)
-            hasher.Add(ReadOrdered<o_u4b>(at + Layout::NanosecondsAt(memory), big));
+            hasher.Add(ko::ReadOrdered<o_u4b>(at + Layout::NanosecondsAt(memory), big));
     }
 
 private:
@@ -177,7 +179,7 @@ private:
                                                     bool big) noexcept
     {
         if constexpr (Layout::kHasYear) {
-            const int order = KoOrder(ReadOrdered<o_2b>(a, big), ReadOrdered<o_2b>(b, big));
+            const int order = KoOrder(ko::ReadOrdered<o_2b>(a, big), ko::ReadOrdered<o_2b>(b, big));
             if (order != 0)
                 return order;
         }
@@ -194,8 +196,8 @@ private:
     static bool HasWildNanoseconds(const unsigned char* a, const unsigned char* b,
                                    bool big) noexcept
     {
-        return ReadOrdered<o_4b>(a + Layout::kPacked, big) == -1 ||
-               ReadOrdered<o_4b>(b + Layout::kPacked, big) == -1;
+        return ko::ReadOrdered<o_4b>(a + Layout::kPacked, big) == -1 ||
+               ko::ReadOrdered<o_4b>(b + Layout::kPacked, big) == -1;
     }
 };
 

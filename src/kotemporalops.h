@@ -36,13 +36,14 @@ bool IsNullTemporal([[maybe_unused]] const Value& value)
         return false;
 }
 
-/// The text of one value, appended.
+/// Appends the text of one value.
 template <class Type>
 void PrintTemporalValue(KoString& out, const typename Type::Value& value, const char* format)
 {
     if (IsNullTemporal(value))
         return PrintTemporalNull(out);
-    // Not assigned: copies of fields just written wait for their stores.
+    // Made here and not assigned to: a copy of fields that were just written waits until they are
+    // stored.
     TemporalFields fields = Type::ToFields(value);
     fields.kind = Type::kKind;
     PrintTemporal(out, fields, format);
@@ -124,7 +125,7 @@ struct TemporalOps : ElementOps<typename Type::Value, TemporalOps<Type>, Type::k
     static unsigned Hash(unsigned char format, unsigned length, void* value, unsigned count,
                          int& status)
     {
-        const bool big = IsBigEndian(format);
+        const bool big = ko::IsBigEndian(format);
         const bool memory = (format & KoFMT_MEMORY) != 0;
         return KoHashWalk(length, value, Layout::Size(format), count, status,
                           [=](KoHasher& hasher, const unsigned char* element) {
@@ -234,7 +235,7 @@ private:
     [[gnu::noinline]] static int OrderInMemory(const unsigned char* a, const unsigned char* b,
                                                unsigned short cmpOp)
     {
-        return ReadValue<T>(a).Compare(ReadValue<T>(b), cmpOp);
+        return ko::ReadValue<T>(a).Compare(ko::ReadValue<T>(b), cmpOp);
     }
 
     /// Gives `use` the order of two elements of a format.
@@ -257,7 +258,7 @@ private:
                 return Type::template OrderStored<false>(a, b, big.value);
             });
         };
-        return IsBigEndian(format) ? stored(std::true_type()) : stored(std::false_type());
+        return ko::IsBigEndian(format) ? stored(std::true_type()) : stored(std::false_type());
     }
 };
 

@@ -1,6 +1,7 @@
+#include "koascii.h"
 #include "kocalendar.h"
 #include "konulltext.h"
-#include "koscalartext.h"
+#include "konumstring.h"
 #include "kotemporalformat.h"
 #include "kotemporalrange.h"
 #include "kotemporaltext.h"
@@ -53,9 +54,9 @@ private:
     TemporalKind Kind() const { return m_now.fields.kind; }
     bool AtEnd() const { return m_now.pos == m_end; }
     bool IsAt(char c) const { return m_now.pos != m_end && *m_now.pos == c; }
-    bool IsAtDigit() const { return m_now.pos != m_end && *m_now.pos >= '0' && *m_now.pos <= '9'; }
+    bool IsAtDigit() const { return m_now.pos != m_end && ko::IsDigit(*m_now.pos); }
 
-    /// Of several ways to read a text, the error is where the one that came farthest ended.
+    /// A text can be read in several ways; the error is where the one that came farthest ended.
     bool Fail(const char* at)
     {
         m_errorAt = std::max(m_errorAt, at);

@@ -1,3 +1,4 @@
+#include "koascii.h"
 #include "konulltext.h"
 #include "konumstring.h"
 #include "kotemporalformat.h"
@@ -9,20 +10,6 @@
 
 namespace
 {
-
-constexpr bool IsDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
-constexpr bool IsSign(char c)
-{
-    return c == '-' || c == '+';
-}
-/// White space of the "C" locale, whatever the process has set.
-constexpr bool IsSpace(char c)
-{
-    return c == ' ' || (c >= '\t' && c <= '\r');
-}
 
 /// Held to the limits of 32 bits, as all integers are that the library reads.
 constexpr o_4b Saturate(o_8b value)
@@ -48,7 +35,7 @@ public:
             ApplyHalfOfDay();
         return complete;
     }
-    /// True when every literal and number stood in the text and nothing stands behind.
+    /// True when every literal and number stood in the text and nothing follows.
     bool FitsExactly() const { return m_exact && AtEnd(); }
 
 private:
@@ -57,7 +44,7 @@ private:
     bool Walk(TemporalFormatWalk walk)
     {
         for (;;) {
-            while (IsSpace(*m_pos))
+            while (ko::IsSpace(*m_pos))
                 ++m_pos;
             const unsigned element = walk.NextToRead();
             const auto letter = static_cast<char>(element & 0xFF);
@@ -90,10 +77,10 @@ private:
     /// separates their fields; a digit that is not the one asked for begins the next field.
     void Literal(char c)
     {
-        if (IsSpace(c) || AtEnd())
+        if (ko::IsSpace(c) || AtEnd())
             return;
         const char found = *m_pos;
-        if (found == c || !IsDigit(found))
+        if (found == c || !ko::IsDigit(found))
             ++m_pos;
         m_exact = m_exact && found == c;
     }
@@ -176,11 +163,12 @@ private:
     {
         const char* const pos = m_pos;
         for (int i = 0; i < digits; ++i)
-            if (!IsDigit(pos[i]))
+            if (!ko::IsDigit(pos[i]))
                 return false;
-        return pos[digits] == separator && IsDigit(pos[digits + 1]) && IsDigit(pos[digits + 2]) &&
-               pos[digits + 3] == separator && IsDigit(pos[digits + 4]) &&
-               IsDigit(pos[digits + 5]) && !IsDigit(pos[digits + 6]);
+        return pos[digits] == separator && ko::IsDigit(pos[digits + 1]) &&
+               ko::IsDigit(pos[digits + 2]) && pos[digits + 3] == separator &&
+               ko::IsDigit(pos[digits + 4]) && ko::IsDigit(pos[digits + 5]) &&
+               !ko::IsDigit(pos[digits + 6]);
     }
     template <int digits>
     void TakeThreeNumbers(o_4b& first, o_4b& second, o_4b& third)
@@ -207,9 +195,9 @@ private:
         // A few digits, as almost always.
         o_u4b number = 0;
         const char* pos = m_pos;
-        for (; IsDigit(*pos) && pos - m_pos < 9; ++pos)
+        for (; ko::IsDigit(*pos) && pos - m_pos < 9; ++pos)
             number = 10 * number + static_cast<o_u4b>(*pos - '0');
-        if (pos == m_pos || IsDigit(*pos))
+        if (pos == m_pos || ko::IsDigit(*pos))
             return LongNumber(field);
         m_pos = pos;
         field = static_cast<o_4b>(number);
@@ -234,7 +222,7 @@ private:
     {
         return m_wildcards ? static_cast<o_4b>(static_cast<o_u4b>(number)) : Saturate(number);
     }
-    bool Sign() { return IsSign(*m_pos) && *m_pos++ == '-'; }
+    bool Sign() { return ko::IsSign(*m_pos) && *m_pos++ == '-'; }
     /// Where a field may be a wildcard, a number keeps its low 32 bits: the class cuts it further
     /// to the width of the field, and held to a limit any large number would become -1 there.
     bool Digits(o_8b& number)
@@ -242,7 +230,7 @@ private:
         constexpr o_8b kLimit = 1LL << 32;
         const char* start = m_pos;
         number = 0;
-        for (; IsDigit(*m_pos); ++m_pos) {
+        for (; ko::IsDigit(*m_pos); ++m_pos) {
             if (m_wildcards)
                 number = (10 * number + (*m_pos - '0')) % kLimit;
             else if (number < kLimit)
@@ -284,7 +272,7 @@ private:
         o_4b fraction = 0;
         if (*m_pos == '.') {
             ++m_pos;
-            for (o_4b place = 100'000'000; IsDigit(*m_pos); ++m_pos, place /= 10) {
+            for (o_4b place = 100'000'000; ko::IsDigit(*m_pos); ++m_pos, place /= 10) {
                 fraction += place * (*m_pos - '0');
                 read = true;
             }
@@ -294,7 +282,7 @@ private:
             m_fields.nanoseconds = negative ? -fraction : fraction;
         }
         // What else looks like a part of a number belongs to none.
-        while (IsDigit(*m_pos) || IsSign(*m_pos) || *m_pos == '.')
+        while (ko::IsDigit(*m_pos) || ko::IsSign(*m_pos) || *m_pos == '.')
             ++m_pos;
     }
 

@@ -56,16 +56,15 @@ public:
     }
 };
 
-/// Of the right text, which is a pattern where wildcards are on.
+/// The elements of the right text, which is a pattern where wildcards are on.
 class KoPatternElements : public KoElements
 {
 public:
-    /// With `runBehind` an asterisk stands behind the text.
+    /// With `runAfter` an asterisk stands after the text.
     KoPatternElements(const KoText& text, unsigned from, unsigned limit, const KoCompareMode& mode,
-                      bool runBehind = false)
+                      bool runAfter = false)
         : KoElements(text, from, limit, mode),
-          m_wildcards(mode.wildcards ? KoWildcards::Current() : KoWildcards{}),
-          m_runBehind(runBehind)
+          m_wildcards(mode.wildcards ? KoWildcards::Current() : KoWildcards{}), m_runAfter(runAfter)
     {
         Advance();
     }
@@ -85,8 +84,8 @@ public:
                     m_kind = KoPatternKind::kRun;
                 else if (order == m_wildcards.question)
                     m_kind = KoPatternKind::kOne;
-            } else if (m_runBehind) {
-                m_runBehind = false;
+            } else if (m_runAfter) {
+                m_runAfter = false;
                 m_kind = KoPatternKind::kRun;
             }
             if (Take(order) || IsWildcard())
@@ -95,15 +94,15 @@ public:
     }
 
 private:
-    /// At the very end the escape stands for itself, or makes the asterisk that stands behind the
+    /// At the very end the escape stands for itself, or makes the asterisk that stands after the
     /// text literal.
     o_u2b Escaped(o_u2b escape)
     {
         const o_u2b order = m_orders.Next();
         if (order != 0)
             return order;
-        if (m_runBehind) {
-            m_runBehind = false;
+        if (m_runAfter) {
+            m_runAfter = false;
             return m_wildcards.asterisk;
         }
         if (!m_orders.EndsOpen())
@@ -114,7 +113,7 @@ private:
 
     KoWildcards m_wildcards; ///< zeros, which no order is, where wildcards are off
     KoPatternKind m_kind = KoPatternKind::kEnd;
-    bool m_runBehind;
+    bool m_runAfter;
 };
 
 #endif

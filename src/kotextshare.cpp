@@ -29,6 +29,16 @@ unsigned CommonDigits(const KoTextDigits& a, const KoTextDigits& b)
     return common;
 }
 
+/// The leading digits that tell the keys between two ends apart. Where the ends write one digit
+/// differently, the keys between them hold any digits behind it: Smith is below smart.
+unsigned TellingDigits(const KoTextDigits& low, const KoTextDigits& high)
+{
+    const unsigned common = CommonDigits(low, high);
+    const auto* different = std::mismatch(low.codes, low.codes + common, high.codes).first;
+    return different == low.codes + common ? KoTextDigits::kMost
+                                           : static_cast<unsigned>(different - low.codes) + 1;
+}
+
 /// The keys of the index: what all have in common, and the positions from the first to the last.
 struct Keys {
     const KoTextDigits* first = nullptr; ///< null: any texts
@@ -107,18 +117,29 @@ Keys KeysBetween(const KoTextDigits* low, const KoTextDigits* high, unsigned cha
 {
     Keys keys;
     keys.first = low;
-    if (low != nullptr && high != nullptr) {
-        keys.shared = CommonDigits(*low, *high);
-        keys.sameLength = low->count == high->count;
+    const bool closed = low != nullptr && high != nullptr;
+    const unsigned telling = closed ? TellingDigits(*low, *high) : KoTextDigits::kMost;
+    const auto count = [telling](const KoTextDigits& end) { return std::min(end.count, telling); };
+    if (closed) {
+        keys.shared = std::min(CommonDigits(*low, *high), telling);
+        keys.sameLength = low->count == high->count && low->count <= telling;
         keys.numerals = low->HasNumeral() && high->HasNumeral();
     }
     if (low != nullptr && !low->isNull)
-        keys.start = low->Position(keys.shared, low->count);
+        keys.start = low->Position(keys.shared, count(*low));
     if (high != nullptr)
-        keys.end = high->Position(keys.shared, high->count) +
-                   high->Room(std::min(high->count - keys.shared, kDigits));
+        keys.end = high->Position(keys.shared, count(*high)) +
+                   high->Room(std::min(count(*high) - keys.shared, kDigits));
     else
         keys.end = 1.0 + std::max(variant, low != nullptr ? low->variant : variant);
+    // Digits that are fractions lie close together, and one behind them may outweigh where they
+    // differ. Then that place alone counts.
+    if (closed && keys.end <= keys.start && !low->isNull && low->variant == high->variant &&
+        keys.shared < std::min(low->count, high->count) &&
+        low->digits[keys.shared] < high->digits[keys.shared]) {
+        keys.start = low->Position(keys.shared, keys.shared + 1);
+        keys.end = high->Position(keys.shared, keys.shared + 1) + high->Room(1);
+    }
     return keys;
 }
 
@@ -135,9 +156,9 @@ double KoTextDigits::Position(unsigned skipped, unsigned kept) const
     return variant + position;
 }
 
-double KoTextDigits::Room(unsigned behind) const
+double KoTextDigits::Room(unsigned certain) const
 {
-    return std::pow(base, -static_cast<double>(behind));
+    return std::pow(base, -static_cast<double>(certain));
 }
 
 bool KoTextDigits::HasNumeral() const

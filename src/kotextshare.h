@@ -14,37 +14,41 @@
 /// beginning or numerals.
 
 /// The base of texts of letters. The end is 0, then come the ten numerals, the twenty-six letters,
-/// and fractions for what stands behind them. No digit is above the base less 1: so every text lies
+/// and fractions for what stands after them. No digit is above the base less 1: so every text lies
 /// in the room of each of its beginnings.
 inline constexpr double kLetterBase = 39.0;
 inline constexpr double kFirstNumeral = 1.0;
 inline constexpr double kFirstLetter = 11.0;
-inline constexpr double kBehindLetters = 37.0;
+inline constexpr double kAfterLetters = 37.0;
 
 struct KoTextDigits {
     static constexpr unsigned kMost = 160;
 
     explicit KoTextDigits(double numberBase) : base(numberBase) {}
 
-    void Append(double digit)
+    /// `code` is what orders the characters of one digit, such as a letter in both cases.
+    void Append(double digit, unsigned short code)
     {
-        if (count < kMost)
-            digits[count++] = digit;
+        if (count == kMost)
+            return;
+        digits[count] = digit;
+        codes[count++] = code;
     }
     /// The first `kept` digits as a number, of which `skipped` ones are left out.
     double Position(unsigned skipped, unsigned kept) const;
-    /// The room of the texts that begin with so many certain digits behind those left out.
-    double Room(unsigned behind) const;
+    /// The room of the texts that begin with so many certain digits after those left out.
+    double Room(unsigned certain) const;
     bool HasNumeral() const;
 
     double base;
     double digits[kMost];
+    unsigned short codes[kMost];
     unsigned count = 0;
-    unsigned char variant = 0; ///< texts of different ones come one behind another
+    unsigned char variant = 0; ///< texts of different ones come one after another
     bool isNull = false;       ///< before all others
 };
 
-/// The text of a condition. Behind the digits of a pattern stands a wildcard, at the position
+/// The text of a condition. A wildcard follows the digits of a pattern, at the position
 /// `charWildPos`.
 struct KoTextAsked {
     KoTextDigits digits;

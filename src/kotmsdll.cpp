@@ -8,15 +8,12 @@
 namespace
 {
 
-constexpr o_u4b kMajor = 12;
-constexpr o_u4b kMinor = 0;
-constexpr o_u4b kPatch = 2;
-constexpr o_u4b kBuild = 248;
-constexpr o_u4b kFifth = 0;
+/// Major, minor, patch, build and the fifth component, from the build configuration.
+constexpr o_u4b kVersion[] = {KO_VERSION_NUMBERS};
 constexpr o_u4b kCompilerVersion = 1600;
 
 constexpr char kDescription[] = "Marblecrest Typemanager";
-constexpr char kLongDescription[] = "Marblecrest Typemanager 12.0.2.248.0 ";
+constexpr char kLongDescription[] = "Marblecrest Typemanager " KO_VERSION_TEXT " ";
 constexpr char kModuleName[] = "MC120Ctms100x64";
 constexpr char kBuildDate[] = "Apr 15 2021";
 constexpr char kBuildDateTime[] = "Apr 15 2021 18:57:37";
@@ -71,18 +68,19 @@ KoTypeMgr* DefaultTypeMgr(KoTypeMgr* mgr)
 
 int KoCheckDll(int flags)
 {
-    return CheckKoVersionNumber(kMajor, kMinor, kPatch, kBuild, kFifth, flags | 3);
+    return CheckKoVersionNumber(kVersion[0], kVersion[1], kVersion[2], kVersion[3], kVersion[4],
+                                flags | 3);
 }
 
 const char* KoDescribeDll(o_u4b* major, o_u4b* minor, o_u4b* patch, o_u4b* build, o_u4b* fifth,
                           const char** moduleName, const char** buildDateTime, const char** unknown,
                           o_u4b* compilerVersion, const char** compiler, const char** empty)
 {
-    *major = kMajor;
-    *minor = kMinor;
-    *patch = kPatch;
-    *build = kBuild;
-    *fifth = kFifth;
+    *major = kVersion[0];
+    *minor = kVersion[1];
+    *patch = kVersion[2];
+    *build = kVersion[3];
+    *fifth = kVersion[4];
     *moduleName = kModuleName;
     *buildDateTime = kBuildDateTime;
     *unknown = "unknown";

@@ -1,3 +1,4 @@
+#include "kobytes.h"
 #include "kotypeslot.h"
 #include "kovalueops.h"
 
@@ -65,7 +66,8 @@ KoString& KoTypeMgr::PrintToKoString(o_char id, KoString& text, void* value, con
     if (count < 2 || print == ExtensionOf(*m_table, id).printsArray)
         return print(text, value, format, count);
     for (unsigned i = 0; i < count; ++i) {
-        // In the code set of the whole text: another one may lack characters that this one has.
+        // The code set is that of the whole text: another one may lack characters that this one
+        // has.
         KoString element(text.CodeSet(), text.Language());
         text += print(element, GetArrayElement(id, value, i, count), format, 1);
         if (i + 1 < count)
@@ -105,9 +107,7 @@ unsigned short CharAt(const KoString& text, unsigned index)
 {
     if (text.Width() == 1)
         return static_cast<unsigned char>(text.StrGet()[index]);
-    unsigned short unit;
-    std::memcpy(&unit, text.StrGet() + std::size_t{2} * index, sizeof unit);
-    return unit;
+    return ko::ReadValue<o_u2b>(text.StrGet() + std::size_t{2} * index);
 }
 
 /// The smallest character from 1 to 254 that occurs in no text of the record, as the joined text

@@ -159,7 +159,7 @@ int KoTypeMgr::Cmp(o_char id, void* value1, void* value2, unsigned short cmpOp, 
                    unsigned char format) const
 {
     int status = 0;
-    return Call<&KoTypeDescriptor::cmp>(*m_table, id, format, 0, value1, 0, value2, cmpOp, count,
+    return Call<&KoTypeDescriptor::cmp>(*m_table, id, format, 0U, value1, 0U, value2, cmpOp, count,
                                         status);
 }
 

@@ -89,7 +89,7 @@ void* DefaultFromEmptyTexts(unsigned count)
     TextArray texts(count);
     if (!texts)
         return nullptr;
-    // Without a manager the record leaves the texts to the array.
+    // A record without a manager does not delete its texts: they are the array's.
     KoTypeConvertData record{nullptr, texts.Get(), count, KoSTRING_T};
     return Ops::ConvertFrom(&record, count);
 }

@@ -46,13 +46,13 @@ public:
         return true;
     }
 
-    /// A place in it.
+    /// A place in the pattern.
     class Place
     {
     public:
         explicit Place(const Pattern& pattern) : m_pattern(&pattern), m_at(pattern.m_keys) {}
         o_u4b Key() const { return *m_at; }
-        /// Of a literal.
+        /// The character of a literal; the place must be one.
         unsigned Character() const { return m_pattern->m_characters[m_at - m_pattern->m_keys]; }
         KoPatternKind Kind() const
         {

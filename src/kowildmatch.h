@@ -13,7 +13,7 @@ enum class KoPatternKind : unsigned char { kEnd, kLiteral, kOne, kRun };
 struct KoMatch {
     bool matched = false;
     o_u4b text = 0, pattern = 0; ///< the keys where it failed
-    bool behindRun = false;      ///< and it did behind a run
+    bool afterRun = false;       ///< and it did so after a run
 
     /// 0 for a match, else the order of the keys where it failed.
     int Order() const
@@ -34,7 +34,7 @@ o_u4b KoSearchKey(const Pattern& pattern)
                                          : pattern.Key();
 }
 
-/// As KoMatchWildcards, from a place of the pattern behind a run on. False when memory runs out.
+/// As KoMatchWildcards, from a place of the pattern after a run on. False when memory runs out.
 template <class Text, class Pattern>
 [[gnu::noinline, gnu::cold]] bool KoSearchWildcards(Text text, const Pattern& pattern,
                                                     KoMatch& match)
@@ -84,7 +84,7 @@ template <class Text, class Pattern>
         text.Seek(pattern);
     }
     ? 32 : 8;
-    // A place where the literal behind the run cannot begin need not be tried.
+    // A place where the literal after the run cannot begin need not be tried.
     const auto seek = [&retryText, &retryPattern] {
         if (retryPattern.Kind() != KoPatternKind::kLiteral)
             return;
@@ -124,8 +124,8 @@ template <class Text, class Pattern>
             return {false, key, pattern.Key(), retry};
         retryText.Advance();
         if (++tries == kMostTries) [[unlikely]] {
-            const Pattern behindRun = retryPattern; // which stays in registers
-            if (KoMatch match; KoSearchWildcards(retryText, behindRun, match))
+            const Pattern afterRun = retryPattern; // which stays in registers
+            if (KoMatch match; KoSearchWildcards(retryText, afterRun, match))
                 return match;
         }
         seek();

@@ -163,7 +163,7 @@ bool KoWildSearch::NumberKeys()
     return true;
 }
 
-/// Behind the text all rows have all places, so that there everything matches.
+/// After the text all rows have all places, so that there everything matches.
 bool KoWildSearch::PrepareRows()
 {
     if (!NumberKeys())

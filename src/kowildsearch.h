@@ -69,7 +69,7 @@ private:
 
 using KoKeyList = KoPlainList<o_u4b>;
 
-/// A set of places in a text, from the first to the one behind the last character.
+/// A set of places in a text, from the first to the one after the last character.
 class KoPlaces
 {
 public:
@@ -103,7 +103,7 @@ public:
         unsigned failedAt; ///< the pattern's key for which no text was left
     };
 
-    /// The pattern is one that begins behind a run. Both have to outlive the search.
+    /// The pattern is one that begins after a run. Both have to outlive the search.
     KoWildSearch(const KoKeyList& text, const KoKeyList& pattern) : m_text(text), m_pattern(pattern)
     {
     }
@@ -142,7 +142,7 @@ private:
     const KoKeyList& m_text;
     const KoKeyList& m_pattern;
     mutable KoKeyList m_borders;
-    // Of the different keys in the pattern, each of which has a number.
+    // The lists below number the different keys of the pattern.
     KoKeyList m_slots;   ///< a hash table of positions in the pattern, one added
     KoKeyList m_numbers; ///< for each of the pattern, then of the text
     KoKeyList m_rowOf;   ///< for each number

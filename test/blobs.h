@@ -1,5 +1,5 @@
-#ifndef BLOBS_H
-#define BLOBS_H
+#ifndef KO_TEST_BLOBS_H
+#define KO_TEST_BLOBS_H
 
 #include <koblob.h>
 

@@ -1,5 +1,5 @@
-#ifndef BOUNDS_H
-#define BOUNDS_H
+#ifndef KO_TEST_BOUNDS_H
+#define KO_TEST_BOUNDS_H
 
 #include <kotms.h>
 

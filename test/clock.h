@@ -1,5 +1,5 @@
-#ifndef CLOCK_H
-#define CLOCK_H
+#ifndef KO_TEST_CLOCK_H
+#define KO_TEST_CLOCK_H
 
 #include <kobase.h>
 

@@ -21,7 +21,7 @@ NUMBERS = {"o_u1b": "B", "o_2b": "h", "o_u2b": "H", "o_4b": "i", "o_u4b": "I", "
 NULLABLE = {"char": "b", "uchar": "B", "short": "h", "ushort": "H", "int": "i", "unsigned": "I",
             "long": "i", "ulong": "I", "float": "f", "double": "d", "8b": "q", "u8b": "Q",
             "KoInt64": "Ii"}
-# Year and fields of one byte; words behind them.
+# Year and fields of one byte; words after them.
 TEMPORAL = {"KoDate": "HBB", "d_Date": "HBB", "KoTime": "BBB", "KoDateTime": "HBBBBB",
             "KoDateTimeN": "HBBBBBI", "KoTimeSpan": "HBBBBBI", "d_Time": "BBBBBB",
             "d_Timestamp": "HBBBBBBBB"}

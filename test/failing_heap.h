@@ -1,5 +1,5 @@
-#ifndef FAILING_HEAP_H
-#define FAILING_HEAP_H
+#ifndef KO_TEST_FAILING_HEAP_H
+#define KO_TEST_FAILING_HEAP_H
 
 #include <kobase.h>
 

@@ -1,5 +1,5 @@
-#ifndef FIXTURES_H
-#define FIXTURES_H
+#ifndef KO_TEST_FIXTURES_H
+#define KO_TEST_FIXTURES_H
 
 #include "datafile.h"
 

@@ -32,7 +32,7 @@ TEST(Hash, EveryBitTurnsHalfOfTheHash)
         Kind type;
         unsigned count;
         Bytes head;       ///< stays as it is
-        unsigned changed; ///< bytes behind it
+        unsigned changed; ///< bytes after it
         const char* reason;
     } rows[] = {
         {"o_2b", 3, {}, 6, "words that are sign-extended"},

@@ -159,7 +159,7 @@ TEST(KoBlob, SeekAndSearch)
 
 TEST(KoBlob, Numbers)
 {
-    // No terminator stands behind the bytes.
+    // No terminator stands after the bytes.
     EXPECT_EQ(KoBlobAccess::Int(Of(" -42 ")), -42);
     EXPECT_EQ(KoBlobAccess::Int(Of("0x10")), 0);
     EXPECT_EQ(KoBlobAccess::Int(Null()), 0);

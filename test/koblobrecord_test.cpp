@@ -50,7 +50,7 @@ TEST(KoBlobRecord, CutArraysCompareAsFarAsTheyGo)
     } rows[] = {
         {two, other, 1, 0, KoRC_TRUNCATED, "equal as far as it goes"},
         {two, other, 2, -1, KoRC_OK, "whole"},
-        {other, first, 1, 2, KoRC_TRUNCATED, "the step is tried behind what decides"},
+        {other, first, 1, 2, KoRC_TRUNCATED, "the step is tried after what decides"},
         {other, first, 2, 2, KoRC_OK, "and succeeds"},
     };
     for (const auto& row : rows) {

@@ -175,7 +175,7 @@ TEST(Iterator, KeepsTheOrdersOfACharacterThatStandsForSeveral)
     const std::vector<unsigned> orders = Orders(at);
     ASSERT_EQ(orders.size(), 3U);
     at.GetNextOrder(1);
-    EXPECT_EQ((*at).Code(), 'a') << "the character is behind, its second order is to come";
+    EXPECT_EQ((*at).Code(), 'a') << "the character is passed, its second order is to come";
     KoStringIterator copy = at;
     EXPECT_TRUE(copy == at);
     EXPECT_EQ(copy.GetNextOrder(1), orders[1]);

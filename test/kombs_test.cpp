@@ -186,7 +186,7 @@ TEST(Utf8String, LongTextIsRefusedAndMemoryMayRunOut)
         {KoCS_UNICODE, "\xF0\x9F\x98\x80", 16383, "", KoMBS_TOO_LONG, "pairs are two each"},
         {KoCS_UNICODE, "\xF0\x9F\x98\x80", 16382, "x", 0, "and fit with one more"},
         {KoCS_UNICODE, "x", 32766, "", KoMBS_TOO_LONG, "ASCII"},
-        {KoCS_UNICODE, "\xC3\xA9", 40000, "\xFF", KoMBS_MALFORMED, "faulty behind the longest"},
+        {KoCS_UNICODE, "\xC3\xA9", 40000, "\xFF", KoMBS_MALFORMED, "faulty after the longest"},
         {KoCS_LATIN1, "\xC3\xA9", 65531, "", 0, "8 bits hold more"},
         {KoCS_LATIN1, "x", 65531, "", 0, "of ASCII, too"},
         {KoCS_LATIN1, "\xC3\xA9", 65531, "x", KoMBS_TOO_LONG, "one more"},

@@ -35,7 +35,7 @@ Keys KeysOf(const KoString& text, std::size_t limit = ~std::size_t{0})
 }
 
 /// What a text counts for under an operator word without wildcards: the keys that decide first, and
-/// the spaces and symbols before each of them and behind the last.
+/// the spaces and symbols before each of them and after the last.
 struct Weight {
     Keys first;
     std::vector<Keys> gaps{1};
@@ -134,7 +134,7 @@ TEST(StrCmp, AgreesWithTheRulesWrittenSimply)
 }
 
 // Texts are compared by blocks of several lengths: a difference or an end may stand anywhere in
-// one. A zero among the characters ends a text, whatever stands behind it.
+// one. A zero among the characters ends a text, whatever stands after it.
 TEST(StrCmp, TextsOfAnyLengthDifferAnywhere)
 {
     const struct {

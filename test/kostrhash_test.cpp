@@ -12,7 +12,7 @@ unsigned Hash(const KoString& text, short len = -1)
     return HashString(text.CodeSet(), text.Language(), const_cast<char*>(text.StrGet()), len, 1);
 }
 
-/// The rule itself, character by character. What is asked for behind the end counts as zeros.
+/// The rule itself, character by character. What is asked for after the end counts as zeros.
 unsigned SimpleHash(const KoString& text, unsigned limit)
 {
     if (text.IsNullValue())

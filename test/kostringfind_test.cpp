@@ -157,7 +157,7 @@ TEST(Replace, AgreesWithEditingStepByStep)
         for (int at = expected.Find(from); at >= 0;) {
             const auto place = static_cast<unsigned short>(at);
             expected.Cut(place, static_cast<short>(from.Len())).Insert(to, place);
-            const int next = at + to.Len(); // may lie behind what was cut off
+            const int next = at + to.Len(); // may lie after what was cut off
             at = next > 65535 ? -1 : expected.Find(from, static_cast<unsigned short>(next));
         }
         ASSERT_TRUE(UnitsOf(text.ReplaceAll(from, to)) == UnitsOf(expected))

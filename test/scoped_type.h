@@ -1,5 +1,5 @@
-#ifndef SCOPED_TYPE_H
-#define SCOPED_TYPE_H
+#ifndef KO_TEST_SCOPED_TYPE_H
+#define KO_TEST_SCOPED_TYPE_H
 
 #include <kotms.h>
 

@@ -104,7 +104,7 @@ TEST(ConvertData, GivesTextsAndReleasesItsData)
         return record->GetString(index);
     };
     EXPECT_EQ(get(KoSTRING_T, true, 1), texts + 1);
-    EXPECT_EQ(get(KoSTRING_T, true, 2), nullptr) << "behind the last";
+    EXPECT_EQ(get(KoSTRING_T, true, 2), nullptr) << "after the last";
     EXPECT_EQ(get(KoSTRING_T, true, -1), nullptr) << "before the first";
     EXPECT_EQ(get(KoDOUBLE_T, true, 0), nullptr) << "no texts";
     EXPECT_EQ(get(KoSTRING_T, false, 0), nullptr) << "no data";

@@ -1,5 +1,5 @@
-#ifndef TEMPORALFIELDS_H
-#define TEMPORALFIELDS_H
+#ifndef KO_TEST_TEMPORALFIELDS_H
+#define KO_TEST_TEMPORALFIELDS_H
 
 #include "kotemporaltext.h"
 

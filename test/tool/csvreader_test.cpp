@@ -50,8 +50,7 @@ TEST(CsvReader, RowsAndTheirBytes)
          "[a]<a\n>"},
         {"empty lines are no rows", "\n\r\na\n\n", "[a]<a\n>"},
         {"empty fields", ",a,,b,\r\n,\n,,", "[][a][][b][]<,a,,b,\r\n>[][]<,\n>[][][]<,,>"},
-        {"a quote behind plain rows", "a,b\n\"c\",d\ne\n",
-         "[a][b]<a,b\n>[c][d]<\"c\",d\n>[e]<e\n>"},
+        {"a quote after plain rows", "a,b\n\"c\",d\ne\n", "[a][b]<a,b\n>[c][d]<\"c\",d\n>[e]<e\n>"},
         {"blanks belong to the field", " a ,\tb\n", "[ a ][\tb]< a ,\tb\n>"},
         {"doubled quotes and line breaks", "\"a\"\"b\",\"c\r\nd\ne\"\nf\n",
          "[a\"b][c\r\nd\ne]<\"a\"\"b\",\"c\r\nd\ne\"\n>[f]<f\n>"},
@@ -59,10 +58,10 @@ TEST(CsvReader, RowsAndTheirBytes)
          "[" + std::string("a\0b", 3) + "]<" + std::string("a\0b\n", 4) + ">"},
         {"a quote inside costs its line only", "x\na,5\"b,c\ny\n",
          "[x]<x\n>!quote that@2:4:5<a,5\"b,c\n>[y]<y\n>"},
-        {"text behind a closing quote", "\"a\"b\ny\n", "!quote that@1:4:3<\"a\"b\n>[y]<y\n>"},
+        {"text after a closing quote", "\"a\"b\ny\n", "!quote that@1:4:3<\"a\"b\n>[y]<y\n>"},
         {"never closed: the rest is one row", "x\na,\"b\nc\n",
          "[x]<x\n>!quote that@2:3:4<a,\"b\nc\n>"},
-        {"never closed behind doubled quotes", "\"\"\"a\"\"\n", "!quote that@1:1:0<\"\"\"a\"\"\n>"},
+        {"never closed after doubled quotes", "\"\"\"a\"\"\n", "!quote that@1:1:0<\"\"\"a\"\"\n>"},
         {"nothing", "", ""},
     };
     for (const auto& c : kCases)
@@ -82,9 +81,9 @@ TEST(CsvReader, PlacesInsideFields)
         FilePosition at;
     } kCases[] = {
         {"columns are characters", 0, 2, {2, 2, 5}},
-        {"behind the opening quote", 1, 0, {2, 4, 7}},
-        {"behind a doubled quote", 1, 2, {2, 7, 10}},
-        {"behind the line break", 1, 5, {3, 1, 13}},
+        {"after the opening quote", 1, 0, {2, 4, 7}},
+        {"after a doubled quote", 1, 2, {2, 7, 10}},
+        {"after the line break", 1, 5, {3, 1, 13}},
         {"next field", 2, 0, {3, 4, 16}},
         {"end of the last field", 2, 1, {3, 5, 17}},
     };

@@ -106,7 +106,7 @@ TEST_F(KotmStore, RejectsRowsWithTheirPlaces)
               "id,title,latin,weight\n1,plain,a,10\n2,\"quoted \"\"x\"\"\r\nline\",b,\n"
               "7,\xCE\xA9\xF0\x9F\x98\x80,\xC3\xA9,-3\n");
 
-    // Every rejected row stands in the file as it was, behind its place and reason.
+    // Every rejected row stands in the file as it was, after its place and reason.
     const std::string kept = ReadAll(rejects);
     std::size_t at = 0;
     for (const data::Row& row : rows) {
@@ -214,7 +214,7 @@ TEST_F(KotmStore, AnswersTheSameByIndexAndByScan)
         random = random * 1103515245 + 12345;
         const unsigned value = random >> 16 & 31;
         csv += value == 0 ? "" : std::to_string(static_cast<int>(value) - 16);
-        // Short texts, and texts that differ only behind what an index entry holds of them.
+        // Short texts, and texts that differ only after what an index entry holds of them.
         csv += value == 1   ? ","
                : value < 10 ? ",k" + std::to_string(value)
                : value < 16 ? "," + common.substr(0, 240 + value) // of 256 bytes among others

@@ -1,5 +1,5 @@
-#ifndef KOTM_RANDOMPREDICATE_H
-#define KOTM_RANDOMPREDICATE_H
+#ifndef KO_TEST_RANDOMPREDICATE_H
+#define KO_TEST_RANDOMPREDICATE_H
 
 #include <condition.h>
 #include <scan.h>

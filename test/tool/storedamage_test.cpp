@@ -156,7 +156,7 @@ TEST_F(StoreDamage, ListsOfFreePages)
         {"one twice", at + 16, At<std::uint64_t>(at + 8)},
         {"another order", at + 8, At<std::uint64_t>(at + 16) - 1},
         {"one is lost", at, count - 1},
-        {"one behind the list", at, count + 1},
+        {"one after the list", at, count + 1},
         {"without end", at, ~0ULL},
         {"a transaction to come", Find(list.key, root), head.transaction + 1},
         {"no transaction", Find(list.key, root), 0},

@@ -1,5 +1,5 @@
-#ifndef KOTM_TESTFILES_H
-#define KOTM_TESTFILES_H
+#ifndef KO_TEST_TESTFILES_H
+#define KO_TEST_TESTFILES_H
 
 #include <filesystem>
 #include <fstream>

@@ -23,7 +23,7 @@ public:
     }
 
     /// The persistent form of the value of a text, empty for an absent one, with kCopySlack
-    /// readable bytes behind it; valid until the next Read. False for what FieldReader refuses.
+    /// readable bytes after it; valid until the next Read. False for what FieldReader refuses.
     bool Read(std::string_view utf8, std::string_view& form, TextFault& fault)
     {
         const std::uint32_t hash = KnownTexts::Hash(utf8);

@@ -42,7 +42,7 @@ struct Condition {
     /// The end of the texts that are equal to the literal, as a person would write it: "below
     /// The..." for "The*", and the literal with its suffixes for another.
     std::string ShownEnd() const;
-    /// The letters behind the literal that change how texts are compared.
+    /// The letters after the literal that change how texts are compared.
     std::string Suffixes() const;
 
     /// Tells `record` what Evaluate looks at.

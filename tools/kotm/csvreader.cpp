@@ -157,7 +157,7 @@ struct CsvReader::State {
     static void OnRow(int, void* data) { static_cast<State*>(data)->rowDone = true; }
 
     /// The bytes up to the next line end, or as many as the buffer holds. A CR at the end of the
-    /// buffer waits for the byte behind it.
+    /// buffer waits for the byte after it.
     std::size_t LineLength(bool& terminated) const
     {
         const char* start = buffer.data() + at;

@@ -37,7 +37,7 @@ public:
     CsvReader& operator=(const CsvReader&) = delete;
 
     /// The next row. Malformed: the row is not well formed, Reason and FaultPosition say why, and
-    /// the reader stands behind its line (behind the whole row if a quote is never closed or the
+    /// the reader stands after its line (after the whole row if a quote is never closed or the
     /// row is longer than kMaxRowBytes).
     Result Next();
 

@@ -150,7 +150,7 @@ int CompareForms(std::size_t attribute, const EntryView& a, const EntryView& b);
 int CompareEntries(std::size_t attribute, std::string_view a, std::string_view b);
 
 /// The callbacks for LMDB: that of the objects, and those of the index on each attribute, one for
-/// any use and one that is fast where most entries come behind another with the same value.
+/// any use and one that is fast where most entries come after another with the same value.
 int CompareObjectKeys(const MDB_val* a, const MDB_val* b);
 MDB_cmp_func* EntryCallback(std::size_t attribute, bool appended);
 

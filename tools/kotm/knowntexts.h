@@ -40,7 +40,7 @@ public:
                            SameBytes({m_bytes.data() + known.at, known.size}, text);
         return found ? &known : nullptr;
     }
-    /// With kCopySlack readable bytes behind it.
+    /// The text has kCopySlack readable bytes after it.
     std::string_view FormOf(const Text& known) const
     {
         return {m_bytes.data() + known.at + known.size, known.formSize};

@@ -148,7 +148,7 @@ bool ReadDateAlone(const Attribute& attribute, std::string_view literal, std::st
     if (!directives.year || !directives.time)
         return false;
     std::string_view date = whole.substr(0, directives.firstTime);
-    // Behind the last directive stands what parts the date from the time.
+    // After the last directive stands what parts the date from the time.
     const std::size_t last = date.rfind('%');
     date = last == std::string_view::npos ? "" : date.substr(0, last + 2);
     const bool hasDate = Directives(date).year && whole.find("%?") == std::string_view::npos;

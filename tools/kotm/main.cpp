@@ -183,8 +183,11 @@ private:
         command->add_option("STORE", m_import.store, "Store, made where there is none")->required();
         command->add_option("CSV", m_import.csv, "CSV file with a header, in UTF-8")->required();
         command->add_option("--schema", m_schema, "Schema of the class, in JSON")->required();
-        command->add_option("--rejects", m_import.rejects, "File for rejected rows");
-        On(command, [this] {
+        CLI::Option* rejects =
+            command->add_option("--rejects", m_import.rejects, "File for rejected rows");
+        On(command, [this, rejects] {
+            if (rejects->count() != 0 && m_import.rejects.empty())
+                throw Failure(Exit::Usage, "--rejects: the name of a file is missing");
             m_import.schema = m_schema;
             m_import.progress = isatty(STDERR_FILENO) != 0;
             return RunImport(m_import, m_schema);

@@ -8,7 +8,7 @@ namespace kotm
 
 /// The operator that holds where `op` does not.
 Operator Negated(Operator op);
-/// As a predicate writes it.
+/// The operator as a predicate writes it.
 const char* Symbol(Operator op);
 /// The query operator bits that evaluators take.
 unsigned QueryBits(Operator op);

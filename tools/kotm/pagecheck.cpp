@@ -196,7 +196,7 @@ private:
         return value;
     }
 
-    /// Page numbers behind their count, from the largest to the smallest; behind them there may be
+    /// Page numbers after their count, from the largest to the smallest; after them there may be
     /// room.
     void FreeList(const StorePage& page, std::string_view list)
     {

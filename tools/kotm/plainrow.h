@@ -8,7 +8,7 @@
 namespace kotm
 {
 
-/// Bytes that may be read, whatever they are, behind those given to SplitPlainRow.
+/// Bytes that may be read, whatever they are, after those given to SplitPlainRow.
 inline constexpr std::size_t kPlainRowSlack = 16;
 
 /// Splits the line at the front of `size` bytes at its commas into `fields`, which is what a CSV

@@ -229,7 +229,7 @@ private:
         return literal;
     }
 
-    /// Reads the letters behind a quoted text; true when x is one of them.
+    /// Reads the letters after a quoted text; true when x is one of them.
     bool TakeSuffixes(Literal& literal)
     {
         bool exact = false;

@@ -24,7 +24,7 @@ public:
     explicit RecordWriter(const Schema& schema) : m_order(RecordOrder(schema)) {}
 
     /// The record of an object whose attributes have these forms, which have kCopySlack readable
-    /// bytes behind them; empty ones for absent values. Valid until the next Write.
+    /// bytes after them; empty ones for absent values. Valid until the next Write.
     std::string_view Write(const std::vector<std::string_view>& forms);
 
 private:

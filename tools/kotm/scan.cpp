@@ -14,7 +14,7 @@ namespace
 /// A look-up of so many entries compares each with the edge; a longer walk looks for its end once.
 constexpr unsigned kFewSteps = 16;
 
-/// Writes the key that lies before or behind an object's, and returns its size.
+/// Writes the key that lies before or after an object's, and returns its size.
 std::size_t PutObjectEdge(char* key, const IndexRange::Edge& edge)
 {
     // The lowest has no form, and no object has number 0. Objects have tag 0, and the tag decides

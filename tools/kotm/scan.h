@@ -13,7 +13,7 @@ namespace kotm
 /// The part of an index that a condition leaves: all entries from one edge to another. The objects
 /// by their ids are an index too, that of kObjectIdIndex.
 struct IndexRange {
-    /// Before or behind all entries with that form. The empty form is the null value's.
+    /// Before or after all entries with that form. The empty form is the null value's.
     struct Edge {
         std::string form;
         bool behind = false;
@@ -83,7 +83,7 @@ private:
     EdgeEntry m_low;
     EdgeEntry m_high;
     unsigned m_steps = 0;
-    const void* m_end = nullptr; ///< the first entry behind the range, once FindEnd has looked
+    const void* m_end = nullptr; ///< the first entry after the range, once FindEnd has looked
     const char* m_id = nullptr;
     std::string_view m_entry;
     std::string_view m_record;

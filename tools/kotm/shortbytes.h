@@ -76,7 +76,7 @@ inline bool SameBytes(std::string_view a, std::string_view b) noexcept
                          differ(std::uint8_t{}, size - 1)) == 0;
 }
 
-/// Bytes behind the source that CopyShort may read, and behind the copy that it may overwrite.
+/// Bytes after the source that CopyShort may read, and after the copy that it may overwrite.
 inline constexpr std::size_t kCopySlack = 32;
 
 /// Copies bytes that are few most times: their number then costs no branch.

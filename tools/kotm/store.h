@@ -83,7 +83,7 @@ public:
     /// in the order of their numbers.
     std::uint64_t Add(std::string_view record);
     /// Adds entries of the index on `attribute` that differ in their objects only; these take the
-    /// place of the one in `entry`. `inOrder` says that they come behind all others, in their
+    /// place of the one in `entry`. `inOrder` says that they come after all others, in their
     /// order.
     void AddEntries(std::size_t attribute, std::string& entry, const std::uint64_t* objects,
                     std::size_t count, bool inOrder);

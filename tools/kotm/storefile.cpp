@@ -65,7 +65,7 @@ struct StoreFile::Heads {
 
     const StoreHead& First() const { return pages[0].head; }
     const StoreHead& Second() const { return pages[1].head; }
-    /// Each transaction has the number behind the last one and is written over the head before
+    /// Each transaction has the number after the last one and is written over the head before
     /// that: at its number's place LMDB looks for a head.
     bool AreInTurn() const
     {

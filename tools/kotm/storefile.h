@@ -8,7 +8,7 @@
 namespace kotm
 {
 
-/// A page of a store's file begins with so many bytes; behind them the first two hold a head each.
+/// A page of a store's file begins with so many bytes; after them the first two hold a head each.
 inline constexpr std::size_t kPageHeader = 16;
 
 /// The file in which a new store is written before it has its name.

@@ -16,7 +16,7 @@ struct TextFault {
     std::size_t offset = 0;
 };
 
-/// The character at `at` of a UTF-8 text; `at` moves behind it. Returns -1, with `at` unchanged,
+/// The character at `at` of a UTF-8 text; `at` moves after it. Returns -1, with `at` unchanged,
 /// where the bytes are no UTF-8: stray or missing continuation bytes, forms longer than needed,
 /// surrogates and values above 0x10FFFF.
 int DecodeUtf8(std::string_view text, std::size_t& at) noexcept;

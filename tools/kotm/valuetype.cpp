@@ -123,7 +123,7 @@ bool Value::LoadUntrusted(std::string_view bytes, unsigned char format)
 {
     if (bytes.empty() || m_type.SizeAt(bytes, format) != bytes.size())
         return false;
-    // A form that is read beyond its end gives another value with other bytes behind it.
+    // A form that is read beyond its end gives another value with other bytes after it.
     std::string stored[2];
     for (const char behind : {'\0', 'U'}) {
         std::string copy(bytes);

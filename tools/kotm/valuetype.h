@@ -94,7 +94,7 @@ public:
 
     /// Appends the persistent form.
     void Store(std::string& bytes, unsigned char format = kStoreFormat) const;
-    /// Reads a persistent form that SizeAt has measured. The bytes behind it are read by no type
+    /// Reads a persistent form that SizeAt has measured. The bytes after it are read by no type
     /// whose form is sound; for bytes of unknown origin see LoadUntrusted.
     void Load(std::string_view bytes, unsigned char format = kStoreFormat);
     /// The same for bytes that may be anything. False where they are not exactly one form; no

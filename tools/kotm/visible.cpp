@@ -11,7 +11,7 @@ namespace kotm
 namespace
 {
 
-/// Appends the character at `at`, or its code, and moves `at` behind it.
+/// Appends the character at `at`, or its code, and moves `at` after it.
 void AppendVisible(std::string& visible, std::string_view utf8, std::size_t& at)
 {
     const std::size_t start = at;

@@ -12,7 +12,7 @@ using KoAssertHandler = void (*)(const char* text, const char* file, int line);
 KOBASE_API void KORA_assert(const char* text, const char* file, int line);
 
 /// Installs `handler` (null: the default) and returns the one that was installed.
-/// Not synchronised with KORA_assert.
+/// The exchange is not synchronised with KORA_assert.
 KOBASE_API KoAssertHandler KoSetAssertHandler(KoAssertHandler handler);
 
 #endif

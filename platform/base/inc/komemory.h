@@ -23,7 +23,7 @@ KOBASE_API void KoFree(void* memory);
 KOBASE_API void KoCallMemoryHandler(std::size_t size);
 
 /// Installs `handler` (null: the default) and returns the one that was installed.
-/// Not synchronised.
+/// The exchange is not synchronised.
 KOBASE_API KoMemoryHandler KoSetMemoryHandler(KoMemoryHandler handler);
 
 /// Replaces the heap behind KoAlloc and KoFree, so that a test can let the n-th

@@ -43,7 +43,7 @@ sys_seconds Moment(const KoTimeStampRec& stamp)
 
 #if defined(_WIN32)
 
-// Not the runtime's own clock: it moves in steps of a timer tick.
+// This does not ask the runtime's own clock, which moves in steps of a timer tick.
 KoTimeStampRec SystemUtc()
 {
     constexpr o_8b kTicks = 10'000'000;     // of 100 ns in a second

@@ -13,7 +13,7 @@ namespace
 struct Setting {
     Setting* next;
     char* value;          // memory of its own
-    const char* category; // both names stand behind the record, in its memory
+    const char* category; // both names stand after the record, in its memory
     const char* key;
 };
 

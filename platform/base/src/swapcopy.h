@@ -1,5 +1,5 @@
-#ifndef SWAPCOPY_H
-#define SWAPCOPY_H
+#ifndef KOSWAPCOPY_H
+#define KOSWAPCOPY_H
 
 #include <cstddef>
 #include <cstdint>

@@ -49,7 +49,7 @@ constexpr KoOrderClass KoClassOfOrder(o_u2b order) noexcept
 }
 
 /// The comparison key of an order: the variant in bits 24 to 31, then the order, in which a letter
-/// has accent (bits 0 to 4) and case (bits 5 and 6) behind its base letter and extension, where a
+/// has accent (bits 0 to 4) and case (bits 5 and 6) after its base letter and extension, where a
 /// mask can hide them. 0 for the end of text. Hashes and stored keys are made of it.
 constexpr o_u4b KoCollationKey(o_u2b order, unsigned char variant) noexcept
 {

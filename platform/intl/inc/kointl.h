@@ -21,13 +21,15 @@
 /// Code-set identifiers. 1 to 224 hold 8-bit characters, 225 to 253 16-bit characters. Stored
 /// strings carry them: the numbers are disk format and never change. With a table of their own:
 ///
-/// | identifier | code set |
-/// |---|---|
-/// | 1 to 16 | ISO 8859-n, except 12, which was never published |
-/// | 20, 21, 22 | US-ASCII, KOI8-R, KOI8-U |
-/// | 30 to 38 | Windows-1250 to Windows-1258 |
-/// | 40 to 46 | IBM code pages 437, 850, 852, 855, 857, 858, 866 |
-/// | 253 | 16-bit Unicode units; a surrogate is a character of its own here |
+// clang-format off
+/// | identifier | code set                                                         |
+/// |------------|------------------------------------------------------------------|
+/// | 1 to 16    | ISO 8859-n, except 12, which was never published                 |
+/// | 20, 21, 22 | US-ASCII, KOI8-R, KOI8-U                                         |
+/// | 30 to 38   | Windows-1250 to Windows-1258                                     |
+/// | 40 to 46   | IBM code pages 437, 850, 852, 855, 857, 858, 866                 |
+/// | 253        | 16-bit Unicode units; a surrogate is a character of its own here |
+// clang-format on
 ///
 /// Any other identifier converts as ISO 8859-1 below 225 and as 253 from there on (so do 254 and
 /// 255 in KoConvertText). The lower half of every 8-bit code set is ASCII, no two of its bytes

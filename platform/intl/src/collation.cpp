@@ -7,7 +7,8 @@ namespace
 
 using namespace kocollation;
 
-// As the generator computes it: a table that was edited by hand does not compile.
+// The checksum is computed as the generator does it: a table that was edited by hand does not
+// compile.
 constexpr o_u8b Checksum()
 {
     o_u8b value = 0xCBF29CE484222325;

@@ -1,5 +1,5 @@
-#ifndef COLLATIONTABLES_H
-#define COLLATIONTABLES_H
+#ifndef KOCOLLATIONTABLES_H
+#define KOCOLLATIONTABLES_H
 
 #include <array>
 #include <cstddef>

@@ -110,9 +110,9 @@ NAMED_MARKS = {
     "RETROFLEX HOOK": "tail",
 }
 
-# Letters that are none of A to Z, by name: the letter they stand behind, and the extension that
-# keeps them apart from it however much is ignored. The clicks stand behind the letters that write
-# them in the Nguni languages, kra behind the q that replaced it.
+# Letters that are none of A to Z, by name: the letter they stand after, and the extension that
+# keeps them apart from it however much is ignored. The clicks stand after the letters that write
+# them in the Nguni languages, kra after the q that replaced it.
 OWN_LETTERS = {
     "TONE SIX": ("B", 1, ()),
     "DENTAL CLICK": ("C", 1, ()),
