@@ -1,8 +1,8 @@
+#include "require.h"
+
 #include <kotms.h>
 
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 
@@ -12,14 +12,6 @@
 
 namespace
 {
-
-void Require(bool holds, const char* what)
-{
-    if (!holds) {
-        std::fprintf(stderr, "broken: %s\n", what);
-        std::abort();
-    }
-}
 
 std::string Written(const KoString& text)
 {

@@ -1,8 +1,8 @@
+#include "require.h"
+
 #include <kotms.h>
 
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <iterator>
 #include <memory>
@@ -17,14 +17,6 @@ namespace
 
 constexpr o_char kTypes[] = {KoDATE_T,      KoTIME_T,     KoDATIME_T,   D_DATE_T,    D_TIME_T,
                              D_TIMESTAMP_T, D_INTERVAL_T, KoDATIME_N_T, KoTIMESPAN_T};
-
-void Require(bool holds, const char* what)
-{
-    if (!holds) {
-        std::fprintf(stderr, "broken: %s\n", what);
-        std::abort();
-    }
-}
 
 class Value
 {

@@ -48,19 +48,19 @@ struct KoIdxBounds {
 /// whose high end is below its low end gives no useful number.
 ///
 // clang-format off
-/// | type                          | estimate                                                        |
-/// |-------------------------------|-----------------------------------------------------------------|
-/// | numbers, dates and times,     | as above                                                        |
-/// | KoObjId, KoRef, KoSeal        |                                                                 |
-/// | o_8b, o_u8b, KoInt64          | as above, and at least one step where the key can exist         |
-/// | o_float, o_double, d_Interval | as above; what is not 0 is at least 2^-23                       |
-/// | null-capable scalars          | null comes first; a null end stands for a fixed part of a step: |
-/// |                               | 0.5 of the keys beyond it, 0.1 of those equal to a value, 0.001 |
-/// |                               | of those equal to null                                          |
-/// | texts                         | as below                                                        |
-/// | KoBoolean                     | 1/3                                                             |
-/// | KoClassId, KoBlob             | 1, with or without `bounds`; `newBounds` stays as it is         |
-/// | the reserved type             | 0; `newBounds` stays as it is                                   |
+/// | type                          | estimate                                                  |
+/// |-------------------------------|-----------------------------------------------------------|
+/// | numbers, dates and times,     | as above                                                  |
+/// | KoObjId, KoRef, KoSeal        |                                                           |
+/// | o_8b, o_u8b, KoInt64          | as above, and at least one step where the key can exist   |
+/// | o_float, o_double, d_Interval | as above; what is not 0 is at least 2^-23                 |
+/// | null-capable scalars          | null comes first; a null end stands for a part of a step: |
+/// |                               | 0.5 of the keys beyond it, 0.1 of those equal to a value, |
+/// |                               | 0.001 of those equal to null                              |
+/// | texts                         | as below                                                  |
+/// | KoBoolean                     | 1/3                                                       |
+/// | KoClassId, KoBlob             | 1, with or without `bounds`; `newBounds` stays as it is   |
+/// | the reserved type             | 0; `newBounds` stays as it is                             |
 // clang-format on
 ///
 /// Texts count as if they were spread evenly by their letters and digits. A pattern is the range of

@@ -17,11 +17,11 @@
 // clang-format off
 ///     struct Axis {
 ///         explicit Axis(unsigned char format);
-///         unsigned Size() const;                           // bytes of an element in the format
+///         unsigned Size() const;                   // bytes of an element in the format
 ///         Value Read(const unsigned char* element) const;
-///         static double From(const Value&);                // the lowest and the highest number that
-///         static double To(const Value&);                  // a value stands for; two with wildcards
-///         static Value Lowest(), Highest();                // the values of an open end
+///         static double From(const Value&);        // the lowest and the highest number
+///         static double To(const Value&);          // that it stands for: two with wildcards
+///         static Value Lowest(), Highest();        // the values of an open end
 ///         static constexpr KoAxisKind kKind;
 ///     };
 // clang-format on

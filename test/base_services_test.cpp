@@ -1,6 +1,7 @@
 #include "clock.h"
 #include "datafile.h"
 #include "failing_heap.h"
+#include "reports.h"
 
 #include <kobase.h>
 
@@ -160,40 +161,20 @@ TEST(BaseMemFile, StaysInsideItsBytes)
 
 // ---- assertions and memory -------------------------------------------------
 
-std::string g_report;
-
 TEST(BaseAssert, GoesToTheHandlerAndReturns)
 {
-    const KoAssertHandler before =
-        KoSetAssertHandler([](const char* text, const char* file, int line) {
-            g_report = std::string(text) + "|" + file + "|" + std::to_string(line);
-        });
-    KORA_assert("a < b", "src\\kostring", 1110);
-    EXPECT_EQ(g_report, "a < b|src\\kostring|1110");
+    {
+        const Reports reports;
+        KORA_assert("a < b", "src\\kostring", 1110);
+        EXPECT_EQ(reports.Texts(), "a < b|src\\kostring|1110;");
+    }
 
-    KoSetAssertHandler(nullptr);
     testing::internal::CaptureStderr();
     KORA_assert("100%s", "src\\kotypes", 3);
     KORA_assert(nullptr, nullptr, 0);
     const std::string lines = testing::internal::GetCapturedStderr();
     EXPECT_NE(lines.find("100%s (src\\kotypes, line 3)\n"), std::string::npos) << lines;
     EXPECT_EQ(std::count(lines.begin(), lines.end(), '\n'), 2) << lines;
-    KoSetAssertHandler(before);
-}
-
-TEST(BaseMemory, FailedAllocationGivesNull)
-{
-    const FailingHeap heap(1);
-    static std::size_t asked;
-    KoSetMemoryHandler([](std::size_t size) { asked = size; });
-    void* first = KoAlloc(0);
-    EXPECT_NE(first, nullptr) << "a size of 0 gives memory too";
-    EXPECT_EQ(KoAlloc(10), nullptr);
-    EXPECT_EQ(asked, 0U) << "telling the handler is the caller's part";
-    KoCallMemoryHandler(4321);
-    EXPECT_EQ(asked, 4321U);
-    KoFree(first);
-    KoFree(nullptr);
 }
 
 TEST(BaseMemoryDeathTest, DefaultHandlerSaysTheSizeAndAborts)
@@ -225,18 +206,6 @@ TEST(BaseConfig, SetsReplacesAndRemoves)
         EXPECT_EQ(DefaultConfig::Set(category, key, nullptr), 0);
     EXPECT_EQ(DefaultConfig::Get("test", "key"), nullptr);
     EXPECT_EQ(DefaultConfig::Set("test", "key", nullptr), 0) << "nothing there to remove";
-}
-
-TEST(BaseConfig, Booleans)
-{
-    const struct {
-        const char* value;
-        bool on;
-    } cases[] = {{"1", true}, {"True", true}, {"11", false}, {"yes ", false}, {nullptr, false}};
-    for (const auto& [value, on] : cases) {
-        DefaultConfig::Set("test", "flag", value);
-        EXPECT_EQ(DefaultConfig::GetBool("test", "flag"), on) << (value ? value : "none");
-    }
 }
 
 // ---- versions --------------------------------------------------------------

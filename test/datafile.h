@@ -197,6 +197,13 @@ inline std::u16string ParseUnits(const std::string& notation)
     return units;
 }
 
+/// The bytes that the characters of a notation name.
+inline std::string ParseString(const std::string& notation)
+{
+    const std::u16string units = ParseUnits(notation);
+    return {units.begin(), units.end()};
+}
+
 /// The text of a notation, of which code set and language may be left out in 16-bit text as well.
 inline KoString ParseText(const std::string& notation)
 {

@@ -34,18 +34,18 @@ inline constexpr unsigned short kExact = 0x0110;
 
 using data::Bytes;
 
-/// The stored form of values; nothing is written beyond it.
+/// The stored form of values, written at an odd address; nothing is written around it.
 inline Bytes Stored(const KoTypeMgr& manager, o_char id, const void* values, unsigned char format,
                     unsigned count)
 {
     constexpr unsigned char kGuard = 0xA5;
     const unsigned size = manager.DiskLenGet(id, values, format, count, KoFMT_MEMORY);
-    Bytes bytes(size + 16, kGuard);
-    EXPECT_EQ(manager.Store(id, bytes.data(), values, format, count), size);
-    for (std::size_t at = size; at < bytes.size(); ++at)
+    Bytes bytes(size + 17, kGuard);
+    EXPECT_EQ(manager.Store(id, bytes.data() + 1, values, format, count), size);
+    EXPECT_EQ(bytes.front(), kGuard);
+    for (std::size_t at = size + 1; at < bytes.size(); ++at)
         EXPECT_EQ(bytes[at], kGuard) << "written beyond the end, format " << int{format};
-    bytes.resize(size);
-    return bytes;
+    return Bytes(bytes.begin() + 1, bytes.begin() + 1 + static_cast<std::ptrdiff_t>(size));
 }
 
 /// The bytes in a buffer of exactly their number, so that a read beyond them is noticed.

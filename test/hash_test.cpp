@@ -31,38 +31,27 @@ TEST(Hash, EveryBitTurnsHalfOfTheHash)
     const struct {
         Kind type;
         unsigned count;
-        Bytes head;       ///< stays as it is
-        unsigned changed; ///< bytes after it
+        unsigned bytes;
         const char* reason;
-    } rows[] = {
-        {"o_2b", 3, {}, 6, "words that are sign-extended"},
-        {"o_u4b", 1, {}, 4, "one element"},
-        {"o_4b", 4, {}, 16, "every place"},
-        {"o_8b", 2, {}, 16, "64 bits"},
-        {"o_double", 2, {}, 16, "bits of floating numbers"},
-        {"KoDate", 2, {}, 8, "packed fields"},
-        {"KoDateTimeN", 2, {}, 22, "fields and nanoseconds"},
-        {"d_Timestamp", 1, {}, 10, "date and time"},
-        {"KoSeal", 1, {}, 6, "three words"},
-        {"KoClassId", 2, {}, 8, "class and version"},
-        {"KoRef", 1, {0, 0, 0, 0}, 10, "all but the tag"},
-        {"KoBlob", 1, {25, 0, 0, 0, 21, 0, 0, 0}, 21, "whole words and a rest"},
-    };
+    } rows[] = {{"o_2b", 3, 6, "words that are sign-extended"},
+                {"o_4b", 4, 16, "every place"},
+                {"o_double", 2, 16, "bits of floating numbers"},
+                {"KoDateTimeN", 2, 22, "fields and nanoseconds"},
+                {"d_Timestamp", 1, 10, "date and time"},
+                {"KoClassId", 2, 8, "class and version"}};
     std::mt19937 random(1);
     for (const auto& row : rows) {
         SCOPED_TRACE(testing::Message() << row.type << ": " << row.reason);
-        Bytes value = row.head;
-        value.resize(row.head.size() + row.changed);
-        std::vector<unsigned> turned(std::size_t{32} * 8 * row.changed);
+        Bytes value(row.bytes);
+        std::vector<unsigned> turned(std::size_t{32} * 8 * row.bytes);
         for (unsigned i = 0; i < kValues; ++i) {
-            for (std::size_t at = row.head.size(); at < value.size(); ++at)
-                value[at] = static_cast<unsigned char>(random());
+            for (unsigned char& byte : value)
+                byte = static_cast<unsigned char>(random());
             const unsigned hash = HashOf(row.type, value, row.count);
             for (std::size_t bit = 0; bit < turned.size() / 32; ++bit) {
-                unsigned char& byte = value[row.head.size() + bit / 8];
-                byte ^= static_cast<unsigned char>(1U << bit % 8);
+                value[bit / 8] ^= static_cast<unsigned char>(1U << bit % 8);
                 const unsigned changed = hash ^ HashOf(row.type, value, row.count);
-                byte ^= static_cast<unsigned char>(1U << bit % 8);
+                value[bit / 8] ^= static_cast<unsigned char>(1U << bit % 8);
                 for (unsigned out = 0; out < 32; ++out)
                     turned[32 * bit + out] += changed >> out & 1U;
             }
@@ -151,52 +140,25 @@ TEST(Hash, KeysInARowSpread)
         void (*put)(Bytes& bytes, unsigned i);
     } rows[] = {
         {"o_double", 1, "whole numbers", [](Bytes& b, unsigned i) { Put(b, double(i)); }},
-        {"o_double", 1, "halves, near and far", [](Bytes& b, unsigned i) { Put(b, i * 0x1p-40); }},
-        {"o_float", 1, "whole numbers", [](Bytes& b, unsigned i) { Put(b, float(i)); }},
         {"o_double", 2, "a plane", PutPair<double>},
         {"o_2b", 1, "16 bits", [](Bytes& b, unsigned i) { Put(b, o_u2b(i)); }},
-        {"o_u1b", 2, "bytes", PutPair<o_u1b>},
-        {"o_4b", 1, "numbers and their complements",
-         [](Bytes& b, unsigned i) { Put(b, i % 2 == 0 ? i / 2 : ~(i / 2)); }},
         {"o_4b", 1, "multiples of 65536", [](Bytes& b, unsigned i) { Put(b, i << 16U); }},
-        {"o_4b", 2, "an element twice", [](Bytes& b, unsigned i) { Put(b, i), Put(b, i); }},
-        {"o_4b", 2, "a plane, so that {a, b} and {b, a} are there", PutPair<o_4b>},
-        {"o_8b", 1, "upper half", [](Bytes& b, unsigned i) { Put(b, o_u8b{i} << 40U); }},
         {"o_8b", 1, "equal halves", [](Bytes& b, unsigned i) { Put(b, o_u8b{i} << 32U | i); }},
         {"KoNull_char", 14, "null or not",
          [](Bytes& b, unsigned i) {
              for (unsigned bit = 0; bit < 14; ++bit)
                  PutFields(b, {i >> bit & 1U, 0});
          }},
-        {"KoBoolean", 14, "true or false",
-         [](Bytes& b, unsigned i) {
-             for (unsigned bit = 0; bit < 14; ++bit)
-                 PutFields(b, {i >> bit & 1U});
-         }},
-        {"KoSeal", 1, "middle words",
-         [](Bytes& b, unsigned i) {
-             PutFields(b, {0, 0, i, i >> 8U, 0, 0});
-         }},
         {"KoDate", 1, "dates of 27 years",
          [](Bytes& b, unsigned i) {
              Put(b, o_u2b(1990 + i / 372));
              PutFields(b, {1 + i / 31 % 12, 1 + i % 31});
-         }},
-        {"KoTime", 1, "seconds of three hours",
-         [](Bytes& b, unsigned i) {
-             PutFields(b, {i / 3600, i / 60 % 60, i % 60});
          }},
         {"KoDateTimeN", 1, "milliseconds",
          [](Bytes& b, unsigned i) {
              PutFields(b, {0xE8, 7, 2, 29, 23, 59, i / 1000});
              Put(b, i % 1000 * 1000000);
          }},
-        {"KoRef", 1, "objects of two classes",
-         [](Bytes& b, unsigned i) {
-             Put(b, 0U), Put(b, i / 2), Put(b, o_u2b(0)), Put(b, o_u2b(0)), Put(b, o_u2b(i % 2));
-         }},
-        {"KoClassId", 1, "versions", PutPair<o_u2b>},
-        {"KoBlob", 1, "zeros", [](Bytes& b, unsigned i) { PutBlob(b, std::string(i, '\0')); }},
         {"KoBlob", 1, "digits", [](Bytes& b, unsigned i) { PutBlob(b, std::to_string(i)); }},
         {"KoIString", 1, "digits", [](Bytes& b, unsigned i) { PutText(b, std::to_string(i)); }},
         {"KoCaseIString", 2, "pairs of numbers",

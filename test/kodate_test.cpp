@@ -1,4 +1,3 @@
-#include "clock.h"
 #include "value.h"
 
 #include <kotms.h>
@@ -43,18 +42,6 @@ TEST(KoDate, EveryDayIsThatOfTheCalendar)
     EXPECT_EQ(KoDate(0), KoDate(-4713, 11, 24));
 }
 
-// Up to the last day number, the year cut to 16 bits.
-TEST(KoDate, TheCalendarRepeatsAfter400Years)
-{
-    std::mt19937 random(400);
-    for (int i = 0; i < 20000; ++i) {
-        const KoDate date(static_cast<int>(random() % 146097));
-        const int periods = static_cast<int>(random() % (kIntMax / 146097));
-        ASSERT_EQ(KoDate(date.dayabs() + 146097 * periods),
-                  KoDate(date.Year() + 400 * periods, date.Month(), date.Day()));
-    }
-}
-
 // Where day numbers leave the calendar.
 TEST(KoDate, DayNumbersOutsideTheCalendar)
 {
@@ -95,31 +82,16 @@ TEST(KoDate, ArithmeticIsThatOfDayNumbers)
     EXPECT_EQ(late - kIntMin, KoDate(static_cast<int>(13692923U + 2147483648U)));
 }
 
-TEST(KoDate, EqualityIsExact)
-{
-    const KoDate date(2024, 7, 5);
-    EXPECT_EQ(date != KoDate(2024, -1, 5), 8);
-    EXPECT_EQ(date == KoDate(2024, -1, 5), 0);
-    EXPECT_EQ(date == KoDate(2024, 7, 5), 1);
-}
-
 TEST(KoDate, ValidDates)
 {
-    const struct {
-        KoDate date;
-        bool isDate;
-        bool isLast;
-    } rows[] = {
-        {{2000, 2, 29}, true, true},   {{2024, 2, 29}, true, true},   {{2024, 2, 28}, true, false},
-        {{1900, 2, 29}, false, false}, {{2023, 4, 31}, false, false}, {{2023, 4, 30}, true, true},
-        {{2023, 13, 1}, false, false}, {{2023, 0, 1}, false, false},  {{2023, 1, 0}, false, false},
-        {{-32768, 1, 1}, true, false}, {{32767, 12, 31}, true, true},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.date.Year() * 10000 + row.date.Month() * 100 + row.date.Day());
-        EXPECT_EQ(row.date.IsDate() != 0, row.isDate);
-        EXPECT_EQ(row.date.IsLastDayOfTheMonth() != 0, row.isLast);
-    }
+    for (const KoDate& last :
+         {KoDate(2000, 2, 29), KoDate(2024, 2, 29), KoDate(2023, 4, 30), KoDate(32767, 12, 31)})
+        EXPECT_TRUE(last.IsDate() != 0 && last.IsLastDayOfTheMonth() != 0) << last.dayabs();
+    for (const KoDate& inside : {KoDate(2024, 2, 28), KoDate(-32768, 1, 1)})
+        EXPECT_TRUE(inside.IsDate() != 0 && inside.IsLastDayOfTheMonth() == 0) << inside.dayabs();
+    for (const KoDate& none : {KoDate(1900, 2, 29), KoDate(2023, 4, 31), KoDate(2023, 13, 1),
+                               KoDate(2023, 0, 1), KoDate(2023, 1, 0)})
+        EXPECT_EQ(none.IsDate() + none.IsLastDayOfTheMonth(), 0) << none.dayabs();
     EXPECT_EQ(KoDate(2024, 12, 25).daynxtmonth(), 7);
 }
 
@@ -142,27 +114,14 @@ TEST(KoDate, WeekdaysAreTrueExceptInFebruary)
     EXPECT_EQ(std::as_const(date).PrintDayOfTheDate(), KoString("Friday"));
 }
 
-TEST(KoDate, TodayIsTheLocalDate)
-{
-    const FixedClock clock({2024, 2, 29, 23, 30, 0, 0}, 60);
-    EXPECT_EQ(KoDate(), KoDate(2024, 3, 1));
-    KoDate date(0);
-    EXPECT_EQ(&date.Today(), &date);
-    EXPECT_EQ(date, KoDate(2024, 3, 1));
-}
-
-TEST(KoDate, SignedDivision)
+TEST(KoDate, DivisionCutsTowardsZero)
 {
     struct Derived : KoDate {
         using KoDate::divide;
         using KoDate::modulo;
     };
     const Derived date;
-    for (const int a : {5, -5, kIntMin, kIntMax}) {
-        for (const int b : {1, 3, -3, kIntMin}) {
-            EXPECT_EQ(date.divide(a, b), a / b) << a << ' ' << b;
-            EXPECT_EQ(date.modulo(a, b), b < 0 ? -(a % b) : a % b) << "with the quotient's sign";
-        }
-        EXPECT_EQ(date.divide(a, 0) + date.modulo(a, 0), 0) << "no division";
-    }
+    EXPECT_TRUE(date.divide(-5, 3) == -1 && date.divide(kIntMin, -3) == 715827882);
+    EXPECT_TRUE(date.modulo(-5, 3) == -2 && date.modulo(5, -3) == -2 && date.modulo(-5, -3) == 2);
+    EXPECT_EQ(date.divide(5, 0) + date.modulo(5, 0), 0);
 }

@@ -13,7 +13,6 @@ namespace
 {
 
 constexpr int kIntMax = std::numeric_limits<int>::max();
-constexpr int kIntMin = std::numeric_limits<int>::min();
 constexpr o_8b kMax = std::numeric_limits<o_8b>::max();
 constexpr o_8b kMin = std::numeric_limits<o_8b>::min();
 const KoTimeStampRec kNow = {2024, 2, 29, 23, 30, 5, 700};
@@ -35,37 +34,26 @@ static std::ostream& operator<<(std::ostream& out, const KoDateTimeN& value)
 
 TEST(KoDateTime, ZonesMoveOneDayAtTheMost)
 {
-    const struct {
-        KoDateTime from;
-        int zone;
-        KoDateTime local;
-        const char* reason;
-    } rows[] = {
-        {At(2024, 3, 1, 0, 30, 7), -60, At(2024, 2, 29, 23, 30, 7), "a day back"},
-        {At(2024, 2, 29, 23, 30, 0), 30, At(2024, 3, 1, 0, 0, 0), "a day on"},
-        {At(2024, 1, 1, 0, 0, 0), 2940, At(2024, 1, 2, 25, 0, 0),
-         "beyond a day the hour stays out"},
-        {At(2024, 1, 2, 0, 0, 0), -1530, At(2024, 1, 1, -2, 30, 0), "and so it does backwards"},
+    const auto moved = [](KoDateTime value, int zone, int error = 0) {
+        KoDateTime back = value;
+        const FixedClock clock(kNow, zone, error);
+        EXPECT_EQ(value.ToLocalTime(), error);
+        const FixedClock turned(kNow, -zone, error);
+        EXPECT_EQ(back.ToUTCTime(), error);
+        EXPECT_EQ(KoDateTimeN(back), KoDateTimeN(value))
+            << "from the zone as into the opposite one";
+        return KoDateTimeN(value);
     };
-    for (const auto& row : rows) {
-        {
-            const FixedClock clock(kNow, row.zone);
-            KoDateTime value = row.from;
-            EXPECT_EQ(value.ToLocalTime(), 0);
-            EXPECT_EQ(KoDateTimeN(value), KoDateTimeN(row.local)) << row.reason;
-        }
-        const FixedClock clock(kNow, -row.zone);
-        KoDateTime value = row.from;
-        EXPECT_EQ(value.ToUTCTime(), 0);
-        EXPECT_EQ(KoDateTimeN(value), KoDateTimeN(row.local)) << row.reason;
-    }
+    EXPECT_EQ(moved(At(2024, 3, 1, 0, 30, 7), -60), KoDateTimeN(At(2024, 2, 29, 23, 30, 7)));
+    EXPECT_EQ(moved(At(2024, 2, 29, 23, 30, 0), 30), KoDateTimeN(At(2024, 3, 1, 0, 0, 0)));
+    EXPECT_EQ(moved(At(2024, 1, 1, 0, 0, 0), 2940), KoDateTimeN(At(2024, 1, 2, 25, 0, 0)))
+        << "beyond a day the hour stays out";
+    EXPECT_EQ(moved(At(2024, 1, 2, 0, 0, 0), -1530), KoDateTimeN(At(2024, 1, 1, -2, 30, 0)));
+    const KoDateTimeN before(At(2024, 3, 1, 0, 30, 0));
+    EXPECT_EQ(moved(At(2024, 3, 1, 0, 30, 0), 0, KoRC_NO_TIMEZONE), before) << "without a zone";
     const FixedClock clock(kNow, 0, KoRC_NO_TIMEZONE);
-    KoDateTime value = At(2024, 3, 1, 0, 30, 0);
-    KoDateTimeN valueN = value;
-    EXPECT_TRUE(value.ToLocalTime() == -2171 && value.ToUTCTime() == -2171);
-    EXPECT_TRUE(valueN.ToLocalTime() == -2171 && valueN.ToUTCTime() == -2171);
-    EXPECT_EQ(valueN, KoDateTimeN(At(2024, 3, 1, 0, 30, 0)));
-    EXPECT_EQ(KoDateTimeN(value), valueN);
+    KoDateTimeN value = before;
+    EXPECT_TRUE(value.ToLocalTime() == -2171 && value.ToUTCTime() == -2171 && value == before);
 }
 
 TEST(KoDateTime, SpecialValues)
@@ -86,6 +74,10 @@ TEST(KoDateTime, SpecialValues)
     EXPECT_EQ(KoDateTimeN().IsNullValue() + KoTimeSpan().IsNullValue(), 2);
     EXPECT_EQ(At(2024, 2, 30, 0, 0, 0).IsDaTime() + At(2024, 2, 29, 24, 0, 0).IsDateTime(), 0);
     EXPECT_EQ(KoDateTimeN(2024, 2, 29, 23, 0, 0, 0).IsValidDateTime(), 1);
+    EXPECT_EQ(KoTime(0, 0, 0).IsTime() + KoTime(23, 59, 59).IsTime(), 2);
+    for (const KoTime& time : {KoTime(24, 0, 0), KoTime(0, 60, 0), KoTime(0, 0, 60),
+                               KoTime(-1, 0, 0), KoTime(0, -1, 0), KoTime(0, 0, -1)})
+        EXPECT_EQ(time.IsTime(), 0);
 }
 
 TEST(KoDateTime, ClockGivesBothParts)
@@ -167,12 +159,6 @@ TEST(KoDateTimeN, Sums)
         value.AddNanoSeconds(n);
         EXPECT_NE(KoTime(value.Time()).IsTime(), 0) << value;
     }
-    for (const double n : {1e300, -1e300, std::numeric_limits<double>::infinity()}) {
-        value.SetTotalSeconds(n);
-        KoDateTimeN limit;
-        limit.SetTotalSeconds(n > 0 ? kMax : kMin);
-        EXPECT_EQ(value, limit);
-    }
     // On both sides of what 64 bits hold as nanoseconds, and far from it.
     for (const double n :
          {9223372036.0, 9223372037.25, 1e11 + 0.5, -9223372036.0, -9223372037.75, -1e11 - 0.25}) {
@@ -186,13 +172,6 @@ TEST(KoDateTimeN, Sums)
     }
     value.SetTotalSeconds(std::numeric_limits<double>::quiet_NaN());
     EXPECT_EQ(value, KoDateTimeN::ZeroValue());
-    for (const int n : {kIntMax, kIntMin}) {
-        value = KoDateTimeN::NullValue();
-        value.AddDays(n);
-        value.AddHours(n);
-        value.AddMinutes(n);
-        EXPECT_NE(value.Time().Minute(), -128);
-    }
 }
 
 TEST(KoDateTimeN, MillisecondClock)
@@ -216,26 +195,6 @@ TEST(KoTimeSpan, Construction)
     EXPECT_EQ(KoTimeSpan(2.25), KoTimeSpan(0, 0, 0, 0, 0, 2, 250000000));
     EXPECT_EQ(KoTimeSpan(-2.25), KoTimeSpan(0, 0, -1, 23, 59, 57, 750000000));
     EXPECT_EQ(KoTimeSpan(65536, 256, 257, 258, 259, 260, 261), KoTimeSpan(0, 0, 1, 2, 3, 4, 261));
-    KoTimeSpan fields(0.0);
-    fields.SetYears(1), fields.SetMonths(2), fields.SetDays(259), fields.SetHours(4);
-    fields.SetMinutes(5), fields.SetSeconds(6), fields.SetNanoSeconds(7);
-    EXPECT_EQ(fields, KoTimeSpan(1, 2, 3, 4, 5, 6, 7));
-    EXPECT_EQ(fields.GetTotalNanoSeconds(), 423 * 86400000000000 + 14706000000007);
-    EXPECT_DOUBLE_EQ(fields.GetTotalSeconds_f(), 423 * 86400 + 14706.000000007);
-}
-
-TEST(KoTimeSpan, SumsNeverGoByTheCalendar)
-{
-    KoTimeSpan span(90061.0);
-    EXPECT_EQ(span, KoTimeSpan(0, 0, 1, 1, 1, 1, 0));
-    span = KoTimeSpan(0, 0, 5, 0, 0, 0, 0);
-    span.AddDays(-10);
-    EXPECT_EQ(span.Days(), -5);
-    span = KoTimeSpan(2024, 1, 31, 0, 0, 0, 0); // a date, were it not a span
-    span.AddDays(1);
-    EXPECT_EQ(span, KoTimeSpan(2024, 2, 2, 0, 0, 0, 0));
-    span.SetTotalSeconds(kMax);
-    EXPECT_EQ(span.Years(), 32767) << "the years of 64 bits of seconds stop at the top";
 }
 
 TEST(KoTimeSpan, Difference)
@@ -248,12 +207,4 @@ TEST(KoTimeSpan, Difference)
         EXPECT_EQ(KoTimeSpan::Difference(span(0), span(1)), span(2));
         EXPECT_EQ(KoTimeSpan::Difference(span(1), span(0)), span(2));
     });
-    using Span = KoTimeSpan;
-    std::mt19937_64 random(45);
-    for (int i = 0; i < 20000; ++i) {
-        const auto any = [&random] { return static_cast<int>(random()); };
-        const Span a(any(), any(), any(), any(), any(), any(), any());
-        const Span b(any(), any(), any(), any(), any(), any(), any());
-        ASSERT_EQ(Span::Difference(a, b), Span::Difference(b, a));
-    }
 }

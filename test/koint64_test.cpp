@@ -1,4 +1,5 @@
 #include "datafile.h"
+#include "reports.h"
 
 #include <kotms.h>
 
@@ -6,7 +7,6 @@
 
 #include <limits>
 #include <random>
-#include <string>
 
 namespace
 {
@@ -21,8 +21,6 @@ o_8b Wrap(Wide n)
 {
     return static_cast<o_8b>(static_cast<o_u8b>(n));
 }
-
-std::string g_assertion;
 
 /// Operands of every magnitude, with the edges among them often.
 o_8b AnyOperand(std::mt19937_64& random)
@@ -92,22 +90,22 @@ TEST(KoInt64, CompoundFormsStoreWhatTheyReturn)
     EXPECT_EQ((n %= 1000).Get8b(), -782);
     EXPECT_EQ((n <<= 4).Get8b(), -12512);
     EXPECT_EQ((n >>= 3).Get8b(), -1564);
+    KoString text;
+    KoInt64(-1).PrintToKoString(text, "%I64u");
+    EXPECT_STREQ(text.StrGet(), "18446744073709551615");
+    n.ScanFromKoString(text, "%I64u");
+    EXPECT_EQ(n.Get8b(), -1);
 }
 
 TEST(KoInt64, DivisionByZeroIsReportedAndGivesZero)
 {
-    const KoAssertHandler before =
-        KoSetAssertHandler([](const char* text, const char* file, int line) {
-            g_assertion += std::string(text) + "|" + file + "|" + std::to_string(line) + ";";
-        });
     for (const o_8b dividend : {o_8b{1}, o_8b{-1}, o_8b{0}, kMin, kMax}) {
-        g_assertion.clear();
+        const Reports reports;
         EXPECT_EQ((KoInt64(dividend) / 0).Get8b(), 0) << dividend;
         EXPECT_EQ((KoInt64(dividend) % 0).Get8b(), 0) << dividend;
-        EXPECT_EQ(g_assertion, "KoInt64 divide by zero|src\\koint64|748;"
-                               "KoInt64 divide by zero|src\\koint64|748;");
+        EXPECT_EQ(reports.Texts(), "KoInt64 divide by zero|src\\koint64|748;"
+                                   "KoInt64 divide by zero|src\\koint64|748;");
     }
-    KoSetAssertHandler(before);
 }
 
 TEST(KoInt64, ConversionFromDoubleKeepsSevenDigits)
@@ -118,16 +116,4 @@ TEST(KoInt64, ConversionFromDoubleKeepsSevenDigits)
         EXPECT_EQ(KoInt64(from).Get8b(), to);
         EXPECT_EQ(KoInt64(-from).Get8b(), -to);
     });
-}
-
-TEST(KoInt64, TextOfTheClass)
-{
-    KoString text;
-    KoInt64(-1).PrintToKoString(text, "%I64u");
-    EXPECT_STREQ(text.StrGet(), "18446744073709551615");
-    KoInt64 back = 7;
-    back.ScanFromKoString(KoString("none"), nullptr);
-    EXPECT_EQ(back.Get8b(), 7);
-    back.ScanFromKoString(text, "%I64u");
-    EXPECT_EQ(back.Get8b(), -1);
 }

@@ -80,16 +80,4 @@ TEST(OrderText, CharactersComeBackFromTheirOrders)
     EXPECT_EQ(KoCollationVersion(), 1U) << "the symbol names stand for the orders of this version";
 }
 
-TEST(OrderText, ExtractsAtTheEndsOfTheRanges)
-{
-    unsigned short a = 77;
-    unsigned short b = 77;
-    EXPECT_EQ(KoExtractSymbolFromOrder(79, a), KoRC_REFUSED);
-    EXPECT_EQ(KoExtractSymbolFromOrder(16128, a), KoRC_REFUSED);
-    EXPECT_EQ(KoExtractDigitFromOrder(16384, a, b), KoRC_REFUSED);
-    EXPECT_TRUE(a == 77 && b == 77);
-    EXPECT_TRUE(KoExtractSymbolFromOrder(16127, a) == 0 && a == 16047);
-    EXPECT_TRUE(KoExtractDigitFromOrder(16128 + 70 + 1, a, b) == 0 && a == 7 && b == 1);
-}
-
 } // namespace

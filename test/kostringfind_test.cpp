@@ -112,16 +112,6 @@ TEST(Find, LongTextsTakeTheTimeOfTheirLength)
 
 TEST(Replace, PutsOneTextForAnother)
 {
-    data::ForEachRow("strings/replace.txt", 6, [](const auto&, const data::Row& row) {
-        for (const unsigned char codeSet : {o_u1b{1}, o_u1b{253}}) {
-            KoString text = Text(data::ParseUnits(row[0]), codeSet, 7);
-            text.ReplaceAll(Text(data::ParseUnits(row[1]), 253), data::ParseText(row[2]),
-                            static_cast<unsigned short>(std::stoul(row[3])));
-            EXPECT_EQ(UnitsOf(text), data::ParseUnits(row[4]));
-            EXPECT_TRUE(text.CodeSet() == codeSet && text.Language() == 7);
-            EXPECT_EQ(text.ByteSize(), text.IsEmpty() ? 0 : (text.Len() + 1) * text.Width());
-        }
-    });
     KoString text("abab");
     EXPECT_STREQ(text.ReplaceAll('a', '\xE9').StrGet(), "\xE9"
                                                         "b\xE9"
@@ -162,19 +152,6 @@ TEST(Replace, AgreesWithEditingStepByStep)
         }
         ASSERT_TRUE(UnitsOf(text.ReplaceAll(from, to)) == UnitsOf(expected))
             << Show(from) << " " << Show(to);
-    }
-}
-
-TEST(Replace, SurvivesWithoutMemory)
-{
-    for (int first = 0; first < 3; ++first) {
-        KoString text("abab");
-        const KoString from("b");
-        const KoString to("xyz");
-        const FailingHeap heap(first);
-        text.ReplaceAll(from, to);
-        EXPECT_EQ(heap.HandlerCalls(), 1);
-        EXPECT_STREQ(text.StrGet(), "abab");
     }
 }
 

@@ -51,21 +51,6 @@ TEST(KoTime, CountsOfSeconds)
     EXPECT_EQ(static_cast<int>(KoTime::NullValue()), -128 * 3661);
 }
 
-TEST(KoTime, EqualityIsExact)
-{
-    EXPECT_EQ(KoTime(12, 30, 0) != KoTime(12, -1, 0), 31);
-    EXPECT_EQ(KoTime(12, -1, 0) != KoTime(12, -1, 0), 0);
-}
-
-TEST(KoTime, ValidTimes)
-{
-    for (const KoTime& time : {KoTime(0, 0, 0), KoTime(23, 59, 59)})
-        EXPECT_EQ(time.IsTime(), 1) << Key(time);
-    for (const KoTime& time : {KoTime(24, 0, 0), KoTime(0, 60, 0), KoTime(0, 0, 60),
-                               KoTime(-1, 0, 0), KoTime(0, -1, 0), KoTime(0, 0, -1)})
-        EXPECT_EQ(time.IsTime(), 0) << Key(time);
-}
-
 TEST(KoTime, ClockAndZone)
 {
     const KoTimeStampRec now = {2024, 2, 29, 23, 30, 5, 700};

@@ -12,8 +12,7 @@ struct Key {
 
 Key Cut(const KoTypeMgr& manager, const Value& value, unsigned char format, const std::string& kept)
 {
-    Bytes bytes(manager.DiskLenGet(value.Id(), value.Data(), format, 1, KoFMT_MEMORY));
-    manager.Store(value.Id(), bytes.data(), value.Data(), format, 1);
+    Bytes bytes = Stored(manager, value.Id(), value.Data(), format, 1);
     Key key;
     if (kept != "-")
         bytes.resize(key.told = static_cast<unsigned>(std::stoul(kept)));

@@ -12,52 +12,6 @@
 namespace
 {
 
-bool IsScalar(o_char id)
-{
-    const std::string name = KoTypeMgr().NameGet(id);
-    return (id <= KoBLOCKID_T && id != KoSTRING_T && id != KoDATE_T && id != KoTIME_T) ||
-           id == Ko8B_T || id == KoU8B_T || id == KoINT64_T || name.substr(0, 7) == "KoNull_";
-}
-
-/// Scalars, identities, booleans and seals under every format byte, at odd addresses. The bytes of
-/// the two orders stand in the golden corpus, and every other format byte names one of them or the
-/// form in memory.
-TEST(Scalars, PersistentBytes)
-{
-    const KoTypeMgr manager;
-    for (o_char id = 0; id < KoRES_T; ++id) {
-        const bool identity = id == KoOBJID_T || id == KoCLID_T || id == KoREF_T;
-        if (!IsScalar(id) && !identity && id != KoBOOLEAN_T && id != KoSEAL_T)
-            continue;
-        const unsigned memoryBit = identity ? 0 : KoFMT_MEMORY; // means nothing for identities
-        SCOPED_TRACE(manager.NameGet(id));
-        const FixtureArray values(manager, id);
-        const unsigned width = manager.DiskLenGet(id, nullptr, 1, 1, 8);
-        for (unsigned byte = 0; byte < 256; ++byte) {
-            SCOPED_TRACE(testing::Message() << "format " << byte);
-            const auto format = static_cast<unsigned char>(byte);
-            for (const unsigned count : {0U, 1U, values.Count()}) {
-                const unsigned char order = (byte & 15) == 2 ? KoFMT_BIG : KoFMT_LITTLE;
-                Bytes expected = Stored(manager, id, values.Data(), order, count);
-                const auto size = static_cast<unsigned>(expected.size());
-                for (unsigned i = 0; i < count && (byte & memoryBit) != 0; ++i)
-                    std::memcpy(&expected[i * width], values[i], width);
-                MemFile file(nullptr, 0);
-                EXPECT_EQ(manager.DiskLenGet(id, nullptr, format, count, 8), size);
-                EXPECT_EQ(manager.DiskLenGetFromMemFile(id, &file, format, count), size);
-                Bytes stored(size + 2, 0xA5);
-                EXPECT_EQ(manager.Store(id, stored.data() + 1, values.Data(), format, count), size);
-                EXPECT_EQ(Bytes(stored.begin() + 1, stored.end() - 1), expected);
-                EXPECT_EQ(stored.front() + stored.back(), 2 * 0xA5) << "bytes around";
-                const Array loaded{manager, id, manager.Create(id, count), count};
-                EXPECT_EQ(manager.Load(id, loaded.data, stored.data() + 1, format, count), size);
-                EXPECT_EQ(Stored(manager, id, loaded.data, KoFMT_BIG, count),
-                          Stored(manager, id, values.Data(), KoFMT_BIG, count));
-            }
-        }
-    }
-}
-
 TEST(Scalars, Translate)
 {
     const struct {
@@ -91,14 +45,6 @@ TEST(Scalars, Translate)
             << row.reason;
         EXPECT_EQ(Bytes(to, to + row.bytes.size()), row.bytes) << row.reason;
     }
-
-    o_4b number = 0x01020304;
-    unsigned char stored[4];
-    EXPECT_EQ(manager.Translate(Ko4B_T, stored, 0xF2, 4, &number, 8, 4, 1), 4U);
-    EXPECT_EQ(stored[0], 1) << "only the order of the destination format counts";
-    number = 0;
-    EXPECT_EQ(manager.Translate(Ko4B_T, &number, 8, 4, stored, 2, 4, 1), 4U);
-    EXPECT_EQ(number, 0x01020304);
 }
 
 /// Smallest and largest value, and every kind of step, of a type that is a sequence.
@@ -156,15 +102,6 @@ TEST(Scalars, Sequences)
         alignas(8) unsigned char value[16] = {};
         EXPECT_EQ(manager.GetValue(id, value, 0, 8, 'N'), KoRC_NOT_SUPPORTED) << int{id};
     }
-}
-
-TEST(Scalars, PrintFunctionIsTheExportedOne)
-{
-    o_char word[] = {'a', 'b', 0, 0};
-    KoString text;
-    KoTypeMgr().PrintToKoString(Ko1B_T, text, word, "[%4c]", 4);
-    EXPECT_STREQ(text.StrGet(), "[  ab]");
-    EXPECT_EQ(KoTypeMgr().ExchangePrintToKoStringFunc(Ko1B_T, nullptr), &CharPrintToKoString);
 }
 
 } // namespace

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <functional>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -16,6 +15,7 @@ namespace
 const KoTypeMgr current;
 const KoTypeMgr compat(0);
 
+/// The older layout and the key forms may take less than they ask for.
 Bytes Stored(const KoTypeMgr& manager, o_char type, const void* text, unsigned char format)
 {
     Bytes bytes(manager.DiskLenGet(type, text, format, 1, KoFMT_MEMORY));
@@ -181,58 +181,50 @@ TEST(StringBounds, EstimatesOfPartsFitTogether)
 }
 
 /// Texts of few characters, so that many share beginnings and differ in one thing alone.
-class TextMaker
+class TextMaker : public Random
 {
 public:
-    explicit TextMaker(unsigned seed) : m_random(seed) { Turn(); }
-
-    unsigned Below(std::size_t end) { return static_cast<unsigned>(m_random() % end); }
+    explicit TextMaker(unsigned seed) : Random(seed) {}
 
     /// Takes other characters, from everywhere in the scheme of orders.
     void Turn()
     {
-        static const std::u16string kNarrow =
+        static const char16_t kNarrow[] =
             u"aAbBkK01 -+\u00E1\u00C1\u00E4\u00DF\u00C6\u00E6\u00D8\u00FE\u00AA\u00BD\u00FF";
-        static const std::u16string kWide =
+        static const char16_t kWide[] =
             u"aA -\u0137\u0149\u01C6\u01C5\u01C4\u01CB\u0131\u017F\u03B1\u0391\u1E9E\u3F01\u4E00"
             u"\u516C\u6B20\u5004\u7FFF\u8000\uF601\uFFFD\uFFFF";
-        m_narrow.clear();
         m_wide = {char16_t{0xD800}};
-        for (int i = 0; i < 5; ++i) {
-            m_narrow += kNarrow[Below(kNarrow.size())];
-            m_wide += kWide[Below(kWide.size())];
+        for (char16_t& narrow : m_narrow) {
+            narrow = kNarrow[Below(std::size(kNarrow) - 1)];
+            m_wide += {narrow, kWide[Below(std::size(kWide) - 1)]};
         }
-        m_wide += m_narrow;
-    }
-
-    std::u16string Characters(bool narrow, bool pattern)
-    {
-        const std::u16string& from = narrow ? m_narrow : m_wide;
-        std::u16string text;
-        if (Below(20) == 0)
-            text.assign(Below(300), from[Below(from.size())]); // longer than an end can be
-        for (unsigned n = Below(5); n > 0; --n) {
-            text += from[Below(from.size())];
-            if (pattern && Below(3) == 0)
-                text += u"*?\\"[Below(3)];
-        }
-        return text;
     }
 
     KoString Make(bool bytes, bool pattern)
     {
         if (Below(30) == 0)
             return NullText();
+        const bool narrow = bytes || Below(2) == 0;
+        const std::u16string& from = narrow ? m_narrow : m_wide;
+        const auto any = [&] { return from[Below(static_cast<unsigned>(from.size()))]; };
+        std::u16string text;
+        if (Below(20) == 0)
+            text.assign(Below(300), any()); // longer than an end can be
+        for (unsigned n = Below(5); n > 0; --n) {
+            text += any();
+            if (pattern && Below(3) == 0)
+                text += u"*?\\"[Below(3)];
+        }
         if (bytes)
-            return Text(Characters(true, pattern), KoCS_NONE);
-        const bool latin = Below(2) == 0;
-        return Text(Characters(latin, pattern), latin ? KoCS_LATIN1 : KoCS_UNICODE,
-                    Below(8) == 0 ? KoLANG_CHINESE : KoLANG_NONE);
+            return ::Text(text, KoCS_NONE);
+        return ::Text(text, narrow ? KoCS_LATIN1 : KoCS_UNICODE,
+                      Below(8) == 0 ? KoLANG_CHINESE : KoLANG_NONE);
     }
 
 private:
-    std::mt19937_64 m_random;
-    std::u16string m_narrow, m_wide;
+    std::u16string m_narrow = u"     ";
+    std::u16string m_wide;
 };
 
 constexpr unsigned kKeys = 60;

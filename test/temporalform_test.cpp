@@ -1,3 +1,5 @@
+#include "fixtures.h"
+
 #include <kotms.h>
 
 #include <gtest/gtest.h>
@@ -10,16 +12,6 @@
 
 namespace
 {
-
-using Bytes = std::vector<unsigned char>;
-
-Bytes Stored(o_char id, const void* value, unsigned char format)
-{
-    const KoTypeMgr manager;
-    Bytes bytes(manager.DiskLenGet(id, value, format, 1, KoFMT_MEMORY));
-    manager.Store(id, bytes.data(), value, format, 1);
-    return bytes;
-}
 
 /// What a field takes part in an order with.
 enum Part {
@@ -91,8 +83,8 @@ void CheckOrders(o_char id, Make make)
         const int inMemory = manager.Cmp(id, &a, &b, 0x10, 1, KoFMT_MEMORY);
         ASSERT_EQ((inMemory > 0) - (inMemory < 0), Order(fieldsA, fieldsB, true));
         for (const unsigned char format : {KoFMT_LITTLE, KoFMT_BIG}) {
-            Bytes bytesA = Stored(id, &a, format);
-            Bytes bytesB = Stored(id, &b, format);
+            Bytes bytesA = Stored(manager, id, &a, format, 1);
+            Bytes bytesB = Stored(manager, id, &b, format, 1);
             ASSERT_EQ(manager.Hash(id, 0, bytesA.data(), 1, format, status), hash);
             for (const unsigned short op : kOperators)
                 ASSERT_EQ(manager.Cmp(id, bytesA.data(), bytesB.data(), op, 1, format),

@@ -11,14 +11,6 @@
 namespace
 {
 
-constexpr int kLastDay = 13689325; // 32767-12-31
-
-template <class T>
-T Draw(std::mt19937_64& random, T low, T high)
-{
-    return std::uniform_int_distribution<T>(low, high)(random);
-}
-
 /// A number of any size, small ones and the limits more often.
 int AnyInt(std::mt19937_64& random)
 {
@@ -35,44 +27,6 @@ int AnyInt(std::mt19937_64& random)
 }
 
 } // namespace
-
-/// Of the classes whose counts no other test compares with one long count; their exceptions stand
-/// in test/data/dates/sums.txt.
-TEST(TemporalLaws, SumsGoBack)
-{
-    std::mt19937_64 random(47);
-    for (int i = 0; i < 50000; ++i) {
-        const KoTime time(Draw(random, 0, 86399));
-        const int seconds = Draw(random, -100 * 3600, 100 * 3600);
-        const KoTime back = time + seconds - seconds; // hour 24 may stand for 0
-        ASSERT_EQ(int{back} % 86400, int{time}) << seconds;
-        ASSERT_TRUE(back == time || time.Hour() == 0) << int{time} << ' ' << seconds;
-
-        const int middle = Draw(random, 0, kLastDay - 30000);
-        const KoDateTime dateTime(KoDate(middle + 1), time);
-        KoDateTime moved = dateTime;
-        const int far = static_cast<int>(Draw<o_8b>(random, -0x7FFFFFFF, 0x7FFFFFFF));
-        moved.AddSeconds(far);
-        moved.AddSeconds(-far);
-        ASSERT_EQ(moved.Date(), dateTime.Date()) << far;
-        ASSERT_EQ(int{moved.Time()} % 86400, int{time}) << far;
-        ASSERT_TRUE(moved.Time() == time || time.Hour() == 0) << far;
-
-        KoDateTimeN precise = dateTime;
-        precise.AddNanoSeconds(Draw(random, 0, 999999999));
-        KoDateTimeN total;
-        total.SetTotalSeconds(precise.GetTotalSeconds());
-        total.AddNanoSeconds(precise.NanoSeconds());
-        ASSERT_EQ(total, precise);
-    }
-    // 64 bits hold the nanoseconds of 292 years from the epoch.
-    for (const auto& [year, held] : {std::pair(2024, false), {-291, true}}) {
-        const KoDateTimeN start(KoDate(year, 1, 1));
-        KoDateTimeN wrapped;
-        wrapped.SetTotalNanoSeconds(start.GetTotalNanoSeconds());
-        EXPECT_EQ(wrapped == start, held) << year;
-    }
-}
 
 /// Nothing overflows, whatever the fields and counts: what is asserted is that operations agree.
 TEST(TemporalLaws, LimitsAreSafe)

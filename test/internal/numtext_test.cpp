@@ -145,15 +145,11 @@ TEST(NumberText, ShortestTextsReadBack)
         const char* reason;
     } rows[] = {
         {6.1, "6.1", "17 digits are 6.0999999999999996"},
-        {100000, "100000", "written out although 1e+05 is shorter"},
         {-0.0, "-0", "the sign of zero"},
-        {0.0001, "0.0001", "the smallest without an exponent"},
         {0.00001, "1e-05", "the largest with one"},
-        {1e16, "10000000000000000", "17 digits"},
         {1e17, "1e+17", "18 digits"},
         {72057594037927936.0, "72057594037927936", "a whole number, exactly"},
         {5e-324, "5e-324", "the smallest"},
-        {-kInf, "-inf", "no digits"},
         {kNan, "nan", "no number"},
     };
     char room[kRoomForShortest];
@@ -169,35 +165,6 @@ TEST(NumberText, ShortestTextsReadBack)
             ExpectShortest(value);
         ExpectShortest(static_cast<double>(bits >> bits % 64) / 1000);
         ExpectShortest(static_cast<float>(bits >> bits % 64) / 1000);
-    }
-}
-
-// Every value that a type prints under its default format comes back through both readers.
-TEST(NumberText, DefaultFormatsAreReadBack)
-{
-    const auto check = [](auto value, const char* format) {
-        const std::string text = Print(format, value);
-        auto back = static_cast<decltype(value)>(value + 1);
-        unsigned errorAt;
-        ASSERT_EQ(KoParseNumber(back, text.data(), text.size(), format, errorAt), 0) << text;
-        ASSERT_EQ(back, value) << text;
-    };
-    for (int i = -32768; i < 65536; ++i) {
-        check(static_cast<o_char>(i), "%c");
-        check(static_cast<o_u1b>(i), "%c");
-        check(static_cast<o_2b>(i), "%hd");
-        check(static_cast<o_u2b>(i), "%hu");
-    }
-    std::mt19937_64 random(3);
-    for (int i = 0; i < 20000; ++i) {
-        const o_u8b bits = random() >> (random() % 64);
-        check(static_cast<o_4b>(bits), "%ld");
-        check(static_cast<o_u4b>(bits), "#%lu");
-        check(static_cast<o_u4b>(bits), "%d");
-        check(static_cast<o_4b>(bits), "%08X");
-        check(static_cast<o_8b>(0 - bits), "%I64d");
-        check(bits, "%I64u");
-        check(static_cast<float>(bits), "%.17g");
     }
 }
 

@@ -1,3 +1,4 @@
+#include "datafile.h"
 #include "testfiles.h"
 
 #include <csvreader.h>
@@ -35,37 +36,9 @@ std::string Rows(const std::string& text)
 
 TEST(CsvReader, RowsAndTheirBytes)
 {
-    const struct {
-        const char* reason;
-        std::string text;
-        std::string rows;
-    } kCases[] = {
-        {"LF", "a,b\nc,d\n", "[a][b]<a,b\n>[c][d]<c,d\n>"},
-        {"CRLF belongs to its row", "a\r\nb\r\n", "[a]<a\r\n>[b]<b\r\n>"},
-        {"CR alone ends a row", "a\rb", "[a]<a\r>[b]<b>"},
-        {"no line end at the end", "a,\nb,", "[a][]<a,\n>[b][]<b,>"},
-        {"byte order mark",
-         "\xEF\xBB\xBF"
-         "a\n",
-         "[a]<a\n>"},
-        {"empty lines are no rows", "\n\r\na\n\n", "[a]<a\n>"},
-        {"empty fields", ",a,,b,\r\n,\n,,", "[][a][][b][]<,a,,b,\r\n>[][]<,\n>[][][]<,,>"},
-        {"a quote after plain rows", "a,b\n\"c\",d\ne\n", "[a][b]<a,b\n>[c][d]<\"c\",d\n>[e]<e\n>"},
-        {"blanks belong to the field", " a ,\tb\n", "[ a ][\tb]< a ,\tb\n>"},
-        {"doubled quotes and line breaks", "\"a\"\"b\",\"c\r\nd\ne\"\nf\n",
-         "[a\"b][c\r\nd\ne]<\"a\"\"b\",\"c\r\nd\ne\"\n>[f]<f\n>"},
-        {"a NUL is handed on", std::string("a\0b\n", 4),
-         "[" + std::string("a\0b", 3) + "]<" + std::string("a\0b\n", 4) + ">"},
-        {"a quote inside costs its line only", "x\na,5\"b,c\ny\n",
-         "[x]<x\n>!quote that@2:4:5<a,5\"b,c\n>[y]<y\n>"},
-        {"text after a closing quote", "\"a\"b\ny\n", "!quote that@1:4:3<\"a\"b\n>[y]<y\n>"},
-        {"never closed: the rest is one row", "x\na,\"b\nc\n",
-         "[x]<x\n>!quote that@2:3:4<a,\"b\nc\n>"},
-        {"never closed after doubled quotes", "\"\"\"a\"\"\n", "!quote that@1:1:0<\"\"\"a\"\"\n>"},
-        {"nothing", "", ""},
-    };
-    for (const auto& c : kCases)
-        EXPECT_EQ(Rows(c.text), c.rows) << c.reason;
+    data::ForEachRow("csvrows.txt", 3, [](const auto&, const data::Row& row) {
+        EXPECT_EQ(Rows(data::ParseString(row[0])), data::ParseString(row[1]));
+    });
 }
 
 TEST(CsvReader, PlacesInsideFields)
@@ -74,25 +47,17 @@ TEST(CsvReader, PlacesInsideFields)
     CsvReader csv(folder.Write("csv", "h\r\n\xC3\xA9,\"a\"\"b\r\nc\",d\n"));
     ASSERT_EQ(csv.Next(), CsvReader::Result::Row);
     ASSERT_EQ(csv.Next(), CsvReader::Result::Row);
-    const struct {
-        const char* reason;
-        std::size_t field;
-        std::size_t byte;
-        FilePosition at;
-    } kCases[] = {
-        {"columns are characters", 0, 2, {2, 2, 5}},
-        {"after the opening quote", 1, 0, {2, 4, 7}},
-        {"after a doubled quote", 1, 2, {2, 7, 10}},
-        {"after the line break", 1, 5, {3, 1, 13}},
-        {"next field", 2, 0, {3, 4, 16}},
-        {"end of the last field", 2, 1, {3, 5, 17}},
+    const auto place = [&csv](std::size_t field, std::size_t byte) {
+        const FilePosition at = csv.Locate(field, byte);
+        return std::vector<std::uint64_t>{at.line, at.column, at.offset};
     };
-    for (const auto& c : kCases) {
-        const FilePosition at = csv.Locate(c.field, c.byte);
-        EXPECT_EQ(at.line, c.at.line) << c.reason;
-        EXPECT_EQ(at.column, c.at.column) << c.reason;
-        EXPECT_EQ(at.offset, c.at.offset) << c.reason;
-    }
+    using Place = std::vector<std::uint64_t>;
+    EXPECT_EQ(place(0, 2), Place({2, 2, 5})) << "columns are characters";
+    EXPECT_EQ(place(1, 0), Place({2, 4, 7})) << "behind the opening quote";
+    EXPECT_EQ(place(1, 2), Place({2, 7, 10})) << "behind a doubled quote";
+    EXPECT_EQ(place(1, 5), Place({3, 1, 13})) << "behind the line break";
+    EXPECT_EQ(place(2, 0), Place({3, 4, 16})) << "next field";
+    EXPECT_EQ(place(2, 1), Place({3, 5, 17})) << "end of the last field";
 }
 
 // The reader's buffer ends in the middle of rows, fields and line ends at every possible place.

@@ -6,7 +6,6 @@
 #include <signal.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <chrono>
 #include <thread>
 
@@ -28,12 +27,6 @@ void Expect(const Step& step)
     const Outcome run = RunKotm(step.arguments);
     EXPECT_EQ(run.status, step.status) << step.reason << "\n" << run.out;
     EXPECT_NE(run.out.find(step.output), std::string::npos) << step.reason << "\n" << run.out;
-}
-
-std::string BytesOf(const std::string& cell)
-{
-    const std::u16string units = data::ParseUnits(cell);
-    return {units.begin(), units.end()};
 }
 
 class KotmStore : public testing::Test
@@ -85,7 +78,7 @@ TEST(Kotm, Answers)
         const Outcome run = RunKotm(arguments);
         EXPECT_EQ(std::to_string(run.status), row[1]) << run.out;
         if (row[2].rfind("= ", 0) == 0) {
-            EXPECT_EQ(run.out, BytesOf(row[2]));
+            EXPECT_EQ(run.out, data::ParseString(row[2]));
         } else {
             EXPECT_NE(run.out.find(row[2]), std::string::npos) << run.out;
         }
@@ -97,7 +90,7 @@ TEST_F(KotmStore, RejectsRowsWithTheirPlaces)
     const std::vector<data::Row> rows = data::Read("rejects.txt", 4).at(0).rows;
     std::string csv = "\xEF\xBB\xBFId,Title,Latin,Weight\n";
     for (const data::Row& row : rows)
-        csv += BytesOf(row[0]);
+        csv += data::ParseString(row[0]);
     const std::string rejects = m_folder.Path("rejects");
     const Outcome run = Import(csv, "--rejects " + rejects);
     EXPECT_EQ(run.status, 1);
@@ -117,7 +110,7 @@ TEST_F(KotmStore, RejectsRowsWithTheirPlaces)
         const std::size_t end = kept.find('\n', line);
         const std::string reason = kept.substr(line, end - line);
         EXPECT_NE(reason.find(row[2]), std::string::npos) << reason;
-        const std::string rejected = BytesOf(row[0]);
+        const std::string rejected = data::ParseString(row[0]);
         EXPECT_EQ(kept.substr(end + 1, rejected.size()), rejected);
         at = end + 1 + rejected.size();
     }
@@ -131,7 +124,7 @@ TEST_F(KotmStore, FailedImportsLeaveTheStoreAsItWas)
     const std::string before = ReadAll(m_store);
     data::ForEachRow("failedimports.txt", 4, [&](const auto&, const data::Row& row) {
         m_folder.Write("schema", row[0] == "-" ? kSchema : row[0]);
-        const Outcome run = Import(BytesOf(row[1]));
+        const Outcome run = Import(data::ParseString(row[1]));
         EXPECT_EQ(run.status, 2);
         EXPECT_NE(run.out.find(row[2]), std::string::npos) << run.out;
         EXPECT_EQ(ReadAll(m_store), before);
@@ -229,28 +222,14 @@ TEST_F(KotmStore, AnswersTheSameByIndexAndByScan)
     ASSERT_EQ(Check().status, 0) << Check().out;
     const std::string text = "\"" + common + common + "20\"";
     const std::string shorter = "\"" + common.substr(0, 250) + "\"";
-    const struct {
-        std::string byIndex;
-        std::string byScan;
-    } kCases[] = {
-        {"a > -5 and a <= 7 and a < 6 and a >= -5", "b > -5 and b < 6"},
-        {"a = 3 and not s = \"k9\"", "b = 3 and t != \"k9\""},
-        {"s = " + text, "t = " + text},
-        {"s >= " + text, "t >= " + text},
-        {"s = " + shorter, "t = " + shorter},
-        {"s <= " + shorter, "t <= " + shorter},
-        {"not s < " + shorter, "t >= " + shorter},
-    };
     const auto ask = [&](const std::string& predicate, const std::string& rest) {
         return Query("'" + predicate + "' " + rest);
     };
-    for (const auto& c : kCases) {
-        const std::string rows = ask(c.byIndex, "--order b");
-        EXPECT_EQ(rows, ask(c.byScan, "--order b")) << c.byIndex;
-        const auto lines = std::count(rows.begin(), rows.end(), '\n') - 1;
-        EXPECT_EQ(ask(c.byIndex, "--count"), std::to_string(lines) + "\n") << c.byIndex;
-    }
     for (const std::string& longText : {text, shorter}) {
+        for (const char* op : {"= ", ">= ", "<= "})
+            EXPECT_EQ(ask("s " + (op + longText), "--order b"),
+                      ask("t " + (op + longText), "--order b"));
+
         const Outcome plan = RunKotm("explain " + m_store + " 's = " + longText + "'");
         EXPECT_NE(plan.out.find("plan: index on s, from mmm"), std::string::npos) << plan.out;
     }
@@ -298,31 +277,13 @@ TEST_F(KotmStore, SaysWhatIsWrongWithAStore)
         EXPECT_EQ(Import(csv).status, 3) << c.reason;
         EXPECT_TRUE(ReadAll(m_store) == c.bytes) << c.reason;
     }
-    // A page that says what no page may: that it has another number, another kind, a table that
-    // ends nowhere, one that goes beyond it, nodes outside, and a length beyond the page.
-    const std::size_t pages = whole.size() / 4096;
-    for (const std::size_t field : {0U, 10U, 12U, 14U, 16U, 4096U}) {
-        for (std::size_t page = pages - 5; page < pages; ++page) {
-            std::string bytes = whole;
-            const auto byte = [&bytes](std::size_t at) {
-                return std::size_t{static_cast<unsigned char>(bytes[at])};
-            };
-            const std::size_t node = byte(page * 4096 + 16) | byte(page * 4096 + 17) << 8;
-            bytes.replace(page * 4096 + (field == 4096U ? node + 6 : field), 2, "\xFD\xFF");
-            m_folder.Write("store", bytes);
-            Expect({"a broken page", "check " + m_store, 3, "is damaged: page "});
-        }
-    }
     const std::string lowest("\x0B\0\x10\x0B\0\x01\0title 0", 14);
     ASSERT_NE(whole.find(lowest), std::string::npos);
     m_folder.Write("store", overwritten(lowest, lowest.substr(0, 3) + "\xFF"));
     Expect({"the lowest entry is longer than it is", "query " + m_store + " 'title > \"x\"'", 3,
             "an entry that holds no value"});
-    // One text in a record: the index and the record no longer agree.
     std::string bytes = whole;
-    const std::size_t at = bytes.find("title 777");
-    ASSERT_NE(at, std::string::npos);
-    bytes[at] = 'T';
+    bytes.at(bytes.find("title 777")) = 'T'; // in its record, and not in the index
     m_folder.Write("store", bytes);
     Expect({"a changed value", "check " + m_store, 3, "fault: "});
 }
