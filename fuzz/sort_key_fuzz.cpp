@@ -41,8 +41,10 @@ Key ValueOf(KoTypeMgr& manager, o_char id, const std::uint8_t* data, std::size_t
     auto* const text = static_cast<KoString*>(manager.Create(KoSTRING_T, 1));
     *text = KoString(reinterpret_cast<const char*>(data + 1),
                      static_cast<unsigned short>(std::min<std::size_t>(size - 1, 1000)));
-    text->SetCodeSet(data[0] % 2 == 0 ? KoCS_UNICODE : std::max<unsigned char>(data[0] / 4, 1));
-    text->SetLanguage(data[0] % 5 == 0 ? KoLANG_CHINESE : KoLANG_NONE);
+    const auto narrow = static_cast<unsigned char>(std::max(data[0] / 4, 1));
+    text->SetCodeSet(data[0] % 2 == 0 ? static_cast<unsigned char>(KoCS_UNICODE) : narrow);
+    if (data[0] % 5 == 0)
+        text->SetLanguage(KoLANG_CHINESE);
     KoTypeConvertData* const record = KoTypeConvertData::Make(KoSTRING_T, 1, text, &manager);
     void* const value = manager.ConvertFrom(id, record, 1);
     delete record;

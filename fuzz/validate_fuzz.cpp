@@ -67,7 +67,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         return 0;
     static const KoTypeMgr manager(5);
     const Input in{static_cast<o_char>(data[0] % KoTYPE_COUNT),
-                   (data[1] & 1) != 0 ? KoFMT_BIG : KoFMT_LITTLE,
+                   static_cast<unsigned char>((data[1] & 1) != 0 ? KoFMT_BIG : KoFMT_LITTLE),
                    static_cast<unsigned>(data[1] >> 1 & 3),
                    static_cast<unsigned short>((data[2] & 0xF0) | (data[2] & 3) << 8)};
     if (in.id == KoRES_T)

@@ -7,6 +7,8 @@
 #include "kohashwalk.h"
 #include "konulltext.h"
 
+#include "core/sort_key.h"
+
 int BooleanCompare(unsigned char, unsigned length1, void* value1, unsigned length2, void* value2,
                    unsigned short, unsigned count, int& status)
 {
@@ -90,7 +92,7 @@ struct BooleanOps : ElementOps<KoBoolean, BooleanOps, KoBOOLEAN_T> {
     {
         return ko::WriteElementKeys<1>(
             key, room, value, 1, count, [](unsigned char* out, const unsigned char* at) {
-                const auto boolean = ReadValue<KoBoolean>(at);
+                const auto boolean = ko::ReadValue<KoBoolean>(at);
                 *out = boolean.IsNullValue() != 0
                            ? 0
                            : static_cast<unsigned char>(1 + (boolean.IsTrue() != 0 ? 1 : 0));

@@ -8,6 +8,8 @@
 #include "koidentitytext.h"
 #include "konulltext.h"
 
+#include "core/sort_key.h"
+
 #include <bit>
 
 /// The operations of the identity types, told for each by a traits struct:

@@ -4,6 +4,8 @@
 #include "konulltext.h"
 #include "koscalarops.h"
 
+#include "core/sort_key.h"
+
 #include <_konulty.h>
 
 /// Where the parts of one null-capable element stand, in the form that a format byte names for
@@ -173,7 +175,7 @@ struct NullOps : ElementOps<KoNull<typename Base::Value>, NullOps<Base, id>, id>
                 if (element.null != 0)
                     return 1U;
                 const bool begins = left > 0 && *at == kKeyOfValue;
-                return begins && ReadScalarKey<Base>(element.value, at + 1, left - 1) != 0
+                return begins && ko::ReadNumberKey<Base>(element.value, at + 1, left - 1) != 0
                            ? kStoredSize
                            : 0U;
             });

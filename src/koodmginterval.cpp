@@ -95,7 +95,7 @@ struct OdmgIntervalOps : TemporalOps<OdmgIntervalType> {
     static unsigned SortKey(void* key, unsigned room, const void* value, unsigned char format,
                             unsigned count, unsigned short)
     {
-        return ScalarsSortKey<FloatType>(key, room, value, format, count);
+        return ko::NumbersSortKey<ko::NumberType<o_float>>(key, room, value, format, count);
     }
     static int FromSortKey(void* value, const void* key, unsigned length, unsigned count,
                            unsigned short)
@@ -104,7 +104,8 @@ struct OdmgIntervalOps : TemporalOps<OdmgIntervalType> {
             value, key, length, count,
             [](d_Interval& interval, const unsigned char* at, unsigned left) {
                 o_float seconds = 0;
-                const unsigned taken = ReadScalarKey<FloatType>(seconds, at, left);
+                const unsigned taken =
+                    ko::ReadNumberKey<ko::NumberType<o_float>>(seconds, at, left);
                 interval = d_Interval::OfSeconds(seconds);
                 return taken;
             });

@@ -43,12 +43,12 @@ struct ScalarOps : ElementOps<typename Type::Value, ScalarOps<Type>, Type::kId> 
     static unsigned SortKey(void* key, unsigned room, const void* value, unsigned char format,
                             unsigned count, unsigned short)
     {
-        return ScalarsSortKey<Type>(key, room, value, format, count);
+        return ko::NumbersSortKey<Type>(key, room, value, format, count);
     }
     static int FromSortKey(void* value, const void* key, unsigned length, unsigned count,
                            unsigned short)
     {
-        return ko::ReadElementKeys<T>(value, key, length, count, ReadScalarKey<Type>);
+        return ko::ReadElementKeys<T>(value, key, length, count, ko::ReadNumberKey<Type>);
     }
     static unsigned FormSize(unsigned char) { return Type::kSize; }
 

@@ -3,8 +3,6 @@
 
 #include "konumbertype.h"
 
-#include "core/sort_key.h"
-
 #include <kotypeid.h>
 
 #include <koencode.h>
@@ -55,11 +53,6 @@ struct ScalarType : ko::NumberType<T> {
     static constexpr bool kIsIntegral = std::integral<T> && id != KoBLOCKID_T;
     /// Can be stepped through a sequence. An enum cannot, although it holds an integral number.
     static constexpr bool kSteps = kIsIntegral && id != KoENUM_T;
-
-    /// The number that stands for an element in sort keys, and the way back.
-    using KeyWord = ko::KeyWord<T>;
-    static KeyWord KeyBits(T n) noexcept { return ko::KeyBits(n); }
-    static bool FromKeyBits(T& n, KeyWord bits) noexcept { return ko::FromKeyBits(n, bits); }
 };
 
 using CharType = ScalarType<o_char, CharEncoder, Ko1B_T>;
@@ -90,31 +83,6 @@ int CompareScalars(unsigned char format, unsigned length1, const void* value1, u
                              });
     };
     return KoNeedsSwap(format) ? walk(std::true_type()) : walk(std::false_type());
-}
-
-/// The sort key of an array of a scalar type; see KoSortKeyFunc.
-template <class Type>
-unsigned ScalarsSortKey(void* key, unsigned room, const void* value, unsigned char format,
-                        unsigned count)
-{
-    const auto keys = [&](auto swap) {
-        return ko::WriteElementKeys<Type::kSize>(
-            key, room, value, Type::kSize, count,
-            [swap](unsigned char* out, const unsigned char* at) {
-                ko::PutKeyWord(out, Type::KeyBits(Type::Read(at, swap.value)));
-                return Type::kSize;
-            });
-    };
-    return KoNeedsSwap(format) ? keys(std::true_type()) : keys(std::false_type());
-}
-
-/// The element whose key stands at `at`: the bytes of its key, 0 where there is none.
-template <class Type>
-unsigned ReadScalarKey(typename Type::Value& element, const unsigned char* at, unsigned left)
-{
-    using Word = typename Type::KeyWord;
-    const bool read = left >= Type::kSize && Type::FromKeyBits(element, ko::GetKeyWord<Word>(at));
-    return read ? Type::kSize : 0;
 }
 
 /// Hash of an array of a scalar type; see KoHashWalk.

@@ -4,6 +4,8 @@
 #include "koelementops.h"
 #include "kohashwalk.h"
 
+#include "core/sort_key.h"
+
 #include <charconv>
 
 namespace
@@ -83,7 +85,7 @@ struct SealOps : ElementOps<KoSeal, SealOps, KoSEAL_T> {
         return ko::WriteElementKeys<kSize>(
             key, room, value, kSize, count, [swap](unsigned char* out, const unsigned char* at) {
                 for (unsigned word = 0; word < kWords; ++word)
-                    ko::PutKeyWord(out + 2 * word, KoReadNumber<o_u2b>(at + 2 * word, swap));
+                    ko::PutKeyWord(out + 2 * word, ko::ReadNumber<o_u2b>(at + 2 * word, swap));
                 return kSize;
             });
     }

@@ -4,6 +4,8 @@
 #include "kobytes.h"
 #include "kohashwalk.h"
 
+#include "core/sort_key.h"
+
 #include <kotemporal.h>
 
 /// Elements of the temporal types as bytes: their layout, the copy between memory and persistent
@@ -151,7 +153,7 @@ struct PackedElements {
             out[i] = static_cast<unsigned char>(fields >> (8 * (Layout::kPacked - 1 - i)));
         if constexpr (Layout::kHasNanoseconds)
             ko::PutKeyWord(out + Layout::kPacked,
-                           ko::KeyBits(ReadOrdered<o_4b>(at + Layout::NanosecondsAt(memory), big)));
+                           ko::KeyBits(ko::ReadOrdered<o_4b>(at + Layout::NanosecondsAt(memory), big)));
     }
     /// The persistent form, most significant byte first, of the element with this key.
     static void FromKey(unsigned char* stored, const unsigned char* key) noexcept

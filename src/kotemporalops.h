@@ -151,7 +151,7 @@ struct TemporalOps : ElementOps<typename Type::Value, TemporalOps<Type>, Type::k
     {
         if (!HasKeys(cmpOp))
             return 0;
-        const bool big = IsBigEndian(format);
+        const bool big = ko::IsBigEndian(format);
         const bool memory = (format & KoFMT_MEMORY) != 0;
         return ko::WriteElementKeys<Type::kKeySize>(
             key, room, value, Layout::Size(format), count,
