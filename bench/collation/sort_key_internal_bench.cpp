@@ -224,7 +224,7 @@ template <class Text, class Make>
 void AddKeySort(const std::string& name, const std::vector<Text>& texts, Make make)
 {
     benchmark::RegisterBenchmark(name.c_str(), [texts, make](State& state) {
-        KeyList keys;
+        TextKeys keys;
         for (auto _ : state) {
             keys.Fill(texts, make);
             KeySort(keys).Sort();
@@ -238,11 +238,11 @@ template <class Text, class Make>
 void AddPlainKeySort(const std::string& name, const std::vector<Text>& texts, Make make)
 {
     benchmark::RegisterBenchmark(name.c_str(), [texts, make](State& state) {
-        KeyList keys;
+        TextKeys keys;
         for (auto _ : state) {
             keys.Fill(texts, make);
             std::sort(keys.entries.begin(), keys.entries.end(),
-                      [&keys](const KeyList::Entry& a, const KeyList::Entry& b) {
+                      [&keys](const TextKeys::Entry& a, const TextKeys::Entry& b) {
                           const std::uint32_t x = keys.Length(a.index);
                           const std::uint32_t y = keys.Length(b.index);
                           const int order =
@@ -274,7 +274,7 @@ void AddSort(const std::string& name, const std::vector<Text>& texts, Less less)
 bool SortsAlike(const Texts& texts)
 {
     std::vector<KoString> strings = InMemory(texts);
-    KeyList keys;
+    TextKeys keys;
     keys.Fill(strings, MakeKey);
     KeySort(keys).Sort();
     for (std::size_t i = 1; i < keys.entries.size(); ++i)

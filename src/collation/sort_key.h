@@ -1,6 +1,7 @@
 #ifndef COLLATION_SORT_KEY_H
 #define COLLATION_SORT_KEY_H
 
+#include "collation/sort_key_ways.h"
 #include "kostringtext.h"
 
 /// Sort keys of texts: bytes whose order is the order of the texts (doc/formats.md, "Sort keys of
@@ -21,19 +22,6 @@ bool HasSortKeys(o_u2b cmpOp);
 
 /// The key holds all that the comparison under the word looks at, so that texts can be read back.
 bool HasWholeSortKeys(o_u2b cmpOp);
-
-/// What may be read behind the characters of a text.
-enum class TextMemory {
-    kExact,  ///< nothing: a stored text
-    kPadded, ///< the rest of the last 16 bytes: the buffer of a KoString
-};
-
-/// How keys are written. All ways give the same bytes, and take shorter ones where they must.
-enum class SortKeyWay {
-    kPlain,  ///< character by character: what every machine can
-    kBlocks, ///< short ASCII texts sixteen characters at a time
-    kAtOnce, ///< short ASCII texts as a whole
-};
 
 /// The best way of this processor.
 SortKeyWay BestSortKeyWay();

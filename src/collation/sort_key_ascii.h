@@ -1,7 +1,8 @@
 #ifndef COLLATION_SORT_KEY_ASCII_H
 #define COLLATION_SORT_KEY_ASCII_H
 
-#include "collation/sort_key.h"
+#include "collation/sort_key_ways.h"
+#include "kostringtext.h"
 
 /// Sort keys of short texts in ASCII, many characters at a time.
 namespace ko::sortkey

@@ -178,10 +178,10 @@ KO_SHUFFLES inline unsigned char* PutCodes(unsigned char* at, __m128i codes, uns
 }
 
 /// The elements of gaps, by character.
-struct Elements {
+struct GapElements {
     unsigned char bytes[128];
 
-    Elements()
+    GapElements()
     {
         const o_u2b* const orders = KoLanguageContext::QueryCodeSet(KoCS_ASCII)->Orders();
         for (unsigned i = 0; i < std::size(bytes); ++i)
@@ -194,7 +194,7 @@ struct Elements {
 [[gnu::always_inline]] inline unsigned char* PutGaps(unsigned char* at,
                                                      const unsigned char* characters, o_u8b skipped)
 {
-    static const Elements s_elements;
+    static const GapElements s_elements;
     const unsigned char* const elements = s_elements.bytes;
     unsigned next = 0; // where the next gap begins if no empty one stands before it
     o_u8b begins = skipped & ~(skipped << 1U);
