@@ -20,6 +20,8 @@ enum KoResult : int {
     KoRC_OK = 0,                 ///< done
     KoRC_REFUSED = -2002,        ///< an operation that the value's code set or class rules out
     KoRC_END_OF_LIST = -2005,    ///< nothing is left to split off
+    KoRC_NO_MEMORY = -2007,      ///< memory ran out; the memory handler was called
+    KoRC_DAMAGED = -2006,        ///< bytes that the type does not write
     KoRC_NOT_SUPPORTED = -2999,  ///< the type has no such operation
     KoRC_OVERFLOW = 2091,        ///< a sequence step would overflow; the value is unchanged
     KoRC_TRUNCATED = 2101,       ///< an operand's byte bound ran out

@@ -13,10 +13,10 @@
 /// `format`; both operands are in it. Neither needs to be aligned. `cmpOp` is not read.
 ///
 /// `length1` and `length2` bound the operands in bytes; 0 means `count` elements. The walk goes
-/// from an element to the next one while that starts inside both bounds, and otherwise ends with
-/// `status` KoRC_TRUNCATED; the first elements are compared whatever the bounds. This step is taken
-/// after the element that decides as well: go by the result when it is not 0, whatever the status.
-/// A bound that ends inside an element does not stop that element from being read whole.
+/// from an element to the next one while both bounds leave that whole, and otherwise ends with
+/// `status` KoRC_TRUNCATED: nothing behind a bound is read, and where not even the first elements
+/// are whole the result is 0. This step is taken after the element that decides as well: go by the
+/// result when it is not 0, whatever the status.
 ///
 /// Floating numbers: a NaN is below minus infinity and equal to another NaN; -0 equals 0.
 using KoTypeCmp = std::remove_pointer_t<KoTypeCmpFunc>;

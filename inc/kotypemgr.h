@@ -210,6 +210,45 @@ public:
     int ParseFromKoString(o_char id, void* value, const KoString& text, const char* format,
                           unsigned& errorAt) const;
 
+    // ---- order as plain bytes; see KoSortKeyFunc and, for the bytes of every type,
+    // doc/formats.md
+
+    /// Bytes of the sort key of `count` elements in the form `format` under the operator word
+    /// `cmpOp`; 0 for none, and where the word gives no order: texts, dates and times have none
+    /// while their wildcards are on. A key of 2^32 bytes and more is said to have 2^32 - 1.
+    unsigned SortKeyLen(o_char id, const void* value, unsigned char format, unsigned count,
+                        unsigned short cmpOp) const;
+    /// Writes the first `room` bytes of the key, of which a part decides where it differs, and
+    /// returns its whole length. `key` may be null where `room` is 0.
+    unsigned SortKey(o_char id, void* key, unsigned room, const void* value, unsigned char format,
+                     unsigned count, unsigned short cmpOp) const;
+    /// Makes `count` elements, which exist, from their key. What comes back compares equal under
+    /// `cmpOp`. Returns 0; KoRC_NOT_SUPPORTED where keys of the type under this word do not hold
+    /// whole values (case-insensitive texts, object numbers and references, and texts of which the
+    /// word ignores something); KoRC_DAMAGED where the bytes are not exactly a key that SortKey
+    /// writes; or KoRC_NO_MEMORY. The elements stay as they were except after the last, which may
+    /// have set some of them.
+    int FromSortKey(o_char id, void* value, const void* key, unsigned length, unsigned count,
+                    unsigned short cmpOp) const;
+    /// A hash for joins and groups under a weaker equality: XXH3 (Collet, 2019) of 64 bits over
+    /// the sort key, so that values equal under `cmpOp` have one hash in every form. 0 where the
+    /// word gives no order. Where memory for a long key runs out the memory handler is called and
+    /// the hash is 0 as well.
+    o_u8b HashUnder(o_char id, const void* value, unsigned char format, unsigned count,
+                    unsigned short cmpOp) const;
+
+    // ---- bytes from strangers
+
+    /// See KoValidateFunc. After 0 every other call that is handed these bytes in this form reads
+    /// nothing beyond the first `at` of them.
+    int Validate(o_char id, const void* bytes, std::size_t size, unsigned char format,
+                 unsigned count, std::size_t& at) const;
+    /// The bytes that `count` persistent elements take by their own lengths, of which nothing
+    /// beyond `size` is read. `status` becomes 0, or KoRC_TRUNCATED, and the result 0, where the
+    /// elements do not end within.
+    unsigned DiskLenGet(o_char id, const void* bytes, std::size_t size, unsigned char format,
+                        unsigned count, int& status) const;
+
     // ---- the functions of a type, null where it lacks one
 
     KoConstructFunc ConstructorPtrGet(o_char id) const;

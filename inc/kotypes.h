@@ -5,6 +5,8 @@
 
 #include <komemfile.h>
 
+#include <cstddef>
+
 /// The record of a value type, and the signatures of the functions in it.
 ///
 /// Rules that hold for every function of the library:
@@ -73,6 +75,28 @@ using KoGetValueFunc = int (*)(void* value, unsigned length, unsigned char forma
 using KoParseFunc = int (*)(void* value, const KoString& text, const char* format,
                             unsigned& errorAt);
 
+/// Writes the first `room` bytes of the sort key of `count` elements in the form `format`, and
+/// returns the whole length of the key, whatever the room; `key` may be null where `room` is 0, and
+/// what the room has behind the key is of no certain value. The
+/// sign of memcmp of two keys, of which a shorter one that begins the other comes first, is the
+/// sign of the type's comparison under `cmpOp`, and keys are equal exactly where it is 0. No key
+/// begins another one of the same type, word and count, so keys may stand one after another.
+/// Every form of a value gives the same key. 0 for no elements, and where the comparison under
+/// `cmpOp` is no order (its wildcards are on). Nothing is allocated.
+using KoSortKeyFunc = unsigned (*)(void* key, unsigned room, const void* value,
+                                   unsigned char format, unsigned count, unsigned short cmpOp);
+/// The way back, into `count` elements that exist: 0; KoRC_NOT_SUPPORTED where keys of this type
+/// and word do not hold the whole value; KoRC_DAMAGED where the `length` bytes are not exactly the
+/// key of `count` elements. After a failure the elements are as they were.
+using KoFromSortKeyFunc = int (*)(void* value, const void* key, unsigned length, unsigned count,
+                                  unsigned short cmpOp);
+/// Looks at `size` bytes that somebody else wrote as `count` elements in the form `format`. 0, with
+/// `at` the bytes that the elements take, where reading them as such reads nothing beyond and they
+/// are what the type writes; KoRC_TRUNCATED, with `at` the size, where they end too early;
+/// KoRC_DAMAGED, with `at` the offset of the first byte that is wrong; or KoRC_NOT_SUPPORTED, with
+/// `at` 0, where the form is not one of bytes alone. A size of 0 is no bytes.
+using KoValidateFunc = int (*)(const void* bytes, std::size_t size, unsigned char format,
+                               unsigned count, std::size_t& at);
 /// Makes the element at `value`, in memory form, a reading of the clock.
 using KoStampFunc = void (*)(void* value, const KoTimeStampRec& clock);
 
@@ -122,7 +146,10 @@ struct KoTypeDescriptor {
 
 /// What a type offers beyond the fixed record.
 struct KoTypeExtension {
-    KoParseFunc parse;       ///< absent: the type has no strict reader
+    KoParseFunc parse; ///< absent: the type has no strict reader
+    KoSortKeyFunc sortKey;
+    KoFromSortKeyFunc fromSortKey;
+    KoValidateFunc validate;
     KoStampFunc stamp;       ///< absent: the type takes no clock reading
     KoPrintFunc printsArray; ///< a print function that makes one text of an array; null: none does
     bool isIntegral;         ///< holds an integral number

@@ -3,6 +3,8 @@
 #include "core/hasher.h"
 #include "string/record.h"
 
+#include "core/validate.h"
+
 #include <koencode.h>
 #include <koservices.h>
 
@@ -196,6 +198,46 @@ unsigned BlobFileSize(MemFile* file, unsigned char format, unsigned)
     const void* total = file == nullptr ? nullptr : file->Peek(kBlobWord);
     return total == nullptr ? 0
                             : SizeByTotal(Word(static_cast<const unsigned char*>(total), format));
+}
+
+// ---- bytes that nobody vouches for
+
+int BlobValidate(const void* bytes, std::size_t size, unsigned char format, unsigned count,
+                 std::size_t& at)
+{
+    at = 0;
+    if ((format & KoFMT_MEMORY) != 0)
+        return KoRC_NOT_SUPPORTED;
+    const auto* const record = static_cast<const unsigned char*>(bytes);
+    // A number that is too large is wrong from its most significant byte on.
+    const std::size_t highest = RecordOrder(format) == KoFMT_BIG ? 0 : kBlobWord - 1;
+    if (size < kBlobWord)
+        return BytesMissing(size, at);
+    const o_4b total = Word(record, format);
+    if (total < 0)
+        return WrongByte(highest, at);
+    const std::size_t end = kBlobWord + static_cast<std::size_t>(total);
+    std::size_t offset = kBlobWord;
+    for (unsigned i = 0; i < count; ++i) {
+        if (end - offset < kBlobWord)
+            return WrongByte(0, at); // the total leaves no room for so many
+        if (size < offset + kBlobWord)
+            return BytesMissing(size, at);
+        const o_4b length = Word(record + offset, format);
+        offset += kBlobWord;
+        if (length == kBlobNull)
+            continue;
+        if (length < 0 || static_cast<std::size_t>(length) > end - offset)
+            return WrongByte(offset - kBlobWord + highest, at);
+        offset += static_cast<std::size_t>(length);
+        if (offset > size)
+            return BytesMissing(size, at);
+    }
+    // Bytes within the total that belong to no element.
+    if (offset != end)
+        return offset < size ? WrongByte(offset, at) : BytesMissing(size, at);
+    at = end;
+    return KoRC_OK;
 }
 
 // ---- comparing and hashing

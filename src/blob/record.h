@@ -68,6 +68,8 @@ unsigned BlobSizeGet(const void* value, unsigned char valueFormat, unsigned char
                      unsigned count);
 /// The size of blobs in memory when they are stored, not cut to 32 bits.
 o_u8b BlobBytes(const void* blobs, unsigned char format, unsigned count);
+int BlobValidate(const void* bytes, std::size_t size, unsigned char format, unsigned count,
+                 std::size_t& at);
 unsigned BlobFileSize(MemFile* file, unsigned char format, unsigned count);
 o_u4b BlobHash(unsigned char format, unsigned length, const void* value, unsigned count,
                int& status);

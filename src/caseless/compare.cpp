@@ -169,6 +169,14 @@ unsigned PutWeights(unsigned char* out, unsigned room, const CaselessText& text,
     return count;
 }
 
+void PutWeightsKey(KeySink& sink, const CaselessText& text, const CaselessWeights& weights)
+{
+    WeightReader reader = Reader(text, weights);
+    for (unsigned weight = reader.Next(); weight != 0; weight = reader.Next())
+        sink.Put(static_cast<unsigned char>(weight));
+    sink.Put(0);
+}
+
 unsigned CountWeights(const CaselessText& text, const CaselessWeights& weights)
 {
     if (text.IsRaw() || weights.Accents(text))

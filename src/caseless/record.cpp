@@ -1,5 +1,7 @@
 #include "caseless/record.h"
 
+#include "core/validate.h"
+
 #include <koservices.h>
 
 namespace ko
@@ -131,6 +133,52 @@ unsigned CaselessFileSize(MemFile* file, unsigned char format, unsigned count)
                           [](const unsigned char*, unsigned length, unsigned, bool&) {
                               return length + kRecordLengthField;
                           });
+}
+
+unsigned ISortKey(void* key, unsigned room, const void* value, unsigned char format, unsigned count,
+                  const CaselessWeights& weights)
+{
+    KeySink sink(key, room);
+    CaselessWalk walk(format, 0, value);
+    for (unsigned i = 0; i < count; ++i) {
+        CaselessText text;
+        walk.Next(text);
+        PutWeightsKey(sink, text, weights);
+    }
+    return sink.Length();
+}
+
+int IValidate(const void* bytes, std::size_t size, unsigned char format, unsigned count,
+              std::size_t& at)
+{
+    at = 0;
+    if ((format & KoFMT_MEMORY) != 0)
+        return KoRC_NOT_SUPPORTED;
+    const auto* const begin = static_cast<const unsigned char*>(bytes);
+    constexpr unsigned kFlags = KoIStringText::kAccents | KoIStringText::kRaw;
+    std::size_t offset = 0;
+    for (unsigned i = 0; i < count; ++i) {
+        const unsigned char* const record = begin + offset;
+        if (size - offset < kRecordLengthField)
+            return BytesMissing(size, at);
+        const unsigned length = RecordLength(record, format);
+        if (length < kIRecordRest)
+            return WrongByte(offset, at);
+        const std::size_t there = std::min<std::size_t>(size - offset, kRecordLengthField + length);
+        if (there > kRecordLengthField && (record[kRecordLengthField] & ~kFlags) != 0)
+            return WrongByte(offset + kRecordLengthField, at);
+        // The one zero of a record is its last byte.
+        const std::size_t last = kRecordLengthField + length - 1;
+        for (std::size_t byte = kIRecordHead; byte < there; ++byte) {
+            if ((record[byte] == 0) != (byte == last))
+                return WrongByte(offset + byte, at);
+        }
+        if (there <= last)
+            return BytesMissing(size, at);
+        offset += last + 1;
+    }
+    at = offset;
+    return KoRC_OK;
 }
 
 int CompareCaseless(unsigned char format, unsigned size1, const void* value1, unsigned size2,

@@ -53,6 +53,12 @@ o_u8b CaselessBytes(const void* texts, unsigned char format, unsigned count,
 unsigned CaselessSizeGet(const void* value, unsigned char valueFormat, unsigned char format,
                          unsigned count, const CaselessWeights& weights);
 unsigned CaselessFileSize(MemFile* file, unsigned char format, unsigned count);
+/// The weights of each text and a zero, which is no weight. Keys hold only weights, so that texts
+/// are not made from them.
+unsigned ISortKey(void* key, unsigned room, const void* value, unsigned char format, unsigned count,
+                  const CaselessWeights& weights);
+int IValidate(const void* bytes, std::size_t size, unsigned char format, unsigned count,
+              std::size_t& at);
 int CompareCaseless(unsigned char format, unsigned size1, const void* value1, unsigned size2,
                     const void* value2, unsigned count, int& status,
                     const CaselessWeights& weights);

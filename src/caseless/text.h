@@ -3,6 +3,8 @@
 
 #include "core/hasher.h"
 
+#include "core/sort_key.h"
+
 #include <koistring.h>
 
 #include <cstring>
@@ -59,6 +61,8 @@ CaselessOrder CompareWeights(const CaselessText& a, const CaselessText& b,
 unsigned PutWeights(unsigned char* out, unsigned room, const CaselessText& text,
                     const CaselessWeights& weights);
 unsigned CountWeights(const CaselessText& text, const CaselessWeights& weights);
+/// Their weights as the bytes of a sort key, and the zero that ends them.
+void PutWeightsKey(KeySink& sink, const CaselessText& text, const CaselessWeights& weights);
 
 /// The weights of a text under its own flag and a zero, as bytes that fill words of eight.
 void HashWeights(Hasher& hasher, const CaselessText& text, const CaselessWeights& weights);

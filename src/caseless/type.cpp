@@ -104,6 +104,16 @@ struct IStringOps : ElementOps<T, IStringOps<T, id>, id> {
     {
         return HashCaseless(format, length, value, count, status, Weights());
     }
+    static unsigned SortKey(void* key, unsigned room, const void* value, unsigned char format,
+                            unsigned count, unsigned short)
+    {
+        return ISortKey(key, room, value, format, count, Weights());
+    }
+    static int FromSortKey(void*, const void*, unsigned, unsigned, unsigned short)
+    {
+        return KoRC_NOT_SUPPORTED;
+    }
+    static constexpr auto Validate = IValidate;
     static unsigned Translate(void* destination, unsigned char destinationFormat,
                               unsigned destinationLength, void* source, unsigned char sourceFormat,
                               unsigned sourceLength, unsigned count)

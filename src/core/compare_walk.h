@@ -15,16 +15,11 @@
 namespace ko
 {
 
-/// Elements that the walk may visit in an operand of `length` bytes; 0 bytes means no bound.
-///
-/// The first element is visited whatever the bound, and from each element the walk goes on while
-/// the next one starts inside the bound: a bound that is no multiple of the element size reaches
-/// into an element that is read whole. Callers that cut a value cut it between elements.
+/// Elements that the walk may visit in an operand of `length` bytes; 0 bytes means no bound. An
+/// element of which the bound leaves only a part is not visited: nothing behind a bound is read.
 constexpr unsigned ElementsWithin(unsigned length, unsigned size, unsigned count) noexcept
 {
-    if (length == 0 || count == 0)
-        return count;
-    return std::min(count, (length - 1) / size + 1);
+    return length == 0 ? count : std::min(count, length / size);
 }
 
 /// Number of equal bytes at the start of `a` and `b`.
@@ -81,28 +76,23 @@ int CompareWalk(unsigned length1, const void* value1, unsigned length2, const vo
         return 0;
     const auto* a = static_cast<const unsigned char*>(value1);
     const auto* b = static_cast<const unsigned char*>(value2);
+    const unsigned visited =
+        std::min(ElementsWithin(length1, size, count), ElementsWithin(length2, size, count));
+    if (visited == 0) {
+        status = KoRC_TRUNCATED;
+        return 0;
+    }
     int result = compare(a, b);
     if (count == 1)
         return result;
 
-    const unsigned visited =
-        std::min(ElementsWithin(length1, size, count), ElementsWithin(length2, size, count));
-    // The bytes that both operands have for certain: skipping reads no further than the elements
-    // themselves would.
-    std::size_t whole = std::size_t{visited} * size;
-    if (length1 != 0)
-        whole = std::min<std::size_t>(whole, length1);
-    if (length2 != 0)
-        whole = std::min<std::size_t>(whole, length2);
-
+    const std::size_t whole = std::size_t{visited} * size;
     unsigned index = 0;
     while (result == 0 && index + 1 < visited) {
         ++index;
         const std::size_t start = std::size_t{index} * size;
-        if (start < whole) {
-            const std::size_t equal = EqualBytes(a + start, b + start, whole - start);
-            index = std::min(visited - 1, index + static_cast<unsigned>(equal / size));
-        }
+        const std::size_t equal = EqualBytes(a + start, b + start, whole - start);
+        index = std::min(visited - 1, index + static_cast<unsigned>(equal / size));
         result = compare(a + std::size_t{index} * size, b + std::size_t{index} * size);
     }
     if (index + 1 < count && index + 1 >= visited)

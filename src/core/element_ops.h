@@ -5,6 +5,8 @@
 #include "core/value_ops.h"
 #include "number/string_number.h"
 
+#include "core/validate.h"
+
 #include <algorithm>
 #include <cstring>
 #include <limits>
@@ -90,7 +92,9 @@ int StepSequence(void* value, unsigned char format, unsigned char kind)
 ///     static int ParseOne(T& element, const KoString& text, const char* format,
 ///                         unsigned& errorAt);
 ///
-/// and over `Store` and `Load`.
+/// and over `Store`, `Load` and
+///
+///     static unsigned FormSize(unsigned char format);  // bytes of an element to compare
 template <class T, class Ops, KoTypeId id>
 struct ElementOps : ValueOps<T, Ops> {
     static_assert(sizeof(T) == kTypeRows[id].memLen);
@@ -139,6 +143,13 @@ struct ElementOps : ValueOps<T, Ops> {
     static int Parse(void* value, const KoString& text, const char* format, unsigned& errorAt)
     {
         return Ops::ParseOne(*static_cast<T*>(value), text, FormatOr(format), errorAt);
+    }
+
+    /// Any bytes are a value; types of which that is not true hide it.
+    static int Validate(const void*, std::size_t size, unsigned char format, unsigned count,
+                        std::size_t& at)
+    {
+        return ValidateElements(size, Ops::FormSize(format), count, at);
     }
 
     static const char* FormatOr(const char* format)

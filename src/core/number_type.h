@@ -4,6 +4,8 @@
 #include "core/bytes.h"
 #include "core/hash_walk.h"
 
+#include "core/sort_key.h"
+
 #include <cmath>
 #include <concepts>
 #include <type_traits>
@@ -31,7 +33,37 @@ struct NumberType {
     }
 
     static void AddHash(Hasher& hasher, T n) noexcept { hasher.Add(HashWord(n)); }
+
+    /// The number that stands for an element in sort keys, and the way back.
+    using KeyWord = ko::KeyWord<T>;
+    static KeyWord KeyBits(T n) noexcept { return ko::KeyBits(n); }
+    static bool FromKeyBits(T& n, KeyWord bits) noexcept { return ko::FromKeyBits(n, bits); }
 };
+
+/// The sort key of an array of a type of numbers; see KoSortKeyFunc.
+template <class Type>
+unsigned NumbersSortKey(void* key, unsigned room, const void* value, unsigned char format,
+                        unsigned count)
+{
+    const auto keys = [&](auto swap) {
+        return WriteElementKeys<Type::kSize>(
+            key, room, value, Type::kSize, count,
+            [swap](unsigned char* out, const unsigned char* at) {
+                PutKeyWord(out, Type::KeyBits(Type::Read(at, swap.value)));
+                return Type::kSize;
+            });
+    };
+    return KoNeedsSwap(format) ? keys(std::true_type()) : keys(std::false_type());
+}
+
+/// The element whose key stands at `at`: the bytes of its key, 0 where there is none.
+template <class Type>
+unsigned ReadNumberKey(typename Type::Value& element, const unsigned char* at, unsigned left)
+{
+    using Word = typename Type::KeyWord;
+    const bool read = left >= Type::kSize && Type::FromKeyBits(element, GetKeyWord<Word>(at));
+    return read ? Type::kSize : 0;
+}
 
 } // namespace ko
 

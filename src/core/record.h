@@ -87,6 +87,19 @@ struct NoOps {
         return KoRC_NOT_SUPPORTED;
     }
     static constexpr KoParseFunc Parse = nullptr;
+    static unsigned SortKey(void*, unsigned, const void*, unsigned char, unsigned, unsigned short)
+    {
+        return 0;
+    }
+    static int FromSortKey(void*, const void*, unsigned, unsigned, unsigned short)
+    {
+        return KoRC_NOT_SUPPORTED;
+    }
+    static int Validate(const void*, std::size_t, unsigned char, unsigned, std::size_t& at)
+    {
+        at = 0;
+        return KoRC_OK;
+    }
     static constexpr KoStampFunc Stamp = nullptr;
     static constexpr KoPrintFunc kPrintsArray = nullptr;
     static constexpr bool kIsIntegral = false;
@@ -140,7 +153,8 @@ consteval KoTypeDescriptor Describe(KoTypeId id)
 template <class Ops>
 consteval KoTypeExtension Extend()
 {
-    return {Ops::Parse, Ops::Stamp, Ops::kPrintsArray, Ops::kIsIntegral, Ops::kStepsInEveryForm};
+    return {Ops::Parse, Ops::SortKey,      Ops::FromSortKey, Ops::Validate,
+            Ops::Stamp, Ops::kPrintsArray, Ops::kIsIntegral, Ops::kStepsInEveryForm};
 }
 
 #define KO_TYPE_EXTEND(id, idName, descriptor, name, memLen, isFixed, printFormat)                 \

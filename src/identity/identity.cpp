@@ -20,6 +20,16 @@ o_u4b StoredPair(const unsigned char* fields)
     return std::rotl(ReadOrdered<o_u4b>(fields, false), 16);
 }
 
+/// The object number in sort keys: 48 bits, the most significant byte first.
+constexpr unsigned kNumberKey = 6;
+
+template <class Identity>
+void PutNumberKey(unsigned char* out, const Identity& identity)
+{
+    PutKeyWord(out, identity.high);
+    PutKeyWord(out + 2, identity.low);
+}
+
 struct ObjIdType {
     using Value = KoObjId;
     static constexpr KoTypeId kId = KoOBJID_T;
@@ -38,6 +48,9 @@ struct ObjIdType {
         return FirstByteDifference(StoredNumber(a), StoredNumber(b));
     }
     static o_u4b OlderHashBits(const KoObjId& id) { return id.low ^ id.high; }
+    static constexpr unsigned kKeySize = kNumberKey;
+    static constexpr bool kKeyIsWhole = false; // the tag takes no part in the order
+    static void PutKey(unsigned char* out, const KoObjId& id) { PutNumberKey(out, id); }
 };
 
 struct ClassIdType {
@@ -59,6 +72,17 @@ struct ClassIdType {
     static int OrderStored(const unsigned char* a, const unsigned char* b)
     {
         return FirstByteDifference(StoredPair(a), StoredPair(b));
+    }
+    static constexpr unsigned kKeySize = 4;
+    static constexpr bool kKeyIsWhole = true;
+    static void PutKey(unsigned char* out, const KoClassId& id)
+    {
+        PutKeyWord(out, id.classNo);
+        PutKeyWord(out + 2, id.version);
+    }
+    static KoClassId FromKey(const unsigned char* key)
+    {
+        return {GetKeyWord<o_u2b>(key), GetKeyWord<o_u2b>(key + 2)};
     }
     static void AddHash(Hasher& hasher, const KoClassId& id)
     {
@@ -93,6 +117,14 @@ struct RefType {
     {
         const int order = FirstByteDifference(StoredNumber(a), StoredNumber(b));
         return order != 0 ? order : FirstByteDifference(StoredPair(a + 10), StoredPair(b + 10));
+    }
+    static constexpr unsigned kKeySize = kNumberKey + 4;
+    static constexpr bool kKeyIsWhole = false;
+    static void PutKey(unsigned char* out, const KoRef& ref)
+    {
+        PutNumberKey(out, ref);
+        PutKeyWord(out + kNumberKey, ref.originId);
+        PutKeyWord(out + kNumberKey + 2, ref.classNo);
     }
     static void AddHash(Hasher& hasher, const KoRef& ref)
     {

@@ -8,6 +8,8 @@
 #include "core/null_text.h"
 #include "identity/text.h"
 
+#include "core/sort_key.h"
+
 #include <bit>
 
 /// The operations of the identity types, told for each by a traits struct:
@@ -22,6 +24,10 @@
 ///         static IdentityFields ToFields(const KoObjId& value);
 ///         static KoObjId FromFields(const IdentityFields& fields);
 ///         static int OrderStored(const unsigned char* a, const unsigned char* b);
+///         static constexpr unsigned kKeySize = 6;
+///         static constexpr bool kKeyIsWhole = false;      // the key holds every field
+///         static void PutKey(unsigned char* out, const KoObjId& value);
+///         static KoObjId FromKey(const unsigned char* key);   // where it does
 ///         static void AddHash(Hasher& hasher, const KoObjId& value);
 ///     };
 ///
@@ -157,13 +163,43 @@ struct IdentityOps : ElementOps<typename Type::Value, IdentityOps<Type>, Type::k
     {
         return format == KoFMT_MEMORY ? static_cast<unsigned>(sizeof(T)) : kStored;
     }
-    static o_u8b NumberAt(const unsigned char* element, unsigned char format)
+    static T At(const unsigned char* element, unsigned char format)
     {
         if (format == KoFMT_MEMORY)
-            return ReadValue<T>(element).Number();
+            return ReadValue<T>(element);
         T loaded;
         Load(&loaded, element, format, 1);
-        return loaded.Number();
+        return loaded;
+    }
+    static o_u8b NumberAt(const unsigned char* element, unsigned char format)
+    {
+        return At(element, format).Number();
+    }
+
+    /// Keys order as the little-endian stored form is compared: by the numbers.
+    static unsigned SortKey(void* key, unsigned room, const void* value, unsigned char format,
+                            unsigned count, unsigned short)
+    {
+        return WriteElementKeys<Type::kKeySize>(
+            key, room, value, FormSize(format), count,
+            [format](unsigned char* out, const unsigned char* at) {
+                Type::PutKey(out, At(at, format));
+                return Type::kKeySize;
+            });
+    }
+    static int FromSortKey(void* value, const void* key, unsigned length, unsigned count,
+                           unsigned short)
+    {
+        if constexpr (!Type::kKeyIsWhole)
+            return KoRC_NOT_SUPPORTED;
+        else
+            return ReadElementKeys<T>(value, key, length, count,
+                                      [](T& element, const unsigned char* at, unsigned left) {
+                                          if (left < Type::kKeySize)
+                                              return 0U;
+                                          element = Type::FromKey(at);
+                                          return Type::kKeySize;
+                                      });
     }
     static float EvalAndBound(KoIdxBounds* bounds, unsigned short& op, void* value,
                               unsigned char format, unsigned count, KoIdxBounds* newBounds)

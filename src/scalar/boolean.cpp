@@ -7,6 +7,8 @@
 #include "core/null_text.h"
 #include "number/ascii.h"
 
+#include "core/sort_key.h"
+
 using namespace ko;
 
 int BooleanCompare(unsigned char, unsigned length1, void* value1, unsigned length2, void* value2,
@@ -86,6 +88,42 @@ struct BooleanOps : ElementOps<KoBoolean, BooleanOps, KoBOOLEAN_T> {
                 hasher.Add(boolean.IsNullValue() != 0 ? kHashWordOfNull
                                                       : HashWord(o_4b{boolean.IsTrue()}));
             });
+    }
+
+    /// Null, false and true are 0, 1 and 2. A byte that is none of the three counts as true, as it
+    /// does in comparisons.
+    static unsigned SortKey(void* key, unsigned room, const void* value, unsigned char,
+                            unsigned count, unsigned short)
+    {
+        return WriteElementKeys<1>(
+            key, room, value, 1, count, [](unsigned char* out, const unsigned char* at) {
+                const auto boolean = ReadValue<KoBoolean>(at);
+                *out = boolean.IsNullValue() != 0
+                           ? 0
+                           : static_cast<unsigned char>(1 + (boolean.IsTrue() != 0 ? 1 : 0));
+                return 1U;
+            });
+    }
+    static int FromSortKey(void* value, const void* key, unsigned length, unsigned count,
+                           unsigned short)
+    {
+        return ReadElementKeys<KoBoolean>(
+            value, key, length, count,
+            [](KoBoolean& boolean, const unsigned char* at, unsigned left) {
+                if (left == 0 || *at > 2)
+                    return 0U;
+                boolean = *at == 2 ? 1 : 0;
+                if (*at == 0)
+                    boolean.SetNullValue();
+                return 1U;
+            });
+    }
+    static int Validate(const void* bytes, std::size_t size, unsigned char, unsigned count,
+                        std::size_t& at)
+    {
+        return ValidateElements(bytes, size, 1, count, at, [](const unsigned char* element) {
+            return *element <= 1 || *element == 0xFF ? 1U : 0U;
+        });
     }
 
     static const char* Word(const KoBoolean& value) { return value.IsTrue() != 0 ? kTrue : kFalse; }

@@ -48,6 +48,16 @@ struct Int64Type {
     {
         hasher.Add(HashWord(n.Get8b()));
     }
+
+    using KeyWord = o_u8b;
+    static KeyWord KeyBits(const KoInt64& n) noexcept { return ko::KeyBits(n.Get8b()); }
+    static bool FromKeyBits(KoInt64& n, KeyWord bits) noexcept
+    {
+        o_8b number = 0;
+        const bool read = ko::FromKeyBits(number, bits);
+        n = number;
+        return read;
+    }
 };
 
 } // namespace ko

@@ -4,6 +4,8 @@
 #include "core/null_text.h"
 #include "scalar/ops.h"
 
+#include "core/sort_key.h"
+
 #include <_konulty.h>
 
 namespace ko
@@ -145,6 +147,51 @@ struct NullOps : ElementOps<KoNull<typename Base::Value>, NullOps<Base, id>, id>
         }
         NarrowBounds(newBounds, bits, value, form.size * count);
         return ShareOf(estimate);
+    }
+
+    /// One byte before the key of the value, and alone for null.
+    static constexpr unsigned char kKeyOfNull = 0x00;
+    static constexpr unsigned char kKeyOfValue = 0x01;
+
+    static unsigned SortKey(void* key, unsigned room, const void* value, unsigned char format,
+                            unsigned count, unsigned short)
+    {
+        const NullElementForm<Base> form(format);
+        return WriteElementKeys<kStoredSize>(key, room, value, form.size, count,
+                                             [&form](unsigned char* out, const unsigned char* at) {
+                                                 const bool null = form.IsNull(at);
+                                                 *out = null ? kKeyOfNull : kKeyOfValue;
+                                                 if (!null)
+                                                     PutKeyWord(out + 1,
+                                                                Base::KeyBits(form.Value(at)));
+                                                 return null ? 1U : kStoredSize;
+                                             });
+    }
+    static int FromSortKey(void* value, const void* key, unsigned length, unsigned count,
+                           unsigned short)
+    {
+        return ReadElementKeys<Element>(
+            value, key, length, count,
+            [](Element& element, const unsigned char* at, unsigned left) {
+                element.null = left > 0 && *at == kKeyOfNull ? 1 : 0;
+                if (element.null != 0)
+                    return 1U;
+                const bool begins = left > 0 && *at == kKeyOfValue;
+                return begins && ReadNumberKey<Base>(element.value, at + 1, left - 1) != 0
+                           ? kStoredSize
+                           : 0U;
+            });
+    }
+    /// The indicator of a persistent element is 0 or 1; in memory it is any number.
+    static int Validate(const void* bytes, std::size_t size, unsigned char format, unsigned count,
+                        std::size_t& at)
+    {
+        const NullElementForm<Base> form(format);
+        if (form.memory)
+            return ValidateElements(size, form.size, count, at);
+        return ValidateElements(
+            bytes, size, form.size, count, at,
+            [&form](const unsigned char* element) { return *element <= 1 ? form.size : 0; });
     }
 
     static KoString ToText(const Element& element)

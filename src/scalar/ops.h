@@ -43,6 +43,18 @@ struct ScalarOps : ElementOps<typename Type::Value, ScalarOps<Type>, Type::kId> 
         return EvaluateBounds<ScalarAxis<Type>>(bounds, op, value, format, count, newBounds);
     }
 
+    static unsigned SortKey(void* key, unsigned room, const void* value, unsigned char format,
+                            unsigned count, unsigned short)
+    {
+        return NumbersSortKey<Type>(key, room, value, format, count);
+    }
+    static int FromSortKey(void* value, const void* key, unsigned length, unsigned count,
+                           unsigned short)
+    {
+        return ReadElementKeys<T>(value, key, length, count, ReadNumberKey<Type>);
+    }
+    static unsigned FormSize(unsigned char) { return Type::kSize; }
+
     static KoString ToText(const T& element) { return Text::ToText(element); }
     static void FromText(T& element, const KoString* text)
     {

@@ -4,6 +4,8 @@
 #include "core/element_ops.h"
 #include "core/hash_walk.h"
 
+#include "core/sort_key.h"
+
 #include <charconv>
 
 namespace ko
@@ -77,6 +79,30 @@ struct SealOps : ElementOps<KoSeal, SealOps, KoSEAL_T> {
                               unsigned char format, unsigned count, KoIdxBounds* newBounds)
     {
         return EvaluateBounds<NumberAxis<SealOps>>(bounds, op, value, format, count, newBounds);
+    }
+
+    static unsigned SortKey(void* key, unsigned room, const void* value, unsigned char format,
+                            unsigned count, unsigned short)
+    {
+        const bool swap = KoNeedsSwap(format);
+        return WriteElementKeys<kSize>(
+            key, room, value, kSize, count, [swap](unsigned char* out, const unsigned char* at) {
+                for (unsigned word = 0; word < kWords; ++word)
+                    PutKeyWord(out + 2 * word, ReadNumber<o_u2b>(at + 2 * word, swap));
+                return kSize;
+            });
+    }
+    static int FromSortKey(void* value, const void* key, unsigned length, unsigned count,
+                           unsigned short)
+    {
+        return ReadElementKeys<KoSeal>(
+            value, key, length, count, [](KoSeal& seal, const unsigned char* at, unsigned left) {
+                if (left < kSize)
+                    return 0U;
+                seal = KoSeal(GetKeyWord<o_u2b>(at), GetKeyWord<o_u2b>(at + 2),
+                              GetKeyWord<o_u2b>(at + 4));
+                return kSize;
+            });
     }
 
     static KoString ToText(const KoSeal& seal)

@@ -147,6 +147,10 @@ o_u4b HashTexts(unsigned char format, unsigned size, const void* value, unsigned
 /// StringSizeGet of strings in memory, not cut to 32 bits.
 o_u8b StringBytes(const void* strings, unsigned char format, unsigned count);
 
+/// Records of either layout, as both string types read them; see KoValidateFunc.
+int StringValidate(const void* bytes, std::size_t size, unsigned char format, unsigned count,
+                   std::size_t& at);
+
 // ---- the older layout, which only the older string type writes
 
 /// Writes the older layout. Nothing, and 0, where the texts do not fit its 16-bit length. Of 16-bit

@@ -4,6 +4,9 @@
 #include "string/print.h"
 #include "string/record.h"
 
+#include "collation/sort_key.h"
+#include "core/sort_key.h"
+
 #include <kostrcmp.h>
 
 namespace ko
@@ -67,6 +70,52 @@ struct StringOpsBase : ValueOps<KoString, Ops> {
             ScanString(*static_cast<KoString*>(value), text, format);
         return value;
     }
+
+    /// The keys of the texts in turn; those of the older layout are keys of plain bytes.
+    static unsigned SortKey(void* key, unsigned room, const void* value, unsigned char format,
+                            unsigned count, unsigned short cmpOp)
+    {
+        if (!HasSortKeys(cmpOp))
+            return 0;
+        const bool memory = (format & KoFMT_MEMORY) != 0;
+        const auto padding = memory ? TextMemory::kPadded : TextMemory::kExact;
+        auto* const out = static_cast<unsigned char*>(key);
+        TextWalk walk(format, 0, value, false);
+        o_u8b length = 0;
+        for (unsigned i = 0; i < count; ++i) {
+            KoText text;
+            walk.Next(text);
+            const bool fits = out != nullptr && length < room;
+            length += WriteSortKey(text, cmpOp, fits ? out + length : nullptr,
+                                   fits ? room - static_cast<unsigned>(length) : 0, padding);
+        }
+        return KeyLength(length);
+    }
+    static int FromSortKey(void* value, const void* key, unsigned length, unsigned count,
+                           unsigned short cmpOp)
+    {
+        if (!HasWholeSortKeys(cmpOp))
+            return KoRC_NOT_SUPPORTED;
+        const auto* const bytes = static_cast<const unsigned char*>(key);
+        const unsigned end = key != nullptr ? length : 0;
+        for (const bool assigns : {false, true}) {
+            unsigned at = 0;
+            for (unsigned i = 0; i < count; ++i) {
+                SortKeyReader reader;
+                if (reader.Read(bytes + at, end - at, cmpOp) != 0)
+                    return KoRC_DAMAGED;
+                unsigned taken = reader.Taken();
+                if (assigns && ReadSortKey(static_cast<KoString*>(value)[i], bytes + at, end - at,
+                                           cmpOp, taken) != 0)
+                    return KoRC_NO_MEMORY;
+                at += taken;
+            }
+            if (at != length)
+                return KoRC_DAMAGED;
+        }
+        return KoRC_OK;
+    }
+    static constexpr auto Validate = StringValidate;
 
     static int Parse(void* value, const KoString& text, const char* format, unsigned& errorAt)
     {

@@ -4,6 +4,8 @@
 #include "core/bytes.h"
 #include "core/hash_walk.h"
 
+#include "core/sort_key.h"
+
 #include <kotemporal.h>
 
 /// Elements of the temporal types as bytes: their layout, the copy between memory and persistent
@@ -141,6 +143,31 @@ struct PackedElements {
             return strict || order == 0 || !HasWildNanoseconds(a, b, big) ? order : 0;
         }
         return 0;
+    }
+
+    /// The key of an element: its persistent form with the most significant byte first and the sign
+    /// of every field turned over, so that it orders as the fields do.
+    static constexpr unsigned kKeySize = Layout::kStoredSize;
+    static void PutKey(unsigned char* out, const unsigned char* at, bool big, bool memory) noexcept
+    {
+        const o_u8b fields = PackedFields<Layout>(at, big) ^ kPackedSigns<Layout>;
+        for (unsigned i = 0; i < Layout::kPacked; ++i)
+            out[i] = static_cast<unsigned char>(fields >> (8 * (Layout::kPacked - 1 - i)));
+        if constexpr (Layout::kHasNanoseconds)
+            PutKeyWord(out + Layout::kPacked,
+                       ko::KeyBits(ReadOrdered<o_4b>(at + Layout::NanosecondsAt(memory), big)));
+    }
+    /// The persistent form, most significant byte first, of the element with this key.
+    static void FromKey(unsigned char* stored, const unsigned char* key) noexcept
+    {
+        for (unsigned i = 0; i < Layout::kPacked; ++i) {
+            const bool isSigned = !Layout::kHasYear || i != 1;
+            stored[i] = static_cast<unsigned char>(key[i] ^ (isSigned ? 0x80 : 0));
+        }
+        if constexpr (Layout::kHasNanoseconds) {
+            std::memcpy(stored + Layout::kPacked, key + Layout::kPacked, 4);
+            stored[Layout::kPacked] ^= 0x80;
+        }
     }
 
     /// The same words for every form of an element.

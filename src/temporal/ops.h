@@ -116,7 +116,7 @@ struct TemporalOps : ElementOps<typename Type::Value, TemporalOps<Type>, Type::k
     static int Cmp(unsigned char format, unsigned length1, void* value1, unsigned length2,
                    void* value2, unsigned short cmpOp, unsigned count, int& status)
     {
-        if (count != 1)
+        if (count != 1 || (length1 | length2) != 0)
             return CmpArray(format, length1, value1, length2, value2, cmpOp, count, status);
         status = KoRC_OK;
         return WithOrder(format, cmpOp, [=](auto order) {
@@ -140,6 +140,42 @@ struct TemporalOps : ElementOps<typename Type::Value, TemporalOps<Type>, Type::k
                               unsigned char format, unsigned count, KoIdxBounds* newBounds)
     {
         return EvaluateBounds<TemporalAxis<Type>>(bounds, op, value, format, count, newBounds);
+    }
+
+    static unsigned FormSize(unsigned char format) { return Layout::Size(format); }
+
+    /// Where fields of -1 are wildcards there is no order.
+    static bool HasKeys(unsigned short cmpOp)
+    {
+        return !KindHasWildcards(Type::kKind) || (cmpOp & kKoCmpStrictBit) != 0;
+    }
+    static unsigned SortKey(void* key, unsigned room, const void* value, unsigned char format,
+                            unsigned count, unsigned short cmpOp)
+    {
+        if (!HasKeys(cmpOp))
+            return 0;
+        const bool big = IsBigEndian(format);
+        const bool memory = (format & KoFMT_MEMORY) != 0;
+        return WriteElementKeys<Type::kKeySize>(key, room, value, Layout::Size(format), count,
+                                                [=](unsigned char* out, const unsigned char* at) {
+                                                    Type::PutKey(out, at, big, memory);
+                                                    return Type::kKeySize;
+                                                });
+    }
+    static int FromSortKey(void* value, const void* key, unsigned length, unsigned count,
+                           unsigned short cmpOp)
+    {
+        if (!HasKeys(cmpOp))
+            return KoRC_NOT_SUPPORTED;
+        if (key == nullptr || length != o_u8b{count} * Type::kKeySize)
+            return length == 0 && count == 0 ? KoRC_OK : KoRC_DAMAGED;
+        const auto* at = static_cast<const unsigned char*>(key);
+        for (unsigned i = 0; i < count; ++i, at += Type::kKeySize) {
+            unsigned char stored[Type::kKeySize];
+            Type::FromKey(stored, at);
+            Load(static_cast<T*>(value) + i, stored, KoFMT_BIG, 1);
+        }
+        return KoRC_OK;
     }
 
     static KoString ToText(const T& value)

@@ -48,6 +48,19 @@ std::uint64_t ReadCount(const char* option, std::string_view text)
     return count;
 }
 
+unsigned short ReadOperatorWord(const char* option, std::string_view text)
+{
+    const bool hexadecimal = text.starts_with("0x");
+    const std::string_view digits = text.substr(hexadecimal ? 2 : 0);
+    unsigned short word = 0;
+    const char* end = digits.data() + digits.size();
+    const auto [stopped, error] = std::from_chars(digits.data(), end, word, hexadecimal ? 16 : 10);
+    if (error != std::errc() || stopped != end)
+        throw Failure(Exit::Usage, std::string(option) + ": " + Quoted(text) +
+                                       " is no operator word from 0 to 65535, or 0x0 to 0xFFFF");
+    return word;
+}
+
 std::size_t ReadWord(const char* option, const std::string& text,
                      const std::vector<std::string>& words)
 {

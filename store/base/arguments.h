@@ -12,6 +12,10 @@ namespace ko::store
 /// A count that an option takes: decimal digits, up to 64 bits. Throws Failure (Exit::Usage).
 std::uint64_t ReadCount(const char* option, std::string_view text);
 
+/// An operator word of 16 bits, in decimal or, after 0x, in hexadecimal digits. Throws Failure
+/// (Exit::Usage).
+unsigned short ReadOperatorWord(const char* option, std::string_view text);
+
 /// The number of the word of an option that takes one of a few. Throws Failure (Exit::Usage) that
 /// lists them.
 std::size_t ReadWord(const char* option, const std::string& text,

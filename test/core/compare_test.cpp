@@ -92,7 +92,8 @@ struct Outcome {
     std::size_t bytesRead;
 };
 
-/// The walk as it is defined: step by step, with the step after the element that decides.
+/// The walk as it is defined: step by step, with the step after the element that decides, and to
+/// whole elements alone.
 Outcome WalkPlainly(const Member& member, Byte format, unsigned length1, const Byte* value1,
                     unsigned length2, const Byte* value2, unsigned count)
 {
@@ -102,6 +103,10 @@ Outcome WalkPlainly(const Member& member, Byte format, unsigned length1, const B
     Outcome outcome = {0, 0, 0};
     std::size_t at = 0;
     unsigned left = count;
+    if (left > 0 && (size > end1 || size > end2)) {
+        outcome.status = KoRC_TRUNCATED;
+        left = 0;
+    }
     while (left > 0) {
         --left;
         if (outcome.result != 0 || outcome.status != 0)
@@ -110,7 +115,7 @@ Outcome WalkPlainly(const Member& member, Byte format, unsigned length1, const B
         outcome.bytesRead = at + size;
         if (left == 0)
             break;
-        if (at + size < end1 && at + size < end2)
+        if (at + 2 * size <= end1 && at + 2 * size <= end2)
             at += size;
         else
             outcome.status = KoRC_TRUNCATED;
@@ -171,8 +176,7 @@ TEST(Compare, AgreesWithThePlainWalk)
                 << " and " << length2;
 
             // A hash visits what a comparison of the value with itself visits.
-            const unsigned visited =
-                length1 == 0 || count == 0 ? count : std::min(count, (length1 - 1) / size + 1);
+            const unsigned visited = length1 == 0 ? count : std::min(count, length1 / size);
             a.resize(std::size_t{visited} * size + 1);
             const unsigned hash =
                 manager.Hash(member.id, length1, a.data() + 1, count, format, status);

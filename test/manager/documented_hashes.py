@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""doc/formats.md tells how hashes are computed: documentedhashes.py ROOT
+"""doc/formats.md tells how hashes are computed: documented_hashes.py ROOT
 
 This script knows nothing else. It computes the hashes of the golden corpus, of the arrays in
 test/data/order/arrayhashes.txt and of the document's own examples from their bytes, in both byte

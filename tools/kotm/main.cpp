@@ -81,6 +81,7 @@ public:
         AddTypes();
         AddConvert();
         AddInspect();
+        AddSortKey();
         AddImport();
         AddQuery();
         AddExplain();
@@ -154,8 +155,25 @@ private:
         command->add_option("TYPE", m_type, "Type name")->required();
         command->add_option("HEX", m_hex, "The bytes in hex")->required();
         command->add_option("--format", m_format, "Format byte")->capture_default_str();
+        command->add_flag("--key", m_key, "The bytes are a sort key");
+        command->add_option("--word", m_word, "Operator word of the key")->capture_default_str();
         On(command, [this] {
-            InspectForm(m_type, m_hex, ReadCount("--format", m_format), std::cout);
+            if (m_key)
+                InspectKey(m_type, m_hex, ReadOperatorWord("--word", m_word), std::cout);
+            else
+                InspectForm(m_type, m_hex, ReadCount("--format", m_format), std::cout);
+            return Exit::Done;
+        });
+    }
+
+    void AddSortKey()
+    {
+        CLI::App* command = m_app.add_subcommand("sortkey", "Turn texts into sort keys, in hex");
+        command->add_option("TYPE", m_type, "Type name")->required();
+        command->add_option("TEXT", m_texts, "Texts in the type's own format")->required();
+        command->add_option("--word", m_word, "Operator word")->capture_default_str();
+        On(command, [this] {
+            ShowKeys(m_type, m_texts, ReadOperatorWord("--word", m_word), std::cout);
             return Exit::Done;
         });
     }
@@ -241,6 +259,8 @@ private:
     std::vector<std::string> m_texts;
     std::string m_hex;
     std::string m_format = std::to_string(KoFMT_LITTLE);
+    std::string m_word = "0x10";
+    bool m_key = false;
     std::string m_schema;
     ImportRequest m_import;
     QueryRequest m_query;

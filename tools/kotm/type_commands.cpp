@@ -106,6 +106,30 @@ std::string NoValue(const std::string& utf8, const std::string& typeName, unsign
            std::to_string(errorAt + 1) + ")";
 }
 
+/// Makes `value` what a text says, strictly.
+void ReadText(Value& value, const std::string& utf8, const std::string& typeName)
+{
+    KoString text;
+    TextFault fault;
+    if (!ToKoString(utf8, 0, text, fault))
+        throw Failure(Exit::Usage,
+                      "text, byte " + std::to_string(fault.offset + 1) + ": " + fault.reason);
+    unsigned errorAt = 0;
+    const int code =
+        Manager().ParseFromKoString(value.Type().Id(), value.Get(), text, nullptr, errorAt);
+    if (code == KoRC_NOT_SUPPORTED)
+        throw Failure(Exit::Usage, "the type " + typeName + " is not read from text");
+    if (code != 0)
+        throw Failure(Exit::Usage, NoValue(utf8, typeName, errorAt));
+}
+
+Failure NoOrder(const std::string& typeName, unsigned short word)
+{
+    return Failure(Exit::Usage, "values of the type " + typeName +
+                                    " have no order under the word " + std::to_string(word) +
+                                    ": its wildcards are on (16 switches them off)");
+}
+
 } // namespace
 
 void ListTypes(bool json, std::ostream& out)
@@ -137,23 +161,51 @@ void ConvertTexts(const std::string& typeName, const std::vector<std::string>& t
     Value value(ValueType::Named(typeName));
     std::string lines;
     for (const std::string& utf8 : texts) {
-        KoString text;
-        TextFault fault;
-        if (!ToKoString(utf8, 0, text, fault))
-            throw Failure(Exit::Usage,
-                          "text, byte " + std::to_string(fault.offset + 1) + ": " + fault.reason);
-        unsigned errorAt = 0;
-        const int code =
-            Manager().ParseFromKoString(value.Type().Id(), value.Get(), text, nullptr, errorAt);
-        if (code == KoRC_NOT_SUPPORTED)
-            throw Failure(Exit::Usage, "the type " + typeName + " is not read from text");
-        if (code != 0)
-            throw Failure(Exit::Usage, NoValue(utf8, typeName, errorAt));
+        ReadText(value, utf8, typeName);
         std::string bytes;
         value.Store(bytes, persistent);
         lines += ToHex(bytes) + '\n';
     }
     out << lines;
+}
+
+void ShowKeys(const std::string& typeName, const std::vector<std::string>& texts,
+              unsigned short word, std::ostream& out)
+{
+    Value value(ValueType::Named(typeName));
+    const o_char id = value.Type().Id();
+    std::string lines;
+    for (const std::string& utf8 : texts) {
+        ReadText(value, utf8, typeName);
+        const unsigned length = Manager().SortKeyLen(id, value.Get(), KoFMT_MEMORY, 1, word);
+        if (length == 0)
+            throw NoOrder(typeName, word);
+        std::string key(length, '\0');
+        Manager().SortKey(id, key.data(), length, value.Get(), KoFMT_MEMORY, 1, word);
+        lines += ToHex(key) + '\n';
+    }
+    out << lines;
+}
+
+void InspectKey(const std::string& typeName, const std::string& hex, unsigned short word,
+                std::ostream& out)
+{
+    Value value(ValueType::Named(typeName));
+    const std::string key = FromHex(hex);
+    const int code = Manager().FromSortKey(value.Type().Id(), value.Get(), key.data(),
+                                           static_cast<unsigned>(key.size()), 1, word);
+    if (code == KoRC_NOT_SUPPORTED)
+        throw Failure(Exit::Usage, "keys of the type " + typeName + " under the word " +
+                                       std::to_string(word) + " do not hold the whole value");
+    if (code != KoRC_OK)
+        throw Failure(Exit::Usage, "the bytes are no key of the type " + typeName +
+                                       " under the word " + std::to_string(word));
+    std::string text;
+    value.Print(text, nullptr);
+    out << "type    " << typeName << '\n'
+        << "key     " << ToHex(key) << '\n'
+        << "null    " << (value.Type().HasNull() && value.IsNull() ? "yes" : "no") << '\n'
+        << "text    " << Visible(text) << '\n';
 }
 
 void InspectForm(const std::string& typeName, const std::string& hex, std::uint64_t format,

@@ -17,6 +17,16 @@ void ListTypes(bool json, std::ostream& out);
 void ConvertTexts(const std::string& type, const std::vector<std::string>& texts,
                   std::uint64_t format, std::ostream& out);
 
+/// Writes the sort key of each text under an operator word, as ConvertTexts does forms. Throws
+/// Failure (Exit::Usage), also where the word gives the type no order.
+void ShowKeys(const std::string& type, const std::vector<std::string>& texts, unsigned short word,
+              std::ostream& out);
+
+/// Shows the value of which a sort key in hexadecimal digits is, or says that keys of the type do
+/// not hold it. Throws Failure (Exit::Usage) for bytes that are no key.
+void InspectKey(const std::string& type, const std::string& hex, unsigned short word,
+                std::ostream& out);
+
 /// Shows the value that a persistent form in hexadecimal digits stands for. No byte outside the
 /// form is read. A form that the type itself would write otherwise is shown as it would. Throws
 /// Failure (Exit::Usage) for bytes that are not exactly one value.

@@ -36,6 +36,19 @@ struct OdmgTimeElements {
         const o_u8b zone = ReadOrdered<o_u2b>(at, true);
         hasher.Add(zone << 32 | ReadOrdered<o_u4b>(at + 2, true));
     }
+
+    static constexpr unsigned kKeySize = 6;
+    static void PutKey(unsigned char* out, const unsigned char* at, bool, bool) noexcept
+    {
+        const o_u8b key = Key(at);
+        for (unsigned i = 0; i < kKeySize; ++i)
+            out[i] = static_cast<unsigned char>(key >> (8 * (kKeySize - 1 - i)));
+    }
+    static void FromKey(unsigned char* stored, const unsigned char* key) noexcept
+    {
+        for (unsigned i = 0; i < kKeySize; ++i)
+            stored[i] = static_cast<unsigned char>(key[(i + 4) % kKeySize] ^ 0x80);
+    }
 };
 
 /// A date and then a time.
@@ -52,6 +65,18 @@ struct OdmgTimestampElements {
     {
         OdmgDateElements::AddHash(hasher, at, big, memory);
         OdmgTimeElements::AddHash(hasher, at + 4, big, memory);
+    }
+
+    static constexpr unsigned kKeySize = OdmgDateElements::kKeySize + OdmgTimeElements::kKeySize;
+    static void PutKey(unsigned char* out, const unsigned char* at, bool big, bool memory) noexcept
+    {
+        OdmgDateElements::PutKey(out, at, big, memory);
+        OdmgTimeElements::PutKey(out + 4, at + 4, big, memory);
+    }
+    static void FromKey(unsigned char* stored, const unsigned char* key) noexcept
+    {
+        OdmgDateElements::FromKey(stored, key);
+        OdmgTimeElements::FromKey(stored + 4, key + 4);
     }
 };
 

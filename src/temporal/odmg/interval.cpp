@@ -94,6 +94,24 @@ struct OdmgIntervalOps : TemporalOps<OdmgIntervalType> {
         return EvaluateBounds<ScalarAxis<NumberType<o_float>>>(bounds, op, value, format, count,
                                                                newBounds);
     }
+
+    static unsigned SortKey(void* key, unsigned room, const void* value, unsigned char format,
+                            unsigned count, unsigned short)
+    {
+        return NumbersSortKey<NumberType<o_float>>(key, room, value, format, count);
+    }
+    static int FromSortKey(void* value, const void* key, unsigned length, unsigned count,
+                           unsigned short)
+    {
+        return ReadElementKeys<d_Interval>(
+            value, key, length, count,
+            [](d_Interval& interval, const unsigned char* at, unsigned left) {
+                o_float seconds = 0;
+                const unsigned taken = ReadNumberKey<NumberType<o_float>>(seconds, at, left);
+                interval = d_Interval::OfSeconds(seconds);
+                return taken;
+            });
+    }
 };
 
 } // namespace
