@@ -5,7 +5,7 @@
 set -eu
 
 packages="g++ cmake ninja-build pkg-config python3 libgtest-dev libcli11-dev nlohmann-json3-dev
-    libcsv-dev liblmdb-dev"
+    libcsv-dev liblmdb-dev libxxhash-dev"
 case ${1:-} in
 '') ;;
 ci)
