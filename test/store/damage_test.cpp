@@ -37,7 +37,8 @@ protected:
         std::string csv = "Id,Title,Latin,Weight\n";
         for (int i = 0; i < count; ++i)
             csv += std::to_string(i) + "," +
-                   (i % 50 == 0 ? std::string(300 + i % 9 * 700, 'x') : "title ") +
+                   (i % 50 == 0 ? std::string(static_cast<std::size_t>(300 + i % 9 * 700), 'x')
+                                : "title ") +
                    std::to_string(i * 7919 % 2000) + ",x," + std::to_string(i % 100) + "\n";
         return csv;
     }
