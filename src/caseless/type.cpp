@@ -162,6 +162,9 @@ using CaseOps = IStringOps<KoCaseIString, KoCASEISTRING_T>;
 
 } // namespace
 
+KO_DEFINE_TYPE(koIStringDescriptor, PlainOps, KoISTRING_T)
+KO_DEFINE_TYPE(koCaseIStringDescriptor, CaseOps, KoCASEISTRING_T)
+
 } // namespace ko
 
 using namespace ko;
@@ -177,11 +180,3 @@ int KoCaseIStringCompare(unsigned char format, unsigned length1, void* value1, u
 {
     return CaseOps::Cmp(format, length1, value1, length2, value2, cmpOp, count, status);
 }
-
-namespace ko
-{
-
-KO_DEFINE_TYPE(koIStringDescriptor, PlainOps, KoISTRING_T)
-KO_DEFINE_TYPE(koCaseIStringDescriptor, CaseOps, KoCASEISTRING_T)
-
-} // namespace ko
