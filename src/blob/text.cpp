@@ -154,7 +154,7 @@ const char* ReadingFormat(const char* format)
 
 bool IsNullText(const KoString& text)
 {
-    return text.IsNullValue() || (!text.IsEmpty() && ReadsAsNull(text, true));
+    return text.IsNullValue() || (!text.IsEmpty() && MeansNullOrIsEmpty(text, true));
 }
 
 } // namespace

@@ -1,4 +1,3 @@
-#include "caseless/bounds.h"
 #include "caseless/record.h"
 #include "core/element_ops.h"
 #include "string/print.h"
@@ -140,7 +139,7 @@ struct IStringOps : ElementOps<T, IStringOps<T, id>, id> {
     static void ScanOne(T& element, const KoString& text, const char* format)
     {
         KoString value;
-        if (TryScanString(value, text, format))
+        if (ScanNonNullString(value, text, format))
             Narrow(element, value, false);
     }
     static int ParseOne(T& element, const KoString& text, const char* format, unsigned& errorAt)

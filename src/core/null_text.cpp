@@ -12,7 +12,7 @@ namespace ko
 namespace
 {
 
-/// The whole comparison. Apart from ReadsAsNullPrint, which every reading of a value begins with
+/// The whole comparison. Apart from MeansNull, which every reading of a value begins with
 /// and which nearly always has its answer before.
 [[gnu::noinline]] bool IsOrBeginsWith(const KoString& text, const KoString& nullText, bool whole)
 {
@@ -41,12 +41,12 @@ namespace
 
 } // namespace
 
-bool ReadsAsNull(const KoString& text, bool whole)
+bool MeansNullOrIsEmpty(const KoString& text, bool whole)
 {
-    return text.IsEmpty() || ReadsAsNullPrint(text, whole);
+    return text.IsEmpty() || MeansNull(text, whole);
 }
 
-bool ReadsAsNullPrint(const KoString& text, bool whole)
+bool MeansNull(const KoString& text, bool whole)
 {
     if (text.IsNullValue())
         return true;

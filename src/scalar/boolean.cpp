@@ -152,7 +152,7 @@ struct BooleanOps : ElementOps<KoBoolean, BooleanOps, KoBOOLEAN_T> {
     }
     static void ScanOne(KoBoolean& value, const KoString& text, const char*)
     {
-        if (ReadsAsNull(text, false)) {
+        if (MeansNullOrIsEmpty(text, false)) {
             value.SetNullValue();
             return;
         }
@@ -166,7 +166,7 @@ struct BooleanOps : ElementOps<KoBoolean, BooleanOps, KoBOOLEAN_T> {
     }
     static int ParseOne(KoBoolean& value, const KoString& text, const char*, unsigned& errorAt)
     {
-        if (ReadsAsNull(text, true)) {
+        if (MeansNullOrIsEmpty(text, true)) {
             value.SetNullValue();
             return 0;
         }

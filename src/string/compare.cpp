@@ -86,8 +86,9 @@ public:
 
     PaddedWalk(const char* left, const char* right) : m_left(left), m_right(right) {}
 
-    /// As CompareFast. A block stops it that has a difference, a terminator, or a wildcard in
-    /// `right`; and with all but ASCII where only that means the same in both.
+    /// -1, 0 or 1, or kUndecided where the rules have to take over. A block stops it that has a
+    /// difference, a terminator, or a wildcard in `right`; and with all but ASCII where only that
+    /// means the same in both.
     template <std::size_t kEnd = 0, class Decision>
     [[gnu::always_inline]] int Run(const Decision& decision)
     {

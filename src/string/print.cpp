@@ -87,14 +87,14 @@ KoString& PrintString(KoString& text, const KoString& value, const char* format)
 
 void ScanString(KoString& value, const KoString& text, const char* format)
 {
-    if (ReadsAsNullPrint(text, true)) {
+    if (MeansNull(text, true)) {
         value.SetNullValue();
         return;
     }
-    TryScanString(value, text, format);
+    ScanNonNullString(value, text, format);
 }
 
-bool TryScanString(KoString& value, const KoString& text, const char* format)
+bool ScanNonNullString(KoString& value, const KoString& text, const char* format)
 {
     const NumFormat parsed = ParseStringFormat(format);
     const KoString prefix = Literal(parsed.prefix, parsed.prefixEnd);

@@ -361,7 +361,7 @@ private:
 
 int ParseTemporal(TemporalFields& fields, const KoString& in, const char* format, unsigned& errorAt)
 {
-    if (KindHasNull(fields.kind) && ReadsAsNullPrint(in, true)) {
+    if (KindHasNull(fields.kind) && MeansNull(in, true)) {
         fields = {.kind = fields.kind, .isNull = true};
         return 0;
     }

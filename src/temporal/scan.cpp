@@ -368,7 +368,7 @@ bool ScanText(TemporalFields& fields, const char* text, const char* format)
 bool ScanTemporal(TemporalFields& fields, const KoString& in, const char* format)
 {
     const TemporalKind kind = fields.kind;
-    if (KindHasNull(kind) && ReadsAsNullPrint(in, false)) {
+    if (KindHasNull(kind) && MeansNull(in, false)) {
         fields = {.kind = kind, .isNull = true};
         return true;
     }
