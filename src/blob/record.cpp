@@ -1,9 +1,8 @@
 #include "blob/record.h"
 
 #include "core/hasher.h"
-#include "string/record.h"
-
 #include "core/validate.h"
+#include "string/record.h"
 
 #include <koencode.h>
 #include <koservices.h>

@@ -1,9 +1,9 @@
 #include "blob/text.h"
 
-#include "core/null_text.h"
 #include "core/record.h"
 #include "number/ascii.h"
 #include "number/string_number.h"
+#include "string/null_text.h"
 
 #include <kotypemgr.h>
 

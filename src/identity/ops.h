@@ -5,10 +5,9 @@
 #include "core/bytes.h"
 #include "core/element_ops.h"
 #include "core/hash_walk.h"
-#include "core/null_text.h"
-#include "identity/text.h"
-
 #include "core/sort_key.h"
+#include "identity/text.h"
+#include "string/null_text.h"
 
 #include <bit>
 

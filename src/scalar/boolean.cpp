@@ -4,10 +4,9 @@
 #include "core/bytes.h"
 #include "core/element_ops.h"
 #include "core/hash_walk.h"
-#include "core/null_text.h"
-#include "number/ascii.h"
-
 #include "core/sort_key.h"
+#include "number/ascii.h"
+#include "string/null_text.h"
 
 using namespace ko;
 

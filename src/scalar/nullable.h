@@ -1,10 +1,9 @@
 #ifndef KO_SCALAR_NULLABLE_H
 #define KO_SCALAR_NULLABLE_H
 
-#include "core/null_text.h"
-#include "scalar/ops.h"
-
 #include "core/sort_key.h"
+#include "scalar/ops.h"
+#include "string/null_text.h"
 
 #include <_konulty.h>
 

@@ -1,8 +1,8 @@
 #include "string/print.h"
 
 #include "collation/text.h"
-#include "core/null_text.h"
 #include "number/format.h"
+#include "string/null_text.h"
 
 #include <kotypemgr.h>
 

@@ -1,6 +1,6 @@
-#include "core/null_text.h"
 #include "number/ascii.h"
 #include "number/string_number.h"
+#include "string/null_text.h"
 #include "temporal/calendar.h"
 #include "temporal/fields.h"
 #include "temporal/format.h"

@@ -1,5 +1,5 @@
-#ifndef KO_CORE_NULL_TEXT_H
-#define KO_CORE_NULL_TEXT_H
+#ifndef KO_STRING_NULL_TEXT_H
+#define KO_STRING_NULL_TEXT_H
 
 class KoString;
 

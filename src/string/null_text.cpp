@@ -1,4 +1,4 @@
-#include "core/null_text.h"
+#include "string/null_text.h"
 
 #include <kochar.h>
 #include <kostring.h>
@@ -11,6 +11,16 @@ namespace ko
 
 namespace
 {
+
+KoString& NullPrintString()
+{
+    static KoString text("{NULL}");
+    return text;
+}
+
+// It is asked for while the library is loaded: it is then complete before any static object of an
+// application, and outlives it. Another file's start-up that needs it earlier still gets it built.
+[[maybe_unused]] const KoString& builtWithLibrary = NullPrintString();
 
 /// The whole comparison. Apart from MeansNull, which every reading of a value begins with
 /// and which nearly always has its answer before.
@@ -50,7 +60,7 @@ bool MeansNull(const KoString& text, bool whole)
 {
     if (text.IsNullValue())
         return true;
-    const KoString& nullText = KoTypeMgr::GetNullPrintString();
+    const KoString& nullText = NullPrintString();
     // Nearly every text that is not null differs in its first character already.
     if (text.CodeSet() == nullText.CodeSet() && *text.StrGet() != *nullText.StrGet())
         return false;
@@ -58,3 +68,15 @@ bool MeansNull(const KoString& text, bool whole)
 }
 
 } // namespace ko
+
+using namespace ko;
+
+const KoString& KoTypeMgr::GetNullPrintString()
+{
+    return NullPrintString();
+}
+
+void KoTypeMgr::SetNullPrintString(const KoString& text)
+{
+    NullPrintString() = text;
+}
