@@ -1,8 +1,13 @@
 # One shared library of the system: its exported headers in FOLDER/inc, its sources in FOLDER/src and
-# the rooms below it, its module name on Windows. With a FILE_DESCRIPTION the Windows module carries a version resource.
+# the rooms below it, its module name on Windows. INC names other exported headers, SOURCES what is compiled
+# beside. With a FILE_DESCRIPTION the Windows module carries a version resource.
 function(ko_library target)
-  cmake_parse_arguments(arg "" "EXPORT_NAME;FOLDER;MODULE;FILE_DESCRIPTION" "LIBRARIES" ${ARGN})
+  cmake_parse_arguments(arg "" "EXPORT_NAME;FOLDER;INC;MODULE;FILE_DESCRIPTION" "LIBRARIES;SOURCES" ${ARGN})
+  if(NOT arg_INC)
+    set(arg_INC ${CMAKE_CURRENT_SOURCE_DIR}/${arg_FOLDER}/inc)
+  endif()
   file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${arg_FOLDER}/src/*.cpp)
+  list(APPEND sources ${arg_SOURCES})
   add_library(${target} SHARED ${sources})
   add_library(ko::${arg_EXPORT_NAME} ALIAS ${target})
   # Loops that live on the optimiser's work: what other build types ask for is too little.
@@ -19,7 +24,7 @@ function(ko_library target)
     ${target} PRIVATE $<$<COMPILE_LANGUAGE:CXX>:KO_VERSION_NUMBERS=${numbers}>
                       $<$<COMPILE_LANGUAGE:CXX>:KO_VERSION_TEXT="${PROJECT_VERSION}.${KO_VERSION_FIFTH}">)
   target_include_directories(
-    ${target} PUBLIC $<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}/${arg_FOLDER}/inc>
+    ${target} PUBLIC $<BUILD_INTERFACE:${arg_INC}>
                      $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/kotms>)
   # An include of an inner header names its room.
   target_include_directories(${target} PRIVATE ${arg_FOLDER}/src)
@@ -53,7 +58,7 @@ function(ko_library target)
   endif()
 
   install(TARGETS ${target} EXPORT kotmsTargets)
-  install(DIRECTORY ${arg_FOLDER}/inc/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kotms
+  install(DIRECTORY ${arg_INC}/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kotms
           FILES_MATCHING PATTERN "*.h")
 endfunction()
 

@@ -3,6 +3,8 @@
 
 #include "collation/sort_key_code.h"
 
+#include <initializer_list>
+
 namespace ko
 {
 

@@ -13,8 +13,8 @@
 /// The id of a type, or -1.
 inline int FindType(const std::string& name)
 {
-    for (int id = 0; id < KoRES_T; ++id) {
-        if (name == koCurrentTypeTable.entry[id]->name)
+    for (int id = 0; id < KoTYPE_COUNT; ++id) {
+        if (id != KoRES_T && name == koCurrentTypeTable.entry[id]->name)
             return id;
     }
     return -1;
