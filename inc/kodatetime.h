@@ -7,7 +7,7 @@
 
 namespace ko
 {
-struct CarryOver;
+struct FieldCarry;
 }
 
 /// A date and a time of day in whole seconds, of the persistent type KoDATIME_T.
@@ -162,7 +162,7 @@ public:
     KOTMS_API void ScanFromKoString(KoString& in, const char* format);
 
 private:
-    friend struct ko::CarryOver;
+    friend struct ko::FieldCarry;
 
     KoDateTime m_dateTime;
     o_4b m_nanoseconds = 0;

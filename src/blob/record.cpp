@@ -1,9 +1,8 @@
 #include "blob/record.h"
 
 #include "core/hasher.h"
-#include "string/record.h"
-
 #include "core/validate.h"
+#include "string/record.h"
 
 #include <koencode.h>
 #include <koservices.h>
@@ -242,6 +241,27 @@ int BlobValidate(const void* bytes, std::size_t size, unsigned char format, unsi
 
 // ---- comparing and hashing
 
+o_u4b BlobHash(unsigned char format, unsigned length, const void* value, unsigned count,
+               int& status)
+{
+    status = KoRC_OK;
+    Hasher hasher;
+    if (count == 0)
+        return hasher.Get();
+    BlobWalk walk(format, length, value);
+    for (unsigned i = 0; i < count && status == KoRC_OK; ++i) {
+        BlobPart part;
+        const BlobFound found = walk.Next(part);
+        if (found == BlobFound::kBroken)
+            status = KoRC_NOT_SUPPORTED;
+        else if (found != BlobFound::kWhole)
+            status = KoRC_TRUNCATED;
+        if (found == BlobFound::kWhole || found == BlobFound::kCut)
+            AddHash(hasher, part);
+    }
+    return hasher.Get();
+}
+
 } // namespace ko
 
 using namespace ko;
@@ -278,29 +298,3 @@ int BlobCompare(unsigned char format, unsigned length1, void* value1, unsigned l
     }
     return 0;
 }
-
-namespace ko
-{
-
-o_u4b BlobHash(unsigned char format, unsigned length, const void* value, unsigned count,
-               int& status)
-{
-    status = KoRC_OK;
-    Hasher hasher;
-    if (count == 0)
-        return hasher.Get();
-    BlobWalk walk(format, length, value);
-    for (unsigned i = 0; i < count && status == KoRC_OK; ++i) {
-        BlobPart part;
-        const BlobFound found = walk.Next(part);
-        if (found == BlobFound::kBroken)
-            status = KoRC_NOT_SUPPORTED;
-        else if (found != BlobFound::kWhole)
-            status = KoRC_TRUNCATED;
-        if (found == BlobFound::kWhole || found == BlobFound::kCut)
-            AddHash(hasher, part);
-    }
-    return hasher.Get();
-}
-
-} // namespace ko

@@ -1,9 +1,9 @@
 #include "blob/text.h"
 
-#include "core/null_text.h"
 #include "core/record.h"
 #include "number/ascii.h"
 #include "number/string_number.h"
+#include "string/null_text.h"
 
 #include <kotypemgr.h>
 
@@ -154,7 +154,7 @@ const char* ReadingFormat(const char* format)
 
 bool IsNullText(const KoString& text)
 {
-    return text.IsNullValue() || (!text.IsEmpty() && ReadsAsNull(text, true));
+    return text.IsNullValue() || (!text.IsEmpty() && MeansNullOrIsEmpty(text, true));
 }
 
 } // namespace

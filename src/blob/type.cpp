@@ -1,7 +1,6 @@
 #include "blob/record.h"
 #include "blob/text.h"
 #include "core/element_ops.h"
-
 #include "core/sort_key.h"
 
 #include <algorithm>

@@ -1,7 +1,5 @@
-#include "caseless/bounds.h"
-
-#include "caseless/record.h"
 #include "core/bounds.h"
+#include "caseless/record.h"
 #include "string/estimate.h"
 #include "string/share.h"
 

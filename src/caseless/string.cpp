@@ -76,6 +76,16 @@ unsigned char Lower(unsigned char c)
 
 } // namespace
 
+void CaselessAccess::Set(KoIStringText& text, const char* bytes, unsigned count, o_u1b flag)
+{
+    KoIStringText made;
+    made.Splice(0, 0, bytes, count);
+    if (count != 0 && made.IsEmpty())
+        return; // no memory
+    made.m_flag = flag;
+    text = std::move(made);
+}
+
 } // namespace ko
 
 using namespace ko;
@@ -140,21 +150,6 @@ KoIStringText& KoIStringText::operator=(KoIStringText&& other) noexcept
     std::swap(m_flag, other.m_flag);
     return *this;
 }
-
-namespace ko
-{
-
-void CaselessAccess::Set(KoIStringText& text, const char* bytes, unsigned count, o_u1b flag)
-{
-    KoIStringText made;
-    made.Splice(0, 0, bytes, count);
-    if (count != 0 && made.IsEmpty())
-        return; // no memory
-    made.m_flag = flag;
-    text = std::move(made);
-}
-
-} // namespace ko
 
 void KoIStringText::Init()
 {

@@ -2,10 +2,10 @@
 #define KO_CASELESS_TEXT_H
 
 #include "core/hasher.h"
-
 #include "core/sort_key.h"
 
 #include <koistring.h>
+#include <kotypevl.h>
 
 #include <cstring>
 
@@ -66,6 +66,11 @@ void PutWeightsKey(KeySink& sink, const CaselessText& text, const CaselessWeight
 
 /// The weights of a text under its own flag and a zero, as bytes that fill words of eight.
 void HashWeights(Hasher& hasher, const CaselessText& text, const CaselessWeights& weights);
+
+/// The evaluator of the case-insensitive types; `weights` are those of the class.
+float EvaluateCaselessTexts(const KoIdxBounds* bounds, unsigned short op, const void* value,
+                            unsigned char format, unsigned count, KoIdxBounds* newBounds,
+                            const CaselessWeights& weights);
 
 } // namespace ko
 

@@ -1,4 +1,3 @@
-#include "caseless/bounds.h"
 #include "caseless/record.h"
 #include "core/element_ops.h"
 #include "string/print.h"
@@ -140,7 +139,7 @@ struct IStringOps : ElementOps<T, IStringOps<T, id>, id> {
     static void ScanOne(T& element, const KoString& text, const char* format)
     {
         KoString value;
-        if (TryScanString(value, text, format))
+        if (ScanNonNullString(value, text, format))
             Narrow(element, value, false);
     }
     static int ParseOne(T& element, const KoString& text, const char* format, unsigned& errorAt)
@@ -162,6 +161,9 @@ using CaseOps = IStringOps<KoCaseIString, KoCASEISTRING_T>;
 
 } // namespace
 
+KO_DEFINE_TYPE(koIStringDescriptor, PlainOps, KoISTRING_T)
+KO_DEFINE_TYPE(koCaseIStringDescriptor, CaseOps, KoCASEISTRING_T)
+
 } // namespace ko
 
 using namespace ko;
@@ -177,11 +179,3 @@ int KoCaseIStringCompare(unsigned char format, unsigned length1, void* value1, u
 {
     return CaseOps::Cmp(format, length1, value1, length2, value2, cmpOp, count, status);
 }
-
-namespace ko
-{
-
-KO_DEFINE_TYPE(koIStringDescriptor, PlainOps, KoISTRING_T)
-KO_DEFINE_TYPE(koCaseIStringDescriptor, CaseOps, KoCASEISTRING_T)
-
-} // namespace ko

@@ -14,21 +14,21 @@ KoChar::KoChar(NoDefaults, unsigned short code, unsigned char codeSet, unsigned 
 }
 
 KoChar::KoChar(unsigned short c, unsigned char codeSet, unsigned char language)
-    : KoChar(NoDefaults{}, c, GivenOr(codeSet, KoString::GetDefault16CodeSet),
-             GivenOr(language, KoString::GetDefaultLanguage))
+    : KoChar(NoDefaults{}, c, OrDefault(codeSet, KoString::GetDefault16CodeSet),
+             OrDefault(language, KoString::GetDefaultLanguage))
 {
 }
 
 KoChar::KoChar(char c, unsigned char codeSet, unsigned char language)
     : KoChar(NoDefaults{}, static_cast<unsigned char>(c),
-             GivenOr(codeSet, KoString::GetDefault8CodeSet),
-             GivenOr(language, KoString::GetDefaultLanguage))
+             OrDefault(codeSet, KoString::GetDefault8CodeSet),
+             OrDefault(language, KoString::GetDefaultLanguage))
 {
 }
 
 KoChar::KoChar(const char* p, unsigned char codeSet, unsigned char language, unsigned char format)
-    : KoChar(NoDefaults{}, 0, GivenOr(codeSet, KoString::GetDefault8CodeSet),
-             GivenOr(language, KoString::GetDefaultLanguage))
+    : KoChar(NoDefaults{}, 0, OrDefault(codeSet, KoString::GetDefault8CodeSet),
+             OrDefault(language, KoString::GetDefaultLanguage))
 {
     m_reference = const_cast<char*>(p); // where the caller wants to write
     m_format = format == 255 ? static_cast<unsigned char>(KoFMT_LITTLE) : format;
@@ -54,7 +54,7 @@ KoChar::KoChar(const KoString& s, int byteOffset)
 
 KoChar::KoChar(const KoChar& other)
     : KoChar(NoDefaults{}, other.Code(), other.m_codeSet,
-             GivenOr(other.m_language, KoString::GetDefaultLanguage))
+             OrDefault(other.m_language, KoString::GetDefaultLanguage))
 {
 }
 
@@ -128,7 +128,7 @@ unsigned short KoChar::Order() const
 
 KoChar KoChar::MapTo(unsigned char codeSet) const
 {
-    KoChar mapped(NoDefaults{}, 0, GivenOr(codeSet, KoString::GetDefaultCodeSet), m_language);
+    KoChar mapped(NoDefaults{}, 0, OrDefault(codeSet, KoString::GetDefaultCodeSet), m_language);
     const CharacterUnit unit(*this);
     KoConvertText(&mapped.m_value, mapped.m_codeSet, unit.Text().bytes, m_codeSet, 1);
     return mapped;

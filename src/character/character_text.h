@@ -9,7 +9,7 @@ namespace ko
 {
 
 /// What an identifier passed to a constructor means: 255 stands for the default.
-inline unsigned char GivenOr(unsigned char given, unsigned char (*standard)())
+inline unsigned char OrDefault(unsigned char given, unsigned char (*standard)())
 {
     return given == 255 ? standard() : given;
 }

@@ -10,7 +10,7 @@ using namespace ko;
 KoStringIterator::KoStringIterator(const void* text, std::size_t bytes, unsigned char codeSet,
                                    unsigned char language, unsigned char format)
     : m_codeSetObject(&CodeSetOf(codeSet)), m_codeSet(codeSet),
-      m_language(GivenOr(language, KoString::GetDefaultLanguage)),
+      m_language(OrDefault(language, KoString::GetDefaultLanguage)),
       m_variant(m_codeSetObject->GetVariant(m_language)), m_format(format),
       m_position(static_cast<char*>(const_cast<void*>(text))), m_begin(m_position),
       m_end(m_position + bytes)
@@ -36,7 +36,7 @@ KoStringIterator::KoStringIterator(KoChar& c)
 
 KoStringIterator::KoStringIterator(const char* text, unsigned char codeSet, unsigned char language,
                                    unsigned char format)
-    : KoStringIterator(text, 0, GivenOr(codeSet, KoString::GetDefault8CodeSet), language,
+    : KoStringIterator(text, 0, OrDefault(codeSet, KoString::GetDefault8CodeSet), language,
                        format == 255 ? static_cast<unsigned char>(KoFMT_LITTLE) : format)
 {
     if (text != nullptr)
@@ -46,7 +46,7 @@ KoStringIterator::KoStringIterator(const char* text, unsigned char codeSet, unsi
 KoStringIterator::KoStringIterator(const unsigned short* text, unsigned char codeSet,
                                    unsigned char language, unsigned char format)
     : KoStringIterator(reinterpret_cast<const char*>(text),
-                       GivenOr(codeSet, KoString::GetDefault16CodeSet), language, format)
+                       OrDefault(codeSet, KoString::GetDefault16CodeSet), language, format)
 {
 }
 

@@ -40,21 +40,48 @@ public:
         return s_languages[language].load(std::memory_order_relaxed) == kPlain;
     }
     /// Asks the tables about both; true where more is known than before.
-    static bool Learn(unsigned char codeSet, unsigned char language);
+    static bool Learn(unsigned char codeSet, unsigned char language)
+    {
+        const bool knewKeys = KeysOrNull(codeSet) != nullptr;
+        const bool knewLanguage = IsKnownPlain(language);
+        return (!knewKeys && Keys(codeSet) == KeysOrNull(codeSet)) ||
+               (!knewLanguage && IsPlain(language) && IsKnownPlain(language));
+    }
 
 private:
     static constexpr unsigned char kUnknown = 0;
     static constexpr unsigned char kPlain = 1;
     static constexpr unsigned char kOther = 2;
-    static const o_u4b* AskKeys(unsigned char codeSet);
-    static bool AskLanguage(unsigned char language);
+    [[gnu::noinline]] static const o_u4b* AskKeys(unsigned char codeSet)
+    {
+        // Identifiers from 225 on all have 16-bit Unicode characters here, even that of the default
+        // one.
+        const auto asked = std::min<unsigned char>(codeSet, KoCS_UNICODE);
+        const o_u4b* const keys = KoLanguageContext::QueryCodeSet(asked)->FastKeys();
+        if (codeSet != KoCS_NONE && codeSet != KoCS_NULL) // the one is the native one at the time
+            s_keys[codeSet].store(keys, std::memory_order_relaxed);
+        return keys;
+    }
+    [[gnu::noinline]] static bool AskLanguage(unsigned char language)
+    {
+        const bool plain = language != KoLANG_NULL &&
+                           KoLanguageContext::QueryCodeSet(KoCS_UNICODE)->GetVariant(language) == 0;
+        if (language != KoLANG_DEFAULT)
+            s_languages[language].store(plain ? kPlain : kOther, std::memory_order_relaxed);
+        return plain;
+    }
 
-    static std::atomic<const o_u4b*> s_keys[256];
-    static std::atomic<unsigned char> s_languages[256];
+    inline static std::atomic<const o_u4b*> s_keys[256];
+    inline static std::atomic<unsigned char> s_languages[256];
 };
 
 /// The fast key of a 16-bit character.
-o_u4b WideFastKey(unsigned character);
+[[gnu::noinline]] inline o_u4b WideFastKey(unsigned character)
+{
+    static const KoCodeSet& s_unicode = *KoLanguageContext::QueryCodeSet(KoCS_UNICODE);
+    const o_u4b* page = s_unicode.FastKeys(static_cast<unsigned char>(character >> 8U));
+    return page == nullptr ? KoFastKey(static_cast<o_u2b>(character)) : page[character & 0xFFU];
+}
 
 /// The orders of a text's language are not compared as plain numbers.
 inline bool HasFastKeys(const KoText& text)

@@ -192,6 +192,12 @@ private:
 #endif
 };
 
+/// The number of equal bytes at the start of two texts, none of them 0, rounded down to a multiple
+/// of a block. No byte from `end` on is read.
+std::size_t SkipEqual(const char* left, const char* right, std::size_t end);
+/// SkipEqual without the instructions that only some processors have.
+std::size_t SkipEqualPlain(const char* left, const char* right, std::size_t end);
+
 } // namespace ko
 
 #endif

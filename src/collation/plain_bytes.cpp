@@ -1,5 +1,7 @@
-#include "collation/compare_stored.h"
 #include "collation/wildcards.h"
+#include "core/compare_walk.h"
+
+#include <algorithm>
 
 // Comparing texts without a code set: bytes.
 
@@ -46,6 +48,34 @@ private:
     unsigned m_left;
     bool m_runAfter; ///< a pattern: an asterisk is added at the end
 };
+
+/// The difference of two bytes; where a side has no text at all, the sign alone.
+TextOrder ByteDifference(const KoText& left, const KoText& right, unsigned a, unsigned b)
+{
+    if (left.bytes == nullptr || right.bytes == nullptr)
+        return {ThreeWay(a, b)};
+    return {static_cast<int>(a) - static_cast<int>(b)};
+}
+
+/// Two texts without a code set, as plain bytes.
+TextOrder CompareByBytes(const KoText& left, const KoText& right, unsigned limit)
+{
+    const auto* a = reinterpret_cast<const unsigned char*>(left.bytes);
+    const auto* b = reinterpret_cast<const unsigned char*>(right.bytes);
+    const unsigned end = std::min({left.units, right.units, limit});
+    const unsigned i = end == 0 ? 0 : static_cast<unsigned>(EqualBytes(a, b, end));
+    const bool leftEnds = i == left.units;
+    const bool rightEnds = i == right.units;
+    const bool open = (leftEnds && left.cut) || (rightEnds && right.cut);
+    if (i == limit || (leftEnds && rightEnds && !open))
+        return {};
+    // What follows a terminator is no text.
+    if (i != 0 && UnitsBeforeZero(left.bytes, 1, i) < i)
+        return {};
+    if (open)
+        return {0, true};
+    return ByteDifference(left, right, leftEnds ? 0 : a[i], rightEnds ? 0 : b[i]);
+}
 
 /// With a side cut the bytes before the first wildcard are compared, and after it nothing is
 /// certain but a pattern that ends in "*".

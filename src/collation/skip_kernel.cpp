@@ -1,4 +1,4 @@
-#include "collation/compare_memory.h"
+#include "collation/lanes.h"
 
 // Skipping what is equal in two long texts.
 

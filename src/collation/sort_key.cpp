@@ -180,7 +180,7 @@ void WriteLongGaps(const Characters<Unit>& text, const Mode& mode, sortkey::Boun
     gaps.Finish();
 }
 
-/// Of a text that has nothing but one gap, and the ideographic variant.
+/// Writes the key of a text that has nothing but one gap.
 template <class Unit>
 void WriteLoneGap(const Characters<Unit>& text, const Mode& mode, sortkey::Bounded& out)
 {

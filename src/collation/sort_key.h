@@ -27,7 +27,7 @@ bool HasWholeSortKeys(o_u2b cmpOp);
 SortKeyWay BestSortKeyWay();
 
 /// Writes the first `room` bytes of the key of a text and returns the length of the whole key, 0
-/// where the word gives no order. What `room` has behind the key may be overwritten, too; `key` may
+/// where the word gives no order. What `room` has after the key may be overwritten, too; `key` may
 /// be null where `room` is 0. Takes no memory from the heap. The text has at most 65,535 bytes, and
 /// `cut` is not looked at: the key is that of the characters that are there.
 unsigned WriteSortKey(const KoText& text, o_u2b cmpOp, void* key, unsigned room,

@@ -160,8 +160,8 @@ constexpr unsigned KindOf(unsigned first)
 {
     return first < kBlank ? 0 : first < kHyphen ? 3 : 6;
 }
-/// Of a gap that is one blank or one hyphen: the lead says it all, and the next number that more
-/// gaps follow. They come just before the kind of those that begin alike.
+/// The kind of a gap that is one blank or one hyphen: the lead says it all, and the next number
+/// that more gaps follow. They come just before the kind of those that begin alike.
 constexpr unsigned KindOfSingle(unsigned order)
 {
     return KindOf(order) - 2;

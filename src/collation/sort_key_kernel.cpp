@@ -47,7 +47,7 @@ constexpr std::array<std::array<unsigned char, 8>, 256> kLeavingOut = [] {
     return all;
 }();
 
-/// From the byte i on: sixteen bytes without the first i, zeros behind.
+/// The shuffle that starts at byte i gives sixteen bytes without the first i, and zeros after them.
 constexpr std::size_t kTwoBlocks = std::size_t{2} * kBlock;
 constexpr std::array<unsigned char, kTwoBlocks> kMovingDown = [] {
     std::array<unsigned char, kTwoBlocks> all{};
@@ -95,7 +95,7 @@ o_u8b Word(const char* bytes)
     return word;
 }
 
-/// Fewer than sixteen bytes, zeros behind.
+/// Loads fewer than sixteen bytes, and zeros after them.
 __m128i LoadFew(const char* bytes, unsigned size)
 {
     if (size > 8)

@@ -1,11 +1,12 @@
 #ifndef KO_COLLATION_SORT_KEY_WAYS_H
 #define KO_COLLATION_SORT_KEY_WAYS_H
 
+/// In which ways the sort key of a text can be written.
+
 namespace ko
 {
 
-/// In which ways the sort key of a text can be written.
-/// What may be read behind the characters of a text.
+/// What may be read after the characters of a text.
 enum class TextMemory {
     kExact,  ///< nothing: a stored text
     kPadded, ///< the rest of the last 16 bytes: the buffer of a KoString

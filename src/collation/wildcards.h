@@ -1,6 +1,7 @@
 #ifndef KO_COLLATION_WILDCARDS_H
 #define KO_COLLATION_WILDCARDS_H
 
+#include "collation/orders.h"
 #include "collation/wildcard_search.h"
 #include "core/compare_walk.h"
 
@@ -10,8 +11,6 @@
 
 namespace ko
 {
-
-enum class PatternKind : unsigned char { kEnd, kLiteral, kOne, kRun };
 
 struct MatchResult {
     bool matched = false;

@@ -2,10 +2,9 @@
 #define KO_CORE_ELEMENT_OPS_H
 
 #include "core/translate.h"
+#include "core/validate.h"
 #include "core/value_ops.h"
 #include "number/string_number.h"
-
-#include "core/validate.h"
 
 #include <algorithm>
 #include <cstring>

@@ -3,7 +3,6 @@
 
 #include "core/bytes.h"
 #include "core/hash_walk.h"
-
 #include "core/sort_key.h"
 
 #include <cmath>

@@ -246,17 +246,6 @@ KO_DEFINE_TYPE(koRefDescriptor, RefOps, KoREF_T)
         Ops::ScanOne(*this, text, Ops::FormatOr(format));                                          \
     }
 
-} // namespace ko
-
-using namespace ko;
-
-KO_IDENTITY_LIST(KO_IDENTITY_MEMBERS)
-#undef KO_IDENTITY_MEMBERS
-#undef KO_IDENTITY_LIST
-
-namespace ko
-{
-
 namespace
 {
 
@@ -265,6 +254,12 @@ constexpr const char* kLocalRefFormat = "(%H-%L#%B,%C)";
 } // namespace
 
 } // namespace ko
+
+using namespace ko;
+
+KO_IDENTITY_LIST(KO_IDENTITY_MEMBERS)
+#undef KO_IDENTITY_MEMBERS
+#undef KO_IDENTITY_LIST
 
 void KoLocalRef::PrintToKoString(KoString& text, const char* format) const
 {

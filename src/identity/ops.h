@@ -5,10 +5,9 @@
 #include "core/bytes.h"
 #include "core/element_ops.h"
 #include "core/hash_walk.h"
-#include "core/null_text.h"
-#include "identity/text.h"
-
 #include "core/sort_key.h"
+#include "identity/text.h"
+#include "string/null_text.h"
 
 #include <bit>
 
@@ -234,7 +233,8 @@ struct IdentityOps : ElementOps<typename Type::Value, IdentityOps<Type>, Type::k
         const unsigned commas = count == 1 ? 0 : IdentityCommas(Type::kKind, format);
         const auto commasFrom = [&](std::size_t at) {
             if (commas == 0 ||
-                ReadsAsNull(text.Copy(static_cast<unsigned short>(at), KoString::kRest), false))
+                MeansNullOrIsEmpty(text.Copy(static_cast<unsigned short>(at), KoString::kRest),
+                                   false))
                 return 0U;
             return commas;
         };
@@ -256,7 +256,7 @@ struct IdentityOps : ElementOps<typename Type::Value, IdentityOps<Type>, Type::k
     }
     static void ScanOne(T& value, const KoString& text, const char* format)
     {
-        if (ReadsAsNull(text, false)) {
+        if (MeansNullOrIsEmpty(text, false)) {
             value.SetNullValue();
             return;
         }
@@ -266,7 +266,7 @@ struct IdentityOps : ElementOps<typename Type::Value, IdentityOps<Type>, Type::k
     }
     static int ParseOne(T& value, const KoString& text, const char* format, unsigned& errorAt)
     {
-        if (ReadsAsNull(text, true)) {
+        if (MeansNullOrIsEmpty(text, true)) {
             value.SetNullValue();
             return 0;
         }

@@ -2,6 +2,34 @@
 
 #include <cstring>
 
+namespace ko
+{
+
+namespace
+{
+
+char* CopyName(const char* name, char* buffer)
+{
+    return buffer == nullptr ? const_cast<char*>(name) : std::strcpy(buffer, name);
+}
+
+/// The field as it was; a value that is not null takes its place where the table has the type.
+template <class Field>
+Field Exchange(const KoTypeTable& table, o_char id, Field KoTypeDescriptor::*field, Field value)
+{
+    KoTypeDescriptor* type = FindType(table, id);
+    if (type == nullptr)
+        return koReservedDescriptor.*field;
+    const Field old = type->*field;
+    if (value != nullptr)
+        type->*field = value;
+    return old;
+}
+
+} // namespace
+
+} // namespace ko
+
 using namespace ko;
 
 KoTypeMgr::KoTypeMgr() : KoTypeMgr(5)
@@ -36,21 +64,6 @@ void KoHeapObject::operator delete(void* memory) noexcept
 }
 
 // ---- questions about a type
-
-namespace ko
-{
-
-namespace
-{
-
-char* CopyName(const char* name, char* buffer)
-{
-    return buffer == nullptr ? const_cast<char*>(name) : std::strcpy(buffer, name);
-}
-
-} // namespace
-
-} // namespace ko
 
 int KoTypeMgr::IsValidType(o_char id) const
 {
@@ -252,29 +265,6 @@ KoTypeMgr::KoComparePtr KoTypeMgr::ComparePtrGet(o_char) const
 }
 
 // ---- replacement
-
-namespace ko
-{
-
-namespace
-{
-
-/// The field as it was; a value that is not null takes its place where the table has the type.
-template <class Field>
-Field Exchange(const KoTypeTable& table, o_char id, Field KoTypeDescriptor::*field, Field value)
-{
-    KoTypeDescriptor* type = FindType(table, id);
-    if (type == nullptr)
-        return koReservedDescriptor.*field;
-    const Field old = type->*field;
-    if (value != nullptr)
-        type->*field = value;
-    return old;
-}
-
-} // namespace
-
-} // namespace ko
 
 const char* KoTypeMgr::ExchangeFormat(o_char id, const char* format)
 {

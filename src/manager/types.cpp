@@ -24,17 +24,6 @@ constexpr KoTypeTable MakeTable(int count, KoTypeDescriptor* string)
 
 KO_DEFINE_TYPE(koReservedDescriptor, NoOps, KoRES_T)
 
-} // namespace ko
-
-using namespace ko;
-
-constinit const KoTypeTable koCurrentTypeTable = MakeTable(KoTYPE_COUNT, &koStringDescriptor);
-constinit const KoTypeTable koCompatTypeTable =
-    MakeTable(KoTYPE_COUNT_COMPAT, &koOldStringDescriptor);
-
-namespace ko
-{
-
 constinit const KoTypeExtension* const kTypeExtensions[KoTYPE_COUNT] = {
 #define KO_TYPE_EXTENSION(id, idName, descriptor, name, memLen, isFixed, printFormat)              \
     &descriptor##Ext,
@@ -43,3 +32,9 @@ constinit const KoTypeExtension* const kTypeExtensions[KoTYPE_COUNT] = {
 };
 
 } // namespace ko
+
+using namespace ko;
+
+constinit const KoTypeTable koCurrentTypeTable = MakeTable(KoTYPE_COUNT, &koStringDescriptor);
+constinit const KoTypeTable koCompatTypeTable =
+    MakeTable(KoTYPE_COUNT_COMPAT, &koOldStringDescriptor);

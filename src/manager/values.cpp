@@ -3,19 +3,11 @@
 
 #include <cstddef>
 
-// ---- process-wide texts
-
 namespace ko
 {
 
 namespace
 {
-
-KoString& NullPrintString()
-{
-    static KoString text("{NULL}");
-    return text;
-}
 
 const KoString& ZeroText()
 {
@@ -23,27 +15,14 @@ const KoString& ZeroText()
     return text;
 }
 
-// Both texts are asked for while the library is loaded: they are then complete before any
-// static object of an application, and outlive it. Another file's start-up that needs them earlier
-// still gets them built.
-[[maybe_unused]] const KoString& builtWithLibrary1 = NullPrintString();
-[[maybe_unused]] const KoString& builtWithLibrary2 = ZeroText();
+// Built with the library, as the null print string is.
+[[maybe_unused]] const KoString& builtWithLibrary = ZeroText();
 
 } // namespace
 
 } // namespace ko
 
 using namespace ko;
-
-const KoString& KoTypeMgr::GetNullPrintString()
-{
-    return NullPrintString();
-}
-
-void KoTypeMgr::SetNullPrintString(const KoString& text)
-{
-    NullPrintString() = text;
-}
 
 // ---- null values
 

@@ -4,10 +4,9 @@
 #include "core/bytes.h"
 #include "core/element_ops.h"
 #include "core/hash_walk.h"
-#include "core/null_text.h"
-#include "number/ascii.h"
-
 #include "core/sort_key.h"
+#include "number/ascii.h"
+#include "string/null_text.h"
 
 using namespace ko;
 
@@ -152,7 +151,7 @@ struct BooleanOps : ElementOps<KoBoolean, BooleanOps, KoBOOLEAN_T> {
     }
     static void ScanOne(KoBoolean& value, const KoString& text, const char*)
     {
-        if (ReadsAsNull(text, false)) {
+        if (MeansNullOrIsEmpty(text, false)) {
             value.SetNullValue();
             return;
         }
@@ -166,7 +165,7 @@ struct BooleanOps : ElementOps<KoBoolean, BooleanOps, KoBOOLEAN_T> {
     }
     static int ParseOne(KoBoolean& value, const KoString& text, const char*, unsigned& errorAt)
     {
-        if (ReadsAsNull(text, true)) {
+        if (MeansNullOrIsEmpty(text, true)) {
             value.SetNullValue();
             return 0;
         }

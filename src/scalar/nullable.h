@@ -1,10 +1,9 @@
 #ifndef KO_SCALAR_NULLABLE_H
 #define KO_SCALAR_NULLABLE_H
 
-#include "core/null_text.h"
-#include "scalar/ops.h"
-
 #include "core/sort_key.h"
+#include "scalar/ops.h"
+#include "string/null_text.h"
 
 #include <_konulty.h>
 
@@ -219,16 +218,16 @@ struct NullOps : ElementOps<KoNull<typename Base::Value>, NullOps<Base, id>, id>
     static void ScanOne(Element& element, const KoString& text, const char* format)
     {
         // A null print string may begin as numbers do: "-" must not take "-5" for null.
-        const bool isNull = ReadsAsNull(text, true);
+        const bool isNull = MeansNullOrIsEmpty(text, true);
         if (!isNull && Text::Scan(element.value, text, format))
             element.null = 0;
-        else if (isNull || ReadsAsNull(text, false))
+        else if (isNull || MeansNullOrIsEmpty(text, false))
             element.SetNullValue();
     }
     static int ParseOne(Element& element, const KoString& text, const char* format,
                         unsigned& errorAt)
     {
-        if (ReadsAsNull(text, true)) {
+        if (MeansNullOrIsEmpty(text, true)) {
             element.SetNullValue();
             return 0;
         }

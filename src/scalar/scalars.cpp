@@ -59,6 +59,26 @@ struct CharTextOps : ScalarOps<CharType> {
 
 } // namespace
 
+// The slots of functions with exported names hold these functions.
+#define KO_SCALAR_TYPE(descriptor, Type, Order, Text, TextOps)                                     \
+    struct descriptor##Ops : ScalarOps<Type> {                                                     \
+        static constexpr KoTypeCmpFunc Cmp = Order##Compare;                                       \
+        static constexpr KoHashFunc Hash = Order##Hash;                                            \
+        static constexpr KoConvertToFunc ConvertTo = Text##ConvertToKoString;                      \
+        static constexpr KoConvertFromFunc ConvertFrom = Text##ConvertFromKoString;                \
+        static constexpr KoPrintFunc Print = Text##PrintToKoString;                                \
+        static constexpr KoScanFunc Scan = Text##ScanFromKoString;                                 \
+        static constexpr KoPrintFunc kPrintsArray =                                                \
+            Type::kId == Ko1B_T ? Text##PrintToKoString : nullptr;                                 \
+    };                                                                                             \
+    KO_DEFINE_TYPE(descriptor, descriptor##Ops, Type::kId)
+
+KO_SCALAR_LIST(KO_SCALAR_TYPE, KO_SCALAR_TYPE)
+
+} // namespace ko
+
+using namespace ko;
+
 #define KO_SCALAR_TEXT(descriptor, Type, Order, Text, TextOps)                                     \
     KoTypeConvertData* Text##ConvertToKoString(void* value, unsigned count)                        \
     {                                                                                              \
@@ -78,29 +98,4 @@ struct CharTextOps : ScalarOps<CharType> {
         return TextOps::Scan(value, text, format, count);                                          \
     }
 
-} // namespace ko
-
-using namespace ko;
-
 KO_SCALAR_LIST(KO_SCALAR_TEXT, KO_SCALAR_TEXT)
-
-// The slots of functions with exported names hold these functions.
-#define KO_SCALAR_TYPE(descriptor, Type, Order, Text, TextOps)                                     \
-    struct descriptor##Ops : ScalarOps<Type> {                                                     \
-        static constexpr KoTypeCmpFunc Cmp = Order##Compare;                                       \
-        static constexpr KoHashFunc Hash = Order##Hash;                                            \
-        static constexpr KoConvertToFunc ConvertTo = Text##ConvertToKoString;                      \
-        static constexpr KoConvertFromFunc ConvertFrom = Text##ConvertFromKoString;                \
-        static constexpr KoPrintFunc Print = Text##PrintToKoString;                                \
-        static constexpr KoScanFunc Scan = Text##ScanFromKoString;                                 \
-        static constexpr KoPrintFunc kPrintsArray =                                                \
-            Type::kId == Ko1B_T ? Text##PrintToKoString : nullptr;                                 \
-    };                                                                                             \
-    KO_DEFINE_TYPE(descriptor, descriptor##Ops, Type::kId)
-
-namespace ko
-{
-
-KO_SCALAR_LIST(KO_SCALAR_TYPE, KO_SCALAR_TYPE)
-
-} // namespace ko

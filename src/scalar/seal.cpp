@@ -3,7 +3,6 @@
 #include "core/bounds.h"
 #include "core/element_ops.h"
 #include "core/hash_walk.h"
-
 #include "core/sort_key.h"
 
 #include <charconv>

@@ -1,13 +1,11 @@
-#include "collation/compare_memory.h"
-#include "collation/hash_words.h"
-#include "string/record.h"
-
-#include <kostrcmp.h>
+#include "collation/keyed_text.h"
+#include "collation/lanes.h"
 
 #include <algorithm>
 
-// What compares and hashes texts and strings for applications: all of kostrcmp.h, and the members
-// of KoString that compare.
+// Comparing two strings in memory. Their buffers end with a terminator and zeros up to a whole
+// block, so the walk needs no lengths: it ends at the first difference or terminator, and most
+// pairs have one in their first block.
 
 namespace ko
 {
@@ -15,120 +13,162 @@ namespace ko
 namespace
 {
 
-/// The text that starts at `text`. No order takes less than one character, so `limit` orders need
-/// no more than as many characters.
-KoText TextAt(unsigned char codeSet, unsigned char language, const char* text, unsigned char format,
-              unsigned limit)
+/// What decides where two texts differ first: keys, or the bytes themselves.
+class ByKeys
 {
-    KoText found;
-    found.bytes = text;
-    found.codeSet = codeSet == KoCS_DEFAULT ? KoLanguageContext::GetDefault8CodeSet() : codeSet;
-    found.language = language;
-    found.format = TextFormat(format);
-    if (text == nullptr || found.IsNull())
-        return found;
-    // After the terminator nothing need be there, not even the rest of a word.
-    if (found.Width() == 2)
-        while (found.units < limit && found.At(found.units) != 0)
-            ++found.units;
-    else if (limit == kNoLimit)
-        found.units = static_cast<unsigned>(std::strlen(text));
-    else
-        found.units = UnitsBeforeZero(text, 1, limit);
-    return found;
-}
-
-unsigned LimitOf(short len)
-{
-    return len < 0 ? kNoLimit : static_cast<unsigned>(len);
-}
-
-template <ByteValue value>
-o_u4b HashOfString(const KoString& string)
-{
-    const KoText text = StringAccess::Get(string);
-    if (text.units == 0)
-        return 0;
-    if (text.Width() == 1) {
-        HashOfBytes<value> hashOf;
-        return HashWords(text.bytes, text.units, true, hashOf);
+public:
+    /// The tables of both must be known.
+    static ByKeys Of(const KoText& left, const KoText& right, o_u2b cmpOp)
+    {
+        return {KnownCodeSets::KeysOrNull(left.codeSet), KnownCodeSets::KeysOrNull(right.codeSet),
+                cmpOp};
     }
-    // The bytes of other 16-bit code sets, in the order of the machines that values come from: the
-    // low one first, and the first zero byte is the end.
-    const bool units = text.codeSet == KoCS_UNICODE;
-    constexpr bool kLow = value == ByteValue::kLowSeven;
-    o_u4b hash = 0;
-    for (unsigned i = 0; i < text.units; ++i) {
-        const unsigned unit = text.At(i);
-        if (unit == 0)
-            break;
-        if (units) {
-            hash = hash * 9 + (kLow ? unit & 0x7FU : unit);
-            continue;
-        }
-        for (const unsigned byte : {unit & 0xFFU, unit >> 8U}) {
-            if (byte == 0)
-                return hash;
-            hash = hash * 9 + (kLow ? byte & 0x7FU : byte - (byte & 0x80U) * 2);
+    ByKeys(const o_u4b* left, const o_u4b* right, o_u2b cmpOp)
+        : m_left(left), m_right(right), m_mask(kMasks[cmpOp >> 5U & 3U])
+    {
+    }
+
+    template <class Unit>
+    [[gnu::always_inline]] int Decide(unsigned a, unsigned b) const
+    {
+        if (sizeof(Unit) == 2 && (a | b) > 0xFF)
+            return kUndecided;
+        return Decide(m_left[a], m_right[b]);
+    }
+    int DecideWide(unsigned a, unsigned b) const
+    {
+        return Decide(a > 0xFF ? WideFastKey(a) : m_left[a],
+                      b > 0xFF ? WideFastKey(b) : m_right[b]);
+    }
+    /// The texts have one code set, so that the same character means the same in both.
+    bool IsOneCodeSet() const { return m_left == m_right; }
+    bool IgnoresCase() const { return (m_mask & 0x60U) == 0; }
+
+private:
+    // The masks of CompareMode, without the flag bits of a key.
+    static constexpr o_u4b kMasks[] = {0x1FFFFFFFU, 0x1FFFFF9FU, 0x1FFFFFE0U, 0x1FFFFF80U};
+
+    [[gnu::always_inline]] int Decide(o_u4b x, o_u4b y) const
+    {
+        if (((x | y) & (KoKEY_SYMBOL | KoKEY_SPACE)) != 0 || ((x ^ y) & m_mask) == 0)
+            return kUndecided;
+        // There is no branch here, because nothing would predict it well.
+        return static_cast<int>((o_8b{x & m_mask} - o_8b{y & m_mask}) >> 63U) | 1;
+    }
+
+    const o_u4b *m_left, *m_right;
+    o_u4b m_mask;
+};
+struct ByBytes {
+    static ByBytes Of(const KoText&, const KoText&, o_u2b) { return {}; }
+    template <class Unit>
+    static int Decide(unsigned a, unsigned b)
+    {
+        return static_cast<int>(a) - static_cast<int>(b);
+    }
+    static constexpr bool IsOneCodeSet() { return true; }
+    static constexpr bool IgnoresCase() { return false; }
+};
+
+/// The walk along two strings to where they are decided.
+template <class LeftUnit, class RightUnit, bool kWild>
+class PaddedWalk
+{
+    using Unit = std::conditional_t<sizeof(LeftUnit) < sizeof(RightUnit), RightUnit, LeftUnit>;
+    using Block = UnitBlock<Unit>;
+
+public:
+    static constexpr bool kIsWide = sizeof(Unit) == 2;
+    /// Where another way is quicker to skip what is equal, if there is one.
+    static constexpr unsigned kLong = sizeof(LeftUnit) + sizeof(RightUnit) == 2 && !kWild ? 64 : 0;
+    /// What Run returns there.
+    static constexpr int kGoesOn = kUndecided + 1;
+
+    PaddedWalk(const char* left, const char* right) : m_left(left), m_right(right) {}
+
+    /// -1, 0 or 1, or kUndecided where the rules have to take over. A block stops it that has a
+    /// difference, a terminator, or a wildcard in `right`; and with all but ASCII where only that
+    /// means the same in both.
+    template <std::size_t kEnd = 0, class Decision>
+    [[gnu::always_inline]] int Run(const Decision& decision)
+    {
+        for (std::size_t i = m_at;; i += Block::kCount) {
+            if (kEnd != 0 && i == kEnd)
+                return kGoesOn;
+            const Block x = At<LeftUnit>(m_left, i);
+            const Block y = At<RightUnit>(m_right, i);
+            Block others = y.Is(0);
+            if (!decision.IsOneCodeSet())
+                others = others | y.IsNotAscii();
+            if constexpr (kWild)
+                others = others | y.Is('*') | y.Is('?') | y.Is('\\');
+            auto stops = (others | x.Differs(y)).Bits();
+            if (stops == 0)
+                continue;
+            m_at = i + Block::First(stops);
+            const int order = Decide(decision);
+            if (order != kUndecided || !decision.IgnoresCase())
+                return order;
+            stops = (others | x.DiffersBeyondCase(y)).Bits();
+            if (stops == 0)
+                continue;
+            m_at = i + Block::First(stops);
+            return Decide(decision);
         }
     }
-    return hash;
+    /// Where the first block decides without more: most pairs. Else kGoesOn.
+    template <class Decision>
+    [[gnu::always_inline]] int RunFirst(const Decision& decision)
+    {
+        const Block x = At<LeftUnit>(m_left, 0);
+        const Block y = At<RightUnit>(m_right, 0);
+        const auto stops = (y.Is(0) | x.Differs(y)).Bits();
+        if (stops == 0)
+            return kGoesOn;
+        m_at = Block::First(stops);
+        const int order = Decide(decision);
+        return order != kUndecided ? order : kGoesOn;
+    }
+    void Start(std::size_t at) { m_at = at; }
+    /// The character where it has stopped.
+    unsigned At() const { return static_cast<unsigned>(m_at); }
+
+private:
+    template <class From>
+    static Block At(const char* text, std::size_t index)
+    {
+        if constexpr (sizeof(From) == sizeof(Unit))
+            return Block::At(text + index * sizeof(From));
+        else
+            return Block::WidenedAt(text + index);
+    }
+    template <class From>
+    unsigned CharacterAt(const char* text) const
+    {
+        return ReadValue<From>(text + m_at * sizeof(From));
+    }
+
+    template <class Decision>
+    [[gnu::always_inline]] int Decide(const Decision& decision) const
+    {
+        const unsigned a = CharacterAt<LeftUnit>(m_left);
+        const unsigned b = CharacterAt<RightUnit>(m_right);
+        if (a == b && (kWild || a == 0 || decision.IsOneCodeSet()))
+            return a == 0 ? 0 : kUndecided;
+        return decision.template Decide<Unit>(a, b);
+    }
+
+    const char *m_left, *m_right;
+    std::size_t m_at = 0;
+};
+
+/// By the rules in full, from the character `from` on up to which two strings are known to be
+/// equal; see CompareText.
+[[gnu::noinline]] int CompareFrom(const KoString& left, const KoString& right, o_u2b cmpOp,
+                                  unsigned limit, unsigned from)
+{
+    return CompareText(StringAccess::Get(left), StringAccess::Get(right), cmpOp, limit, from).order;
 }
-
-} // namespace
-
-} // namespace ko
-
-using namespace ko;
-
-int KoStrCmp(unsigned char codeSet1, unsigned char language1, const char* text1,
-             unsigned char codeSet2, unsigned char language2, const char* text2,
-             unsigned short cmpOp, short len, unsigned char format, int* secondary)
-{
-    const unsigned limit = LimitOf(len);
-    const KoText left = TextAt(codeSet1, language1, text1, format, limit);
-    const KoText right = TextAt(codeSet2, language2, text2, format, limit);
-    const o_u2b asked = ResolvedCmpOp(cmpOp);
-    const int order = CompareText(left, right, asked, limit).order;
-    constexpr o_u2b kLeavesOut = KoCMP_SKIP_SPACES | KoCMP_SKIP_SYMBOLS;
-    if (secondary != nullptr)
-        *secondary =
-            order != 0 || (asked & kLeavesOut) == 0
-                ? order
-                : CompareText(left, right, asked & static_cast<o_u2b>(~kLeavesOut), limit).order;
-    return order;
-}
-
-unsigned HashString(unsigned char codeSet, unsigned char language, char* text, short len,
-                    unsigned char format)
-{
-    const unsigned limit = len == KoString::kRest ? kNoLimit : len < 0 ? 0U : LimitOf(len);
-    return HashText(TextAt(codeSet, language, text, format, limit), limit);
-}
-
-int StringCompare(unsigned char format, unsigned leftSize, void* left, unsigned rightSize,
-                  void* right, unsigned short cmpOp, unsigned count, int& status)
-{
-    return CompareTexts(format, leftSize, left, rightSize, right, cmpOp, count, status, false);
-}
-
-unsigned HashKoString(const KoString& string)
-{
-    return HashOfString<ByteValue::kSigned>(string);
-}
-
-unsigned HashKoString7(const KoString& string)
-{
-    return HashOfString<ByteValue::kLowSeven>(string);
-}
-
-// ---- members of strings
-
-namespace ko
-{
-
-namespace
-{
 
 // Each function below calls the next one last of all and what it may need to ask is asked at the
 // very end: then the common ways keep no register and take no stack.
@@ -232,6 +272,8 @@ int CompareByWidth(const KoString& left, const KoString& right, o_u2b cmpOp, con
 } // namespace
 
 } // namespace ko
+
+using namespace ko;
 
 int KoString::Compare(const KoString& other, short len, unsigned short cmpOp) const
 {

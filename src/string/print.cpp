@@ -1,8 +1,8 @@
 #include "string/print.h"
 
 #include "collation/text.h"
-#include "core/null_text.h"
 #include "number/format.h"
+#include "string/null_text.h"
 
 #include <kotypemgr.h>
 
@@ -87,14 +87,14 @@ KoString& PrintString(KoString& text, const KoString& value, const char* format)
 
 void ScanString(KoString& value, const KoString& text, const char* format)
 {
-    if (ReadsAsNullPrint(text, true)) {
+    if (MeansNull(text, true)) {
         value.SetNullValue();
         return;
     }
-    TryScanString(value, text, format);
+    ScanNonNullString(value, text, format);
 }
 
-bool TryScanString(KoString& value, const KoString& text, const char* format)
+bool ScanNonNullString(KoString& value, const KoString& text, const char* format)
 {
     const NumFormat parsed = ParseStringFormat(format);
     const KoString prefix = Literal(parsed.prefix, parsed.prefixEnd);

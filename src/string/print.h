@@ -20,7 +20,7 @@ KoString& PrintString(KoString& text, const KoString& value, const char* format)
 void ScanString(KoString& value, const KoString& text, const char* format);
 
 /// The same without a null value. False where the value stays.
-bool TryScanString(KoString& value, const KoString& text, const char* format);
+bool ScanNonNullString(KoString& value, const KoString& text, const char* format);
 
 /// Reads the whole text, whose beginning and end must be the literal texts: 0, or -1 with `errorAt`
 /// and the value unchanged. Every text is a value, the null print string too; only the null string

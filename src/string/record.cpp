@@ -73,62 +73,6 @@ void LoadOlder(KoString* strings, const unsigned char* record, unsigned length, 
 
 } // namespace
 
-} // namespace ko
-
-using namespace ko;
-
-unsigned StringStore(void* destination, const void* source, unsigned char format, unsigned count)
-{
-    auto* record = static_cast<unsigned char*>(destination);
-    unsigned written = 0;
-    for (unsigned i = 0; i < count; ++i) {
-        const KoText text = StringAccess::Get(Strings(source)[i]);
-        const unsigned area = TextArea(text);
-        PutRecordLength(record, area + 2, format);
-        record[2] = text.codeSet;
-        record[3] = text.language;
-        if (text.units != 0 && text.Width() == 1)
-            std::memcpy(record + kRecordHead, text.bytes, text.units);
-        else
-            ShortStore(record + kRecordHead, text.bytes, RecordOrder(format), text.units);
-        std::memcpy(record + kRecordHead + area - sizeof kRecordEnd, kRecordEnd, sizeof kRecordEnd);
-        record += kRecordHead + area;
-        written += kRecordHead + area;
-    }
-    return written;
-}
-
-unsigned StringLoad(void* destination, const void* source, unsigned char format, unsigned count)
-{
-    if (source == nullptr)
-        return 0;
-    auto* strings = static_cast<KoString*>(destination);
-    const auto* record = static_cast<const unsigned char*>(source);
-    unsigned length = RecordLength(record, format);
-    if (record[length + 1] == kOlderRecordEnd) {
-        LoadOlder(strings, record, length, count);
-        return length + kRecordLengthField;
-    }
-    unsigned read = 0;
-    for (unsigned i = 0; i < count; ++i) {
-        length = RecordLength(record, format);
-        // A damaged record may be too short for its head: what lies beyond is not looked at.
-        KoText text;
-        text.format = RecordOrder(format);
-        text.codeSet = length < 1 ? 0 : record[2];
-        text.language = length < 2 ? 0 : record[3];
-        text.bytes = reinterpret_cast<const char*>(record) + kRecordHead;
-        text.units = length < 4 ? 0 : (length - 4) / text.Width();
-        StringAccess::Set(strings[i], text);
-        record += length + kRecordLengthField;
-        read += length + kRecordLengthField;
-    }
-    return read;
-}
-
-namespace ko
-{
-
 o_u8b StringBytes(const void* strings, unsigned char format, unsigned count)
 {
     o_u8b size = 0;
@@ -139,33 +83,7 @@ o_u8b StringBytes(const void* strings, unsigned char format, unsigned count)
     return size;
 }
 
-} // namespace ko
-
-unsigned StringSizeGet(const void* value, unsigned char valueFormat, unsigned char format,
-                       unsigned count)
-{
-    if ((valueFormat & KoFMT_MEMORY) != 0)
-        return static_cast<unsigned>(StringBytes(value, format, count));
-    unsigned size = 0;
-    const auto* record = static_cast<const unsigned char*>(value);
-    for (unsigned i = 0; i < count; ++i) {
-        bool older;
-        const unsigned bytes =
-            StoredSize(record, RecordLength(record, format), format, i == 0, older);
-        size += bytes;
-        if (older)
-            break;
-        // The walk goes by the scaled size. That suits one record, and callers that measure
-        // several keys rely on the sums it gives.
-        record += bytes;
-    }
-    return size;
-}
-
 // ---- the older layout
-
-namespace ko
-{
 
 unsigned OlderStore(void* destination, const void* source, unsigned char format, unsigned count)
 {
@@ -230,3 +148,77 @@ unsigned OlderFileSize(MemFile* file, unsigned char format, unsigned count)
 }
 
 } // namespace ko
+
+using namespace ko;
+
+// ---- the layout of today, which kostring.h exports
+
+unsigned StringStore(void* destination, const void* source, unsigned char format, unsigned count)
+{
+    auto* record = static_cast<unsigned char*>(destination);
+    unsigned written = 0;
+    for (unsigned i = 0; i < count; ++i) {
+        const KoText text = StringAccess::Get(Strings(source)[i]);
+        const unsigned area = TextArea(text);
+        PutRecordLength(record, area + 2, format);
+        record[2] = text.codeSet;
+        record[3] = text.language;
+        if (text.units != 0 && text.Width() == 1)
+            std::memcpy(record + kRecordHead, text.bytes, text.units);
+        else
+            ShortStore(record + kRecordHead, text.bytes, RecordOrder(format), text.units);
+        std::memcpy(record + kRecordHead + area - sizeof kRecordEnd, kRecordEnd, sizeof kRecordEnd);
+        record += kRecordHead + area;
+        written += kRecordHead + area;
+    }
+    return written;
+}
+
+unsigned StringLoad(void* destination, const void* source, unsigned char format, unsigned count)
+{
+    if (source == nullptr)
+        return 0;
+    auto* strings = static_cast<KoString*>(destination);
+    const auto* record = static_cast<const unsigned char*>(source);
+    unsigned length = RecordLength(record, format);
+    if (record[length + 1] == kOlderRecordEnd) {
+        LoadOlder(strings, record, length, count);
+        return length + kRecordLengthField;
+    }
+    unsigned read = 0;
+    for (unsigned i = 0; i < count; ++i) {
+        length = RecordLength(record, format);
+        // A damaged record may be too short for its head: what lies beyond is not looked at.
+        KoText text;
+        text.format = RecordOrder(format);
+        text.codeSet = length < 1 ? 0 : record[2];
+        text.language = length < 2 ? 0 : record[3];
+        text.bytes = reinterpret_cast<const char*>(record) + kRecordHead;
+        text.units = length < 4 ? 0 : (length - 4) / text.Width();
+        StringAccess::Set(strings[i], text);
+        record += length + kRecordLengthField;
+        read += length + kRecordLengthField;
+    }
+    return read;
+}
+
+unsigned StringSizeGet(const void* value, unsigned char valueFormat, unsigned char format,
+                       unsigned count)
+{
+    if ((valueFormat & KoFMT_MEMORY) != 0)
+        return static_cast<unsigned>(StringBytes(value, format, count));
+    unsigned size = 0;
+    const auto* record = static_cast<const unsigned char*>(value);
+    for (unsigned i = 0; i < count; ++i) {
+        bool older;
+        const unsigned bytes =
+            StoredSize(record, RecordLength(record, format), format, i == 0, older);
+        size += bytes;
+        if (older)
+            break;
+        // The walk goes by the scaled size. That suits one record, and callers that measure
+        // several keys rely on the sums it gives.
+        record += bytes;
+    }
+    return size;
+}

@@ -1,6 +1,6 @@
 #include "string/search.h"
 
-#include "collation/elements.h"
+#include "collation/wildcards.h"
 
 #include <algorithm>
 

@@ -33,7 +33,7 @@ unsigned CommonDigits(const TextDigits& a, const TextDigits& b)
 }
 
 /// The leading digits that tell the keys between two ends apart. Where the ends write one digit
-/// differently, the keys between them hold any digits behind it: Smith is below smart.
+/// differently, the keys between them hold any digits after it: Smith is below smart.
 unsigned TellingDigits(const TextDigits& low, const TextDigits& high)
 {
     const unsigned common = CommonDigits(low, high);
@@ -135,7 +135,7 @@ Keys KeysBetween(const TextDigits* low, const TextDigits* high, unsigned char va
                    high->Room(std::min(count(*high) - keys.shared, kDigits));
     else
         keys.end = 1.0 + std::max(variant, low != nullptr ? low->variant : variant);
-    // Digits that are fractions lie close together, and one behind them may outweigh where they
+    // Digits that are fractions lie close together, and one after them may outweigh where they
     // differ. Then that place alone counts.
     if (closed && keys.end <= keys.start && !low->isNull && low->variant == high->variant &&
         keys.shared < std::min(low->count, high->count) &&

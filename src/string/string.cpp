@@ -8,10 +8,6 @@
 
 // Representation, construction, assignment and appending.
 
-using namespace ko;
-
-alignas(2) constexpr char KoString::kNoText[2] = {};
-
 namespace ko
 {
 
@@ -28,30 +24,6 @@ unsigned UnitsIn(const Unit* s, unsigned limit)
 }
 
 } // namespace
-
-} // namespace ko
-
-// The terminator may come before `limit`, and nothing after it is there to be read.
-KoString::Piece KoString::Piece::Of(const char* s, unsigned limit)
-{
-    const void* end = s == nullptr || limit == 0 ? nullptr : std::memchr(s, 0, limit);
-    const auto length =
-        end == nullptr ? limit : static_cast<unsigned>(static_cast<const char*>(end) - s);
-    return {s, s == nullptr ? 0 : length, GetDefault8CodeSet()};
-}
-
-KoString::Piece KoString::Piece::Of(const unsigned short* s, unsigned limit)
-{
-    return {s, UnitsIn(s, limit), GetDefault16CodeSet()};
-}
-
-KoString::Piece KoString::Piece::Of(const char16_t* s, unsigned limit)
-{
-    return {s, UnitsIn(s, limit), GetDefault16CodeSet()};
-}
-
-namespace ko
-{
 
 void StringAccess::Set(KoString& string, const KoText& text)
 {
@@ -81,6 +53,29 @@ void StringAccess::AppendToText(KoString& string, const char* text, unsigned cou
 // ---- construction
 
 } // namespace ko
+
+using namespace ko;
+
+alignas(2) constexpr char KoString::kNoText[2] = {};
+
+// The terminator may come before `limit`, and nothing after it is there to be read.
+KoString::Piece KoString::Piece::Of(const char* s, unsigned limit)
+{
+    const void* end = s == nullptr || limit == 0 ? nullptr : std::memchr(s, 0, limit);
+    const auto length =
+        end == nullptr ? limit : static_cast<unsigned>(static_cast<const char*>(end) - s);
+    return {s, s == nullptr ? 0 : length, GetDefault8CodeSet()};
+}
+
+KoString::Piece KoString::Piece::Of(const unsigned short* s, unsigned limit)
+{
+    return {s, UnitsIn(s, limit), GetDefault16CodeSet()};
+}
+
+KoString::Piece KoString::Piece::Of(const char16_t* s, unsigned limit)
+{
+    return {s, UnitsIn(s, limit), GetDefault16CodeSet()};
+}
 
 KoString::KoString(const KoString& other) : m_codeSet(other.m_codeSet), m_language(other.m_language)
 {

@@ -1,11 +1,10 @@
+#include "collation/sort_key.h"
+#include "core/sort_key.h"
 #include "core/translate.h"
 #include "core/value_ops.h"
 #include "string/estimate.h"
 #include "string/print.h"
 #include "string/record.h"
-
-#include "collation/sort_key.h"
-#include "core/sort_key.h"
 
 #include <kostrcmp.h>
 

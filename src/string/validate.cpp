@@ -1,6 +1,5 @@
-#include "string/record.h"
-
 #include "core/validate.h"
+#include "string/record.h"
 
 // Stored strings that nobody vouches for.
 

@@ -25,7 +25,7 @@ inline o_8b Truncated(double n)
 /// go by the calendar while the date exists; without it a month always has 30 days.
 ///
 /// Counts are 64 bits wide all the way up, so that the largest spans come out whole.
-struct CarryOver {
+struct FieldCarry {
     KoDateTimeN& value;
     bool calendar;
 
@@ -159,7 +159,7 @@ private:
 /// Nanoseconds of so many seconds and nanoseconds, modulo 2^64.
 constexpr o_8b TotalNanoSeconds(o_8b seconds, int nanoseconds)
 {
-    return static_cast<o_8b>(static_cast<o_u8b>(seconds) * static_cast<o_u8b>(CarryOver::kSecond) +
+    return static_cast<o_8b>(static_cast<o_u8b>(seconds) * static_cast<o_u8b>(FieldCarry::kSecond) +
                              static_cast<o_u8b>(o_8b{nanoseconds}));
 }
 

@@ -36,6 +36,12 @@ struct DateTimeType : PackedElements<TemporalLayout<true, 5>> {
 
 using DateTimeOps = TemporalOps<DateTimeType>;
 
+/// -n modulo 2^32.
+constexpr int Negated(int n) noexcept
+{
+    return static_cast<int>(0U - static_cast<unsigned>(n));
+}
+
 /// Moves by so many minutes, seconds untouched. One day is carried and no more: an hour out of
 /// range beyond that is what stored values have.
 void MoveByZone(KoDateTime& value, int minutes)

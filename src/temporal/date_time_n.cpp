@@ -115,32 +115,32 @@ void KoDateTimeN::SetZero()
 
 void KoDateTimeN::AddDays(int n)
 {
-    CarryOver{*this, true}.AddDays(n);
+    FieldCarry{*this, true}.AddDays(n);
 }
 
 void KoDateTimeN::AddHours(int n)
 {
-    CarryOver{*this, true}.AddHours(n);
+    FieldCarry{*this, true}.AddHours(n);
 }
 
 void KoDateTimeN::AddMinutes(int n)
 {
-    CarryOver{*this, true}.AddMinutes(n);
+    FieldCarry{*this, true}.AddMinutes(n);
 }
 
 void KoDateTimeN::AddSeconds(o_8b n)
 {
-    CarryOver{*this, true}.AddSeconds(n);
+    FieldCarry{*this, true}.AddSeconds(n);
 }
 
 void KoDateTimeN::AddSeconds(double n)
 {
-    CarryOver{*this, true}.AddSeconds(n);
+    FieldCarry{*this, true}.AddSeconds(n);
 }
 
 void KoDateTimeN::AddNanoSeconds(o_8b n)
 {
-    CarryOver{*this, true}.AddNanoSeconds(n);
+    FieldCarry{*this, true}.AddNanoSeconds(n);
 }
 
 KoDateTimeN& KoDateTimeN::Now()
@@ -168,7 +168,7 @@ int KoDateTimeN::ToLocalTime()
 
 int KoDateTimeN::ToUTCTime()
 {
-    return WithZone([this](int minutes) { CarryOver{*this, true}.AddMinutes(-o_8b{minutes}); });
+    return WithZone([this](int minutes) { FieldCarry{*this, true}.AddMinutes(-o_8b{minutes}); });
 }
 
 void KoDateTimeN::PrintToKoString(KoString& out, const char* format) const

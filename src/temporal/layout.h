@@ -3,7 +3,6 @@
 
 #include "core/bytes.h"
 #include "core/hash_walk.h"
-
 #include "core/sort_key.h"
 
 #include <kotemporal.h>
@@ -155,7 +154,7 @@ struct PackedElements {
             out[i] = static_cast<unsigned char>(fields >> (8 * (Layout::kPacked - 1 - i)));
         if constexpr (Layout::kHasNanoseconds)
             PutKeyWord(out + Layout::kPacked,
-                       ko::KeyBits(ReadOrdered<o_4b>(at + Layout::NanosecondsAt(memory), big)));
+                       KeyBits(ReadOrdered<o_4b>(at + Layout::NanosecondsAt(memory), big)));
     }
     /// The persistent form, most significant byte first, of the element with this key.
     static void FromKey(unsigned char* stored, const unsigned char* key) noexcept

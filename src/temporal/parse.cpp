@@ -1,6 +1,6 @@
-#include "core/null_text.h"
 #include "number/ascii.h"
 #include "number/string_number.h"
+#include "string/null_text.h"
 #include "temporal/calendar.h"
 #include "temporal/fields.h"
 #include "temporal/format.h"
@@ -361,7 +361,7 @@ private:
 
 int ParseTemporal(TemporalFields& fields, const KoString& in, const char* format, unsigned& errorAt)
 {
-    if (KindHasNull(fields.kind) && ReadsAsNullPrint(in, true)) {
+    if (KindHasNull(fields.kind) && MeansNull(in, true)) {
         fields = {.kind = fields.kind, .isNull = true};
         return 0;
     }

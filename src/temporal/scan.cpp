@@ -1,6 +1,6 @@
-#include "core/null_text.h"
 #include "number/ascii.h"
 #include "number/string_number.h"
+#include "string/null_text.h"
 #include "temporal/fields.h"
 #include "temporal/format.h"
 
@@ -368,7 +368,7 @@ bool ScanText(TemporalFields& fields, const char* text, const char* format)
 bool ScanTemporal(TemporalFields& fields, const KoString& in, const char* format)
 {
     const TemporalKind kind = fields.kind;
-    if (KindHasNull(kind) && ReadsAsNullPrint(in, false)) {
+    if (KindHasNull(kind) && MeansNull(in, false)) {
         fields = {.kind = kind, .isNull = true};
         return true;
     }

@@ -111,32 +111,32 @@ o_8b KoTimeSpan::GetTotalNanoSeconds() const
 
 void KoTimeSpan::AddDays(int n)
 {
-    CarryOver{m_value, false}.AddDays(n);
+    FieldCarry{m_value, false}.AddDays(n);
 }
 
 void KoTimeSpan::AddHours(int n)
 {
-    CarryOver{m_value, false}.AddHours(n);
+    FieldCarry{m_value, false}.AddHours(n);
 }
 
 void KoTimeSpan::AddMinutes(int n)
 {
-    CarryOver{m_value, false}.AddMinutes(n);
+    FieldCarry{m_value, false}.AddMinutes(n);
 }
 
 void KoTimeSpan::AddSeconds(o_8b n)
 {
-    CarryOver{m_value, false}.AddSeconds(n);
+    FieldCarry{m_value, false}.AddSeconds(n);
 }
 
 void KoTimeSpan::AddSeconds(double n)
 {
-    CarryOver{m_value, false}.AddSeconds(n);
+    FieldCarry{m_value, false}.AddSeconds(n);
 }
 
 void KoTimeSpan::AddNanoSeconds(o_8b n)
 {
-    CarryOver{m_value, false}.AddNanoSeconds(n);
+    FieldCarry{m_value, false}.AddNanoSeconds(n);
 }
 
 KoTimeSpan KoTimeSpan::Difference(const KoTimeSpan& a, const KoTimeSpan& b)
@@ -150,7 +150,7 @@ KoTimeSpan KoTimeSpan::Difference(const KoTimeSpan& a, const KoTimeSpan& b)
     KoTime start = earlier.Time();
     o_8b nanoseconds = o_8b{later.NanoSeconds()} - earlier.NanoSeconds();
     if (nanoseconds < 0) {
-        nanoseconds += CarryOver::kSecond;
+        nanoseconds += FieldCarry::kSecond;
         ++start;
     }
     if (end < start && days >= 1) {

@@ -18,12 +18,6 @@ int WithZone(Move move)
     return result;
 }
 
-/// -n modulo 2^32.
-constexpr int Negated(int n) noexcept
-{
-    return static_cast<int>(0U - static_cast<unsigned>(n));
-}
-
 } // namespace ko
 
 #endif

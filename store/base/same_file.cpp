@@ -5,6 +5,7 @@
 
 #include <climits>
 #include <string_view>
+#include <utility>
 
 namespace ko::store
 {
@@ -38,8 +39,10 @@ std::string FollowLinks(std::string path)
         const ssize_t size = readlink(path.c_str(), target, sizeof target);
         if (size <= 0)
             break;
-        const std::string name(target, static_cast<std::size_t>(size));
-        path = name.front() == '/' ? name : DirectoryOf(path) + '/' + name;
+        std::string name(target, static_cast<std::size_t>(size));
+        if (name.front() != '/')
+            name.insert(0, DirectoryOf(path).append(1, '/'));
+        path = std::move(name);
     }
     return path;
 }

@@ -12,7 +12,7 @@ namespace
 
 /// Objects that are no further from each other lie on one page as a rule.
 constexpr std::uint64_t kNear = 16;
-/// Of more objects, places are not remembered: 32 MiB.
+/// The places of more objects are not remembered: these take 32 MiB.
 constexpr std::uint64_t kMostPlaces = 1U << 21;
 
 } // namespace

@@ -1,7 +1,6 @@
-#include "file/store.h"
-
 #include "base/failure.h"
 #include "base/version.h"
+#include "file/store.h"
 
 #include <nlohmann/json.hpp>
 

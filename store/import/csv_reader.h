@@ -1,6 +1,8 @@
 #ifndef KO_STORE_IMPORT_CSV_READER_H
 #define KO_STORE_IMPORT_CSV_READER_H
 
+#include "import/file_position.h"
+
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -9,14 +11,6 @@
 
 namespace ko::store
 {
-
-/// A place in a text file. Line and column count from 1, the column in characters; the offset is
-/// in bytes from the start of the file.
-struct FilePosition {
-    std::uint64_t line = 1;
-    std::uint64_t column = 1;
-    std::uint64_t offset = 0;
-};
 
 /// Reads a CSV file row by row and knows where every row and field stands.
 ///

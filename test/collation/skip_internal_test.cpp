@@ -1,4 +1,4 @@
-#include "collation/compare_memory.h"
+#include "collation/lanes.h"
 
 #include <gtest/gtest.h>
 

@@ -52,20 +52,7 @@ using OdmgTimeOps = TemporalOps<OdmgTimeType>;
 
 KO_DEFINE_TYPE(d_TimeDescriptor, OdmgTimeOps, D_TIME_T)
 
-} // namespace ko
-
-using namespace ko;
-
-int d_TimeCompare(unsigned char format, unsigned length1, void* value1, unsigned length2,
-                  void* value2, unsigned short cmpOp, unsigned count, int& status)
-{
-    return OdmgTimeOps::Cmp(format, length1, value1, length2, value2, cmpOp, count, status);
-}
-
 // ---- fields
-
-namespace ko
-{
 
 void SetTimeFields(TemporalFields& fields, const d_Time& time)
 {
@@ -89,6 +76,14 @@ d_Time TimeOfFields(const TemporalFields& fields, int zoneHour, int zoneMinute)
 // ---- the class
 
 } // namespace ko
+
+using namespace ko;
+
+int d_TimeCompare(unsigned char format, unsigned length1, void* value1, unsigned length2,
+                  void* value2, unsigned short cmpOp, unsigned count, int& status)
+{
+    return OdmgTimeOps::Cmp(format, length1, value1, length2, value2, cmpOp, count, status);
+}
 
 void d_Time::set_default_Time_Zone(Time_Zone zone)
 {

@@ -1,5 +1,5 @@
-#ifndef KO_CORE_NULL_TEXT_H
-#define KO_CORE_NULL_TEXT_H
+#ifndef KO_STRING_NULL_TEXT_H
+#define KO_STRING_NULL_TEXT_H
 
 class KoString;
 
@@ -10,10 +10,10 @@ namespace ko
 {
 
 /// True for a null string and the null print string.
-bool ReadsAsNullPrint(const KoString& text, bool whole);
+bool MeansNull(const KoString& text, bool whole);
 
 /// True for an empty text also.
-bool ReadsAsNull(const KoString& text, bool whole);
+bool MeansNullOrIsEmpty(const KoString& text, bool whole);
 
 } // namespace ko
 

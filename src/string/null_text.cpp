@@ -1,4 +1,4 @@
-#include "core/null_text.h"
+#include "string/null_text.h"
 
 #include <kochar.h>
 #include <kostring.h>
@@ -12,7 +12,17 @@ namespace ko
 namespace
 {
 
-/// The whole comparison. Apart from ReadsAsNullPrint, which every reading of a value begins with
+KoString& NullPrintString()
+{
+    static KoString text("{NULL}");
+    return text;
+}
+
+// It is asked for while the library is loaded: it is then complete before any static object of an
+// application, and outlives it. Another file's start-up that needs it earlier still gets it built.
+[[maybe_unused]] const KoString& builtWithLibrary = NullPrintString();
+
+/// The whole comparison. Apart from MeansNull, which every reading of a value begins with
 /// and which nearly always has its answer before.
 [[gnu::noinline]] bool IsOrBeginsWith(const KoString& text, const KoString& nullText, bool whole)
 {
@@ -41,16 +51,16 @@ namespace
 
 } // namespace
 
-bool ReadsAsNull(const KoString& text, bool whole)
+bool MeansNullOrIsEmpty(const KoString& text, bool whole)
 {
-    return text.IsEmpty() || ReadsAsNullPrint(text, whole);
+    return text.IsEmpty() || MeansNull(text, whole);
 }
 
-bool ReadsAsNullPrint(const KoString& text, bool whole)
+bool MeansNull(const KoString& text, bool whole)
 {
     if (text.IsNullValue())
         return true;
-    const KoString& nullText = KoTypeMgr::GetNullPrintString();
+    const KoString& nullText = NullPrintString();
     // Nearly every text that is not null differs in its first character already.
     if (text.CodeSet() == nullText.CodeSet() && *text.StrGet() != *nullText.StrGet())
         return false;
@@ -58,3 +68,15 @@ bool ReadsAsNullPrint(const KoString& text, bool whole)
 }
 
 } // namespace ko
+
+using namespace ko;
+
+const KoString& KoTypeMgr::GetNullPrintString()
+{
+    return NullPrintString();
+}
+
+void KoTypeMgr::SetNullPrintString(const KoString& text)
+{
+    NullPrintString() = text;
+}
