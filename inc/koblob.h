@@ -2,6 +2,7 @@
 #define KOBLOB_H
 
 #include "kobasic.h"
+#include "kosortkey.h"
 #include "kotypcmp.h"
 
 namespace ko
@@ -52,6 +53,8 @@ public:
     int Length() const { return m_data == nullptr ? 0 : m_data->length; } ///< 0 for null
     bool IsNullValue() const { return m_data == nullptr; }
     int SetNullValue(); ///< frees everything; returns 0
+
+    KO_SORT_KEY_MEMBERS();
 
     /// Becomes a copy of the bytes.
     void SetTo(const void* data, int size);

@@ -2,6 +2,7 @@
 #define KOBOOLEAN_H
 
 #include "kobeside.h"
+#include "kosortkey.h"
 #include "kotypcmp.h"
 
 #include <type_traits>
@@ -51,6 +52,8 @@ public:
     // The reverse of the two above is none, since they return int.
     friend constexpr int operator==(int truth, const KoBoolean& b) { return b == truth; }
     friend constexpr int operator!=(int truth, const KoBoolean& b) { return b != truth; }
+
+    KO_SORT_KEY_MEMBERS(KOTMS_API);
 
 private:
     friend struct KoBesideAsTruth;

@@ -2,6 +2,7 @@
 #define KODATE_H
 
 #include "kobeside.h"
+#include "kosortkey.h"
 #include "kostring.h"
 #include "kotemporal.h"
 
@@ -72,6 +73,8 @@ public:
             return order;
         return KoCompareField(m_day, other.m_day, strict);
     }
+
+    KO_SORT_KEY_MEMBERS(KOTMS_API);
 
     KOTMS_API int IsDate() const; ///< 1 for a day that exists, of any year
     int IsLastDayOfTheMonth() const { return daynxtmonth() == 1; }

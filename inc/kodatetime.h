@@ -3,6 +3,7 @@
 
 #include "kodate.h"
 #include "koint64.h"
+#include "kosortkey.h"
 #include "kotime.h"
 
 namespace ko
@@ -52,6 +53,8 @@ public:
         return order != 0 ? order : m_time.Compare(other.m_time, op);
     }
     int Compare(const KoDateTime& other) const { return Compare(other, kKoCmpStrict); }
+
+    KO_SORT_KEY_MEMBERS(KOTMS_API);
 
     /// Moves by so many seconds, the date with the time.
     KOTMS_API void AddSeconds(int n);
@@ -150,6 +153,8 @@ public:
             return order;
         return (m_nanoseconds > other.m_nanoseconds) - (m_nanoseconds < other.m_nanoseconds);
     }
+
+    KO_SORT_KEY_MEMBERS(KOTMS_API);
 
     KOTMS_API static const KoDateTimeN& ClearValue(); ///< all fields 0
     KOTMS_API static const KoDateTimeN& NullValue();

@@ -1,6 +1,7 @@
 #ifndef KOINT64_H
 #define KOINT64_H
 
+#include "kosortkey.h"
 #include "kotypes.h"
 
 /// A signed 64-bit integer held as two 32-bit halves, aligned to 4 bytes: the persistent type
@@ -116,6 +117,8 @@ public:
     /// Reads the number leniently under `format` (null: "%S"); a text that holds none leaves the
     /// value as it is. Beyond 64 bits it is held to the limits.
     KOTMS_API void ScanFromKoString(const KoString& text, const char* format);
+
+    KO_SORT_KEY_MEMBERS(KOTMS_API);
 
 private:
     o_u4b m_low = 0;

@@ -3,6 +3,7 @@
 
 #include "kobasic.h"
 #include "kobeside.h"
+#include "kosortkey.h"
 #include "kotypcmp.h"
 
 #include <type_traits>
@@ -258,6 +259,8 @@ class KoIString : public KoIStringOf<KoIString>
 public:
     static constexpr bool kIgnoresCase = false;
     using KoIStringOf::KoIStringOf;
+
+    KO_SORT_KEY_MEMBERS(KOTMS_API);
 };
 
 /// A text that ignores case, and accents unless the flag kAccents is set on either side of a
@@ -271,6 +274,8 @@ class KoCaseIString : public KoIStringOf<KoCaseIString>
 public:
     static constexpr bool kIgnoresCase = true;
     using KoIStringOf::KoIStringOf;
+
+    KO_SORT_KEY_MEMBERS(KOTMS_API);
 };
 
 static_assert(sizeof(KoIString) == 16 && sizeof(KoCaseIString) == 16);

@@ -1,6 +1,7 @@
 #ifndef KOOBJID_H
 #define KOOBJID_H
 
+#include "kosortkey.h"
 #include "kostring.h"
 #include "kotypes.h"
 
@@ -111,6 +112,8 @@ public:
     void PrintToKoString(KoString& text, const char* format) const;
     void ScanFromKoString(const KoString& text, const char* format);
 
+    KO_SORT_KEY_MEMBERS();
+
     KO_IDENTITY_FUNCTION_LIST(KO_IDENTITY_FUNCTION)
 };
 
@@ -141,6 +144,8 @@ public:
 
     void PrintToKoString(KoString& text, const char* format) const;
     void ScanFromKoString(const KoString& text, const char* format);
+
+    KO_SORT_KEY_MEMBERS();
 
     KO_IDENTITY_FUNCTION_LIST(KO_IDENTITY_FUNCTION)
 };
@@ -212,6 +217,8 @@ public:
 
     void PrintToKoString(KoString& text, const char* format) const;
     void ScanFromKoString(const KoString& text, const char* format);
+
+    KO_SORT_KEY_MEMBERS();
 
     KO_IDENTITY_FUNCTION_LIST(KO_IDENTITY_FUNCTION)
 

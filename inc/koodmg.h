@@ -2,6 +2,7 @@
 #define KOODMG_H
 
 #include "kodatetime.h"
+#include "kosortkey.h"
 
 #include <compare>
 #include <concepts>
@@ -54,6 +55,8 @@ public:
         return n == 0 ? a : OfSeconds(a.m_seconds / static_cast<float>(n));
     }
     friend constexpr auto operator<=>(const d_Interval&, const d_Interval&) = default;
+
+    KO_SORT_KEY_MEMBERS(KOTMS_API);
 
 private:
     float m_seconds;
@@ -189,6 +192,8 @@ public:
         return !(a < b);
     }
 
+    KO_SORT_KEY_MEMBERS(KOTMS_API);
+
 private:
     friend class d_Timestamp;
 
@@ -313,6 +318,8 @@ public:
     friend bool operator<=(const d_Time& a, const d_Time& b) { return !(b < a); }
     friend bool operator>=(const d_Time& a, const d_Time& b) { return !(a < b); }
 
+    KO_SORT_KEY_MEMBERS(KOTMS_API);
+
 private:
     friend class d_Timestamp;
 
@@ -397,6 +404,8 @@ public:
     friend bool operator>(const d_Timestamp& a, const d_Timestamp& b) { return b < a; }
     friend bool operator<=(const d_Timestamp& a, const d_Timestamp& b) { return !(b < a); }
     friend bool operator>=(const d_Timestamp& a, const d_Timestamp& b) { return !(a < b); }
+
+    KO_SORT_KEY_MEMBERS(KOTMS_API);
 
 private:
     KOTMS_API d_Interval Since(const d_Timestamp& other) const;

@@ -3,6 +3,7 @@
 
 #include "koint64.h"
 #include "koobjid.h"
+#include "kosortkey.h"
 
 /// A stamp of 48 bits: the persistent type KoSEAL_T. It is made from an object number or from an
 /// integer, of which it keeps the low 48 bits, and gives them back, never negative.
@@ -44,6 +45,8 @@ public:
     /// Reads up to 12 hexadecimal digits of either case, after blanks; a text without any leaves
     /// the value as it is.
     void ScanFromKoString(const KoString& text);
+
+    KO_SORT_KEY_MEMBERS();
 
 private:
     constexpr void SetNumber(o_u8b number)

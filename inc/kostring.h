@@ -3,6 +3,7 @@
 
 #include "kobasic.h"
 #include "kochar.h"
+#include "kosortkey.h"
 
 #include <kointl.h>
 #include <komemory.h>
@@ -222,6 +223,8 @@ public:
         return m_language == kNullLanguage || (m_codeSet == KoCS_NULL && m_language == 0);
     }
     int SetNullValue(); ///< returns 0
+
+    KO_SORT_KEY_MEMBERS();
 
     // ---- code sets
     /// Converts the text where the width of the characters changes; otherwise only the code set's

@@ -2,6 +2,7 @@
 #define KOTIME_H
 
 #include "kobeside.h"
+#include "kosortkey.h"
 #include "kostring.h"
 #include "kotemporal.h"
 
@@ -83,6 +84,8 @@ public:
     KOTMS_API static const KoTime& NullValue();    ///< -128 in all fields
     KOTMS_API static const KoTime& DefaultValue(); ///< 00:00:00
     KOTMS_API static const KoTime& ZeroValue();    ///< 00:00:00
+
+    KO_SORT_KEY_MEMBERS(KOTMS_API);
 
     /// Appends the time under a format of directives; null stands for "%H:%M:%S".
     KOTMS_API void PrintToKoString(KoString& out, const char* format) const;

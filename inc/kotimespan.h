@@ -2,6 +2,7 @@
 #define KOTIMESPAN_H
 
 #include "kodatetime.h"
+#include "kosortkey.h"
 
 /// A length of time of the persistent type KoTIMESPAN_T: years, months, days, hours, minutes,
 /// seconds and nanoseconds, where a month has 30 days and a year 12 months.
@@ -72,6 +73,8 @@ public:
     {
         return m_value.Compare(other.m_value, op);
     }
+
+    KO_SORT_KEY_MEMBERS(KOTMS_API);
 
     /// The span between two date-times that stand in the fields of spans, never negative; a null
     /// one counts as all zero. Days are counted by the calendar, then every 30 are a month: from

@@ -18,6 +18,7 @@
 #include "koodmg.h"
 #include "koorder.h"
 #include "koseal.h"
+#include "kosortkey.h"
 #include "kostrcmp.h"
 #include "kostring.h"
 #include "kotemporal.h"

@@ -87,7 +87,8 @@ using KoSortKeyFunc = unsigned (*)(void* key, unsigned room, const void* value,
                                    unsigned char format, unsigned count, unsigned short cmpOp);
 /// The way back, into `count` elements that exist: 0; KoRC_NOT_SUPPORTED where keys of this type
 /// and word do not hold the whole value; KoRC_DAMAGED where the `length` bytes are not exactly the
-/// key of `count` elements. After a failure the elements are as they were.
+/// key of `count` elements. After these the elements are as they were. KoRC_NO_MEMORY where a text
+/// or a blob finds no memory: the elements before it have their new values.
 using KoFromSortKeyFunc = int (*)(void* value, const void* key, unsigned length, unsigned count,
                                   unsigned short cmpOp);
 /// Looks at `size` bytes that somebody else wrote as `count` elements in the form `format`. 0, with

@@ -10,9 +10,9 @@
 #if defined(KO_HAVE_ICU)
 #include <unicode/ucol.h>
 #include <unicode/ustring.h>
+#endif
 
 using namespace ko;
-#endif
 
 // Making sort keys of the texts of four columns of the example data, their sizes, and sorting by
 // them, keys included, beside ICU (root collation), std::string and KoString::Compare.
@@ -226,7 +226,7 @@ template <class Text, class Make>
 void AddKeySort(const std::string& name, const std::vector<Text>& texts, Make make)
 {
     benchmark::RegisterBenchmark(name.c_str(), [texts, make](State& state) {
-        TextKeys keys;
+        KeyList keys;
         for (auto _ : state) {
             keys.Fill(texts, make);
             KeySort(keys).Sort();
@@ -240,11 +240,11 @@ template <class Text, class Make>
 void AddPlainKeySort(const std::string& name, const std::vector<Text>& texts, Make make)
 {
     benchmark::RegisterBenchmark(name.c_str(), [texts, make](State& state) {
-        TextKeys keys;
+        KeyList keys;
         for (auto _ : state) {
             keys.Fill(texts, make);
             std::sort(keys.entries.begin(), keys.entries.end(),
-                      [&keys](const TextKeys::Entry& a, const TextKeys::Entry& b) {
+                      [&keys](const KeyList::Entry& a, const KeyList::Entry& b) {
                           const std::uint32_t x = keys.Length(a.index);
                           const std::uint32_t y = keys.Length(b.index);
                           const int order =
@@ -276,7 +276,7 @@ void AddSort(const std::string& name, const std::vector<Text>& texts, Less less)
 bool SortsAlike(const Texts& texts)
 {
     std::vector<KoString> strings = InMemory(texts);
-    TextKeys keys;
+    KeyList keys;
     keys.Fill(strings, MakeKey);
     KeySort(keys).Sort();
     for (std::size_t i = 1; i < keys.entries.size(); ++i)

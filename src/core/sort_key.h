@@ -1,6 +1,8 @@
 #ifndef KO_CORE_SORT_KEY_H
 #define KO_CORE_SORT_KEY_H
 
+#include "core/bytes.h"
+
 #include <kobasic.h>
 
 #include <algorithm>
@@ -54,26 +56,8 @@ private:
 };
 
 /// The unsigned number as wide as T.
-template <std::size_t size>
-struct KeyWordOf;
-template <>
-struct KeyWordOf<1> {
-    using Type = o_u1b;
-};
-template <>
-struct KeyWordOf<2> {
-    using Type = o_u2b;
-};
-template <>
-struct KeyWordOf<4> {
-    using Type = o_u4b;
-};
-template <>
-struct KeyWordOf<8> {
-    using Type = o_u8b;
-};
 template <class T>
-using KeyWord = typename KeyWordOf<sizeof(T)>::Type;
+using KeyWord = typename WordOf<sizeof(T)>::Type;
 
 template <class T>
 inline constexpr KeyWord<T> kKeySign = static_cast<KeyWord<T>>(1ULL << (8 * sizeof(T) - 1));
@@ -85,12 +69,16 @@ template <class T>
 KeyWord<T> KeyBits(T n) noexcept
 {
     if constexpr (std::floating_point<T>) {
-        if (n != n)
-            return 0;
-        const auto bits = std::bit_cast<KeyWord<T>>(n == 0 ? T{0} : n);
-        // All ones for a negative number, the sign alone for another: no branch to mispredict.
-        const auto negative = static_cast<KeyWord<T>>(0 - (bits >> (8 * sizeof(T) - 1)));
-        return bits ^ (negative | kKeySign<T>);
+        // Whole numbers and no branches: nothing mispredicts, and compilers make vectors of loops.
+        using Word = KeyWord<T>;
+        constexpr unsigned kTop = 8 * sizeof(T) - 1;
+        constexpr Word kNumbers = std::bit_cast<Word>(std::numeric_limits<T>::infinity());
+        const auto bits = std::bit_cast<Word>(n);
+        const Word magnitude = bits & ~kKeySign<T>;
+        const Word negative = bits >> kTop;
+        const Word minusZero = (magnitude - 1) >> kTop & negative;
+        const Word nan = (magnitude + (~kKeySign<T> - kNumbers)) >> kTop;
+        return ((bits ^ ((0 - negative) | kKeySign<T>)) + minusZero) & (nan - 1);
     } else if constexpr (std::signed_integral<T>) {
         return static_cast<KeyWord<T>>(static_cast<KeyWord<T>>(n) ^ kKeySign<T>);
     } else {
@@ -122,16 +110,14 @@ bool FromKeyBits(T& n, KeyWord<T> bits) noexcept
 template <class Word>
 void PutKeyWord(unsigned char* out, Word word) noexcept
 {
-    for (std::size_t i = 0; i < sizeof(Word); ++i)
-        out[i] = static_cast<unsigned char>(word >> (8 * (sizeof(Word) - 1 - i)));
+    if constexpr (std::endian::native == std::endian::little)
+        word = WordOf<sizeof(Word)>::Swapped(word);
+    std::memcpy(out, &word, sizeof word);
 }
 template <class Word>
 Word GetKeyWord(const unsigned char* at) noexcept
 {
-    Word word = 0;
-    for (std::size_t i = 0; i < sizeof(Word); ++i)
-        word = static_cast<Word>(word << 8 | at[i]);
-    return word;
+    return ReadOrdered<Word>(at, true);
 }
 
 /// The keys of `count` elements of `size` bytes one after another, each of at most `most` bytes;

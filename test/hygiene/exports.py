@@ -30,18 +30,22 @@ def marked_names():
     lines = "".join(f'#include "{header}"\n' for folder in folders for header in folder.glob("*.h"))
     text = output(compiler, "-std=c++20", "-E", "-P", *(f"-I{folder}" for folder in folders),
                   "-x", "c++", "-", text=lines)
-    names = set()
-    for statement in re.split(r"[;{}]", text):
+    names, scopes = set(), []
+    for statement, end in re.findall(r"([^;{}]*)([;{}])", text):
         match = MARK.search(statement)
-        if not match or re.search(r"\bnamespace\b", statement):
-            continue
-        before, after = statement[:match.start()], statement[match.end():]
-        if re.search(r"\b(class|struct)\s*$", before):
-            names.add(re.search(r"\w+", after)[0])
-        elif found := re.search(r"(operator\s*[^\s\w(]+|\w+)\s*\(", after):
-            names.add(found[1].replace(" ", ""))
-        else:
-            names.add(re.findall(r"\w+", after.split("=")[0].split("[")[0])[-1])
+        if match and not re.search(r"\bnamespace\b", statement):
+            before, after = statement[:match.start()], statement[match.end():]
+            if re.search(r"\b(class|struct)\s*$", before):
+                names.add(re.search(r"\w+", after)[0])
+            elif found := re.search(r"(operator\s*[^\s\w(]+|\w+)\s*\(", after):
+                names.add(found[1].replace(" ", ""))
+                names.update(scopes[-1:])  # a member is found by its class
+            else:
+                names.add(re.findall(r"\w+", after.split("=")[0].split("[")[0])[-1])
+        if end == "{":
+            scopes.append(([""] + re.findall(r"\b(?:class|struct|union) (\w+)", MARK.sub("", statement)))[-1])
+        elif end == "}" and scopes:
+            scopes.pop()
     return names
 
 
