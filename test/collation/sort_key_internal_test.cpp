@@ -310,49 +310,4 @@ TEST(SortKey, WordsWithoutKeys)
     KoLanguageContext::Reset();
 }
 
-// What is not refused is what writing gives, so nothing has two keys.
-TEST(SortKey, RefusesWhatIsNotWritten)
-{
-    AwkwardTexts texts(2);
-    std::mt19937 generator(3);
-    const auto below = [&generator](std::size_t end) {
-        return static_cast<unsigned>(generator() % end);
-    };
-    const std::vector<o_u2b> words = Words();
-    unsigned accepted = 0;
-    for (unsigned i = 0; i < 100000; ++i) {
-        const o_u2b word = words[below(words.size())];
-        const Key other = KeyOf(texts.Next(i % 20 == 0), KoCMP_PLAIN);
-        Key key = i % 8 == 0 ? Key(below(6)) : KeyOf(texts.Next(i % 20 == 0), word);
-        key.insert(key.end(), other.begin(),
-                   other.begin() + std::min<std::ptrdiff_t>(4, std::ssize(other)));
-        for (unsigned changes = below(3); changes > 0 && !key.empty(); --changes) {
-            constexpr unsigned char kBytes[] = {0,    1,    2,    0x15, 0x19, 0x1F,
-                                                0x20, 0x21, 0x75, 0x7E, 0x7F, 0xC0,
-                                                0xF7, 0xFA, 0xFC, 0xFE, 0xFF};
-            unsigned char& byte = key[below(key.size())];
-            byte = below(2) == 0 ? kBytes[below(std::size(kBytes))]
-                                 : static_cast<unsigned char>(below(256));
-        }
-        key.resize(below(4) == 0 ? below(key.size() + 1) : key.size());
-        const auto length = static_cast<unsigned>(key.size());
-        const auto exact = std::make_unique<unsigned char[]>(length);
-        std::copy(key.begin(), key.end(), exact.get());
-        const unsigned extent = ko::SortKeyExtent(exact.get(), length, word);
-        EXPECT_LE(extent, length);
-        KoString back = "before";
-        unsigned taken = 0;
-        const int code = ko::ReadSortKey(back, exact.get(), length, KoCMP_PLAIN, taken);
-        if (code != 0) {
-            EXPECT_EQ(code, -1);
-            EXPECT_TRUE(back == KoString("before"));
-            continue;
-        }
-        ++accepted;
-        key.resize(taken);
-        EXPECT_EQ(data::FormatBytes(KeyOf(back, KoCMP_PLAIN)), data::FormatBytes(key));
-    }
-    EXPECT_GT(accepted, 20000U);
-}
-
 } // namespace
