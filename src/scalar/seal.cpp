@@ -87,7 +87,8 @@ struct SealOps : ElementOps<KoSeal, SealOps, KoSEAL_T> {
         return WriteElementKeys<kSize>(
             key, room, value, kSize, count, [swap](unsigned char* out, const unsigned char* at) {
                 for (unsigned word = 0; word < kWords; ++word)
-                    PutKeyWord(out + 2 * word, ReadNumber<o_u2b>(at + 2 * word, swap));
+                    PutKeyWord(out + std::size_t{2} * word,
+                               ReadNumber<o_u2b>(at + std::size_t{2} * word, swap));
                 return kSize;
             });
     }
