@@ -240,7 +240,8 @@ public:
     // ---- bytes from strangers
 
     /// See KoValidateFunc. After 0 every other call that is handed these bytes in this form reads
-    /// nothing beyond the first `at` of them.
+    /// nothing beyond the first `at` of them, but for loading no strings, which looks at the record
+    /// that is there.
     int Validate(o_char id, const void* bytes, std::size_t size, unsigned char format,
                  unsigned count, std::size_t& at) const;
     /// The bytes that `count` persistent elements take by their own lengths, of which nothing
