@@ -52,8 +52,9 @@ int BlobOrder(const unsigned char* a, std::size_t lengthA, const unsigned char* 
               std::size_t lengthB)
 {
     const std::size_t common = std::min(lengthA, lengthB);
+    // What memcmp answers beside its sign differs between machines; this result does not.
     const int order = common == 0 ? 0 : std::memcmp(a, b, common);
-    return order != 0 ? order : (lengthA > lengthB) - (lengthA < lengthB);
+    return order != 0 ? (order > 0) - (order < 0) : (lengthA > lengthB) - (lengthA < lengthB);
 }
 
 } // namespace ko
