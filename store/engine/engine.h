@@ -110,7 +110,8 @@ public:
 class Writer : public Reader
 {
 public:
-    /// Sets the value of a key, whether there was one or not.
+    /// Sets the value of a key, whether there was one or not. The bytes are no views that the
+    /// writer gave.
     virtual void Put(Space space, std::string_view key, std::string_view value) = 0;
     /// Takes a key away; one that is not there is no error.
     virtual void Erase(Space space, std::string_view key) = 0;

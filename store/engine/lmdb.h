@@ -1,0 +1,26 @@
+#ifndef KO_ENGINE_LMDB_H
+#define KO_ENGINE_LMDB_H
+
+#include "engine/engine.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace ko::store::lmdb
+{
+
+// The functions of engine.h for a path: a file of LMDB, with one named database for each space,
+// whose keys and values are the plain bytes.
+//
+// A new store is built in the file PATH.new, which takes its name when it is whole, so that PATH
+// never names a half-written store. PATH-lock is LMDB's.
+
+std::unique_ptr<Engine> OpenEngine(const std::string& path, Mode mode);
+std::unique_ptr<Loader> StartLoad(const std::string& path);
+bool StoreExists(const std::string& path);
+std::vector<std::string> FilesOfStore(const std::string& path);
+
+} // namespace ko::store::lmdb
+
+#endif

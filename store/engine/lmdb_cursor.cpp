@@ -1,0 +1,130 @@
+#include "engine/lmdb_cursor.h"
+
+#include "engine/lmdb_count.h"
+
+#include <cstring>
+
+namespace ko::store::lmdb
+{
+
+namespace
+{
+
+class Walker : public Cursor
+{
+public:
+    Walker(const Environment& environment, const Transaction& transaction, Space space, Range range,
+           Direction direction)
+        : m_path(environment.Path()), m_transaction(transaction), m_range(std::move(range)),
+          m_forwards(direction == Direction::Forwards),
+          m_cursor(OpenCursor(transaction.transaction, environment.Dbi(space), m_path)),
+          m_changes(transaction.changes)
+    {
+    }
+
+    std::span<const Row> Next(std::size_t most) override
+    {
+        m_rows.clear();
+        MDB_val key{};
+        MDB_val value{};
+        while (m_rows.size() < most && !m_ended) {
+            m_ended = !Step(key, value) || IsOutside(View(key));
+            if (!m_ended)
+                m_rows.push_back({View(key), View(value)});
+        }
+        if (m_transaction.writes && !m_rows.empty())
+            m_last = m_rows.back().key;
+        return m_rows;
+    }
+
+private:
+    bool Get(MDB_val& key, MDB_val& value, MDB_cursor_op operation)
+    {
+        const int code = mdb_cursor_get(m_cursor.get(), &key, &value, operation);
+        if (code != MDB_NOTFOUND)
+            Check(code, m_path);
+        return code == MDB_SUCCESS;
+    }
+
+    /// To the first key not below `bound`, or above it.
+    bool Seek(MDB_val& key, MDB_val& value, std::string_view bound, bool above)
+    {
+        if (bound.empty())
+            return Get(key, value, MDB_FIRST);
+        // No key is as long as a bound that is cut here.
+        const std::string_view cut = bound.substr(0, kMaxKey);
+        key = Val(cut);
+        if (!Get(key, value, MDB_SET_RANGE))
+            return false;
+        return (!above && cut.size() == bound.size()) || View(key) != cut ||
+               Get(key, value, MDB_NEXT);
+    }
+
+    /// To the last key below `bound`.
+    bool SeekBelow(MDB_val& key, MDB_val& value, std::string_view bound)
+    {
+        return Get(key, value, Seek(key, value, bound, false) ? MDB_PREV : MDB_LAST);
+    }
+
+    bool Step(MDB_val& key, MDB_val& value)
+    {
+        const bool moved = m_changes != m_transaction.changes;
+        m_changes = m_transaction.changes;
+        if (m_started && !moved)
+            return Get(key, value, m_forwards ? MDB_NEXT : MDB_PREV);
+        if (m_started && !m_last.empty())
+            return m_forwards ? Seek(key, value, m_last, true) : SeekBelow(key, value, m_last);
+        m_started = true;
+        if (m_forwards)
+            return Seek(key, value, m_range.low, false);
+        if (m_range.high && m_range.high->empty())
+            return false;
+        return m_range.high ? SeekBelow(key, value, *m_range.high) : Get(key, value, MDB_LAST);
+    }
+
+    bool IsOutside(std::string_view key) const
+    {
+        return m_forwards ? m_range.high && key >= *m_range.high : key < m_range.low;
+    }
+
+    const std::string& m_path;
+    const Transaction& m_transaction;
+    const Range m_range;
+    const bool m_forwards;
+    CursorPointer m_cursor;
+    std::uint64_t m_changes;
+    bool m_started = false;
+    bool m_ended = false;
+    std::string m_last; ///< key of a writer's walk
+    std::vector<Row> m_rows;
+};
+
+} // namespace
+
+std::unique_ptr<Cursor> MakeCursor(const Environment& environment, const Transaction& transaction,
+                                   Space space, const Range& range, Direction direction)
+{
+    return std::make_unique<Walker>(environment, transaction, space, range, direction);
+}
+
+std::uint64_t Guess(const Environment& environment, const Transaction& transaction, Space space,
+                    const Range& range)
+{
+    const std::string& path = environment.Path();
+    MDB_stat stat{};
+    Check(mdb_stat(transaction.transaction, environment.Dbi(space), &stat), path);
+    if (transaction.writes) // its pages are not in the file
+        return stat.ms_entries;
+    MDB_dbi names = 0;
+    Check(mdb_dbi_open(transaction.transaction, nullptr, 0, &names), path);
+    MDB_val name = Val(SpaceName(space));
+    MDB_val description{};
+    Tree tree{};
+    Check(mdb_get(transaction.transaction, names, &name, &description), path);
+    if (description.mv_size != sizeof tree)
+        return stat.ms_entries;
+    std::memcpy(&tree, description.mv_data, sizeof tree);
+    return CountByPages(File(path), stat.ms_psize, tree, range);
+}
+
+} // namespace ko::store::lmdb

@@ -1,0 +1,165 @@
+#include "engine/locked_file.h"
+
+#include "base/failure.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <thread>
+
+namespace ko::store::lmdb
+{
+
+namespace
+{
+
+std::string Error(const std::string& path)
+{
+    return path + ": " + std::strerror(errno);
+}
+
+/// Takes the lock before the time is over; errno says why not.
+bool Lock(int file, unsigned milliseconds)
+{
+    using Clock = std::chrono::steady_clock;
+    const auto end = Clock::now() + std::chrono::milliseconds(milliseconds);
+    for (;;) {
+        if (flock(file, LOCK_EX | LOCK_NB) == 0)
+            return true;
+        if (errno != EWOULDBLOCK || Clock::now() >= end)
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+}
+
+bool RenameToFree(const char* from, const char* to, Naming way)
+{
+#if defined(__linux__)
+    if (way == Naming::Rename) {
+        if (renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE) == 0)
+            return true;
+        if (errno != EINVAL && errno != ENOSYS)
+            return false;
+    }
+#endif
+    if (way != Naming::Look) {
+        if (link(from, to) == 0)
+            return unlink(from) == 0;
+        if (errno == EEXIST || errno == ENOENT)
+            return false;
+    }
+    struct stat named {
+    };
+    if (lstat(to, &named) == 0) {
+        errno = EEXIST;
+        return false;
+    }
+    return std::rename(from, to) == 0;
+}
+
+/// Makes a change of a directory's entries last.
+void SyncDirectoryOf(const std::string& path)
+{
+    const std::size_t slash = path.find_last_of('/');
+    const std::string directory = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+    const int file = open(directory.c_str(), O_RDONLY | O_CLOEXEC);
+    if (file < 0)
+        return;
+    fsync(file);
+    close(file);
+}
+
+} // namespace
+
+LockedFile::LockedFile(const std::string& path, bool create, unsigned milliseconds) : m_path(path)
+{
+    Open(create);
+    const bool locked = Lock(m_file, milliseconds);
+    if (locked && (!create || IsNamed()))
+        return;
+    const bool busy = locked || errno == EWOULDBLOCK;
+    const std::string message = busy ? path + ": another program is writing to it" : Error(path);
+    close(m_file);
+    throw Failure(Exit::Io, message);
+}
+
+void LockedFile::Open(bool create)
+{
+    struct stat named {
+    };
+    if (create && lstat(m_path.c_str(), &named) == 0) {
+        if (!S_ISREG(named.st_mode))
+            throw Failure(Exit::Io, m_path + ": is in the way (not a regular file)");
+        // What has a second name is whole: the loader that made it was killed before it took this
+        // one away. Written over, it would be lost under the other.
+        if (named.st_nlink > 1)
+            unlink(m_path.c_str());
+    }
+    m_file = open(m_path.c_str(), O_RDWR | O_CLOEXEC | (create ? O_CREAT : 0), 0666);
+    if (m_file < 0)
+        throw Failure(Exit::Io, Error(m_path));
+}
+
+/// False where another loader has given the file another name since it was opened.
+bool LockedFile::IsNamed() const
+{
+    struct stat opened {
+    };
+    struct stat named {
+    };
+    return fstat(m_file, &opened) == 0 && stat(m_path.c_str(), &named) == 0 &&
+           opened.st_dev == named.st_dev && opened.st_ino == named.st_ino && opened.st_nlink == 1;
+}
+
+LockedFile::~LockedFile()
+{
+    close(m_file);
+}
+
+std::uint64_t LockedFile::Size() const
+{
+    struct stat opened {
+    };
+    if (fstat(m_file, &opened) != 0)
+        throw Failure(Exit::Io, Error(m_path));
+    return static_cast<std::uint64_t>(opened.st_size);
+}
+
+void LockedFile::Reserve(std::uint64_t bytes)
+{
+    if (bytes <= m_reserved)
+        return;
+    // In steps that grow with the file: few calls for a large one, little too much for a small.
+    const std::uint64_t wanted = bytes + std::max<std::uint64_t>(bytes / 4, 4U << 20);
+#if defined(__linux__)
+    if (fallocate(m_file, 0, static_cast<off_t>(m_reserved),
+                  static_cast<off_t>(wanted - m_reserved)) != 0 &&
+        errno != EOPNOTSUPP)
+        throw Failure(Exit::Io, Error(m_path));
+#endif
+    m_reserved = wanted;
+}
+
+void LockedFile::Resize(std::uint64_t bytes)
+{
+    if (ftruncate(m_file, static_cast<off_t>(bytes)) != 0)
+        throw Failure(Exit::Io, Error(m_path));
+    m_reserved = std::min(m_reserved, bytes);
+}
+
+void LockedFile::TakeName(const std::string& path, Naming first)
+{
+    if (!RenameToFree(m_path.c_str(), path.c_str(), first))
+        throw Failure(Exit::Io, Error(path));
+    m_path = path;
+    SyncDirectoryOf(path);
+}
+
+} // namespace ko::store::lmdb
