@@ -1,6 +1,6 @@
 #include "engine/engine.h"
-#include "engine/lmdb.h"
 #include "engine/lmdb_check.h"
+#include "engine/lmdb_store.h"
 
 namespace ko::store
 {

@@ -4,6 +4,7 @@
 #include "engine/lmdb_check.h"
 #include "engine/lmdb_file.h"
 
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
@@ -21,9 +22,6 @@ namespace
 
 constexpr auto kPatience = std::chrono::seconds(10);
 constexpr std::uint64_t kLargestMap = std::uint64_t{1} << 46;
-/// A map costs nothing but addresses. One that is written takes the file's length as well.
-constexpr std::uint64_t kMap = std::uint64_t{16} << 30;
-constexpr std::uint64_t kWrittenMap = std::uint64_t{4} << 30;
 
 std::uint64_t Rounded(std::uint64_t bytes)
 {
@@ -105,7 +103,6 @@ std::shared_ptr<Environment> Environment::Open(const std::string& path, Mode mod
     auto* const made = new Environment(path, mode);
     Register::Entry& entry = all.entries[key];
     Register::Find(path + "-lock", entry.lock);
-    // Without exceptions from here on: the deleter takes the register's mutex.
     std::shared_ptr<Environment> result(made, close);
     entry.environment = result;
     return result;
@@ -163,7 +160,7 @@ void Environment::OpenFile(Mode mode, std::uint64_t bytes)
 int Environment::TryOpen(unsigned flags, std::uint64_t bytes)
 {
     const bool large = (flags & MDB_WRITEMAP) != 0;
-    std::uint64_t map = Rounded(std::max(8 * bytes, large ? kWrittenMap : kMap));
+    std::uint64_t map = Rounded(std::max(8 * bytes, large ? FirstMap::written : FirstMap::plain));
     if (large)
         map = std::max(std::min(map, LongestFile()), bytes);
     int code;
@@ -219,6 +216,12 @@ void Environment::CheckNames(MDB_txn* transaction) const
 
 void Environment::Map(std::uint64_t bytes)
 {
+    // A map that failed to grow would be gone.
+    void* const room =
+        mmap(nullptr, bytes, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (room == MAP_FAILED)
+        throw Failure(Exit::Io, m_path + ": has outgrown the addresses of this process");
+    munmap(room, bytes);
     Check(mdb_env_set_mapsize(m_env, bytes), m_path);
     MDB_envinfo info{};
     Check(mdb_env_info(m_env, &info), m_path);
@@ -241,7 +244,7 @@ MDB_txn* Environment::Begin(unsigned flags)
     int code = mdb_txn_begin(m_env, nullptr, flags, &transaction);
     if (code == MDB_MAP_RESIZED) { // by another process
         waitForOthers();
-        Map(0);
+        Map(8 * CheckHeads(m_path));
         code = mdb_txn_begin(m_env, nullptr, flags, &transaction);
     }
     if (code == MDB_READERS_FULL && mdb_reader_check(m_env, nullptr) == MDB_SUCCESS)
@@ -260,8 +263,9 @@ MDB_txn* Environment::BeginWriting(Claim& claim)
     if (IsLarge()) {
         const std::lock_guard guard(m_mutex);
         // Another process may have cut off what lay behind the pages.
-        if (claim.m_lock->Size() < m_map)
-            claim.m_lock->Resize(m_map);
+        const std::uint64_t map = std::max(m_map, m_wanted);
+        if (claim.m_lock->Size() < map)
+            claim.m_lock->Resize(map);
     }
     MDB_txn* const transaction = Begin(0);
     claim.m_writes = true;

@@ -14,6 +14,13 @@
 namespace ko::store::lmdb
 {
 
+/// How large maps are at least when a file is opened; tests take less. A map costs nothing but
+/// addresses; one that is written takes the file's length as well.
+struct FirstMap {
+    static inline std::uint64_t plain = std::uint64_t{16} << 30;
+    static inline std::uint64_t written = std::uint64_t{4} << 30;
+};
+
 using Spaces = std::array<MDB_dbi, kSpaces>;
 
 /// LMDB's open file. LMDB knows of a process's readers by locks that go with the first of its open

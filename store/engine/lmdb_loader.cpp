@@ -1,8 +1,8 @@
 #include "base/failure.h"
 #include "base/same_file.h"
-#include "engine/lmdb.h"
 #include "engine/lmdb_calls.h"
 #include "engine/lmdb_file.h"
+#include "engine/lmdb_store.h"
 #include "engine/locked_file.h"
 
 #include <sys/stat.h>

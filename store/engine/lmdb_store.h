@@ -1,5 +1,5 @@
-#ifndef KO_ENGINE_LMDB_H
-#define KO_ENGINE_LMDB_H
+#ifndef KO_ENGINE_LMDB_STORE_H
+#define KO_ENGINE_LMDB_STORE_H
 
 #include "engine/engine.h"
 

@@ -1,4 +1,4 @@
-#include "engine/lmdb.h"
+#include "engine/lmdb_store.h"
 
 #include "base/failure.h"
 #include "base/same_file.h"

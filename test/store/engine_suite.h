@@ -1,0 +1,115 @@
+#ifndef KO_TEST_STORE_ENGINE_SUITE_H
+#define KO_TEST_STORE_ENGINE_SUITE_H
+
+#include "store/test_files.h"
+
+#include "engine/engine.h"
+#include "engine/memory.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+using ko::store::Direction;
+using ko::store::Engine;
+using ko::store::kSpaces;
+using ko::store::Loader;
+using ko::store::Mode;
+using ko::store::Range;
+using ko::store::Reader;
+using ko::store::Space;
+using ko::store::Writer;
+
+using Model = std::map<std::string, std::string>;
+using Models = std::map<Space, Model>;
+using Pairs = std::vector<std::pair<std::string, std::string>>;
+
+/// Where one store of an engine may be.
+class Place
+{
+public:
+    virtual ~Place() = default;
+    virtual std::unique_ptr<Loader> Load() = 0;
+    virtual std::unique_ptr<Engine> Open(Mode mode) = 0;
+    virtual bool Exists() = 0;
+    virtual void Check() {}
+};
+
+class MemoryPlace : public Place
+{
+public:
+    std::unique_ptr<Loader> Load() override { return m_store.StartLoad(); }
+    std::unique_ptr<Engine> Open(Mode mode) override { return m_store.Open(mode); }
+    bool Exists() override { return m_store.Exists(); }
+
+private:
+    ko::store::MemoryStore m_store;
+};
+
+class FilePlace : public Place
+{
+public:
+    std::string Path() const { return m_folder.Path("store"); }
+    std::unique_ptr<Loader> Load() override { return ko::store::StartLoad(Path()); }
+    std::unique_ptr<Engine> Open(Mode mode) override { return ko::store::OpenEngine(Path(), mode); }
+    bool Exists() override { return ko::store::StoreExists(Path()); }
+    void Check() override { ko::store::CheckEngine(Path()); }
+
+private:
+    TestFolder m_folder;
+};
+
+inline Pairs Walk(Reader& reader, Space space, const Range& range, Direction direction,
+                  std::size_t most)
+{
+    Pairs found;
+    const auto cursor = reader.Walk(space, range, direction);
+    for (auto rows = cursor->Next(most); !rows.empty(); rows = cursor->Next(most)) {
+        EXPECT_LE(rows.size(), most);
+        for (const auto& row : rows)
+            found.emplace_back(row.key, row.value);
+    }
+    EXPECT_TRUE(cursor->Next(most).empty());
+    return found;
+}
+
+inline Models Everything(Reader& reader)
+{
+    Models all;
+    for (std::size_t i = 0; i < kSpaces; ++i) {
+        const auto space = static_cast<Space>(i);
+        for (auto& row : Walk(reader, space, {}, Direction::Forwards, 100))
+            all[space].insert(std::move(row));
+    }
+    return all;
+}
+
+inline void Fill(Loader& loader, const Models& models)
+{
+    std::map<Space, Model::const_iterator> at;
+    for (const auto& [space, model] : models)
+        at.emplace(space, model.begin());
+    for (bool more = true; more;) { // in turns
+        more = false;
+        for (auto& [space, next] : at) {
+            if (next == models.at(space).end())
+                continue;
+            loader.Append(space, next->first, next->second);
+            ++next;
+            more = true;
+        }
+    }
+}
+
+inline void Create(Place& place, const Models& models)
+{
+    const auto loader = place.Load();
+    Fill(*loader, models);
+    loader->Publish();
+}
+
+#endif

@@ -1,0 +1,397 @@
+#include "store/engine_suite.h"
+#include "support/failing_engine.h"
+
+#include <algorithm>
+#include <functional>
+#include <random>
+#include <thread>
+
+namespace
+{
+
+using namespace ko::store;
+
+struct Kind {
+    const char* name;
+    std::unique_ptr<Place> (*make)();
+    Mode mode; ///< of whoever changes a store
+};
+
+template <class Of>
+std::unique_ptr<Place> Make()
+{
+    return std::make_unique<Of>();
+}
+
+class EveryEngine : public testing::TestWithParam<Kind>
+{
+protected:
+    std::unique_ptr<Engine> ToChange() { return m_place->Open(GetParam().mode); }
+    Models Now() { return Everything(*m_place->Open(Mode::Read)->Read()); }
+
+    std::unique_ptr<Place> m_place = GetParam().make();
+};
+
+INSTANTIATE_TEST_SUITE_P(Engines, EveryEngine,
+                         testing::Values(Kind{"Memory", Make<MemoryPlace>, Mode::Change},
+                                         Kind{"Lmdb", Make<FilePlace>, Mode::Change},
+                                         Kind{"LmdbGrowing", Make<FilePlace>, Mode::Grow}),
+                         [](const auto& info) { return info.param.name; });
+
+std::string Bytes(std::initializer_list<int> values)
+{
+    std::string bytes;
+    for (const int value : values)
+        bytes += static_cast<char>(value);
+    return bytes;
+}
+
+// Ends that are keys, lie between, before and after keys, are prefixes, and are longer than any
+// key.
+TEST_P(EveryEngine, WalksBetweenAllEnds)
+{
+    const std::string longest(kMaxKey, '\xff');
+    const std::vector<std::string> keys = {
+        Bytes({0}), Bytes({0, 0}), Bytes({0, 1}),         "a",     "a" + Bytes({0}),
+        "ab",       "b",           std::string(511, 'b'), "b\xff", longest.substr(1),
+        longest};
+    Model model;
+    for (const std::string& key : keys)
+        model[key] = "value of " + std::to_string(key.size());
+    Create(*m_place, {{Space::Entries, model}, {Space::Blocks, {{"a", "of another space"}}}});
+    std::vector<std::string> ends = keys;
+    for (const std::string& key : keys)
+        ends.push_back(key + Bytes({0}));
+    for (const char* end : {"", "0", "aa", "c", "z"})
+        ends.emplace_back(end);
+    const auto engine = m_place->Open(Mode::Read);
+    const auto reader = engine->Read();
+    const auto expect = [&](const Range& range) {
+        Pairs rows;
+        for (const auto& row : model) {
+            if (row.first >= range.low && (!range.high || row.first < *range.high))
+                rows.push_back(row);
+        }
+        EXPECT_EQ(reader->CountRoughly(Space::Entries, range), rows.size());
+        for (const auto direction : {Direction::Forwards, Direction::Backwards}) {
+            for (const std::size_t most : {1, 2, 1000})
+                EXPECT_EQ(Walk(*reader, Space::Entries, range, direction, most), rows)
+                    << range.low.size() << " to " << (range.high ? range.high->size() : 0);
+            std::reverse(rows.begin(), rows.end());
+        }
+    };
+    for (const std::string& low : ends) {
+        expect({low, std::nullopt});
+        for (const std::string& high : ends)
+            expect({low, high});
+    }
+    EXPECT_TRUE(Walk(*reader, Space::Large, {}, Direction::Backwards, 5).empty());
+}
+
+TEST_P(EveryEngine, GetsBatchesAndGuessesRanges)
+{
+    Model model;
+    for (int i = 100'000; i < 130'000; i += 3)
+        model[std::to_string(i)] = std::to_string(i * 7);
+    Create(*m_place, {{Space::Blocks, model}});
+    const auto reader = m_place->Open(Mode::Read)->Read(); // which outlives its engine
+    for (const std::size_t size : {1U, 2U, 1000U, 25'000U}) {
+        std::vector<std::string> texts;
+        for (std::size_t i = 0; i < size; ++i)
+            texts.push_back(std::to_string(100'000 + i));
+        const std::vector<std::string_view> keys(texts.begin(), texts.end());
+        std::vector<std::string> found(size);
+        reader->Get(Space::Blocks, keys,
+                    [&](std::size_t key, std::string_view value) { found[key] = value; });
+        for (std::size_t i = 0; i < size; ++i)
+            ASSERT_EQ(found[i], i % 3 == 0 ? model[texts[i]] : "") << i;
+    }
+    EXPECT_FALSE(reader->GetOne(Space::Texts, "100000"));
+    const struct {
+        Range range;
+        std::uint64_t rows;
+    } kRanges[] = {{{"110000", "120000"}, 3333},
+                   {{"", std::nullopt}, 10'000},
+                   {{"1296", {}}, 134},
+                   {{"2", {}}, 0},
+                   {{"12", "11"}, 0}};
+    for (const auto& c : kRanges)
+        EXPECT_NEAR(static_cast<double>(reader->CountRoughly(Space::Blocks, c.range)),
+                    static_cast<double>(c.rows), static_cast<double>(c.rows) * 0.3)
+            << c.range.low;
+}
+
+TEST_P(EveryEngine, KeepsValuesOfEverySize)
+{
+    Model model;
+    for (const std::size_t size :
+         {0U, 1U, 2015U, 2030U, 4096U, 5000U, 32'752U, 1U << 20, 9U << 20}) {
+        std::string value;
+        for (std::size_t i = 0; i < size; ++i)
+            value += static_cast<char>(i * 31 + i / 256);
+        model["key " + std::to_string(size)] = value;
+    }
+    Create(*m_place, {{Space::Large, model}});
+    EXPECT_TRUE(Now()[Space::Large] == model);
+    const auto engine = ToChange();
+    const auto writer = engine->Write();
+    for (auto& row : model) {
+        std::reverse(row.second.begin(), row.second.end());
+        writer->Put(Space::Large, row.first, row.second);
+    }
+    writer->Commit();
+    EXPECT_TRUE(Now()[Space::Large] == model);
+    m_place->Check();
+}
+
+TEST_P(EveryEngine, ShowsWholeChangesOnly)
+{
+    Create(*m_place, {{Space::Blocks, {{"a", "1"}, {"b", "1"}, {"c", "1"}}}});
+    const Models before = Now();
+    const auto engine = ToChange();
+    const auto old = engine->Read();
+    {
+        const auto writer = engine->Write();
+        writer->Put(Space::Blocks, "b", "2");
+        writer->Erase(Space::Blocks, "c");
+        writer->Erase(Space::Blocks, "not there");
+        writer->Put(Space::Texts, "new", "2");
+        EXPECT_EQ(writer->GetOne(Space::Blocks, "b"), "2");
+        EXPECT_FALSE(writer->GetOne(Space::Blocks, "c"));
+        EXPECT_EQ(Everything(*writer)[Space::Blocks], (Model{{"a", "1"}, {"b", "2"}}));
+        EXPECT_EQ(Everything(*engine->Read()), before);
+    }
+    EXPECT_EQ(Now(), before) << "abandoned";
+    const auto writer = engine->Write();
+    // A walk meets what is changed ahead of it.
+    const auto up = writer->Walk(Space::Blocks, {}, Direction::Forwards);
+    const auto down = writer->Walk(Space::Blocks, {}, Direction::Backwards);
+    EXPECT_EQ(up->Next(1)[0].key, "a");
+    EXPECT_EQ(down->Next(1)[0].key, "c");
+    writer->Erase(Space::Blocks, "a");
+    writer->Put(Space::Blocks, "aa", "3");
+    writer->Erase(Space::Blocks, "c");
+    writer->Put(Space::Blocks, "bb", std::string(3000, 'x'));
+    EXPECT_EQ(up->Next(1)[0].key, "aa");
+    EXPECT_EQ(down->Next(1)[0].key, "bb");
+    EXPECT_EQ(up->Next(1)[0].key, "b");
+    writer->Commit();
+    EXPECT_EQ(Everything(*old), before) << "a snapshot";
+    EXPECT_EQ(Now()[Space::Blocks].size(), 3U);
+    EXPECT_THROW(m_place->Open(Mode::Read)->Write(), Failure);
+}
+
+TEST_P(EveryEngine, RefusesWhatCannotBe)
+{
+    EXPECT_THROW(m_place->Open(Mode::Read), Failure);
+    EXPECT_THROW(m_place->Load()->Append(Space::Texts, "", "x"), Failure);
+    EXPECT_THROW(m_place->Load()->Append(Space::Texts, std::string(kMaxKey + 1, 'x'), ""), Failure);
+    for (const char* second : {"b", "a", "bb"}) {
+        const auto loader = m_place->Load();
+        loader->Append(Space::Texts, "b", "");
+        loader->Append(Space::Large, "a", "");
+        if (std::string_view(second) == "bb")
+            EXPECT_NO_THROW(loader->Append(Space::Texts, second, ""));
+        else
+            EXPECT_THROW(loader->Append(Space::Texts, second, ""), Failure);
+    }
+    EXPECT_FALSE(m_place->Exists());
+    Create(*m_place, {});
+    EXPECT_EQ(Now(), Models());
+    EXPECT_THROW(m_place->Load(), Failure);
+    EXPECT_THROW(ToChange()->Write()->Put(Space::Texts, "", "x"), Failure);
+}
+
+/// Runs a change again until nobody comes between, and returns how often somebody did.
+int Change(Engine& engine, const std::function<void(Writer&)>& change)
+{
+    for (int conflicts = 0;; ++conflicts) {
+        try {
+            const auto writer = engine.Write();
+            change(*writer);
+            writer->Commit();
+            return conflicts;
+        } catch (const Conflict&) {
+        }
+    }
+}
+
+// Writers add one to a number and write it in two spaces; readers never find two numbers.
+TEST_P(EveryEngine, ServesThreadsAtOnce)
+{
+    constexpr int kChanges = 60;
+    Create(*m_place, {{Space::Blocks, {{"n", "0"}}}, {Space::Entries, {{"n", "0"}}}});
+    const auto engine = ToChange();
+    std::atomic<bool> ended{false};
+    std::atomic<int> reads{0};
+    std::vector<std::thread> readers;
+    for (int i = 0; i < 4; ++i) {
+        readers.emplace_back([&] {
+            for (int last = 0; !ended || reads < 8; ++reads) {
+                const auto reader = engine->Read();
+                const int first = std::stoi(*reader->GetOne(Space::Blocks, "n"));
+                std::this_thread::yield();
+                EXPECT_EQ(std::stoi(*reader->GetOne(Space::Entries, "n")), first);
+                EXPECT_GE(first, last);
+                last = first;
+            }
+        });
+    }
+    const auto write = [&] {
+        for (int i = 0; i < kChanges; ++i) {
+            Change(*engine, [](Writer& writer) {
+                const int n = std::stoi(*writer.GetOne(Space::Blocks, "n"));
+                writer.Put(Space::Blocks, "n", std::to_string(n + 1));
+                writer.Put(Space::Entries, "n", std::to_string(n + 1));
+            });
+        }
+    };
+    std::vector<std::thread> writers;
+    // An engine that grows the store is one writer's.
+    for (int i = 0; i < (GetParam().mode == Mode::Grow ? 1 : 2); ++i)
+        writers.emplace_back(write);
+    const auto total = writers.size() * kChanges;
+    for (std::thread& thread : writers)
+        thread.join();
+    ended = true;
+    for (std::thread& thread : readers)
+        thread.join();
+    EXPECT_EQ(Now()[Space::Entries]["n"], std::to_string(total));
+    EXPECT_GE(reads, 8);
+}
+
+std::string RandomKey(std::mt19937& random)
+{
+    const std::size_t size = random() % 10 == 0 ? kMaxKey - random() % 3 : 1 + random() % 4;
+    std::string key(size, "\0\1\xfe\xff"[random() % 4]);
+    for (std::size_t i = 0; i < std::min<std::size_t>(size, 4); ++i)
+        key[i] = "\0a\x7f\xff"[random() % 4];
+    key.back() = static_cast<char>(random());
+    return key;
+}
+
+TEST_P(EveryEngine, DoesWhatMapsDo)
+{
+    std::mt19937 random(4711); // NOLINT(cert-msc51-cpp): the same operations each time
+    Models models;
+    const auto take = [&](Models& of, Writer* writer) {
+        const auto space = static_cast<Space>(random() % kSpaces);
+        std::string key = RandomKey(random);
+        Model& model = of[space];
+        if (random() % 3 == 0) {
+            const auto at = model.lower_bound(key);
+            key = at == model.end() ? key : at->first;
+            model.erase(key);
+            if (writer != nullptr)
+                writer->Erase(space, key);
+            return;
+        }
+        const std::string value(random() % 40 == 0 ? random() % 9000 : random() % 60, 'v');
+        model[key] = value;
+        if (writer != nullptr)
+            writer->Put(space, key, value);
+    };
+    for (int i = 0; i < 3000; ++i)
+        take(models, nullptr);
+    Create(*m_place, models);
+    auto engine = ToChange();
+    for (int change = 0; change < 60; ++change) {
+        Models after = models;
+        const auto writer = engine->Write();
+        for (auto i = random() % 200; i > 0; --i)
+            take(after, writer.get());
+        const auto space = static_cast<Space>(random() % kSpaces);
+        std::string low = RandomKey(random);
+        std::string high = RandomKey(random);
+        const Model& model = after[space];
+        Pairs expected;
+        for (auto at = model.lower_bound(low); at != model.end() && at->first < high; ++at)
+            expected.push_back(*at);
+        ASSERT_EQ(Walk(*writer, space, {low, high}, Direction::Forwards, 7), expected);
+        std::reverse(expected.begin(), expected.end());
+        ASSERT_EQ(Walk(*writer, space, {low, high}, Direction::Backwards, 7), expected);
+        if (random() % 4 != 0) {
+            writer->Commit();
+            models = std::move(after);
+        }
+        if (change % 10 == 0) {
+            engine.reset(); // with a writer that may still be at work
+        }
+        if (!engine) {
+            const_cast<std::unique_ptr<Writer>&>(writer).reset();
+            engine = ToChange();
+            m_place->Check();
+        }
+    }
+    std::erase_if(models, [](const auto& space) { return space.second.empty(); });
+    EXPECT_TRUE(Now() == models);
+}
+
+// Whatever call fails, a store is whole or not there, and a change is made or was never.
+TEST_P(EveryEngine, SurvivesEveryFailingCall)
+{
+    const Models loaded{{Space::Blocks, {{"a", "1"}, {"b", "1"}}}, {Space::Texts, {{"t", "1"}}}};
+    const Models changed{{Space::Blocks, {{"a", "2"}, {"c", "2"}}}, {Space::Texts, {{"t", "1"}}}};
+    int failed = 0;
+    for (const auto kind :
+         {Faults::Kind::NoSpace, Faults::Kind::Conflict, Faults::Kind::LostAnswer}) {
+        for (int at = 1;; ++at) {
+            m_place = GetParam().make();
+            const auto faults = std::make_shared<Faults>(at, kind);
+            const auto run = [&](const std::function<void()>& call) {
+                try {
+                    call();
+                } catch (const Failure&) {
+                    ++failed;
+                } catch (const Conflict&) {
+                    ++failed;
+                }
+            };
+            run([&] {
+                FailingLoader loader(m_place->Load(), faults);
+                Fill(loader, loaded);
+                loader.Publish();
+            });
+            if (m_place->Exists())
+                EXPECT_EQ(Now(), loaded) << at;
+            else
+                Create(*m_place, loaded);
+            run([&] {
+                FailingEngine engine(ToChange(), faults);
+                EXPECT_EQ(Everything(*engine.Read()), loaded);
+                const auto writer = engine.Write();
+                writer->Put(Space::Blocks, "a", "2");
+                writer->Erase(Space::Blocks, "b");
+                writer->Put(Space::Blocks, "c", "2");
+                EXPECT_EQ(Everything(*writer), changed);
+                writer->Commit();
+            });
+            const Models now = Now();
+            EXPECT_TRUE(now == changed || (now == loaded && faults->Happened())) << at;
+            m_place->Check();
+            if (!faults->Happened())
+                break;
+        }
+    }
+    EXPECT_GT(failed, 60);
+}
+
+TEST_P(EveryEngine, HoldsSeveralStores)
+{
+    const auto other = GetParam().make();
+    Create(*m_place, {{Space::Blocks, {{"a", "first"}}}});
+    Create(*other, {{Space::Blocks, {{"a", "second"}}}});
+    const auto engine = ToChange();
+    const auto second = other->Open(GetParam().mode);
+    const auto writer = engine->Write();
+    const auto otherWriter = second->Write();
+    writer->Put(Space::Blocks, "b", "first");
+    otherWriter->Put(Space::Blocks, "b", "second");
+    otherWriter->Commit();
+    writer->Commit();
+    EXPECT_EQ(Now()[Space::Blocks], (Model{{"a", "first"}, {"b", "first"}}));
+    EXPECT_EQ(Everything(*other->Open(Mode::Read)->Read())[Space::Blocks],
+              (Model{{"a", "second"}, {"b", "second"}}));
+}
+
+} // namespace

@@ -1,0 +1,157 @@
+#ifndef KO_TEST_SUPPORT_FAILING_ENGINE_H
+#define KO_TEST_SUPPORT_FAILING_ENGINE_H
+
+#include "base/failure.h"
+#include "engine/engine.h"
+
+#include <atomic>
+#include <memory>
+#include <utility>
+
+/// Counts the calls of an engine and lets one of them fail.
+class Faults
+{
+public:
+    enum class Kind {
+        NoSpace,   ///< the call is not made, as with a full disk
+        Conflict,  ///< the call is not made
+        LostAnswer ///< the call is made, and what became of it is not told
+    };
+
+    Faults(int at, Kind kind) : m_at(at), m_kind(kind) {}
+    int Calls() const { return m_calls; }
+    bool Happened() const { return m_calls >= m_at; }
+
+    template <class Call>
+    auto Run(Call call)
+    {
+        const bool fails = ++m_calls == m_at;
+        if (fails && m_kind == Kind::Conflict)
+            throw ko::store::Conflict();
+        if (fails && m_kind == Kind::LostAnswer)
+            call();
+        if (fails)
+            throw ko::store::Failure(ko::store::Exit::Io, "no space is left, or no connection");
+        return call();
+    }
+
+private:
+    std::atomic<int> m_calls{0};
+    int m_at;
+    Kind m_kind;
+};
+
+/// Engines, loaders and all that they make, whose calls go through Faults.
+class FailingCursor : public ko::store::Cursor
+{
+public:
+    FailingCursor(std::unique_ptr<Cursor> inner, std::shared_ptr<Faults> faults)
+        : m_inner(std::move(inner)), m_faults(std::move(faults))
+    {
+    }
+    std::span<const ko::store::Row> Next(std::size_t most) override
+    {
+        return m_faults->Run([&] { return m_inner->Next(most); });
+    }
+
+private:
+    std::unique_ptr<Cursor> m_inner;
+    std::shared_ptr<Faults> m_faults;
+};
+
+template <class Base>
+class FailingAccess : public Base
+{
+public:
+    FailingAccess(std::unique_ptr<Base> inner, std::shared_ptr<Faults> faults)
+        : m_inner(std::move(inner)), m_faults(std::move(faults))
+    {
+    }
+    void Get(ko::store::Space space, std::span<const std::string_view> keys,
+             const ko::store::Reader::Found& found) override
+    {
+        m_faults->Run([&] { m_inner->Get(space, keys, found); });
+    }
+    std::unique_ptr<ko::store::Cursor> Walk(ko::store::Space space, const ko::store::Range& range,
+                                            ko::store::Direction direction) override
+    {
+        return m_faults->Run([&] {
+            return std::make_unique<FailingCursor>(m_inner->Walk(space, range, direction),
+                                                   m_faults);
+        });
+    }
+    std::uint64_t CountRoughly(ko::store::Space space, const ko::store::Range& range) override
+    {
+        return m_faults->Run([&] { return m_inner->CountRoughly(space, range); });
+    }
+
+protected:
+    std::unique_ptr<Base> m_inner;
+    std::shared_ptr<Faults> m_faults;
+};
+
+class FailingWriter : public FailingAccess<ko::store::Writer>
+{
+public:
+    using FailingAccess::FailingAccess;
+    void Put(ko::store::Space space, std::string_view key, std::string_view value) override
+    {
+        m_faults->Run([&] { m_inner->Put(space, key, value); });
+    }
+    void Erase(ko::store::Space space, std::string_view key) override
+    {
+        m_faults->Run([&] { m_inner->Erase(space, key); });
+    }
+    void Commit() override
+    {
+        m_faults->Run([&] { m_inner->Commit(); });
+    }
+};
+
+class FailingLoader : public ko::store::Loader
+{
+public:
+    FailingLoader(std::unique_ptr<Loader> inner, std::shared_ptr<Faults> faults)
+        : m_inner(std::move(inner)), m_faults(std::move(faults))
+    {
+    }
+    void Append(ko::store::Space space, std::string_view key, std::string_view value) override
+    {
+        m_faults->Run([&] { m_inner->Append(space, key, value); });
+    }
+    void Publish() override
+    {
+        m_faults->Run([&] { m_inner->Publish(); });
+    }
+
+private:
+    std::unique_ptr<Loader> m_inner;
+    std::shared_ptr<Faults> m_faults;
+};
+
+class FailingEngine : public ko::store::Engine
+{
+public:
+    FailingEngine(std::unique_ptr<Engine> inner, std::shared_ptr<Faults> faults)
+        : m_inner(std::move(inner)), m_faults(std::move(faults))
+    {
+    }
+    const ko::store::Traits& About() const override { return m_inner->About(); }
+    std::unique_ptr<ko::store::Reader> Read() override
+    {
+        return m_faults->Run([&] {
+            return std::make_unique<FailingAccess<ko::store::Reader>>(m_inner->Read(), m_faults);
+        });
+    }
+    std::unique_ptr<ko::store::Writer> Write() override
+    {
+        return m_faults->Run(
+            [&] { return std::make_unique<FailingWriter>(m_inner->Write(), m_faults); });
+    }
+
+private:
+    std::unique_ptr<Engine> m_inner;
+    std::shared_ptr<Faults> m_faults;
+};
+
+#endif
