@@ -27,11 +27,15 @@ public:
         m_rows.clear();
         MDB_val key{};
         MDB_val value{};
-        while (m_rows.size() < most && !m_ended) {
-            m_ended = !Step(key, value) || IsOutside(View(key));
-            if (!m_ended)
-                m_rows.push_back({View(key), View(value)});
+        const MDB_cursor_op onwards = m_forwards ? MDB_NEXT : MDB_PREV;
+        bool found = !m_ended && Step(key, value);
+        while (found && !IsOutside(View(key))) {
+            m_rows.push_back({View(key), View(value)});
+            if (m_rows.size() == most)
+                break;
+            found = Get(key, value, onwards);
         }
+        m_ended = m_rows.size() < most;
         if (m_transaction.writes && !m_rows.empty())
             m_last = m_rows.back().key;
         return m_rows;
