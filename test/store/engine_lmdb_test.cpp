@@ -66,7 +66,8 @@ void Load(Place& place, const std::string& version, unsigned rows = kRows)
 {
     const auto loader = place.Load();
     for (unsigned i = 0; i < rows; ++i) {
-        loader->Append(Space::Blocks, KeyOf(i), version + std::string(i % 90 * 30, 'x'));
+        loader->Append(Space::Blocks, KeyOf(i),
+                       version + std::string(std::size_t{30} * (i % 90), 'x'));
         loader->Append(Space::Entries, KeyOf(i), version);
     }
     loader->Publish();
@@ -76,7 +77,8 @@ void Rewrite(Engine& engine, const std::string& version)
 {
     const auto writer = engine.Write();
     for (unsigned i = 0; i < kRows; ++i) {
-        writer->Put(Space::Blocks, KeyOf(i), version + std::string((i + 7) % 90 * 30, 'x'));
+        writer->Put(Space::Blocks, KeyOf(i),
+                    version + std::string(std::size_t{30} * ((i + 7) % 90), 'x'));
         writer->Put(Space::Entries, KeyOf(i), version);
     }
     writer->Commit();
@@ -87,7 +89,7 @@ std::string VersionOf(Place& place, std::size_t rows = kRows)
 {
     place.Check();
     const Models all = Everything(*place.Open(Mode::Read)->Read());
-    const std::string version = all.at(Space::Entries).begin()->second;
+    std::string version = all.at(Space::Entries).begin()->second;
     for (const auto space : {Space::Blocks, Space::Entries}) {
         EXPECT_EQ(all.at(space).size(), rows);
         for (const auto& row : all.at(space))
