@@ -3,6 +3,7 @@
 #include "engine/lmdb_count.h"
 
 #include <cstring>
+#include <utility>
 
 namespace ko::store::lmdb
 {
@@ -13,14 +14,23 @@ namespace
 class Walker : public Cursor
 {
 public:
-    Walker(const Environment& environment, const Transaction& transaction, Space space, Range range,
+    Walker(std::shared_ptr<const Transaction> transaction, Space space, Range range,
            Direction direction)
-        : m_path(environment.Path()), m_transaction(transaction), m_range(std::move(range)),
-          m_forwards(direction == Direction::Forwards),
-          m_cursor(OpenCursor(transaction.transaction, environment.Dbi(space), m_path)),
-          m_changes(transaction.changes)
+        : m_transaction(std::move(transaction)), m_path(m_transaction->environment->Path()),
+          m_range(std::move(range)), m_forwards(direction == Direction::Forwards),
+          m_cursor(OpenCursor(m_transaction->transaction, m_transaction->environment->Dbi(space),
+                              m_path)),
+          m_changes(m_transaction->changes)
     {
     }
+    ~Walker() override
+    {
+        // LMDB closes the cursors of a transaction that writes when it ends.
+        if (m_transaction->writes && m_transaction->transaction == nullptr)
+            static_cast<void>(m_cursor.release());
+    }
+    Walker(const Walker&) = delete;
+    Walker& operator=(const Walker&) = delete;
 
     std::span<const Row> Next(std::size_t most) override
     {
@@ -36,7 +46,7 @@ public:
             found = Get(key, value, onwards);
         }
         m_ended = m_rows.size() < most;
-        if (m_transaction.writes && !m_rows.empty())
+        if (m_transaction->writes && !m_rows.empty())
             m_last = m_rows.back().key;
         return m_rows;
     }
@@ -72,8 +82,8 @@ private:
 
     bool Step(MDB_val& key, MDB_val& value)
     {
-        const bool moved = m_changes != m_transaction.changes;
-        m_changes = m_transaction.changes;
+        const bool moved = m_changes != m_transaction->changes;
+        m_changes = m_transaction->changes;
         if (m_started && !moved)
             return Get(key, value, m_forwards ? MDB_NEXT : MDB_PREV);
         if (m_started && !m_last.empty())
@@ -91,8 +101,8 @@ private:
         return m_forwards ? m_range.high && key >= *m_range.high : key < m_range.low;
     }
 
+    std::shared_ptr<const Transaction> m_transaction;
     const std::string& m_path;
-    const Transaction& m_transaction;
     const Range m_range;
     const bool m_forwards;
     CursorPointer m_cursor;
@@ -105,15 +115,15 @@ private:
 
 } // namespace
 
-std::unique_ptr<Cursor> MakeCursor(const Environment& environment, const Transaction& transaction,
-                                   Space space, const Range& range, Direction direction)
+std::unique_ptr<Cursor> MakeCursor(std::shared_ptr<const Transaction> transaction, Space space,
+                                   const Range& range, Direction direction)
 {
-    return std::make_unique<Walker>(environment, transaction, space, range, direction);
+    return std::make_unique<Walker>(std::move(transaction), space, range, direction);
 }
 
-std::uint64_t Guess(const Environment& environment, const Transaction& transaction, Space space,
-                    const Range& range)
+std::uint64_t Guess(const Transaction& transaction, Space space, const Range& range)
 {
+    const Environment& environment = *transaction.environment;
     const std::string& path = environment.Path();
     MDB_stat stat{};
     Check(mdb_stat(transaction.transaction, environment.Dbi(space), &stat), path);

@@ -8,18 +8,17 @@ namespace ko::store::lmdb
 {
 
 struct Transaction {
-    MDB_txn* transaction;
+    std::shared_ptr<Environment> environment;
+    MDB_txn* transaction; ///< null when it has ended
     bool writes = false;
     std::uint64_t changes = 0; ///< after each of which cursors find their places anew
 };
 
-/// A walk. The environment and the transaction outlast it.
-std::unique_ptr<Cursor> MakeCursor(const Environment& environment, const Transaction& transaction,
-                                   Space space, const Range& range, Direction direction);
+std::unique_ptr<Cursor> MakeCursor(std::shared_ptr<const Transaction> transaction, Space space,
+                                   const Range& range, Direction direction);
 
 /// The rows of a range, guessed.
-std::uint64_t Guess(const Environment& environment, const Transaction& transaction, Space space,
-                    const Range& range);
+std::uint64_t Guess(const Transaction& transaction, Space space, const Range& range);
 
 } // namespace ko::store::lmdb
 

@@ -28,8 +28,9 @@ template <class Base>
 class Access : public Base
 {
 public:
-    explicit Access(std::shared_ptr<Environment> environment, MDB_txn* transaction)
-        : m_environment(std::move(environment)), m_transaction{transaction}
+    Access(const std::shared_ptr<Environment>& environment, MDB_txn* transaction, bool writes)
+        : m_environment(*environment),
+          m_transaction(std::make_shared<Transaction>(environment, transaction, writes))
     {
     }
 
@@ -51,7 +52,7 @@ public:
 
     std::unique_ptr<Cursor> Walk(Space space, const Range& range, Direction direction) override
     {
-        return MakeCursor(*m_environment, m_transaction, space, range, direction);
+        return MakeCursor(m_transaction, space, range, direction);
     }
 
     std::uint64_t CountRoughly(Space space, const Range& range) override
@@ -64,16 +65,16 @@ public:
                 return count;
             count += more;
         }
-        return std::max(count, Guess(*m_environment, m_transaction, space, range));
+        return std::max(count, Guess(*m_transaction, space, range));
     }
 
 protected:
-    const std::string& Path() const { return m_environment->Path(); }
+    const std::string& Path() const { return m_environment.Path(); }
     MDB_cursor* CursorOf(Space space)
     {
         CursorPointer& cursor = m_cursors[static_cast<std::size_t>(space)];
         if (!cursor)
-            cursor = OpenCursor(m_transaction.transaction, m_environment->Dbi(space), Path());
+            cursor = OpenCursor(m_transaction->transaction, m_environment.Dbi(space), Path());
         return cursor.get();
     }
     void CloseCursors()
@@ -82,8 +83,8 @@ protected:
             cursor.reset();
     }
 
-    std::shared_ptr<Environment> m_environment;
-    Transaction m_transaction;
+    Environment& m_environment; ///< of the transaction
+    std::shared_ptr<Transaction> m_transaction;
 
 private:
     CursorPointer m_cursors[kSpaces];
@@ -93,13 +94,13 @@ class LmdbReader : public Access<Reader>
 {
 public:
     explicit LmdbReader(const std::shared_ptr<Environment>& environment)
-        : Access(environment, environment->BeginReading())
+        : Access(environment, environment->BeginReading(), false)
     {
     }
     ~LmdbReader() override
     {
         CloseCursors();
-        m_environment->End(m_transaction.transaction, nullptr);
+        m_environment.End(std::exchange(m_transaction->transaction, nullptr), nullptr);
     }
 };
 
@@ -108,15 +109,14 @@ class LmdbWriter : public Access<Writer>
 public:
     LmdbWriter(const std::shared_ptr<Environment>& environment,
                std::shared_ptr<Environment::Claim> claim)
-        : Access(environment, environment->BeginWriting(*claim)), m_claim(std::move(claim))
+        : Access(environment, environment->BeginWriting(*claim), true), m_claim(std::move(claim))
     {
-        m_transaction.writes = true;
     }
     ~LmdbWriter() override
     {
         CloseCursors();
-        if (m_transaction.transaction != nullptr)
-            m_environment->End(m_transaction.transaction, m_claim.get());
+        if (m_transaction->transaction != nullptr)
+            m_environment.End(std::exchange(m_transaction->transaction, nullptr), m_claim.get());
     }
 
     void Put(Space space, std::string_view key, std::string_view value) override
@@ -128,7 +128,7 @@ public:
         const bool append = last < key;
         MDB_val where = Val(key);
         MDB_val what = Val(value);
-        m_environment->CheckWrite(
+        m_environment.CheckWrite(
             mdb_cursor_put(CursorOf(space), &where, &what, append ? MDB_APPEND : 0));
         if (append)
             last = key;
@@ -144,27 +144,27 @@ public:
         if (code == MDB_SUCCESS)
             code = mdb_cursor_del(cursor, 0);
         if (code != MDB_NOTFOUND)
-            m_environment->CheckWrite(code);
+            m_environment.CheckWrite(code);
     }
 
     void Commit() override
     {
-        m_environment->Reserve(*m_claim, m_transaction.transaction, m_sinceStep + 4 * kStep);
+        m_environment.Reserve(*m_claim, m_transaction->transaction, m_sinceStep + 4 * kStep);
         CloseCursors();
-        const int code = mdb_txn_commit(std::exchange(m_transaction.transaction, nullptr));
-        m_environment->End(nullptr, m_claim.get());
-        m_environment->CheckWrite(code);
+        const int code = mdb_txn_commit(std::exchange(m_transaction->transaction, nullptr));
+        m_environment.End(nullptr, m_claim.get());
+        m_environment.CheckWrite(code);
         m_claim.reset();
     }
 
 private:
     void Count(std::size_t bytes)
     {
-        ++m_transaction.changes;
+        ++m_transaction->changes;
         m_sinceStep += bytes;
-        if (m_sinceStep < kStep && m_transaction.changes > 1)
+        if (m_sinceStep < kStep && m_transaction->changes > 1)
             return;
-        m_environment->Reserve(*m_claim, m_transaction.transaction, m_sinceStep + 4 * kStep);
+        m_environment.Reserve(*m_claim, m_transaction->transaction, m_sinceStep + 4 * kStep);
         m_sinceStep = 0;
     }
 
