@@ -29,8 +29,8 @@ class Access : public Base
 {
 public:
     Access(const std::shared_ptr<Environment>& environment, MDB_txn* transaction, bool writes)
-        : m_environment(*environment),
-          m_transaction(std::make_shared<Transaction>(environment, transaction, writes))
+        : m_environment(*environment), m_transaction(std::make_shared<Transaction>(
+                                           Transaction{environment, transaction, writes}))
     {
     }
 

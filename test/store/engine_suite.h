@@ -8,8 +8,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 #include <memory>
+#include <random>
 #include <string>
 #include <utility>
 #include <vector>
@@ -62,6 +64,17 @@ public:
 private:
     TestFolder m_folder;
 };
+
+/// Short ones that differ in bytes at the ends of their order, and some of the longest.
+inline std::string RandomKey(std::mt19937& random)
+{
+    const std::size_t size = random() % 10 == 0 ? kMaxKey - random() % 3 : 1 + random() % 4;
+    std::string key(size, "\0\1\xfe\xff"[random() % 4]);
+    for (std::size_t i = 0; i < std::min<std::size_t>(size, 4); ++i)
+        key[i] = "\0a\x7f\xff"[random() % 4];
+    key.back() = static_cast<char>(random());
+    return key;
+}
 
 inline Pairs Walk(Reader& reader, Space space, const Range& range, Direction direction,
                   std::size_t most)

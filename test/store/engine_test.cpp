@@ -260,16 +260,6 @@ TEST_P(EveryEngine, ServesThreadsAtOnce)
     EXPECT_GE(reads, 8);
 }
 
-std::string RandomKey(std::mt19937& random)
-{
-    const std::size_t size = random() % 10 == 0 ? kMaxKey - random() % 3 : 1 + random() % 4;
-    std::string key(size, "\0\1\xfe\xff"[random() % 4]);
-    for (std::size_t i = 0; i < std::min<std::size_t>(size, 4); ++i)
-        key[i] = "\0a\x7f\xff"[random() % 4];
-    key.back() = static_cast<char>(random());
-    return key;
-}
-
 TEST_P(EveryEngine, DoesWhatMapsDo)
 {
     std::mt19937 random(4711); // NOLINT(cert-msc51-cpp): the same operations each time
