@@ -18,6 +18,7 @@
 
 using ko::store::Direction;
 using ko::store::Engine;
+using ko::store::kMaxKey;
 using ko::store::kSpaces;
 using ko::store::Loader;
 using ko::store::Mode;
