@@ -1,0 +1,88 @@
+#ifndef KO_STORE_BLOCK_BITS_H
+#define KO_STORE_BLOCK_BITS_H
+
+#include "base/bytes.h"
+#include "block/layout.h"
+
+#include <array>
+#include <bit>
+
+namespace ko::store
+{
+
+/// A bit for every slot of a block, as the words of a machine.
+using SlotBits = std::array<std::uint64_t, kMostSlots / 64>;
+
+inline bool TestBit(const SlotBits& bits, unsigned slot)
+{
+    return (bits[slot / 64] >> slot % 64 & 1) != 0;
+}
+inline void SetBit(SlotBits& bits, unsigned slot)
+{
+    bits[slot / 64] |= std::uint64_t{1} << slot % 64;
+}
+inline void ClearBit(SlotBits& bits, unsigned slot)
+{
+    bits[slot / 64] &= ~(std::uint64_t{1} << slot % 64);
+}
+/// The bits of word `word` that belong to one of `slots` slots.
+inline std::uint64_t SlotMask(unsigned word, unsigned slots)
+{
+    const unsigned begin = word * 64;
+    if (slots >= begin + 64)
+        return ~std::uint64_t{0};
+    return slots <= begin ? 0 : (std::uint64_t{1} << (slots - begin)) - 1;
+}
+
+inline constexpr std::size_t BitBytes(std::size_t count)
+{
+    return (count + 7) / 8;
+}
+
+/// A bit for every slot as bytes of a block: that of slot n is bit n % 8 of byte n / 8.
+class StoredBits
+{
+public:
+    StoredBits() = default;
+    StoredBits(const char* bytes, unsigned slots) : m_bytes(bytes), m_slots(slots) {}
+
+    bool AreThere() const { return m_bytes != nullptr; }
+    bool Test(unsigned slot) const { return (m_bytes[slot / 8] >> slot % 8 & 1) != 0; }
+
+    /// 64 of them; zeros beyond the last slot.
+    std::uint64_t Word(unsigned word) const
+    {
+        const std::size_t at = std::size_t{word} * 8;
+        const std::size_t left = BitBytes(m_slots) - at;
+        if (left >= 8)
+            return GetLittle<std::uint64_t>(m_bytes + at) & SlotMask(word, m_slots);
+        std::uint64_t bits = 0;
+        for (std::size_t i = 0; i < left; ++i)
+            bits |= std::uint64_t{static_cast<unsigned char>(m_bytes[at + i])} << 8 * i;
+        return bits & SlotMask(word, m_slots);
+    }
+    /// How many are set before a slot.
+    unsigned Rank(unsigned slot) const
+    {
+        int count = 0;
+        for (unsigned word = 0; word < slot / 64; ++word)
+            count += std::popcount(Word(word));
+        if (slot % 64 != 0)
+            count += std::popcount(Word(slot / 64) & ((std::uint64_t{1} << slot % 64) - 1));
+        return static_cast<unsigned>(count);
+    }
+
+private:
+    const char* m_bytes = nullptr;
+    unsigned m_slots = 0;
+};
+
+inline void AppendBits(std::string& bytes, const SlotBits& bits, unsigned slots)
+{
+    for (unsigned slot = 0; slot < slots; slot += 8)
+        bytes += static_cast<char>((bits[slot / 64] & SlotMask(slot / 64, slots)) >> slot % 64);
+}
+
+} // namespace ko::store
+
+#endif

@@ -1,0 +1,328 @@
+#include "block/block_builder.h"
+
+#include "base/short_bytes.h"
+#include "block/block_bytes.h"
+
+#include <algorithm>
+
+namespace ko::store
+{
+
+namespace
+{
+
+/// Calls each(slot) for the slots that are set.
+template <class Each>
+void ForEach(const SlotBits& bits, unsigned slots, const Each& each)
+{
+    for (unsigned word = 0; word * 64 < slots; ++word) {
+        for (std::uint64_t left = bits[word]; left != 0; left &= left - 1)
+            each(word * 64 + static_cast<unsigned>(std::countr_zero(left)));
+    }
+}
+
+unsigned Count(const SlotBits& bits)
+{
+    int count = 0;
+    for (const std::uint64_t word : bits)
+        count += std::popcount(word);
+    return static_cast<unsigned>(count);
+}
+
+/// Writes numbers of some bits one behind the other, the first one lowest.
+class BitWriter
+{
+public:
+    explicit BitWriter(std::string& bytes) : m_bytes(bytes) {}
+    ~BitWriter()
+    {
+        if (m_used != 0)
+            m_bytes += static_cast<char>(m_word);
+    }
+    BitWriter(const BitWriter&) = delete;
+    BitWriter& operator=(const BitWriter&) = delete;
+
+    void Add(std::uint32_t number, unsigned width)
+    {
+        m_word |= number << m_used;
+        for (m_used += width; m_used >= 8; m_used -= 8, m_word >>= 8)
+            m_bytes += static_cast<char>(m_word);
+    }
+
+private:
+    std::string& m_bytes;
+    std::uint32_t m_word = 0; // up to 7 bits, and the 16 of a code
+    unsigned m_used = 0;
+};
+
+} // namespace
+
+BlockBuilder::BlockBuilder(const BlockLayout& layout, unsigned slots) : m_capacity(slots)
+{
+    for (const unsigned size : layout) {
+        Values& values = m_values.emplace_back();
+        values.size = size;
+        values.codes.resize(slots);
+        if (size != 0)
+            values.forms.resize(std::size_t{slots} * size);
+        else
+            values.spans.resize(slots);
+    }
+}
+
+void BlockBuilder::Clear()
+{
+    m_slots = 0;
+    m_objects = {};
+    for (Values& values : m_values)
+        values.bytes.clear();
+}
+
+bool BlockBuilder::Load(BlockView& block)
+{
+    if (block.Slots() > m_capacity) {
+        Clear();
+        return false;
+    }
+    for (unsigned slot = 0; slot < block.Slots(); ++slot) {
+        if (block.Has(slot))
+            Add(slot);
+    }
+    for (std::size_t attribute = 0; attribute < m_values.size(); ++attribute) {
+        const Column* column = block.Values(attribute);
+        if (column == nullptr) {
+            Clear();
+            return false;
+        }
+        for (unsigned slot = 0; slot < block.Slots(); ++slot) {
+            if (block.Has(slot))
+                Put(attribute, slot, column->At(slot, m_room));
+        }
+    }
+    return true;
+}
+
+void BlockBuilder::Add(unsigned slot)
+{
+    if (Has(slot))
+        return;
+    SetBit(m_objects, slot);
+    m_slots = std::max(m_slots, slot + 1);
+    for (Values& values : m_values)
+        values.codes[slot] = kAbsentCode;
+}
+
+void BlockBuilder::Erase(unsigned slot)
+{
+    ClearBit(m_objects, slot);
+    while (m_slots != 0 && !Has(m_slots - 1))
+        --m_slots;
+}
+
+void BlockBuilder::Put(std::size_t attribute, unsigned slot, const Cell& cell)
+{
+    Values& values = m_values[attribute];
+    std::uint16_t& code = values.codes[slot];
+    switch (cell.kind) {
+    case Cell::Kind::Absent:
+        code = kAbsentCode;
+        break;
+    case Cell::Kind::Large:
+        code = kLargeCode;
+        break;
+    case Cell::Kind::Entry:
+        code = static_cast<std::uint16_t>(kFirstCode + cell.entry);
+        break;
+    case Cell::Kind::Form:
+        code = kInlineCode;
+        if (values.size != 0) {
+            cell.form.copy(values.forms.data() + std::size_t{slot} * values.size, values.size);
+            break;
+        }
+        // What the slot had before stays behind until the next Clear.
+        values.spans[slot] = {static_cast<std::uint32_t>(values.bytes.size()),
+                              static_cast<std::uint32_t>(cell.form.size())};
+        values.bytes += cell.form;
+    }
+}
+
+void BlockBuilder::Write(std::string& bytes)
+{
+    using namespace block_bytes;
+    const bool hasBits = Count(m_objects) != m_slots;
+    bytes.assign(1, kVersion);
+    bytes += static_cast<char>(hasBits ? kHasBits : 0);
+    AppendLittle(bytes, static_cast<std::uint16_t>(m_slots));
+    AppendLittle(bytes, static_cast<std::uint16_t>(m_values.size()));
+    if (hasBits)
+        AppendBits(bytes, m_objects, m_slots);
+    // Room for wide ends: the columns move up where narrow ones do.
+    const std::size_t ends = bytes.size();
+    const std::size_t columns = ends + m_values.size() * 4;
+    bytes.resize(columns);
+    for (std::size_t i = 0; i < m_values.size(); ++i) {
+        if (m_values[i].size != 0)
+            WriteFixed(m_values[i], bytes);
+        else
+            WriteVarying(m_values[i], bytes);
+        PutLittle(bytes.data() + ends + i * 4, static_cast<std::uint32_t>(bytes.size() - columns));
+    }
+    if (bytes.size() - columns > 0xFFFF) {
+        bytes[1] = static_cast<char>(bytes[1] | kWideEnds);
+        return;
+    }
+    for (std::size_t i = 0; i < m_values.size(); ++i) {
+        const auto end = GetLittle<std::uint32_t>(bytes.data() + ends + i * 4);
+        PutLittle(bytes.data() + ends + i * 2, static_cast<std::uint16_t>(end));
+    }
+    bytes.erase(ends + m_values.size() * 2, m_values.size() * 2);
+}
+
+/// A form that more than half of the objects have, where it pays that they need no bytes of their
+/// own: `own` then has the others. All objects have a value.
+bool BlockBuilder::FindDefault(const Values& values, SlotBits& own, const char*& form) const
+{
+    const auto at = [&](unsigned slot) {
+        return std::string_view(values.forms.data() + std::size_t{slot} * values.size, values.size);
+    };
+    // The majority vote of Boyer and Moore (1981): only `common` can be in most of the slots.
+    std::string_view common;
+    unsigned votes = 0;
+    ForEach(m_objects, m_slots, [&](unsigned slot) {
+        if (votes == 0)
+            common = at(slot);
+        votes = SameBytes(common, at(slot)) ? votes + 1 : votes - 1;
+    });
+    own = {};
+    ForEach(m_objects, m_slots, [&](unsigned slot) {
+        if (!SameBytes(common, at(slot)))
+            SetBit(own, slot);
+    });
+    form = common.data();
+    // The others have as many bytes each as all would have, or fewer.
+    const std::size_t saved = std::size_t{m_slots - Count(own)} * m_varying.size();
+    return saved > values.size + BitBytes(m_slots);
+}
+
+void BlockBuilder::WriteFixed(const Values& values, std::string& bytes) const
+{
+    const auto at = [&](unsigned slot) {
+        return values.forms.data() + std::size_t{slot} * values.size;
+    };
+    SlotBits own{};
+    ForEach(m_objects, m_slots, [&](unsigned slot) {
+        if (values.codes[slot] != kAbsentCode)
+            SetBit(own, slot);
+    });
+    if (Count(own) == 0)
+        return;
+    const char* first = nullptr;
+    const auto findVarying = [&] {
+        first = nullptr;
+        unsigned char differ[UINT8_MAX + 1] = {};
+        ForEach(own, m_slots, [&](unsigned slot) {
+            if (first == nullptr)
+                first = at(slot);
+            for (unsigned i = 0; i < values.size; ++i)
+                differ[i] = static_cast<unsigned char>(differ[i] | (first[i] ^ at(slot)[i]));
+        });
+        m_varying.clear();
+        for (unsigned i = 0; i < values.size; ++i) {
+            if (differ[i] != 0)
+                m_varying.push_back(i);
+        }
+    };
+    findVarying();
+    const SlotBits present = own;
+    const char* common = nullptr;
+    bool hasDefault = false;
+    const bool someAbsent = own != m_objects;
+    if (!someAbsent && !m_varying.empty()) {
+        hasDefault = FindDefault(values, own, common);
+        if (hasDefault)
+            findVarying();
+        else
+            own = present;
+    }
+    const bool hasBits = someAbsent || hasDefault;
+    bytes += static_cast<char>((hasBits ? column_flags::kHasBits : 0) |
+                               (hasDefault ? column_flags::kHasDefault : 0));
+    const std::size_t mask = bytes.size();
+    bytes.resize(mask + BitBytes(values.size));
+    for (const unsigned i : m_varying)
+        bytes[mask + i / 8] = static_cast<char>(bytes[mask + i / 8] | 1 << i % 8);
+    for (unsigned i = 0; i < values.size; ++i) {
+        if ((bytes[mask + i / 8] >> i % 8 & 1) == 0)
+            bytes += first[i];
+    }
+    if (hasDefault)
+        bytes.append(common, values.size);
+    if (hasBits)
+        AppendBits(bytes, own, m_slots);
+    std::size_t end = bytes.size();
+    bytes.resize(end + (hasBits ? Count(own) : m_slots) * m_varying.size());
+    ForEach(own, m_slots, [&](unsigned slot) {
+        const char* form = at(slot);
+        char* to = bytes.data() + end + (hasBits ? 0 : slot * m_varying.size());
+        for (const unsigned i : m_varying)
+            *to++ = form[i];
+        end += hasBits ? m_varying.size() : 0;
+    });
+}
+
+void BlockBuilder::WriteVarying(const Values& values, std::string& bytes) const
+{
+    unsigned least = UINT16_MAX;
+    unsigned most = 0;
+    for (unsigned slot = 0; slot < m_slots; ++slot) {
+        const unsigned code = Has(slot) ? values.codes[slot] : kAbsentCode;
+        least = std::min(least, code);
+        most = std::max(most, code);
+    }
+    if (most == kAbsentCode)
+        return;
+    const auto width = static_cast<unsigned>(std::bit_width(most - least));
+    const std::size_t head = bytes.size();
+    bytes += static_cast<char>(width);
+    AppendLittle(bytes, static_cast<std::uint16_t>(least));
+    if (width != 0) {
+        BitWriter writer(bytes);
+        for (unsigned slot = 0; slot < m_slots; ++slot)
+            writer.Add((Has(slot) ? values.codes[slot] : kAbsentCode) - least, width);
+    }
+    WriteInline(values, bytes, head);
+}
+
+void BlockBuilder::WriteInline(const Values& values, std::string& bytes, std::size_t head) const
+{
+    SlotBits own{};
+    std::size_t size = 0;
+    ForEach(m_objects, m_slots, [&](unsigned slot) {
+        if (values.codes[slot] == kInlineCode) {
+            SetBit(own, slot);
+            size += values.spans[slot].size;
+        }
+    });
+    const unsigned count = Count(own);
+    if (count == 0)
+        return;
+    const bool wide = size > 0xFFFF;
+    bytes[head] = static_cast<char>(
+        bytes[head] | (count == m_slots ? column_flags::kAllInline : column_flags::kSomeInline) |
+        (wide ? column_flags::kWideEnds : 0));
+    if (count != m_slots)
+        AppendBits(bytes, own, m_slots);
+    std::size_t end = 0;
+    ForEach(own, m_slots, [&](unsigned slot) {
+        end += values.spans[slot].size;
+        if (wide)
+            AppendLittle(bytes, static_cast<std::uint32_t>(end));
+        else
+            AppendLittle(bytes, static_cast<std::uint16_t>(end));
+    });
+    ForEach(own, m_slots, [&](unsigned slot) {
+        bytes.append(values.bytes, values.spans[slot].begin, values.spans[slot].size);
+    });
+}
+
+} // namespace ko::store
