@@ -219,12 +219,12 @@ void BlockBuilder::WriteFixed(const Values& values, std::string& bytes) const
     const char* first = nullptr;
     const auto findVarying = [&] {
         first = nullptr;
-        unsigned char differ[UINT8_MAX + 1] = {};
+        std::string differ(values.size, '\0');
         ForEach(own, m_slots, [&](unsigned slot) {
             if (first == nullptr)
                 first = at(slot);
             for (unsigned i = 0; i < values.size; ++i)
-                differ[i] = static_cast<unsigned char>(differ[i] | (first[i] ^ at(slot)[i]));
+                differ[i] = static_cast<char>(differ[i] | (first[i] ^ at(slot)[i]));
         });
         m_varying.clear();
         for (unsigned i = 0; i < values.size; ++i) {
