@@ -5,10 +5,18 @@
 #include "block/layout.h"
 
 #include <array>
-#include <bit>
 
 namespace ko::store
 {
+
+/// std::popcount is a call where the processor may lack the instruction.
+inline unsigned CountBits(std::uint64_t word)
+{
+    word -= word >> 1 & 0x5555555555555555;
+    word = (word & 0x3333333333333333) + (word >> 2 & 0x3333333333333333);
+    word = (word + (word >> 4)) & 0x0F0F0F0F0F0F0F0F;
+    return static_cast<unsigned>(word * 0x0101010101010101 >> 56);
+}
 
 /// A bit for every slot of a block, as the words of a machine.
 using SlotBits = std::array<std::uint64_t, kMostSlots / 64>;
@@ -24,6 +32,14 @@ inline void SetBit(SlotBits& bits, unsigned slot)
 inline void ClearBit(SlotBits& bits, unsigned slot)
 {
     bits[slot / 64] &= ~(std::uint64_t{1} << slot % 64);
+}
+/// How many of the first `slots` are set; there are none behind these.
+inline unsigned CountBits(const SlotBits& bits, unsigned slots)
+{
+    unsigned count = 0;
+    for (unsigned word = 0; word * 64 < slots; ++word)
+        count += CountBits(bits[word]);
+    return count;
 }
 /// The bits of word `word` that belong to one of `slots` slots.
 inline std::uint64_t SlotMask(unsigned word, unsigned slots)
@@ -64,12 +80,12 @@ public:
     /// How many are set before a slot.
     unsigned Rank(unsigned slot) const
     {
-        int count = 0;
+        unsigned count = 0;
         for (unsigned word = 0; word < slot / 64; ++word)
-            count += std::popcount(Word(word));
+            count += CountBits(Word(word));
         if (slot % 64 != 0)
-            count += std::popcount(Word(slot / 64) & ((std::uint64_t{1} << slot % 64) - 1));
-        return static_cast<unsigned>(count);
+            count += CountBits(Word(slot / 64) & ((std::uint64_t{1} << slot % 64) - 1));
+        return count;
     }
 
 private:

@@ -21,12 +21,19 @@ void ForEach(const SlotBits& bits, unsigned slots, const Each& each)
     }
 }
 
-unsigned Count(const SlotBits& bits)
+/// Copies a form, most of which have up to eight bytes.
+inline void CopyForm(char* to, std::string_view form)
 {
-    int count = 0;
-    for (const std::uint64_t word : bits)
-        count += std::popcount(word);
-    return static_cast<unsigned>(count);
+    const std::size_t size = form.size();
+    if (size < 4 || size > 8) {
+        std::memcpy(to, form.data(), size);
+        return;
+    }
+    std::uint32_t ends[2];
+    std::memcpy(&ends[0], form.data(), 4);
+    std::memcpy(&ends[1], form.data() + size - 4, 4);
+    std::memcpy(to, &ends[0], 4);
+    std::memcpy(to + size - 4, &ends[1], 4);
 }
 
 /// Writes numbers of some bits one behind the other, the first one lowest.
@@ -64,7 +71,7 @@ BlockBuilder::BlockBuilder(const BlockLayout& layout, unsigned slots) : m_capaci
         values.size = size;
         values.codes.resize(slots);
         if (size != 0)
-            values.forms.resize(std::size_t{slots} * size);
+            values.forms.resize(std::size_t{slots} * size + sizeof(std::uint64_t));
         else
             values.spans.resize(slots);
     }
@@ -72,10 +79,12 @@ BlockBuilder::BlockBuilder(const BlockLayout& layout, unsigned slots) : m_capaci
 
 void BlockBuilder::Clear()
 {
+    for (Values& values : m_values) {
+        std::fill_n(values.codes.begin(), m_slots, kAbsentCode);
+        values.bytes.clear();
+    }
     m_slots = 0;
     m_objects = {};
-    for (Values& values : m_values)
-        values.bytes.clear();
 }
 
 bool BlockBuilder::Load(BlockView& block)
@@ -104,17 +113,15 @@ bool BlockBuilder::Load(BlockView& block)
 
 void BlockBuilder::Add(unsigned slot)
 {
-    if (Has(slot))
-        return;
     SetBit(m_objects, slot);
     m_slots = std::max(m_slots, slot + 1);
-    for (Values& values : m_values)
-        values.codes[slot] = kAbsentCode;
 }
 
 void BlockBuilder::Erase(unsigned slot)
 {
     ClearBit(m_objects, slot);
+    for (Values& values : m_values)
+        values.codes[slot] = kAbsentCode;
     while (m_slots != 0 && !Has(m_slots - 1))
         --m_slots;
 }
@@ -136,7 +143,8 @@ void BlockBuilder::Put(std::size_t attribute, unsigned slot, const Cell& cell)
     case Cell::Kind::Form:
         code = kInlineCode;
         if (values.size != 0) {
-            cell.form.copy(values.forms.data() + std::size_t{slot} * values.size, values.size);
+            CopyForm(values.forms.data() + std::size_t{slot} * values.size,
+                     cell.form.substr(0, values.size));
             break;
         }
         // What the slot had before stays behind until the next Clear.
@@ -149,7 +157,7 @@ void BlockBuilder::Put(std::size_t attribute, unsigned slot, const Cell& cell)
 void BlockBuilder::Write(std::string& bytes)
 {
     using namespace block_bytes;
-    const bool hasBits = Count(m_objects) != m_slots;
+    const bool hasBits = CountBits(m_objects, m_slots) != m_slots;
     bytes.assign(1, kVersion);
     bytes += static_cast<char>(hasBits ? kHasBits : 0);
     AppendLittle(bytes, static_cast<std::uint16_t>(m_slots));
@@ -200,8 +208,31 @@ bool BlockBuilder::FindDefault(const Values& values, SlotBits& own, const char*&
     });
     form = common.data();
     // The others have as many bytes each as all would have, or fewer.
-    const std::size_t saved = std::size_t{m_slots - Count(own)} * m_varying.size();
+    const std::size_t saved = std::size_t{m_slots - CountBits(own, m_slots)} * m_varying.size();
     return saved > values.size + BitBytes(m_slots);
+}
+
+/// Finds the bytes in which forms differ, and returns one of them.
+const char* BlockBuilder::FindVarying(const Values& values, const SlotBits& own) const
+{
+    const char* const forms = values.forms.data();
+    const char* first = nullptr;
+    m_varying.clear();
+    for (unsigned begin = 0; begin < values.size; begin += 8) {
+        std::uint64_t differ = 0;
+        ForEach(own, m_slots, [&](unsigned slot) {
+            const char* form = forms + std::size_t{slot} * values.size;
+            if (first == nullptr)
+                first = form;
+            differ |=
+                GetLittle<std::uint64_t>(form + begin) ^ GetLittle<std::uint64_t>(first + begin);
+        });
+        for (unsigned i = begin; i < std::min(begin + 8, values.size); ++i, differ >>= 8) {
+            if ((differ & 0xFF) != 0)
+                m_varying.push_back(i);
+        }
+    }
+    return first;
 }
 
 void BlockBuilder::WriteFixed(const Values& values, std::string& bytes) const
@@ -214,25 +245,9 @@ void BlockBuilder::WriteFixed(const Values& values, std::string& bytes) const
         if (values.codes[slot] != kAbsentCode)
             SetBit(own, slot);
     });
-    if (Count(own) == 0)
+    if (CountBits(own, m_slots) == 0)
         return;
-    const char* first = nullptr;
-    const auto findVarying = [&] {
-        first = nullptr;
-        std::string differ(values.size, '\0');
-        ForEach(own, m_slots, [&](unsigned slot) {
-            if (first == nullptr)
-                first = at(slot);
-            for (unsigned i = 0; i < values.size; ++i)
-                differ[i] = static_cast<char>(differ[i] | (first[i] ^ at(slot)[i]));
-        });
-        m_varying.clear();
-        for (unsigned i = 0; i < values.size; ++i) {
-            if (differ[i] != 0)
-                m_varying.push_back(i);
-        }
-    };
-    findVarying();
+    const char* first = FindVarying(values, own);
     const SlotBits present = own;
     const char* common = nullptr;
     bool hasDefault = false;
@@ -240,7 +255,7 @@ void BlockBuilder::WriteFixed(const Values& values, std::string& bytes) const
     if (!someAbsent && !m_varying.empty()) {
         hasDefault = FindDefault(values, own, common);
         if (hasDefault)
-            findVarying();
+            first = FindVarying(values, own);
         else
             own = present;
     }
@@ -259,14 +274,17 @@ void BlockBuilder::WriteFixed(const Values& values, std::string& bytes) const
         bytes.append(common, values.size);
     if (hasBits)
         AppendBits(bytes, own, m_slots);
-    std::size_t end = bytes.size();
-    bytes.resize(end + (hasBits ? Count(own) : m_slots) * m_varying.size());
+    const std::size_t size = m_varying.size();
+    const std::size_t begin = bytes.size();
+    bytes.resize(begin + (hasBits ? CountBits(own, m_slots) : m_slots) * size);
+    const unsigned* const varying = m_varying.data();
+    char* to = bytes.data() + begin;
     ForEach(own, m_slots, [&](unsigned slot) {
         const char* form = at(slot);
-        char* to = bytes.data() + end + (hasBits ? 0 : slot * m_varying.size());
-        for (const unsigned i : m_varying)
-            *to++ = form[i];
-        end += hasBits ? m_varying.size() : 0;
+        if (!hasBits)
+            to = bytes.data() + begin + slot * size;
+        for (std::size_t i = 0; i < size; ++i)
+            *to++ = form[varying[i]];
     });
 }
 
@@ -275,7 +293,7 @@ void BlockBuilder::WriteVarying(const Values& values, std::string& bytes) const
     unsigned least = UINT16_MAX;
     unsigned most = 0;
     for (unsigned slot = 0; slot < m_slots; ++slot) {
-        const unsigned code = Has(slot) ? values.codes[slot] : kAbsentCode;
+        const unsigned code = values.codes[slot];
         least = std::min(least, code);
         most = std::max(most, code);
     }
@@ -288,7 +306,7 @@ void BlockBuilder::WriteVarying(const Values& values, std::string& bytes) const
     if (width != 0) {
         BitWriter writer(bytes);
         for (unsigned slot = 0; slot < m_slots; ++slot)
-            writer.Add((Has(slot) ? values.codes[slot] : kAbsentCode) - least, width);
+            writer.Add(values.codes[slot] - least, width);
     }
     WriteInline(values, bytes, head);
 }
@@ -303,7 +321,7 @@ void BlockBuilder::WriteInline(const Values& values, std::string& bytes, std::si
             size += values.spans[slot].size;
         }
     });
-    const unsigned count = Count(own);
+    const unsigned count = CountBits(own, m_slots);
     if (count == 0)
         return;
     const bool wide = size > 0xFFFF;

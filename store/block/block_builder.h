@@ -44,7 +44,7 @@ private:
     struct Values {
         unsigned size;                    ///< of every form; 0: varying
         std::vector<char> forms;          ///< of one size, by slot
-        std::vector<std::uint16_t> codes; ///< by slot; forms of one size are inline
+        std::vector<std::uint16_t> codes; ///< by slot, absent without an object; inline for forms
         std::vector<Span> spans;          ///< of inline forms of varying size, by slot
         std::string bytes;                ///< of these
     };
@@ -52,6 +52,7 @@ private:
     void WriteFixed(const Values& values, std::string& bytes) const;
     void WriteVarying(const Values& values, std::string& bytes) const;
     void WriteInline(const Values& values, std::string& bytes, std::size_t head) const;
+    const char* FindVarying(const Values& values, const SlotBits& own) const;
     bool FindDefault(const Values& values, SlotBits& own, const char*& form) const;
 
     unsigned m_capacity;

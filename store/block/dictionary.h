@@ -48,9 +48,11 @@ public:
     explicit Dictionary(std::size_t mostBytes = kMostBytes) : m_mostBytes(mostBytes) {}
 
     std::uint32_t Size() const { return static_cast<std::uint32_t>(m_ends.size()); }
-    /// Valid until the next Place or LoadRow.
+    /// Valid until the next Place or LoadRow; empty where there is no such entry.
     std::string_view Form(std::uint32_t entry) const
     {
+        if (entry >= Size())
+            return {};
         const std::uint32_t begin = entry == 0 ? 0 : m_ends[entry - 1];
         return std::string_view(m_bytes).substr(begin, m_ends[entry] - begin);
     }
