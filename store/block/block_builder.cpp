@@ -4,6 +4,7 @@
 #include "block/block_bytes.h"
 
 #include <algorithm>
+#include <bit>
 
 namespace ko::store
 {

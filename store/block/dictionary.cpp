@@ -17,8 +17,10 @@ constexpr std::size_t kRowHead = 1;
 constexpr std::size_t kEndBytes = 2;
 static_assert(kEntriesInRow * kMostInline <= 0xFFFF);
 
-/// How many forms are remembered that were met once.
+/// How many forms are remembered that were met once; kTurns of them stand together,
+/// so that a few which always come one after another do not keep each other out.
 constexpr std::size_t kMetOnce = 1U << 14;
+constexpr std::size_t kTurns = 4;
 
 constexpr std::uint32_t Part(std::uint64_t hash)
 {
@@ -144,9 +146,10 @@ Cell Dictionary::Place(std::string_view form)
         return Cell::OfForm(form);
     if (m_metOnce.empty())
         m_metOnce.resize(kMetOnce);
-    std::uint32_t& met = m_metOnce[hash % kMetOnce];
-    if (met != Part(hash)) {
-        met = Part(hash);
+    std::uint32_t* const met = m_metOnce.data() + hash % (kMetOnce / kTurns) * kTurns;
+    if (std::find(met, met + kTurns, Part(hash)) == met + kTurns) {
+        std::copy_backward(met, met + kTurns - 1, met + kTurns);
+        *met = Part(hash);
         return Cell::OfForm(form);
     }
     Add(hash, form);

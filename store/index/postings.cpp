@@ -4,6 +4,7 @@
 #include "index/entry_key.h"
 
 #include <algorithm>
+#include <bit>
 
 namespace ko::store
 {

@@ -210,7 +210,7 @@ TEST(Block, ReadsNothingOutsideDamagedBytes)
         BlockView view(store.layout);
         BlockBuilder rebuilt(store.layout, kMostSlots);
         std::vector<std::uint16_t> codes(kMostSlots);
-        const int sound = ReadDamaged(bytes, 20000, [&](std::string_view damaged) {
+        const int sound = ReadDamaged(bytes, 5000, [&](std::string_view damaged) {
             if (!view.Open(damaged))
                 return false;
             for (std::size_t a = 0; a < store.layout.size(); ++a) {
@@ -234,6 +234,49 @@ TEST(Block, ReadsNothingOutsideDamagedBytes)
         ASSERT_TRUE(view.Open(bytes));
         EXPECT_TRUE(view.AreFormsSound(store.schema));
     }
+}
+
+// The bytes that doc/formats.md shows.
+TEST(Block, HasTheDocumentedBytes)
+{
+    const std::string_view seven("\x07\0\0\0", 4);
+    const std::string_view threeHundred("\x2C\x01\0\0", 4);
+    const std::string_view a("\x05\0\x01\0a\0\xFF", 7);
+    const struct {
+        BlockLayout layout;
+        std::vector<Cell> cells;
+        std::string_view bytes;
+        const char* reason;
+    } kRows[] = {
+        {{4},
+         {Cell::OfForm(threeHundred), Cell::OfForm(seven), Cell::OfForm(threeHundred),
+          Cell::OfForm(threeHundred), Cell::OfForm(threeHundred), Cell::OfForm(seven),
+          Cell::OfForm(threeHundred), Cell::OfForm(threeHundred)},
+         {"\1\0\x8\0\1\0\xB\0\3\0\7\0\0\0\x2C\1\0\0\x22", 19},
+         "a common form"},
+        {{0},
+         {Cell::OfEntry(0), Cell::OfForm(a), Cell()},
+         {"\1\0\3\0\1\0\xE\0\x22\0\0\7\2\7\0\5\0\1\0a\0\xFF", 22},
+         "codes, and a form in the block"},
+        {{0},
+         {Cell::OfLarge(), Cell::OfLarge()},
+         {"\1\0\2\0\1\0\3\0\0\2\0", 11},
+         "one code of no bits"},
+        {{4}, {Cell(), Cell()}, {"\1\0\2\0\1\0\0\0", 8}, "no column where all is absent"},
+    };
+    for (const auto& row : kRows) {
+        BlockBuilder builder(row.layout, 16);
+        for (unsigned slot = 0; slot < row.cells.size(); ++slot) {
+            builder.Add(slot);
+            builder.Put(0, slot, row.cells[slot]);
+        }
+        std::string bytes;
+        builder.Write(bytes);
+        EXPECT_EQ(bytes, row.bytes) << row.reason;
+    }
+    std::string empty;
+    Seal(Space::Texts, "\x01\x02", empty);
+    EXPECT_EQ(empty, "\xFA\x87\x8B\x2A\xDF\xEF\x67\x28");
 }
 
 TEST(Block, SealTellsPlaceAndBytes)
