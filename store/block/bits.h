@@ -5,6 +5,9 @@
 #include "block/layout.h"
 
 #include <array>
+#include <cstring>
+#include <string>
+#include <string_view>
 
 namespace ko::store
 {
@@ -92,6 +95,21 @@ private:
     const char* m_bytes = nullptr;
     unsigned m_slots = 0;
 };
+
+/// Copies a form, most of which have up to eight bytes.
+inline void CopyForm(char* to, std::string_view form)
+{
+    const std::size_t size = form.size();
+    if (size < 4 || size > 8) {
+        std::memcpy(to, form.data(), size);
+        return;
+    }
+    std::uint32_t ends[2];
+    std::memcpy(&ends[0], form.data(), 4);
+    std::memcpy(&ends[1], form.data() + size - 4, 4);
+    std::memcpy(to, &ends[0], 4);
+    std::memcpy(to + size - 4, &ends[1], 4);
+}
 
 inline void AppendBits(std::string& bytes, const SlotBits& bits, unsigned slots)
 {

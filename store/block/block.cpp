@@ -33,9 +33,8 @@ bool BlockView::Open(std::string_view bytes)
 
 void BlockView::Objects(SlotBits& bits) const
 {
-    for (unsigned word = 0; word < bits.size(); ++word)
-        bits[word] =
-            m_bits.AreThere() && word * 64 < m_slots ? m_bits.Word(word) : SlotMask(word, m_slots);
+    for (unsigned word = 0; word * 64 < m_slots; ++word)
+        bits[word] = m_bits.AreThere() ? m_bits.Word(word) : SlotMask(word, m_slots);
 }
 
 const Column* BlockView::Values(std::size_t attribute)
@@ -51,7 +50,8 @@ const Column* BlockView::Values(std::size_t attribute)
     const std::size_t last = end(attribute);
     const bool isLast = attribute + 1 == m_columns.size();
     if (first > last || last > m_bytes.size() || (isLast && last != m_bytes.size()) ||
-        !known.column.Open(m_bytes.substr(first, last - first), m_layout[attribute], m_slots))
+        !known.column.Open(m_bytes.substr(first, last - first), m_bytes.size() - last,
+                           m_layout[attribute], m_slots))
         return nullptr;
     known.block = m_block;
     return &known.column;

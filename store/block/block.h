@@ -32,7 +32,7 @@ public:
     {
         return slot < m_slots && (!m_bits.AreThere() || m_bits.Test(slot));
     }
-    /// The slots with an object.
+    /// The slots with an object, in the words that Slots() needs.
     void Objects(SlotBits& bits) const;
     unsigned CountObjects() const { return m_bits.AreThere() ? m_bits.Rank(m_slots) : m_slots; }
 

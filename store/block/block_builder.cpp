@@ -22,46 +22,29 @@ void ForEach(const SlotBits& bits, unsigned slots, const Each& each)
     }
 }
 
-/// Copies a form, most of which have up to eight bytes.
-inline void CopyForm(char* to, std::string_view form)
+/// Appends numbers of some bits one behind the other, the first one lowest.
+void AppendPacked(std::string& bytes, const std::uint16_t* numbers, unsigned count, unsigned least,
+                  unsigned width)
 {
-    const std::size_t size = form.size();
-    if (size < 4 || size > 8) {
-        std::memcpy(to, form.data(), size);
-        return;
+    const std::size_t begin = bytes.size();
+    const std::size_t size = BitBytes(std::size_t{count} * width);
+    bytes.resize(begin + size + sizeof(std::uint64_t));
+    char* to = bytes.data() + begin;
+    std::uint64_t word = 0;
+    unsigned used = 0;
+    for (unsigned i = 0; i < count; ++i) {
+        word |= std::uint64_t{numbers[i] - least} << used;
+        used += width;
+        if (used >= 32) {
+            PutLittle(to, static_cast<std::uint32_t>(word));
+            to += 4;
+            word >>= 32;
+            used -= 32;
+        }
     }
-    std::uint32_t ends[2];
-    std::memcpy(&ends[0], form.data(), 4);
-    std::memcpy(&ends[1], form.data() + size - 4, 4);
-    std::memcpy(to, &ends[0], 4);
-    std::memcpy(to + size - 4, &ends[1], 4);
+    PutLittle(to, word);
+    bytes.resize(begin + size);
 }
-
-/// Writes numbers of some bits one behind the other, the first one lowest.
-class BitWriter
-{
-public:
-    explicit BitWriter(std::string& bytes) : m_bytes(bytes) {}
-    ~BitWriter()
-    {
-        if (m_used != 0)
-            m_bytes += static_cast<char>(m_word);
-    }
-    BitWriter(const BitWriter&) = delete;
-    BitWriter& operator=(const BitWriter&) = delete;
-
-    void Add(std::uint32_t number, unsigned width)
-    {
-        m_word |= number << m_used;
-        for (m_used += width; m_used >= 8; m_used -= 8, m_word >>= 8)
-            m_bytes += static_cast<char>(m_word);
-    }
-
-private:
-    std::string& m_bytes;
-    std::uint32_t m_word = 0; // up to 7 bits, and the 16 of a code
-    unsigned m_used = 0;
-};
 
 } // namespace
 
@@ -304,12 +287,9 @@ void BlockBuilder::WriteVarying(const Values& values, std::string& bytes) const
     const std::size_t head = bytes.size();
     bytes += static_cast<char>(width);
     AppendLittle(bytes, static_cast<std::uint16_t>(least));
-    if (width != 0) {
-        BitWriter writer(bytes);
-        for (unsigned slot = 0; slot < m_slots; ++slot)
-            writer.Add(values.codes[slot] - least, width);
-    }
-    WriteInline(values, bytes, head);
+    AppendPacked(bytes, values.codes.data(), m_slots, least, width);
+    if (!values.bytes.empty())
+        WriteInline(values, bytes, head);
 }
 
 void BlockBuilder::WriteInline(const Values& values, std::string& bytes, std::size_t head) const

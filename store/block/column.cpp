@@ -1,6 +1,7 @@
 #include "block/column.h"
 
 #include <algorithm>
+#include <bit>
 #include <utility>
 
 namespace ko::store
@@ -62,13 +63,13 @@ constexpr auto kUnpack = MakeUnpack(std::make_integer_sequence<unsigned, kMostWi
 
 } // namespace
 
-bool Column::Open(std::string_view bytes, unsigned size, unsigned slots)
+bool Column::Open(std::string_view bytes, std::size_t behind, unsigned size, unsigned slots)
 {
     m_size = size;
     m_slots = slots;
     m_isAbsent = bytes.empty();
     m_bits = {};
-    m_end = bytes.data() + bytes.size();
+    m_end = bytes.data() + bytes.size() + behind;
     return m_isAbsent || (size != 0 ? OpenFixed(bytes) : OpenVarying(bytes));
 }
 
@@ -81,10 +82,10 @@ bool Column::OpenFixed(std::string_view bytes)
         flags == column_flags::kHasDefault || !Take(bytes, maskBytes, m_mask))
         return false;
     m_packedSize = 0;
-    for (unsigned i = 0; i < maskBytes * 8; ++i) {
-        if (MaskBit(m_mask, i) && ++m_packedSize != 0 && i >= m_size)
-            return false;
-    }
+    for (std::size_t i = 0; i < maskBytes; ++i)
+        m_packedSize += CountBits(static_cast<unsigned char>(m_mask[i]));
+    if (m_size % 8 != 0 && static_cast<unsigned char>(m_mask[maskBytes - 1]) >> m_size % 8 != 0)
+        return false;
     const char* skipped = nullptr;
     m_default = nullptr;
     unsigned count = m_slots;
@@ -137,7 +138,7 @@ bool Column::CheckEnds(std::string_view bytes, unsigned count)
     std::size_t before = 0;
     for (unsigned i = 0; i < count; ++i) {
         const std::size_t end = InlineEnd(i);
-        if (end < before)
+        if (end <= before)
             return false;
         before = end;
     }
@@ -155,8 +156,12 @@ unsigned Column::Code(unsigned slot) const
     const std::size_t bit = std::size_t{slot} * m_width;
     const char* from = m_codes + bit / 8;
     std::uint32_t word = 0; // a code reaches over three bytes at the most
-    for (unsigned shift = 0; shift < bit % 8 + m_width; shift += 8)
-        word |= std::uint32_t{static_cast<unsigned char>(*from++)} << shift;
+    if (m_end - from >= 4) {
+        word = GetLittle<std::uint32_t>(from);
+    } else {
+        for (unsigned shift = 0; shift < bit % 8 + m_width; shift += 8)
+            word |= std::uint32_t{static_cast<unsigned char>(*from++)} << shift;
+    }
     return m_base + (word >> bit % 8 & ((1U << m_width) - 1));
 }
 
@@ -219,23 +224,13 @@ void Column::Codes(std::uint16_t* codes) const
         codes[slot] = static_cast<std::uint16_t>(Code(slot));
 }
 
-/// each(word) gives the form, of up to eight bytes as a number, of eight bytes or fewer that lie
-/// packed.
+/// Writes all forms, of up to eight bytes: each(word) gives one as a number, of the bytes that lie
+/// packed and others behind them.
 template <class Each>
 void Column::EachWord(char* forms, const Each& each) const
 {
-    const std::uint64_t none = [&] {
-        char bytes[8] = {};
-        if (m_default != nullptr)
-            std::memcpy(bytes, m_default, m_size);
-        return GetLittle<std::uint64_t>(bytes);
-    }();
     const char* packed = m_packed;
-    for (unsigned slot = 0; slot < m_slots; ++slot, forms += m_size) {
-        if (m_bits.AreThere() && !m_bits.Test(slot)) {
-            PutLittle(forms, none);
-            continue;
-        }
+    const auto next = [&] {
         std::uint64_t word = 0;
         if (m_end - packed >= 8) {
             word = GetLittle<std::uint64_t>(packed);
@@ -243,18 +238,35 @@ void Column::EachWord(char* forms, const Each& each) const
             for (unsigned i = 0; i < m_packedSize; ++i)
                 word |= std::uint64_t{static_cast<unsigned char>(packed[i])} << 8 * i;
         }
-        PutLittle(forms, each(word));
         packed += m_packedSize;
+        return each(word);
+    };
+    if (!m_bits.AreThere()) {
+        for (unsigned slot = 0; slot < m_slots; ++slot)
+            PutLittle(forms + std::size_t{slot} * m_size, next());
+        return;
+    }
+    // All have the common form at first: most have it in the end.
+    const std::size_t size = std::size_t{m_slots} * m_size;
+    std::size_t filled = m_size;
+    m_default != nullptr ? std::memcpy(forms, m_default, m_size) : std::memset(forms, 0, m_size);
+    for (; filled < size; filled *= 2)
+        std::memcpy(forms + filled, forms, std::min(filled, size - filled));
+    for (unsigned word = 0; word * 64 < m_slots; ++word) {
+        for (std::uint64_t left = m_bits.Word(word); left != 0; left &= left - 1) {
+            const auto slot = word * 64 + static_cast<unsigned>(std::countr_zero(left));
+            char bytes[8];
+            PutLittle(bytes, next());
+            CopyForm(forms + std::size_t{slot} * m_size, {bytes, m_size});
+        }
     }
 }
 
 void Column::Forms(char* forms, SlotBits& present) const
 {
-    for (unsigned word = 0; word < present.size(); ++word)
-        present[word] = m_isAbsent ? 0
-                        : m_bits.AreThere() && m_default == nullptr && word * 64 < m_slots
-                            ? m_bits.Word(word)
-                            : SlotMask(word, m_slots);
+    const bool someAbsent = m_bits.AreThere() && m_default == nullptr;
+    for (unsigned word = 0; word * 64 < m_slots; ++word)
+        present[word] = m_isAbsent ? 0 : someAbsent ? m_bits.Word(word) : SlotMask(word, m_slots);
     if (m_isAbsent)
         return;
     if (m_size > 8) {

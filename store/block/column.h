@@ -26,9 +26,9 @@ class Column
 {
 public:
     /// `size`: bytes of every form, 0 where they vary. False for bytes that are no column of so
-    /// many slots; nothing beyond them is read then or later. The forms of a column of varying size
-    /// are not looked into.
-    bool Open(std::string_view bytes, unsigned size, unsigned slots);
+    /// many slots; nothing beyond them and the `behind` bytes that follow is read then or later.
+    /// The forms of a column of varying size are not looked into.
+    bool Open(std::string_view bytes, std::size_t behind, unsigned size, unsigned slots);
 
     /// The value of a slot that holds an object. A form points into the block, or into `room` where
     /// it had to be put together.
@@ -41,7 +41,8 @@ public:
     void Codes(std::uint16_t* codes) const;
 
     /// All forms of a column of one size, one after another, whatever they are where there is no
-    /// value; and which slots have one. `forms` has room for kScanSlack bytes more.
+    /// value; and which slots have one, in the words that the block's slots need. `forms` has room
+    /// for kScanSlack bytes more.
     void Forms(char* forms, SlotBits& present) const;
     static constexpr std::size_t kScanSlack = 8;
 

@@ -35,7 +35,11 @@ struct Cell {
     std::uint16_t entry = 0; ///< of the dictionary
     std::string_view form;   ///< of Kind::Form
 
-    static Cell OfForm(std::string_view form) { return {Kind::Form, 0, form}; }
+    /// No form is empty: that stands for an absent value.
+    static Cell OfForm(std::string_view form)
+    {
+        return {form.empty() ? Kind::Absent : Kind::Form, 0, form};
+    }
     static Cell OfEntry(std::uint32_t entry)
     {
         return {Kind::Entry, static_cast<std::uint16_t>(entry), {}};

@@ -21,6 +21,8 @@ ValueKeys::ValueKeys(std::size_t attribute, const ValueType& type) : m_type(type
 
 std::string_view ValueKeys::Of(std::string_view form)
 {
+    if (form.empty() && m_absent.empty())
+        throw Failure(Exit::Damaged, "an object lacks the value of an attribute that has no null");
     if (form.empty())
         return m_absent;
     return {m_key, Fill(form)};

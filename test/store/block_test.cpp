@@ -81,7 +81,7 @@ public:
         if (layout[attribute] == 0)
             builder.Put(attribute, slot, dictionaries[attribute].Place(form));
         else
-            builder.Put(attribute, slot, form.empty() ? Cell() : Cell::OfForm(form));
+            builder.Put(attribute, slot, Cell::OfForm(form));
     }
     std::string FormOf(const Cell& cell, std::size_t attribute) const
     {
