@@ -1,6 +1,7 @@
 #ifndef KO_STORE_BASE_SPACE_H
 #define KO_STORE_BASE_SPACE_H
 
+#include <cstddef>
 #include <cstdint>
 
 namespace ko::store
@@ -16,7 +17,7 @@ enum class Space : std::uint8_t {
     Statistics = 5, ///< of the values of an attribute
 };
 
-inline constexpr unsigned kSpaces = 6;
+inline constexpr std::size_t kSpaces = 6;
 
 /// What a sentence calls the rows of a space.
 inline const char* RowName(Space space)

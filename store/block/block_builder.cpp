@@ -22,6 +22,11 @@ void ForEach(const SlotBits& bits, unsigned slots, const Each& each)
     }
 }
 
+void SetFlags(char& byte, unsigned flags)
+{
+    byte = static_cast<char>(static_cast<unsigned char>(byte) | flags);
+}
+
 /// Appends numbers of some bits one behind the other, the first one lowest.
 void AppendPacked(std::string& bytes, const std::uint16_t* numbers, unsigned count, unsigned least,
                   unsigned width)
@@ -160,7 +165,7 @@ void BlockBuilder::Write(std::string& bytes)
         PutLittle(bytes.data() + ends + i * 4, static_cast<std::uint32_t>(bytes.size() - columns));
     }
     if (bytes.size() - columns > 0xFFFF) {
-        bytes[1] = static_cast<char>(bytes[1] | kWideEnds);
+        SetFlags(bytes[1], kWideEnds);
         return;
     }
     for (std::size_t i = 0; i < m_values.size(); ++i) {
@@ -249,7 +254,7 @@ void BlockBuilder::WriteFixed(const Values& values, std::string& bytes) const
     const std::size_t mask = bytes.size();
     bytes.resize(mask + BitBytes(values.size));
     for (const unsigned i : m_varying)
-        bytes[mask + i / 8] = static_cast<char>(bytes[mask + i / 8] | 1 << i % 8);
+        SetFlags(bytes[mask + i / 8], 1U << i % 8);
     for (unsigned i = 0; i < values.size; ++i) {
         if ((bytes[mask + i / 8] >> i % 8 & 1) == 0)
             bytes += first[i];
@@ -306,9 +311,9 @@ void BlockBuilder::WriteInline(const Values& values, std::string& bytes, std::si
     if (count == 0)
         return;
     const bool wide = size > 0xFFFF;
-    bytes[head] = static_cast<char>(
-        bytes[head] | (count == m_slots ? column_flags::kAllInline : column_flags::kSomeInline) |
-        (wide ? column_flags::kWideEnds : 0));
+    SetFlags(bytes[head],
+             (count == m_slots ? column_flags::kAllInline : column_flags::kSomeInline) |
+                 (wide ? column_flags::kWideEnds : 0));
     if (count != m_slots)
         AppendBits(bytes, own, m_slots);
     std::size_t end = 0;

@@ -123,7 +123,7 @@ void Dictionary::Grow()
 
 void Dictionary::Add(std::uint64_t hash, std::string_view form)
 {
-    if (Size() * 2 >= m_table.size())
+    if (std::size_t{Size()} * 2 >= m_table.size())
         Grow();
     SlotOf(hash, form) = {Size(), Part(hash)};
     m_bytes += form;

@@ -16,6 +16,15 @@ namespace ko::store
 inline constexpr unsigned kFewestSlots = 16;
 inline constexpr unsigned kMostSlots = 4096;
 
+/// How many objects of a size a block may hold so that it has up to `blockBytes` bytes.
+inline unsigned SlotsFor(std::size_t blockBytes, std::size_t objectBytes)
+{
+    unsigned slots = kFewestSlots;
+    while (slots < kMostSlots && slots * 2 * objectBytes <= blockBytes)
+        slots *= 2;
+    return slots;
+}
+
 /// A form with more bytes stands by itself, in Space::Large.
 inline constexpr std::size_t kMostInline = 1024;
 

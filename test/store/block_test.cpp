@@ -274,6 +274,9 @@ TEST(Block, HasTheDocumentedBytes)
         builder.Write(bytes);
         EXPECT_EQ(bytes, row.bytes) << row.reason;
     }
+    EXPECT_EQ(SlotsFor(1000, 12), 64U);
+    EXPECT_EQ(SlotsFor(1000, 5000), kFewestSlots);
+    EXPECT_EQ(SlotsFor(1 << 30, 1), kMostSlots);
     std::string empty;
     Seal(Space::Texts, "\x01\x02", empty);
     EXPECT_EQ(empty, "\xFA\x87\x8B\x2A\xDF\xEF\x67\x28");
