@@ -1,6 +1,7 @@
 #ifndef KO_STORE_BLOCK_ENTRY_H
 #define KO_STORE_BLOCK_ENTRY_H
 
+#include "base/object_number.h"
 #include "schema/schema.h"
 #include "schema/value_type.h"
 
@@ -18,7 +19,6 @@ namespace ko::store
 /// Object ids are kept in the stored form of a KoObjId, 10 bytes in the store's byte order: a tag,
 /// which is 0 for an object, and the 48-bit object number.
 inline constexpr std::size_t kObjectIdBytes = 10;
-inline constexpr std::uint64_t kMaxObjectNumber = (std::uint64_t{1} << 48) - 2;
 
 /// A number with its least significant byte first in memory, and back.
 template <class Number>

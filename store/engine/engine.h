@@ -1,6 +1,8 @@
 #ifndef KO_STORE_ENGINE_ENGINE_H
 #define KO_STORE_ENGINE_ENGINE_H
 
+#include "base/space.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <exception>
@@ -28,9 +30,7 @@ namespace ko::store
 // time; a writer and a loader stay with the thread that began them. None of them is carried over a
 // fork.
 
-/// The ordered maps of a store.
-enum class Space : std::uint8_t { Description, Blocks, Texts, Large, Entries, Statistics };
-inline constexpr std::size_t kSpaces = 6;
+// The ordered maps of a store are those of base/space.h.
 /// In lower case: "description", "blocks" and so on.
 const char* SpaceName(Space space);
 

@@ -1,0 +1,48 @@
+#include "index/entry_key.h"
+
+#include "base/object_number.h"
+
+#include <algorithm>
+
+namespace ko::store
+{
+
+ValueKeys::ValueKeys(std::size_t attribute, const ValueType& type) : m_type(type.Id())
+{
+    PutBig(m_key, static_cast<std::uint16_t>(attribute));
+    if (!type.HasNull())
+        return;
+    Value null(type);
+    null.SetNull();
+    std::string form;
+    null.Store(form);
+    m_absent.assign(m_key, Fill(form));
+}
+
+std::string_view ValueKeys::Of(std::string_view form)
+{
+    if (form.empty() && m_absent.empty())
+        throw Failure(Exit::Damaged, "an object lacks the value of an attribute that has no null");
+    if (form.empty())
+        return m_absent;
+    return {m_key, Fill(form)};
+}
+
+std::size_t ValueKeys::Fill(std::string_view form)
+{
+    const std::size_t whole =
+        Manager().SortKey(m_type, m_key + kAttributeBytes, static_cast<unsigned>(kMostSortKey),
+                          form.data(), kStoreFormat, 1, kPlainOperator);
+    return kAttributeBytes + std::min(whole, kMostSortKey);
+}
+
+bool EntryKey::Open(std::string_view key)
+{
+    if (key.size() <= kAttributeBytes + kNumberBytes || key.size() > kMostEntryKey)
+        return false;
+    valueKey = key.substr(0, key.size() - kNumberBytes);
+    first = GetNumber(key.data() + valueKey.size());
+    return Attribute() < Schema::kMaxAttributes && first != 0 && first <= kMaxObjectNumber;
+}
+
+} // namespace ko::store
