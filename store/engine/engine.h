@@ -140,6 +140,9 @@ struct Traits {
     std::size_t blockBytes; ///< the size that a block of objects had best have
     bool snapshots;         ///< a reader sees one moment in all of its calls
     bool atomicCommit;      ///< a change is never seen in part: otherwise new rows come first
+    /// What a reader (but no writer) and its cursors hand out stays where it is as long as the
+    /// reader, whatever is called.
+    bool viewsLast;
 };
 
 /// An open store. Readers and writers may outlive it.

@@ -1,0 +1,60 @@
+#ifndef KO_STORE_OBJECT_OBJECT_STORE_H
+#define KO_STORE_OBJECT_OBJECT_STORE_H
+
+#include "engine/engine.h"
+#include "object/snapshot.h"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace ko::store
+{
+
+class ObjectChange;
+class WriteTexts;
+
+/// An open store of objects over an engine. It serves several threads; snapshots serve one each,
+/// and may outlive it.
+class ObjectStore
+{
+public:
+    /// Throws Failure as OpenEngine does, and (Exit::Damaged) where what is there is no store of
+    /// objects in this format.
+    static std::shared_ptr<ObjectStore> Open(const std::string& address, Mode mode);
+    /// The same for an engine at hand; `name` begins sentences.
+    ObjectStore(std::unique_ptr<Engine> engine, std::string name);
+    ~ObjectStore();
+
+    const std::string& Name() const { return m_name; }
+    /// As it was when the store was opened: another program may add or drop an index. That of a
+    /// snapshot is the one that holds for it.
+    const Description& About() const { return m_description; }
+    const Schema& GetSchema() const { return m_description.schema; }
+    unsigned SlotsOfBlock() const { return m_description.slotsOfBlock; }
+
+    std::unique_ptr<Snapshot> Read() const;
+
+    /// Runs a function over a change, which is then committed: all of it or, where the function
+    /// throws, nothing. It is run again where another change came between, ten times at most: what
+    /// it returns by its references must not depend on earlier runs.
+    void Change(const std::function<void(ObjectChange&)>& change);
+
+    /// Makes the index on an attribute; nothing where there is one.
+    void AddIndex(std::size_t attribute);
+    /// Forgets it; nothing where there is none.
+    void DropIndex(std::size_t attribute);
+    /// Makes all indexes anew, under this program's order.
+    void Reindex();
+
+private:
+    std::unique_ptr<Engine> m_engine;
+    std::string m_name;
+    Description m_description;
+    std::unique_ptr<WriteTexts> m_texts; ///< dictionaries, kept between changes
+};
+
+} // namespace ko::store
+
+#endif

@@ -1,0 +1,167 @@
+#ifndef KO_STORE_OBJECT_SNAPSHOT_H
+#define KO_STORE_OBJECT_SNAPSHOT_H
+
+#include "base/object_number.h"
+#include "block/block.h"
+#include "block/dictionary.h"
+#include "engine/engine.h"
+#include "index/entry_key.h"
+#include "index/number_row.h"
+#include "object/description.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace ko::store
+{
+
+/// A walk over blocks in ascending order. It ends before its snapshot does.
+class BlockWalk
+{
+public:
+    BlockWalk(std::unique_ptr<Cursor> cursor, const BlockLayout& layout, unsigned slotsOfBlock);
+
+    /// Moves to the next block; false behind the last one. Throws Failure (Exit::Damaged).
+    bool Next();
+    std::uint64_t Number() const { return m_number; }
+    /// The number of the object in slot 0.
+    std::uint64_t FirstObject() const { return m_number * m_slotsOfBlock; }
+    /// Valid until Next.
+    BlockView& Block() { return m_block; }
+
+private:
+    std::unique_ptr<Cursor> m_cursor;
+    std::span<const Row> m_rows;
+    std::size_t m_at = 0;
+    unsigned m_slotsOfBlock;
+    std::uint64_t m_number = 0;
+    BlockView m_block;
+};
+
+/// A walk over the rows of an index, in either direction. Within a row the numbers ascend; rows of
+/// one value do not overlap. It ends before its snapshot does.
+class EntryWalk
+{
+public:
+    explicit EntryWalk(std::unique_ptr<Cursor> cursor) : m_cursor(std::move(cursor)) {}
+
+    /// Moves to the next row; false behind the last one. Throws Failure (Exit::Damaged).
+    bool Next();
+    /// Attribute and sort key of the row's value; see EntryKey::MayBeCut. Valid until Next.
+    const EntryKey& Key() const { return m_key; }
+    const NumberRow& Numbers() const { return m_numbers; }
+
+private:
+    std::unique_ptr<Cursor> m_cursor;
+    std::span<const Row> m_rows;
+    std::size_t m_at = 0;
+    EntryKey m_key;
+    NumberRow m_numbers;
+};
+
+/// The objects and indexes of a store at one moment, as far as its engine has such moments. One
+/// thread uses it at a time. Rows that are damaged end in Failure (Exit::Damaged).
+class Snapshot
+{
+public:
+    /// `store` begins sentences. `viewsLast`: what the reader hands out stays where it is as long
+    /// as the reader. Users ask ObjectStore::Read.
+    Snapshot(std::shared_ptr<Reader> reader, bool viewsLast, std::string store);
+    ~Snapshot();
+    Snapshot(const Snapshot&) = delete;
+    Snapshot& operator=(const Snapshot&) = delete;
+
+    const Description& About() const { return *m_description; }
+    const Schema& GetSchema() const { return m_description->schema; }
+    const Counts& GetCounts() const { return m_counts; }
+    const BlockLayout& Layout() const { return m_layout; }
+    unsigned SlotsOfBlock() const { return m_description->slotsOfBlock; }
+    /// False: the indexes were made under another order.
+    bool IndexesServe() const;
+    /// Ends with Failure (Exit::Damaged), which says what to do, where IndexesServe is false.
+    void NeedIndexes() const;
+
+    // ---- objects
+
+    std::uint64_t BlockOf(std::uint64_t number) const { return number / SlotsOfBlock(); }
+    unsigned SlotOf(std::uint64_t number) const
+    {
+        return static_cast<unsigned>(number % SlotsOfBlock());
+    }
+
+    /// A block, its checksum proved; null where there is none. Valid until another block is asked
+    /// for; the last few are kept open.
+    BlockView* Block(std::uint64_t block);
+    /// The block that an object stands in; null where there is no such object.
+    BlockView* BlockWith(std::uint64_t number);
+    /// The blocks from `first` to `last`.
+    std::unique_ptr<BlockWalk> Blocks(std::uint64_t first = 0,
+                                      std::uint64_t last = kMaxObjectNumber);
+
+    /// The form of a cell of an object; empty for an absent value. It points to where the cell's
+    /// form does, into the snapshot (until its end), or into `room`.
+    std::string_view Form(std::size_t attribute, const Cell& cell, std::uint64_t number,
+                          std::string& room)
+    {
+        switch (cell.kind) {
+        case Cell::Kind::Entry:
+            return Text(attribute, cell.entry);
+        case Cell::Kind::Large:
+            return Large(attribute, number, room);
+        default:
+            return cell.form;
+        }
+    }
+    /// The form of an attribute of an object; absent where there is no such object, empty for an
+    /// absent value. It may point into a block, into the snapshot or into `room`.
+    std::optional<std::string_view> Value(std::uint64_t number, std::size_t attribute,
+                                          std::string& room);
+
+    /// Entries of the dictionary of an attribute: their cells have lesser numbers.
+    std::uint32_t Texts(std::size_t attribute) const { return m_counts.texts[attribute]; }
+    /// The form of one of these; valid for as long as the snapshot. Rows of the dictionary are read
+    /// when they are asked for first.
+    std::string_view Text(std::size_t attribute, std::uint32_t entry)
+    {
+        return FindTexts(attribute, entry).Form(entry % kEntriesInRow);
+    }
+
+    // ---- indexes
+
+    /// The rows of a range of keys of Space::Entries; index/entry_key.h has the ends of ranges.
+    /// NeedIndexes is for the caller.
+    std::unique_ptr<EntryWalk> Entries(const Range& keys, Direction direction);
+    /// About how many rows these are.
+    std::uint64_t CountRowsRoughly(const Range& keys);
+    /// About how many objects these are.
+    std::uint64_t CountEntriesRoughly(std::size_t attribute, const Range& keys);
+
+private:
+    struct OpenBlock;
+    struct KeptTexts { ///< a row of a dictionary
+        TextRow texts;
+        std::string bytes; ///< where the reader's do not stay
+    };
+
+    const TextRow& FindTexts(std::size_t attribute, std::uint32_t entry);
+    std::string_view Large(std::size_t attribute, std::uint64_t number, std::string& room);
+
+    std::shared_ptr<Reader> m_reader;
+    bool m_viewsLast; ///< what the reader hands out stays where it is
+    std::string m_store;
+    std::shared_ptr<const Description> m_description;
+    Counts m_counts;
+    BlockLayout m_layout;
+    std::vector<std::unique_ptr<OpenBlock>> m_blocks; ///< by their numbers' remainders
+    std::vector<bool> m_proved;                       ///< blocks whose checksums are right
+    std::vector<std::vector<KeptTexts>> m_texts;      ///< by attribute and row
+};
+
+} // namespace ko::store
+
+#endif
