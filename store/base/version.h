@@ -10,6 +10,8 @@ namespace ko::store
 inline constexpr const char* kStoreMagic = "kotm store";
 /// Raised whenever the layout of records, entries or the store's own description changes.
 inline constexpr int kStoreFormatVersion = 2;
+/// That of the stores of store/object.
+inline constexpr int kObjectStoreFormat = 3;
 
 /// The version of the type manager library, as "major.minor.patch.build".
 std::string LibraryVersion();

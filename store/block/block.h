@@ -10,6 +10,14 @@
 namespace ko::store
 {
 
+/// The key of a block in Space::Blocks.
+inline std::string BlockKey(std::uint64_t block)
+{
+    std::string key;
+    AppendNumber(key, block);
+    return key;
+}
+
 /// The objects of a block where they lie, without the checksum behind them. An object of this class
 /// serves one block after another; one thread uses it at a time.
 ///

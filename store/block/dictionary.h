@@ -71,6 +71,7 @@ public:
     std::uint32_t Rows() const { return (Size() + kEntriesInRow - 1) / kEntriesInRow; }
     /// The first row that changed since it was loaded or Written was called; Rows() for none.
     std::uint32_t FirstChanged() const { return m_saved / kEntriesInRow; }
+    std::uint32_t SavedSize() const { return m_saved; }
     bool HasChanged() const { return m_saved != Size(); }
     void Written() { m_saved = Size(); }
 

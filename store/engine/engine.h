@@ -119,21 +119,6 @@ public:
     virtual void Commit() = 0;
 };
 
-/// Fills a new store, of which nobody sees anything before Publish. Without it nothing stays but
-/// what the next loader for the same address clears away. Own memory is bounded, whatever is
-/// appended.
-class Loader
-{
-public:
-    virtual ~Loader() = default;
-    /// Appends a row after all others of its space: keys ascend within a space, and spaces may take
-    /// turns.
-    virtual void Append(Space space, std::string_view key, std::string_view value) = 0;
-    /// Makes the store visible, all at once and to last. Throws Failure where the address has got a
-    /// store meanwhile, which stays as it is. Afterwards the loader serves no more.
-    virtual void Publish() = 0;
-};
-
 /// What differs between engines and matters to a store above them.
 struct Traits {
     const char* name;       ///< for messages: "LMDB"
@@ -143,6 +128,22 @@ struct Traits {
     /// What a reader (but no writer) and its cursors hand out stays where it is as long as the
     /// reader, whatever is called.
     bool viewsLast;
+};
+
+/// Fills a new store, of which nobody sees anything before Publish. Without it nothing stays but
+/// what the next loader for the same address clears away. Own memory is bounded, whatever is
+/// appended.
+class Loader
+{
+public:
+    virtual ~Loader() = default;
+    virtual const Traits& About() const = 0;
+    /// Appends a row after all others of its space: keys ascend within a space, and spaces may take
+    /// turns.
+    virtual void Append(Space space, std::string_view key, std::string_view value) = 0;
+    /// Makes the store visible, all at once and to last. Throws Failure where the address has got a
+    /// store meanwhile, which stays as it is. Afterwards the loader serves no more.
+    virtual void Publish() = 0;
 };
 
 /// An open store. Readers and writers may outlive it.

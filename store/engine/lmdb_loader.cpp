@@ -51,6 +51,8 @@ public:
     LmdbLoader(const LmdbLoader&) = delete;
     LmdbLoader& operator=(const LmdbLoader&) = delete;
 
+    const Traits& About() const override { return kTraits; }
+
     void Append(Space space, std::string_view key, std::string_view value) override
     {
         CheckSizes(key, value);

@@ -15,9 +15,6 @@ namespace ko::store::lmdb
 namespace
 {
 
-/// Eight whole pages: what is longer than half a page has pages of its own.
-constexpr std::size_t kBlockBytes = 8 * 4096 - 16;
-constexpr Traits kTraits{"LMDB", kBlockBytes, true, true, true};
 constexpr unsigned kPatience = 10'000; // milliseconds, for another writer
 /// After so many bytes a change that grows takes more room.
 constexpr std::uint64_t kStep = 1U << 19;

@@ -16,6 +16,9 @@ namespace ko::store::lmdb
 // A new store is built in the file PATH.new, which takes its name when it is whole, so that PATH
 // never names a half-written store. PATH-lock is LMDB's.
 
+/// Blocks take eight whole pages: what is longer than half a page has pages of its own.
+inline constexpr Traits kTraits{"LMDB", 8 * 4096 - 16, true, true, true};
+
 std::unique_ptr<Engine> OpenEngine(const std::string& path, Mode mode);
 std::unique_ptr<Loader> StartLoad(const std::string& path);
 bool StoreExists(const std::string& path);

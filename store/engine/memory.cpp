@@ -196,6 +196,7 @@ class MemoryStore::MemoryLoader : public Loader
 {
 public:
     explicit MemoryLoader(std::shared_ptr<Shared> shared) : m_shared(std::move(shared)) {}
+    const Traits& About() const override { return kTraits; }
 
     void Append(Space space, std::string_view key, std::string_view value) override
     {

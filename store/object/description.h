@@ -18,7 +18,7 @@ struct Description {
 
     Schema schema;
     unsigned slotsOfBlock = 0; ///< a power of two
-    std::uint64_t order = 0;   ///< FingerprintOfOrder of whoever made the indexes
+    std::uint64_t order = 0;   ///< FingerprintOfOrder of who made the indexes
 
     /// The sealed value of the row.
     std::string Write() const;
@@ -32,9 +32,8 @@ struct Counts {
     static constexpr std::string_view kKey = "counts";
 
     std::uint64_t objects = 0;
-    std::uint64_t nextNumber = 1;       ///< of the next object; numbers are never used again
-    std::vector<std::uint32_t> texts;   ///< entries of the dictionary of each attribute
-    std::vector<std::uint64_t> indexed; ///< numbers in the index on each attribute; 0 without one
+    std::uint64_t nextNumber = 1;     ///< of the next object; numbers are never used again
+    std::vector<std::uint32_t> texts; ///< entries of the dictionary of each attribute
 
     std::string Write() const;
     /// As that of a description with so many attributes.

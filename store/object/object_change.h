@@ -3,7 +3,9 @@
 
 #include "object/object_store.h"
 
+#include <memory>
 #include <span>
+#include <string>
 #include <string_view>
 
 namespace ko::store
@@ -14,12 +16,14 @@ namespace ko::store
 /// without a null value takes no absent ones.
 ///
 /// Every call may throw Conflict, which belongs to ObjectStore::Change, and Failure: Exit::Usage
-/// for a value that cannot be absent, Exit::Damaged for what is met in the store, and where its
-/// indexes were made under another order.
+/// for a value that is none of the type, or cannot be absent; Exit::Damaged for what is met in the
+/// store, and where its indexes were made under another order. After Failure with another status
+/// than Exit::Usage the function that changes must end.
 class ObjectChange
 {
 public:
-    ObjectChange(std::shared_ptr<Writer> writer, const std::string& store, WriteTexts& texts);
+    ObjectChange(std::shared_ptr<Writer> writer, const std::string& store,
+                 Dictionaries& dictionaries);
     ~ObjectChange();
     ObjectChange(const ObjectChange&) = delete;
     ObjectChange& operator=(const ObjectChange&) = delete;
@@ -34,8 +38,8 @@ public:
     bool Erase(std::uint64_t number);
 
     bool Has(std::uint64_t number);
-    /// The form of a value of an object that Has says is there; valid until the next call.
-    std::string_view Form(std::uint64_t number, std::size_t attribute);
+    /// The form of a value of an object; empty for an absent one, or where there is no such object.
+    std::string Form(std::uint64_t number, std::size_t attribute);
 
     /// For ObjectStore::Change.
     void Commit();

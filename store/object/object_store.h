@@ -7,13 +7,15 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
+#include <vector>
 
 namespace ko::store
 {
 
 class ObjectChange;
-class WriteTexts;
+class Dictionaries;
 
 /// An open store of objects over an engine. It serves several threads; snapshots serve one each,
 /// and may outlive it.
@@ -41,6 +43,8 @@ public:
     /// it returns by its references must not depend on earlier runs.
     void Change(const std::function<void(ObjectChange&)>& change);
 
+    // Each is a transaction of the size of the indexes: Mode::Grow has bounded memory for it.
+
     /// Makes the index on an attribute; nothing where there is one.
     void AddIndex(std::size_t attribute);
     /// Forgets it; nothing where there is none.
@@ -49,10 +53,16 @@ public:
     void Reindex();
 
 private:
+    template <class Once>
+    void Run(const Once& once);
+    void MakeIndexes(Writer& writer, Snapshot& now, Description description,
+                     std::vector<std::size_t> attributes) const;
+
     std::unique_ptr<Engine> m_engine;
     std::string m_name;
     Description m_description;
-    std::unique_ptr<WriteTexts> m_texts; ///< dictionaries, kept between changes
+    std::mutex m_changing;
+    std::unique_ptr<Dictionaries> m_dictionaries; ///< kept between changes
 };
 
 } // namespace ko::store

@@ -78,12 +78,12 @@ public:
 
     /// What begins sentences.
     const std::string& Name() const { return m_store; }
-    const Description& About() const { return *m_description; }
-    const Schema& GetSchema() const { return m_description->schema; }
+    const Description& About() const { return m_description; }
+    const Schema& GetSchema() const { return m_description.schema; }
     const Counts& GetCounts() const { return m_counts; }
     const BlockLayout& Layout() const { return m_layout; }
-    unsigned SlotsOfBlock() const { return m_description->slotsOfBlock; }
-    /// False: the indexes were made under another order.
+    unsigned SlotsOfBlock() const { return m_description.slotsOfBlock; }
+    /// False: there are indexes, and they were made under another order.
     bool IndexesServe() const;
     /// Ends with Failure (Exit::Damaged), which says what to do, where IndexesServe is false.
     void NeedIndexes() const;
@@ -119,6 +119,9 @@ public:
             return cell.form;
         }
     }
+    /// The same of an object that stands in a block.
+    std::string_view Form(BlockView& block, std::uint64_t number, std::size_t attribute,
+                          std::string& room);
     /// The form of an attribute of an object; absent where there is no such object, empty for an
     /// absent value. It may point into a block, into the snapshot or into `room`.
     std::optional<std::string_view> Value(std::uint64_t number, std::size_t attribute,
@@ -140,7 +143,7 @@ public:
     std::unique_ptr<EntryWalk> Entries(const Range& keys, Direction direction);
     /// About how many rows these are.
     std::uint64_t CountRowsRoughly(const Range& keys);
-    /// About how many objects these are.
+    /// About how many objects these are, of the index on an attribute.
     std::uint64_t CountEntriesRoughly(std::size_t attribute, const Range& keys);
 
 private:
@@ -149,6 +152,10 @@ private:
         TextRow texts;
         std::string bytes; ///< where the reader's do not stay
     };
+    struct KeptDictionary {
+        std::vector<KeptTexts> rows;
+        std::size_t reads = 0;
+    };
 
     const TextRow& FindTexts(std::size_t attribute, std::uint32_t entry);
     std::string_view Large(std::size_t attribute, std::uint64_t number, std::string& room);
@@ -156,12 +163,12 @@ private:
     std::shared_ptr<Reader> m_reader;
     bool m_viewsLast; ///< what the reader hands out stays where it is
     std::string m_store;
-    std::shared_ptr<const Description> m_description;
+    Description m_description;
     Counts m_counts;
     BlockLayout m_layout;
     std::vector<std::unique_ptr<OpenBlock>> m_blocks; ///< by their numbers' remainders
     std::vector<bool> m_proved;                       ///< blocks whose checksums are right
-    std::vector<std::vector<KeptTexts>> m_texts;      ///< by attribute and row
+    std::vector<KeptDictionary> m_texts;              ///< by attribute
 };
 
 } // namespace ko::store

@@ -115,6 +115,7 @@ public:
         : m_inner(std::move(inner)), m_faults(std::move(faults))
     {
     }
+    const ko::store::Traits& About() const override { return m_inner->About(); }
     void Append(ko::store::Space space, std::string_view key, std::string_view value) override
     {
         m_faults->Run([&] { m_inner->Append(space, key, value); });

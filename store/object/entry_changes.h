@@ -1,0 +1,49 @@
+#ifndef KO_STORE_OBJECT_ENTRY_CHANGES_H
+#define KO_STORE_OBJECT_ENTRY_CHANGES_H
+
+#include "engine/engine.h"
+#include "index/entry_builder.h"
+#include "index/postings.h"
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace ko::store
+{
+
+/// The index rows of a store that changes.
+class EntryChanges : private EntryRows
+{
+public:
+    explicit EntryChanges(Writer& writer) : m_writer(writer), m_postings(*this) {}
+
+    void Insert(std::string_view valueKey, std::uint64_t number)
+    {
+        m_postings.Insert(valueKey, number);
+    }
+    /// Ends with Failure (Exit::Damaged) where the number does not stand there.
+    void Erase(std::string_view valueKey, std::uint64_t number);
+
+    /// Adds what was gathered to an index.
+    void Merge(EntryBuilder& entries);
+    /// The same for one without any row.
+    void Fill(EntryBuilder& entries);
+    /// Takes away all rows of a range.
+    void Clear(const Range& range);
+
+private:
+    bool AtOrBefore(std::string_view key, std::string& found, std::string& value) override;
+    bool Behind(std::string_view key, std::string& found, std::string& value) override;
+    void Put(std::string_view key, std::string_view value) override;
+    void Erase(std::string_view key) override { m_writer.Erase(Space::Entries, key); }
+    bool First(const Range& range, Direction direction, std::string& found, std::string& value);
+
+    Writer& m_writer;
+    Postings m_postings;
+    std::string m_sealed;
+};
+
+} // namespace ko::store
+
+#endif

@@ -1,0 +1,122 @@
+#include "object/object_store.h"
+
+#include "base/failure.h"
+#include "object/dictionaries.h"
+#include "object/entry_changes.h"
+#include "object/fingerprint.h"
+#include "object/index_feed.h"
+#include "object/object_change.h"
+
+#include <utility>
+
+namespace ko::store
+{
+
+namespace
+{
+
+constexpr unsigned kMostRuns = 10;
+
+} // namespace
+
+std::shared_ptr<ObjectStore> ObjectStore::Open(const std::string& address, Mode mode)
+{
+    return std::make_shared<ObjectStore>(OpenEngine(address, mode), address);
+}
+
+ObjectStore::ObjectStore(std::unique_ptr<Engine> engine, std::string name)
+    : m_engine(std::move(engine)), m_name(std::move(name)), m_description(Read()->About()),
+      m_dictionaries(std::make_unique<Dictionaries>(LayoutOf(m_description.schema)))
+{
+}
+
+ObjectStore::~ObjectStore() = default;
+
+std::unique_ptr<Snapshot> ObjectStore::Read() const
+{
+    return std::make_unique<Snapshot>(m_engine->Read(), m_engine->About().viewsLast, m_name);
+}
+
+template <class Once>
+void ObjectStore::Run(const Once& once)
+{
+    const std::lock_guard guard(m_changing);
+    for (unsigned run = 1;; ++run) {
+        try {
+            once(std::shared_ptr<Writer>(m_engine->Write()));
+            return;
+        } catch (const Conflict&) {
+            m_dictionaries->Forget();
+            if (run == kMostRuns)
+                throw Failure(Exit::Io, m_name + ": other changes came between " +
+                                            std::to_string(kMostRuns) + " times: try again");
+        } catch (...) {
+            m_dictionaries->Forget();
+            throw;
+        }
+    }
+}
+
+void ObjectStore::Change(const std::function<void(ObjectChange&)>& change)
+{
+    Run([&](const std::shared_ptr<Writer>& writer) {
+        ObjectChange once(writer, m_name, *m_dictionaries);
+        change(once);
+        once.Commit();
+    });
+}
+
+/// Fills indexes from the objects, and commits.
+void ObjectStore::MakeIndexes(Writer& writer, Snapshot& now, Description description,
+                              std::vector<std::size_t> attributes) const
+{
+    EntryChanges entries(writer);
+    for (const std::size_t attribute : attributes)
+        entries.Clear({BeforeAttribute(attribute), BehindAttribute(attribute)});
+    IndexFeed feed(now, std::move(attributes), m_name);
+    feed.AddAll();
+    for (std::size_t i = 0; i < feed.Attributes().size(); ++i)
+        entries.Fill(feed.Entries(i));
+    description.order = FingerprintOfOrder(description.schema);
+    writer.Put(Space::Description, Description::kKey, description.Write());
+    writer.Commit();
+}
+
+void ObjectStore::AddIndex(std::size_t attribute)
+{
+    Run([&](const std::shared_ptr<Writer>& writer) {
+        Snapshot now(writer, false, m_name);
+        Description description = now.About();
+        bool& index = description.schema.attributes[attribute].index;
+        if (index)
+            return;
+        now.NeedIndexes();
+        index = true;
+        MakeIndexes(*writer, now, std::move(description), {attribute});
+    });
+}
+
+void ObjectStore::DropIndex(std::size_t attribute)
+{
+    Run([&](const std::shared_ptr<Writer>& writer) {
+        Description description = Snapshot(writer, false, m_name).About();
+        bool& index = description.schema.attributes[attribute].index;
+        if (!index)
+            return;
+        index = false;
+        EntryChanges(*writer).Clear({BeforeAttribute(attribute), BehindAttribute(attribute)});
+        writer->Put(Space::Description, Description::kKey, description.Write());
+        writer->Commit();
+    });
+}
+
+void ObjectStore::Reindex()
+{
+    Run([&](const std::shared_ptr<Writer>& writer) {
+        Snapshot now(writer, false, m_name);
+        EntryChanges(*writer).Clear({});
+        MakeIndexes(*writer, now, now.About(), IndexedAttributes(now.GetSchema()));
+    });
+}
+
+} // namespace ko::store

@@ -1,0 +1,255 @@
+#include "object/snapshot.h"
+
+#include "base/failure.h"
+#include "block/checksum.h"
+#include "object/fingerprint.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace ko::store
+{
+
+namespace
+{
+
+/// Rows that a walk asks for at once: of blocks, and of an index.
+constexpr std::size_t kBlocksAtOnce = 16;
+constexpr std::size_t kEntriesAtOnce = 64;
+/// Blocks that are kept open, where their bytes stay and where they are copies.
+constexpr std::size_t kOpenBlocks = 1024;
+constexpr std::size_t kCopiedBlocks = 64;
+/// Of so many blocks it is remembered that their checksums are right.
+constexpr std::size_t kProvedBlocks = 1U << 24;
+/// At most 2^10 rows of a dictionary are asked for at once.
+constexpr std::size_t kMostDoublings = 10;
+/// The numbers in so few rows are counted.
+constexpr std::uint64_t kFewRows = 16;
+
+void OpenBlockView(BlockView& view, std::string_view key, std::string_view bytes, unsigned slots)
+{
+    if (!view.Open(bytes) || view.Slots() > slots)
+        FailDamaged(Space::Blocks, key, "holds no objects of this store");
+}
+
+} // namespace
+
+BlockWalk::BlockWalk(std::unique_ptr<Cursor> cursor, const BlockLayout& layout,
+                     unsigned slotsOfBlock)
+    : m_cursor(std::move(cursor)), m_slotsOfBlock(slotsOfBlock), m_block(layout)
+{
+}
+
+bool BlockWalk::Next()
+{
+    if (m_at == m_rows.size()) {
+        m_rows = m_cursor->Next(kBlocksAtOnce);
+        m_at = 0;
+    }
+    if (m_rows.empty())
+        return false;
+    const Row& row = m_rows[m_at++];
+    const std::string_view bytes = Unseal(Space::Blocks, row.key, row.value);
+    if (row.key.size() != kNumberBytes)
+        FailDamaged(Space::Blocks, row.key, "has no number");
+    m_number = GetNumber(row.key.data());
+    OpenBlockView(m_block, row.key, bytes, m_slotsOfBlock);
+    return true;
+}
+
+bool EntryWalk::Next()
+{
+    if (m_at == m_rows.size()) {
+        m_rows = m_cursor->Next(kEntriesAtOnce);
+        m_at = 0;
+    }
+    if (m_rows.empty())
+        return false;
+    const Row& row = m_rows[m_at++];
+    const std::string_view bytes = Unseal(Space::Entries, row.key, row.value);
+    if (!m_key.Open(row.key) || !m_numbers.Decode(m_key.first, bytes))
+        FailDamaged(Space::Entries, row.key, "holds no numbers of objects");
+    return true;
+}
+
+struct Snapshot::OpenBlock {
+    explicit OpenBlock(const BlockLayout& layout) : view(layout) {}
+
+    std::uint64_t number = 0;
+    bool isOpen = false;
+    std::string bytes; ///< where the reader's do not stay
+    BlockView view;
+};
+
+Snapshot::Snapshot(std::shared_ptr<Reader> reader, bool viewsLast, std::string store)
+    : m_reader(std::move(reader)), m_viewsLast(viewsLast), m_store(std::move(store))
+{
+    const std::string_view keys[] = {Counts::kKey, Description::kKey};
+    std::string values[2];
+    m_reader->Get(Space::Description, keys,
+                  [&](std::size_t key, std::string_view value) { values[key] = value; });
+    if (values[1].empty())
+        throw Failure(Exit::Damaged, m_store + ": is no store of this program (it has no \"" +
+                                         std::string(Description::kKey) + "\")");
+    m_description = Description::Read(values[1], m_store);
+    const std::size_t attributes = GetSchema().attributes.size();
+    m_counts = Counts::Read(values[0], attributes, m_store);
+    m_layout = LayoutOf(GetSchema());
+    m_blocks.resize(m_viewsLast ? kOpenBlocks : kCopiedBlocks);
+    m_texts.resize(attributes);
+}
+
+Snapshot::~Snapshot() = default;
+
+bool Snapshot::IndexesServe() const
+{
+    const auto& attributes = GetSchema().attributes;
+    return std::none_of(attributes.begin(), attributes.end(),
+                        [](const Attribute& attribute) { return attribute.index; }) ||
+           FingerprintOfOrder(GetSchema()) == m_description.order;
+}
+
+void Snapshot::NeedIndexes() const
+{
+    if (!IndexesServe())
+        throw Failure(Exit::Damaged, m_store +
+                                         ": its indexes were made under another order of values: "
+                                         "\"kotm reindex " +
+                                         m_store + "\" makes them anew");
+}
+
+BlockView* Snapshot::Block(std::uint64_t block)
+{
+    std::unique_ptr<OpenBlock>& open = m_blocks[block % m_blocks.size()];
+    if (open && open->isOpen && open->number == block)
+        return &open->view;
+    if (block > kMaxObjectNumber)
+        return nullptr;
+    if (!open)
+        open = std::make_unique<OpenBlock>(m_layout);
+    open->number = block;
+    open->isOpen = false;
+    const std::string key = BlockKey(block);
+    const std::string_view keys[] = {key};
+    m_reader->Get(Space::Blocks, keys, [&](std::size_t, std::string_view sealed) {
+        if (!m_viewsLast)
+            sealed = open->bytes.assign(sealed);
+        std::string_view bytes = SealedBytes(sealed);
+        if (block >= m_proved.size() || !m_proved[block]) {
+            bytes = Unseal(Space::Blocks, key, sealed);
+            if (block >= m_proved.size() && block < kProvedBlocks)
+                m_proved.resize(std::min<std::size_t>(kProvedBlocks, 2 * block + 64));
+            if (block < m_proved.size())
+                m_proved[block] = true;
+        }
+        OpenBlockView(open->view, key, bytes, SlotsOfBlock());
+        open->isOpen = true;
+    });
+    return open->isOpen ? &open->view : nullptr;
+}
+
+BlockView* Snapshot::BlockWith(std::uint64_t number)
+{
+    BlockView* const block = number == 0 ? nullptr : Block(BlockOf(number));
+    return block != nullptr && block->Has(SlotOf(number)) ? block : nullptr;
+}
+
+std::unique_ptr<BlockWalk> Snapshot::Blocks(std::uint64_t first, std::uint64_t last)
+{
+    Range range{BlockKey(first), {}};
+    if (last < kMaxObjectNumber)
+        range.high = BlockKey(last + 1);
+    return std::make_unique<BlockWalk>(m_reader->Walk(Space::Blocks, range, Direction::Forwards),
+                                       m_layout, SlotsOfBlock());
+}
+
+std::string_view Snapshot::Large(std::size_t attribute, std::uint64_t number, std::string& room)
+{
+    const std::string key = LargeKey(number, attribute);
+    const std::string_view keys[] = {key};
+    std::string_view form;
+    m_reader->Get(Space::Large, keys, [&](std::size_t, std::string_view sealed) {
+        form = Unseal(Space::Large, key, m_viewsLast ? sealed : room.assign(sealed));
+    });
+    if (form.empty())
+        FailDamaged(Space::Large, key, "is missing");
+    return form;
+}
+
+std::optional<std::string_view> Snapshot::Value(std::uint64_t number, std::size_t attribute,
+                                                std::string& room)
+{
+    BlockView* const block = BlockWith(number);
+    if (block == nullptr)
+        return {};
+    return Form(*block, number, attribute, room);
+}
+
+std::string_view Snapshot::Form(BlockView& block, std::uint64_t number, std::size_t attribute,
+                                std::string& room)
+{
+    Cell cell;
+    if (!block.At(attribute, SlotOf(number), cell, room))
+        FailDamaged(Space::Blocks, BlockKey(BlockOf(number)), "holds no values of its attributes");
+    return Form(attribute, cell, number, room);
+}
+
+/// Reads the row of an entry, and others behind it, twice as many each time: many entries then cost
+/// few round trips, and a single one no more than its row.
+const TextRow& Snapshot::FindTexts(std::size_t attribute, std::uint32_t entry)
+{
+    std::vector<KeptTexts>& rows = m_texts[attribute].rows;
+    const std::uint32_t row = entry / kEntriesInRow;
+    if (rows.empty())
+        rows.resize((Texts(attribute) + kEntriesInRow - 1) / kEntriesInRow);
+    if (row < rows.size() && rows[row].texts.Count() > entry % kEntriesInRow)
+        return rows[row].texts;
+    std::vector<std::string> keys;
+    const std::size_t most = std::size_t{1}
+                             << std::min<std::size_t>(m_texts[attribute].reads++, kMostDoublings);
+    for (std::size_t i = row; i < rows.size() && keys.size() < most; ++i) {
+        if (rows[i].texts.Count() == 0)
+            keys.push_back(TextKey(attribute, static_cast<std::uint32_t>(i)));
+    }
+    const std::vector<std::string_view> views(keys.begin(), keys.end());
+    m_reader->Get(Space::Texts, views, [&](std::size_t i, std::string_view sealed) {
+        std::size_t found = 0;
+        std::uint32_t at = 0;
+        ReadTextKey(keys[i], found, at);
+        KeptTexts& kept = rows[at];
+        const std::string_view bytes =
+            Unseal(Space::Texts, keys[i], m_viewsLast ? sealed : kept.bytes.assign(sealed));
+        if (!kept.texts.Open(bytes))
+            FailDamaged(Space::Texts, keys[i], "holds no entries of a dictionary");
+    });
+    if (row >= rows.size() || rows[row].texts.Count() <= entry % kEntriesInRow)
+        FailDamaged(Space::Texts, TextKey(attribute, row), "lacks an entry that an object has");
+    return rows[row].texts;
+}
+
+std::unique_ptr<EntryWalk> Snapshot::Entries(const Range& keys, Direction direction)
+{
+    return std::make_unique<EntryWalk>(m_reader->Walk(Space::Entries, keys, direction));
+}
+
+std::uint64_t Snapshot::CountRowsRoughly(const Range& keys)
+{
+    return m_reader->CountRoughly(Space::Entries, keys);
+}
+
+std::uint64_t Snapshot::CountEntriesRoughly(std::size_t attribute, const Range& keys)
+{
+    const std::uint64_t rows = CountRowsRoughly(keys);
+    if (rows <= kFewRows) {
+        std::uint64_t count = 0;
+        for (const auto walk = Entries(keys, Direction::Forwards); walk->Next();)
+            count += walk->Numbers().count;
+        return count;
+    }
+    const std::uint64_t all = std::max<std::uint64_t>(
+        CountRowsRoughly({BeforeAttribute(attribute), BehindAttribute(attribute)}), rows);
+    return static_cast<std::uint64_t>(static_cast<double>(m_counts.objects) *
+                                      static_cast<double>(rows) / static_cast<double>(all));
+}
+
+} // namespace ko::store
