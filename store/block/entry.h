@@ -1,6 +1,7 @@
 #ifndef KO_STORE_BLOCK_ENTRY_H
 #define KO_STORE_BLOCK_ENTRY_H
 
+#include "base/object_id.h"
 #include "base/object_number.h"
 #include "schema/schema.h"
 #include "schema/value_type.h"
@@ -15,10 +16,6 @@
 
 namespace ko::store
 {
-
-/// Object ids are kept in the stored form of a KoObjId, 10 bytes in the store's byte order: a tag,
-/// which is 0 for an object, and the 48-bit object number.
-inline constexpr std::size_t kObjectIdBytes = 10;
 
 /// A number with its least significant byte first in memory, and back.
 template <class Number>
@@ -39,22 +36,6 @@ Number LittleEndian(const char* bytes)
     Number number;
     std::memcpy(&number, bytes, sizeof number);
     return Little(number);
-}
-
-inline void PutObjectId(char* bytes, std::uint64_t number, std::uint32_t tag = 0)
-{
-    const std::uint64_t front = Little<std::uint64_t>(number << 32 | tag);
-    const std::uint16_t back = Little(static_cast<std::uint16_t>(number >> 32));
-    std::memcpy(bytes, &front, sizeof front);
-    std::memcpy(bytes + sizeof front, &back, sizeof back);
-}
-inline std::uint64_t ObjectNumber(const char* id)
-{
-    return LittleEndian<std::uint64_t>(id + 2) >> 16; // half of the tag and the number
-}
-inline std::uint32_t ObjectTag(const char* id)
-{
-    return LittleEndian<std::uint32_t>(id);
 }
 
 template <class Number>

@@ -76,6 +76,8 @@ public:
     Snapshot(const Snapshot&) = delete;
     Snapshot& operator=(const Snapshot&) = delete;
 
+    /// What begins sentences.
+    const std::string& Name() const { return m_store; }
     const Description& About() const { return m_description; }
     const Schema& GetSchema() const { return m_description.schema; }
     const Counts& GetCounts() const { return m_counts; }

@@ -3,21 +3,19 @@
 namespace ko::store
 {
 
-namespace
+Truth Condition::Test(std::string_view value) const
 {
-
-Truth Compare(const Condition& condition, std::string_view form)
-{
-    if (form.empty())
+    const auto truth = [](bool holds) { return holds ? Truth::True : Truth::False; };
+    if (kind == Predicate::Kind::IsNull || kind == Predicate::Kind::IsNotNull)
+        return truth(value.empty() == (kind == Predicate::Kind::IsNull));
+    if (value.empty())
         return Truth::Unknown;
     int status = 0;
-    const int order =
-        condition.outside == Outside::Below ? 1
-        : condition.outside == Outside::Above
-            ? -1
-            : ComparePersistent(condition.type, form, condition.form, condition.cmpOp, status);
-    const auto truth = [](bool holds) { return holds ? Truth::True : Truth::False; };
-    switch (condition.op) {
+    const int order = outside == Outside::Below ? 1
+                      : outside == Outside::Above
+                          ? -1
+                          : ComparePersistent(type, value, form, cmpOp, status);
+    switch (op) {
     case Operator::Equal:
         return truth(order == 0);
     case Operator::NotEqual:
@@ -30,40 +28,6 @@ Truth Compare(const Condition& condition, std::string_view form)
         return truth(order > 0);
     case Operator::GreaterEqual:
         return truth(order >= 0);
-    }
-    return Truth::Unknown;
-}
-
-} // namespace
-
-Truth Condition::Evaluate(const RecordReader& record) const
-{
-    const auto truth = [](bool holds) { return holds ? Truth::True : Truth::False; };
-    const auto all = [&](Truth ends, Truth start) {
-        Truth result = start;
-        for (const Condition& part : parts) {
-            const Truth one = part.Evaluate(record);
-            if (one == ends)
-                return ends;
-            result = one == Truth::Unknown ? one : result;
-        }
-        return result;
-    };
-    switch (kind) {
-    case Predicate::Kind::And:
-        return all(Truth::False, Truth::True);
-    case Predicate::Kind::Or:
-        return all(Truth::True, Truth::False);
-    case Predicate::Kind::Not: {
-        const Truth inner = parts[0].Evaluate(record);
-        return inner == Truth::Unknown ? inner : truth(inner == Truth::False);
-    }
-    case Predicate::Kind::Compare:
-        return Compare(*this, record.Form(attribute));
-    case Predicate::Kind::IsNull:
-        return truth(record.Form(attribute).empty());
-    case Predicate::Kind::IsNotNull:
-        return truth(!record.Form(attribute).empty());
     }
     return Truth::Unknown;
 }
@@ -84,14 +48,6 @@ std::string Condition::Suffixes() const
 {
     return std::string((cmpOp & kIgnoreCase) != 0 ? "i" : "") +
            ((cmpOp & kIgnoreAccents) != 0 ? "a" : "");
-}
-
-void Condition::Need(RecordReader& record) const
-{
-    if (parts.empty())
-        record.Need(attribute);
-    for (const Condition& part : parts)
-        part.Need(record);
 }
 
 } // namespace ko::store

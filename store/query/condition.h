@@ -1,7 +1,6 @@
 #ifndef KO_STORE_QUERY_CONDITION_H
 #define KO_STORE_QUERY_CONDITION_H
 
-#include "block/record.h"
 #include "query/predicate.h"
 #include "schema/schema.h"
 
@@ -20,7 +19,8 @@ enum class Truth { False, Unknown, True };
 /// such a one have an answer all the same.
 enum class Outside { No, Below, Above };
 
-/// A predicate over the attributes of a schema, its literals read as values of their types.
+/// A predicate over the attributes of a schema, its literals read as values of their types. An
+/// object belongs to the answer only where it is Truth::True.
 struct Condition {
     Predicate::Kind kind;
     std::vector<Condition> parts;
@@ -36,17 +36,19 @@ struct Condition {
     /// literal that is no value of the attribute's type.
     static Condition Make(const Predicate& predicate, std::string_view text, const Schema& schema);
 
-    /// True where the object belongs to the answer only if this is Truth::True.
-    Truth Evaluate(const RecordReader& record) const;
+    /// What a comparison, or a question for null, says of a form; an empty one is null.
+    Truth Test(std::string_view value) const;
+    /// False for one that says the same of all values but null.
+    bool DependsOnValue() const
+    {
+        return kind == Predicate::Kind::Compare && outside == Outside::No;
+    }
 
     /// The end of the texts that are equal to the literal, as a person would write it: "below
     /// The..." for "The*", and the literal with its suffixes for another.
     std::string ShownEnd() const;
     /// The letters after the literal that change how texts are compared.
     std::string Suffixes() const;
-
-    /// Tells `record` what Evaluate looks at.
-    void Need(RecordReader& record) const;
 };
 
 } // namespace ko::store

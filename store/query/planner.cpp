@@ -1,11 +1,13 @@
 #include "query/planner.h"
 
+#include "base/object_id.h"
+#include "query/costs.h"
 #include "query/operators.h"
+#include "query/scan.h"
 
 #include <kotypevl.h>
 
 #include <algorithm>
-#include <cmath>
 
 namespace ko::store
 {
@@ -14,16 +16,6 @@ namespace
 {
 
 using Edge = IndexRange::Edge;
-
-// Costs in units of reading one object in the order of the objects. Finding one through an index is
-// slower the more of the store lies outside of the processor's caches: measured 4 to 6 times up to
-// 20,000 objects, 5 to 8 for 200,000, 6 to 16 for a million. Passing over an index entry costs the
-// same everywhere.
-double LookUpCost(std::uint64_t objects)
-{
-    return std::max(0.33 * std::pow(static_cast<double>(objects), 0.25), 5.0);
-}
-constexpr double kEntryCost = 0.43;
 
 // What is assumed of attributes without an index, and of null values, which no index counts.
 constexpr double kEqualShare = 0.1;
@@ -75,7 +67,10 @@ struct OwnedBounds : KoIdxBounds {
 class Planner
 {
 public:
-    Planner(Store& store, Plan& plan) : m_store(store), m_schema(store.GetSchema()), m_plan(plan) {}
+    Planner(Snapshot& snapshot, Plan& plan)
+        : m_snapshot(snapshot), m_schema(snapshot.GetSchema()), m_plan(plan)
+    {
+    }
 
     Estimate Look(const Condition& condition, bool negated)
     {
@@ -110,9 +105,11 @@ private:
             if (condition.attribute == kObjectIdIndex)
                 term.range.reset(); // no object has a null id: nothing to find by it
             else if (indexed && wantsNull)
-                term.range = {condition.attribute, {"", false}, Edge{"", true}, true};
+                term.range = IndexRange::Nulls(condition.attribute);
             else if (indexed)
-                term.range = {condition.attribute, {"", true}, std::nullopt, true};
+                term.range = IndexRange::Values(condition.attribute);
+            if (term.range)
+                term.range->exact = true;
         }
         Estimate estimate{term.share, {}, condition.attribute};
         if (term.range) {
@@ -130,32 +127,38 @@ private:
     /// The lowest and the highest value of an index; true where it holds null values as well.
     bool LookAtEnds(std::size_t attribute, PlanTerm& term)
     {
-        const auto first = [&](const IndexRange& range, ScanOrder order, std::string& form) {
-            Scan scan(m_store, &range, order);
-            if (!scan.Next())
-                return false;
-            form = scan.IndexedForm();
-            RecordReader reader(m_schema);
-            reader.Need(attribute);
-            if (attribute == kObjectIdIndex)
-                form.assign(scan.Id(), kObjectIdBytes);
-            else if (form.empty() && reader.Read(scan.Record()))
-                form = reader.Form(attribute);
-            // Evaluators read a form to the end that it has by itself.
-            if (attribute != kObjectIdIndex && !form.empty() &&
-                m_schema.attributes[attribute].type.SizeAt(form) != form.size())
-                throw Failure(Exit::Damaged, m_store.Path() + ": is damaged: the index on " +
-                                                 m_schema.Name(attribute) +
-                                                 " has an entry that holds no value");
-            return true;
-        };
-        const IndexRange values{attribute, {"", true}, std::nullopt, false};
-        first(values, ScanOrder::Forwards, term.lowest);
-        first(values, ScanOrder::Backwards, term.highest);
-        std::string null;
-        return attribute != kObjectIdIndex &&
-               first(IndexRange{attribute, {"", false}, Edge{"", true}, false}, ScanOrder::Forwards,
-                     null);
+        const IndexRange values = IndexRange::Values(attribute);
+        term.lowest = FirstForm(values, ScanOrder::Forwards);
+        term.highest = FirstForm(values, ScanOrder::Backwards);
+        if (attribute == kObjectIdIndex)
+            return false;
+        const IndexRange nulls = IndexRange::Nulls(attribute);
+        return Scan(m_snapshot, &nulls, ScanOrder::Numbers, nullptr).Count(1) != 0;
+    }
+
+    /// The value of the first object that a scan finds; empty where there is none.
+    std::string FirstForm(const IndexRange& range, ScanOrder order)
+    {
+        Scan scan(m_snapshot, &range, order, nullptr);
+        const std::span<const std::uint64_t> first = scan.Next(1);
+        if (first.empty())
+            return {};
+        if (range.attribute == kObjectIdIndex) {
+            char id[kObjectIdBytes];
+            PutObjectId(id, first[0]);
+            return {id, sizeof id};
+        }
+        std::string room;
+        const auto form = m_snapshot.Value(first[0], range.attribute, room);
+        if (!form)
+            FailNoObject(m_snapshot, first[0]);
+        // Evaluators read a form to the end that it has by itself.
+        if (form->empty() ||
+            m_schema.attributes[range.attribute].type.SizeAt(*form) != form->size())
+            throw Failure(Exit::Damaged, m_snapshot.Name() + ": is damaged: the index on " +
+                                             m_schema.Name(range.attribute) +
+                                             " has an entry that holds no value");
+        return std::string(*form);
     }
 
     /// Asks the type.
@@ -166,10 +169,11 @@ private:
         if (condition.outside != Outside::No) {
             const bool all = IsMetByAll(op, condition.outside);
             term.share = all ? 1.0 : 0.0;
-            if (indexed && all)
-                term.range = {condition.attribute, {"", true}, std::nullopt, true};
-            else if (indexed)
-                term.range = IndexRange::None(condition.attribute);
+            if (indexed) {
+                term.range = all ? IndexRange::Values(condition.attribute)
+                                 : IndexRange::None(condition.attribute);
+                term.range->exact = true;
+            }
             return;
         }
         if (!indexed) {
@@ -178,7 +182,7 @@ private:
                                                     : kRangeShare;
             return;
         }
-        term.range = IndexRange{condition.attribute, {"", true}, std::nullopt, false};
+        term.range = IndexRange::Values(condition.attribute);
         if (term.lowest.empty() || term.highest.empty()) {
             term.share = 0.0; // nothing but null values
             return;
@@ -346,7 +350,7 @@ private:
         return BetweenEnds(range.attribute, low, high);
     }
 
-    Store& m_store;
+    Snapshot& m_snapshot;
     const Schema& m_schema;
     Plan& m_plan;
     /// Lowest and highest value of the indexes that have values.
@@ -355,18 +359,18 @@ private:
 
 } // namespace
 
-Plan MakePlan(Store& store, const Condition& condition, bool countOnly)
+Plan MakePlan(Snapshot& snapshot, const Condition& condition, bool countOnly)
 {
     Plan plan;
-    const Estimate estimate = Planner(store, plan).Look(condition, false);
+    const Estimate estimate = Planner(snapshot, plan).Look(condition, false);
     plan.share = estimate.share;
-    const double lookUpCost = LookUpCost(store.Counts().objects);
-    double lowestCost = 1.0;
+    const Costs costs(snapshot);
+    double lowestCost = costs.InOrder(1.0);
     for (const auto& [attribute, part] : estimate.parts) {
         plan.ranges.emplace(attribute, part.range);
-        const bool entriesOnly = countOnly && part.range.exact;
-        const bool inOrder = attribute == kObjectIdIndex;
-        const double cost = part.share * (inOrder ? 1.0 : entriesOnly ? kEntryCost : lookUpCost);
+        const double cost = attribute == kObjectIdIndex     ? costs.InOrder(part.share)
+                            : countOnly && part.range.exact ? costs.Entries(part.share)
+                                                            : costs.ByIndex(part.share);
         if (cost >= lowestCost)
             continue;
         lowestCost = cost;

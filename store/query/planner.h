@@ -1,9 +1,9 @@
 #ifndef KO_STORE_QUERY_PLANNER_H
 #define KO_STORE_QUERY_PLANNER_H
 
-#include "file/store.h"
+#include "object/snapshot.h"
 #include "query/condition.h"
-#include "query/scan.h"
+#include "query/index_range.h"
 
 #include <map>
 #include <optional>
@@ -37,7 +37,7 @@ struct Plan {
 /// Asks the type of every comparison with an index for its estimate, combines them, and chooses the
 /// cheapest way. `countOnly`: the objects themselves are not needed where the range is exact.
 /// `condition` has to outlive the plan.
-Plan MakePlan(Store& store, const Condition& condition, bool countOnly);
+Plan MakePlan(Snapshot& snapshot, const Condition& condition, bool countOnly);
 
 } // namespace ko::store
 

@@ -1,9 +1,10 @@
 #include "query/scan.h"
 
-#include "base/failure.h"
+#include "base/object_id.h"
 
 #include <algorithm>
 #include <array>
+#include <bit>
 
 namespace ko::store
 {
@@ -11,25 +12,16 @@ namespace ko::store
 namespace
 {
 
-/// A look-up of so many entries compares each with the edge; a longer walk looks for its end once.
-constexpr unsigned kFewSteps = 16;
-
-/// Writes the key that lies before or after an object's, and returns its size.
-std::size_t PutObjectEdge(char* key, const IndexRange::Edge& edge)
-{
-    // The lowest has no form, and no object has number 0. Objects have tag 0, and the tag decides
-    // between equal numbers.
-    const std::uint64_t number = edge.form.empty() ? 0 : ObjectNumber(edge.form.data());
-    if (edge.form.empty() || (!edge.behind && number == 0))
-        PutObjectId(key, 0);
-    else
-        PutObjectId(key, edge.behind ? number : number - 1, 0xFFFFFFFF);
-    return kObjectIdBytes;
-}
+/// Most objects that an answer in the order of an index looks at together, and most blocks that one
+/// from the last object on does.
+constexpr std::size_t kMostTogether = 4096;
+constexpr std::uint64_t kMostWindow = 16;
 
 /// Sorts digit by digit, from the least significant on: in less time than by comparing.
 void SortNumbers(std::vector<std::uint64_t>& numbers)
 {
+    if (std::is_sorted(numbers.begin(), numbers.end()))
+        return;
     if (numbers.size() < 256) {
         std::sort(numbers.begin(), numbers.end());
         return;
@@ -54,157 +46,164 @@ void SortNumbers(std::vector<std::uint64_t>& numbers)
 
 } // namespace
 
-IndexRange IndexRange::All(std::size_t attribute)
+Scan::Scan(Snapshot& snapshot, const IndexRange* range, ScanOrder order, const Condition* test)
+    : m_snapshot(snapshot), m_order(order)
 {
-    return {attribute, {"", false}, std::nullopt, false};
+    if (test != nullptr)
+        m_filter.emplace(*test, snapshot);
+    if (range != nullptr && range->attribute != kObjectIdIndex)
+        m_walk.emplace(snapshot, *range, order);
+    else
+        StartOfIds(range);
 }
 
-IndexRange IndexRange::None(std::size_t attribute)
+/// Objects have tag 0, the lowest: an edge with another one lies behind the object of its number.
+void Scan::StartOfIds(const IndexRange* range)
 {
-    return {attribute, {"", true}, Edge{"", true}, true};
+    const auto first = [](const IndexRange::Edge& edge) {
+        if (edge.form.empty())
+            return std::uint64_t{0}; // before all objects, behind null as well
+        const bool behind = edge.behind || ObjectTag(edge.form.data()) != 0;
+        return ObjectNumber(edge.form.data()) + (behind ? 1 : 0);
+    };
+    if (range != nullptr)
+        m_first = std::max(first(range->low), m_first);
+    if (range != nullptr && range->high)
+        m_last = std::min(std::max<std::uint64_t>(first(*range->high), 1) - 1, m_last);
+    const std::uint64_t end = m_snapshot.GetCounts().nextNumber;
+    m_last = std::min(m_last, std::max<std::uint64_t>(end, 1) - 1);
+    if (m_order != ScanOrder::Backwards)
+        m_groups = std::make_unique<AllObjects>(m_snapshot, m_first, m_last);
 }
 
-Scan::Scan(Store& store, const IndexRange* range, ScanOrder order)
-    : m_store(store), m_backwards(order == ScanOrder::Backwards), m_byNumber(false)
+void Scan::CollectNumbers()
 {
-    MDB_dbi dbi = store.Objects();
-    if (range != nullptr && range->attribute == kObjectIdIndex) {
-        m_low.size = PutObjectEdge(m_low.bytes, range->low);
-        if (range->high)
-            m_high.size = PutObjectEdge(m_high.bytes, *range->high);
-    } else if (range != nullptr) {
-        m_attribute = range->attribute;
-        m_byNumber = order == ScanOrder::Numbers;
-        dbi = store.Index(range->attribute);
-        const o_char type = store.GetSchema().attributes[range->attribute].type.Id();
-        const auto put = [&](EdgeEntry& entry, const IndexRange::Edge& edge, std::uint32_t tag) {
-            if (LooksCut(edge.form))
-                store.SetBound(tag, edge.form);
-            entry.size =
-                PutEntry(entry.bytes, type, edge.form, edge.behind ? kMaxObjectNumber + 1 : 0, tag);
-        };
-        put(m_low, range->low, 1);
-        if (range->high)
-            put(m_high, *range->high, 2);
+    m_candidates.reserve(kMostRowNumbers);
+    while (m_walk->Next(m_candidates)) {
     }
-    m_cursor = store.OpenCursor(dbi);
+    SortNumbers(m_candidates);
+    m_groups = std::make_unique<NumberedObjects>(m_snapshot, m_candidates);
 }
 
-bool Scan::Step(MDB_val& key, MDB_cursor_op op)
+/// Leaves the objects of a group that meet the condition, and counts them.
+std::uint64_t Scan::Test(BlockGroups& group)
 {
-    MDB_val value{};
-    const int code = mdb_cursor_get(m_cursor.get(), &key, &value, op);
-    if (code == MDB_NOTFOUND)
+    const unsigned slots = group.Block().view->Slots();
+    std::uint64_t count = CountBits(group.Slots(), slots);
+    m_looked += count;
+    if (m_filter && count != 0) {
+        m_filter->Keep(group.Block(), group.Slots());
+        count = CountBits(group.Slots(), slots);
+    }
+    return count;
+}
+
+void Scan::Append(const BlockGroups& group, const SlotBits& slots)
+{
+    for (unsigned word = 0; word < group.Block().Words(); ++word) {
+        const std::uint64_t first = group.Block().firstObject + std::uint64_t{word} * 64;
+        for (std::uint64_t left = slots[word]; left != 0; left &= left - 1)
+            m_found.push_back(first + static_cast<unsigned>(std::countr_zero(left)));
+    }
+}
+
+bool Scan::NextBlock()
+{
+    if (m_groups == nullptr)
+        CollectNumbers();
+    if (!m_groups->Next())
         return false;
-    CheckLmdb(code, m_store.Path());
-    m_record = View(value);
+    if (Test(*m_groups) != 0)
+        Append(*m_groups, m_groups->Slots());
     return true;
 }
 
-bool Scan::Start(MDB_val& key)
+bool Scan::NextBlocksBackwards()
 {
-    if (m_low.size == 0)
-        return Step(key, m_backwards ? MDB_LAST : MDB_FIRST);
-    if (!m_backwards) {
-        key = m_low.Key();
-        return Step(key, MDB_SET_RANGE);
+    if (m_last < m_first)
+        return false;
+    const std::uint64_t lastBlock = m_snapshot.BlockOf(m_last);
+    const std::uint64_t firstBlock = lastBlock - std::min(m_window - 1, lastBlock);
+    const std::uint64_t first = std::max(m_first, firstBlock * m_snapshot.SlotsOfBlock());
+    AllObjects window(m_snapshot, first, m_last);
+    while (window.Next()) {
+        if (Test(window) != 0)
+            Append(window, window.Slots());
     }
-    if (m_high.size == 0)
-        return Step(key, MDB_LAST);
-    key = m_high.Key();
-    // No entry equals an edge: the one before it is the last inside.
-    return Step(key, MDB_SET_RANGE) ? Step(key, MDB_PREV) : Step(key, MDB_LAST);
+    std::reverse(m_found.begin(), m_found.end());
+    m_last = first - 1;
+    m_window = std::min(m_window * 2, kMostWindow);
+    return true;
 }
 
-/// Looks up where a forward scan ends. Entries lie still in the map while the transaction lasts.
-void Scan::FindEnd()
+/// Looks at more objects each time: few are enough for an answer with a limit.
+bool Scan::NextInOrder(std::size_t most)
 {
-    const Store::Cursor cursor = m_store.OpenCursor(mdb_cursor_dbi(m_cursor.get()));
-    MDB_val key = m_high.Key();
-    const int code = mdb_cursor_get(cursor.get(), &key, nullptr, MDB_SET_RANGE);
-    m_end = code == MDB_NOTFOUND ? &m_high : key.mv_data;
-    if (code != MDB_NOTFOUND)
-        CheckLmdb(code, m_store.Path());
-}
-
-int Scan::CompareKeys(std::string_view a, std::string_view b) const
-{
-    return m_attribute ? CompareEntries(*m_attribute, a, b) : CompareObjectIds(a.data(), b.data());
-}
-
-bool Scan::Inside(const MDB_val& key)
-{
-    EdgeEntry& edge = m_backwards ? m_low : m_high;
-    if (edge.size == 0)
+    m_candidates.clear();
+    const std::size_t enough = std::min(most, kMostTogether);
+    bool more = true;
+    while (m_candidates.size() < enough && (more = m_walk->Next(m_candidates))) {
+    }
+    if (m_candidates.empty())
+        return more;
+    if (!m_filter) {
+        m_looked += m_candidates.size();
+        m_found.swap(m_candidates);
         return true;
-    if (m_steps > kFewSteps && !m_backwards) {
-        if (m_end == nullptr)
-            FindEnd();
-        return key.mv_data != m_end;
     }
-    const int order = CompareKeys(View(key), {edge.bytes, edge.size});
-    return m_backwards ? order > 0 : order < 0;
-}
-
-bool Scan::NextEntry()
-{
-    MDB_val key{};
-    const bool found = m_steps != 0 ? Step(key, m_backwards ? MDB_PREV : MDB_NEXT) : Start(key);
-    m_steps += m_steps <= kFewSteps ? 1 : 0;
-    if (!found)
-        return false;
-    m_entry = View(key);
-    if (m_entry.size() < kObjectIdBytes)
-        throw Failure(Exit::Damaged, m_store.Path() + ": is damaged: an entry without an object");
-    if (!Inside(key))
-        return false;
-    m_id = m_entry.data() + m_entry.size() - kObjectIdBytes;
+    const std::vector<std::uint64_t> inOrder = m_candidates;
+    SortNumbers(m_candidates);
+    NumberedObjects groups(m_snapshot, m_candidates);
+    while (groups.Next()) {
+        if (Test(groups) != 0)
+            Append(groups, groups.Slots());
+    }
+    std::vector<std::uint64_t> passed;
+    passed.swap(m_found);
+    for (const std::uint64_t number : inOrder) {
+        if (std::binary_search(passed.begin(), passed.end(), number))
+            m_found.push_back(number);
+    }
     return true;
 }
 
-/// Collects the numbers of all objects first.
-bool Scan::NextNumber()
+bool Scan::NextFound(std::size_t most)
 {
-    if (m_steps == 0) {
-        m_numbers.reserve(32);
-        while (NextEntry())
-            m_numbers.push_back(ObjectNumber(m_id));
-        SortNumbers(m_numbers);
+    if (m_order == ScanOrder::Backwards && !m_walk)
+        return NextBlocksBackwards();
+    return m_walk && m_order != ScanOrder::Numbers ? NextInOrder(most) : NextBlock();
+}
+
+std::span<const std::uint64_t> Scan::Next(std::size_t most)
+{
+    if (m_taken == m_found.size()) {
+        m_found.clear();
+        m_taken = 0;
+        // The few that are asked for first may not meet the condition.
+        for (std::size_t look = most; m_found.empty() && NextFound(look);)
+            look = std::min(look, kMostTogether) * 2;
     }
-    if (m_nextNumber == m_numbers.size())
-        return false;
-    PutObjectId(m_numberId, m_numbers[m_nextNumber++]);
-    m_id = m_numberId;
-    FindRecord();
-    if (m_nextNumber != m_numbers.size())
-        m_store.Fetch(m_numbers[m_nextNumber]);
-    return true;
+    const std::size_t count = std::min(most, m_found.size() - m_taken);
+    const std::span<const std::uint64_t> next(m_found.data() + m_taken, count);
+    m_taken += count;
+    return next;
 }
 
-bool Scan::Next()
+std::uint64_t Scan::Count(std::uint64_t most)
 {
-    return m_byNumber ? NextNumber() : NextEntry();
-}
-
-std::string_view Scan::IndexedForm() const
-{
-    const std::string_view form = m_attribute ? EntryView(m_entry).form : std::string_view();
-    return LooksCut(form) ? std::string_view() : form;
-}
-
-std::string_view Scan::Record()
-{
-    if (m_attribute && !m_byNumber)
-        FindRecord();
-    return m_record;
-}
-
-void Scan::FindRecord()
-{
-    if (!m_store.Find(m_id, m_record))
-        throw Failure(Exit::Damaged, m_store.Path() + ": is damaged: an index names object " +
-                                         std::to_string(ObjectNumber(m_id)) +
-                                         ", which does not exist");
+    std::uint64_t count = m_found.size() - m_taken;
+    m_taken = m_found.size();
+    if (m_walk && !m_filter) {
+        count += m_walk->Count(most - std::min(count, most));
+        return std::min(count, most);
+    }
+    if (m_groups == nullptr && m_walk)
+        CollectNumbers();
+    if (m_groups == nullptr)
+        m_groups = std::make_unique<AllObjects>(m_snapshot, m_first, m_last);
+    while (count < most && m_groups->Next())
+        count += Test(*m_groups);
+    return std::min(count, most);
 }
 
 } // namespace ko::store

@@ -1,95 +1,58 @@
 #ifndef KO_STORE_QUERY_SCAN_H
 #define KO_STORE_QUERY_SCAN_H
 
-#include "file/store.h"
+#include "query/block_groups.h"
+#include "query/range_walk.h"
 
+#include <cstdint>
+#include <memory>
 #include <optional>
-#include <string>
+#include <span>
 #include <vector>
 
 namespace ko::store
 {
 
-/// The part of an index that a condition leaves: all entries from one edge to another. The objects
-/// by their ids are an index too, that of kObjectIdIndex.
-struct IndexRange {
-    /// Before or after all entries with that form. The empty form is the null value's.
-    struct Edge {
-        std::string form;
-        bool behind = false;
-        std::string shown = {}; ///< for people, where nobody would write the form so
-    };
-
-    std::size_t attribute = 0;
-    Edge low;
-    std::optional<Edge> high; ///< absent: the end of the index
-    bool exact = false;       ///< the entries in it are the answer, nothing is left to test
-
-    /// The whole index, null values included.
-    static IndexRange All(std::size_t attribute);
-    /// No entry at all.
-    static IndexRange None(std::size_t attribute);
-    bool IsNone() const
-    {
-        return low.form.empty() && high && high->form.empty() && high->behind == low.behind;
-    }
-};
-
-enum class ScanOrder {
-    Forwards,  ///< the order of the index
-    Backwards, ///< its reverse
-    Numbers    ///< that in which the objects lie: they are read in the least time
-};
-
-/// Walks the objects of a store: all of them, or those of an index range.
+/// Finds objects: all of a store or those of an index range, and of these the ones that meet a
+/// condition.
 class Scan
 {
 public:
-    /// A null range: all objects.
-    Scan(Store& store, const IndexRange* range, ScanOrder order);
+    /// A null range: all objects, in the order of their numbers. A null test: they all meet it.
+    /// What is handed over outlives the scan.
+    Scan(Snapshot& snapshot, const IndexRange* range, ScanOrder order, const Condition* test);
 
-    /// Moves to the next object; false at the end. This and Record throw Failure (Exit::Damaged)
-    /// for an entry whose object does not exist.
-    bool Next();
-    const char* Id() const { return m_id; }
-    /// The object's record.
-    std::string_view Record();
-    /// The form that the index has of the object's value; empty where it has none or a cut one.
-    std::string_view IndexedForm() const;
+    /// The numbers of the next objects in the order of the scan, at least one and at most `most`;
+    /// none at the end. Valid until the next call. This and Count throw Failure (Exit::Damaged),
+    /// for an entry whose object does not exist as well.
+    std::span<const std::uint64_t> Next(std::size_t most);
+    /// How many are left, but at most `most`. Entries are enough for it where nothing is tested.
+    std::uint64_t Count(std::uint64_t most);
+    /// The objects that the scan has looked at.
+    std::uint64_t Looked() const { return m_looked; }
 
 private:
-    /// The entry that lies at an edge of the range.
-    struct EdgeEntry {
-        std::size_t size = 0; ///< 0: the end of the index
-        char bytes[kMaxEntry];
+    void StartOfIds(const IndexRange* range);
+    void CollectNumbers();
+    bool NextFound(std::size_t most);
+    bool NextBlock();
+    bool NextBlocksBackwards();
+    bool NextInOrder(std::size_t most);
+    void Append(const BlockGroups& group, const SlotBits& slots);
+    std::uint64_t Test(BlockGroups& group);
 
-        MDB_val Key() { return {size, bytes}; }
-    };
-
-    bool NextEntry();
-    bool NextNumber();
-    void FindRecord();
-    bool Start(MDB_val& key);
-    bool Step(MDB_val& key, MDB_cursor_op op);
-    bool Inside(const MDB_val& key);
-    int CompareKeys(std::string_view a, std::string_view b) const;
-    void FindEnd();
-
-    Store& m_store;
-    std::optional<std::size_t> m_attribute; ///< of the index; none for the objects themselves
-    bool m_backwards;
-    bool m_byNumber;
-    Store::Cursor m_cursor;
-    EdgeEntry m_low;
-    EdgeEntry m_high;
-    unsigned m_steps = 0;
-    const void* m_end = nullptr; ///< the first entry after the range, once FindEnd has looked
-    const char* m_id = nullptr;
-    std::string_view m_entry;
-    std::string_view m_record;
-    std::vector<std::uint64_t> m_numbers; ///< of all objects of the range, in order
-    std::size_t m_nextNumber = 0;
-    char m_numberId[kObjectIdBytes];
+    Snapshot& m_snapshot;
+    ScanOrder m_order;
+    std::optional<BlockFilter> m_filter;
+    std::optional<RangeWalk> m_walk;       ///< of an index
+    std::unique_ptr<BlockGroups> m_groups; ///< once it is known which objects to look at
+    std::vector<std::uint64_t> m_candidates;
+    std::uint64_t m_first = 1; ///< of a range of ids, what is left of it
+    std::uint64_t m_last = kMaxObjectNumber;
+    std::uint64_t m_window = 1; ///< blocks that are looked at before their objects are turned round
+    std::uint64_t m_looked = 0;
+    std::vector<std::uint64_t> m_found;
+    std::size_t m_taken = 0; ///< of these
 };
 
 } // namespace ko::store

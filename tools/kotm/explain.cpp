@@ -1,14 +1,14 @@
 #include "explain.h"
 
-#include "base/failure.h"
 #include "base/visible.h"
+#include "object/object_store.h"
 #include "output.h"
 #include "query/operators.h"
 #include "query/planner.h"
+#include "query/scan.h"
 
 #include <nlohmann/json.hpp>
 
-#include <array>
 #include <cstdio>
 #include <ostream>
 
@@ -32,28 +32,29 @@ std::string Percent(double share)
 class Explainer
 {
 public:
-    Explainer(Store& store, const std::string& predicate)
-        : m_store(store), m_schema(store.GetSchema()), m_predicate(predicate),
+    Explainer(Snapshot& snapshot, const std::string& predicate)
+        : m_snapshot(snapshot), m_schema(snapshot.GetSchema()), m_predicate(predicate),
           m_condition(Condition::Make(ParsePredicate(predicate), predicate, m_schema)),
-          m_plan(MakePlan(store, m_condition, false))
+          m_plan(MakePlan(snapshot, m_condition, false))
     {
         Count();
     }
 
     void WriteTable(std::ostream& out)
     {
-        const auto writer = RowWriter::Make(
-            RowWriter::Kind::Table,
-            {"predicate", "index", "lowest", "highest", "from", "to", "estimated", "true"}, out);
+        const std::vector<RowWriter::Column> columns = {{"predicate"}, {"index"}, {"lowest"},
+                                                        {"highest"},   {"from"},  {"to"},
+                                                        {"estimated"}, {"true"}};
+        const auto writer = RowWriter::Make(RowWriter::Kind::Table, columns, out);
         for (std::size_t i = 0; i < m_plan.terms.size(); ++i) {
             const PlanTerm& term = m_plan.terms[i];
             const bool indexed = m_schema.IsIndexed(term.condition->attribute);
-            writer->Row(
-                Cells({Text(term), indexed ? "yes" : "no", Lowest(term), Highest(term), From(term),
-                       To(term), Percent(term.share), Percent(Share(m_met[i]))}));
+            writer->TextRow(columns,
+                            {Text(term), indexed ? "yes" : "no", Lowest(term), Highest(term),
+                             From(term), To(term), Percent(term.share), Percent(Share(m_met[i]))});
         }
-        writer->Row(Cells(
-            {m_predicate, "", "", "", "", "", Percent(m_plan.share), Percent(Share(m_found))}));
+        writer->TextRow(columns, {m_predicate, "", "", "", "", "", Percent(m_plan.share),
+                                  Percent(Share(m_found))});
         writer->Finish();
         if (m_plan.range)
             out << "\nplan: index on " << Visible(m_schema.Name(m_plan.range->attribute))
@@ -100,28 +101,25 @@ private:
     /// Runs the plan, and tests every comparison on every object.
     void Count()
     {
-        RecordReader record(m_schema);
-        m_condition.Need(record);
-        const auto read = [&](Scan& scan) {
-            if (!record.Read(scan.Record()))
-                throw Failure(Exit::Damaged, m_store.Path() + ": is damaged: an unsound record");
-            record.SetId(scan.Id());
-        };
-        Scan planned(m_store, m_plan.range ? &*m_plan.range : nullptr, ScanOrder::Numbers);
-        while (planned.Next()) {
-            read(planned);
-            ++m_read;
-            m_found += m_condition.Evaluate(record) == Truth::True ? 1 : 0;
-        }
+        Scan planned(m_snapshot, m_plan.range ? &*m_plan.range : nullptr, ScanOrder::Numbers,
+                     &m_condition);
+        m_found = planned.Count(UINT64_MAX);
+        m_read = planned.Looked();
         m_met.resize(m_plan.terms.size());
-        Scan all(m_store, nullptr, ScanOrder::Forwards);
+        std::vector<std::unique_ptr<BlockFilter>> filters;
+        for (const PlanTerm& term : m_plan.terms)
+            filters.push_back(std::make_unique<BlockFilter>(*term.condition, m_snapshot));
+        AllObjects all(m_snapshot, 1, kMaxObjectNumber);
+        TruthBits truths;
         while (all.Next()) {
-            read(all);
-            ++m_objects;
+            const unsigned slots = all.Block().view->Slots();
+            m_objects += CountBits(all.Slots(), slots);
             for (std::size_t i = 0; i < m_met.size(); ++i) {
-                const PlanTerm& term = m_plan.terms[i];
-                const Truth wanted = term.negated ? Truth::False : Truth::True;
-                m_met[i] += term.condition->Evaluate(record) == wanted ? 1 : 0;
+                filters[i]->Test(all.Block(), all.Slots(), truths);
+                const std::uint64_t met = CountBits(truths.met, slots);
+                const std::uint64_t rest =
+                    CountBits(all.Slots(), slots) - met - CountBits(truths.unknown, slots);
+                m_met[i] += m_plan.terms[i].negated ? rest : met;
             }
         }
     }
@@ -187,16 +185,7 @@ private:
                                          : range.high->shown;
     }
 
-    static std::vector<Cell> Cells(const std::array<std::string, 8>& texts)
-    {
-        std::vector<Cell> cells;
-        cells.reserve(texts.size());
-        for (const std::string& text : texts)
-            cells.push_back({text, false, false});
-        return cells;
-    }
-
-    Store& m_store;
+    Snapshot& m_snapshot;
     const Schema& m_schema;
     const std::string& m_predicate;
     const Condition m_condition;
@@ -211,8 +200,8 @@ private:
 
 void Explain(const ExplainRequest& request, std::ostream& out)
 {
-    const std::unique_ptr<Store> store = Store::Open(request.store);
-    Explainer explainer(*store, request.predicate);
+    const std::unique_ptr<Snapshot> snapshot = ObjectStore::Open(request.store, Mode::Read)->Read();
+    Explainer explainer(*snapshot, request.predicate);
     if (request.json)
         explainer.WriteJson(out);
     else

@@ -24,26 +24,33 @@ constexpr std::size_t kMeasuredRows = 1000;
 class TableWriter : public RowWriter
 {
 public:
-    TableWriter(const std::vector<std::string>& columns, std::ostream& out) : m_out(out)
+    TableWriter(const std::vector<Column>& columns, std::ostream& out) : RowWriter(out)
     {
         AppendUtf8(m_null, KoTypeMgr::GetNullPrintString());
         std::vector<std::string> header;
-        for (const std::string& column : columns) {
-            header.push_back(Visible(column));
+        for (const Column& column : columns) {
+            header.push_back(Visible(column.name));
             m_widths.push_back(CountCharacters(header.back()));
+            m_numbers.push_back(column.number);
         }
         m_held.push_back(std::move(header));
         m_right.assign(columns.size(), true);
     }
 
-    void Row(const std::vector<Cell>& cells) override
+    void Show(const Column&, std::string_view text, std::string& shown) const override
+    {
+        shown += Visible(text);
+    }
+
+    void Row(std::span<const std::string_view> shown) override
     {
         std::vector<std::string> row;
-        for (std::size_t i = 0; i < cells.size(); ++i) {
-            row.push_back(cells[i].null ? m_null : Visible(cells[i].text));
+        for (std::size_t i = 0; i < shown.size(); ++i) {
+            const bool null = shown[i].data() == nullptr;
+            row.push_back(null ? m_null : std::string(shown[i]));
             if (m_holding) {
                 m_widths[i] = std::max(m_widths[i], CountCharacters(row[i]));
-                m_right[i] = m_right[i] && (cells[i].null || cells[i].number);
+                m_right[i] = m_right[i] && (null || m_numbers[i]);
             }
         }
         if (!m_holding) {
@@ -55,19 +62,23 @@ public:
             Release();
     }
 
-    void Finish() override { Release(); }
+    void Finish() override
+    {
+        Release();
+        Flush();
+    }
 
 private:
     void Write(const std::vector<std::string>& row)
     {
-        std::string line;
+        std::string& line = Rows();
         for (std::size_t i = 0; i < row.size(); ++i) {
             const std::size_t width = CountCharacters(row[i]);
             const std::string pad(m_widths[i] - std::min(width, m_widths[i]), ' ');
             line += i == 0 ? "" : "  ";
             line += m_right[i] ? pad + row[i] : row[i] + (i + 1 < row.size() ? pad : "");
         }
-        m_out << line << '\n';
+        line += '\n';
     }
 
     void Release()
@@ -85,10 +96,10 @@ private:
         m_held.clear();
     }
 
-    std::ostream& m_out;
     std::string m_null;
     std::vector<std::vector<std::string>> m_held;
     std::vector<std::size_t> m_widths;
+    std::vector<bool> m_numbers;
     std::vector<bool> m_right;
     bool m_holding = true;
 };
@@ -96,95 +107,116 @@ private:
 class CsvWriter : public RowWriter
 {
 public:
-    CsvWriter(const std::vector<std::string>& columns, bool toTerminal, std::ostream& out)
-        : m_toTerminal(toTerminal), m_out(out)
+    CsvWriter(const std::vector<Column>& columns, bool toTerminal, std::ostream& out)
+        : RowWriter(out), m_toTerminal(toTerminal)
     {
-        std::vector<Cell> header;
-        header.reserve(columns.size());
-        for (const std::string& column : columns)
-            header.push_back({column, false, false});
-        Row(header);
+        std::vector<std::string> names;
+        for (const Column& column : columns)
+            names.push_back(column.name);
+        TextRow(columns, names);
     }
 
-    void Row(const std::vector<Cell>& cells) override
+    void Show(const Column&, std::string_view text, std::string& shown) const override
     {
-        std::string line;
-        for (const Cell& cell : cells) {
-            if (&cell != &cells.front())
-                line.push_back(',');
-            AppendField(line, cell);
+        // An empty text is quoted to differ from null.
+        if (!text.empty() && text.find_first_of(",\"\r\n") == std::string_view::npos) {
+            shown += m_toTerminal ? Visible(text) : text;
+            return;
         }
-        m_out << (m_toTerminal ? Visible(line) : line) << '\n';
+        std::string quoted = "\"";
+        for (const char c : text)
+            quoted.append(c == '"' ? 2 : 1, c);
+        quoted.push_back('"');
+        shown += m_toTerminal ? Visible(quoted) : quoted;
     }
 
-    void Finish() override {}
+    void Row(std::span<const std::string_view> shown) override
+    {
+        std::string& line = Rows();
+        for (const std::string_view field : shown) {
+            line += field;
+            line += ',';
+        }
+        line.back() = '\n';
+    }
+
+    void Finish() override { Flush(); }
 
 private:
-    static void AppendField(std::string& line, const Cell& cell)
-    {
-        if (cell.null)
-            return;
-        // An empty text is quoted to differ from null.
-        if (!cell.text.empty() && cell.text.find_first_of(",\"\r\n") == std::string::npos) {
-            line += cell.text;
-            return;
-        }
-        line.push_back('"');
-        for (const char c : cell.text)
-            line.append(c == '"' ? 2 : 1, c);
-        line.push_back('"');
-    }
-
     bool m_toTerminal;
-    std::ostream& m_out;
 };
 
 class JsonWriter : public RowWriter
 {
 public:
-    JsonWriter(const std::vector<std::string>& columns, std::ostream& out) : m_out(out)
+    JsonWriter(const std::vector<Column>& columns, std::ostream& out) : RowWriter(out)
     {
-        for (const std::string& column : columns)
-            m_names.push_back(Quoted(column));
-        m_out << '[';
-    }
-
-    void Row(const std::vector<Cell>& cells) override
-    {
-        std::string object = m_first ? "\n  {" : ",\n  {";
-        m_first = false;
-        for (std::size_t i = 0; i < cells.size(); ++i) {
-            object += (i == 0 ? "" : ", ") + m_names[i] + ": ";
-            const Cell& cell = cells[i];
-            object += cell.null                            ? "null"
-                      : cell.number && IsNumber(cell.text) ? cell.text
-                                                           : Quoted(cell.text);
+        for (const Column& column : columns) {
+            std::string name = m_names.empty() ? "{" : ", ";
+            AppendQuoted(name, column.name);
+            m_names.push_back(name + ": ");
         }
-        m_out << object << '}';
+        Rows() += '[';
     }
 
-    void Finish() override { m_out << (m_first ? "]\n" : "\n]\n"); }
+    void Show(const Column& column, std::string_view text, std::string& shown) const override
+    {
+        if (column.number && IsNumber(text))
+            shown += text;
+        else
+            AppendQuoted(shown, text);
+    }
+
+    void Row(std::span<const std::string_view> shown) override
+    {
+        std::string& object = Rows();
+        object += m_first ? "\n  " : ",\n  ";
+        m_first = false;
+        for (std::size_t i = 0; i < shown.size(); ++i) {
+            object += m_names[i];
+            object += shown[i].data() == nullptr ? std::string_view("null") : shown[i];
+        }
+        object += '}';
+    }
+
+    void Finish() override
+    {
+        Rows() += m_first ? "]\n" : "\n]\n";
+        Flush();
+    }
 
 private:
-    static std::string Quoted(const std::string& text)
+    static void AppendQuoted(std::string& json, std::string_view text)
     {
-        return VisibleJson(nlohmann::json(text).dump());
+        const auto isPlain = [](char c) { return c >= ' ' && c < 0x7F && c != '"' && c != '\\'; };
+        if (!std::all_of(text.begin(), text.end(), isPlain)) {
+            json += VisibleJson(nlohmann::json(text).dump());
+            return;
+        }
+        json += '"';
+        json += text;
+        json += '"';
     }
 
-    static bool IsNumber(const std::string& text)
+    static bool IsNumber(std::string_view text)
     {
-        return !text.empty() && (text[0] == '-' || (text[0] >= '0' && text[0] <= '9')) &&
-               nlohmann::json::accept(text);
+        if (text.empty() || (text[0] != '-' && (text[0] < '0' || text[0] > '9')))
+            return false;
+        const std::string_view digits = text.substr(text[0] == '-' ? 1 : 0);
+        constexpr std::size_t kSurelyHeld = 18;
+        const bool isInteger = !digits.empty() && digits.size() <= kSurelyHeld &&
+                               (digits[0] != '0' || digits.size() == 1) &&
+                               digits.find_first_not_of("0123456789") == std::string_view::npos;
+        return isInteger || nlohmann::json::accept(text);
     }
 
-    std::ostream& m_out;
-    std::vector<std::string> m_names;
+    std::vector<std::string> m_names; ///< with what stands around them
     bool m_first = true;
 };
 
 } // namespace
 
-std::unique_ptr<RowWriter> RowWriter::Make(Kind kind, const std::vector<std::string>& columns,
+std::unique_ptr<RowWriter> RowWriter::Make(Kind kind, const std::vector<Column>& columns,
                                            std::ostream& out, bool toTerminal)
 {
     switch (kind) {
@@ -196,6 +228,20 @@ std::unique_ptr<RowWriter> RowWriter::Make(Kind kind, const std::vector<std::str
         break;
     }
     return std::make_unique<TableWriter>(columns, out);
+}
+
+void RowWriter::Flush()
+{
+    m_out.write(m_rows.data(), static_cast<std::streamsize>(m_rows.size()));
+    m_rows.clear();
+}
+
+void RowWriter::TextRow(const std::vector<Column>& columns, const std::vector<std::string>& texts)
+{
+    std::vector<std::string> shown(texts.size());
+    for (std::size_t i = 0; i < texts.size(); ++i)
+        Show(columns[i], texts[i], shown[i]);
+    Row(std::vector<std::string_view>(shown.begin(), shown.end()));
 }
 
 } // namespace kotm

@@ -1,0 +1,58 @@
+#include "query/block_groups.h"
+
+#include "query/range_walk.h"
+
+#include <algorithm>
+
+namespace ko::store
+{
+
+AllObjects::AllObjects(Snapshot& snapshot, std::uint64_t first, std::uint64_t last)
+    : m_first(first), m_last(last)
+{
+    if (first <= last)
+        m_walk = snapshot.Blocks(snapshot.BlockOf(first), snapshot.BlockOf(last));
+}
+
+bool AllObjects::Next()
+{
+    if (m_walk == nullptr || !m_walk->Next())
+        return false;
+    m_block = {&m_walk->Block(), m_walk->FirstObject()};
+    m_block.view->Objects(m_slots);
+    const unsigned words = m_block.Words();
+    if (m_first > m_block.firstObject) {
+        const auto begin = static_cast<unsigned>(
+            std::min<std::uint64_t>(m_first - m_block.firstObject, kMostSlots));
+        for (unsigned word = 0; word < words; ++word)
+            m_slots[word] &= ~SlotMask(word, begin);
+    }
+    if (m_last - m_block.firstObject < kMostSlots) {
+        const auto end = static_cast<unsigned>(m_last - m_block.firstObject) + 1;
+        for (unsigned word = 0; word < words; ++word)
+            m_slots[word] &= SlotMask(word, end);
+    }
+    return true;
+}
+
+bool NumberedObjects::Next()
+{
+    if (m_numbers.empty())
+        return false;
+    const std::uint64_t block = m_snapshot.BlockOf(m_numbers.front());
+    m_block = {m_snapshot.Block(block), block * m_snapshot.SlotsOfBlock()};
+    if (m_block.view == nullptr)
+        FailNoObject(m_snapshot, m_numbers.front());
+    std::fill_n(m_slots.begin(), m_block.Words(), 0);
+    std::size_t taken = 0;
+    for (; taken < m_numbers.size() && m_snapshot.BlockOf(m_numbers[taken]) == block; ++taken) {
+        const unsigned slot = m_snapshot.SlotOf(m_numbers[taken]);
+        if (!m_block.view->Has(slot))
+            FailNoObject(m_snapshot, m_numbers[taken]);
+        SetBit(m_slots, slot);
+    }
+    m_numbers = m_numbers.subspan(taken);
+    return true;
+}
+
+} // namespace ko::store

@@ -1,0 +1,63 @@
+#ifndef KO_STORE_QUERY_BLOCK_GROUPS_H
+#define KO_STORE_QUERY_BLOCK_GROUPS_H
+
+#include "query/block_filter.h"
+
+#include <cstdint>
+#include <memory>
+#include <span>
+
+namespace ko::store
+{
+
+/// Objects to look at, block by block in ascending order.
+class BlockGroups
+{
+public:
+    virtual ~BlockGroups() = default;
+    /// Moves to the next block with any of them; false behind the last one.
+    virtual bool Next() = 0;
+
+    /// These hold until Next, and until another block is asked for.
+    const BlockAt& Block() const { return m_block; }
+    /// The slots of the objects, which the caller may change.
+    SlotBits& Slots() { return m_slots; }
+
+protected:
+    BlockAt m_block;
+    SlotBits m_slots;
+};
+
+/// All objects with numbers from `first` to `last`.
+class AllObjects : public BlockGroups
+{
+public:
+    AllObjects(Snapshot& snapshot, std::uint64_t first, std::uint64_t last);
+    bool Next() override;
+
+private:
+    std::uint64_t m_first;
+    std::uint64_t m_last;
+    std::unique_ptr<BlockWalk> m_walk;
+};
+
+/// Objects of which an index told the numbers, in ascending order, each once.
+class NumberedObjects : public BlockGroups
+{
+public:
+    /// The numbers stay where they are.
+    NumberedObjects(Snapshot& snapshot, std::span<const std::uint64_t> numbers)
+        : m_snapshot(snapshot), m_numbers(numbers)
+    {
+    }
+    /// Throws Failure (Exit::Damaged) for an object that does not exist.
+    bool Next() override;
+
+private:
+    Snapshot& m_snapshot;
+    std::span<const std::uint64_t> m_numbers; ///< those that are left
+};
+
+} // namespace ko::store
+
+#endif

@@ -1,0 +1,143 @@
+#include "query/range_walk.h"
+
+#include "base/failure.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace ko::store
+{
+
+void FailNoObject(const Snapshot& snapshot, std::uint64_t number)
+{
+    throw Failure(Exit::Damaged, snapshot.Name() + ": is damaged: an index names object " +
+                                     std::to_string(number) + ", which does not exist");
+}
+
+RangeWalk::RangeWalk(Snapshot& snapshot, const IndexRange& range, ScanOrder order)
+    : m_snapshot(snapshot), m_range(range), m_order(order),
+      m_type(snapshot.GetSchema().TypeId(range.attribute))
+{
+    snapshot.NeedIndexes();
+    ValueKeys keys(range.attribute, snapshot.GetSchema().attributes[range.attribute].type);
+    m_walk = snapshot.Entries(KeysOf(keys), order == ScanOrder::Backwards ? Direction::Backwards
+                                                                          : Direction::Forwards);
+}
+
+Range RangeWalk::KeysOf(ValueKeys& keys)
+{
+    const std::size_t attribute = m_range.attribute;
+    const bool hasNull = m_snapshot.GetSchema().attributes[attribute].type.HasNull();
+    const auto end = [&](const IndexRange::Edge& edge, bool behindAlikes, std::string& cut) {
+        // Null values come first, and some types have none.
+        if (edge.form.empty() && (!edge.behind || !hasNull))
+            return BeforeAttribute(attribute);
+        const std::string_view key = keys.Of(edge.form);
+        if (!ValueKeys::MayBeCut(key))
+            return edge.behind ? BehindValue(key) : BeforeValue(key);
+        cut = key;
+        return behindAlikes ? BehindValue(key) : BeforeValue(key);
+    };
+    Range range{end(m_range.low, false, m_cutLow), BehindAttribute(attribute)};
+    if (m_range.high)
+        range.high = end(*m_range.high, true, m_cutHigh);
+    return range;
+}
+
+bool RangeWalk::Advance()
+{
+    return std::exchange(m_isAhead, false) || m_walk->Next();
+}
+
+bool RangeWalk::IsAtCutEdge() const
+{
+    const std::string_view key = m_walk->Key().valueKey;
+    return m_walk->Key().MayBeCut() && (key == m_cutLow || key == m_cutHigh);
+}
+
+bool RangeWalk::IsInside(std::string_view form) const
+{
+    int status = 0;
+    const auto order = [&](const IndexRange::Edge& edge) {
+        return ComparePersistent(m_type, form, edge.form, kPlainOperator, status);
+    };
+    if (!m_cutLow.empty() && order(m_range.low) < (m_range.low.behind ? 1 : 0))
+        return false;
+    return m_cutHigh.empty() || order(*m_range.high) < (m_range.high->behind ? 1 : 0);
+}
+
+std::string_view RangeWalk::FormOf(std::uint64_t number)
+{
+    const auto form = m_snapshot.Value(number, m_range.attribute, m_room);
+    if (!form)
+        FailNoObject(m_snapshot, number);
+    return *form;
+}
+
+bool RangeWalk::Next(std::vector<std::uint64_t>& numbers)
+{
+    if (!Advance())
+        return false;
+    const EntryKey& key = m_walk->Key();
+    if (key.MayBeCut() && (m_order != ScanOrder::Numbers || IsAtCutEdge())) {
+        TakeAlikes(numbers);
+        return true;
+    }
+    const NumberRow& row = m_walk->Numbers();
+    const std::size_t size = numbers.size();
+    numbers.insert(numbers.end(), row.begin(), row.end());
+    if (m_order == ScanOrder::Backwards)
+        std::reverse(numbers.begin() + static_cast<std::ptrdiff_t>(size), numbers.end());
+    return true;
+}
+
+/// Takes all rows that have the key of the one that the walk is at.
+void RangeWalk::TakeAlikes(std::vector<std::uint64_t>& numbers)
+{
+    const std::string key(m_walk->Key().valueKey);
+    const bool atEdge = IsAtCutEdge();
+    m_row.clear();
+    do {
+        m_row.insert(m_row.end(), m_walk->Numbers().begin(), m_walk->Numbers().end());
+        m_isAhead = m_walk->Next();
+    } while (m_isAhead && m_walk->Key().valueKey == key);
+    std::sort(m_row.begin(), m_row.end()); // as the objects lie
+
+    std::vector<std::pair<std::string, std::uint64_t>> found;
+    for (const std::uint64_t number : m_row) {
+        const std::string_view form = FormOf(number);
+        if (form.empty() || (atEdge && !IsInside(form)))
+            continue;
+        if (m_order == ScanOrder::Numbers)
+            numbers.push_back(number);
+        else
+            found.emplace_back(form, number);
+    }
+    const bool backwards = m_order == ScanOrder::Backwards;
+    std::stable_sort(found.begin(), found.end(), [&](const auto& a, const auto& b) {
+        int status = 0;
+        const int order = ComparePersistent(m_type, a.first, b.first, kPlainOperator, status);
+        return order < 0 || (order == 0 && a.second < b.second);
+    });
+    if (backwards)
+        std::reverse(found.begin(), found.end());
+    for (const auto& [form, number] : found)
+        numbers.push_back(number);
+}
+
+std::uint64_t RangeWalk::Count(std::uint64_t most)
+{
+    std::uint64_t count = 0;
+    while (count < most && Advance()) {
+        if (!IsAtCutEdge()) {
+            count += m_walk->Numbers().count;
+            continue;
+        }
+        std::vector<std::uint64_t> numbers;
+        TakeAlikes(numbers);
+        count += numbers.size();
+    }
+    return count;
+}
+
+} // namespace ko::store
