@@ -134,22 +134,28 @@ Failure NoOrder(const std::string& typeName, unsigned short word)
 
 void ListTypes(bool json, std::ostream& out)
 {
-    const std::vector<std::string> columns = {"id",           "idName",           "name",
-                                              "memoryLength", "persistentLength", "fixed",
-                                              "printFormat",  "capabilities"};
+    // A column of a table that holds a word as well stands to the left.
+    const std::vector<RowWriter::Column> columns = {
+        {"id", true},
+        {"idName"},
+        {"name"},
+        {"memoryLength", true},
+        {"persistentLength", json},
+        {"fixed", true},
+        {"printFormat"},
+        {"capabilities"},
+    };
     const auto writer =
         RowWriter::Make(json ? RowWriter::Kind::Json : RowWriter::Kind::Table, columns, out);
     const KoTypeMgr& manager = Manager();
     // Ids of 100 and more all name the reserved type, which has an id of its own below them.
     for (o_char id = 0; id < 100 && manager.IsValidType(id) != 0; ++id) {
-        const auto number = [](unsigned value) { return Cell{std::to_string(value), false, true}; };
-        const auto text = [](const char* value) { return Cell{value, false, false}; };
         const bool fixed = manager.IsFixed(id) != 0;
-        const Cell length = fixed ? number(PersistentLength(id)) : text("varies");
-        writer->Row({number(static_cast<unsigned>(id)), text(manager.TypeIdNameGet(id)),
-                     text(manager.NameGet(id)), number(manager.MemLenGet(id, 1)), length,
-                     number(fixed ? 1 : 0), text(Manager().ExchangeFormat(id, nullptr)),
-                     text(Capabilities(id).c_str())});
+        writer->TextRow(columns,
+                        {std::to_string(id), manager.TypeIdNameGet(id), manager.NameGet(id),
+                         std::to_string(manager.MemLenGet(id, 1)),
+                         fixed ? std::to_string(PersistentLength(id)) : "varies", fixed ? "1" : "0",
+                         Manager().ExchangeFormat(id, nullptr), Capabilities(id)});
     }
     writer->Finish();
 }
