@@ -1,6 +1,5 @@
 #include "base/version.h"
 
-#include <kointl.h>
 #include <kotmsdll.h>
 
 namespace ko::store
@@ -17,11 +16,6 @@ std::string LibraryVersion()
     for (int i = 0; i < 4; ++i)
         version += (i == 0 ? "" : ".") + std::to_string(number[i]);
     return version;
-}
-
-std::uint32_t TextTablesVersion()
-{
-    return KoCollationVersion() << 16 | KoCodeSetTablesVersion();
 }
 
 } // namespace ko::store

@@ -1,12 +1,18 @@
 #include "check/checker.h"
 
 #include "base/failure.h"
-#include "base/visible.h"
-#include "file/page_check.h"
-#include "file/store.h"
+#include "block/checksum.h"
+#include "check/fault_list.h"
+#include "check/index_check.h"
+#include "object/index_feed.h"
+#include "object/object_store.h"
 
 #include <algorithm>
+#include <memory>
+#include <optional>
 #include <ostream>
+#include <string_view>
+#include <vector>
 
 namespace ko::store
 {
@@ -14,188 +20,221 @@ namespace ko::store
 namespace
 {
 
-constexpr std::uint64_t kShownFaults = 100;
+constexpr std::size_t kRowsAtOnce = 64;
+
+/// Calls each(row) for every row of a space, faults or not.
+template <class Each>
+void EachRow(Reader& reader, Space space, const Each& each)
+{
+    const auto cursor = reader.Walk(space, {}, Direction::Forwards);
+    for (auto rows = cursor->Next(kRowsAtOnce); !rows.empty(); rows = cursor->Next(kRowsAtOnce)) {
+        for (const Row& row : rows)
+            each(row);
+    }
+}
 
 class Checker
 {
 public:
-    Checker(Store& store, std::ostream& out)
-        : m_store(store), m_schema(store.GetSchema()), m_out(out), m_record(m_schema)
+    Checker(Snapshot& snapshot, const std::string& scratch, std::ostream& out)
+        : m_snapshot(snapshot), m_reader(snapshot.Rows()), m_schema(snapshot.GetSchema()),
+          m_faults(out), m_feed(snapshot, IndexedAttributes(m_schema), scratch),
+          m_view(snapshot.Layout())
     {
-        for (const Attribute& attribute : m_schema.attributes)
-            m_values.emplace_back(attribute.type);
     }
 
     std::uint64_t Run()
     {
-        CheckNames();
-        std::uint64_t objects = 0;
-        Walk(m_store.Objects(), [&](std::string_view key, std::string_view value) {
-            ++objects;
-            CheckObject(key, value);
-            CheckDescent(key, value);
+        CheckDescription();
+        CheckTexts();
+        CheckObjects();
+        // Without all objects each of the others' entries would be a fault.
+        const bool sound = m_faults.Count() == 0;
+        CheckIndexes(m_reader, m_schema, sound && m_snapshot.IndexesServe() ? &m_feed : nullptr,
+                     m_faults);
+        if (!m_snapshot.IndexesServe())
+            m_faults.Try([&] { m_snapshot.NeedIndexes(); });
+        EachRow(m_reader, Space::Statistics, [&](const Row& row) {
+            m_faults.Try([&] { Unseal(Space::Statistics, row.key, row.value); });
         });
-        Expect(objects, m_store.Counts().objects, "objects", "the description");
-        for (std::size_t i = 0; i < m_schema.attributes.size(); ++i) {
-            if (!m_schema.attributes[i].index)
-                continue;
-            std::uint64_t entries = 0;
-            m_previous.clear();
-            Walk(m_store.Index(i), [&](std::string_view key, std::string_view) {
-                ++entries;
-                CheckEntry(i, key);
-            });
-            Expect(entries, objects, "entries of the index on " + m_schema.attributes[i].name,
-                   "the objects");
-        }
-        if (m_faults > kShownFaults)
-            m_out << m_faults - kShownFaults << " further faults are not shown\n";
-        return m_faults;
+        m_faults.Finish();
+        return m_faults.Count();
     }
 
 private:
-    void Fault(const std::string& what)
+    void CheckDescription()
     {
-        if (++m_faults <= kShownFaults)
-            m_out << "fault: " << Visible(what) << '\n';
+        EachRow(m_reader, Space::Description, [&](const Row& row) {
+            if (row.key != Description::kKey && row.key != Counts::kKey)
+                m_faults.Add(Space::Description, row.key, "is none that a store has");
+        });
     }
 
-    void Expect(std::uint64_t found, std::uint64_t expected, const std::string& what,
-                const std::string& by)
+    bool IsSound(std::size_t attribute, std::string_view form) const
     {
-        if (found != expected)
-            Fault(std::to_string(found) + ' ' + what + " where " + by + " ask for " +
-                  std::to_string(expected));
+        std::size_t at = 0;
+        return Manager().Validate(m_schema.attributes[attribute].type.Id(), form.data(),
+                                  form.size(), kStoreFormat, 1, at) == 0 &&
+               at == form.size();
     }
 
-    template <class Take>
-    void Walk(MDB_dbi dbi, Take take)
+    void CheckTexts()
     {
-        const Store::Cursor cursor = m_store.OpenCursor(dbi);
-        MDB_val key{};
-        MDB_val value{};
-        int code;
-        while ((code = mdb_cursor_get(cursor.get(), &key, &value, MDB_NEXT)) == MDB_SUCCESS)
-            take(View(key), View(value));
-        if (code != MDB_NOTFOUND)
-            CheckLmdb(code, m_store.Path());
+        std::size_t attribute = 0;
+        Dictionary dictionary;
+        const auto finish = [&](std::size_t next) {
+            for (; attribute < next; ++attribute, dictionary = Dictionary()) {
+                if (dictionary.Size() != m_snapshot.Texts(attribute))
+                    m_faults.Add(Space::Texts, TextKey(attribute, dictionary.Rows()),
+                                 "ends a dictionary of " + std::to_string(dictionary.Size()) +
+                                     " entries where the counts ask for " +
+                                     std::to_string(m_snapshot.Texts(attribute)));
+            }
+        };
+        EachRow(m_reader, Space::Texts, [&](const Row& row) {
+            m_faults.Try([&] {
+                const std::string_view bytes = Unseal(Space::Texts, row.key, row.value);
+                std::size_t of = 0;
+                std::uint32_t at = 0;
+                if (!ReadTextKey(row.key, of, at) || of >= m_schema.attributes.size() ||
+                    m_snapshot.Layout()[of] != 0)
+                    FailDamaged(Space::Texts, row.key, "belongs to no attribute");
+                finish(of);
+                const std::uint32_t before = dictionary.Size();
+                if (!dictionary.LoadRow(at, bytes))
+                    FailDamaged(Space::Texts, row.key, "holds no entries, or one twice");
+                for (std::uint32_t i = before; i < dictionary.Size(); ++i) {
+                    if (!IsSound(of, dictionary.Form(i)))
+                        FailDamaged(Space::Texts, row.key,
+                                    "holds a value that its type does not write");
+                }
+            });
+        });
+        finish(m_schema.attributes.size());
     }
 
-    /// An index that the schema does not know of would not be kept.
-    void CheckNames()
+    void CheckObjects()
     {
-        MDB_dbi names = 0;
-        CheckLmdb(mdb_dbi_open(m_store.Transaction(), nullptr, 0, &names), m_store.Path());
-        const auto& attributes = m_schema.attributes;
-        const auto indexes = std::count_if(attributes.begin(), attributes.end(),
-                                           [](const Attribute& a) { return a.index; });
-        Expect(m_store.CountEntries(names), static_cast<std::uint64_t>(indexes) + 2, "databases",
-               "the schema");
+        m_large = m_reader.Walk(Space::Large, {}, Direction::Forwards);
+        std::uint64_t objects = 0;
+        EachRow(m_reader, Space::Blocks,
+                [&](const Row& row) { m_faults.Try([&] { objects += CheckBlock(row); }); });
+        ExpectLarge({});
+        if (objects != m_snapshot.GetCounts().objects)
+            m_faults.Add(std::to_string(objects) + " objects where the counts ask for " +
+                         std::to_string(m_snapshot.GetCounts().objects));
     }
 
-    void CheckObject(std::string_view key, std::string_view record)
+    unsigned CheckBlock(const Row& row)
     {
-        if (key.size() != kObjectIdBytes || ObjectTag(key.data()) != 0) {
-            Fault("an object under a key that is no object id");
-            return;
+        const auto damaged = [&](const char* how) { FailDamaged(Space::Blocks, row.key, how); };
+        const std::string_view bytes = Unseal(Space::Blocks, row.key, row.value);
+        if (row.key.size() != kNumberBytes)
+            damaged("has no number");
+        const std::uint64_t block = GetNumber(row.key.data());
+        if (!m_view.Open(bytes) || m_view.Slots() > m_snapshot.SlotsOfBlock())
+            damaged("holds no objects of this store");
+        const std::uint64_t first = block * m_snapshot.SlotsOfBlock();
+        const unsigned objects = m_view.CountObjects();
+        if (objects == 0)
+            damaged("holds no objects");
+        if (!m_view.Has(m_view.Slots() - 1))
+            damaged("ends with no object");
+        if (first + m_view.Slots() > m_snapshot.GetCounts().nextNumber ||
+            (block == 0 && m_view.Has(0)))
+            damaged("holds an object of a number that was never given out");
+        if (!m_view.AreFormsSound(m_schema))
+            damaged("holds a value that its type does not write");
+        CheckCells(row.key, first);
+        m_feed.Add(block, m_view);
+        return objects;
+    }
+
+    /// Cells whose forms stand elsewhere, and those that are absent where they must not be.
+    void CheckCells(std::string_view key, std::uint64_t first)
+    {
+        m_largeHere.clear();
+        for (std::size_t i = 0; i < m_schema.attributes.size(); ++i) {
+            const Column& column = *m_view.Values(i);
+            const bool hasNull = m_schema.attributes[i].type.HasNull();
+            if (column.IsFixed() && hasNull)
+                continue;
+            for (unsigned slot = 0; slot < m_view.Slots(); ++slot) {
+                if (!m_view.Has(slot))
+                    continue;
+                const Cell cell = column.At(slot, m_room);
+                if (cell.kind == Cell::Kind::Absent && !hasNull)
+                    FailDamaged(Space::Blocks, key, "lacks a value that cannot be absent");
+                if (cell.kind == Cell::Kind::Entry && cell.entry >= m_snapshot.Texts(i))
+                    FailDamaged(Space::Blocks, key, "holds an entry that no dictionary has");
+                if (cell.kind == Cell::Kind::Large)
+                    m_largeHere.push_back(LargeKey(first + slot, i));
+            }
         }
-        const std::uint64_t number = ObjectNumber(key.data());
-        const std::string object = "object " + std::to_string(number);
-        if (number < m_nextNumber)
-            Fault(object + ": out of order");
-        m_nextNumber = number + 1;
-        if (number == 0 || number >= m_store.Counts().nextNumber)
-            Fault(object + ": a number that was never given out");
-        if (!m_record.ReadAll(record)) {
-            Fault(object + ": its record does not hold its attributes");
-            return;
+        std::sort(m_largeHere.begin(), m_largeHere.end());
+        for (const std::string& large : m_largeHere)
+            ExpectLarge(large);
+    }
+
+    /// The next large value should have this key, which is empty at the end.
+    void ExpectLarge(const std::string& key)
+    {
+        for (;;) {
+            const auto rows = m_peeked ? std::span<const Row>(&*m_peeked, 1) : m_large->Next(1);
+            if (rows.empty() || (!key.empty() && rows.front().key > key)) {
+                if (!rows.empty())
+                    m_peeked = rows.front();
+                if (!key.empty())
+                    m_faults.Add(Space::Large, key, "is missing");
+                return;
+            }
+            const Row row = rows.front();
+            m_peeked.reset();
+            if (row.key == key) {
+                m_faults.Try([&] { CheckLarge(row); });
+                return;
+            }
+            m_faults.Add(Space::Large, row.key, "belongs to no object");
         }
-        for (std::size_t i = 0; i < m_values.size(); ++i)
-            CheckValue(i, m_record.Form(i), number, object);
     }
 
-    /// Looks the object up as a query for its number does: from the root, by the keys of the
-    /// branches. Index entries are looked up like that in CheckValue.
-    void CheckDescent(std::string_view key, std::string_view record)
+    void CheckLarge(const Row& row)
     {
-        MDB_val id = Val(key);
-        MDB_val found{};
-        const int code = mdb_get(m_store.Transaction(), m_store.Objects(), &id, &found);
-        if (code != MDB_NOTFOUND)
-            CheckLmdb(code, m_store.Path());
-        if (key.size() == kObjectIdBytes && (code != MDB_SUCCESS || found.mv_data != record.data()))
-            Fault("object " + std::to_string(ObjectNumber(key.data())) +
-                  ": is not found by its number");
+        const std::string_view form = Unseal(Space::Large, row.key, row.value);
+        std::uint64_t number = 0;
+        std::size_t attribute = 0;
+        ReadLargeKey(row.key, number, attribute);
+        if (form.size() <= kMostInline || !IsSound(attribute, form))
+            FailDamaged(Space::Large, row.key, "is no value that its type writes");
     }
 
-    void CheckValue(std::size_t attribute, std::string_view form, std::uint64_t number,
-                    const std::string& object)
-    {
-        const Attribute& description = m_schema.attributes[attribute];
-        if (!form.empty() && !IsSound(m_values[attribute], form))
-            Fault(object + ": the value of " + description.name + " is none that its type writes");
-        if (!description.index)
-            return;
-        MakeEntry(m_scratch, description.type.Id(), form, number);
-        MDB_val key{m_scratch.size(), m_scratch.data()};
-        MDB_val value{};
-        const int code = mdb_get(m_store.Transaction(), m_store.Index(attribute), &key, &value);
-        if (code == MDB_NOTFOUND)
-            Fault(object + ": missing in the index on " + description.name);
-        else
-            CheckLmdb(code, m_store.Path());
-    }
-
-    bool IsSound(Value& value, std::string_view form)
-    {
-        m_scratch.clear();
-        if (!value.LoadUntrusted(form, kStoreFormat))
-            return false;
-        value.Store(m_scratch);
-        return m_scratch == form;
-    }
-
-    void CheckEntry(std::size_t attribute, std::string_view entry)
-    {
-        const Attribute& description = m_schema.attributes[attribute];
-        const std::string index = "index on " + description.name;
-        const EntryView view(entry);
-        if (view.id == nullptr || view.type != description.type.Id() ||
-            view.cmpOp != kPlainOperator) {
-            Fault(index + ": an entry that is none of its own");
-            return;
-        }
-        if (!m_previous.empty() && CompareEntries(attribute, m_previous, entry) >= 0)
-            Fault(index + ": object " + std::to_string(ObjectNumber(view.id)) + " is out of order");
-        m_previous = entry;
-        std::string_view record;
-        const std::string object = " of object " + std::to_string(ObjectNumber(view.id));
-        if (!m_store.Find(view.id, record))
-            Fault(index + ": an entry" + object + ", which does not exist");
-        else if (m_record.ReadAll(record) && EntryForm(m_record.Form(attribute)) != view.form)
-            Fault(index + ": an entry" + object + " with another value than the object's");
-    }
-
-    Store& m_store;
+    Snapshot& m_snapshot;
+    Reader& m_reader;
     const Schema& m_schema;
-    std::ostream& m_out;
-    RecordReader m_record;
-    std::vector<Value> m_values;
-    std::string m_scratch;
-    std::string m_previous;
-    std::uint64_t m_nextNumber = 0;
-    std::uint64_t m_faults = 0;
+    FaultList m_faults;
+    IndexFeed m_feed;
+    BlockView m_view;
+    std::string m_room;
+    std::unique_ptr<Cursor> m_large; ///< over all large values, as the blocks come
+    std::optional<Row> m_peeked;     ///< of it
+    std::vector<std::string> m_largeHere;
 };
 
 } // namespace
 
-std::uint64_t CheckStore(const std::string& path, std::ostream& out)
+std::uint64_t CheckRows(Snapshot& snapshot, const std::string& scratch, std::ostream& out)
 {
-    CheckPages(path);
-    const std::unique_ptr<Store> store = Store::Open(path);
-    const std::uint64_t faults = Checker(*store, out).Run();
+    return Checker(snapshot, scratch, out).Run();
+}
+
+std::uint64_t CheckStore(const std::string& address, std::ostream& out)
+{
+    CheckEngine(address);
+    const auto store = ObjectStore::Open(address, Mode::Read);
+    const auto snapshot = store->Read();
+    const std::uint64_t faults = CheckRows(*snapshot, address, out);
     if (faults == 0)
-        out << path << ": " << store->Counts().objects << " objects, no faults\n";
+        out << address << ": " << snapshot->GetCounts().objects << " objects, no faults\n";
     return faults;
 }
 

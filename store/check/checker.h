@@ -1,6 +1,8 @@
 #ifndef KO_STORE_CHECK_CHECKER_H
 #define KO_STORE_CHECK_CHECKER_H
 
+#include "object/snapshot.h"
+
 #include <cstdint>
 #include <iosfwd>
 #include <string>
@@ -8,11 +10,15 @@
 namespace ko::store
 {
 
-/// Walks everything in a store: every record is taken apart and its values are loaded, every
-/// object is looked up in every index, every index entry in the objects; orders and counts are
-/// compared. Faults go to `out`, a line each, the first 100 of them. Returns their number. Throws
-/// Failure where the store cannot be opened.
-std::uint64_t CheckStore(const std::string& path, std::ostream& out);
+/// Checks what the engine is built of, then every row of a store: checksums, the layout of blocks
+/// and the values in them, dictionaries, large values, counts, and that each index has the value of
+/// every object once and nothing else. Faults go to `out`, a line each, with the row that has them,
+/// the first 100 of them. Returns their number. Throws Failure where the store cannot be opened, or
+/// the engine's own parts are damaged.
+std::uint64_t CheckStore(const std::string& address, std::ostream& out);
+
+/// The same for the rows alone; `scratch` names the place of temporary files.
+std::uint64_t CheckRows(Snapshot& snapshot, const std::string& scratch, std::ostream& out);
 
 } // namespace ko::store
 

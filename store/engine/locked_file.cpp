@@ -1,6 +1,7 @@
 #include "engine/locked_file.h"
 
 #include "base/failure.h"
+#include "base/sync_directory.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -62,18 +63,6 @@ bool RenameToFree(const char* from, const char* to, Naming way)
         return false;
     }
     return std::rename(from, to) == 0;
-}
-
-/// Makes a change of a directory's entries last.
-void SyncDirectoryOf(const std::string& path)
-{
-    const std::size_t slash = path.find_last_of('/');
-    const std::string directory = slash == std::string::npos ? "." : path.substr(0, slash + 1);
-    const int file = open(directory.c_str(), O_RDONLY | O_CLOEXEC);
-    if (file < 0)
-        return;
-    fsync(file);
-    close(file);
 }
 
 } // namespace

@@ -11,14 +11,14 @@ bool ColumnReader::Convert(std::string_view utf8, std::uint32_t hash, std::strin
         return false;
     if (KnownTexts::Text* text = m_known.Add(hash, utf8, m_form)) {
         form = m_known.FormOf(*text);
-        m_hint = &text->hint;
+        m_memo = &text->memo;
         return true;
     }
     const std::size_t size = m_form.size();
     m_form.append(kCopySlack, '\0');
     form = {m_form.data(), size};
-    m_newHint = 0;
-    m_hint = &m_newHint;
+    m_newMemo = {};
+    m_memo = &m_newMemo;
     return true;
 }
 

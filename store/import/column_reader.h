@@ -31,13 +31,12 @@ public:
         if (text == nullptr)
             return Convert(utf8, hash, form, fault);
         form = m_known.FormOf(*text);
-        m_hint = &text->hint;
+        m_memo = &text->memo;
         return true;
     }
 
-    /// A number of the caller's that stays with the text read last, for as long as that is known;
-    /// 0 at first. Valid until the next Read.
-    std::uint64_t& Hint() { return *m_hint; }
+    /// That of the form read last, for as long as its text is known. Valid until the next Read.
+    FormMemo& Memo() { return *m_memo; }
 
 private:
     bool Convert(std::string_view utf8, std::uint32_t hash, std::string_view& form,
@@ -46,8 +45,8 @@ private:
     FieldReader m_reader;
     KnownTexts m_known;
     std::string m_form;
-    std::uint64_t m_newHint = 0;
-    std::uint64_t* m_hint = &m_newHint;
+    FormMemo m_newMemo;
+    FormMemo* m_memo = &m_newMemo;
 };
 
 } // namespace ko::store

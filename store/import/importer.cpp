@@ -4,14 +4,12 @@
 #include "base/failure.h"
 #include "base/same_file.h"
 #include "base/visible.h"
-#include "file/store.h"
+#include "engine/engine.h"
 #include "import/column_reader.h"
 #include "import/csv_reader.h"
 #include "import/file_kind.h"
 #include "import/rejects.h"
-#include "index/index_builder.h"
-
-#include <sys/stat.h>
+#include "object/bulk.h"
 
 #include <algorithm>
 #include <ostream>
@@ -22,12 +20,9 @@ namespace ko::store
 namespace
 {
 
-/// What the sorting of all indexes together may take.
-constexpr std::size_t kSortMemory = 16U << 20;
 /// What the texts that are known of all attributes together may take.
 constexpr std::size_t kTextMemory = 4U << 20;
-/// No row takes more store than this many times its bytes in the file: the map begins with that.
-constexpr std::uint64_t kMapFactor = 16;
+constexpr unsigned kMostRuns = 10;
 
 /// A bar that is drawn anew at each whole percent.
 class Progress
@@ -59,13 +54,6 @@ private:
     std::ostream& m_messages;
     int m_drawn = -1;
 };
-
-bool Exists(const std::string& path)
-{
-    struct stat info {
-    };
-    return stat(path.c_str(), &info) == 0;
-}
 
 /// The field of each attribute, by the header's names.
 std::vector<std::size_t> MapColumns(CsvReader& csv, const std::string& path, const Schema& schema,
@@ -113,9 +101,8 @@ void CheckNames(const ImportRequest& request)
     const Name csv{"the CSV file", request.csv};
     const Name schema{"the schema", request.schema};
     const Name rejects{"the file for rejected rows", request.rejects};
-    for (const Name& written :
-         {Name{"the store", request.store}, Name{"the new store", NewStorePath(request.store)},
-          Name{"the lock of the store", StoreLockPath(request.store)}}) {
+    for (const std::string& path : FilesOfStore(request.store)) {
+        const Name written{path == request.store ? "the store" : "a file of the store", path};
         for (const Name& file : {csv, schema, rejects})
             refuse(file, written);
     }
@@ -124,56 +111,49 @@ void CheckNames(const ImportRequest& request)
         refuse(rejects, schema);
 }
 
-/// One attempt at an import, with a map of a given size.
-class Attempt
+/// One run of an import.
+class Run
 {
 public:
-    Attempt(const ImportRequest& request, const Schema& schema, std::ostream& messages)
+    Run(const ImportRequest& request, const Schema& schema, std::ostream& messages)
         : m_request(request), m_schema(schema), m_messages(messages), m_csv(request.csv),
-          m_columns(MapColumns(m_csv, request.csv, schema, m_fields)), m_record(schema),
-          m_forms(schema.attributes.size())
+          m_columns(MapColumns(m_csv, request.csv, schema, m_fields)),
+          m_forms(schema.attributes.size()), m_memos(schema.attributes.size())
     {
         for (const Attribute& attribute : schema.attributes)
             m_readers.emplace_back(attribute, kTextMemory / schema.attributes.size());
     }
 
-    ImportResult Run(std::uint64_t mapBytes, std::uint64_t& rejectsTold)
+    ImportResult Do(std::uint64_t& rejectsTold)
     {
-        m_store = Exists(m_request.store) ? Store::OpenToAdd(m_request.store, mapBytes)
-                                          : Store::Create(m_request.store, m_schema, mapBytes);
-        const std::string difference = m_store->GetSchema().DifferenceTo(m_schema);
+        Open();
+        const std::string difference = m_objects->GetSchema().DifferenceTo(m_schema);
         if (!difference.empty())
             throw Failure(Exit::Usage,
                           m_request.store +
                               ": has another schema than the one given: " + difference);
-        StartIndexes();
         Rejects rejects(m_request.rejects, m_messages, rejectsTold);
-        const std::uint64_t before = m_store->Counts().objects;
+        const std::uint64_t before = m_objects->GetCounts().objects;
         {
             Progress progress(m_request.progress, m_csv.FileSize(), m_messages);
             ReadRows(rejects, progress);
         }
-        FinishIndexes();
         rejects.Finish();
-        m_store->Commit();
+        m_objects->Commit();
         rejects.Publish();
-        return {m_store->Counts().objects - before, rejects.Count()};
+        return {m_objects->GetCounts().objects - before, rejects.Count()};
     }
 
 private:
-    void StartIndexes()
+    void Open()
     {
-        const auto indexed = [](const Attribute& attribute) { return attribute.index; };
-        const auto& attributes = m_schema.attributes;
-        const auto count =
-            static_cast<std::size_t>(std::count_if(attributes.begin(), attributes.end(), indexed));
-        for (std::size_t i = 0; i < attributes.size(); ++i) {
-            if (attributes[i].index) {
-                m_indexed.push_back(i);
-                m_builders.emplace_back(i, attributes[i].type.Id(), kSortMemory / count,
-                                        m_request.store);
-            }
+        const std::string& store = m_request.store;
+        if (!StoreExists(store)) {
+            m_objects = Bulk::Create(StartLoad(store), m_schema, store);
+            return;
         }
+        m_engine = OpenEngine(store, Mode::Grow);
+        m_objects = Bulk::Grow(*m_engine, store, store);
     }
 
     void ReadRows(Rejects& rejects, Progress& progress)
@@ -210,24 +190,9 @@ private:
                 return;
             }
         }
-        const std::uint64_t number = m_store->Add(m_record.Write(m_forms));
-        for (std::size_t i = 0; i < m_indexed.size(); ++i) {
-            const std::size_t attribute = m_indexed[i];
-            m_builders[i].Add(m_forms[attribute], number, m_readers[attribute].Hint());
-        }
-    }
-
-    void FinishIndexes()
-    {
-        for (std::size_t i = 0; i < m_indexed.size(); ++i) {
-            const std::size_t attribute = m_indexed[i];
-            const bool inOrder = m_store->CountEntries(m_store->Index(attribute)) == 0;
-            m_builders[i].Finish(
-                [&](std::string& entry, const std::uint64_t* objects, std::size_t count) {
-                    m_store->AddEntries(attribute, entry, objects, count, inOrder);
-                });
-        }
-        m_builders.clear();
+        for (std::size_t i = 0; i < m_readers.size(); ++i)
+            m_memos[i] = &m_readers[i].Memo();
+        m_objects->Add(m_forms, m_memos);
     }
 
     const ImportRequest& m_request;
@@ -236,12 +201,11 @@ private:
     CsvReader m_csv;
     std::size_t m_fields = 0;
     std::vector<std::size_t> m_columns;
-    RecordWriter m_record;
     std::vector<ColumnReader> m_readers;
     std::vector<std::string_view> m_forms; ///< of the attributes of the current row
-    std::unique_ptr<Store> m_store;
-    std::vector<std::size_t> m_indexed; ///< attributes, in the order of m_builders
-    std::vector<IndexBuilder> m_builders;
+    std::vector<FormMemo*> m_memos;        ///< of these
+    std::unique_ptr<Engine> m_engine;      ///< of a store that grows
+    std::unique_ptr<Bulk> m_objects;
 };
 
 } // namespace
@@ -250,20 +214,14 @@ ImportResult Import(const ImportRequest& request, const Schema& schema, std::ost
 {
     CheckNames(request);
     std::uint64_t told = 0;
-    for (std::uint64_t factor = kMapFactor;; factor *= 4) {
-        Attempt attempt(request, schema, messages);
-        struct stat csv {
-        };
-        struct stat store {
-        };
-        stat(request.csv.c_str(), &csv);
-        stat(request.store.c_str(), &store);
-        const std::uint64_t bytes = static_cast<std::uint64_t>(csv.st_size) * factor +
-                                    static_cast<std::uint64_t>(store.st_size) * 2 + (64U << 20);
+    for (unsigned run = 1;; ++run) {
         try {
-            return attempt.Run(bytes & ~std::uint64_t{0xFFFFF}, told);
-        } catch (const MapFull&) {
-            // The transaction is gone; the next attempt starts from the first row.
+            return Run(request, schema, messages).Do(told);
+        } catch (const Conflict&) {
+            // The next run begins with the first row.
+            if (run == kMostRuns)
+                throw Failure(Exit::Io, request.store + ": other changes came between " +
+                                            std::to_string(kMostRuns) + " times: try again");
         }
     }
 }

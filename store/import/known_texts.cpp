@@ -20,8 +20,11 @@ KnownTexts::Text* KnownTexts::Add(std::uint32_t hash, std::string_view text, std
     }
     Text& known = m_texts[hash & m_mask];
     m_filled += known.at == 0 ? 1 : 0;
-    known = {hash, static_cast<std::uint32_t>(m_end), static_cast<std::uint16_t>(text.size()),
-             static_cast<std::uint16_t>(form.size())};
+    known = {hash,
+             static_cast<std::uint32_t>(m_end),
+             static_cast<std::uint16_t>(text.size()),
+             static_cast<std::uint16_t>(form.size()),
+             {}};
     m_bytes.resize(m_end);
     m_bytes.append(text).append(form);
     m_end = m_bytes.size();

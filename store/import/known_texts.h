@@ -2,6 +2,7 @@
 #define KO_STORE_IMPORT_KNOWN_TEXTS_H
 
 #include "base/short_bytes.h"
+#include "object/form_memo.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -24,7 +25,7 @@ public:
         std::uint32_t at = 0; ///< in m_bytes, where the form follows it; 0: there is none
         std::uint16_t size = 0;
         std::uint16_t formSize = 0;
-        std::uint64_t hint = 0; ///< the user's, for as long as the text is known
+        FormMemo memo{}; ///< for as long as the text is known
     };
 
     static std::uint32_t Hash(std::string_view text)

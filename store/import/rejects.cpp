@@ -3,7 +3,7 @@
 #include "base/failure.h"
 #include "base/same_file.h"
 #include "base/visible.h"
-#include "file/store_file.h"
+#include "base/sync_directory.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

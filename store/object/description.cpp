@@ -53,7 +53,7 @@ std::string ToHex(std::uint64_t number)
 std::string Description::Write() const
 {
     return Sealed(kKey, {{"magic", kStoreMagic},
-                         {"format", kObjectStoreFormat},
+                         {"format", kStoreFormatVersion},
                          {"library", LibraryVersion()},
                          {"order", ToHex(order)},
                          {"slots", slotsOfBlock},
@@ -65,10 +65,10 @@ try {
     const json object = Unsealed(kKey, sealed, store);
     if (object.value("magic", "") != kStoreMagic)
         throw Failure(Exit::Damaged, store + ": is no store of this program");
-    if (object.value("format", 0) != kObjectStoreFormat)
+    if (object.value("format", 0) != kStoreFormatVersion)
         throw Failure(Exit::Damaged,
                       store + ": has store format " + std::to_string(object.value("format", 0)) +
-                          ", this program reads " + std::to_string(kObjectStoreFormat));
+                          ", this program reads " + std::to_string(kStoreFormatVersion));
     Description description;
     const std::string order = object.value("order", "");
     const auto read =

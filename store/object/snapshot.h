@@ -146,6 +146,9 @@ public:
     /// About how many objects these are, of the index on an attribute.
     std::uint64_t CountEntriesRoughly(std::size_t attribute, const Range& keys);
 
+    /// For who checks.
+    Reader& Rows() { return *m_reader; }
+
 private:
     struct OpenBlock;
     struct KeptTexts { ///< a row of a dictionary

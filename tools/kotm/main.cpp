@@ -4,9 +4,10 @@
 #include "base/version.h"
 #include "base/visible.h"
 #include "check/checker.h"
+#include "engine/broken_page.h"
 #include "explain.h"
-#include "file/store_file.h"
 #include "import/importer.h"
+#include "object/object_store.h"
 #include "query.h"
 #include "type_commands.h"
 
@@ -42,8 +43,9 @@ std::string ReadFile(const std::string& path)
 /// becomes shorter, or that the disk no longer gives, is a fault too while it is mapped.
 void ExpectBrokenPages()
 {
+    lmdb::SetBrokenPageHandler(lmdb::EndOnBrokenPage);
     for (const int fault : {SIGSEGV, SIGBUS})
-        std::signal(fault, [](int) { EndOnBrokenPage(); });
+        std::signal(fault, [](int) { lmdb::EndOnBrokenPage(); });
 }
 
 /// "A=FORMAT", as --print takes it.
@@ -86,6 +88,8 @@ public:
         AddQuery();
         AddExplain();
         AddCheck();
+        AddIndex();
+        AddReindex();
     }
 
     Exit Run(int argc, char** argv)
@@ -252,6 +256,44 @@ private:
         });
     }
 
+    void AddIndex()
+    {
+        CLI::App* command = m_app.add_subcommand("index", "Add or drop the index on an attribute");
+        command->add_option("STORE", m_changed, "Store")->required();
+        command->add_option("ACTION", m_action, "add or drop")->required();
+        command->add_option("ATTRIBUTE", m_attribute, "Attribute")->required();
+        On(command, [this] {
+            const bool drops = ReadWord("ACTION", m_action, {"add", "drop"}) == 1;
+            ExpectBrokenPages();
+            const auto store = ObjectStore::Open(m_changed, Mode::Grow);
+            const Schema& schema = store->GetSchema();
+            const Attribute* attribute = schema.Find(m_attribute);
+            if (attribute == nullptr)
+                throw Failure(Exit::Usage, schema.NoAttribute(m_attribute));
+            if (attribute->index != drops)
+                throw Failure(Exit::Usage, m_changed + ": the attribute " + Quoted(m_attribute) +
+                                               (drops ? " has no index" : " has an index"));
+            const auto place = static_cast<std::size_t>(attribute - schema.attributes.data());
+            if (drops)
+                store->DropIndex(place);
+            else
+                store->AddIndex(place);
+            return Exit::Done;
+        });
+    }
+
+    void AddReindex()
+    {
+        CLI::App* command = m_app.add_subcommand(
+            "reindex", "Make all indexes anew, under the order of this program");
+        command->add_option("STORE", m_changed, "Store")->required();
+        On(command, [this] {
+            ExpectBrokenPages();
+            ObjectStore::Open(m_changed, Mode::Grow)->Reindex();
+            return Exit::Done;
+        });
+    }
+
     CLI::App m_app{"Values of the type manager, and stores of objects made of them", "kotm"};
     std::function<Exit()> m_run;
     bool m_json = false;
@@ -270,6 +312,9 @@ private:
     std::optional<std::string> m_limit;
     std::string m_output = "table";
     std::string m_checked;
+    std::string m_changed; ///< a store
+    std::string m_action;
+    std::string m_attribute;
 };
 
 /// The library's context, for as long as the program runs.
