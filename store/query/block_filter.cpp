@@ -1,7 +1,6 @@
 #include "query/block_filter.h"
 
 #include "base/object_id.h"
-#include "block/checksum.h"
 #include "query/condition_leaf.h"
 
 #include <algorithm>
@@ -10,17 +9,6 @@
 
 namespace ko::store
 {
-
-const Column& ColumnOf(const Snapshot& snapshot, const BlockAt& block, std::size_t attribute)
-{
-    const Column* column = block.view->Values(attribute);
-    if (column == nullptr) {
-        std::string key;
-        AppendNumber(key, snapshot.BlockOf(block.firstObject));
-        FailDamaged(Space::Blocks, key, "has a column that is unsound");
-    }
-    return *column;
-}
 
 class BlockFilter::Node
 {

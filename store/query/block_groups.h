@@ -1,7 +1,7 @@
 #ifndef KO_STORE_QUERY_BLOCK_GROUPS_H
 #define KO_STORE_QUERY_BLOCK_GROUPS_H
 
-#include "query/block_filter.h"
+#include "query/block_at.h"
 
 #include <cstdint>
 #include <memory>

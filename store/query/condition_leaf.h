@@ -1,7 +1,8 @@
 #ifndef KO_STORE_QUERY_CONDITION_LEAF_H
 #define KO_STORE_QUERY_CONDITION_LEAF_H
 
-#include "query/block_filter.h"
+#include "query/block_at.h"
+#include "query/condition.h"
 
 #include <array>
 #include <string>

@@ -1,6 +1,7 @@
 #ifndef KO_STORE_QUERY_SCAN_H
 #define KO_STORE_QUERY_SCAN_H
 
+#include "query/block_filter.h"
 #include "query/block_groups.h"
 #include "query/range_walk.h"
 

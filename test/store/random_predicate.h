@@ -1,9 +1,7 @@
 #ifndef KO_TEST_STORE_RANDOM_PREDICATE_H
 #define KO_TEST_STORE_RANDOM_PREDICATE_H
 
-#include "file/store.h"
-#include "query/condition.h"
-#include "query/scan.h"
+#include "object/snapshot.h"
 
 #include <random>
 #include <set>
@@ -15,15 +13,14 @@
 class RandomPredicates
 {
 public:
-    RandomPredicates(ko::store::Store& store, unsigned seed)
-        : m_schema(store.GetSchema()), m_random(seed), m_literals(m_schema.attributes.size())
+    RandomPredicates(ko::store::Snapshot& snapshot, unsigned seed)
+        : m_schema(snapshot.GetSchema()), m_random(seed), m_literals(m_schema.attributes.size())
     {
-        ko::store::RecordReader reader(m_schema);
-        ko::store::Scan scan(store, nullptr, ko::store::ScanOrder::Forwards);
         std::vector<std::set<std::string>> known(m_literals.size());
-        while (scan.Next() && reader.ReadAll(scan.Record())) {
+        std::string room;
+        for (std::uint64_t number = 1; number < snapshot.GetCounts().nextNumber; ++number) {
             for (std::size_t i = 0; i < m_literals.size(); ++i) {
-                const std::string_view form = reader.Form(i);
+                const std::string_view form = snapshot.Value(number, i, room).value_or("");
                 if (form.empty() || known[i].size() > 500)
                     continue;
                 ko::store::Value value(m_schema.attributes[i].type);

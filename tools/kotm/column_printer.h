@@ -3,7 +3,7 @@
 
 #include "output.h"
 
-#include "query/block_filter.h"
+#include "query/block_at.h"
 
 #include <cstdint>
 #include <memory>

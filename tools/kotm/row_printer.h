@@ -2,7 +2,7 @@
 #define KOTM_ROW_PRINTER_H
 
 #include "output.h"
-#include "query.h"
+#include "query_request.h"
 
 #include "object/snapshot.h"
 
