@@ -1,6 +1,6 @@
 #include "store/test_files.h"
 
-#include "file/store.h"
+#include "engine/engine.h"
 #include "import/importer.h"
 
 #include <gtest/gtest.h>
@@ -120,7 +120,8 @@ pid_t StartReader(const std::string& store)
         return -1;
     const pid_t child = fork();
     if (child == 0) {
-        const auto open = ko::store::Store::Open(store);
+        const auto engine = ko::store::OpenEngine(store, ko::store::Mode::Read);
+        const auto open = engine->Read();
         [[maybe_unused]] const ssize_t put = write(ready[1], "", 1);
         pause();
         _exit(0);
