@@ -57,14 +57,13 @@ Scan::Scan(Snapshot& snapshot, const IndexRange* range, ScanOrder order, const C
         StartOfIds(range);
 }
 
-/// Objects have tag 0, the lowest: an edge with another one lies behind the object of its number.
+/// No comparison reads the tag of an id.
 void Scan::StartOfIds(const IndexRange* range)
 {
     const auto first = [](const IndexRange::Edge& edge) {
         if (edge.form.empty())
             return std::uint64_t{0}; // before all objects, behind null as well
-        const bool behind = edge.behind || ObjectTag(edge.form.data()) != 0;
-        return ObjectNumber(edge.form.data()) + (behind ? 1 : 0);
+        return ObjectNumber(edge.form.data()) + (edge.behind ? 1 : 0);
     };
     if (range != nullptr)
         m_first = std::max(first(range->low), m_first);
