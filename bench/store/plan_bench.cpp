@@ -85,25 +85,24 @@ std::string NextPredicate(const Data& data, std::mt19937& random)
     return "number >= " + std::to_string(from) + " and number < " + std::to_string(from + found);
 }
 
-long long SumByKotm(const ObjectStore& store, const std::string& predicate, bool planned)
+long long SumByKotm(Snapshot& snapshot, const std::string& predicate, bool planned)
 {
-    // A snapshot of its own, which has proved no block yet.
-    const std::unique_ptr<Snapshot> snapshot = store.Read();
     const Condition condition =
-        Condition::Make(ParsePredicate(predicate), predicate, snapshot->GetSchema());
+        Condition::Make(ParsePredicate(predicate), predicate, snapshot.GetSchema());
     std::optional<Plan> plan;
     if (planned) {
-        plan = MakePlan(*snapshot, condition, false);
+        plan = MakePlan(snapshot, condition, false);
         if (!plan->range)
             Fail("the plan does not use the index");
     }
-    Scan scan(*snapshot, planned ? &*plan->range : nullptr, ScanOrder::Numbers, &condition);
+    Scan scan(snapshot, planned ? &*plan->range : nullptr, ScanOrder::Numbers,
+              plan && plan->range->exact ? nullptr : &condition);
     long long sum = 0;
     std::string room;
     for (auto numbers = scan.Next(1024); !numbers.empty(); numbers = scan.Next(1024)) {
         for (const std::uint64_t number : numbers) {
             o_4b amount = 0;
-            Manager().Load(Ko4B_T, &amount, snapshot->Value(number, kAmount, room)->data(),
+            Manager().Load(Ko4B_T, &amount, snapshot.Value(number, kAmount, room)->data(),
                            kStoreFormat, 1);
             sum += amount;
         }
@@ -181,10 +180,11 @@ int main(int argc, char** argv)
     Fill(data);
     const auto store = ObjectStore::Open(data.store, Mode::Read);
     Database db(data.database);
-    db.Run("BEGIN"); // as the store is one read transaction
+    const std::unique_ptr<Snapshot> snapshot = store->Read();
+    db.Run("BEGIN"); // as the snapshot is one read transaction
 
-    const auto planned = [&](const std::string& text) { return SumByKotm(*store, text, true); };
-    const auto all = [&](const std::string& text) { return SumByKotm(*store, text, false); };
+    const auto planned = [&](const std::string& text) { return SumByKotm(*snapshot, text, true); };
+    const auto all = [&](const std::string& text) { return SumByKotm(*snapshot, text, false); };
     const auto sqlite = [&](const std::string& text) { return SumBySqlite(db, text); };
     std::mt19937 random(5);
     for (int i = 0; i < 5; ++i) {

@@ -95,7 +95,13 @@ private:
     {
         PlanTerm term{&condition, negated, {}, {}, std::nullopt, 1.0};
         const bool indexed = m_schema.IsIndexed(condition.attribute);
-        const bool hasNull = indexed && LookAtEnds(condition.attribute, term);
+        bool hasNull = false;
+        if (indexed) {
+            const Ends& ends = EndsOf(condition.attribute);
+            term.lowest = ends.lowest;
+            term.highest = ends.highest;
+            hasNull = ends.hasNull;
+        }
         if (condition.kind == Predicate::Kind::Compare) {
             Compare(term, indexed);
         } else {
@@ -124,16 +130,27 @@ private:
         return estimate;
     }
 
-    /// The lowest and the highest value of an index; true where it holds null values as well.
-    bool LookAtEnds(std::size_t attribute, PlanTerm& term)
+    struct Ends {
+        std::string lowest; ///< empty where the index has no values
+        std::string highest;
+        bool hasNull = false;
+    };
+
+    /// What lies at the ends of an index.
+    const Ends& EndsOf(std::size_t attribute)
     {
+        const auto [at, isNew] = m_ends.try_emplace(attribute);
+        Ends& ends = at->second;
+        if (!isNew)
+            return ends;
         const IndexRange values = IndexRange::Values(attribute);
-        term.lowest = FirstForm(values, ScanOrder::Forwards);
-        term.highest = FirstForm(values, ScanOrder::Backwards);
-        if (attribute == kObjectIdIndex)
-            return false;
-        const IndexRange nulls = IndexRange::Nulls(attribute);
-        return Scan(m_snapshot, &nulls, ScanOrder::Numbers, nullptr).Count(1) != 0;
+        ends.lowest = FirstForm(values, ScanOrder::Forwards);
+        ends.highest = FirstForm(values, ScanOrder::Backwards);
+        if (attribute != kObjectIdIndex && m_schema.attributes[attribute].type.HasNull()) {
+            const IndexRange nulls = IndexRange::Nulls(attribute);
+            ends.hasNull = Scan(m_snapshot, &nulls, ScanOrder::Numbers, nullptr).Count(1) != 0;
+        }
+        return ends;
     }
 
     /// The value of the first object that a scan finds; empty where there is none.
@@ -189,7 +206,6 @@ private:
         }
         OwnedBounds narrowed;
         const auto word = static_cast<unsigned short>(QueryBits(op) | condition.cmpOp);
-        m_ends.emplace(condition.attribute, std::pair(term.lowest, term.highest));
         term.share = Ask(condition.attribute, word, condition.form, &narrowed);
 
         // Under the order of the index the literal itself is the edge. A narrowed end is the same
@@ -216,6 +232,13 @@ private:
             plain && op != Operator::NotEqual && hasLow == wantsLow && hasHigh == wantsHigh;
     }
 
+    /// True for an index that was looked at and has a value.
+    bool HasValues(std::size_t attribute) const
+    {
+        const auto ends = m_ends.find(attribute);
+        return ends != m_ends.end() && !ends->second.lowest.empty();
+    }
+
     /// The share of an index that a value selects.
     double Ask(std::size_t attribute, unsigned short word, const std::string& form,
                KoIdxBounds* narrowed) const
@@ -224,8 +247,8 @@ private:
         const auto unqualified = [](const std::string& bytes) {
             return const_cast<char*>(bytes.data());
         };
-        const auto& [lowest, highest] = m_ends.at(attribute);
-        KoIdxBounds bounds{unqualified(lowest), unqualified(highest), 0, 0};
+        const Ends& ends = m_ends.at(attribute);
+        KoIdxBounds bounds{unqualified(ends.lowest), unqualified(ends.highest), 0, 0};
         return Manager().EvalAndBound(m_schema.TypeId(attribute), &bounds, word, unqualified(form),
                                       kStoreFormat, 1, narrowed, nullptr);
     }
@@ -238,9 +261,9 @@ private:
         constexpr unsigned short kAnyKey =
             KoQOP_LESS | KoQOP_EQUAL | KoQOP_GREATER | kPlainOperator;
         constexpr double kNearlyAll = 0.999;
-        const auto ends = m_ends.find(attribute);
-        const bool counts = ends == m_ends.end() ||
-                            Ask(attribute, kAnyKey, ends->second.first, nullptr) > kNearlyAll;
+        const bool counts =
+            !HasValues(attribute) ||
+            Ask(attribute, kAnyKey, m_ends.at(attribute).highest, nullptr) > kNearlyAll;
         return counts ? std::max(low + high - 1.0, 0.0) : std::min(low, high);
     }
 
@@ -337,7 +360,7 @@ private:
     double ShareOf(const IndexRange& range) const
     {
         // Null values are in no estimate, and without others there is nothing to ask.
-        if (m_ends.count(range.attribute) == 0)
+        if (!HasValues(range.attribute))
             return 1.0;
         const double low = HasLow(range)
                                ? Ask(range.attribute, KoQOP_GREATER | KoQOP_EQUAL | kPlainOperator,
@@ -353,8 +376,7 @@ private:
     Snapshot& m_snapshot;
     const Schema& m_schema;
     Plan& m_plan;
-    /// Lowest and highest value of the indexes that have values.
-    std::map<std::size_t, std::pair<std::string, std::string>> m_ends;
+    std::map<std::size_t, Ends> m_ends;
 };
 
 } // namespace
