@@ -1,9 +1,8 @@
 #include "query/planner.h"
 
-#include "base/object_id.h"
 #include "query/costs.h"
+#include "query/index_ends.h"
 #include "query/operators.h"
-#include "query/scan.h"
 
 #include <kotypevl.h>
 
@@ -68,7 +67,7 @@ class Planner
 {
 public:
     Planner(Snapshot& snapshot, Plan& plan)
-        : m_snapshot(snapshot), m_schema(snapshot.GetSchema()), m_plan(plan)
+        : m_schema(snapshot.GetSchema()), m_plan(plan), m_ends(snapshot)
     {
     }
 
@@ -97,7 +96,7 @@ private:
         const bool indexed = m_schema.IsIndexed(condition.attribute);
         bool hasNull = false;
         if (indexed) {
-            const Ends& ends = EndsOf(condition.attribute);
+            const IndexEnds::Ends& ends = m_ends.Of(condition.attribute);
             term.lowest = ends.lowest;
             term.highest = ends.highest;
             hasNull = ends.hasNull;
@@ -128,54 +127,6 @@ private:
         }
         m_plan.terms.push_back(std::move(term));
         return estimate;
-    }
-
-    struct Ends {
-        std::string lowest; ///< empty where the index has no values
-        std::string highest;
-        bool hasNull = false;
-    };
-
-    /// What lies at the ends of an index.
-    const Ends& EndsOf(std::size_t attribute)
-    {
-        const auto [at, isNew] = m_ends.try_emplace(attribute);
-        Ends& ends = at->second;
-        if (!isNew)
-            return ends;
-        const IndexRange values = IndexRange::Values(attribute);
-        ends.lowest = FirstForm(values, ScanOrder::Forwards);
-        ends.highest = FirstForm(values, ScanOrder::Backwards);
-        if (attribute != kObjectIdIndex && m_schema.attributes[attribute].type.HasNull()) {
-            const IndexRange nulls = IndexRange::Nulls(attribute);
-            ends.hasNull = Scan(m_snapshot, &nulls, ScanOrder::Numbers, nullptr).Count(1) != 0;
-        }
-        return ends;
-    }
-
-    /// The value of the first object that a scan finds; empty where there is none.
-    std::string FirstForm(const IndexRange& range, ScanOrder order)
-    {
-        Scan scan(m_snapshot, &range, order, nullptr);
-        const std::span<const std::uint64_t> first = scan.Next(1);
-        if (first.empty())
-            return {};
-        if (range.attribute == kObjectIdIndex) {
-            char id[kObjectIdBytes];
-            PutObjectId(id, first[0]);
-            return {id, sizeof id};
-        }
-        std::string room;
-        const auto form = m_snapshot.Value(first[0], range.attribute, room);
-        if (!form)
-            FailNoObject(m_snapshot, first[0]);
-        // Evaluators read a form to the end that it has by itself.
-        if (form->empty() ||
-            m_schema.attributes[range.attribute].type.SizeAt(*form) != form->size())
-            throw Failure(Exit::Damaged, m_snapshot.Name() + ": is damaged: the index on " +
-                                             m_schema.Name(range.attribute) +
-                                             " has an entry that holds no value");
-        return std::string(*form);
     }
 
     /// Asks the type.
@@ -232,13 +183,6 @@ private:
             plain && op != Operator::NotEqual && hasLow == wantsLow && hasHigh == wantsHigh;
     }
 
-    /// True for an index that was looked at and has a value.
-    bool HasValues(std::size_t attribute) const
-    {
-        const auto ends = m_ends.find(attribute);
-        return ends != m_ends.end() && !ends->second.lowest.empty();
-    }
-
     /// The share of an index that a value selects.
     double Ask(std::size_t attribute, unsigned short word, const std::string& form,
                KoIdxBounds* narrowed) const
@@ -247,7 +191,7 @@ private:
         const auto unqualified = [](const std::string& bytes) {
             return const_cast<char*>(bytes.data());
         };
-        const Ends& ends = m_ends.at(attribute);
+        const IndexEnds::Ends& ends = m_ends.Of(attribute);
         KoIdxBounds bounds{unqualified(ends.lowest), unqualified(ends.highest), 0, 0};
         return Manager().EvalAndBound(m_schema.TypeId(attribute), &bounds, word, unqualified(form),
                                       kStoreFormat, 1, narrowed, nullptr);
@@ -262,8 +206,8 @@ private:
             KoQOP_LESS | KoQOP_EQUAL | KoQOP_GREATER | kPlainOperator;
         constexpr double kNearlyAll = 0.999;
         const bool counts =
-            !HasValues(attribute) ||
-            Ask(attribute, kAnyKey, m_ends.at(attribute).highest, nullptr) > kNearlyAll;
+            !m_ends.HasValues(attribute) ||
+            Ask(attribute, kAnyKey, m_ends.Of(attribute).highest, nullptr) > kNearlyAll;
         return counts ? std::max(low + high - 1.0, 0.0) : std::min(low, high);
     }
 
@@ -360,7 +304,7 @@ private:
     double ShareOf(const IndexRange& range) const
     {
         // Null values are in no estimate, and without others there is nothing to ask.
-        if (!HasValues(range.attribute))
+        if (!m_ends.HasValues(range.attribute))
             return 1.0;
         const double low = HasLow(range)
                                ? Ask(range.attribute, KoQOP_GREATER | KoQOP_EQUAL | kPlainOperator,
@@ -373,10 +317,9 @@ private:
         return BetweenEnds(range.attribute, low, high);
     }
 
-    Snapshot& m_snapshot;
     const Schema& m_schema;
     Plan& m_plan;
-    std::map<std::size_t, Ends> m_ends;
+    mutable IndexEnds m_ends; ///< remembers
 };
 
 } // namespace

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <utility>
 
 namespace ko::store
 {
@@ -110,6 +111,12 @@ bool Scan::NextBlock()
 {
     if (m_groups == nullptr)
         CollectNumbers();
+    if (m_walk && !m_filter) { // nothing to look at in blocks
+        m_looked += m_candidates.size();
+        m_found = std::move(m_candidates);
+        m_candidates.clear();
+        return !m_found.empty();
+    }
     if (!m_groups->Next())
         return false;
     if (Test(*m_groups) != 0)
