@@ -6,7 +6,9 @@
 #include "store/test_files.h"
 
 #include "import/importer.h"
+#include "object/object_store.h"
 #include "query/planner.h"
+#include "query/scan.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -18,30 +20,26 @@ namespace
 
 using namespace ko::store;
 
-double ErrorOf(Store& store, const std::string& predicate)
+double ErrorOf(Snapshot& snapshot, const std::string& predicate)
 {
     const Condition condition =
-        Condition::Make(ParsePredicate(predicate), predicate, store.GetSchema());
-    const Plan plan = MakePlan(store, condition, false);
-    RecordReader reader(store.GetSchema());
-    condition.Need(reader);
-    Scan scan(store, nullptr, ScanOrder::Forwards);
-    double found = 0.0;
-    while (scan.Next() && reader.Read(scan.Record()))
-        found += condition.Evaluate(reader) == Truth::True ? 1.0 : 0.0;
-    const auto objects = static_cast<double>(store.Counts().objects);
+        Condition::Make(ParsePredicate(predicate), predicate, snapshot.GetSchema());
+    const Plan plan = MakePlan(snapshot, condition, false);
+    const auto found = static_cast<double>(
+        Scan(snapshot, nullptr, ScanOrder::Numbers, &condition).Count(UINT64_MAX));
+    const auto objects = static_cast<double>(snapshot.GetCounts().objects);
     const double share = std::max(plan.share, 1.0 / objects);
     const double truth = std::max(found, 1.0) / objects;
     return std::max(share / truth, truth / share);
 }
 
-void Report(Store& store, const char* data, const char* predicates,
+void Report(Snapshot& snapshot, const char* data, const char* predicates,
             const std::function<std::string()>& make)
 {
     constexpr std::size_t kCount = 200;
     std::vector<double> errors;
     for (std::size_t i = 0; i < kCount; ++i)
-        errors.push_back(ErrorOf(store, make()));
+        errors.push_back(ErrorOf(snapshot, make()));
     std::sort(errors.begin(), errors.end());
     std::printf("%-8s %-26s %10.2f %14.2f\n", data, predicates, errors[kCount / 2],
                 errors[kCount * 95 / 100]);
@@ -51,9 +49,9 @@ void Report(Store& store, const char* data, const char* predicates,
 void ReportClasses(const std::string& path, const char* data, const char* number,
                    const std::vector<const char*>& texts)
 {
-    const std::unique_ptr<Store> store = Store::Open(path);
-    const Schema& schema = store->GetSchema();
-    RandomPredicates random(*store, 11);
+    const std::unique_ptr<Snapshot> snapshot = ObjectStore::Open(path, Mode::Read)->Read();
+    const Schema& schema = snapshot->GetSchema();
+    RandomPredicates random(*snapshot, 11);
     const auto attribute = [&](const char* name) {
         return static_cast<std::size_t>(schema.Find(name) - schema.attributes.data());
     };
@@ -66,18 +64,18 @@ void ReportClasses(const std::string& path, const char* data, const char* number
         return RandomPredicates::Quoted(random.Literal(attribute(name)));
     };
     const auto range = [&](const char* name) { return name + (inequality() + quoted(name)); };
-    Report(*store, data, "number =", [&] { return number + (" = " + quoted(number)); });
-    Report(*store, data, "number range", [&] { return range(number); });
-    Report(*store, data, "number range and range",
+    Report(*snapshot, data, "number =", [&] { return number + (" = " + quoted(number)); });
+    Report(*snapshot, data, "number range", [&] { return range(number); });
+    Report(*snapshot, data, "number range and range",
            [&] { return range(number) + " and " + range(number); });
     if (schema.Find("date") != nullptr)
-        Report(*store, data, "date range", [&] { return range("date"); });
-    Report(*store, data, "text =", [&] {
+        Report(*snapshot, data, "date range", [&] { return range("date"); });
+    Report(*snapshot, data, "text =", [&] {
         const char* name = text();
         return name + (" = " + quoted(name));
     });
-    Report(*store, data, "text range", [&] { return range(text()); });
-    Report(*store, data, "text pattern with a prefix", [&] {
+    Report(*snapshot, data, "text range", [&] { return range(text()); });
+    Report(*snapshot, data, "text pattern with a prefix", [&] {
         const char* name = text();
         const std::string& whole = random.Literal(attribute(name));
         const std::size_t shared = std::string_view(name) == "name" ? 4 : 0;
@@ -86,7 +84,7 @@ void ReportClasses(const std::string& path, const char* data, const char* number
         pattern.back() = '*';
         return name + (" = " + pattern + "\"");
     });
-    Report(*store, data, "text pattern without", [&] {
+    Report(*snapshot, data, "text pattern without", [&] {
         const char* name = text();
         const std::string& whole = random.Literal(attribute(name));
         const std::size_t behind = whole.size() > 4 ? whole.size() - 4 : 0;
@@ -95,8 +93,8 @@ void ReportClasses(const std::string& path, const char* data, const char* number
         pattern.back() = '*';
         return name + (" = \"*" + pattern.substr(1) + "\"");
     });
-    Report(*store, data, "and", [&] { return range(number) + " and " + range(text()); });
-    Report(*store, data, "or", [&] { return range(number) + " or " + range(text()); });
+    Report(*snapshot, data, "and", [&] { return range(number) + " and " + range(text()); });
+    Report(*snapshot, data, "or", [&] { return range(number) + " or " + range(text()); });
 }
 
 } // namespace

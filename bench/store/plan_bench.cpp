@@ -2,8 +2,9 @@
 // make, parsing and planning included, beside reading all objects, and beside SQLite with the same
 // index. Both answer with the sum of an attribute that has no index, which takes each object found.
 //
-// The second work is what the planner's costs are made of: how much longer than walking all objects
-// in their order it takes to find all of them through an index, and to pass over its entries.
+// The second work is what the planner's costs are made of: how much longer than testing all objects
+// in their order it takes to find all of them through an index, and to pass over its entries; and
+// what it takes to meet a block.
 //
 // KOTM_BENCH_ROWS is the number of objects.
 
@@ -11,7 +12,9 @@
 #include "sqlite_peer.h"
 
 #include "import/importer.h"
+#include "object/object_store.h"
 #include "query/planner.h"
+#include "query/scan.h"
 
 #include <algorithm>
 #include <fstream>
@@ -82,30 +85,27 @@ std::string NextPredicate(const Data& data, std::mt19937& random)
     return "number >= " + std::to_string(from) + " and number < " + std::to_string(from + found);
 }
 
-long long SumByKotm(Store& store, const std::string& predicate, bool planned)
+long long SumByKotm(Snapshot& snapshot, const std::string& predicate, bool planned)
 {
     const Condition condition =
-        Condition::Make(ParsePredicate(predicate), predicate, store.GetSchema());
+        Condition::Make(ParsePredicate(predicate), predicate, snapshot.GetSchema());
     std::optional<Plan> plan;
     if (planned) {
-        plan = MakePlan(store, condition, false);
+        plan = MakePlan(snapshot, condition, false);
         if (!plan->range)
             Fail("the plan does not use the index");
     }
-    RecordReader reader(store.GetSchema());
-    condition.Need(reader);
-    reader.Need(kAmount);
-    Scan scan(store, planned ? &*plan->range : nullptr, ScanOrder::Numbers);
+    Scan scan(snapshot, planned ? &*plan->range : nullptr, ScanOrder::Numbers,
+              plan && plan->range->exact ? nullptr : &condition);
     long long sum = 0;
-    while (scan.Next()) {
-        if (!reader.Read(scan.Record()))
-            Fail("a record that cannot be read");
-        reader.SetId(scan.Id());
-        if (condition.Evaluate(reader) != Truth::True)
-            continue;
-        o_4b amount = 0;
-        Manager().Load(Ko4B_T, &amount, reader.Form(kAmount).data(), kStoreFormat, 1);
-        sum += amount;
+    std::string room;
+    for (auto numbers = scan.Next(1024); !numbers.empty(); numbers = scan.Next(1024)) {
+        for (const std::uint64_t number : numbers) {
+            o_4b amount = 0;
+            Manager().Load(Ko4B_T, &amount, snapshot.Value(number, kAmount, room)->data(),
+                           kStoreFormat, 1);
+            sum += amount;
+        }
     }
     return sum;
 }
@@ -130,27 +130,38 @@ void BenchQuery(benchmark::State& state, const Data& data, Answer answer)
 
 enum class Way { kInOrder, kLookUp, kEntry };
 
-/// All objects, each read and tested but where entries are enough.
-void BenchWay(benchmark::State& state, Store& store, Way way)
+/// What the planner's costs are made of: all objects, each tested but where entries are enough.
+void BenchWay(benchmark::State& state, const ObjectStore& store, Way way)
 {
     const std::string text = "number >= 0";
     const Condition condition = Condition::Make(ParsePredicate(text), text, store.GetSchema());
-    RecordReader reader(store.GetSchema());
-    condition.Need(reader);
     const IndexRange index = IndexRange::All(kNumber);
     std::uint64_t found = 0;
     for (auto _ : state) {
-        store.ForgetPlaces();
-        Scan scan(store, way == Way::kInOrder ? nullptr : &index,
-                  way == Way::kEntry ? ScanOrder::Forwards : ScanOrder::Numbers);
-        while (scan.Next()) {
-            if (way == Way::kEntry ||
-                (reader.Read(scan.Record()) && condition.Evaluate(reader) == Truth::True))
-                ++found;
-        }
+        const std::unique_ptr<Snapshot> snapshot = store.Read();
+        found += Scan(*snapshot, way == Way::kInOrder ? nullptr : &index, ScanOrder::Numbers,
+                      way == Way::kEntry ? nullptr : &condition)
+                     .Count(UINT64_MAX);
     }
     state.counters["each"] = benchmark::Counter(
         static_cast<double>(found), benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+}
+
+/// One object after another, each of another block: mostly what a block costs.
+void BenchBlocks(benchmark::State& state, const ObjectStore& store)
+{
+    std::uint64_t blocks = 0;
+    for (auto _ : state) {
+        const std::unique_ptr<Snapshot> snapshot = store.Read();
+        std::string room;
+        for (std::uint64_t number = 1; number < snapshot->GetCounts().nextNumber;
+             number += snapshot->SlotsOfBlock()) {
+            benchmark::DoNotOptimize(snapshot->Value(number, kAmount, room));
+            ++blocks;
+        }
+    }
+    state.counters["each"] = benchmark::Counter(
+        static_cast<double>(blocks), benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 
 template <class Bench, class... Arguments>
@@ -167,16 +178,13 @@ int main(int argc, char** argv)
     if (const char* rows = std::getenv("KOTM_BENCH_ROWS"))
         data.rows = std::max(1000U, static_cast<unsigned>(std::strtoul(rows, nullptr, 10)));
     Fill(data);
-    const auto store = Store::Open(data.store);
+    const auto store = ObjectStore::Open(data.store, Mode::Read);
     Database db(data.database);
-    db.Run("BEGIN"); // as the store is one read transaction
+    const std::unique_ptr<Snapshot> snapshot = store->Read();
+    db.Run("BEGIN"); // as the snapshot is one read transaction
 
-    // Queries of their own, none of which knows the places of objects from those before it.
-    const auto planned = [&](const std::string& text) {
-        store->ForgetPlaces();
-        return SumByKotm(*store, text, true);
-    };
-    const auto all = [&](const std::string& text) { return SumByKotm(*store, text, false); };
+    const auto planned = [&](const std::string& text) { return SumByKotm(*snapshot, text, true); };
+    const auto all = [&](const std::string& text) { return SumByKotm(*snapshot, text, false); };
     const auto sqlite = [&](const std::string& text) { return SumBySqlite(db, text); };
     std::mt19937 random(5);
     for (int i = 0; i < 5; ++i) {
@@ -198,5 +206,6 @@ int main(int argc, char** argv)
     way("objects in order/ours", Way::kInOrder);
     way("objects in order/by index", Way::kLookUp);
     way("objects in order/entries alone", Way::kEntry);
+    Register("blocks/ours", [&store](benchmark::State& state) { BenchBlocks(state, *store); });
     return RunWithRatios(argc, argv);
 }

@@ -10,7 +10,7 @@ namespace ko::store
 {
 
 /// Object ids are the stored form of a KoObjId, 10 bytes: a tag of 4, which is 0 for an object, and
-/// the object's number. The identity type orders them by number, then tag.
+/// the object's number. No comparison reads the tag.
 inline constexpr std::size_t kObjectIdBytes = 10;
 
 inline void PutObjectId(char* bytes, std::uint64_t number, std::uint32_t tag = 0)
@@ -21,10 +21,6 @@ inline void PutObjectId(char* bytes, std::uint64_t number, std::uint32_t tag = 0
 inline std::uint64_t ObjectNumber(const char* id)
 {
     return GetLittle<std::uint64_t>(id + 2) >> 16; // half of the tag and the number
-}
-inline std::uint32_t ObjectTag(const char* id)
-{
-    return GetLittle<std::uint32_t>(id);
 }
 
 } // namespace ko::store

@@ -62,11 +62,11 @@ void ConditionLeaf::Test(const BlockAt& block, const SlotBits& among, TruthBits&
         TestCodes(column, among, truths);
 }
 
-void ConditionLeaf::NeedCodes()
+void ConditionLeaf::NeedCodes(std::size_t count)
 {
-    if (!m_codes.empty())
+    if (m_codes.size() >= count)
         return;
-    m_codes.assign(0x10000, m_present);
+    m_codes.resize(count, m_present);
     m_codes[kAbsentCode] = m_null;
 }
 
@@ -83,7 +83,7 @@ void ConditionLeaf::TestFew(const Column& column, const SlotBits& among, TruthBi
 
 void ConditionLeaf::TestCodes(const Column& column, const SlotBits& among, TruthBits& truths)
 {
-    NeedCodes();
+    NeedCodes(0x10000); // whatever the codes are
     std::array<std::uint16_t, kMostSlots> codes;
     column.Codes(codes.data());
     const unsigned words = m_block.Words();
@@ -134,7 +134,8 @@ void ConditionLeaf::TestForms(const Column& column, const SlotBits& among, Truth
         for (std::uint64_t left = present[word]; left != 0; left &= left - 1) {
             const auto bit = static_cast<unsigned>(std::countr_zero(left));
             const std::string_view form(m_forms.data() + std::size_t{word * 64 + bit} * size, size);
-            met |= std::uint64_t{TestForm(form) == kMet} << bit;
+            const Known known = size <= sizeof(std::uint64_t) ? TestShort(form) : TestForm(form);
+            met |= std::uint64_t{known == kMet} << bit;
         }
         truths.met[word] |= met;
     }
@@ -160,7 +161,8 @@ ConditionLeaf::Known ConditionLeaf::TestCell(const Cell& cell, unsigned slot)
 
 ConditionLeaf::Known ConditionLeaf::TestEntry(std::uint16_t entry)
 {
-    NeedCodes();
+    NeedCodes(std::max<std::size_t>(entry, m_snapshot.Texts(m_condition.attribute)) + kFirstCode +
+              1);
     Known& known = m_codes[entry + kFirstCode];
     if (known == kToTest)
         known = TestForm(m_snapshot.Text(m_condition.attribute, entry));
@@ -171,8 +173,6 @@ ConditionLeaf::Known ConditionLeaf::TestForm(std::string_view form)
 {
     if (m_present != kToTest)
         return m_present;
-    if (m_snapshot.Layout()[m_condition.attribute] != 0 && form.size() <= 8)
-        return TestShort(form);
     return m_condition.Test(form) == Truth::True ? kMet : kFalse;
 }
 

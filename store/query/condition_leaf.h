@@ -24,7 +24,7 @@ private:
     /// What is known of a code of the column or a form.
     enum Known : std::uint8_t { kFalse = 0, kMet = 1, kUnknown = 2, kToTest = 4 };
 
-    void NeedCodes();
+    void NeedCodes(std::size_t count);
     void TestFew(const Column& column, const SlotBits& among, TruthBits& truths);
     void TestCodes(const Column& column, const SlotBits& among, TruthBits& truths);
     void TestForms(const Column& column, const SlotBits& among, TruthBits& truths);

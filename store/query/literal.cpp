@@ -1,8 +1,8 @@
 #include "query/literal.h"
 
-#include "base/visible.h"
 #include "base/object_id.h"
 #include "base/object_number.h"
+#include "base/visible.h"
 #include "schema/field_reader.h"
 
 #include <algorithm>

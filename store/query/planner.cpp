@@ -1,9 +1,8 @@
 #include "query/planner.h"
 
-#include "base/object_id.h"
 #include "query/costs.h"
+#include "query/index_ends.h"
 #include "query/operators.h"
-#include "query/scan.h"
 
 #include <kotypevl.h>
 
@@ -68,7 +67,7 @@ class Planner
 {
 public:
     Planner(Snapshot& snapshot, Plan& plan)
-        : m_snapshot(snapshot), m_schema(snapshot.GetSchema()), m_plan(plan)
+        : m_schema(snapshot.GetSchema()), m_plan(plan), m_ends(snapshot)
     {
     }
 
@@ -95,7 +94,13 @@ private:
     {
         PlanTerm term{&condition, negated, {}, {}, std::nullopt, 1.0};
         const bool indexed = m_schema.IsIndexed(condition.attribute);
-        const bool hasNull = indexed && LookAtEnds(condition.attribute, term);
+        bool hasNull = false;
+        if (indexed) {
+            const IndexEnds::Ends& ends = m_ends.Of(condition.attribute);
+            term.lowest = ends.lowest;
+            term.highest = ends.highest;
+            hasNull = ends.hasNull;
+        }
         if (condition.kind == Predicate::Kind::Compare) {
             Compare(term, indexed);
         } else {
@@ -122,43 +127,6 @@ private:
         }
         m_plan.terms.push_back(std::move(term));
         return estimate;
-    }
-
-    /// The lowest and the highest value of an index; true where it holds null values as well.
-    bool LookAtEnds(std::size_t attribute, PlanTerm& term)
-    {
-        const IndexRange values = IndexRange::Values(attribute);
-        term.lowest = FirstForm(values, ScanOrder::Forwards);
-        term.highest = FirstForm(values, ScanOrder::Backwards);
-        if (attribute == kObjectIdIndex)
-            return false;
-        const IndexRange nulls = IndexRange::Nulls(attribute);
-        return Scan(m_snapshot, &nulls, ScanOrder::Numbers, nullptr).Count(1) != 0;
-    }
-
-    /// The value of the first object that a scan finds; empty where there is none.
-    std::string FirstForm(const IndexRange& range, ScanOrder order)
-    {
-        Scan scan(m_snapshot, &range, order, nullptr);
-        const std::span<const std::uint64_t> first = scan.Next(1);
-        if (first.empty())
-            return {};
-        if (range.attribute == kObjectIdIndex) {
-            char id[kObjectIdBytes];
-            PutObjectId(id, first[0]);
-            return {id, sizeof id};
-        }
-        std::string room;
-        const auto form = m_snapshot.Value(first[0], range.attribute, room);
-        if (!form)
-            FailNoObject(m_snapshot, first[0]);
-        // Evaluators read a form to the end that it has by itself.
-        if (form->empty() ||
-            m_schema.attributes[range.attribute].type.SizeAt(*form) != form->size())
-            throw Failure(Exit::Damaged, m_snapshot.Name() + ": is damaged: the index on " +
-                                             m_schema.Name(range.attribute) +
-                                             " has an entry that holds no value");
-        return std::string(*form);
     }
 
     /// Asks the type.
@@ -189,7 +157,6 @@ private:
         }
         OwnedBounds narrowed;
         const auto word = static_cast<unsigned short>(QueryBits(op) | condition.cmpOp);
-        m_ends.emplace(condition.attribute, std::pair(term.lowest, term.highest));
         term.share = Ask(condition.attribute, word, condition.form, &narrowed);
 
         // Under the order of the index the literal itself is the edge. A narrowed end is the same
@@ -224,8 +191,8 @@ private:
         const auto unqualified = [](const std::string& bytes) {
             return const_cast<char*>(bytes.data());
         };
-        const auto& [lowest, highest] = m_ends.at(attribute);
-        KoIdxBounds bounds{unqualified(lowest), unqualified(highest), 0, 0};
+        const IndexEnds::Ends& ends = m_ends.Of(attribute);
+        KoIdxBounds bounds{unqualified(ends.lowest), unqualified(ends.highest), 0, 0};
         return Manager().EvalAndBound(m_schema.TypeId(attribute), &bounds, word, unqualified(form),
                                       kStoreFormat, 1, narrowed, nullptr);
     }
@@ -238,9 +205,9 @@ private:
         constexpr unsigned short kAnyKey =
             KoQOP_LESS | KoQOP_EQUAL | KoQOP_GREATER | kPlainOperator;
         constexpr double kNearlyAll = 0.999;
-        const auto ends = m_ends.find(attribute);
-        const bool counts = ends == m_ends.end() ||
-                            Ask(attribute, kAnyKey, ends->second.first, nullptr) > kNearlyAll;
+        const bool counts =
+            !m_ends.HasValues(attribute) ||
+            Ask(attribute, kAnyKey, m_ends.Of(attribute).highest, nullptr) > kNearlyAll;
         return counts ? std::max(low + high - 1.0, 0.0) : std::min(low, high);
     }
 
@@ -337,7 +304,7 @@ private:
     double ShareOf(const IndexRange& range) const
     {
         // Null values are in no estimate, and without others there is nothing to ask.
-        if (m_ends.count(range.attribute) == 0)
+        if (!m_ends.HasValues(range.attribute))
             return 1.0;
         const double low = HasLow(range)
                                ? Ask(range.attribute, KoQOP_GREATER | KoQOP_EQUAL | kPlainOperator,
@@ -350,11 +317,9 @@ private:
         return BetweenEnds(range.attribute, low, high);
     }
 
-    Snapshot& m_snapshot;
     const Schema& m_schema;
     Plan& m_plan;
-    /// Lowest and highest value of the indexes that have values.
-    std::map<std::size_t, std::pair<std::string, std::string>> m_ends;
+    mutable IndexEnds m_ends; ///< remembers
 };
 
 } // namespace

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <utility>
 
 namespace ko::store
 {
@@ -57,14 +58,13 @@ Scan::Scan(Snapshot& snapshot, const IndexRange* range, ScanOrder order, const C
         StartOfIds(range);
 }
 
-/// Objects have tag 0, the lowest: an edge with another one lies behind the object of its number.
+/// No comparison reads the tag of an id.
 void Scan::StartOfIds(const IndexRange* range)
 {
     const auto first = [](const IndexRange::Edge& edge) {
         if (edge.form.empty())
             return std::uint64_t{0}; // before all objects, behind null as well
-        const bool behind = edge.behind || ObjectTag(edge.form.data()) != 0;
-        return ObjectNumber(edge.form.data()) + (behind ? 1 : 0);
+        return ObjectNumber(edge.form.data()) + (edge.behind ? 1 : 0);
     };
     if (range != nullptr)
         m_first = std::max(first(range->low), m_first);
@@ -111,6 +111,12 @@ bool Scan::NextBlock()
 {
     if (m_groups == nullptr)
         CollectNumbers();
+    if (m_walk && !m_filter) { // nothing to look at in blocks
+        m_looked += m_candidates.size();
+        m_found = std::move(m_candidates);
+        m_candidates.clear();
+        return !m_found.empty();
+    }
     if (!m_groups->Next())
         return false;
     if (Test(*m_groups) != 0)

@@ -24,8 +24,9 @@ public:
     Scan(Snapshot& snapshot, const IndexRange* range, ScanOrder order, const Condition* test);
 
     /// The numbers of the next objects in the order of the scan, at least one and at most `most`;
-    /// none at the end. Valid until the next call. This and Count throw Failure (Exit::Damaged),
-    /// for an entry whose object does not exist as well.
+    /// none at the end. Valid until the next call. This and Count throw Failure (Exit::Damaged).
+    /// An index of a damaged store may name objects that do not exist: they are noticed where
+    /// something is tested, and otherwise left to whoever reads them.
     std::span<const std::uint64_t> Next(std::size_t most);
     /// How many are left, but at most `most`. Entries are enough for it where nothing is tested.
     std::uint64_t Count(std::uint64_t most);

@@ -1,12 +1,16 @@
 #ifndef KO_TEST_STORE_GENERATED_STORE_H
 #define KO_TEST_STORE_GENERATED_STORE_H
 
+#include "base/short_bytes.h"
 #include "engine/memory.h"
 #include "object/bulk.h"
 #include "object/object_change.h"
 #include "object/object_store.h"
 #include "schema/field_reader.h"
 
+#include <gtest/gtest.h>
+
+#include <algorithm>
 #include <memory>
 #include <random>
 #include <set>

@@ -169,9 +169,11 @@ private:
         for (auto numbers = scan.Next(kTogether); !numbers.empty();
              numbers = scan.Next(kTogether)) {
             for (const std::uint64_t number : numbers) {
-                const auto form = byId ? std::string_view()
-                                       : m_snapshot.Value(number, *m_order, room).value_or("");
-                sorter.Add(form, number);
+                const auto form =
+                    byId ? std::string_view() : m_snapshot.Value(number, *m_order, room);
+                if (!form)
+                    FailNoObject(m_snapshot, number);
+                sorter.Add(*form, number);
             }
         }
         printer.Print(sorter.Sort());
