@@ -178,11 +178,11 @@ TEST_F(StoreDamage, KeysOfBranches)
     int branches = 0;
     for (std::size_t i = 0; i < names.Nodes(); ++i) {
         const auto tree = NumberAt<lmdb::Tree>(names.NodeAt(i).value, 0);
-        if (tree.depth == 1)
+        if (tree.depth <= 1)
             continue;
         const lmdb::Page root = PageOf(tree.root);
         ++branches;
-        for (const std::size_t fromEnd : {6U, 5U, 10U}) { // number and tag of an object
+        for (const std::size_t fromEnd : {3U, 5U}) { // the number of an object
             const std::string_view key = root.NodeAt(root.Nodes() / 2).key;
             const std::size_t offset = Find(key, tree.root) + key.size() - fromEnd;
             Change(offset, static_cast<char>(m_whole[offset] ^ 1));
@@ -190,7 +190,7 @@ TEST_F(StoreDamage, KeysOfBranches)
                           {"check " + m_store});
         }
     }
-    EXPECT_EQ(branches, 4);
+    EXPECT_EQ(branches, 2) << "large values and entries";
 }
 
 // Single bits anywhere: no command is ended by a signal, and what "check" passes answers as before
