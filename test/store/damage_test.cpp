@@ -182,7 +182,7 @@ TEST_F(StoreDamage, KeysOfBranches)
             continue;
         const lmdb::Page root = PageOf(tree.root);
         ++branches;
-        for (const std::size_t fromEnd : {3U, 5U}) { // the number of an object
+        for (const std::size_t fromEnd : {4U, 5U}) { // the number of an object
             const std::string_view key = root.NodeAt(root.Nodes() / 2).key;
             const std::size_t offset = Find(key, tree.root) + key.size() - fromEnd;
             Change(offset, static_cast<char>(m_whole[offset] ^ 1));
