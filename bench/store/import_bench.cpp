@@ -13,9 +13,9 @@
 #include "ratio.h"
 #include "sqlite_peer.h"
 
-#include "file/store.h"
 #include "import/csv_reader.h"
 #include "import/importer.h"
+#include "object/object_store.h"
 #include "query/scan.h"
 #include "schema/field_reader.h"
 
@@ -190,29 +190,31 @@ o_4b Number(std::string_view form)
     return number;
 }
 
-/// Finds all objects of a day and adds up one of their attributes. The first of many look-ups in a
-/// store search; once an eighth of the objects was found, their places are known.
+/// Finds all objects of a day and adds up one of their attributes, in one snapshot or in one for
+/// every sixteen days.
 void BenchLookUpKotm(benchmark::State& state, const Data& data, const std::string& path,
-                     bool searches)
+                     bool startsAnew)
 {
-    const auto store = ko::store::Store::Open(path);
+    const auto store = ko::store::ObjectStore::Open(path, ko::store::Mode::Read);
+    auto snapshot = store->Read();
     const std::size_t date = AttributeNamed(data, "date");
     const std::size_t cost = AttributeNamed(data, "cost_total");
     const Keys keys(data.schema.attributes[date]);
-    ko::store::RecordReader reader(store->GetSchema());
-    reader.Need(cost);
     ko::store::IndexRange range;
     range.attribute = date;
     range.high.emplace().behind = true;
     std::size_t next = 0;
     long long sum = 0;
+    std::string room;
     for (auto _ : state) {
-        if (searches && next % 16 == 0)
-            store->ForgetPlaces();
+        if (startsAnew && next % 16 == 0)
+            snapshot = store->Read();
         range.low.form = range.high->form = keys.forms[next++ % keys.forms.size()];
-        ko::store::Scan scan(*store, &range, ko::store::ScanOrder::Numbers);
-        while (scan.Next() && reader.Read(scan.Record()))
-            sum += Number(reader.Form(cost));
+        ko::store::Scan scan(*snapshot, &range, ko::store::ScanOrder::Numbers, nullptr);
+        for (auto found = scan.Next(1024); !found.empty(); found = scan.Next(1024)) {
+            for (const std::uint64_t number : found)
+                sum += Number(*snapshot->Value(number, cost, room));
+        }
     }
     state.counters["sum"] = static_cast<double>(sum) / static_cast<double>(state.iterations());
 }
@@ -239,7 +241,8 @@ void BenchLookUpSqlite(benchmark::State& state, const Data& data, const std::str
 /// Counts the objects between two speeds by the index alone.
 void BenchRangeKotm(benchmark::State& state, const Data& data, const std::string& path)
 {
-    const auto store = ko::store::Store::Open(path);
+    const auto store = ko::store::ObjectStore::Open(path, ko::store::Mode::Read);
+    const auto snapshot = store->Read();
     const std::size_t speed = AttributeNamed(data, "speed");
     ko::store::FieldReader reader(data.schema.attributes[speed]);
     ko::store::TextFault fault;
@@ -250,9 +253,8 @@ void BenchRangeKotm(benchmark::State& state, const Data& data, const std::string
     reader.Read("200", range.high->form, fault);
     std::uint64_t rows = 0;
     for (auto _ : state) {
-        ko::store::Scan scan(*store, &range, ko::store::ScanOrder::Forwards);
-        while (scan.Next())
-            ++rows;
+        ko::store::Scan scan(*snapshot, &range, ko::store::ScanOrder::Forwards, nullptr);
+        rows += scan.Count(UINT64_MAX);
     }
     state.counters["found"] = static_cast<double>(rows) / static_cast<double>(state.iterations());
 }

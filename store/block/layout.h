@@ -20,7 +20,7 @@ inline constexpr unsigned kMostSlots = 4096;
 inline unsigned SlotsFor(std::size_t blockBytes, std::size_t objectBytes)
 {
     unsigned slots = kFewestSlots;
-    while (slots < kMostSlots && slots * 2 * objectBytes <= blockBytes)
+    while (slots < kMostSlots && std::size_t{slots} * 2 * objectBytes <= blockBytes)
         slots *= 2;
     return slots;
 }

@@ -1,7 +1,7 @@
 #ifndef KO_STORE_OBJECT_OBJECT_CHANGE_H
 #define KO_STORE_OBJECT_OBJECT_CHANGE_H
 
-#include "object/object_store.h"
+#include "object/snapshot.h"
 
 #include <memory>
 #include <span>
@@ -10,6 +10,8 @@
 
 namespace ko::store
 {
+
+class Dictionaries;
 
 /// Changes objects in one transaction: blocks are rewritten, dictionaries grow, entries go out of
 /// indexes and into them. Forms are those of the attributes' types, empty for absent values. A type
