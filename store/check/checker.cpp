@@ -118,14 +118,14 @@ private:
         m_large = m_reader.Walk(Space::Large, {}, Direction::Forwards);
         std::uint64_t objects = 0;
         EachRow(m_reader, Space::Blocks,
-                [&](const Row& row) { m_faults.Try([&] { objects += CheckBlock(row); }); });
+                [&](const Row& row) { m_faults.Try([&] { CheckBlock(row, objects); }); });
         ExpectLarge({});
         if (objects != m_snapshot.GetCounts().objects)
             m_faults.Add(std::to_string(objects) + " objects where the counts ask for " +
                          std::to_string(m_snapshot.GetCounts().objects));
     }
 
-    unsigned CheckBlock(const Row& row)
+    void CheckBlock(const Row& row, std::uint64_t& objects)
     {
         const auto damaged = [&](const char* how) { FailDamaged(Space::Blocks, row.key, how); };
         const std::string_view bytes = Unseal(Space::Blocks, row.key, row.value);
@@ -135,19 +135,17 @@ private:
         if (!m_view.Open(bytes) || m_view.Slots() > m_snapshot.SlotsOfBlock())
             damaged("holds no objects of this store");
         const std::uint64_t first = block * m_snapshot.SlotsOfBlock();
-        const unsigned objects = m_view.CountObjects();
-        if (objects == 0)
-            damaged("holds no objects");
+        objects += m_view.CountObjects();
         if (!m_view.Has(m_view.Slots() - 1))
-            damaged("ends with no object");
+            damaged("ends without an object");
         if (first + m_view.Slots() > m_snapshot.GetCounts().nextNumber ||
             (block == 0 && m_view.Has(0)))
             damaged("holds an object of a number that was never given out");
         if (!m_view.AreFormsSound(m_schema))
             damaged("holds a value that its type does not write");
         CheckCells(row.key, first);
-        m_feed.Add(block, m_view);
-        return objects;
+        if (m_faults.Count() == 0)
+            m_feed.Add(block, m_view);
     }
 
     /// Cells whose forms stand elsewhere, and those that are absent where they must not be.

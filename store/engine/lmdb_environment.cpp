@@ -117,6 +117,8 @@ Environment::Environment(std::string path, Mode mode) : m_path(std::move(path))
         OpenSpaces();
     } catch (...) {
         mdb_env_close(m_env);
+        if (m_firstLock)
+            CutOff(*m_firstLock);
         throw;
     }
 }
@@ -320,6 +322,18 @@ void Environment::CheckWrite(int code)
     Check(code, m_path);
 }
 
+/// Takes away what a map of the file made it longer than its pages.
+void Environment::CutOff(LockedFile& file) const noexcept
+{
+    try {
+        const std::uint64_t bytes = CheckHeads(m_path);
+        if (file.Size() > bytes)
+            file.Resize(bytes);
+    } catch (const Failure&) {
+        // Room that is left behind the pages does no harm.
+    }
+}
+
 Environment::Claim::Claim(std::shared_ptr<Environment> environment, unsigned milliseconds)
     : m_environment(std::move(environment))
 {
@@ -338,6 +352,8 @@ Environment::Claim::Claim(std::shared_ptr<Environment> environment, unsigned mil
         if (!std::exchange(of.m_trusted, true))
             CheckFreePages(of.m_path);
     } catch (...) {
+        if (m_lock)
+            of.CutOff(*m_lock);
         const std::lock_guard guard(of.m_mutex);
         of.m_claimed = of.m_trusted = false;
         of.m_ended.notify_all();
@@ -347,13 +363,7 @@ Environment::Claim::Claim(std::shared_ptr<Environment> environment, unsigned mil
 
 Environment::Claim::~Claim()
 {
-    try {
-        const std::uint64_t bytes = CheckHeads(m_environment->m_path);
-        if (m_lock->Size() > bytes)
-            m_lock->Resize(bytes);
-    } catch (const Failure&) {
-        // Room that is left behind the pages does no harm.
-    }
+    m_environment->CutOff(*m_lock);
     m_lock.reset();
     const std::lock_guard guard(m_environment->m_mutex);
     m_environment->m_claimed = false;

@@ -83,6 +83,7 @@ private:
     MDB_txn* Begin(unsigned flags);
     void Map(std::uint64_t bytes);
     std::uint64_t PagesInUse(MDB_txn* transaction) const;
+    void CutOff(LockedFile& file) const noexcept;
     bool IsLarge() const { return (m_flags & MDB_WRITEMAP) != 0; }
 
     std::string m_path;

@@ -56,11 +56,11 @@ TEST(ColumnReader, ReadsAsTheFieldReaderDoes)
                 if (!taken)
                     continue;
                 EXPECT_EQ(form, expected) << text;
-                if (columnReader.Hint() != 0) {
+                if (columnReader.Memo().key != 0) {
                     ++known;
-                    EXPECT_EQ(columnReader.Hint(), left[text]) << text;
+                    EXPECT_EQ(columnReader.Memo().key, left[text]) << text;
                 }
-                left[text] = columnReader.Hint() = i;
+                left[text] = columnReader.Memo().key = i;
             }
             EXPECT_GT(known, memory > 10000 ? 3000U : 50U) << type;
         }

@@ -1,6 +1,6 @@
 #include "store/test_files.h"
 
-#include "file/store_page.h"
+#include "engine/lmdb_page.h"
 
 #include <gtest/gtest.h>
 
@@ -12,6 +12,9 @@ namespace
 {
 
 using namespace ko::store;
+namespace lmdb = ko::store::lmdb;
+using lmdb::kPageHeader;
+using lmdb::NumberAt;
 
 constexpr std::size_t kPage = 4096; // of a store that was made here
 
@@ -43,13 +46,13 @@ protected:
         return csv;
     }
 
-    StoreHead Head(std::size_t place) const { return At<StoreHead>(place * kPage + kPageHeader); }
+    lmdb::Head Head(std::size_t place) const { return At<lmdb::Head>(place * kPage + kPageHeader); }
     template <class Field>
     Field At(std::size_t offset) const
     {
         return NumberAt<Field>(m_whole, offset);
     }
-    StorePage PageOf(std::uint64_t number) const
+    lmdb::Page PageOf(std::uint64_t number) const
     {
         const auto* page = m_whole.data() + number * kPage;
         return {number, {page, page + kPage}};
@@ -90,9 +93,9 @@ protected:
 
 TEST_F(StoreDamage, Heads)
 {
-    constexpr std::size_t kNames = offsetof(StoreHead, trees) + sizeof(StoreTree);
-    constexpr std::size_t kRoot = offsetof(StoreTree, root);
-    constexpr std::size_t kLastPage = offsetof(StoreHead, lastPage);
+    constexpr std::size_t kNames = offsetof(lmdb::Head, trees) + sizeof(lmdb::Tree);
+    constexpr std::size_t kRoot = offsetof(lmdb::Tree, root);
+    constexpr std::size_t kLastPage = offsetof(lmdb::Head, lastPage);
     const std::uint64_t pages = m_whole.size() / kPage;
     const struct {
         const char* reason;
@@ -102,24 +105,24 @@ TEST_F(StoreDamage, Heads)
         std::string sentence;
         bool inOlder = false;
     } kCases[] = {
-        {"pages of no bytes", offsetof(StoreHead, trees), 0, 4, "page size"},
-        {"pages of a gigabyte", offsetof(StoreHead, trees), 1U << 30, 4, "page size"},
-        {"pages of twice the size", offsetof(StoreHead, trees), 2 * kPage, 4, "page size"},
-        {"the same, older", offsetof(StoreHead, trees), 2 * kPage, 4, "is damaged", true},
-        {"another version", offsetof(StoreHead, version), 2, 4, "version"},
-        {"no magic", offsetof(StoreHead, magic), 0, 4, "store", true},
+        {"pages of no bytes", offsetof(lmdb::Head, trees), 0, 4, "page size"},
+        {"pages of a gigabyte", offsetof(lmdb::Head, trees), 1U << 30, 4, "page size"},
+        {"pages of twice the size", offsetof(lmdb::Head, trees), 2 * kPage, 4, "page size"},
+        {"the same, older", offsetof(lmdb::Head, trees), 2 * kPage, 4, "is damaged", true},
+        {"another version", offsetof(lmdb::Head, version), 2, 4, "version"},
+        {"no magic", offsetof(lmdb::Head, magic), 0, 4, "store", true},
         {"no pages", kLastPage, 0, 8, "no last page"},
         {"more pages than the file", kLastPage, pages, 8, "is truncated"},
         {"more pages than there are bytes", kLastPage, ~0ULL >> 4, 8, "no last page"},
-        {"a map that is too small", offsetof(StoreHead, mapSize), kPage, 8, "size of a map"},
-        {"a map that nobody has", offsetof(StoreHead, mapSize), 1ULL << 60, 8, "size of a map"},
-        {"the same, older", offsetof(StoreHead, mapSize), 1ULL << 60, 8, "size of a map", true},
-        {"doubled keys", kNames + offsetof(StoreTree, flags), 4, 2, "trees of another kind"},
+        {"a map that is too small", offsetof(lmdb::Head, mapSize), kPage, 8, "size of a map"},
+        {"a map that nobody has", offsetof(lmdb::Head, mapSize), 1ULL << 60, 8, "size of a map"},
+        {"the same, older", offsetof(lmdb::Head, mapSize), 1ULL << 60, 8, "size of a map", true},
+        {"doubled keys", kNames + offsetof(lmdb::Tree, flags), 4, 2, "trees of another kind"},
         {"a head as a root", kNames + kRoot, 1, 8, "root that is no page"},
         {"a root outside", kNames + kRoot, pages, 8, "root that is no page"},
-        {"a tree without end", kNames + offsetof(StoreTree, depth), 33, 2, "root that is no page"},
-        {"the turn of the other", offsetof(StoreHead, transaction), 1001, 8, "follow each other"},
-        {"an older one from the future", offsetof(StoreHead, transaction), 4002, 8,
+        {"a tree without end", kNames + offsetof(lmdb::Tree, depth), 33, 2, "root that is no page"},
+        {"the turn of the other", offsetof(lmdb::Head, transaction), 1001, 8, "follow each other"},
+        {"an older one from the future", offsetof(lmdb::Head, transaction), 4002, 8,
          "follow each other", true},
     };
     for (const auto& c : kCases) {
@@ -135,13 +138,13 @@ TEST_F(StoreDamage, Heads)
 
 TEST_F(StoreDamage, ListsOfFreePages)
 {
-    const StoreHead head = Head(m_place);
+    const lmdb::Head head = Head(m_place);
     const std::uint64_t root = head.trees[0].root;
     ASSERT_EQ(head.trees[0].depth, 1);
-    const StorePage page = PageOf(root);
-    StoreNode list = page.Node(0);
+    const lmdb::Page page = PageOf(root);
+    lmdb::Node list = page.NodeAt(0);
     for (std::size_t i = 1; i < page.Nodes() && NumberAt<std::uint64_t>(list.value, 0) < 3; ++i)
-        list = page.Node(i);
+        list = page.NodeAt(i);
     const std::size_t at = Find(list.value, root);
     ASSERT_GE(At<std::uint64_t>(at), 3U);
     const std::uint64_t count = At<std::uint64_t>(at);
@@ -171,34 +174,23 @@ TEST_F(StoreDamage, ListsOfFreePages)
 // LMDB finds keys by those in the branches; walked in order, all of them are still there.
 TEST_F(StoreDamage, KeysOfBranches)
 {
-    const StorePage names = PageOf(Head(m_place).trees[1].root);
+    const lmdb::Page names = PageOf(Head(m_place).trees[1].root);
     int branches = 0;
     for (std::size_t i = 0; i < names.Nodes(); ++i) {
-        const auto tree = NumberAt<StoreTree>(names.Node(i).value, 0);
-        if (tree.depth == 1)
+        const auto tree = NumberAt<lmdb::Tree>(names.NodeAt(i).value, 0);
+        if (tree.depth <= 1)
             continue;
-        const StorePage root = PageOf(tree.root);
+        const lmdb::Page root = PageOf(tree.root);
         ++branches;
-        for (const std::size_t fromEnd : {6U, 5U, 10U}) { // number and tag of an object
-            const std::string_view key = root.Node(root.Nodes() / 2).key;
+        for (const std::size_t fromEnd : {4U, 5U}) { // the number of an object
+            const std::string_view key = root.NodeAt(root.Nodes() / 2).key;
             const std::size_t offset = Find(key, tree.root) + key.size() - fromEnd;
             Change(offset, static_cast<char>(m_whole[offset] ^ 1));
-            ExpectRefused(std::string(names.Node(i).key), "has a wrong key", {"check " + m_store});
+            ExpectRefused(std::string(names.NodeAt(i).key), "has a wrong key",
+                          {"check " + m_store});
         }
     }
-    EXPECT_EQ(branches, 4);
-}
-
-TEST_F(StoreDamage, CountsOfObjects)
-{
-    const std::size_t at = m_whole.rfind("\"next\":") + 7;
-    ASSERT_EQ(At<char>(at), '2');
-    for (const char digit : {'1', '-', 'x'}) {
-        Change(at, digit);
-        ExpectRefused("next number", digit == '1' ? "counts are not those" : "unreadable",
-                      {m_import});
-        EXPECT_EQ(RunKotm("check " + m_store).status, 3);
-    }
+    EXPECT_EQ(branches, 2) << "large values and entries";
 }
 
 // Single bits anywhere: no command is ended by a signal, and what "check" passes answers as before
