@@ -87,7 +87,8 @@ void ConditionLeaf::TestCodes(const Column& column, const SlotBits& among, Truth
     std::array<std::uint16_t, kMostSlots> codes;
     column.Codes(codes.data());
     const unsigned words = m_block.Words();
-    std::fill(codes.begin() + m_block.view->Slots(), codes.begin() + words * 64, kAbsentCode);
+    std::fill(codes.begin() + m_block.view->Slots(), codes.begin() + std::size_t{words} * 64,
+              kAbsentCode);
     for (unsigned word = 0; word < words; ++word) {
         if (among[word] == 0)
             continue;

@@ -111,6 +111,7 @@ public:
         : RowWriter(out), m_toTerminal(toTerminal)
     {
         std::vector<std::string> names;
+        names.reserve(columns.size());
         for (const Column& column : columns)
             names.push_back(column.name);
         TextRow(columns, names);

@@ -41,6 +41,7 @@ RowPrinter::RowPrinter(const QueryRequest& request, Snapshot& snapshot, std::ost
     if (request.ids && std::find(names.begin(), names.end(), kObjectIdName) == names.end())
         names.insert(names.begin(), kObjectIdName);
     std::vector<RowWriter::Column> columns;
+    columns.reserve(names.size());
     for (const std::string& name : names)
         columns.push_back({name, !schema.IsText(AttributeNamed(schema, name, "--columns"))});
     m_writer = RowWriter::Make(request.output, columns, out, request.toTerminal);
