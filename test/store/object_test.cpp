@@ -6,6 +6,7 @@
 #include "object/bulk.h"
 #include "object/fingerprint.h"
 #include "object/object_change.h"
+#include "object/object_store.h"
 #include "schema/field_reader.h"
 
 #include <set>
