@@ -2,8 +2,8 @@
 
 #include "base/failure.h"
 #include "base/same_file.h"
-#include "base/visible.h"
 #include "base/sync_directory.h"
+#include "base/visible.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
