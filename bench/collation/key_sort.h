@@ -13,7 +13,7 @@ class KeySort
 {
 public:
     /// The indexes of the keys, in order.
-    const std::vector<std::uint32_t>& Sort(KeyList& keys)
+    const std::vector<std::uint32_t>& Sort(const KeyList& keys)
     {
         m_keys = &keys;
         m_bytes = keys.bytes.data();

@@ -47,7 +47,7 @@ public:
         m_word = static_cast<o_u2b>(m_random.Below(2) == 0 ? 0x10 : 0x100);
         if (m_random.Below(4) == 0)
             m_word = static_cast<o_u2b>(m_random.Below(2) == 0 ? 0x110 : 0);
-        for (const unsigned option : {0x20, 0x40, 0x80, 0x200})
+        for (const unsigned option : {0x20U, 0x40U, 0x80U, 0x200U})
             m_word = static_cast<o_u2b>(m_word | (m_random.Below(2) == 0 ? option : 0));
         SCOPED_TRACE("word " + std::to_string(m_word));
         for (unsigned i = 0; i < m_members.size(); ++i) {
@@ -152,6 +152,9 @@ private:
             return;
         ASSERT_EQ(result, KoRC_OK) << Hex(key);
         ASSERT_EQ(Hex(KeyIn(back.data, KoFMT_MEMORY)), Hex(key));
+        Bytes again = Stored(m_manager, m_id, back.data, KoFMT_LITTLE, m_count);
+        void* const given = const_cast<void*>(member.value->In(1));
+        ASSERT_EQ(m_manager.Cmp(m_id, again.data(), given, m_word, m_count, KoFMT_LITTLE), 0);
         const Bytes before = Stored(m_manager, m_id, back.data, KoFMT_BIG, m_count);
         key.push_back(0);
         for (const unsigned wrong : {length - 1, length + 1})
