@@ -151,6 +151,13 @@ struct ElementOps : ValueOps<T, Ops> {
         return ValidateElements(size, Ops::FormSize(format), count, at);
     }
 
+    /// What Store writes and Load reads, which under a format with bit 3 is not the form of memory.
+    static int Measure(const void*, std::size_t size, unsigned char format, unsigned count,
+                       std::size_t& at)
+    {
+        return ValidateElements(size, Ops::SizeGetFromMemFile(nullptr, format, 1), count, at);
+    }
+
     static const char* FormatOr(const char* format)
     {
         return format != nullptr ? format : kTypeRows[id].printFormat;

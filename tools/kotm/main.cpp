@@ -70,6 +70,36 @@ Exit RunImport(const ImportRequest& request, const std::string& schemaPath)
     return result.rejected == 0 ? Exit::Done : Exit::Rejected;
 }
 
+/// The words of a command that takes texts, the last one first, as the parser wants them. Options
+/// and their values are moved before a "--" and all other words, so that a text may begin with a
+/// hyphen, as "-inf" does; one that begins with two stands after a "--" of the caller.
+std::vector<std::string> OptionsFirst(const std::vector<std::string>& words)
+{
+    std::vector<std::string> options;
+    std::vector<std::string> texts;
+    bool onlyTexts = false;
+    for (std::size_t i = 1; i < words.size(); ++i) {
+        const std::string& word = words[i];
+        if (!onlyTexts && word == "--") {
+            onlyTexts = true;
+            continue;
+        }
+        const bool isHelp = word == "-h" || word == "--help";
+        const bool isOption = !onlyTexts && (isHelp || word.compare(0, 2, "--") == 0);
+        (isOption ? options : texts).push_back(word);
+        const bool hasValue = isOption && !isHelp && word.find('=') == std::string::npos;
+        if (hasValue && i + 1 < words.size())
+            options.push_back(words[++i]);
+    }
+    std::vector<std::string> ordered = {words[0]};
+    ordered.insert(ordered.end(), options.begin(), options.end());
+    if (!texts.empty())
+        ordered.emplace_back("--");
+    ordered.insert(ordered.end(), texts.begin(), texts.end());
+    std::reverse(ordered.begin(), ordered.end());
+    return ordered;
+}
+
 /// Builds the command line; each subcommand sets `run` when it is chosen.
 class Commands
 {
@@ -93,7 +123,11 @@ public:
         if (argc > 1)
             RequireCommand(argv[1]);
         try {
-            m_app.parse(argc, argv);
+            const std::string command = argc > 1 ? argv[1] : "";
+            if (command == "convert" || command == "sortkey")
+                m_app.parse(OptionsFirst({argv + 1, argv + argc}));
+            else
+                m_app.parse(argc, argv);
         } catch (const CLI::Success& wish) {
             m_app.exit(wish, std::cout, std::cerr);
             return Exit::Done;
@@ -154,9 +188,13 @@ private:
             m_app.add_subcommand("inspect", "Show the value that persistent bytes stand for");
         command->add_option("TYPE", m_type, "Type name")->required();
         command->add_option("HEX", m_hex, "The bytes in hex")->required();
-        command->add_option("--format", m_format, "Format byte")->capture_default_str();
-        command->add_flag("--key", m_key, "The bytes are a sort key");
-        command->add_option("--word", m_word, "Operator word of the key")->capture_default_str();
+        CLI::Option* key = command->add_flag("--key", m_key, "The bytes are a sort key");
+        command->add_option("--format", m_format, "Format byte")
+            ->capture_default_str()
+            ->excludes(key);
+        command->add_option("--word", m_word, "Operator word of the key")
+            ->capture_default_str()
+            ->needs(key);
         On(command, [this] {
             if (m_key)
                 InspectKey(m_type, m_hex, ReadOperatorWord("--word", m_word), std::cout);
