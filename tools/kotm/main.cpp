@@ -72,30 +72,36 @@ Exit RunImport(const ImportRequest& request, const std::string& schemaPath)
 
 /// The words of a command that takes texts, the last one first, as the parser wants them. Options
 /// and their values are moved before a "--" and all other words, so that a text may begin with a
-/// hyphen, as "-inf" does; one that begins with two stands after a "--" of the caller.
-std::vector<std::string> OptionsFirst(const std::vector<std::string>& words)
+/// hyphen, as "-inf" does; one that begins with two stands after a "--" of the caller. Where an
+/// option is unknown or lacks its value, the words stay as they are for the parser to say so.
+std::vector<std::string> OptionsFirst(const CLI::App& command, std::vector<std::string> words)
 {
-    std::vector<std::string> options;
-    std::vector<std::string> texts;
-    bool onlyTexts = false;
-    for (std::size_t i = 1; i < words.size(); ++i) {
-        const std::string& word = words[i];
-        if (!onlyTexts && word == "--") {
-            onlyTexts = true;
-            continue;
-        }
-        const bool isHelp = word == "-h" || word == "--help";
-        const bool isOption = !onlyTexts && (isHelp || word.compare(0, 2, "--") == 0);
-        (isOption ? options : texts).push_back(word);
-        const bool hasValue = isOption && !isHelp && word.find('=') == std::string::npos;
-        if (hasValue && i + 1 < words.size())
-            options.push_back(words[++i]);
-    }
     std::vector<std::string> ordered = {words[0]};
-    ordered.insert(ordered.end(), options.begin(), options.end());
-    if (!texts.empty())
-        ordered.emplace_back("--");
-    ordered.insert(ordered.end(), texts.begin(), texts.end());
+    std::vector<std::string> texts = {"--"};
+    bool sound = true;
+    for (std::size_t i = 1; i < words.size() && sound; ++i) {
+        if (words[i] == "--") {
+            texts.insert(texts.end(), words.begin() + static_cast<std::ptrdiff_t>(i) + 1,
+                         words.end());
+            break;
+        }
+        const bool isHelp = words[i] == "-h" || words[i] == "--help";
+        const bool isOption = isHelp || words[i].starts_with("--");
+        (isOption ? ordered : texts).push_back(words[i]);
+        if (!isOption)
+            continue;
+        const std::size_t equals = words[i].find('=');
+        sound = command.get_option_no_throw(words[i].substr(0, equals)) != nullptr;
+        if (!isHelp && equals == std::string::npos) {
+            sound = sound && ++i < words.size();
+            if (sound)
+                ordered.push_back(words[i]);
+        }
+    }
+    if (texts.size() > 1)
+        ordered.insert(ordered.end(), texts.begin(), texts.end());
+    if (!sound)
+        ordered = std::move(words);
     std::reverse(ordered.begin(), ordered.end());
     return ordered;
 }
@@ -123,9 +129,9 @@ public:
         if (argc > 1)
             RequireCommand(argv[1]);
         try {
-            const std::string command = argc > 1 ? argv[1] : "";
-            if (command == "convert" || command == "sortkey")
-                m_app.parse(OptionsFirst({argv + 1, argv + argc}));
+            const std::string name = argc > 1 ? argv[1] : "";
+            if (name == "convert" || name == "sortkey")
+                m_app.parse(OptionsFirst(*m_app.get_subcommand(name), {argv + 1, argv + argc}));
             else
                 m_app.parse(argc, argv);
         } catch (const CLI::Success& wish) {
