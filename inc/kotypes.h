@@ -81,7 +81,9 @@ using KoParseFunc = int (*)(void* value, const KoString& text, const char* forma
 /// sign of memcmp of two keys, of which a shorter one that begins the other comes first, is the
 /// sign of the type's comparison under `cmpOp`, and keys are equal exactly where it is 0. No key
 /// begins another one of the same type, word and count, so keys may stand one after another.
-/// Every form of a value gives the same key. 0 for no elements, and where the comparison under
+/// Every form of a value gives the same key, but for two forms of strings that are compared as
+/// something else than what loading makes of them (doc/formats.md): the older layout, and code set
+/// 254 with bit 7 in the language. 0 for no elements, and where the comparison under
 /// `cmpOp` is no order (its wildcards are on). Nothing is allocated.
 using KoSortKeyFunc = unsigned (*)(void* key, unsigned room, const void* value,
                                    unsigned char format, unsigned count, unsigned short cmpOp);
@@ -96,6 +98,11 @@ using KoFromSortKeyFunc = int (*)(void* value, const void* key, unsigned length,
 /// are what the type writes; KoRC_TRUNCATED, with `at` the size, where they end too early;
 /// KoRC_DAMAGED, with `at` the offset of the first byte that is wrong; or KoRC_NOT_SUPPORTED, with
 /// `at` 0, where the form is not one of bytes alone. A size of 0 is no bytes.
+///
+/// A format with bit 3 means elements as they lie in memory, as it does in comparing, hashing and
+/// sort keys: of strings and blobs these are addresses, and not supported; of the other types every
+/// byte is a value. What Store writes under such a format is another form for some types
+/// (null-capable scalars, object numbers, references), which Load alone reads.
 using KoValidateFunc = int (*)(const void* bytes, std::size_t size, unsigned char format,
                                unsigned count, std::size_t& at);
 /// Makes the element at `value`, in memory form, a reading of the clock.
@@ -151,6 +158,7 @@ struct KoTypeExtension {
     KoSortKeyFunc sortKey;
     KoFromSortKeyFunc fromSortKey;
     KoValidateFunc validate;
+    KoValidateFunc measure;  ///< goes by lengths alone, as Load does: at which byte elements end
     KoStampFunc stamp;       ///< absent: the type takes no clock reading
     KoPrintFunc printsArray; ///< a print function that makes one text of an array; null: none does
     bool isIntegral;         ///< holds an integral number

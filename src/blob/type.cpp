@@ -146,6 +146,8 @@ struct BlobOps : ElementOps<KoBlob, BlobOps, KoBLOB_T> {
         return BlobValidate(bytes, size, format, count, at);
     }
 
+    static constexpr auto Measure = BlobMeasure;
+
     /// No record where the digits of a blob do not fit a text: they would be those of another one.
     static KoTypeConvertData* ConvertTo(void* value, unsigned count)
     {

@@ -113,6 +113,11 @@ struct IStringOps : ElementOps<T, IStringOps<T, id>, id> {
         return KoRC_NOT_SUPPORTED;
     }
     static constexpr auto Validate = IValidate;
+    static int Measure(const void* bytes, std::size_t size, unsigned char format, unsigned count,
+                       std::size_t& at)
+    {
+        return MeasureWithin(bytes, size, format, count, at, false);
+    }
     static unsigned Translate(void* destination, unsigned char destinationFormat,
                               unsigned destinationLength, void* source, unsigned char sourceFormat,
                               unsigned sourceLength, unsigned count)

@@ -37,8 +37,9 @@ inline constexpr TypeRow kTypeRows[KoTYPE_COUNT] = {
 KO_TYPE_LIST(KO_TYPE_EXTERN)
 #undef KO_TYPE_EXTERN
 
-/// The string type of the compatibility table. It shares the extension of the current one.
+/// The string type of the compatibility table.
 extern KoTypeDescriptor koOldStringDescriptor;
+extern const KoTypeExtension koOldStringDescriptorExt;
 
 /// The operations that do nothing: the reserved type's, and the base of all others.
 struct NoOps {
@@ -100,6 +101,7 @@ struct NoOps {
         at = 0;
         return KoRC_OK;
     }
+    static constexpr KoValidateFunc Measure = Validate;
     static constexpr KoStampFunc Stamp = nullptr;
     static constexpr KoPrintFunc kPrintsArray = nullptr;
     static constexpr bool kIsIntegral = false;
@@ -149,11 +151,12 @@ consteval KoTypeDescriptor Describe(KoTypeId id)
             nullptr};
 }
 
-/// The extension of a type's record. It belongs to the id, so the two tables share it.
+/// The extension of a type's record. It belongs to the id, so the two tables share it; the older
+/// string type alone has one of its own.
 template <class Ops>
 consteval KoTypeExtension Extend()
 {
-    return {Ops::Parse, Ops::SortKey,      Ops::FromSortKey, Ops::Validate,
+    return {Ops::Parse, Ops::SortKey,      Ops::FromSortKey, Ops::Validate,         Ops::Measure,
             Ops::Stamp, Ops::kPrintsArray, Ops::kIsIntegral, Ops::kStepsInEveryForm};
 }
 
