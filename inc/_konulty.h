@@ -12,6 +12,10 @@
 #include <optional>
 #include <type_traits>
 
+/// What may be assigned to an element whose value is of a class.
+template <class U, class T>
+concept KoNumberOf = std::is_class_v<T> &&(std::same_as<U, T> || std::integral<U>);
+
 /// A scalar that can be null: the memory form of the types KoNULL_1B_T to KoNULL_KOINT64_T,
 /// KoNULL_8B_T and KoNULL_U8B_T.
 ///
@@ -25,8 +29,8 @@
 ///
 /// Comparisons order as the type manager does: null before all values, two nulls equal, numbers by
 /// value, and of floating ones a NaN below minus infinity and equal to another NaN, -0 equal to 0.
-/// A value, an optional one or std::nullopt may stand on either side. The order is a strict weak one, so that
-/// std::sort and std::map may use it; std::hash (kostd.h) agrees with it.
+/// A value, an optional one or std::nullopt may stand on either side. The order is a strict weak
+/// one, so that std::sort and std::map may use it; std::hash (kostd.h) agrees with it.
 template <class T>
 struct KoNull {
     T value;
@@ -41,9 +45,11 @@ struct KoNull {
         return *this = Of(number);
     }
     /// The same of a class. It deduces its operand, so that `n = {}` still means an element.
-    template <class U>
-    requires(std::same_as<U, T> || std::integral<U>) && std::is_class_v<T>
-    constexpr KoNull& operator=(const U& number) { return *this = Of(T(number)); }
+    template <KoNumberOf<T> U>
+    constexpr KoNull& operator=(const U& number)
+    {
+        return *this = Of(T(number));
+    }
     /// Null, with a zero value.
     constexpr KoNull& operator=(std::nullopt_t) { return *this = Null(); }
     /// The value, or null for an empty one.

@@ -177,8 +177,8 @@ inline std::optional<std::chrono::sys_seconds> ToChrono(const KoDateTime& dateTi
         return std::nullopt;
     return std::chrono::sys_days(*date) + *time;
 }
-inline std::optional<std::chrono::sys_time<std::chrono::nanoseconds>> ToChrono(
-    const KoDateTimeN& dateTime)
+inline std::optional<std::chrono::sys_time<std::chrono::nanoseconds>>
+ToChrono(const KoDateTimeN& dateTime)
 {
     using namespace std::chrono;
     const auto whole = ToChrono(dateTime.DateTime());

@@ -21,7 +21,7 @@
 /// Order, equality and hash of the classes of values for the standard library:
 ///
 ///     std::sort(names.begin(), names.end(), ko::Less());
-///     std::map<KoString, int, ko::Less> byName(ko::Less(KoCMP_IGNORE_CASE));
+///     std::map<KoString, int, ko::Less> byName(ko::Less{KoCMP_IGNORE_CASE});
 ///     std::unordered_map<KoDate, int, ko::Hasher, ko::Equal> byDate;
 ///
 /// Each takes an operator word (KoCmpOp), KoCMP_PLAIN unless another is given. Wildcards are always
@@ -32,10 +32,12 @@
 /// of a class:
 /// - KoString: by collation, null first. A text without a code set comes after all others, with
 ///   which it has no common order in Compare.
-/// - KoIString, KoCaseIString: by their weights; a KoCaseIString for which accents count comes after
+/// - KoIString, KoCaseIString: by their weights; a KoCaseIString for which accents count comes
+/// after
 ///   those for which they do not.
 /// - dates, times and spans, of ODMG too: by their fields, -1 being a number. Null is the smallest.
-/// - KoObjId, KoClassId, KoRef, KoLocalRef, KoSeal: by number, then origin, class and version as far
+/// - KoObjId, KoClassId, KoRef, KoLocalRef, KoSeal: by number, then origin, class and version as
+/// far
 ///   as == of the class looks at them.
 /// - KoInt64, d_Interval: numbers; a NaN is below all others and equal to another.
 /// - KoBoolean, KoBlob, KoNull: null first, false before true, bytes, numbers.
@@ -90,7 +92,8 @@ KO_TYPE_ID_OF(KoNull_u8b, KoNULL_U8B_T);
 
 /// A class of values that is of a type.
 template <class T>
-concept TypedClass = TypeIdOf<T> >= 0;
+concept TypedClass = TypeIdOf<T>
+>= 0;
 /// A class of values that is ordered here: KoLocalRef has no type.
 template <class T>
 concept OrderedClass = TypedClass<T> || std::same_as<T, KoLocalRef>;
@@ -123,10 +126,7 @@ public:
     }
     template <class T>
     requires std::derived_from<T, KoTemporal<T>>
-    int Relate(const T& a, const T& b) const
-    {
-        return a.Compare(b, m_cmpOp);
-    }
+    int Relate(const T& a, const T& b) const { return a.Compare(b, m_cmpOp); }
     int Relate(const d_Date& a, const d_Date& b) const { return ByType(d_DateCompare, a, b); }
     int Relate(const d_Time& a, const d_Time& b) const { return ByType(d_TimeCompare, a, b); }
     int Relate(const d_Timestamp& a, const d_Timestamp& b) const
@@ -198,10 +198,10 @@ struct Equal : OperatorWord {
     }
 };
 
-/// A hash that ko::Equal of the same word agrees with: KoTypeMgr::HashUnder. It is the same on every
-/// machine, as long as the tables of texts are. A text whose key is longer than a kilobyte takes
-/// memory for as long as it is hashed; where there is none and the memory handler returns the hash
-/// is 0.
+/// A hash that ko::Equal of the same word agrees with: KoTypeMgr::HashUnder. It is the same on
+/// every machine, as long as the tables of texts are. A text whose key is longer than a kilobyte
+/// takes memory for as long as it is hashed; where there is none and the memory handler returns the
+/// hash is 0.
 struct Hasher : OperatorWord {
     using OperatorWord::OperatorWord;
     template <TypedClass T>

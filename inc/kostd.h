@@ -2,8 +2,8 @@
 #define KOSTD_H
 
 /// The classes of values beside the standard library: order and hashes (koless.h), dates and times
-/// (kochrono.h), and here UTF-8 texts, bytes, numbers, streams and std::format. Header-only; kotms.h
-/// does not bring it in, since it gives `out << date` another meaning than it has without.
+/// (kochrono.h), and here UTF-8 texts, bytes, numbers, streams and std::format. Header-only;
+/// kotms.h does not bring it in, since it gives `out << date` another meaning than it has without.
 
 #include "kochrono.h"
 #include "koless.h"
@@ -82,8 +82,7 @@ std::string TextOf(const T& value)
         if constexpr (std::same_as<T, KoString>) {
             return ToUtf8(value);
         } else {
-            const std::unique_ptr<KoTypeConvertData> texts(
-                types.ConvertTo(TypeIdOf<T>, &value, 1));
+            const std::unique_ptr<KoTypeConvertData> texts(types.ConvertTo(TypeIdOf<T>, &value, 1));
             const KoString* text = texts != nullptr ? texts->GetString(0) : nullptr;
             return text != nullptr ? ToUtf8(*text) : std::string();
         }

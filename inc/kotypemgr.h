@@ -344,7 +344,10 @@ private:
     /// What the functions of a type take for an operand that they only look at. Their signatures
     /// are older than const and part of the interface; none of them writes to it, and one that
     /// replaces another must not.
-    static void* Operand(const void* value) { return const_cast<void*>(value); }
+    static void* Operand(const void* value)
+    {
+        return const_cast<void*>(value);
+    }
 
     const KoTypeTable* m_table;
     unsigned short m_factory;

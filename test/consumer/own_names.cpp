@@ -1,4 +1,5 @@
-// A program that has the library's plain names itself: as types, functions, variables and enumerators.
+// A program that has the library's plain names itself: as types, functions, variables and
+// enumerators.
 #define KO_NO_GLOBAL_NAMES
 #include <kobase.h>
 #include <kotms.h>
@@ -42,7 +43,8 @@ int OwnNames()
                     *StringCompare + CharStore(1) + (BlobCompare() ? 1 : 0);
     if (own != 11 + 7 + 3 + 2 + 5 + 'o' + 2 + 1)
         return 1;
-    if (KoDate(2024, 3, 1).GetDayOfTheDate() != ko::Friday || KoDaysOfTheWeek::Friday != ko::Friday)
+    const KoDaysOfTheWeek day = KoDate(2024, 3, 1).GetDayOfTheDate();
+    if (day != ko::Friday || day != KoDaysOfTheWeek::Friday)
         return 2;
     const d_Date first(2024, 3, 1), last(2024, 3, 10), other(2024, 3, 20);
     const d_Timestamp noon(last, d_Time(12 * 3600));

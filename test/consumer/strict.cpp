@@ -1,5 +1,5 @@
-// What the headers' documents say compiles without a warning: every header, words joined of bits, const
-// and other pointers.
+// What the headers' documents say compiles without a warning: every header, words joined of bits,
+// const and other pointers.
 #include <kobase.h>
 #include <kointl.h>
 #include <kotms.h>
@@ -96,7 +96,8 @@ int main()
     TakesEveryPointer();
     KoTypeId id = KoSTRING_T;
     Expect(KoTypeMgr().Name2KoTypeId("KoDate", id) == 0 && id == KoDATE_T, "a type's id");
-    Expect(Monday == KoDaysOfTheWeek::Monday && overlaps(d_Date(), d_Date(), d_Date(), d_Date()),
+    Expect(KoDate(2024, 1, 15).GetDayOfTheDate() == Monday &&
+               overlaps(d_Date(), d_Date(), d_Date(), d_Date()),
            "global names");
     const int own = OwnNames();
     Expect(own == 0, "names of the program's own");

@@ -65,8 +65,8 @@ using o_double = double;          ///< IEEE 754 binary64
 static_assert(sizeof(o_2b) == 2 && sizeof(o_4b) == 4 && sizeof(o_8b) == 8);
 static_assert(sizeof(o_float) == 4 && sizeof(o_double) == 8);
 
-/// True for an enumeration whose enumerators are bits to be joined. |, & and ^ of two of them, and ~
-/// of one, are of the enumeration again, which its underlying type takes without a warning.
+/// True for an enumeration whose enumerators are bits to be joined. |, & and ^ of two of them, and
+/// ~ of one, are of the enumeration again, which its underlying type takes without a warning.
 template <class E>
 inline constexpr bool koIsBits = false;
 
