@@ -15,7 +15,7 @@ enum KoDaysOfTheWeek { Monday, Tuesday, Wednesday, Thursday, Friday, Saturday, S
 }
 using ko::KoDaysOfTheWeek;
 #if !defined(KO_NO_GLOBAL_NAMES)
-using enum KoDaysOfTheWeek;
+using enum ko::KoDaysOfTheWeek;
 #endif
 
 /// A calendar date: year, month and day, of the persistent type KoDATE_T.

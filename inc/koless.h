@@ -32,27 +32,27 @@
 /// of a class:
 /// - KoString: by collation, null first. A text without a code set comes after all others, with
 ///   which it has no common order in Compare.
-/// - KoIString, KoCaseIString: by their weights; a KoCaseIString for which accents count comes
-/// after
-///   those for which they do not.
+/// - KoIString, KoCaseIString: by their weights. Of the latter those for which accents count come
+///   after the others.
 /// - dates, times and spans, of ODMG too: by their fields, -1 being a number. Null is the smallest.
-/// - KoObjId, KoClassId, KoRef, KoLocalRef, KoSeal: by number, then origin, class and version as
-/// far
-///   as == of the class looks at them.
+/// - KoObjId, KoClassId, KoRef, KoLocalRef, KoSeal: by number, then by origin, class and version
+///   where == of the class looks at them.
 /// - KoInt64, d_Interval: numbers; a NaN is below all others and equal to another.
 /// - KoBoolean, KoBlob, KoNull: null first, false before true, bytes, numbers.
 ///
 /// A std::unordered_map or std::unordered_set of these takes ko::Hasher with ko::Equal of the same
 /// word. std::hash is there for them all and is ko::Hasher of KoCMP_PLAIN: what ko::Equal takes for
-/// equal hashes alike. Beside it std::equal_to, which is the class's ==, serves for
-/// KoInt64, KoBoolean, KoBlob, KoSeal, the identities, KoNull, KoDate, KoTime, KoDateTime,
-/// KoDateTimeN and KoTimeSpan, whose == is the same equality. It must not be used for KoString (its
-/// == knows wildcards), KoIString and KoCaseIString (theirs are not transitive across flags), and
-/// d_Date, d_Time, d_Timestamp and d_Interval (theirs go by days, by seconds, and know NaN).
+/// equal hashes alike. Beside it std::equal_to, which is the class's ==, serves for KoInt64,
+/// KoBoolean, KoBlob, KoSeal, the identities, KoNull, KoIString, KoDate, KoTime, KoDateTime,
+/// KoDateTimeN and KoTimeSpan: their == is the same equality. It does not for KoString (its ==
+/// knows wildcards), KoCaseIString (accents of one side count for both) and d_Date, d_Time,
+/// d_Timestamp and d_Interval (they compare days, or seconds, and no NaN equals another).
 namespace ko
 {
 
-/// The id of a class's type, for the classes that have one.
+/// The id of a class's type, for the classes that have one. A program that adds a type to the
+/// library says so of its class: `template <> inline constexpr o_char ko::TypeIdOf<KoVersion> =
+/// KoVERSION_T;`
 template <class T>
 inline constexpr o_char TypeIdOf = -1;
 #define KO_TYPE_ID_OF(type, id)                                                                    \
@@ -94,6 +94,9 @@ KO_TYPE_ID_OF(KoNull_u8b, KoNULL_U8B_T);
 template <class T>
 concept TypedClass = TypeIdOf<T>
 >= 0;
+/// One of the native dates, times and spans.
+template <class T>
+concept TemporalClass = TypedClass<T> && std::derived_from<T, KoTemporal<T>>;
 /// A class of values that is ordered here: KoLocalRef has no type.
 template <class T>
 concept OrderedClass = TypedClass<T> || std::same_as<T, KoLocalRef>;
@@ -124,12 +127,8 @@ public:
         const int accents = (a.Flag() & kFlag) - (b.Flag() & kFlag);
         return accents != 0 ? accents : a.Compare(b);
     }
-    template <class T>
-    requires std::derived_from<T, KoTemporal<T>>
-    int Relate(const T& a, const T& b) const { return a.Compare(b, m_cmpOp); }
-    int Relate(const d_Date& a, const d_Date& b) const { return ByType(d_DateCompare, a, b); }
-    int Relate(const d_Time& a, const d_Time& b) const { return ByType(d_TimeCompare, a, b); }
-    int Relate(const d_Timestamp& a, const d_Timestamp& b) const
+    template <TemporalClass T>
+    int Relate(const T& a, const T& b) const
     {
         return ByType(d_TimestampCompare, a, b);
     }
@@ -159,6 +158,13 @@ public:
     constexpr int Relate(const KoNull<T>& a, const KoNull<T>& b) const
     {
         return Sign(a <=> b);
+    }
+
+    /// Of a type that is added: its own comparison.
+    template <TypedClass T>
+    int Relate(const T& a, const T& b) const
+    {
+        return KoTypeMgr().Cmp(TypeIdOf<T>, &a, &b, m_cmpOp, 1, KoFMT_MEMORY);
     }
 
 private:
@@ -207,7 +213,8 @@ struct Hasher : OperatorWord {
     template <TypedClass T>
     std::size_t operator()(const T& value) const
     {
-        return KoTypeMgr().HashUnder(TypeIdOf<T>, &value, KoFMT_MEMORY, 1, CmpOp());
+        const o_u8b hash = KoTypeMgr().HashUnder(TypeIdOf<T>, &value, KoFMT_MEMORY, 1, CmpOp());
+        return static_cast<std::size_t>(hash);
     }
     std::size_t operator()(const KoLocalRef& value) const
     {
