@@ -102,10 +102,13 @@ struct KoNull {
     template <std::same_as<T> U>
     friend constexpr bool operator==(const KoNull& a, const std::optional<U>& b)
     {
-        return (a <=> b) == 0;
+        return std::is_eq(a <=> b);
     }
-    friend constexpr bool operator==(const KoNull& a, const KoNull& b) { return (a <=> b) == 0; }
-    friend constexpr bool operator==(const KoNull& a, const T& b) { return (a <=> b) == 0; }
+    friend constexpr bool operator==(const KoNull& a, const KoNull& b)
+    {
+        return std::is_eq(a <=> b);
+    }
+    friend constexpr bool operator==(const KoNull& a, const T& b) { return std::is_eq(a <=> b); }
     friend constexpr bool operator==(const KoNull& a, std::nullopt_t) { return a.null != 0; }
 };
 

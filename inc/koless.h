@@ -172,7 +172,10 @@ private:
     {
         return text.CodeSet() == KoCS_NONE && !text.IsNullValue();
     }
-    static constexpr int Sign(std::weak_ordering order) { return (order > 0) - (order < 0); }
+    static constexpr int Sign(std::weak_ordering order)
+    {
+        return std::is_gt(order) - std::is_lt(order);
+    }
     template <class T>
     int ByType(KoTypeCmp& compare, const T& a, const T& b) const
     {

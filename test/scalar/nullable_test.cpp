@@ -62,7 +62,7 @@ TEST(NullTypes, StandBesideValuesAndOptionals)
     n = std::nullopt;
     number = n;
     EXPECT_TRUE(n.null == 1 && n.value == 0 && !number && n == number && n < number.value_or(-9));
-    EXPECT_TRUE(n == KoNull_int::Null() && n < KoNull_int::Of(0) && (n <=> std::nullopt) == 0);
+    EXPECT_TRUE(n == KoNull_int::Null() && n < KoNull_int::Of(0) && std::is_eq(n <=> std::nullopt));
     n = std::optional(3);
     EXPECT_TRUE(n == 3);
     n = {};
