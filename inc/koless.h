@@ -92,8 +92,7 @@ KO_TYPE_ID_OF(KoNull_u8b, KoNULL_U8B_T);
 
 /// A class of values that is of a type.
 template <class T>
-concept TypedClass = TypeIdOf<T>
->= 0;
+concept TypedClass = (TypeIdOf<T> >= 0);
 /// One of the native dates, times and spans.
 template <class T>
 concept TemporalClass = TypedClass<T> && std::derived_from<T, KoTemporal<T>>;
@@ -129,6 +128,12 @@ public:
     }
     template <TemporalClass T>
     int Relate(const T& a, const T& b) const
+    {
+        return a.Compare(b, m_cmpOp);
+    }
+    int Relate(const d_Date& a, const d_Date& b) const { return ByType(d_DateCompare, a, b); }
+    int Relate(const d_Time& a, const d_Time& b) const { return ByType(d_TimeCompare, a, b); }
+    int Relate(const d_Timestamp& a, const d_Timestamp& b) const
     {
         return ByType(d_TimestampCompare, a, b);
     }
