@@ -70,8 +70,9 @@ using KoDefaultValueFunc = void* (*)(unsigned count, int flag);
 /// the smallest value. Returns 0, KoRC_OVERFLOW (unchanged) or KoRC_NOT_SUPPORTED.
 using KoGetValueFunc = int (*)(void* value, unsigned length, unsigned char format,
                                unsigned char kind);
-/// Reads a whole text strictly: 0, or -1 with `errorAt` the position of the first character that
-/// does not belong and the value unchanged. A null `format` is the type's own.
+/// Reads a whole text strictly: 0, or with the value unchanged KoREAD_NOT_A_VALUE or
+/// KoREAD_OUT_OF_RANGE with `errorAt` the position of the first character that does not belong. A
+/// null `format` is the type's own.
 using KoParseFunc = int (*)(void* value, const KoString& text, const char* format,
                             unsigned& errorAt);
 
@@ -147,7 +148,8 @@ struct KoTypeDescriptor {
 
 /// What a type offers beyond the fixed record.
 struct KoTypeExtension {
-    KoParseFunc parse; ///< absent: the type has no strict reader
+    const char* textFormat; ///< the format under which every value reads back
+    KoParseFunc parse;      ///< absent: the type has no strict reader
     KoSortKeyFunc sortKey;
     KoFromSortKeyFunc fromSortKey;
     KoValidateFunc validate;

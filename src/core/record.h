@@ -1,6 +1,8 @@
 #ifndef KO_CORE_RECORD_H
 #define KO_CORE_RECORD_H
 
+#include "core/whole_text.h"
+
 #include <kotypemgr.h>
 #include <kotypes.h>
 
@@ -102,6 +104,7 @@ struct NoOps {
     }
     static constexpr KoStampFunc Stamp = nullptr;
     static constexpr KoPrintFunc kPrintsArray = nullptr;
+    static constexpr const char* kTextFormat = nullptr; ///< the print format reads back
     static constexpr bool kIsIntegral = false;
     static constexpr bool kStepsInEveryForm = false;
 };
@@ -151,10 +154,17 @@ consteval KoTypeDescriptor Describe(KoTypeId id)
 
 /// The extension of a type's record. It belongs to the id, so the two tables share it.
 template <class Ops>
-consteval KoTypeExtension Extend()
+consteval KoTypeExtension Extend(KoTypeId id)
 {
-    return {Ops::Parse, Ops::SortKey,      Ops::FromSortKey, Ops::Validate,
-            Ops::Stamp, Ops::kPrintsArray, Ops::kIsIntegral, Ops::kStepsInEveryForm};
+    return {Ops::kTextFormat != nullptr ? Ops::kTextFormat : kTypeRows[id].printFormat,
+            Ops::Parse,
+            Ops::SortKey,
+            Ops::FromSortKey,
+            Ops::Validate,
+            Ops::Stamp,
+            Ops::kPrintsArray,
+            Ops::kIsIntegral,
+            Ops::kStepsInEveryForm};
 }
 
 #define KO_TYPE_EXTEND(id, idName, descriptor, name, memLen, isFixed, printFormat)                 \
@@ -167,7 +177,7 @@ extern const KoTypeExtension* const kTypeExtensions[KoTYPE_COUNT];
 
 #define KO_DEFINE_TYPE(descriptor, Ops, id)                                                        \
     constinit KoTypeDescriptor descriptor = Describe<Ops>(id);                                     \
-    extern constinit const KoTypeExtension descriptor##Ext = Extend<Ops>();
+    extern constinit const KoTypeExtension descriptor##Ext = Extend<Ops>(id);
 
 } // namespace ko
 

@@ -48,6 +48,7 @@ struct NullOps : ElementOps<KoNull<typename Base::Value>, NullOps<Base, id>, id>
     using Text = ScalarText<Base>;
     using Encoder = typename Base::Encoder;
     static constexpr unsigned kStoredSize = Base::kSize + 1;
+    static constexpr const char* kTextFormat = Text::kTextFormat;
     static_assert(sizeof(T) == Base::kSize);
     static_assert(alignof(Element) == alignof(T) && offsetof(Element, null) == sizeof(T));
 
@@ -213,7 +214,7 @@ struct NullOps : ElementOps<KoNull<typename Base::Value>, NullOps<Base, id>, id>
         if (element.null != 0)
             text += KoTypeMgr::GetNullPrintString();
         else
-            AppendNumber(text, element.value, format);
+            Text::Print(text, element.value, format);
     }
     static void ScanOne(Element& element, const KoString& text, const char* format)
     {

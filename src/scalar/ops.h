@@ -15,6 +15,7 @@ struct ScalarOps : ElementOps<typename Type::Value, ScalarOps<Type>, Type::kId> 
     using Text = ScalarText<Type>;
     using Encoder = typename Type::Encoder;
     static constexpr bool kIsIntegral = Type::kIsIntegral;
+    static constexpr const char* kTextFormat = Text::kTextFormat;
 
     static unsigned Store(void* destination, const void* source, unsigned char format,
                           unsigned count)
@@ -62,7 +63,7 @@ struct ScalarOps : ElementOps<typename Type::Value, ScalarOps<Type>, Type::kId> 
     }
     static void PrintOne(KoString& text, const T& element, const char* format)
     {
-        AppendNumber(text, element, format);
+        Text::Print(text, element, format);
     }
     static void ScanOne(T& element, const KoString& text, const char* format)
     {

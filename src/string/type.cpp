@@ -116,6 +116,7 @@ struct StringOpsBase : ValueOps<KoString, Ops> {
     }
     static constexpr auto Validate = StringValidate;
 
+    static constexpr const char* kTextFormat = kWholeText;
     static int Parse(void* value, const KoString& text, const char* format, unsigned& errorAt)
     {
         return ParseString(*static_cast<KoString*>(value), text, format, errorAt);

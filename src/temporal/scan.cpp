@@ -60,7 +60,7 @@ private:
                     return true;
                 continue;
             }
-            const TemporalLetter kind = TemporalLetterKind(letter);
+            const TemporalLetter kind = TemporalLetterKind(letter, m_fields.kind);
             if (kind == TemporalLetter::kNone) {
                 Literal(letter);
             } else if (AtEnd()) {
@@ -152,6 +152,9 @@ private:
         case 'A':
             if (!Wildcard())
                 Name(kDayNames, weekday); // it follows from the date
+            return;
+        case 'z':
+            Zone();
             return;
         default: // 'p', 'P'
             if (!Wildcard())
@@ -312,6 +315,14 @@ private:
         scanner.m_wildcards = false;
         scanner.Number(field);
         m_pos += length;
+    }
+
+    /// A text without a zone leaves it to the value that is read into.
+    void Zone()
+    {
+        const char* const end = ReadZone(m_pos, m_pos + std::strlen(m_pos), m_fields);
+        m_exact = m_exact && m_fields.hasZone;
+        m_pos = end;
     }
 
     void HalfOfDay()
