@@ -25,6 +25,16 @@ constexpr std::string_view PrintedMonthName(std::size_t index)
 }
 inline constexpr std::size_t kShortNameLength = 3;
 
+/// How many characters at the beginning of a text are those of a name, in either case. A character
+/// that is no letter of the name ends it, as a terminator does.
+constexpr std::size_t MatchingInAnyCase(std::string_view name, std::string_view text)
+{
+    std::size_t same = 0;
+    while (same < name.size() && same < text.size() && ToLower(name[same]) == ToLower(text[same]))
+        ++same;
+    return same;
+}
+
 /// The format that a directive stands for, null for one that stands for itself. None of these holds
 /// another of them.
 constexpr const char* TemporalExpansion(char letter)

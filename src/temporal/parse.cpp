@@ -296,26 +296,30 @@ private:
         return DatePart(kMonth, start);
     }
 
-    /// A whole name, or its first three letters. Both spellings of the first two months are whole.
+    /// A whole name, or its first three letters, in any case; one that is spelled as it is printed
+    /// comes first. Both spellings of the first two months are whole.
     template <std::size_t count>
     bool Name(const std::string_view (&names)[count], bool shortName, unsigned& index)
     {
         const std::string_view text(m_now.pos, static_cast<std::size_t>(m_end - m_now.pos));
         std::size_t longest = 0;
-        for (index = 0; index < count; ++index) {
-            std::string_view name = names[index];
-            std::size_t least = name.size();
-            if (shortName)
-                name = name.substr(0, least = kShortNameLength);
-            else if (count == std::size(kMonthNames))
-                least = PrintedMonthName(index).size();
-            const auto same = static_cast<std::size_t>(
-                std::mismatch(name.begin(), name.end(), text.begin(), text.end()).first -
-                name.begin());
-            longest = std::max(longest, same);
-            if (same >= least) {
-                m_now.pos += same;
-                return true;
+        for (const bool anyCase : {false, true}) {
+            for (index = 0; index < count; ++index) {
+                std::string_view name = names[index];
+                std::size_t least = name.size();
+                if (shortName)
+                    name = name.substr(0, least = kShortNameLength);
+                else if (count == std::size(kMonthNames))
+                    least = PrintedMonthName(index).size();
+                const auto exact = static_cast<std::size_t>(
+                    std::mismatch(name.begin(), name.end(), text.begin(), text.end()).first -
+                    name.begin());
+                const std::size_t same = anyCase ? MatchingInAnyCase(name, text) : exact;
+                longest = std::max(longest, same);
+                if (same >= least) {
+                    m_now.pos += same;
+                    return true;
+                }
             }
         }
         return Fail(m_now.pos + longest);

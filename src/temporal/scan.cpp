@@ -303,11 +303,14 @@ private:
             three[length] = m_pos[length];
         for (std::size_t i = 0; i < count; ++i) {
             const std::string_view name = names[i];
-            if (std::memcmp(three, name.data(), kShortNameLength) != 0)
+            // What is spelled as in the name goes on so; else letters of either case may.
+            const bool exact = std::memcmp(three, name.data(), kShortNameLength) == 0;
+            if (!exact && MatchingInAnyCase(name, three) < kShortNameLength)
                 continue;
-            m_pos += kShortNameLength;
-            for (std::size_t at = kShortNameLength; at < name.size() && *m_pos == name[at]; ++at)
-                ++m_pos;
+            std::size_t end = kShortNameLength;
+            while (end < name.size() && m_pos[end] == name[end])
+                ++end;
+            m_pos += exact ? end : MatchingInAnyCase(name, m_pos);
             field = static_cast<o_4b>(i) + 1;
             return;
         }
