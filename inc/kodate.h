@@ -88,7 +88,8 @@ public:
     KOTMS_API KoString PrintDayOfTheDate();
 
     // ---- the calendar: the Gregorian one, in every year that a date can hold. -1 is a year like
-    // any other here; a month or day of -1 makes a date that does not exist, as null is one.
+    // any other here; a month or day of -1 makes a date that does not exist, as null is one. So is
+    // 29 February -4900, which IsDate takes for one.
 
     /// Move by calendar months and years. The day stays, or becomes the last one of a month that is
     /// shorter: a month after 31 January is 28 or 29 February, and a month before 31 March as well.

@@ -23,6 +23,11 @@ constexpr o_4b IsoWeekday(o_4b calendarDay) noexcept
     return (calendarDay + kCycleDays) % kDaysOfWeek + 1;
 }
 
+bool Exists(const KoDate& date)
+{
+    return IsGregorianDate(date.Year(), date.Month(), date.Day());
+}
+
 struct WeekOfYear {
     o_4b year;
     o_4b week;
@@ -51,17 +56,17 @@ using namespace ko;
 
 int KoDate::AddMonths(int n)
 {
-    return MoveByMonths(m_year, m_month, m_day, n, IsCalendarDate);
+    return MoveByMonths(m_year, m_month, m_day, n, IsGregorianDate);
 }
 
 int KoDate::AddYears(int n)
 {
-    return MoveByMonths(m_year, m_month, m_day, o_8b{n} * 12, IsCalendarDate);
+    return MoveByMonths(m_year, m_month, m_day, o_8b{n} * 12, IsGregorianDate);
 }
 
 int KoDate::DayOfTheYear() const
 {
-    return IsDate() == 0 ? 0 : CalendarDay(m_year, m_month, m_day) - CalendarDay(m_year, 1, 1) + 1;
+    return !Exists(*this) ? 0 : CalendarDay(m_year, m_month, m_day) - CalendarDay(m_year, 1, 1) + 1;
 }
 
 int KoDate::DaysInTheMonth() const
@@ -78,17 +83,17 @@ int KoDate::IsLeapYear() const
 
 int KoDate::IsoDayOfTheWeek() const
 {
-    return IsDate() == 0 ? 0 : IsoWeekday(CalendarDay(m_year, m_month, m_day));
+    return !Exists(*this) ? 0 : IsoWeekday(CalendarDay(m_year, m_month, m_day));
 }
 
 int KoDate::IsoWeek() const
 {
-    return IsDate() == 0 ? 0 : WeekOf(*this).week;
+    return !Exists(*this) ? 0 : WeekOf(*this).week;
 }
 
 int KoDate::IsoWeekYear() const
 {
-    return IsDate() == 0 ? 0 : WeekOf(*this).year;
+    return !Exists(*this) ? 0 : WeekOf(*this).year;
 }
 
 KoDate KoDate::OfIsoWeek(int weekYear, int week, int weekday)

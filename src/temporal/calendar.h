@@ -39,6 +39,12 @@ constexpr o_4b CalendarDay(o_4b year, o_4b month, o_4b day) noexcept
 {
     return DayNumber(year + kCycleYears, month, day) - kCycleDays;
 }
+/// A date of the proleptic Gregorian calendar. IsCalendarDate has a day too many in the centuries
+/// before -4800, where its quotients are cut.
+constexpr bool IsGregorianDate(o_4b year, o_4b month, o_4b day) noexcept
+{
+    return IsCalendarDate(year + kCycleYears, month, day);
+}
 /// The first and the last day that a date can hold.
 inline constexpr o_4b kFirstCalendarDay = CalendarDay(-32768, 1, 1);
 inline constexpr o_4b kLastCalendarDay = CalendarDay(32767, 12, 31);

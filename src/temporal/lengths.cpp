@@ -57,10 +57,10 @@ KoTimeSpan SpanOf(const Length& length)
 /// The moment in seconds of the day numbers; false for one that does not exist.
 bool MomentOf(const KoDateTimeN& when, Length& moment)
 {
-    if (when.IsValidDateTime() == 0 || when.NanoSeconds() < 0 ||
-        when.NanoSeconds() >= FieldCarry::kSecond)
-        return false;
     const KoDate& date = when.Date();
+    if (!IsGregorianDate(date.Year(), date.Month(), date.Day()) || when.Time().IsTime() == 0 ||
+        when.NanoSeconds() < 0 || when.NanoSeconds() >= FieldCarry::kSecond)
+        return false;
     const o_8b day = CalendarDay(date.Year(), date.Month(), date.Day());
     moment = {day * kSecondsOfDay + static_cast<int>(when.Time()), when.NanoSeconds()};
     return true;
