@@ -223,8 +223,8 @@ private:
 /// hour and minute are held with the zone's added, and accessors take it off again.
 ///
 /// Texts of conversion carry the zone as ISO 8601 writes it, "10:00:05.250-05:30", and none where
-/// it is 0; one without a zone is read with the zone 0, whatever the default is. Print formats know
-/// no zone: scanning with one gives the default.
+/// it is 0; one without a zone is read with the zone 0, whatever the default is. Under a format "%z"
+/// prints and reads the zone; scanning without it gives the default.
 ///
 /// Elements are compared by d_TimeCompare; their persistent form is six bytes: zone hour and
 /// minute, hour and minute as they are held, second, hundredths.

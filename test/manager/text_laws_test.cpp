@@ -136,4 +136,52 @@ TEST(TextLaws, EveryValueOfEveryTypeComesBack)
     }
 }
 
+TEST(TextLaws, WhatIsWrongHasACode)
+{
+    const struct {
+        o_char id;
+        std::string utf8;
+        int result;
+        std::size_t at;
+        const char* reason;
+    } kRows[] = {
+        {KoDATE_T, "2024-02-29", 0, 10, "a date"},
+        {KoDATE_T, "2024-02-30", KoREAD_OUT_OF_RANGE, 8, "no such day"},
+        {KoDATE_T, "2024-13-01", KoREAD_OUT_OF_RANGE, 5, "no such month"},
+        {KoDATE_T, "2024-02-2x", KoREAD_TRAILING, 9, "a date, and more"},
+        {KoDATE_T, "2024/02/29", KoREAD_NOT_A_VALUE, 4, "another separator"},
+        {KoDATE_T, "2024-02", KoREAD_NOT_A_VALUE, 7, "it ends early"},
+        {KoTIME_T, "25:00:00", KoREAD_OUT_OF_RANGE, 0, "no such hour"},
+        {D_TIME_T, "10:00:00+25:00", KoREAD_OUT_OF_RANGE, 8, "no such zone"},
+        {Ko4B_T, "abc", KoREAD_NOT_A_VALUE, 0, "no number"},
+        {Ko4B_T, "12 ", KoREAD_TRAILING, 2, "a number, and more"},
+        {Ko4B_T, "3000000000", KoREAD_OUT_OF_RANGE, 0, "beyond 32 bits"},
+        {KoDOUBLE_T, "1e999", KoREAD_OUT_OF_RANGE, 0, "beyond a double"},
+        {KoOBJID_T, "(70000-1#0)", KoREAD_OUT_OF_RANGE, 1, "beyond 16 bits"},
+        {KoBLOB_T, "00F", KoREAD_NOT_A_VALUE, 3, "half a byte"},
+        {KoSTRING_T, "gr\xC3\xBC\xC3", KoREAD_NOT_UTF8, 4, "half a character"},
+        {KoSTRING_T, std::string("a\0b", 3), KoREAD_NOT_UTF8, 1, "a zero byte"},
+        {KoSTRING_T, std::string(65'532, 'a'), KoREAD_TOO_LONG, 0, "longer than strings are"},
+        {KoISTRING_T, "\xE4\xB8\xAD", KoREAD_NOT_A_VALUE, 0, "a character it lacks"},
+        {KoCASEISTRING_T, "\xC3\xBC\xC3\xBC\xE4\xB8\xAD", KoREAD_TRAILING, 4, "bytes are counted"},
+        {KoRES_T, "1", KoRC_NOT_SUPPORTED, 0, "no type"},
+    };
+    const KoTypeMgr manager;
+    for (const auto& row : kRows) {
+        SCOPED_TRACE(row.reason);
+        const Array value{manager, row.id, manager.Create(row.id, 1), 1};
+        const Array as{manager, row.id, manager.Create(row.id, 1), 1};
+        std::size_t at = 99;
+        EXPECT_EQ(
+            manager.ReadText(row.id, value.data, row.utf8.data(), row.utf8.size(), nullptr, at),
+            row.result);
+        EXPECT_EQ(at, row.at);
+        if (row.result != 0 && value.data != nullptr) {
+            EXPECT_EQ(Stored(manager, row.id, value.data, KoFMT_BIG, 1),
+                      Stored(manager, row.id, as.data, KoFMT_BIG, 1));
+        }
+    }
+    EXPECT_STREQ(manager.TextFormatGet(Ko4B_T), "%ld") << "the print format, where that reads back";
+}
+
 } // namespace
