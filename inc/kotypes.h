@@ -76,6 +76,11 @@ using KoGetValueFunc = int (*)(void* value, unsigned length, unsigned char forma
 using KoParseFunc = int (*)(void* value, const KoString& text, const char* format,
                             unsigned& errorAt);
 
+/// The same of ASCII bytes, without a string in between, for types of numbers: true where they are
+/// a value. False tells nothing, and leaves the value as it was.
+using KoParseAsciiFunc = bool (*)(void* value, const char* text, std::size_t length,
+                                  const char* format);
+
 /// Writes the first `room` bytes of the sort key of `count` elements in the form `format`, and
 /// returns the whole length of the key, whatever the room; `key` may be null where `room` is 0, and
 /// what the room has behind the key is of no certain value. The
@@ -148,8 +153,9 @@ struct KoTypeDescriptor {
 
 /// What a type offers beyond the fixed record.
 struct KoTypeExtension {
-    const char* textFormat; ///< the format under which every value reads back
-    KoParseFunc parse;      ///< absent: the type has no strict reader
+    const char* textFormat;      ///< the format under which every value reads back
+    KoParseFunc parse;           ///< absent: the type has no strict reader
+    KoParseAsciiFunc parseAscii; ///< absent: `parse` reads all texts
     KoSortKeyFunc sortKey;
     KoFromSortKeyFunc fromSortKey;
     KoValidateFunc validate;

@@ -89,6 +89,7 @@ struct NoOps {
         return KoRC_NOT_SUPPORTED;
     }
     static constexpr KoParseFunc Parse = nullptr;
+    static constexpr KoParseAsciiFunc ParseAscii = nullptr;
     static unsigned SortKey(void*, unsigned, const void*, unsigned char, unsigned, unsigned short)
     {
         return 0;
@@ -158,6 +159,7 @@ consteval KoTypeExtension Extend(KoTypeId id)
 {
     return {Ops::kTextFormat != nullptr ? Ops::kTextFormat : kTypeRows[id].printFormat,
             Ops::Parse,
+            Ops::ParseAscii,
             Ops::SortKey,
             Ops::FromSortKey,
             Ops::Validate,

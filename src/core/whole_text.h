@@ -1,7 +1,7 @@
 #ifndef KO_CORE_WHOLE_TEXT_H
 #define KO_CORE_WHOLE_TEXT_H
 
-#include <cstring>
+#include <cstddef>
 
 /// The text format of types whose print format does not give every value back: the format as a
 /// whole asks for the text from which strict reading makes the same value again. It is written so
@@ -14,8 +14,13 @@ inline constexpr char kWholeText[] = "%{text}";
 
 inline bool IsWholeText(const char* format) noexcept
 {
-    return format != nullptr && format[0] == '%' && format[1] == '{' &&
-           std::strcmp(format, kWholeText) == 0;
+    if (format == nullptr)
+        return false;
+    // Nearly every other format ends this with its second character.
+    std::size_t at = 0;
+    while (at < sizeof kWholeText && format[at] == kWholeText[at])
+        ++at;
+    return at == sizeof kWholeText;
 }
 
 } // namespace ko

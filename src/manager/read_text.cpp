@@ -103,6 +103,10 @@ int KoTypeMgr::ReadText(o_char id, void* value, const char* utf8, std::size_t le
         length = 0;
     if (format == nullptr)
         format = type.textFormat;
+    if (type.parseAscii != nullptr && type.parseAscii(value, utf8, length, format)) {
+        at = length;
+        return KoRC_OK;
+    }
     KoString text(KoCS_LATIN1, KoString::GetDefaultLanguage());
     if (const int result = ToString(text, utf8, length, at); result != 0)
         return result;

@@ -74,6 +74,15 @@ struct ScalarOps : ElementOps<typename Type::Value, ScalarOps<Type>, Type::kId> 
         return Text::Parse(element, text, format, errorAt);
     }
 
+    static constexpr KoParseAsciiFunc ParseAscii = []() -> KoParseAsciiFunc {
+        if constexpr (Text::kIsByte)
+            return nullptr;
+        else
+            return [](void* value, const char* text, std::size_t length, const char* format) {
+                return Text::ParseAscii(*static_cast<T*>(value), text, length, format);
+            };
+    }();
+
     static int GetValue(void* value, unsigned, unsigned char format, unsigned char kind)
     {
         if constexpr (Type::kSteps)

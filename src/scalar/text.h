@@ -115,6 +115,21 @@ struct ScalarText {
         }
     }
 
+    /// Of numbers; see KoParseAsciiFunc.
+    static bool ParseAscii(T& value, const char* text, std::size_t length, const char* format)
+    {
+        static_assert(!kIsByte);
+        using Number = std::conditional_t<std::is_class_v<T>, o_8b, T>;
+        if constexpr (std::floating_point<T>)
+            format = IsWholeText(format) ? kFloatingFormat : format;
+        Number number{};
+        unsigned errorAt;
+        if (ParseNumber(number, text, length, format, errorAt) != 0)
+            return false;
+        value = number;
+        return true;
+    }
+
 private:
     // The whole text of a byte: itself where it is a printable character of ASCII, and "\x" with
     // two hexadecimal digits. So it does not depend on the default code set, and 0 is no empty

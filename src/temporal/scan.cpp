@@ -301,16 +301,21 @@ private:
         std::size_t length = 0;
         for (; length < kShortNameLength && m_pos[length] != '\0'; ++length)
             three[length] = m_pos[length];
+        // What is spelled as in the name goes on so; else letters of either case may.
         for (std::size_t i = 0; i < count; ++i) {
             const std::string_view name = names[i];
-            // What is spelled as in the name goes on so; else letters of either case may.
-            const bool exact = std::memcmp(three, name.data(), kShortNameLength) == 0;
-            if (!exact && MatchingInAnyCase(name, three) < kShortNameLength)
+            if (std::memcmp(three, name.data(), kShortNameLength) != 0)
                 continue;
-            std::size_t end = kShortNameLength;
-            while (end < name.size() && m_pos[end] == name[end])
-                ++end;
-            m_pos += exact ? end : MatchingInAnyCase(name, m_pos);
+            m_pos += kShortNameLength;
+            for (std::size_t at = kShortNameLength; at < name.size() && *m_pos == name[at]; ++at)
+                ++m_pos;
+            field = static_cast<o_4b>(i) + 1;
+            return;
+        }
+        for (std::size_t i = 0; i < count; ++i) {
+            if (MatchingInAnyCase(names[i], three) < kShortNameLength)
+                continue;
+            m_pos += MatchingInAnyCase(names[i], m_pos);
             field = static_cast<o_4b>(i) + 1;
             return;
         }
