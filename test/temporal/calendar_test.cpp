@@ -162,9 +162,9 @@ Wide Exact(const KoTimeSpan& span)
 TEST(Calendar, LengthsAreNumbers)
 {
     std::mt19937 random(15);
-    const Wide day = Wide{86'400} * 1'000'000'000;
-    const auto check = [day](const KoTimeSpan& span, Wide expected) {
-        const bool fits = expected >= -32768 * 360 * day && expected < 32768 * 360 * day;
+    constexpr Wide kDay = Wide{86'400} * 1'000'000'000;
+    const auto check = [](const KoTimeSpan& span, Wide expected) {
+        const bool fits = expected >= -32768 * 360 * kDay && expected < 32768 * 360 * kDay;
         ASSERT_EQ(span.IsNullValue() == 0, fits);
         ASSERT_TRUE(!fits || Exact(span) == expected) << Shown(span);
     };
