@@ -109,7 +109,8 @@ public:
     KOTMS_API int IsoDayOfTheWeek() const;
     /// The week of ISO 8601, 1 to 53, and the year that it belongs to. Weeks begin on Monday, and
     /// week 1 has the first Thursday of the year: the first days of January can belong to the year
-    /// before, the last ones of December to the next. Both are 0 for a date that does not exist.
+    /// before, the last ones of December to the next. Both are 0 for a date that does not exist; 0
+    /// is a year, too.
     KOTMS_API int IsoWeek() const;
     KOTMS_API int IsoWeekYear() const;
     /// The date of a weekday, 1 to 7, in a week of ISO 8601; null where there is none.

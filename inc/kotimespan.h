@@ -91,7 +91,7 @@ public:
 
     // ---- lengths: whole spans, which count as GetTotalSeconds and the nanoseconds say, whatever
     // their fields are. Nothing wraps or stops at a limit: the answer is null where an operand is
-    // null and beyond what 32767 years of 360 days hold, about 32294 years of the calendar.
+    // null and beyond what 32767 years of 360 days hold, about 32297 years of the calendar.
 
     /// The length from one date-time to another, by the calendar and to the nanosecond; negative
     /// back in time. Null also where one of them does not exist: where its fields, a wildcard

@@ -135,7 +135,7 @@ KoTimeSpan& KoTimeSpan::operator*=(int n)
         return *this;
     const Length length = LengthOf(*this);
     // So far out that nanoseconds cannot bring it back; nearer, no sum overflows.
-    constexpr o_8b kFar = 2 * 32768 * kDaysOfYear * kSecondsOfDay;
+    constexpr o_8b kFar = kDaysOfYear * kSecondsOfDay * 65536;
     o_8b seconds;
     if (__builtin_mul_overflow(length.seconds, o_8b{n}, &seconds) || seconds > kFar ||
         seconds < -kFar)
