@@ -222,6 +222,19 @@ public:
     /// After a failure `value` is as it was.
     int ParseFromKoString(o_char id, void* value, const KoString& text, const char* format,
                           unsigned& errorAt) const;
+    /// The format under which every value of the type, printed by PrintToKoString into a text of
+    /// code set 253, is read back by the strict readers as the same value; null as the null print
+    /// string, where the type has a null value. It is not always the print format, and
+    /// ExchangeFormat does not change it. doc/text.md says what no text holds: the code set of a
+    /// string, the payload of a NaN, and values too long for a KoString.
+    const char* TextFormatGet(o_char id) const;
+    /// The same strict reading of `length` bytes of UTF-8; a null `format` is the text format.
+    /// Returns 0, a KoReadResult, KoRC_NOT_SUPPORTED for a type without a strict reader, or
+    /// KoRC_NO_MEMORY. `at` becomes `length`, or after a failure the offset of the first byte that
+    /// does not belong; `value` is then as it was. A KoString becomes one of code set 1 where its
+    /// characters are all in it, else of 253, in the default language.
+    int ReadText(o_char id, void* value, const char* utf8, std::size_t length, const char* format,
+                 std::size_t& at) const;
 
     // ---- order as plain bytes; see KoSortKeyFunc and, for the bytes of every type,
     // doc/formats.md

@@ -75,10 +75,16 @@ using KoDefaultValueFunc = void* (*)(unsigned count, int flag);
 /// the smallest value. Returns 0, KoRC_OVERFLOW (unchanged) or KoRC_NOT_SUPPORTED.
 using KoGetValueFunc = int (*)(void* value, unsigned length, unsigned char format,
                                unsigned char kind);
-/// Reads a whole text strictly: 0, or -1 with `errorAt` the position of the first character that
-/// does not belong and the value unchanged. A null `format` is the type's own.
+/// Reads a whole text strictly: 0, or with the value unchanged KoREAD_NOT_A_VALUE or
+/// KoREAD_OUT_OF_RANGE with `errorAt` the position of the first character that does not belong. A
+/// null `format` is the type's own.
 using KoParseFunc = int (*)(void* value, const KoString& text, const char* format,
                             unsigned& errorAt);
+
+/// The same of ASCII bytes, without a string in between, for types of numbers: true where they are
+/// a value. False tells nothing, and leaves the value as it was.
+using KoParseAsciiFunc = bool (*)(void* value, const char* text, std::size_t length,
+                                  const char* format);
 
 /// Writes the first `room` bytes of the sort key of `count` elements in the form `format`, and
 /// returns the whole length of the key, whatever the room; `key` may be null where `room` is 0, and
@@ -159,7 +165,9 @@ struct KoTypeDescriptor {
 
 /// What a type offers beyond the fixed record.
 struct KoTypeExtension {
-    KoParseFunc parse; ///< absent: the type has no strict reader
+    const char* textFormat;      ///< the format under which every value reads back
+    KoParseFunc parse;           ///< absent: the type has no strict reader
+    KoParseAsciiFunc parseAscii; ///< absent: `parse` reads all texts
     KoSortKeyFunc sortKey;
     KoFromSortKeyFunc fromSortKey;
     KoValidateFunc validate;

@@ -177,6 +177,7 @@ struct BlobOps : ElementOps<KoBlob, BlobOps, KoBLOB_T> {
     static constexpr auto PrintOne = PrintBlob;
     static constexpr auto ScanOne = ScanBlob;
     static constexpr auto ParseOne = ParseBlob;
+    static constexpr const char* kTextFormat = "%X";
 };
 
 int BlobOps::FromSortKey(void* value, const void* key, unsigned length, unsigned count,

@@ -1,6 +1,8 @@
 #ifndef KO_CORE_RECORD_H
 #define KO_CORE_RECORD_H
 
+#include "core/whole_text.h"
+
 #include <kotypemgr.h>
 #include <kotypes.h>
 
@@ -88,6 +90,7 @@ struct NoOps {
         return KoRC_NOT_SUPPORTED;
     }
     static constexpr KoParseFunc Parse = nullptr;
+    static constexpr KoParseAsciiFunc ParseAscii = nullptr;
     static unsigned SortKey(void*, unsigned, const void*, unsigned char, unsigned, unsigned short)
     {
         return 0;
@@ -104,6 +107,7 @@ struct NoOps {
     static constexpr KoValidateFunc Measure = Validate;
     static constexpr KoStampFunc Stamp = nullptr;
     static constexpr KoPrintFunc kPrintsArray = nullptr;
+    static constexpr const char* kTextFormat = nullptr; ///< the print format reads back
     static constexpr bool kIsIntegral = false;
     static constexpr bool kStepsInEveryForm = false;
 };
@@ -154,10 +158,19 @@ consteval KoTypeDescriptor Describe(KoTypeId id)
 /// The extension of a type's record. It belongs to the id, so the two tables share it; the older
 /// string type alone has one of its own.
 template <class Ops>
-consteval KoTypeExtension Extend()
+consteval KoTypeExtension Extend(KoTypeId id)
 {
-    return {Ops::Parse, Ops::SortKey,      Ops::FromSortKey, Ops::Validate,         Ops::Measure,
-            Ops::Stamp, Ops::kPrintsArray, Ops::kIsIntegral, Ops::kStepsInEveryForm};
+    return {Ops::kTextFormat != nullptr ? Ops::kTextFormat : kTypeRows[id].printFormat,
+            Ops::Parse,
+            Ops::ParseAscii,
+            Ops::SortKey,
+            Ops::FromSortKey,
+            Ops::Validate,
+            Ops::Measure,
+            Ops::Stamp,
+            Ops::kPrintsArray,
+            Ops::kIsIntegral,
+            Ops::kStepsInEveryForm};
 }
 
 #define KO_TYPE_EXTEND(id, idName, descriptor, name, memLen, isFixed, printFormat)                 \
@@ -170,7 +183,7 @@ extern const KoTypeExtension* const kTypeExtensions[KoTYPE_COUNT];
 
 #define KO_DEFINE_TYPE(descriptor, Ops, id)                                                        \
     constinit KoTypeDescriptor descriptor = Describe<Ops>(id);                                     \
-    extern constinit const KoTypeExtension descriptor##Ext = Extend<Ops>();
+    extern constinit const KoTypeExtension descriptor##Ext = Extend<Ops>(id);
 
 } // namespace ko
 

@@ -26,11 +26,6 @@ unsigned PoolSize(unsigned long long pairs)
     return std::clamp(size, 32U, 1000U);
 }
 
-std::string Hex(const Bytes& bytes)
-{
-    return data::FormatBytes(bytes);
-}
-
 class KeyLaws
 {
 public:

@@ -7,6 +7,11 @@
 /// The forms of values: in memory, and least or most significant byte first.
 inline constexpr unsigned char kForms[] = {KoFMT_MEMORY, KoFMT_LITTLE, KoFMT_BIG};
 
+inline std::string Hex(const Bytes& bytes)
+{
+    return data::FormatBytes(bytes);
+}
+
 /// Up to three elements of a type in every form.
 class Operand
 {
