@@ -28,11 +28,12 @@ std::string Utf8(const KoString& text)
 }
 
 /// Values of these types hold more than texts do: code set and language of a string, payload of a
-/// NaN, the value in a null.
+/// NaN, the value in a null, the byte that stands for true.
 bool IsMoreThanText(const KoTypeMgr& manager, o_char id)
 {
     const std::string name = manager.NameGet(id);
-    return id == KoSTRING_T || id == KoFLOAT_T || id == KoDOUBLE_T || name.rfind("KoNull_", 0) == 0;
+    return id == KoSTRING_T || id == KoFLOAT_T || id == KoDOUBLE_T || id == KoBOOLEAN_T ||
+           name.rfind("KoNull_", 0) == 0;
 }
 
 class TextLaws
