@@ -1,0 +1,102 @@
+#include "interface/call.h"
+
+#include <cstring>
+#include <limits>
+
+namespace ko
+{
+
+ko_status CheckBytes(o_char id, const void* bytes, std::size_t length, ko_order order)
+{
+    if (bytes == nullptr && length != 0)
+        return KO_BAD_ARGUMENT;
+    if (length > std::numeric_limits<unsigned>::max())
+        return KO_TRAILING;
+    std::size_t at = 0;
+    switch (Manager().Validate(id, bytes, length, static_cast<unsigned char>(order), 1, at)) {
+    case KoRC_OK:
+        return at == length ? KO_OK : KO_TRAILING;
+    case KoRC_TRUNCATED:
+        return KO_TRUNCATED;
+    case KoRC_DAMAGED:
+        return KO_DAMAGED;
+    default:
+        return KO_NOT_SUPPORTED;
+    }
+}
+
+ko_status CheckFormat(const char* format)
+{
+    constexpr std::size_t kLongest = 255;
+    if (format == nullptr)
+        return KO_OK;
+    for (std::size_t i = 0; i <= kLongest; ++i) {
+        if (format[i] == '\0')
+            return KO_OK;
+        if (static_cast<unsigned char>(format[i]) >= 0x80)
+            return KO_BAD_FORMAT;
+    }
+    return KO_BAD_FORMAT;
+}
+
+void CallScope::Apply(const ko_settings& settings)
+{
+    if (settings.size < sizeof settings || settings.language < -1 ||
+        settings.language >= KoLANG_NULL || settings.code_set < -1 ||
+        settings.code_set == KoCS_NONE || settings.code_set >= KoCS_NULL) {
+        m_status = KO_BAD_ARGUMENT;
+        return;
+    }
+    // -1 is 255 in a byte, which stands for what holds outside.
+    m_language.emplace(static_cast<unsigned char>(settings.language),
+                       static_cast<unsigned char>(settings.code_set));
+    m_codeSet = settings.code_set;
+    if (settings.null_text == nullptr)
+        return;
+    std::size_t errorAt = 0;
+    OwnNullText& own = m_nullText.emplace();
+    m_status = own.text.Read(settings.null_text, std::strlen(settings.null_text), -1, errorAt);
+    if (m_status == KO_OK)
+        own.scope.emplace(&own.text.Get());
+    else if (m_status != KO_NO_MEMORY)
+        m_status = KO_BAD_ARGUMENT;
+}
+
+ScopedValue::ScopedValue(o_char id) : m_type(TypeOf(koCurrentTypeTable, id)), m_id(id)
+{
+    if (m_type.memLen <= sizeof m_room) {
+        m_value = m_room;
+        m_type.constructor(m_value, 1, 0);
+    } else {
+        m_value = m_type.create(1);
+    }
+}
+
+ScopedValue::~ScopedValue()
+{
+    if (m_value == m_room)
+        m_type.destructor(m_value, 1, 0);
+    else if (m_value != nullptr)
+        m_type.destroy(m_value, 1);
+}
+
+ko_status ScopedValue::Load(const void* bytes, std::size_t length, ko_order order)
+{
+    if (m_value == nullptr)
+        return KO_NO_MEMORY;
+    const unsigned read =
+        Manager().Load(m_id, m_value, bytes, static_cast<unsigned char>(order), 1);
+    return read == length ? KO_OK : KO_NO_MEMORY;
+}
+
+ko_status Room::PutValue(o_char id, void* value, ko_order order) const
+{
+    const auto format = static_cast<unsigned char>(order);
+    const unsigned bytes = Manager().DiskLenGet(id, value, format, 1, KoFMT_MEMORY);
+    const ko_status status = Takes(bytes);
+    if (status == KO_OK)
+        Manager().Store(id, m_out, value, format, 1);
+    return status;
+}
+
+} // namespace ko
