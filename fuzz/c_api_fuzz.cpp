@@ -26,6 +26,14 @@ struct Input {
     const char* format;
 };
 
+/// Strings without a code set, and those of the older layout, compare as plain bytes: beside texts
+/// they have no order, and loading makes text of the latter.
+bool IsPlainBytes(const Input& in, const Bytes& bytes)
+{
+    static const int s_string = ko_type("KoString");
+    return in.type == s_string && (bytes[2] == 0 || bytes.back() == 0);
+}
+
 /// A result of unknown length: without room the size is told, with exactly that room it is made.
 template <class Call>
 ko_status Make(Bytes& result, Call call)
@@ -80,15 +88,20 @@ int Compare(const Input& in, const Bytes& a, const Bytes& b)
     return order;
 }
 
+bool IsNull(const Input& in, const Bytes& bytes)
+{
+    int isNull = 2;
+    const ko_status status = ko_is_null(in.type, bytes.data(), bytes.size(), in.order, &isNull);
+    Require(status == KO_OK && isNull <= ko_has_null(in.type), "null or not");
+    return isNull == 1;
+}
+
 /// What has to hold of one value.
 void UseValue(const Input& in, const Bytes& bytes)
 {
     Bytes text;
     Bytes other;
-    int isNull = 2;
-    Require(ko_is_null(in.type, bytes.data(), bytes.size(), in.order, &isNull) == KO_OK &&
-                isNull <= ko_has_null(in.type),
-            "null or not");
+    IsNull(in, bytes);
     Text(in, bytes, in.format, text);
     const ko_status shown = Text(in, bytes, nullptr, text);
     Require(shown == KO_OK || shown == KO_TOO_LONG, "every value has a text");
@@ -121,6 +134,8 @@ void UseValue(const Input& in, const Bytes& bytes)
         ko_hash(in.type, bytes.data(), bytes.size(), in.word, in.order, &hashes[0]);
     Require(hashed == keyed, "what has a key has a hash");
     if (keyed != KO_OK)
+        return;
+    if (IsPlainBytes(in, bytes))
         return;
     Require(Compare(in, bytes, back) == 0, "an order turned twice");
     Require(Key(turned, other, keys[1]) == KO_OK && keys[0] == keys[1], "a key for all orders");
@@ -165,7 +180,9 @@ void UseText(const Input& in, const Bytes& text)
     Bytes printed;
     Bytes again;
     Require(Text(in, bytes, nullptr, printed) == KO_OK, "what is read has a text");
-    Require(Pack(in, printed, nullptr, again) == KO_OK && again == bytes,
+    Require(Pack(in, printed, nullptr, again) == KO_OK, "a text is read back");
+    // Nulls of one type may hold different bytes and have one text.
+    Require(again == bytes || (IsNull(in, again) && IsNull(in, bytes)),
             "a text gives its value back");
 }
 
@@ -173,9 +190,7 @@ void UsePair(const Input& in, const Bytes& a, const Bytes& b)
 {
     Bytes keys[2];
     const int order = Compare(in, a, b);
-    // Plain bytes beside text have no order in common: the code set is the third byte of a string.
-    static const int s_string = ko_type("KoString");
-    if (in.type == s_string && (a[2] == 0) != (b[2] == 0))
+    if (IsPlainBytes(in, a) != IsPlainBytes(in, b))
         return;
     if (Key(in, a, keys[0]) != KO_OK || Key(in, b, keys[1]) != KO_OK)
         return;

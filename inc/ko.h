@@ -155,7 +155,10 @@ KO_API ko_status ko_validate(int type, const void* bytes, size_t length, ko_orde
 /* ---- order */
 
 /* `*result` becomes -1, 0 or 1, as the first value comes before, equals or comes after the second.
- * Where wildcards are on the second one is the pattern, and 0 means that it matches. */
+ * Where wildcards are on the second one is the pattern, and 0 means that it matches. A KoString
+ * without a code set, and one of the layout that older programs wrote, is plain bytes: these have
+ * an order among themselves, and none beside texts, so an index holds one kind. ko_pack makes
+ * texts. */
 KO_API ko_status ko_compare(int type, const void* a, size_t a_length, const void* b,
                             size_t b_length, unsigned word, ko_order order, int* result);
 /* Writes the sort key: bytes that memcmp orders as ko_compare orders the values, a key that begins

@@ -112,7 +112,9 @@ struct Error {
 inline std::ostream& operator<<(std::ostream& out, const Error& error)
 {
     out << error.sentence;
-    const bool hasPlace = (error.status >= Status::not_utf8 && error.status <= Status::too_long) ||
+    const bool hasPlace = error.position != 0 || error.status == Status::not_utf8 ||
+                          error.status == Status::unreadable ||
+                          error.status == Status::no_character ||
                           error.status == Status::truncated || error.status == Status::damaged;
     return hasPlace ? out << " (at byte " << error.position << ')' : out;
 }
