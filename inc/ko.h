@@ -49,7 +49,7 @@ typedef enum ko_status {
     KO_NO_ROOM = 2,       /* the result takes more room; `*size` tells how much */
     KO_NO_MEMORY = 3,     /* memory ran out */
     KO_BAD_ARGUMENT = 4,  /* an order, word, setting or null pointer that the call does not take */
-    KO_NOT_UTF8 = 5,      /* the text is no UTF-8 */
+    KO_NOT_UTF8 = 5,      /* the text is no UTF-8, or has a zero character */
     KO_UNREADABLE = 6,    /* the text is no value of the type under the format */
     KO_NO_CHARACTER = 7,  /* the code set lacks a character of the text */
     KO_TOO_LONG = 8,      /* a text of more than 65,531 characters (32,765 beyond Latin-1) */

@@ -39,6 +39,22 @@ ko_status CheckFormat(const char* format)
     return KO_BAD_FORMAT;
 }
 
+ko_status ReadStatus(int result)
+{
+    switch (result) {
+    case 0:
+        return KO_OK;
+    case KoMBS_REPLACED:
+        return KO_NO_CHARACTER;
+    case KoMBS_TOO_LONG:
+        return KO_TOO_LONG;
+    case KoMBS_NO_MEMORY:
+        return KO_NO_MEMORY;
+    default:
+        return KO_NOT_UTF8;
+    }
+}
+
 void CallScope::Apply(const ko_settings& settings)
 {
     if (settings.size < sizeof settings || settings.language < -1 ||
@@ -50,12 +66,13 @@ void CallScope::Apply(const ko_settings& settings)
     // -1 is 255 in a byte, which stands for what holds outside.
     m_language.emplace(static_cast<unsigned char>(settings.language),
                        static_cast<unsigned char>(settings.code_set));
-    m_codeSet = settings.code_set;
+    m_codeSet = static_cast<unsigned char>(settings.code_set < 0 ? KoCS_NONE : settings.code_set);
     if (settings.null_text == nullptr)
         return;
     std::size_t errorAt = 0;
     OwnNullText& own = m_nullText.emplace();
-    m_status = own.text.Read(settings.null_text, std::strlen(settings.null_text), -1, errorAt);
+    m_status = ReadStatus(
+        own.text.Read(settings.null_text, std::strlen(settings.null_text), KoCS_NONE, errorAt));
     if (m_status == KO_OK)
         own.scope.emplace(&own.text.Get());
     else if (m_status != KO_NO_MEMORY)

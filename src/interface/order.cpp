@@ -59,8 +59,8 @@ public:
         if (length > static_cast<std::size_t>(std::numeric_limits<int>::max()) / 4)
             return KO_TOO_LONG;
         const Utf8Survey survey(utf8, length);
-        if (survey.status != KO_OK)
-            return survey.status;
+        if (survey.at < length)
+            return KO_NOT_UTF8;
         m_codeSet = survey.isAscii ? KoCS_LATIN1 : KoCS_UNICODE;
         const unsigned width = KoCodeSetWidth(m_codeSet);
         const std::size_t end = survey.units * width;

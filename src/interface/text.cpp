@@ -30,7 +30,7 @@ ko_status PrintAsUtf8(o_char id, void* value, const char* format, const Room& ro
     KoString text(KoCS_UNICODE, KoString::GetDefaultLanguage());
     if (Print(id, value, format, text)) {
         writer.Write(text);
-        return writer.Finish(room.Needed());
+        return room.Takes(writer.Finish());
     }
     // One of 8 bits may be twice as long.
     const unsigned char codeSet = id == KoSTRING_T ? static_cast<const KoString*>(value)->CodeSet()
@@ -42,7 +42,7 @@ ko_status PrintAsUtf8(o_char id, void* value, const char* format, const Room& ro
     if (!whole && !isFull)
         return KO_TOO_LONG;
     writer.Write(isFull ? *static_cast<const KoString*>(value) : narrow);
-    return writer.Finish(room.Needed());
+    return room.Takes(writer.Finish());
 }
 
 } // namespace
@@ -74,7 +74,7 @@ ko_status ko_pack_with(const ko_settings* settings, int type, const char* utf8, 
     const auto id = static_cast<o_char>(type);
     Utf8Text text;
     std::size_t errorAt = 0;
-    status = text.Read(utf8, length, scope.CodeSet(), errorAt);
+    status = ReadStatus(text.Read(utf8, length, scope.CodeSet(), errorAt));
     ScopedValue value(id);
     if (status == KO_OK && value.Get() != nullptr) {
         unsigned position = 0;
