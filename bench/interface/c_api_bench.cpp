@@ -33,7 +33,8 @@ std::vector<std::string> Texts(const char* kind)
         char text[64];
         switch (*kind) {
         case 'd':
-            std::snprintf(text, sizeof text, "%.17g", random / 1e3 * (1.0 + 1.0 / (i + 3.0)));
+            std::snprintf(text, sizeof text, "%.17g",
+                          random / 1e3 * (1.0 + 1.0 / (static_cast<double>(i) + 3.0)));
             break;
         case 'i':
             std::snprintf(text, sizeof text, "%d", static_cast<int>(random) - 0x40000000);

@@ -10,7 +10,7 @@ import sys
 
 root, compiler = pathlib.Path(sys.argv[1]), sys.argv[2]
 folders = [root / "inc", root / "platform/intl/inc", root / "platform/base/inc"]
-headers = [header for folder in folders for header in sorted(folder.glob("*.h"))]
+headers = [header for folder in folders for header in sorted(folder.glob("*.h*"))]
 
 
 def run_compiler(text, *options):
@@ -29,7 +29,8 @@ def compile_alone(header):
 with concurrent.futures.ThreadPoolExecutor(2) as pool:
     complaints = [text for text in pool.map(compile_alone, headers) if text]
 included = set(run_compiler("#include <kotms.h>\n", "-M").stdout.split())
-complaints += [f"kotms.h leaves out {header.name}" for header in headers if str(header) not in included]
+complaints += [f"kotms.h leaves out {header.name}" for header in headers
+               if header.suffix == ".h" and str(header) not in included]
 print(*complaints, sep="\n")
 print(f"{len(headers)} headers, {len(complaints)} complaints")
 sys.exit(bool(complaints) or not headers)
