@@ -13,7 +13,7 @@ ko_status CheckBytes(o_char id, const void* bytes, std::size_t length, ko_order 
     if (length > std::numeric_limits<unsigned>::max())
         return KO_TRAILING;
     std::size_t at = 0;
-    switch (Manager().Validate(id, bytes, length, static_cast<unsigned char>(order), 1, at)) {
+    switch (ExtensionOf(id).validate(bytes, length, static_cast<unsigned char>(order), 1, at)) {
     case KoRC_OK:
         return at == length ? KO_OK : KO_TRAILING;
     case KoRC_TRUNCATED:
@@ -79,40 +79,21 @@ void CallScope::Apply(const ko_settings& settings)
         m_status = KO_BAD_ARGUMENT;
 }
 
-ScopedValue::ScopedValue(o_char id) : m_type(TypeOf(koCurrentTypeTable, id)), m_id(id)
-{
-    if (m_type.memLen <= sizeof m_room) {
-        m_value = m_room;
-        m_type.constructor(m_value, 1, 0);
-    } else {
-        m_value = m_type.create(1);
-    }
-}
-
-ScopedValue::~ScopedValue()
-{
-    if (m_value == m_room)
-        m_type.destructor(m_value, 1, 0);
-    else if (m_value != nullptr)
-        m_type.destroy(m_value, 1);
-}
-
 ko_status ScopedValue::Load(const void* bytes, std::size_t length, ko_order order)
 {
     if (m_value == nullptr)
         return KO_NO_MEMORY;
-    const unsigned read =
-        Manager().Load(m_id, m_value, bytes, static_cast<unsigned char>(order), 1);
+    const unsigned read = m_type.load(m_value, bytes, static_cast<unsigned char>(order), 1);
     return read == length ? KO_OK : KO_NO_MEMORY;
 }
 
-ko_status Room::PutValue(o_char id, void* value, ko_order order) const
+ko_status Room::PutValue(ScopedValue& value, ko_order order) const
 {
     const auto format = static_cast<unsigned char>(order);
-    const unsigned bytes = Manager().DiskLenGet(id, value, format, 1, KoFMT_MEMORY);
-    const ko_status status = Takes(bytes);
+    const KoTypeDescriptor& type = value.Type();
+    const ko_status status = Takes(type.sizeGet(value.Get(), KoFMT_MEMORY, format, 1));
     if (status == KO_OK)
-        Manager().Store(id, m_out, value, format, 1);
+        type.store(m_out, value.Get(), format, 1);
     return status;
 }
 

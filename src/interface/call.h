@@ -102,19 +102,31 @@ private:
 class ScopedValue
 {
 public:
-    explicit ScopedValue(o_char id);
-    ~ScopedValue();
+    explicit ScopedValue(o_char id) : m_type(TypeOf(koCurrentTypeTable, id)), m_value(m_room)
+    {
+        if (m_type.memLen <= sizeof m_room)
+            m_type.constructor(m_value, 1, 0);
+        else
+            m_value = m_type.create(1);
+    }
+    ~ScopedValue()
+    {
+        if (m_value == m_room)
+            m_type.destructor(m_value, 1, 0);
+        else if (m_value != nullptr)
+            m_type.destroy(m_value, 1);
+    }
     ScopedValue(const ScopedValue&) = delete;
     ScopedValue& operator=(const ScopedValue&) = delete;
 
     /// Null where memory ran out.
     void* Get() { return m_value; }
+    const KoTypeDescriptor& Type() const { return m_type; }
     /// Becomes what stored bytes say, which were looked at before.
     ko_status Load(const void* bytes, std::size_t length, ko_order order);
 
 private:
     const KoTypeDescriptor& m_type;
-    o_char m_id;
     void* m_value;
     alignas(std::max_align_t) unsigned char m_room[16];
 };
@@ -145,7 +157,7 @@ public:
         return bytes <= m_room ? KO_OK : KO_NO_ROOM;
     }
     /// The stored bytes of a value.
-    ko_status PutValue(o_char id, void* value, ko_order order) const;
+    ko_status PutValue(ScopedValue& value, ko_order order) const;
 
 private:
     char* m_out;

@@ -1,7 +1,6 @@
 #include "string/utf8_text.h"
 
 #include "character/utf8.h"
-#include "collation/text.h"
 
 #include <algorithm>
 #include <cstring>
@@ -125,9 +124,10 @@ bool Utf8Text::ReadShort(unsigned char codeSet)
 {
     if (KoCodeSetWidth(codeSet) != 1 || !IsAscii(m_utf8, m_length))
         return false;
-    m_text.SetCodeSetCode(codeSet);
-    if (m_length == 0)
+    if (m_length == 0) {
+        m_text.SetCodeSetCode(codeSet);
         return true;
+    }
     const std::size_t blocks = m_length / StringAccess::kBlock * StringAccess::kBlock;
     std::memset(m_short + blocks, 0, StringAccess::kBlock);
     std::memcpy(m_short, m_utf8, m_length);
@@ -163,11 +163,6 @@ int Utf8Text::ReadAs(unsigned char codeSet, std::size_t units, std::size_t& erro
     return 0;
 }
 
-void Utf8Text::TakeBack()
-{
-    StringAccess::TakeBack(m_text);
-}
-
 std::size_t Utf8Text::ByteOf(unsigned position) const
 {
     std::size_t at = 0;
@@ -193,8 +188,9 @@ void Utf8Writer::Write(const KoString& string)
     if (text.units == 0)
         return;
     if (text.Width() == 1 && IsAscii(text.bytes, text.units)) {
-        std::memcpy(m_out + m_size, text.bytes,
-                    m_size < m_room ? std::min<std::size_t>(text.units, m_room - m_size) : 0);
+        if (m_size < m_room)
+            std::memcpy(m_out + m_size, text.bytes,
+                        std::min<std::size_t>(text.units, m_room - m_size));
         m_size += text.units;
         return;
     }

@@ -1,6 +1,8 @@
 #ifndef KO_STRING_UTF8_TEXT_H
 #define KO_STRING_UTF8_TEXT_H
 
+#include "collation/text.h"
+
 #include <kombs.h>
 #include <kostring.h>
 
@@ -35,7 +37,7 @@ public:
     ~Utf8Text()
     {
         if (m_isLent)
-            TakeBack();
+            StringAccess::TakeBack(m_text);
     }
     Utf8Text(const Utf8Text&) = delete;
     Utf8Text& operator=(const Utf8Text&) = delete;
@@ -55,7 +57,6 @@ private:
 
     bool ReadShort(unsigned char codeSet);
     int ReadAs(unsigned char codeSet, std::size_t units, std::size_t& errorAt);
-    void TakeBack();
 
     const char* m_utf8 = nullptr;
     std::size_t m_length = 0;
