@@ -53,10 +53,10 @@ std::vector<std::string> Texts(const char* kind)
 
 const Subject& Of(std::size_t index)
 {
-    static const Subject s_subjects[] = {{"double", "o_double", "%.17g", Texts("double")},
-                                         {"int", "o_4b", "%ld", Texts("int")},
+    static const Subject s_subjects[] = {{"double", "o_double", nullptr, Texts("double")},
+                                         {"int", "o_4b", nullptr, Texts("int")},
                                          {"date", "KoDate", "%Y-%m-%d", Texts("time")},
-                                         {"text", "KoString", "%s", Texts("string")}};
+                                         {"text", "KoString", nullptr, Texts("string")}};
     return s_subjects[index];
 }
 

@@ -111,10 +111,12 @@ public:
     }
     ~ScopedValue()
     {
-        if (m_value == m_room)
-            m_type.destructor(m_value, 1, 0);
-        else if (m_value != nullptr)
+        if (m_value == m_room) {
+            if (m_type.isFixed == 0) // one of fixed length holds nothing
+                m_type.destructor(m_value, 1, 0);
+        } else if (m_value != nullptr) {
             m_type.destroy(m_value, 1);
+        }
     }
     ScopedValue(const ScopedValue&) = delete;
     ScopedValue& operator=(const ScopedValue&) = delete;
