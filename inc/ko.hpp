@@ -42,56 +42,6 @@ namespace ko
 using Bytes = std::vector<std::byte>;
 using BytesView = std::span<const std::byte>;
 
-/// What a caller wants otherwise than the process has it, for the calls that it is handed to and
-/// for no other thread or plugin. One that nothing was set in stands for the settings of the
-/// process.
-class Settings
-{
-public:
-    using MemoryHandler = void (*)(void* context, std::size_t bytes);
-
-    /// The text that stands for null; empty: none does.
-    Settings& NullText(std::string utf8)
-    {
-        m_nullText = std::move(utf8);
-        return *this;
-    }
-    /// KoLanguageId, of texts that are made and collated.
-    Settings& Language(int language)
-    {
-        m_language = language;
-        return *this;
-    }
-    /// KoCodeSetId, of texts that are made.
-    Settings& CodeSet(int codeSet)
-    {
-        m_codeSet = codeSet;
-        return *this;
-    }
-    /// Told how many bytes could not be had. It must return.
-    Settings& OutOfMemory(MemoryHandler handler, void* context = nullptr)
-    {
-        m_handler = handler;
-        m_context = context;
-        return *this;
-    }
-
-    /// As ko.h takes them; valid while this object stays as it is.
-    ko_settings Get() const noexcept
-    {
-        return {sizeof(ko_settings), m_nullText ? m_nullText->c_str() : nullptr,
-                m_language,          m_codeSet,
-                m_handler,           m_context};
-    }
-
-private:
-    std::optional<std::string> m_nullText;
-    int m_language = -1;
-    int m_codeSet = -1;
-    MemoryHandler m_handler = nullptr;
-    void* m_context = nullptr;
-};
-
 /// The type of a value: a number for which there is one.
 class Type
 {
