@@ -1,5 +1,6 @@
+#include "manager/read_text.h"
+
 #include "character/utf8.h"
-#include "manager/slot.h"
 
 #include <kombs.h>
 #include <kostring.h>
@@ -83,6 +84,23 @@ int ToString(KoString& text, const char* utf8, std::size_t length, std::size_t& 
 
 } // namespace
 
+int ReadWhole(const KoTypeMgr& manager, const KoTypeExtension& type, o_char id, void* value,
+              const KoString& text, const char* format, unsigned& errorAt)
+{
+    const int result = type.parse(value, text, format, errorAt);
+    if (result != KoREAD_NOT_A_VALUE || errorAt == 0 || errorAt == text.Len())
+        return result;
+    // What stands before the fault may be a value by itself. It is read into another one.
+    void* const other = manager.Create(id, 1);
+    if (other == nullptr)
+        return result;
+    const KoString before = text.Copy(0, static_cast<short>(errorAt));
+    unsigned ignored = 0;
+    const bool trails = type.parse(other, before, format, ignored) == 0;
+    manager.Delete(id, other, 1);
+    return trails ? KoREAD_TRAILING : result;
+}
+
 } // namespace ko
 
 using namespace ko;
@@ -111,16 +129,7 @@ int KoTypeMgr::ReadText(o_char id, void* value, const char* utf8, std::size_t le
     if (const int result = ToString(text, utf8, length, at); result != 0)
         return result;
     unsigned errorAt = 0;
-    const int result = type.parse(value, text, format, errorAt);
+    const int result = ReadWhole(*this, type, id, value, text, format, errorAt);
     at = result == 0 ? length : ByteOf(errorAt, utf8, length, text.Width() == 2);
-    if (result != KoREAD_NOT_A_VALUE || errorAt == 0 || at == length)
-        return result;
-    // What stands before the fault may be a value by itself. It is read into another one.
-    void* const other = Create(id, 1);
-    if (other == nullptr)
-        return result;
-    const KoString before = text.Copy(0, static_cast<short>(errorAt));
-    const bool trails = type.parse(other, before, format, errorAt) == 0;
-    Delete(id, other, 1);
-    return trails ? KoREAD_TRAILING : result;
+    return result;
 }

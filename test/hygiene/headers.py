@@ -12,9 +12,9 @@ import sys
 
 root, compiler = pathlib.Path(sys.argv[1]), sys.argv[2]
 folders = [root / "inc", root / "platform/intl/inc", root / "platform/base/inc"]
-headers = [header for folder in folders for header in sorted(folder.glob("*.h"))]
-# What joins the classes with the standard library; see kostd.h.
-OPT_IN = {"kostd.h", "kochrono.h", "koless.h"}
+headers = [header for folder in folders for header in sorted(folder.glob("*.h*"))]
+# What joins the classes with the standard library (see kostd.h), and what stands over ko.h.
+OPT_IN = {"kostd.h", "kochrono.h", "koless.h", "ko.hpp", "koresult.hpp"}
 
 
 def run_compiler(text, *options, standard="c++20"):

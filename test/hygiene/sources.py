@@ -31,7 +31,7 @@ REACH = {
 # The rooms of a folder from above down; those of one row do not see each other.
 ROOMS = {
     "src": [["number"], ["core"], ["collation"], ["character"], ["string"], ["caseless"],
-            ["scalar", "identity", "blob", "temporal"], ["manager"]],
+            ["scalar", "identity", "blob", "temporal"], ["manager"], ["interface"]],
     "store": [["base"], ["schema"], ["block"], ["file"], ["index"], ["import"], ["query"], ["check"]],
 }
 # Folders whose headers and sources have inner tests and benchmarks.
