@@ -40,6 +40,8 @@ enum KoCmpOp : o_u2b {
     KoCMP_SKIP_SYMBOLS = 0x0200,   ///< texts: as if symbols were not there
     KoCMP_DEFAULT = 0xFFFF,        ///< stands for KoLanguageContext::GetDefaultCmpOp()
 };
+template <>
+inline constexpr bool koIsBits<KoCmpOp> = true;
 
 /// The capabilities that KoTypeMgr::SupportsCapability answers.
 enum KoCapability : o_u2b {

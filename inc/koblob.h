@@ -125,6 +125,7 @@ private:
 
 static_assert(sizeof(KoBlob) == 8);
 
+#if !defined(KO_NO_GLOBAL_NAMES)
 /// Compares stored or in-memory blobs (see KoTypeCmpFunc): null first, with -2 or 2, then by bytes,
 /// a shorter blob before one that goes on. No option of `cmpOp` changes it.
 ///
@@ -135,5 +136,6 @@ static_assert(sizeof(KoBlob) == 8);
 /// holds. A stored length that is negative or goes beyond the total gives -1 and
 /// KoRC_NOT_SUPPORTED.
 KOTMS_API KoTypeCmp BlobCompare;
+#endif
 
 #endif

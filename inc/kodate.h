@@ -9,7 +9,14 @@
 #include <array>
 #include <utility>
 
+namespace ko
+{
 enum KoDaysOfTheWeek { Monday, Tuesday, Wednesday, Thursday, Friday, Saturday, Sunday };
+}
+using ko::KoDaysOfTheWeek;
+#if !defined(KO_NO_GLOBAL_NAMES)
+using enum ko::KoDaysOfTheWeek;
+#endif
 
 /// A calendar date: year, month and day, of the persistent type KoDATE_T.
 ///

@@ -424,16 +424,22 @@ inline d_Time::d_Time(const d_Timestamp& stamp) : d_Time(stamp.time())
 {
 }
 
+KO_GLOBAL_NAMES_BEGIN
 /// True when two closed periods, each with its ends in either order, share a moment. A date covers
 /// its whole day; a period of times applies to each day, and does not pass midnight.
-KOTMS_API bool overlaps(const d_Date& a1, const d_Date& a2, const d_Date& b1, const d_Date& b2);
-KOTMS_API bool overlaps(const d_Time& a1, const d_Time& a2, const d_Time& b1, const d_Time& b2);
+KOTMS_API bool overlaps(const d_Date& a1, const d_Date& a2, const d_Date& b1, const d_Date& b2)
+    KO_GLOBAL_SYMBOL("_Z8overlapsRK6d_DateS1_S1_S1_");
+KOTMS_API bool overlaps(const d_Time& a1, const d_Time& a2, const d_Time& b1, const d_Time& b2)
+    KO_GLOBAL_SYMBOL("_Z8overlapsRK6d_TimeS1_S1_S1_");
 KOTMS_API bool overlaps(const d_Timestamp& a1, const d_Timestamp& a2, const d_Timestamp& b1,
-                        const d_Timestamp& b2);
+                        const d_Timestamp& b2)
+    KO_GLOBAL_SYMBOL("_Z8overlapsRK11d_TimestampS1_S1_S1_");
 KOTMS_API bool overlaps(const d_Timestamp& a1, const d_Timestamp& a2, const d_Date& b1,
-                        const d_Date& b2);
+                        const d_Date& b2)
+    KO_GLOBAL_SYMBOL("_Z8overlapsRK11d_TimestampS1_RK6d_DateS4_");
 KOTMS_API bool overlaps(const d_Timestamp& a1, const d_Timestamp& a2, const d_Time& b1,
-                        const d_Time& b2);
+                        const d_Time& b2)
+    KO_GLOBAL_SYMBOL("_Z8overlapsRK11d_TimestampS1_RK6d_TimeS4_");
 inline bool overlaps(const d_Date& a1, const d_Date& a2, const d_Timestamp& b1,
                      const d_Timestamp& b2)
 {
@@ -444,6 +450,7 @@ inline bool overlaps(const d_Time& a1, const d_Time& a2, const d_Timestamp& b1,
 {
     return overlaps(b1, b2, a1, a2);
 }
+KO_GLOBAL_NAMES_END
 
 /// Compare stored or in-memory elements (see KoTypeCmpFunc): -1, 0 or 1 by year, month and day,
 /// and by hour, minute, second and hundredths as they are held; times that are equal so far by

@@ -5,6 +5,7 @@
 
 #include <koservices.h>
 
+#include <concepts>
 #include <cstddef>
 #include <new>
 
@@ -98,6 +99,14 @@ public:
         id = static_cast<char>(found);
         return result;
     }
+    /// The same for an id in the enumeration, which has no name for 47.
+    int Name2KoTypeId(const char* name, KoTypeId& id) const
+    {
+        o_char found;
+        const int result = Name2KoTypeId(name, found);
+        id = static_cast<KoTypeId>(found);
+        return result;
+    }
     /// 1 when the type has the KoCapability, else 0. KoCAP_NULL depends on the table, the others on
     /// the id alone.
     unsigned short SupportsCapability(o_char id, unsigned short capability) const;
@@ -128,9 +137,11 @@ public:
     /// Bytes in the persistent form `format` of elements given in `valueFormat`.
     unsigned DiskLenGet(o_char id, const void* value, unsigned char format, unsigned count,
                         unsigned char valueFormat) const;
+#if !defined(KO_NO_GLOBAL_NAMES)
     /// The same of elements at the position of a memory file.
     unsigned DiskLenGetFromMemFile(o_char id, MemFile* file, unsigned char format,
                                    unsigned count) const;
+#endif
     /// Negative, 0 or positive; `status` becomes 0, or KoRC_TRUNCATED when a length ran out first.
     int Cmp(o_char id, unsigned length1, void* value1, unsigned length2, void* value2,
             unsigned short cmpOp, unsigned count, unsigned char format, int& status) const;
@@ -265,6 +276,61 @@ public:
     /// Null for every type.
     KoComparePtr ComparePtrGet(o_char id) const;
 
+    // ---- the same calls with operands that are const. They are templates, so that a call to which
+    // both are as good, as with a null pointer, means the first ones.
+
+    template <class = void>
+    int Cmp(o_char id, unsigned length1, const void* value1, unsigned length2, const void* value2,
+            unsigned short cmpOp, unsigned count, unsigned char format, int& status) const
+    {
+        return Cmp(id, length1, Operand(value1), length2, Operand(value2), cmpOp, count, format,
+                   status);
+    }
+    template <class = void>
+    int Cmp(o_char id, const void* value1, const void* value2, unsigned short cmpOp, unsigned count,
+            unsigned char format) const
+    {
+        return Cmp(id, Operand(value1), Operand(value2), cmpOp, count, format);
+    }
+    template <class = void>
+    float EvalAndBound(o_char id, KoIdxBounds* bounds, unsigned short& op, const void* value,
+                       unsigned char format, unsigned count, KoIdxBounds* newBounds,
+                       KoEvalData* data) const
+    {
+        return EvalAndBound(id, bounds, op, Operand(value), format, count, newBounds, data);
+    }
+    template <class = void>
+    unsigned Hash(o_char id, unsigned length, const void* value, unsigned count,
+                  unsigned char format, int& status) const
+    {
+        return Hash(id, length, Operand(value), count, format, status);
+    }
+    template <class = void>
+    int IsNullValue(o_char id, const void* value) const
+    {
+        return IsNullValue(id, Operand(value));
+    }
+    template <class = void>
+    KoTypeConvertData* ConvertTo(o_char id, const void* value, unsigned count) const
+    {
+        return ConvertTo(id, Operand(value), count);
+    }
+    template <class = void>
+    KoString& PrintToKoString(o_char id, KoString& text, const void* value, const char* format,
+                              unsigned count) const
+    {
+        return PrintToKoString(id, text, Operand(value), format, count);
+    }
+    /// Reads a copy of the text, since the function that scans may use its text up. Where memory
+    /// for the copy runs out and the memory handler returns, the value stays as it was.
+    template <std::same_as<KoString> Text>
+    void* ScanFromKoString(o_char id, void* value, const Text& text, const char* format,
+                           unsigned count) const
+    {
+        Text copy(text);
+        return copy.Len() != text.Len() ? value : ScanFromKoString(id, value, copy, format, count);
+    }
+
     // ---- replacement, for every manager of the process. Each returns what was there before; null
     // only asks. An id without a type answers as the reserved type and changes nothing.
 
@@ -275,6 +341,14 @@ public:
     KoScanFunc ExchangeScanFromKoStringFunc(o_char id, KoScanFunc function);
 
 private:
+    /// What the functions of a type take for an operand that they only look at. Their signatures
+    /// are older than const and part of the interface; none of them writes to it, and one that
+    /// replaces another must not.
+    static void* Operand(const void* value)
+    {
+        return const_cast<void*>(value);
+    }
+
     const KoTypeTable* m_table;
     unsigned short m_factory;
 };

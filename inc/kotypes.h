@@ -41,7 +41,12 @@ using KoNullSizeFunc = unsigned (*)(unsigned count);
 /// Persistent size in `format` of elements given in `valueFormat`.
 using KoSizeFunc = unsigned (*)(const void* value, unsigned char valueFormat, unsigned char format,
                                 unsigned count);
+#if defined(KO_NO_GLOBAL_NAMES)
+/// Takes a MemFile; no program that leaves that name out can call it.
+using KoMemFileSizeFunc = unsigned (*)(void* file, unsigned char format, unsigned count);
+#else
 using KoMemFileSizeFunc = unsigned (*)(MemFile* file, unsigned char format, unsigned count);
+#endif
 /// Negative, 0 or positive: the order of the first pair of elements that differ.
 /// `status` becomes 0, or KoRC_TRUNCATED when a bound ran out before `count` elements.
 using KoTypeCmpFunc = int (*)(unsigned char format, unsigned length1, void* value1,
@@ -162,9 +167,11 @@ struct KoTypeTable {
     KoTypeDescriptor* entry[KoTYPE_COUNT];
 };
 
+#if !defined(KO_NO_GLOBAL_NAMES)
 /// Prints characters ("o_char"), of which an array is one text.
 KOTMS_API KoString& CharPrintToKoString(KoString& text, void* value, const char* format,
                                         unsigned count);
+#endif
 
 /// All 47 types.
 extern KOTMS_API const KoTypeTable koCurrentTypeTable;
