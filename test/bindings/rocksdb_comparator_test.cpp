@@ -2,6 +2,8 @@
 
 #include <ko_rocksdb.h>
 
+#include <rocksdb/options.h>
+
 #include <map>
 #include <tuple>
 
@@ -106,6 +108,15 @@ TEST(RocksDbComparator, OrdersAllBytes)
     }
     EXPECT_GT(values, 3000U);
     EXPECT_GT(damaged, 3000U);
+}
+
+/// As the header shows it.
+TEST(RocksDbComparator, IsAnOption)
+{
+    static const ko::RocksDbComparator byDate(ko::Type::Find("KoDate").value());
+    rocksdb::Options options;
+    options.comparator = &byDate; // which must live as long as the database
+    EXPECT_EQ(options.comparator->GetRootComparator(), &byDate);
 }
 
 /// What makes two comparators order differently is in their names.
