@@ -22,7 +22,7 @@
 ///
 ///     std::sort(names.begin(), names.end(), ko::Less());
 ///     std::map<KoString, int, ko::Less> byName(ko::Less{KoCMP_IGNORE_CASE});
-///     std::unordered_map<KoDate, int, ko::Hasher, ko::Equal> byDate;
+///     std::unordered_map<KoDate, int, ko::HashOf, ko::Equal> byDate;
 ///
 /// Each takes an operator word (KoCmpOp), KoCMP_PLAIN unless another is given. Wildcards are always
 /// off: KoCMP_PLAIN is added to the word. KoCMP_DEFAULT is the default word at the moment when the
@@ -40,8 +40,8 @@
 /// - KoInt64, d_Interval: numbers; a NaN is below all others and equal to another.
 /// - KoBoolean, KoBlob, KoNull: null first, false before true, bytes, numbers.
 ///
-/// A std::unordered_map or std::unordered_set of these takes ko::Hasher with ko::Equal of the same
-/// word. std::hash is there for them all and is ko::Hasher of KoCMP_PLAIN: what ko::Equal takes for
+/// A std::unordered_map or std::unordered_set of these takes ko::HashOf with ko::Equal of the same
+/// word. std::hash is there for them all and is ko::HashOf of KoCMP_PLAIN: what ko::Equal takes for
 /// equal hashes alike. Beside it std::equal_to, which is the class's ==, serves for KoInt64,
 /// KoBoolean, KoBlob, KoSeal, the identities, KoNull, KoIString, KoDate, KoTime, KoDateTime,
 /// KoDateTimeN and KoTimeSpan: their == is the same equality. It does not for KoString (its ==
@@ -92,8 +92,7 @@ KO_TYPE_ID_OF(KoNull_u8b, KoNULL_U8B_T);
 
 /// A class of values that is of a type.
 template <class T>
-concept TypedClass = TypeIdOf<T>
->= 0;
+concept TypedClass = (TypeIdOf<T> >= 0);
 /// One of the native dates, times and spans.
 template <class T>
 concept TemporalClass = TypedClass<T> && std::derived_from<T, KoTemporal<T>>;
@@ -129,6 +128,12 @@ public:
     }
     template <TemporalClass T>
     int Relate(const T& a, const T& b) const
+    {
+        return a.Compare(b, m_cmpOp);
+    }
+    int Relate(const d_Date& a, const d_Date& b) const { return ByType(d_DateCompare, a, b); }
+    int Relate(const d_Time& a, const d_Time& b) const { return ByType(d_TimeCompare, a, b); }
+    int Relate(const d_Timestamp& a, const d_Timestamp& b) const
     {
         return ByType(d_TimestampCompare, a, b);
     }
@@ -211,7 +216,7 @@ struct Equal : OperatorWord {
 /// every machine, as long as the tables of texts are. A text whose key is longer than a kilobyte
 /// takes memory for as long as it is hashed; where there is none and the memory handler returns the
 /// hash is 0.
-struct Hasher : OperatorWord {
+struct HashOf : OperatorWord {
     using OperatorWord::OperatorWord;
     template <TypedClass T>
     std::size_t operator()(const T& value) const
@@ -231,7 +236,7 @@ struct Hasher : OperatorWord {
 
 /// See above for the equality that belongs to it.
 template <ko::OrderedClass T>
-struct std::hash<T> : ko::Hasher {
+struct std::hash<T> : ko::HashOf {
 };
 
 #endif

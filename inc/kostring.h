@@ -262,7 +262,7 @@ public:
     // in which "*" stands for any text, "?" for one character and "\" makes the next one literal.
     // So KoString("abc") == KoString("a*") is true and KoString("a*") == KoString("abc") is not,
     // and no operator gives an order that std::sort, std::map, std::find or std::unordered_map may
-    // rely on: hand these ko::Less, ko::Equal and ko::Hasher (koless.h), which know no wildcards.
+    // rely on: hand these ko::Less, ko::Equal and ko::HashOf (koless.h), which know no wildcards.
     //
     // A literal, a character or a number beside a string is what the constructor makes of it, and
     // the pattern on either side: "a*" == s and s == "a*" are the same, and so are "a*" < s and

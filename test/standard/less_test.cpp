@@ -86,7 +86,7 @@ TYPED_TEST(Less, IsTheOrderOfKeysAndStrictAndWeak)
     for (const o_u2b word : std::initializer_list<o_u2b>{0, 0x20, 0x2E0, 0x100, 0xFFFF}) {
         const ko::Less less(word);
         const ko::Equal equal(word);
-        const ko::Hasher hasher(word);
+        const ko::HashOf hasher(word);
         EXPECT_EQ(less.CmpOp() & KoCMP_PLAIN, KoCMP_PLAIN);
         auto values = Values<TypeParam>();
         ASSERT_GT(values.size(), 2U);
@@ -111,7 +111,7 @@ TYPED_TEST(Less, IsTheOrderOfKeysAndStrictAndWeak)
             }
         }
         if (word == 0x100) {
-            EXPECT_EQ(std::hash<TypeParam>()(values[1]), ko::Hasher()(values[1]));
+            EXPECT_EQ(std::hash<TypeParam>()(values[1]), ko::HashOf()(values[1]));
         }
     }
 }
@@ -119,7 +119,7 @@ TYPED_TEST(Less, IsTheOrderOfKeysAndStrictAndWeak)
 TEST(Less, ContainersHoldPatternsAsTexts)
 {
     std::map<KoString, int, ko::Less> ordered;
-    std::unordered_map<KoString, int, ko::Hasher, ko::Equal> hashed;
+    std::unordered_map<KoString, int, ko::HashOf, ko::Equal> hashed;
     std::set<KoString, ko::Less> caseless(ko::Less{KoCMP_IGNORE_CASE});
     for (const char* text : {"abc", "a*", "*", "?", "ABC", "a\\*"}) {
         ++ordered[KoString(text)];
