@@ -35,7 +35,7 @@ std::string Damaged(Random& random, const std::vector<std::string>& keys)
     };
     std::string key = any();
     const auto place = [&] { return random.Below(static_cast<unsigned>(key.size()) + 1); };
-    switch (random.Below(5)) {
+    switch (random.Below(6)) {
     case 0:
         key.resize(place());
         break;
@@ -45,12 +45,15 @@ std::string Damaged(Random& random, const std::vector<std::string>& keys)
     case 2:
         key = key.substr(0, place()) + any();
         break;
-    default: // the head of a record is met often, which says what it is
+    case 3: // texts of the other kind: without a code set, or in which accents count
+        if (key.size() > 4)
+            key[2] = static_cast<char>(key[2] ^ (random.Below(2) == 0 ? key[2] : 0x20));
+        break;
+    default:
         for (unsigned changes = 1 + random.Below(2); changes > 0 && !key.empty(); --changes) {
             const auto size = static_cast<unsigned>(key.size());
-            const unsigned at = random.Below(random.Below(2) == 0 ? std::min(4U, size) : size);
-            key[at] = static_cast<char>(random.Below(2) == 0 ? kBytes[random.Below(8)]
-                                                             : random.Below(256));
+            key[random.Below(size)] = static_cast<char>(
+                random.Below(2) == 0 ? kBytes[random.Below(8)] : random.Below(256));
         }
     }
     return key;

@@ -20,16 +20,21 @@ faults = []
 
 
 def build(source, target, *options, packages="kotms"):
-    """Runs the compiler with pkg-config's flags; the libraries are found where they are installed."""
-    package = next(prefix.rglob("kotms.pc"))
-    environment = {**os.environ, "PKG_CONFIG_PATH": str(package.parent)}
-    flags = subprocess.run(["pkg-config", "--cflags", "--libs", *packages.split()], env=environment, text=True,
-                           capture_output=True, check=True).stdout.split()
-    language = [] if source.endswith(".c") else ["-std=c++20", "-Wold-style-cast"]
-    if source.endswith(".c"):
-        options = ("-x", "c", "-std=c99", *options)
-    subprocess.run([*launcher, compiler, *language, *STRICT, *options, str(documents_folder / "examples" / source), "-x", "none",
-                    *flags, f"-Wl,-rpath,{package.parent.parent}", "-o", str(work / target)], check=True)
+    """Compiles and links with pkg-config's flags; the libraries are found where they are installed."""
+    package = next(prefix.rglob("kotms.pc")).parent
+    path = ":".join(filter(None, [str(package), os.environ.get("PKG_CONFIG_PATH")]))
+
+    def flags(kind):
+        return subprocess.run(["pkg-config", kind, *packages.split()], env={**os.environ, "PKG_CONFIG_PATH": path},
+                              text=True, capture_output=True, check=True).stdout.split()
+
+    language = ["-x", "c", "-std=c99"] if source.endswith(".c") else ["-std=c++20", "-Wold-style-cast"]
+    made = str(work / "made.o")
+    subprocess.run([*launcher, compiler, *language, *STRICT, "-fPIC", *options, *flags("--cflags"), "-c",
+                    str(documents_folder / "examples" / source), "-o", made], check=True)
+    shared = ["-shared"] if target.endswith(".so") else []
+    subprocess.run([compiler, *shared, made, *flags("--libs"), f"-Wl,-rpath,{package.parent}", "-o",
+                    str(work / target)], check=True)
 
 
 def expect(what, found, expected, reason):
@@ -70,7 +75,7 @@ def rocksdb():
 
 
 def sqlite():
-    build("sqlite/ko_sqlite.c", "ko_sqlite.so", "-shared", "-fPIC")
+    build("sqlite/ko_sqlite.c", "ko_sqlite.so")
     # Statements, their one result, and a part of the error; each one stands alone.
     for statement, result, error, reason in [
         ("SELECT ko_text('KoDate', ko_pack('KoDate', '2024-02-29'))", "2024-02-29", "", "there and back"),
@@ -100,7 +105,7 @@ def sqlite():
 def python():
     include = subprocess.run([sys.executable, "-c", "import sysconfig; print(sysconfig.get_path('include'))"],
                              text=True, capture_output=True, check=True).stdout.strip()
-    build("python/ko_python.cpp", "ko.so", "-shared", "-fPIC", "-isystem", include)
+    build("python/ko_python.cpp", "ko.so", "-isystem", include)
     sys.path.insert(0, str(work))
     import ko  # pylint: disable=import-error,import-outside-toplevel
     day, later = ko.parse("KoDate", "2024-02-29"), ko.parse("KoDate", "01.03.2024", "%d.%m.%Y")

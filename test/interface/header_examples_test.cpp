@@ -63,7 +63,7 @@ TEST(HeaderExamples, Koless)
     std::vector<KoString> names = {KoString("b"), KoString("A"), KoString("a*")};
     std::sort(names.begin(), names.end(), ko::Less());
     std::map<KoString, int, ko::Less> byName(ko::Less{KoCMP_IGNORE_CASE});
-    std::unordered_map<KoDate, int, ko::Hasher, ko::Equal> byDate;
+    std::unordered_map<KoDate, int, ko::HashOf, ko::Equal> byDate;
     EXPECT_STREQ(names[0].StrGet(), "A");
     for (const KoString& name : names)
         ++byName[name];
