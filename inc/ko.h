@@ -43,13 +43,14 @@ extern "C" {
 #endif
 
 /* The answer of a call. The numbers never change. */
-typedef enum ko_status {
+typedef int ko_status;
+enum {
     KO_OK = 0,
     KO_NO_TYPE = 1,       /* no type has this number */
     KO_NO_ROOM = 2,       /* the result takes more room; `*size` tells how much */
     KO_NO_MEMORY = 3,     /* memory ran out */
     KO_BAD_ARGUMENT = 4,  /* an order, word, setting or null pointer that the call does not take */
-    KO_NOT_UTF8 = 5,      /* the text is no UTF-8 */
+    KO_NOT_UTF8 = 5,      /* the text is no UTF-8, or has a zero character */
     KO_UNREADABLE = 6,    /* the text is no value of the type under the format */
     KO_NO_CHARACTER = 7,  /* the code set lacks a character of the text */
     KO_TOO_LONG = 8,      /* a text of more than 65,531 characters (32,765 beyond Latin-1) */
@@ -59,7 +60,7 @@ typedef enum ko_status {
     KO_TRAILING = 12,     /* bytes after the end of the value */
     KO_NO_ORDER = 13,     /* wildcards are on under the word: pass KO_PLAIN or KO_NO_WILDCARDS */
     KO_NOT_SUPPORTED = 14 /* values of the type have no such operation */
-} ko_status;
+};
 
 /* A plain sentence about a status, for people; never null, and kept by the library. */
 KO_API const char* ko_status_text(int status);

@@ -66,6 +66,9 @@ struct KOTMS_API KoTypeConvertData : KoHeapObject {
 /// Ids 0 to 46 name a type; ids of 100 and more name the reserved type. An id without a type (47 to
 /// 99, negative ids, and 28 to 46 on the compatibility table) behaves as the reserved type does:
 /// nothing happens, and the result is 0, null or the text unchanged.
+///
+/// What it is handed is trusted: ids, pointers and stored bytes must be what they are said to be.
+/// ko.h and ko.hpp are the same for callers who cannot promise that.
 class KOTMS_API KoTypeMgr : public KoHeapObject
 {
 public:
@@ -353,7 +356,8 @@ private:
     unsigned short m_factory;
 };
 
-/// The process-wide manager as it was before the call; a `mgr` that is not null takes its place.
+/// The process-wide manager as it was before the call, null where nobody registered one (see
+/// ___KoTypemgrContext); a `mgr` that is not null takes its place.
 /// Register one made with `new`: the library deletes the manager that is registered when its
 /// context is torn down. The one returned is the caller's to delete once another has replaced it.
 KOTMS_API KoTypeMgr* DefaultTypeMgr(KoTypeMgr* mgr = nullptr);

@@ -13,7 +13,7 @@ ko_status CheckBytes(o_char id, const void* bytes, std::size_t length, ko_order 
     if (length > std::numeric_limits<unsigned>::max())
         return KO_TRAILING;
     std::size_t at = 0;
-    switch (Manager().Validate(id, bytes, length, static_cast<unsigned char>(order), 1, at)) {
+    switch (ExtensionOf(id).validate(bytes, length, static_cast<unsigned char>(order), 1, at)) {
     case KoRC_OK:
         return at == length ? KO_OK : KO_TRAILING;
     case KoRC_TRUNCATED:
@@ -39,6 +39,22 @@ ko_status CheckFormat(const char* format)
     return KO_BAD_FORMAT;
 }
 
+ko_status ReadStatus(int result)
+{
+    switch (result) {
+    case 0:
+        return KO_OK;
+    case KoMBS_REPLACED:
+        return KO_NO_CHARACTER;
+    case KoMBS_TOO_LONG:
+        return KO_TOO_LONG;
+    case KoMBS_NO_MEMORY:
+        return KO_NO_MEMORY;
+    default:
+        return KO_NOT_UTF8;
+    }
+}
+
 void CallScope::Apply(const ko_settings& settings)
 {
     if (settings.size < sizeof settings || settings.language < -1 ||
@@ -50,52 +66,34 @@ void CallScope::Apply(const ko_settings& settings)
     // -1 is 255 in a byte, which stands for what holds outside.
     m_language.emplace(static_cast<unsigned char>(settings.language),
                        static_cast<unsigned char>(settings.code_set));
-    m_codeSet = settings.code_set;
+    m_codeSet = static_cast<unsigned char>(settings.code_set < 0 ? KoCS_NONE : settings.code_set);
     if (settings.null_text == nullptr)
         return;
     std::size_t errorAt = 0;
     OwnNullText& own = m_nullText.emplace();
-    m_status = own.text.Read(settings.null_text, std::strlen(settings.null_text), -1, errorAt);
+    m_status = ReadStatus(
+        own.text.Read(settings.null_text, std::strlen(settings.null_text), KoCS_NONE, errorAt));
     if (m_status == KO_OK)
         own.scope.emplace(&own.text.Get());
     else if (m_status != KO_NO_MEMORY)
         m_status = KO_BAD_ARGUMENT;
 }
 
-ScopedValue::ScopedValue(o_char id) : m_type(TypeOf(koCurrentTypeTable, id)), m_id(id)
-{
-    if (m_type.memLen <= sizeof m_room) {
-        m_value = m_room;
-        m_type.constructor(m_value, 1, 0);
-    } else {
-        m_value = m_type.create(1);
-    }
-}
-
-ScopedValue::~ScopedValue()
-{
-    if (m_value == m_room)
-        m_type.destructor(m_value, 1, 0);
-    else if (m_value != nullptr)
-        m_type.destroy(m_value, 1);
-}
-
 ko_status ScopedValue::Load(const void* bytes, std::size_t length, ko_order order)
 {
     if (m_value == nullptr)
         return KO_NO_MEMORY;
-    const unsigned read =
-        Manager().Load(m_id, m_value, bytes, static_cast<unsigned char>(order), 1);
+    const unsigned read = m_type.load(m_value, bytes, static_cast<unsigned char>(order), 1);
     return read == length ? KO_OK : KO_NO_MEMORY;
 }
 
-ko_status Room::PutValue(o_char id, void* value, ko_order order) const
+ko_status Room::PutValue(ScopedValue& value, ko_order order) const
 {
     const auto format = static_cast<unsigned char>(order);
-    const unsigned bytes = Manager().DiskLenGet(id, value, format, 1, KoFMT_MEMORY);
-    const ko_status status = Takes(bytes);
+    const KoTypeDescriptor& type = value.Type();
+    const ko_status status = Takes(type.sizeGet(value.Get(), KoFMT_MEMORY, format, 1));
     if (status == KO_OK)
-        Manager().Store(id, m_out, value, format, 1);
+        type.store(m_out, value.Get(), format, 1);
     return status;
 }
 

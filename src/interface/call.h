@@ -1,9 +1,9 @@
 #ifndef KO_INTERFACE_CALL_H
 #define KO_INTERFACE_CALL_H
 
-#include "interface/utf8_text.h"
 #include "manager/slot.h"
 #include "string/null_text.h"
+#include "string/utf8_text.h"
 
 #include <ko.h>
 #include <komemory.h>
@@ -60,6 +60,9 @@ ko_status CheckBytes(o_char id, const void* bytes, std::size_t length, ko_order 
 /// KO_OK for no format, and for one that no reader or printer chokes on.
 ko_status CheckFormat(const char* format);
 
+/// What reading UTF-8 gave, a KoMbsResult.
+ko_status ReadStatus(int result);
+
 /// The time of a call: memory that runs out is noted, and the settings of the caller hold.
 class CallScope
 {
@@ -77,8 +80,8 @@ public:
     bool HasRunOut() const { return m_memory.HasRunOut(); }
     /// The result of the call, unless memory has run out.
     ko_status End(ko_status status) const { return HasRunOut() ? KO_NO_MEMORY : status; }
-    /// The code set of texts that are made; -1: any.
-    int CodeSet() const { return m_codeSet; }
+    /// The code set of texts that are made; 0: any.
+    unsigned char CodeSet() const { return m_codeSet; }
 
 private:
     struct OwnNullText {
@@ -91,7 +94,7 @@ private:
     KoMemoryScope m_memory;
     std::optional<KoLanguageScope> m_language;
     std::optional<OwnNullText> m_nullText;
-    int m_codeSet = -1;
+    unsigned char m_codeSet = KoCS_NONE;
     ko_status m_status = KO_OK;
 };
 
@@ -99,19 +102,33 @@ private:
 class ScopedValue
 {
 public:
-    explicit ScopedValue(o_char id);
-    ~ScopedValue();
+    explicit ScopedValue(o_char id) : m_type(TypeOf(koCurrentTypeTable, id)), m_value(m_room)
+    {
+        if (m_type.memLen <= sizeof m_room)
+            m_type.constructor(m_value, 1, 0);
+        else
+            m_value = m_type.create(1);
+    }
+    ~ScopedValue()
+    {
+        if (m_value == m_room) {
+            if (m_type.isFixed == 0) // one of fixed length holds nothing
+                m_type.destructor(m_value, 1, 0);
+        } else if (m_value != nullptr) {
+            m_type.destroy(m_value, 1);
+        }
+    }
     ScopedValue(const ScopedValue&) = delete;
     ScopedValue& operator=(const ScopedValue&) = delete;
 
     /// Null where memory ran out.
     void* Get() { return m_value; }
+    const KoTypeDescriptor& Type() const { return m_type; }
     /// Becomes what stored bytes say, which were looked at before.
     ko_status Load(const void* bytes, std::size_t length, ko_order order);
 
 private:
     const KoTypeDescriptor& m_type;
-    o_char m_id;
     void* m_value;
     alignas(std::max_align_t) unsigned char m_room[16];
 };
@@ -128,7 +145,6 @@ public:
     bool IsUsable() const { return m_size != nullptr && (m_out != nullptr || m_room == 0); }
     char* Out() const { return m_out; }
     std::size_t Size() const { return m_room; }
-    std::size_t* Needed() const { return m_size; }
     /// Nothing was made.
     ko_status Fail(ko_status status) const
     {
@@ -143,7 +159,7 @@ public:
         return bytes <= m_room ? KO_OK : KO_NO_ROOM;
     }
     /// The stored bytes of a value.
-    ko_status PutValue(o_char id, void* value, ko_order order) const;
+    ko_status PutValue(ScopedValue& value, ko_order order) const;
 
 private:
     char* m_out;

@@ -59,8 +59,8 @@ public:
         if (length > static_cast<std::size_t>(std::numeric_limits<int>::max()) / 4)
             return KO_TOO_LONG;
         const Utf8Survey survey(utf8, length);
-        if (survey.status != KO_OK)
-            return survey.status;
+        if (survey.at < length)
+            return KO_NOT_UTF8;
         m_codeSet = survey.isAscii ? KoCS_LATIN1 : KoCS_UNICODE;
         const unsigned width = KoCodeSetWidth(m_codeSet);
         const std::size_t end = survey.units * width;
@@ -107,14 +107,14 @@ ko_status ko_compare(int type, const void* a, size_t a_length, const void* b, si
         *result = SignOf(CompareKeys(id, a, b, cmpOp, format));
         return KO_OK;
     }
-    // Comparisons take their operands unqualified and do not write to them.
-    const CallScope scope;
+    // Comparisons take their operands unqualified and do not write to them. They allocate nothing.
     int code = 0;
-    const int found = Manager().Cmp(id, static_cast<unsigned>(a_length), const_cast<void*>(a),
-                                    static_cast<unsigned>(b_length), const_cast<void*>(b), cmpOp, 1,
-                                    format, code);
-    if (code == KoRC_NOT_SUPPORTED || code == KoRC_TRUNCATED || scope.HasRunOut())
-        return scope.End(KO_NOT_SUPPORTED);
+    const int found =
+        TypeOf(koCurrentTypeTable, id)
+            .cmp(format, static_cast<unsigned>(a_length), const_cast<void*>(a),
+                 static_cast<unsigned>(b_length), const_cast<void*>(b), cmpOp, 1, code);
+    if (code == KoRC_NOT_SUPPORTED || code == KoRC_TRUNCATED)
+        return KO_NOT_SUPPORTED;
     *result = SignOf(found);
     return KO_OK;
 }
@@ -131,14 +131,12 @@ ko_status ko_key(int type, const void* bytes, size_t length, unsigned word, ko_o
         status = CheckBytes(id, bytes, length, order);
     if (status != KO_OK)
         return room.Fail(status);
-    const CallScope scope;
+    // Keys are made without memory.
     const std::size_t most = std::numeric_limits<unsigned>::max();
-    const unsigned needed =
-        Manager().SortKey(id, out, static_cast<unsigned>(std::min(room.Size(), most)), bytes,
-                          static_cast<unsigned char>(order), 1, static_cast<unsigned short>(word));
-    if (needed == 0 || scope.HasRunOut())
-        return room.Fail(scope.End(KO_NO_ORDER));
-    return room.Takes(needed);
+    const unsigned needed = ExtensionOf(id).sortKey(
+        out, static_cast<unsigned>(std::min(room.Size(), most)), bytes,
+        static_cast<unsigned char>(order), 1, static_cast<unsigned short>(word));
+    return needed != 0 ? room.Takes(needed) : room.Fail(KO_NO_ORDER);
 }
 
 ko_status ko_from_key(int type, const void* key, size_t length, unsigned word, ko_order order,
@@ -170,7 +168,7 @@ ko_status ko_from_key_with(const ko_settings* settings, int type, const void* ke
         return room.Fail(KO_NO_MEMORY);
     if (code != KoRC_OK)
         return room.Fail(code == KoRC_NOT_SUPPORTED ? KO_NOT_SUPPORTED : KO_DAMAGED);
-    return room.PutValue(id, value.Get(), order);
+    return room.PutValue(value, order);
 }
 
 ko_status ko_hash(int type, const void* bytes, size_t length, unsigned word, ko_order order,

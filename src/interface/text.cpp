@@ -10,9 +10,14 @@ namespace ko
 namespace
 {
 
-ko_status ParseStatus(int code)
+ko_status Parse(o_char id, void* value, const KoString& text, const char* format, unsigned& errorAt)
 {
-    return code == 0 ? KO_OK : code == KoRC_NOT_SUPPORTED ? KO_NOT_SUPPORTED : KO_UNREADABLE;
+    const KoParseFunc parse = ExtensionOf(id).parse;
+    if (parse == nullptr)
+        return KO_NOT_SUPPORTED;
+    return parse(value, text, format != nullptr ? format : TextFormatOf(id), errorAt) == 0
+               ? KO_OK
+               : KO_UNREADABLE;
 }
 
 /// Appends the value's text to `text`, which is empty; false where it may have been cut off.
@@ -30,7 +35,7 @@ ko_status PrintAsUtf8(o_char id, void* value, const char* format, const Room& ro
     KoString text(KoCS_UNICODE, KoString::GetDefaultLanguage());
     if (Print(id, value, format, text)) {
         writer.Write(text);
-        return writer.Finish(room.Needed());
+        return room.Takes(writer.Finish());
     }
     // One of 8 bits may be twice as long.
     const unsigned char codeSet = id == KoSTRING_T ? static_cast<const KoString*>(value)->CodeSet()
@@ -42,7 +47,7 @@ ko_status PrintAsUtf8(o_char id, void* value, const char* format, const Room& ro
     if (!whole && !isFull)
         return KO_TOO_LONG;
     writer.Write(isFull ? *static_cast<const KoString*>(value) : narrow);
-    return writer.Finish(room.Needed());
+    return room.Takes(writer.Finish());
 }
 
 } // namespace
@@ -74,18 +79,17 @@ ko_status ko_pack_with(const ko_settings* settings, int type, const char* utf8, 
     const auto id = static_cast<o_char>(type);
     Utf8Text text;
     std::size_t errorAt = 0;
-    status = text.Read(utf8, length, scope.CodeSet(), errorAt);
+    status = ReadStatus(text.Read(utf8, length, scope.CodeSet(), errorAt));
     ScopedValue value(id);
     if (status == KO_OK && value.Get() != nullptr) {
         unsigned position = 0;
-        status = ParseStatus(Manager().ParseFromKoString(
-            id, value.Get(), text.Get(), format != nullptr ? format : TextFormatOf(id), position));
+        status = Parse(id, value.Get(), text.Get(), format, position);
         if (status == KO_UNREADABLE)
             errorAt = text.ByteOf(position);
     }
     status = scope.End(status);
     if (status == KO_OK)
-        return room.PutValue(id, value.Get(), order);
+        return room.PutValue(value, order);
     const bool hasPlace = status == KO_NOT_UTF8 || status == KO_UNREADABLE ||
                           status == KO_NO_CHARACTER || status == KO_TOO_LONG;
     if (hasPlace && error_at != nullptr)
@@ -107,7 +111,7 @@ ko_status ko_pack_null(int type, ko_order order, void* out, size_t* size)
     ScopedValue value(id);
     if (value.Get() == nullptr || Manager().SetNullValue(id, value.Get()) != 0)
         return room.Fail(scope.End(KO_NOT_SUPPORTED));
-    return scope.HasRunOut() ? room.Fail(KO_NO_MEMORY) : room.PutValue(id, value.Get(), order);
+    return scope.HasRunOut() ? room.Fail(KO_NO_MEMORY) : room.PutValue(value, order);
 }
 
 ko_status ko_text(int type, const void* bytes, size_t length, ko_order order, const char* format,
@@ -157,7 +161,7 @@ ko_status ko_convert(int type, const void* bytes, size_t length, ko_order from, 
     const CallScope scope;
     ScopedValue value(id);
     status = scope.End(value.Load(bytes, length, from));
-    return status == KO_OK ? room.PutValue(id, value.Get(), to) : room.Fail(status);
+    return status == KO_OK ? room.PutValue(value, to) : room.Fail(status);
 }
 
 ko_status ko_is_null(int type, const void* bytes, size_t length, ko_order order, int* is_null)

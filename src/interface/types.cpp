@@ -90,7 +90,7 @@ const char* ko_status_text(int status)
     case KO_BAD_ARGUMENT:
         return "an argument is none that the call takes";
     case KO_NOT_UTF8:
-        return "the text is no UTF-8";
+        return "the text is no UTF-8, or has a zero character";
     case KO_UNREADABLE:
         return "the text is no value of the type in this format";
     case KO_NO_CHARACTER:

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Every exported header compiles alone, without a warning, and kotms.h brings in all of them but those
-that give the classes another meaning in a program; an older standard is refused in one sentence.
+"""Every exported header compiles alone, without a warning, and kotms.h brings in all of them but *.hpp and
+those that give the classes another meaning in a program; an older standard is refused in one sentence.
 
 headers.py ROOT COMPILER
 """
@@ -12,7 +12,7 @@ import sys
 
 root, compiler = pathlib.Path(sys.argv[1]), sys.argv[2]
 folders = [root / "inc", root / "platform/intl/inc", root / "platform/base/inc"]
-headers = [header for folder in folders for header in sorted(folder.glob("*.h"))]
+headers = [header for folder in folders for header in sorted(folder.glob("*.h*"))]
 # What joins the classes with the standard library; see kostd.h.
 OPT_IN = {"kostd.h", "kochrono.h", "koless.h"}
 
@@ -34,7 +34,7 @@ with concurrent.futures.ThreadPoolExecutor(2) as pool:
     complaints = [text for text in pool.map(compile_alone, headers) if text]
 included = set(run_compiler("#include <kotms.h>\n", "-M").stdout.split())
 complaints += [f"kotms.h leaves out {header.name}" for header in headers
-               if (str(header) in included) == (header.name in OPT_IN)]
+               if (str(header) in included) == (header.suffix == ".hpp" or header.name in OPT_IN)]
 for header in headers:
     refusal = run_compiler(f'#include "{header}"\n', "-fsyntax-only", standard="c++17").stderr
     if refusal and (refusal.count("need C++20") < 1 or len(re.findall(r"\berror:", refusal)) != 2):

@@ -118,7 +118,7 @@ static void TestRefusals(void)
     size = 3;
     EXPECT(ko_pack(date, "x", 1, NULL, KO_BIG, NULL, &size, NULL) == KO_BAD_ARGUMENT && size == 0);
     EXPECT(ko_pack_null(ko_type("o_4b"), KO_BIG, bytes, &size) == KO_NOT_SUPPORTED);
-    EXPECT(ko_collate("a\0b", 3, "a", 1, KO_PLAIN, &result) == KO_UNREADABLE);
+    EXPECT(ko_collate("a\0b", 3, "a", 1, KO_PLAIN, &result) == KO_NOT_UTF8);
 }
 
 static void TestOrder(void)

@@ -21,7 +21,11 @@ struct Heap {
 constinit KoMemoryHandler g_handler = ReportAndAbort;
 constinit Heap g_heap = {std::malloc, std::free};
 
-/// The innermost scope of this thread.
+/// The innermost scope of this thread. It is read where the loader puts it, without a call: scopes
+/// come and go with every value that is read.
+#if defined(__linux__)
+[[gnu::tls_model("initial-exec")]]
+#endif
 constinit thread_local KoMemoryScope* t_scope = nullptr;
 
 } // namespace

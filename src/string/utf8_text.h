@@ -1,20 +1,23 @@
-#ifndef KO_INTERFACE_UTF8_TEXT_H
-#define KO_INTERFACE_UTF8_TEXT_H
+#ifndef KO_STRING_UTF8_TEXT_H
+#define KO_STRING_UTF8_TEXT_H
 
-#include <ko.h>
+#include "collation/text.h"
+
+#include <kombs.h>
 #include <kostring.h>
 
 #include <cstddef>
 
-/// Texts of callers, which are UTF-8 and may be anything, to the library's texts and back.
+/// Texts of callers, which should be UTF-8 and may be anything, to the library's texts and back.
+/// What is read is strict: half a surrogate pair, a zero character and what a code set lacks are
+/// faults.
 
 namespace ko
 {
 
 /// What a text in UTF-8 is made of, as far as it is one.
 struct Utf8Survey {
-    ko_status status = KO_OK; ///< or KO_NOT_UTF8, or KO_UNREADABLE for a zero character
-    std::size_t at = 0;       ///< the byte at which the survey ended
+    std::size_t at = 0; ///< the bytes of it; fewer than there are where one does not belong
     std::size_t characters = 0;
     std::size_t units = 0; ///< characters of 16 bits
     bool isAscii = true;
@@ -34,15 +37,16 @@ public:
     ~Utf8Text()
     {
         if (m_isLent)
-            TakeBack();
+            StringAccess::TakeBack(m_text);
     }
     Utf8Text(const Utf8Text&) = delete;
     Utf8Text& operator=(const Utf8Text&) = delete;
 
-    /// Takes the characters of `utf8`, once, in the code set; -1: in the default one, or in that of
-    /// 16 bits where it lacks one of them. After a failure `errorAt` is the byte at which the first
-    /// character that does not belong begins.
-    ko_status Read(const char* utf8, std::size_t length, int codeSet, std::size_t& errorAt);
+    /// Takes the characters of `utf8`, once, in the code set; 0: in the default one, or in that of
+    /// 16 bits where it lacks one of them. Returns 0 or a KoMbsResult, of which KoMBS_REPLACED
+    /// stands for a character that the code set lacks. `errorAt` is then the byte at which the
+    /// first character that does not belong begins.
+    int Read(const char* utf8, std::size_t length, unsigned char codeSet, std::size_t& errorAt);
 
     const KoString& Get() const { return m_text; }
     /// The byte at which character `position` of the text begins.
@@ -52,8 +56,7 @@ private:
     static constexpr std::size_t kShort = 256;
 
     bool ReadShort(unsigned char codeSet);
-    ko_status ReadAs(unsigned char codeSet, std::size_t units, std::size_t& errorAt);
-    void TakeBack();
+    int ReadAs(unsigned char codeSet, std::size_t units, std::size_t& errorAt);
 
     const char* m_utf8 = nullptr;
     std::size_t m_length = 0;
@@ -70,8 +73,8 @@ public:
 
     /// Pairs are joined; what is no character becomes U+FFFD.
     void Write(const KoString& text);
-    /// KO_OK, with a terminator where there is room for it, or KO_NO_ROOM.
-    ko_status Finish(std::size_t* size);
+    /// The bytes of it all. A terminator stands after them where there is room for it.
+    std::size_t Finish();
 
 private:
     void Put(o_u4b character);

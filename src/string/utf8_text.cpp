@@ -1,7 +1,6 @@
-#include "interface/utf8_text.h"
+#include "string/utf8_text.h"
 
 #include "character/utf8.h"
-#include "collation/text.h"
 
 #include <algorithm>
 #include <cstring>
@@ -62,7 +61,6 @@ Utf8Survey::Utf8Survey(const char* utf8, std::size_t length)
         const std::size_t start = at;
         const o_4b character = Next(utf8, length, at);
         if (character <= 0) {
-            status = character == 0 ? KO_UNREADABLE : KO_NOT_UTF8;
             at = start;
             return;
         }
@@ -101,23 +99,23 @@ std::size_t WriteCharacters(char* out, unsigned char codeSet, const char* utf8, 
     return at;
 }
 
-ko_status Utf8Text::Read(const char* utf8, std::size_t length, int codeSet, std::size_t& errorAt)
+int Utf8Text::Read(const char* utf8, std::size_t length, unsigned char codeSet,
+                   std::size_t& errorAt)
 {
     m_utf8 = utf8;
     m_length = length;
-    const auto wanted =
-        static_cast<unsigned char>(codeSet < 0 ? KoString::GetDefaultCodeSet() : codeSet);
+    const unsigned char wanted = codeSet == KoCS_NONE ? KoString::GetDefaultCodeSet() : codeSet;
     if (length < kShort && ReadShort(wanted))
-        return KO_OK;
+        return 0;
     const Utf8Survey survey(utf8, length);
-    if (survey.status != KO_OK) {
+    if (survey.at < length) {
         errorAt = survey.at;
-        return survey.status;
+        return KoMBS_MALFORMED;
     }
     const bool narrow = KoCodeSetWidth(wanted) == 1;
-    const ko_status status = ReadAs(wanted, narrow ? survey.characters : survey.units, errorAt);
-    if (codeSet >= 0 || !narrow || status != KO_NO_CHARACTER)
-        return status;
+    const int result = ReadAs(wanted, narrow ? survey.characters : survey.units, errorAt);
+    if (codeSet != KoCS_NONE || !narrow || result != KoMBS_REPLACED)
+        return result;
     return ReadAs(KoString::GetDefault16CodeSet(), survey.units, errorAt);
 }
 
@@ -126,9 +124,10 @@ bool Utf8Text::ReadShort(unsigned char codeSet)
 {
     if (KoCodeSetWidth(codeSet) != 1 || !IsAscii(m_utf8, m_length))
         return false;
-    m_text.SetCodeSetCode(codeSet);
-    if (m_length == 0)
+    if (m_length == 0) {
+        m_text.SetCodeSetCode(codeSet);
         return true;
+    }
     const std::size_t blocks = m_length / StringAccess::kBlock * StringAccess::kBlock;
     std::memset(m_short + blocks, 0, StringAccess::kBlock);
     std::memcpy(m_short, m_utf8, m_length);
@@ -137,7 +136,7 @@ bool Utf8Text::ReadShort(unsigned char codeSet)
     return true;
 }
 
-ko_status Utf8Text::ReadAs(unsigned char codeSet, std::size_t units, std::size_t& errorAt)
+int Utf8Text::ReadAs(unsigned char codeSet, std::size_t units, std::size_t& errorAt)
 {
     const unsigned width = KoCodeSetWidth(codeSet);
     const std::size_t most = width == 1 ? kMostNarrow : kMostWide;
@@ -146,27 +145,22 @@ ko_status Utf8Text::ReadAs(unsigned char codeSet, std::size_t units, std::size_t
         for (std::size_t count = 0; count < most;)
             count += Next(m_utf8, m_length, at) > 0xFFFF && width == 2 ? 2 : 1;
         errorAt = at;
-        return KO_TOO_LONG;
+        return KoMBS_TOO_LONG;
     }
     const std::size_t size = (units + 1) * width;
     char* const buffer = StringAccess::Allocate(size);
     if (buffer == nullptr)
-        return KO_NO_MEMORY;
+        return KoMBS_NO_MEMORY;
     const std::size_t read = WriteCharacters(buffer, codeSet, m_utf8, m_length);
     if (read < m_length) {
         KoFree(buffer);
         errorAt = read;
-        return KO_NO_CHARACTER;
+        return KoMBS_REPLACED;
     }
     std::memset(buffer + units * width, 0, width);
     // A buffer of Allocate is the string's own from here on.
     StringAccess::Lend(m_text, buffer, size, codeSet);
-    return KO_OK;
-}
-
-void Utf8Text::TakeBack()
-{
-    StringAccess::TakeBack(m_text);
+    return 0;
 }
 
 std::size_t Utf8Text::ByteOf(unsigned position) const
@@ -194,8 +188,9 @@ void Utf8Writer::Write(const KoString& string)
     if (text.units == 0)
         return;
     if (text.Width() == 1 && IsAscii(text.bytes, text.units)) {
-        std::memcpy(m_out + m_size, text.bytes,
-                    m_size < m_room ? std::min<std::size_t>(text.units, m_room - m_size) : 0);
+        if (m_size < m_room)
+            std::memcpy(m_out + m_size, text.bytes,
+                        std::min<std::size_t>(text.units, m_room - m_size));
         m_size += text.units;
         return;
     }
@@ -214,14 +209,28 @@ void Utf8Writer::Write(const KoString& string)
     }
 }
 
-ko_status Utf8Writer::Finish(std::size_t* size)
+std::size_t Utf8Writer::Finish()
 {
-    *size = m_size;
-    if (m_size > m_room)
-        return KO_NO_ROOM;
     if (m_size < m_room)
         m_out[m_size] = '\0';
-    return KO_OK;
+    return m_size;
 }
 
 } // namespace ko
+
+using namespace ko;
+
+int KoReadMBS(const char* utf8, std::size_t length, unsigned char codeSet, KoString& text,
+              std::size_t& errorAt)
+{
+    Utf8Text read;
+    errorAt = 0;
+    if (codeSet >= KoCS_NULL)
+        return KoMBS_MALFORMED;
+    const int result = read.Read(utf8, length, codeSet, errorAt);
+    if (result != 0)
+        return result;
+    const unsigned units = read.Get().Len();
+    text = read.Get();
+    return text.Len() == units ? 0 : KoMBS_NO_MEMORY;
+}
