@@ -46,7 +46,7 @@ PyObject* Python(const std::string& text)
 }
 PyObject* Python(std::weak_ordering order)
 {
-    return PyLong_FromLong((order > 0) - (order < 0));
+    return PyLong_FromLong(std::is_gt(order) - std::is_lt(order));
 }
 PyObject* Python(std::uint64_t number)
 {
