@@ -1,7 +1,6 @@
 #ifndef KO_HPP
 #define KO_HPP
 
-#include "ko.h"
 #include "koresult.hpp"
 
 #include <algorithm>
@@ -9,14 +8,10 @@
 #include <compare>
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <new>
-#include <optional>
-#include <ostream>
 #include <span>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 #include <version>
 
