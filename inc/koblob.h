@@ -129,7 +129,8 @@ static_assert(sizeof(KoBlob) == 8);
 /// Compares stored or in-memory blobs (see KoTypeCmpFunc): null first, with -2 or 2, then by bytes,
 /// a shorter blob before one that goes on. No option of `cmpOp` changes it.
 ///
-/// A length bounds the bytes of a stored operand, its total included. Bytes that both sides hold,
+/// A length bounds the bytes of a stored operand, its total included; in memory it bounds the
+/// objects, of which those that are wholly inside are looked at. Bytes that both sides hold,
 /// and lengths that are known, decide; where a side was cut before that, the result is 0 and
 /// `status` KoRC_TRUNCATED. As for every type the step to the next element is tried after the one
 /// that decides, too: with a bound that ends there `status` is KoRC_TRUNCATED, and the result

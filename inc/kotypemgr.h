@@ -165,7 +165,9 @@ public:
     /// what loading a persistent form returns, the bytes read of it; and between two persistent
     /// forms, of which the bytes are copied as they are, those copied: the shorter of the two
     /// lengths. What the destination has beyond them becomes zero. 0 for records that do not fit,
-    /// or whose two persistent forms differ.
+    /// or whose two persistent forms differ. Other translations do not look at the lengths, but for
+    /// texts and blobs that are stored: these keep to `destinationLength` where it is not 0. Bytes
+    /// that may be fewer than their elements take are for Validate first.
     unsigned Translate(o_char id, void* destination, unsigned char destinationFormat,
                        unsigned destinationLength, void* source, unsigned char sourceFormat,
                        unsigned sourceLength, unsigned count) const;
@@ -223,6 +225,19 @@ public:
     /// After a failure `value` is as it was.
     int ParseFromKoString(o_char id, void* value, const KoString& text, const char* format,
                           unsigned& errorAt) const;
+    /// The format under which every value of the type, printed by PrintToKoString into a text of
+    /// code set 253, is read back by the strict readers as the same value; null as the null print
+    /// string, where the type has a null value. It is not always the print format, and
+    /// ExchangeFormat does not change it. doc/text.md says what no text holds: the code set of a
+    /// string, the payload of a NaN, and values too long for a KoString.
+    const char* TextFormatGet(o_char id) const;
+    /// The same strict reading of `length` bytes of UTF-8; a null `format` is the text format.
+    /// Returns 0, a KoReadResult, KoRC_NOT_SUPPORTED for a type without a strict reader, or
+    /// KoRC_NO_MEMORY. `at` becomes `length`, or after a failure the offset of the first byte that
+    /// does not belong; `value` is then as it was. A KoString becomes one of code set 1 where its
+    /// characters are all in it, else of 253, in the default language.
+    int ReadText(o_char id, void* value, const char* utf8, std::size_t length, const char* format,
+                 std::size_t& at) const;
 
     // ---- order as plain bytes; see KoSortKeyFunc and, for the bytes of every type,
     // doc/formats.md
@@ -247,20 +262,27 @@ public:
     /// A hash for joins and groups under a weaker equality: XXH3 (Collet, 2019) of 64 bits over
     /// the sort key, so that values equal under `cmpOp` have one hash in every form. 0 where the
     /// word gives no order. Where memory for a long key runs out the memory handler is called and
-    /// the hash is 0 as well.
+    /// the hash is 0 as well. Equal values whose hashes differ are those that no order can hold:
+    /// a text without a code set (stored texts of the older layout are such) beside one with a code
+    /// set, and two KoCaseIString of which one alone has the flag for accents.
     o_u8b HashUnder(o_char id, const void* value, unsigned char format, unsigned count,
                     unsigned short cmpOp) const;
 
     // ---- bytes from strangers
 
     /// See KoValidateFunc. After 0 every other call that is handed these bytes in this form reads
-    /// nothing beyond the first `at` of them, but for loading no strings, which looks at the record
-    /// that is there.
+    /// nothing beyond the first `at` of them, with two exceptions, both of strings on the current
+    /// table: loading no strings, and translating none to memory, looks at the record that is
+    /// there; and DiskLenGet without a bound walks an array in the key form (bit 7) by the sizes
+    /// that its texts may grow to.
     int Validate(o_char id, const void* bytes, std::size_t size, unsigned char format,
                  unsigned count, std::size_t& at) const;
-    /// The bytes that `count` persistent elements take by their own lengths, of which nothing
-    /// beyond `size` is read. `status` becomes 0, or KoRC_TRUNCATED, and the result 0, where the
-    /// elements do not end within.
+    /// The bytes that `count` elements as Store writes them take by their own lengths, of which
+    /// nothing beyond `size` is read; of valid bytes this is what Validate says. `status` becomes
+    /// 0; or, with the result 0, KoRC_TRUNCATED where the elements do not end within `size` or take
+    /// 2^32 bytes and more, and KoRC_DAMAGED where the total of an array of blobs is negative or
+    /// has no room for so many. Sizes in the key form are those of the bytes, without room for
+    /// growth.
     unsigned DiskLenGet(o_char id, const void* bytes, std::size_t size, unsigned char format,
                         unsigned count, int& status) const;
 

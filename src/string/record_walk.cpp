@@ -27,7 +27,7 @@ TextFound TextWalk::Next(KoText& text)
 
 TextFound TextWalk::NextInMemory(KoText& text)
 {
-    if (m_size != 0 && m_offset >= m_size)
+    if (Available() < sizeof(KoString))
         return TextFound::kNone;
     text = StringAccess::Get(*reinterpret_cast<const KoString*>(m_value + m_offset));
     m_offset += sizeof(KoString);
