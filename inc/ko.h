@@ -43,7 +43,8 @@ extern "C" {
 #endif
 
 /* The answer of a call. The numbers never change. */
-typedef enum ko_status {
+typedef int ko_status;
+enum {
     KO_OK = 0,
     KO_NO_TYPE = 1,       /* no type has this number */
     KO_NO_ROOM = 2,       /* the result takes more room; `*size` tells how much */
@@ -60,7 +61,7 @@ typedef enum ko_status {
     KO_NO_ORDER = 13,     /* wildcards are on under the word: pass KO_PLAIN or KO_NO_WILDCARDS */
     KO_NOT_SUPPORTED = 14, /* values of the type have no such operation */
     KO_OUT_OF_RANGE = 15   /* the text is a number, or a date of numbers, that the type lacks */
-} ko_status;
+};
 
 /* A plain sentence about a status, for people; never null, and kept by the library. */
 KO_API const char* ko_status_text(int status);

@@ -2,8 +2,9 @@
 #define KORESULT_HPP
 
 #if __cplusplus < 202002L && (!defined(_MSVC_LANG) || _MSVC_LANG < 202002L)
-#error "The headers of kotms need C++20: compile with -std=c++20 or a later standard; C has ko.h."
-#include "kotms-needs-c++20" // a header that is not there ends the compilation
+#error "ko.hpp and what it includes need C++20: compile with -std=c++20 or a later standard."
+// What follows would be hundreds of errors more: a header that is not there ends the compilation.
+#include "kotms-needs-c++20"
 #endif
 
 #include "ko.h"

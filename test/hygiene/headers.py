@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Every exported header compiles alone, without a warning, and kotms.h brings in all of them but those
-that give the classes another meaning in a program; an older standard is refused in one sentence.
+"""Every exported header compiles alone, without a warning, and kotms.h brings in all of them but *.hpp and
+those that give the classes another meaning in a program; an older standard is refused in one sentence.
 
 headers.py ROOT COMPILER
 """

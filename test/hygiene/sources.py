@@ -23,10 +23,11 @@ REACH = {
     "src": ["src", *INC],
     "store": ["store", *INC],
     "tools/kotm": ["tools/kotm", "store", *INC],
-    "test": ["test", "tools/kotm", "store", *INC],
+    "test": ["test", "bindings/rocksdb", "tools/kotm", "store", *INC],
     "bench": ["bench", "test", "store", *INC],
     "fuzz": ["fuzz", *INC],
-    "examples": [TMS, INTL, BASE],
+    "bindings": ["bindings/rocksdb", TMS, INTL, BASE],
+    "examples": ["bindings/rocksdb", TMS, INTL, BASE],
 }
 # The rooms of a folder from above down; those of one row do not see each other.
 ROOMS = {
