@@ -65,7 +65,7 @@ def rocksdb():
         ([folder, "2024-02-29", "leap day", "-0044-03-15", "ides", "1999-12-31", "last"],
          "-0044-03-15 ides\n1999-12-31 last\n2024-02-29 leap day\n", "", "in the order of days, not of bytes"),
         ([folder, "2023-02-29", "none"], "-0044-03-15 ides\n1999-12-31 last\n2024-02-29 leap day\n",
-         "2023-02-29: the text is no value of the type in this format (at byte 8)", "no day of the calendar"),
+         "2023-02-29: the type has no such number or date (at byte 8)", "no day of the calendar"),
         ([folder, "2024-02-29", "again"], "-0044-03-15 ides\n1999-12-31 last\n2024-02-29 again\n", "",
          "one key once, and the database opens again under the same order"),
         ([], "", "usage", "no folder"),
@@ -94,7 +94,7 @@ def sqlite():
         ("SELECT ko_pack('KoDat', '2024-02-29')", "", "there is no such type", "no type"),
         ("SELECT ko_text('KoDate', x'07E802')", "", "the bytes end before the value does", "cut off"),
         ("SELECT ko_key('KoString', x'00FF00FF00')", "", "the bytes end", "damaged"),
-        ("SELECT ko_cmp('KoDate', x'07E8021D', x'07E8021D00')", "", "bytes after the end", "a byte more"),
+        ("SELECT ko_cmp('KoDate', x'07E8021D', x'07E8021D00')", "", "more after the end", "a byte more"),
         ("SELECT ko_cmp('KoDate', 1)", "", "wrong number of arguments", "an operand less"),
     ]:
         run = subprocess.run(["sqlite3", "-batch", ":memory:", f".load {work / 'ko_sqlite'}", statement + ";"],
@@ -129,7 +129,7 @@ def python():
         ("parse", ("KoDat", "2024-02-29"), "there is no such type", "no type"),
         ("parse", ("o_4b", "\ud800"), "surrogates not allowed", "no UTF-8"),
         ("text", ("KoDate", b"\x07\xE8"), "the bytes end before the value does", "cut off"),
-        ("compare", ("KoDate", day, day + b"x"), "bytes after the end", "a byte more"),
+        ("compare", ("KoDate", day, day + b"x"), "more after the end", "a byte more"),
         ("key", ("KoString", b"\x00\x04\x01\x00\x00\x00"), "", "no end mark"),
         ("hash", ("KoDate", day, 0xFFFF), "", "no word"),
     ]:
