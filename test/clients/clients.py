@@ -89,7 +89,7 @@ def sqlite():
          " ORDER BY t COLLATE ko)", "a b E É F", "", "no order of code points"),
         ("SELECT CAST(x'FF' AS TEXT) > 'z' COLLATE ko", "1", "", "no UTF-8 stands after all texts"),
         ("SELECT ko_text('KoDate', NULL) IS NULL", "1", "", "NULL gives NULL"),
-        ("SELECT ko_pack('KoDate', '2023-02-29')", "", "in this format (at byte 8)", "no day of the calendar"),
+        ("SELECT ko_pack('KoDate', '2023-02-29')", "", "no such number or date (at byte 8)", "no day of the calendar"),
         ("SELECT ko_pack('o_4b', 'abc')", "", "the text is no value of the type", "no number"),
         ("SELECT ko_pack('KoDat', '2024-02-29')", "", "there is no such type", "no type"),
         ("SELECT ko_text('KoDate', x'07E802')", "", "the bytes end before the value does", "cut off"),
