@@ -159,7 +159,7 @@ struct IStringOps : ElementOps<T, IStringOps<T, id>, id> {
     {
         Narrow(element, text != nullptr ? *text : KoString::EmptyString(), false);
     }
-    static constexpr const char* kTextFormat = kWholeText;
+    static constexpr std::string_view kTextFormat = kWholeText;
     static void PrintOne(KoString& text, const T& element, const char* format)
     {
         if (IsWholeText(format))

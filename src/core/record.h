@@ -6,6 +6,8 @@
 #include <kotypemgr.h>
 #include <kotypes.h>
 
+#include <string_view>
+
 /// How a type's record is made: an operations class with one static member per slot. A class
 /// derives from NoOps, or from a template that knows more, and hides what it does itself. The
 /// record is then
@@ -107,7 +109,7 @@ struct NoOps {
     static constexpr KoValidateFunc Measure = Validate;
     static constexpr KoStampFunc Stamp = nullptr;
     static constexpr KoPrintFunc kPrintsArray = nullptr;
-    static constexpr const char* kTextFormat = nullptr; ///< the print format reads back
+    static constexpr std::string_view kTextFormat{}; ///< the print format reads back
     static constexpr bool kIsIntegral = false;
     static constexpr bool kStepsInEveryForm = false;
 };
@@ -160,7 +162,7 @@ consteval KoTypeDescriptor Describe(KoTypeId id)
 template <class Ops>
 consteval KoTypeExtension Extend(KoTypeId id)
 {
-    return {Ops::kTextFormat != nullptr ? Ops::kTextFormat : kTypeRows[id].printFormat,
+    return {Ops::kTextFormat.empty() ? kTypeRows[id].printFormat : Ops::kTextFormat.data(),
             Ops::Parse,
             Ops::ParseAscii,
             Ops::SortKey,

@@ -248,7 +248,7 @@ struct IdentityOps : ElementOps<typename Type::Value, IdentityOps<Type>, Type::k
     }
 
     /// The whole text names the fields of a null identity, too, unless they are all 0.
-    static constexpr const char* kTextFormat = kWholeText;
+    static constexpr std::string_view kTextFormat = kWholeText;
 
     static void PrintOne(KoString& text, const T& value, const char* format)
     {

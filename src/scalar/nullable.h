@@ -48,7 +48,7 @@ struct NullOps : ElementOps<KoNull<typename Base::Value>, NullOps<Base, id>, id>
     using Text = ScalarText<Base>;
     using Encoder = typename Base::Encoder;
     static constexpr unsigned kStoredSize = Base::kSize + 1;
-    static constexpr const char* kTextFormat = Text::kTextFormat;
+    static constexpr std::string_view kTextFormat = Text::kTextFormat;
     static_assert(sizeof(T) == Base::kSize);
     static_assert(alignof(Element) == alignof(T) && offsetof(Element, null) == sizeof(T));
 

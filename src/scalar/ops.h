@@ -15,7 +15,7 @@ struct ScalarOps : ElementOps<typename Type::Value, ScalarOps<Type>, Type::kId> 
     using Text = ScalarText<Type>;
     using Encoder = typename Type::Encoder;
     static constexpr bool kIsIntegral = Type::kIsIntegral;
-    static constexpr const char* kTextFormat = Text::kTextFormat;
+    static constexpr std::string_view kTextFormat = Text::kTextFormat;
 
     static unsigned Store(void* destination, const void* source, unsigned char format,
                           unsigned count)

@@ -80,12 +80,12 @@ struct ScalarText {
             return ScanNumber(value, text, format);
     }
 
-    static constexpr const char* kTextFormat =
-        kIsByte || std::floating_point<T> ? kWholeText : nullptr;
+    static constexpr std::string_view kTextFormat =
+        kIsByte || std::floating_point<T> ? kWholeText : std::string_view();
 
     static void Print(KoString& text, T value, const char* format)
     {
-        if constexpr (kTextFormat != nullptr) {
+        if constexpr (!kTextFormat.empty()) {
             if (IsWholeText(format)) {
                 if constexpr (kIsByte)
                     AppendByte(text, static_cast<unsigned char>(value));

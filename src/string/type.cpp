@@ -123,7 +123,7 @@ struct StringOpsBase : ValueOps<KoString, Ops> {
         return MeasureWithin(bytes, size, format, count, at, true);
     }
 
-    static constexpr const char* kTextFormat = kWholeText;
+    static constexpr std::string_view kTextFormat = kWholeText;
     static int Parse(void* value, const KoString& text, const char* format, unsigned& errorAt)
     {
         return ParseString(*static_cast<KoString*>(value), text, format, errorAt);

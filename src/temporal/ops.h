@@ -273,7 +273,7 @@ struct TemporalOps : ElementOps<typename Type::Value, TemporalOps<Type>, Type::k
         else
             ScanTemporalValue<Type>(value, *text, nullptr);
     }
-    static constexpr const char* kTextFormat = kWholeText;
+    static constexpr std::string_view kTextFormat = kWholeText;
     static void PrintOne(KoString& text, const T& value, const char* format)
     {
         PrintTemporalValue<Type>(text, value, format);
