@@ -41,9 +41,10 @@
 /// where they are local. A d_Timestamp is the moment that its text names, its clock less its zone;
 /// a d_Time is its clock, whatever its zone. What comes from std::chrono has the zone 0.
 ///
-/// sys_time<nanoseconds> and nanoseconds hold 292 years around 1970 and of a span; what is beyond
-/// has no counterpart (see GetTotalSeconds). A month of a span has 30 days and a year 12 months; a
-/// field of -1 in a span is a number, since negative spans have it.
+/// sys_time<nanoseconds> and nanoseconds hold 292 years around 1970 and of a span: values of more
+/// than 9,223,372,035 seconds in either direction have no counterpart (see GetTotalSeconds). A month
+/// of a span has 30 days and a year 12 months; a field of -1 in a span is a number, since negative
+/// spans have it.
 namespace ko
 {
 
@@ -129,6 +130,19 @@ constexpr std::optional<Unit> Whole(std::chrono::duration<Rep, Period> length, d
     if (!(number > -limit && number < limit)) // nor a NaN
         return std::nullopt;
     return std::chrono::floor<Unit>(length);
+}
+
+/// What is left of a length beyond its whole seconds, from 0 to less than a second. The least count
+/// of a unit has no whole seconds below it in that unit, so that a plain difference would overflow.
+template <class Rep, class Period>
+constexpr auto Rest(std::chrono::duration<Rep, Period> length)
+{
+    if constexpr (std::chrono::treat_as_floating_point_v<Rep>) {
+        return length - std::chrono::floor<seconds>(length);
+    } else {
+        const auto rest = length % seconds(1);
+        return rest < rest.zero() ? rest + seconds(1) : rest;
+    }
 }
 
 inline constexpr double kSecondsOfDay = 86400;
@@ -257,7 +271,7 @@ std::optional<T> FromChrono(std::chrono::duration<Rep, Period> length)
         span.AddSeconds(o_8b{whole->count()});
         if (span.GetTotalSeconds() != whole->count()) // the years are at their limit
             return std::nullopt;
-        span.AddNanoSeconds(o_8b{floor<nanoseconds>(length - *whole).count()});
+        span.AddNanoSeconds(o_8b{floor<nanoseconds>(Rest(length)).count()});
         return span;
     } else {
         const auto clock = Whole<Hundredths>(length, kSecondsOfDay);
@@ -288,7 +302,7 @@ std::optional<T> FromChrono(std::chrono::sys_time<Duration> moment)
         return std::nullopt;
     const auto midnight = floor<days>(*whole);
     const seconds clock = *whole - midnight;
-    const auto rest = moment.time_since_epoch() - *whole; // less than a second
+    const auto rest = Rest(moment.time_since_epoch());
     if constexpr (std::same_as<T, d_Timestamp>) {
         const auto date = OdmgDate(sys_days(midnight));
         const auto time = FromChrono<d_Time>(clock + floor<Hundredths>(rest));

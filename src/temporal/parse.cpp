@@ -53,6 +53,7 @@ private:
         TemporalFields fields{};
         unsigned seen = 0;               ///< parts of the date
         o_4b sign = 0;                   ///< of an interval
+        const char* lostSign = nullptr;  ///< where a minus stood that no number has
         const char* datePart = nullptr;  ///< where the last one stood
         const char* halfOfDay = nullptr; ///< where it stood
         bool afternoon = false;
@@ -101,6 +102,8 @@ private:
         TemporalFields& f = m_now.fields;
         if (!AtEnd() || (KindHasDate(Kind()) && m_now.seen != kWholeDate))
             return Fail(m_now.pos);
+        if (m_now.lostSign != nullptr)
+            return Fail(m_now.lostSign);
         if (m_now.halfOfDay != nullptr && Kind() != TemporalKind::kOdmgInterval) {
             if (m_now.afternoon && f.hour < 12)
                 f.hour += 12;
@@ -203,6 +206,9 @@ private:
         number = negative ? -number : number;
         if (number < range.low || number > range.high)
             return IsOutOfRange(start);
+        // "-0" before other numbers of a length would look like the sign of them all.
+        if (negative && number == 0 && !KindHasDate(Kind()))
+            m_now.lostSign = start;
         field = static_cast<o_4b>(number);
         return SignFits(field, start);
     }
@@ -357,8 +363,11 @@ private:
                 return Fail(m_now.pos);
             f.nanoseconds += digit * place;
         }
-        if (negative)
+        if (negative && f.nanoseconds != 0) {
             f.nanoseconds = -f.nanoseconds;
+            if (m_now.lostSign == start)
+                m_now.lostSign = nullptr;
+        }
         return SignFits(f.nanoseconds, start);
     }
 
@@ -368,7 +377,7 @@ private:
         TemporalFields& f = m_now.fields;
         m_now.pos = ReadZone(start, m_end, f);
         if (!f.hasZone)
-            return (m_whole && AtEnd()) || Fail(m_now.pos);
+            return (m_whole && start == m_end) || Fail(m_now.pos);
         const bool exists = std::abs(f.zoneHour) < 24 && std::abs(f.zoneMinute) < 60;
         return exists || IsOutOfRange(start);
     }
