@@ -124,6 +124,8 @@ TEST(Chrono, MomentsAndSpansWithoutACounterpart)
         FromChrono<KoTimeSpan>(duration<double>(std::numeric_limits<double>::quiet_NaN())));
     EXPECT_EQ(FromChrono<d_Interval>(1500ms)->Seconds(), 1.5F);
     EXPECT_EQ(FromChrono<KoTimeSpan>(years(1) / 1s * 1s)->GetTotalSeconds(), years(1) / 1s);
+    const auto least = FromChrono<KoTimeSpan>(std::chrono::nanoseconds::min());
+    EXPECT_TRUE(least && least->GetTotalSeconds() < -9223372035) << "no count overflows on the way";
 }
 
 } // namespace
