@@ -42,9 +42,9 @@
 /// a d_Time is its clock, whatever its zone. What comes from std::chrono has the zone 0.
 ///
 /// sys_time<nanoseconds> and nanoseconds hold 292 years around 1970 and of a span: values of more
-/// than 9,223,372,035 seconds in either direction have no counterpart (see GetTotalSeconds). A month
-/// of a span has 30 days and a year 12 months; a field of -1 in a span is a number, since negative
-/// spans have it.
+/// than 9,223,372,035 seconds in either direction have no counterpart (see GetTotalSeconds). A
+/// month of a span has 30 days and a year 12 months; a field of -1 in a span is a number, since
+/// negative spans have it.
 namespace ko
 {
 

@@ -146,8 +146,8 @@ public:
     KOTMS_API int day_of_year() const; ///< 1 for 1 January
     /// Move by calendar months and years. The day stays, or becomes the last one before it that the
     /// month has: 29 February becomes the 28th, and 10 October 1582 the 4th. Return 0; KoRC_REFUSED
-    /// for a date that does not exist; or KoRC_OVERFLOW beyond 16 bits of years. The date is then as
-    /// it was.
+    /// for a date that does not exist; or KoRC_OVERFLOW beyond 16 bits of years. The date is then
+    /// as it was.
     KOTMS_API int add_months(int n);
     KOTMS_API int add_years(int n);
     KOTMS_API Weekday day_of_week() const;
@@ -223,8 +223,8 @@ private:
 /// hour and minute are held with the zone's added, and accessors take it off again.
 ///
 /// Texts of conversion carry the zone as ISO 8601 writes it, "10:00:05.250-05:30", and none where
-/// it is 0; one without a zone is read with the zone 0, whatever the default is. Under a format "%z"
-/// prints and reads the zone; scanning without it gives the default.
+/// it is 0; one without a zone is read with the zone 0, whatever the default is. Under a format
+/// "%z" prints and reads the zone; scanning without it gives the default.
 ///
 /// Elements are compared by d_TimeCompare; their persistent form is six bytes: zone hour and
 /// minute, hour and minute as they are held, second, hundredths.
