@@ -127,7 +127,9 @@ KO_API int ko_has_null(int type);
  * most 255 bytes; null: ko_text_format). The text of null is null where the type has it. Writes the
  * stored bytes. KO_NOT_UTF8, KO_UNREADABLE, KO_OUT_OF_RANGE, KO_TRAILING, KO_NO_CHARACTER and
  * KO_TOO_LONG leave in `*error_at`, unless `error_at` is null, the offset in bytes of the first
- * character that does not belong. */
+ * character that does not belong. KoIString and KoCaseIString hold characters of Windows-1252, and
+ * what is read has not the flag by which accents count: a value that has it comes back from its
+ * text without it. */
 KO_API ko_status ko_pack(int type, const char* utf8, size_t length, const char* format,
                          ko_order order, void* out, size_t* size, size_t* error_at);
 KO_API ko_status ko_pack_with(const ko_settings* settings, int type, const char* utf8,

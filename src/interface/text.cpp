@@ -21,6 +21,8 @@ ko_status StatusOf(int result)
         return KO_OUT_OF_RANGE;
     case KoREAD_TRAILING:
         return KO_TRAILING;
+    case KoREAD_NO_CHARACTER:
+        return KO_NO_CHARACTER;
     case KoRC_NO_MEMORY:
         return KO_NO_MEMORY;
     default:

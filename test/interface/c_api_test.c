@@ -43,6 +43,8 @@ static const struct {
     {"o_4b", "1", "%2147483648d", KO_OK, 0, "a width beyond all texts"},
     {"o_4b", "1", "%d%n%s%*x", KO_OK, 0, "conversions that nobody has: the format of the type"},
     {"o_4b", "1", "\xC3\xA9%d", KO_BAD_FORMAT, 0, "no ASCII"},
+    {"KoIString", "ab\xD0\x96", NULL, KO_NO_CHARACTER, 2, "a character beyond Windows-1252"},
+    {"KoCaseIString", "<\xD0\x96>", "<%s>", KO_NO_CHARACTER, 1, "the same within a format"},
     {"KoNull_int", "{NULL}", NULL, KO_OK, 0, "null"},
 };
 
@@ -55,7 +57,7 @@ static void TestTexts(void)
         const ko_status status =
             ko_pack(ko_type(kTexts[i].type), kTexts[i].text, strlen(kTexts[i].text),
                     kTexts[i].format, KO_BIG, bytes, &size, &at);
-        const int hasPlace = status == KO_UNREADABLE || status == KO_NOT_UTF8;
+        const int hasPlace = status != KO_OK && status != KO_BAD_FORMAT;
         if (status != kTexts[i].status || (hasPlace && at != kTexts[i].at) ||
             (size == 0) != (status != KO_OK)) {
             fprintf(stderr, "%s \"%s\" (%s): status %d at %u\n", kTexts[i].type, kTexts[i].text,
