@@ -153,7 +153,9 @@ KO_API ko_status ko_is_null(int type, const void* bytes, size_t length, ko_order
                             int* is_null);
 /* Looks whether `length` bytes begin with a value. `*at`, unless `at` is null, becomes the bytes of
  * it, of which there may be fewer than `length`; after KO_TRUNCATED the length, after KO_DAMAGED
- * the offset of the first byte that is wrong. */
+ * the offset of the first byte that is wrong. A KoString of code set 254 with a language of 128 or
+ * more is damaged to all calls: no call writes it, and it is one text when read and another when
+ * compared. Code set 254 with language 0 is null. */
 KO_API ko_status ko_validate(int type, const void* bytes, size_t length, ko_order order,
                              size_t* at);
 

@@ -92,7 +92,7 @@ static void TestRoom(void)
 
 static void TestRefusals(void)
 {
-    const int date = ko_type("KoDate");
+    const int date = ko_type("KoDate"), text = ko_type("KoString");
     unsigned char bytes[8] = {0};
     size_t size = sizeof bytes, at = 0;
     uint64_t hash = 0;
@@ -120,6 +120,11 @@ static void TestRefusals(void)
     size = 3;
     EXPECT(ko_pack(date, "x", 1, NULL, KO_BIG, NULL, &size, NULL) == KO_BAD_ARGUMENT && size == 0);
     EXPECT(ko_pack_null(ko_type("o_4b"), KO_BIG, bytes, &size) == KO_NOT_SUPPORTED);
+    /* Code set 254, or the text is in the older layout, with a language of 128 or more. */
+    EXPECT(ko_validate(text, "\0\4\376\200\0\377", 6, KO_BIG, &at) == KO_DAMAGED && at == 3);
+    EXPECT(ko_is_null(text, "\0\4\376\376\0\377", 6, KO_BIG, &result) == KO_DAMAGED);
+    EXPECT(ko_validate(text, "\0\4\376\177\0\377", 6, KO_BIG, &at) == KO_OK && at == 6);
+    EXPECT(ko_validate(text, "\0\3\376\200\0", 5, KO_BIG, &at) == KO_OK && at == 5);
     EXPECT(ko_collate("a\0b", 3, "a", 1, KO_PLAIN, &result) == KO_NOT_UTF8);
 }
 
