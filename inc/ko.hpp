@@ -151,12 +151,15 @@ inline Result<std::weak_ordering> Compare(Type type, BytesView a, BytesView b,
 /// Which kind of texts a value is of, 0 or 1; texts of two kinds have no common order (ko_compare).
 /// 1 is a KoString without a code set or of the older layout, and a KoCaseIString in which accents
 /// count. All other values are of kind 0. Kinds one after the other, and Compare within each, are a
-/// strict weak order of all values of a type. The bytes must be one value, in either order.
+/// strict weak order of all values of a type, in either order of bytes. What is no value is of some
+/// kind, too.
 inline int KindOf(Type type, BytesView value) noexcept
 {
     constexpr int kString = 11, kCaseIString = 21; // numbers of types never change
     constexpr unsigned kNullLanguage = 254, kAccents = 0x20;
-    const auto at = [&](std::size_t i) { return std::to_integer<unsigned>(value[i]); };
+    const auto at = [&](std::size_t i) {
+        return i < value.size() ? std::to_integer<unsigned>(value[i]) : 0U;
+    };
     if (type.Number() == kString) { // a record: length, code set, language, text, 00 FF
         const bool isOlderLayout = at(value.size() - 1) == 0;
         return isOlderLayout || (at(2) == 0 && at(3) != kNullLanguage) ? 1 : 0;
