@@ -26,8 +26,14 @@ bool Show(const char* typeName, const char* text, const char* format)
     const auto value = ko::Value::Parse(*type, text, format);
     if (!value) {
         std::cerr << "No " << type->Name() << ": " << text << ": " << value.error() << '\n';
-        if (format == nullptr)
-            std::cerr << "It is read in the format " << type->TextFormat() << '\n';
+        for (const char* sample :
+             {"12.5", "12", "00FF", "x", "TRUE", "2024-02-29", "23:59:58", "2024-02-29T23:59:58",
+              "1.02:03:04", "(1-2#3)", "(1v2)", "(1:2-3#4,5v6)", "#1", "0123456789AB"}) {
+            if (const auto read = ko::Value::Parse(*type, sample)) {
+                std::cerr << "It should look like " << read->Text(format).value_or(sample) << '\n';
+                break;
+            }
+        }
         return false;
     }
     const ko::BytesView stored = value->Stored(); // the same on every machine
@@ -46,14 +52,12 @@ bool Show(const char* typeName, const char* text, const char* format)
 
 int main(int count, char** words)
 {
-    if (count == 1) {
-        const bool isShown =
-            Show("KoDate", "2024-02-29", nullptr) && Show("KoString", "caf\xC3\xA9", nullptr);
-        return isShown ? 0 : 1;
-    }
-    if (count < 3 || count > 4) {
+    if (count == 2 || count > 4) {
         std::cerr << "usage: hello [TYPE TEXT [FORMAT]]\n";
         return 2;
     }
-    return Show(words[1], words[2], count == 4 ? words[3] : nullptr) ? 0 : 1;
+    const bool isShown = count > 2 ? Show(words[1], words[2], count == 4 ? words[3] : nullptr)
+                                   : Show("KoDate", "2024-02-29", nullptr) &&
+                                         Show("KoString", "caf\xC3\xA9", nullptr);
+    return isShown ? 0 : 1;
 }

@@ -127,7 +127,9 @@ KO_API int ko_has_null(int type);
  * most 255 bytes; null: ko_text_format). The text of null is null where the type has it. Writes the
  * stored bytes. KO_NOT_UTF8, KO_UNREADABLE, KO_OUT_OF_RANGE, KO_TRAILING, KO_NO_CHARACTER and
  * KO_TOO_LONG leave in `*error_at`, unless `error_at` is null, the offset in bytes of the first
- * character that does not belong. */
+ * character that does not belong. KoIString and KoCaseIString hold characters of Windows-1252, and
+ * what is read has not the flag by which accents count: a value that has it comes back from its
+ * text without it. */
 KO_API ko_status ko_pack(int type, const char* utf8, size_t length, const char* format,
                          ko_order order, void* out, size_t* size, size_t* error_at);
 KO_API ko_status ko_pack_with(const ko_settings* settings, int type, const char* utf8,
@@ -151,23 +153,32 @@ KO_API ko_status ko_is_null(int type, const void* bytes, size_t length, ko_order
                             int* is_null);
 /* Looks whether `length` bytes begin with a value. `*at`, unless `at` is null, becomes the bytes of
  * it, of which there may be fewer than `length`; after KO_TRUNCATED the length, after KO_DAMAGED
- * the offset of the first byte that is wrong. */
+ * the offset of the first byte that is wrong. A KoString of code set 254 with a language of 128 or
+ * more is damaged to all calls: no call writes it, and it is one text when read and another when
+ * compared. Code set 254 with language 0 is null. */
 KO_API ko_status ko_validate(int type, const void* bytes, size_t length, ko_order order,
                              size_t* at);
 
 /* ---- order */
 
 /* `*result` becomes -1, 0 or 1, as the first value comes before, equals or comes after the second.
- * Where wildcards are on the second one is the pattern, and 0 means that it matches. A KoString
- * without a code set, and one of the layout that older programs wrote, is plain bytes: these have
- * an order among themselves, and none beside texts, so an index holds one kind. ko_pack makes
- * texts. */
+ * Where wildcards are on the second one is the pattern, and 0 means that it matches.
+ *
+ * Two types have values of two kinds, each with an order of its own and none beside the other: a
+ * may equal b, and b equal c, which differs from a.
+ * - A KoString without a code set (byte 2 is 0, byte 3 is not 254), or of the layout that older
+ *   programs wrote (the last byte is 0), is plain bytes; all others are texts.
+ * - A KoCaseIString with the accents flag (bit 0x20 of byte 2) makes accents count, on either side.
+ * What ko_pack makes is of one kind: texts, and no flag. An index or a set holds one kind, or one
+ * after the other, as those of ko.hpp do. A KoIString passes over the flag. */
 KO_API ko_status ko_compare(int type, const void* a, size_t a_length, const void* b,
                             size_t b_length, unsigned word, ko_order order, int* result);
 /* Writes the sort key: bytes that memcmp orders as ko_compare orders the values, a key that begins
- * another one coming first. Equal values have equal keys whatever their order of bytes. Where the
- * room is too small as much of the key as fits is written all the same: such a part decides where
- * it differs. KO_NO_ORDER where wildcards are on, which matters to texts, dates and times. */
+ * another one coming first. Equal values of one kind (ko_compare) have equal keys whatever their
+ * order of bytes. Keys of plain bytes come after those of texts, while keys of KoCaseIString with
+ * and without the flag do not tell the two apart. Where the room is too small as much of the key as
+ * fits is written all the same: such a part decides where it differs. KO_NO_ORDER where wildcards
+ * are on, which matters to texts, dates and times. */
 KO_API ko_status ko_key(int type, const void* bytes, size_t length, unsigned word, ko_order order,
                         void* out, size_t* size);
 /* Writes the stored bytes of a value that equals the one whose key this is. KO_NOT_SUPPORTED where
@@ -178,8 +189,8 @@ KO_API ko_status ko_from_key(int type, const void* key, size_t length, unsigned 
 KO_API ko_status ko_from_key_with(const ko_settings* settings, int type, const void* key,
                                   size_t length, unsigned word, ko_order order, void* out,
                                   size_t* size);
-/* A hash of 64 bits: values that are equal under the word have the same. KO_NO_ORDER as for keys.
- */
+/* A hash of 64 bits: values of one kind (ko_compare) that are equal under the word have the same,
+ * whatever the order of bytes. KO_NO_ORDER as for keys. */
 KO_API ko_status ko_hash(int type, const void* bytes, size_t length, unsigned word, ko_order order,
                          uint64_t* hash);
 /* The order of two texts in UTF-8, of any length, as of strings with these characters. */

@@ -148,6 +148,25 @@ inline Result<std::weak_ordering> Compare(Type type, BytesView a, BytesView b,
     return detail::Ordering(status, result);
 }
 
+/// Which kind of texts a value is of, 0 or 1; texts of two kinds have no common order (ko_compare).
+/// 1 is a KoString without a code set or of the older layout, and a KoCaseIString in which accents
+/// count. All other values are of kind 0. Kinds one after the other, and Compare within each, are a
+/// strict weak order of all values of a type, in either order of bytes. What is no value is of some
+/// kind, too.
+inline int KindOf(Type type, BytesView value) noexcept
+{
+    constexpr int kString = 11, kCaseIString = 21; // numbers of types never change
+    constexpr unsigned kNullLanguage = 254, kAccents = 0x20;
+    const auto at = [&](std::size_t i) {
+        return i < value.size() ? std::to_integer<unsigned>(value[i]) : 0U;
+    };
+    if (type.Number() == kString) { // a record: length, code set, language, text, 00 FF
+        const bool isOlderLayout = at(value.size() - 1) == 0;
+        return isOlderLayout || (at(2) == 0 && at(3) != kNullLanguage) ? 1 : 0;
+    }
+    return type.Number() == kCaseIString && (at(2) & kAccents) != 0 ? 1 : 0;
+}
+
 /// Bytes that memcmp orders as Compare orders the values.
 inline Result<Bytes> SortKey(Type type, BytesView bytes, Word word = Word::plain,
                              Order order = Order::big)
@@ -158,7 +177,7 @@ inline Result<Bytes> SortKey(Type type, BytesView bytes, Word word = Word::plain
     });
 }
 
-/// Values that are equal under the word have the same.
+/// Values of one kind (KindOf) that are equal under the word have the same.
 inline Result<std::uint64_t> Hash(Type type, BytesView bytes, Word word = Word::plain,
                                   Order order = Order::big)
 {
@@ -258,7 +277,8 @@ public:
         });
     }
 
-    /// Of two values of one type; Status::bad_argument for those of two.
+    /// Of two values of one type; Status::bad_argument for those of two. Unlike < it is that of
+    /// ko_compare, which is no order of texts of two kinds (KindOf).
     Result<std::weak_ordering> Compare(const Value& other, Word word = Word::plain) const
     {
         if (m_type != other.m_type)
@@ -274,13 +294,16 @@ public:
         return ko::Hash(m_type, Stored(), word);
     }
 
-    /// The order of all values, for containers: by type, then under Word::plain.
+    /// The order of all values, for containers: by type, then by kind (KindOf), then under
+    /// Word::plain. Needs no memory.
     friend std::weak_ordering operator<=>(const Value& a, const Value& b) noexcept
     {
         if (a.m_type != b.m_type)
             return a.m_type <=> b.m_type;
         const BytesView left = a.Stored();
         const BytesView right = b.Stored();
+        if (const int kinds = KindOf(a.m_type, left) - KindOf(b.m_type, right); kinds != 0)
+            return kinds <=> 0;
         int order = 0;
         ko_compare(a.m_type.Number(), left.data(), left.size(), right.data(), right.size(),
                    KO_PLAIN, KO_BIG, &order);
@@ -339,7 +362,7 @@ private:
 };
 
 /// Orders values under a word of one's own, in which wildcards are always off, for std::sort and
-/// std::map.
+/// std::map: by type, then by kind (KindOf), then under the word.
 struct ValueLess {
     Word word = Word::plain;
 
@@ -347,6 +370,9 @@ struct ValueLess {
     {
         if (a.Type() != b.Type())
             return a.Type() < b.Type();
+        const int kinds = KindOf(a.Type(), a.Stored()) - KindOf(b.Type(), b.Stored());
+        if (kinds != 0)
+            return kinds < 0;
         const auto order = a.Compare(b, word | Word::plain);
         return order && *order < 0;
     }
@@ -356,7 +382,8 @@ struct ValueLess {
 
 template <>
 struct std::hash<ko::Value> {
-    /// Equal values have the same hash. Throws std::bad_alloc where memory for it runs out.
+    /// Values that == says are equal have the same hash. Throws std::bad_alloc where memory for it
+    /// runs out.
     std::size_t operator()(const ko::Value& value) const
     {
         const auto found = value.Hash();

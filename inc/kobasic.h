@@ -36,6 +36,7 @@ enum KoReadResult : int {
     KoREAD_TRAILING = -3,     ///< the text before the position is a value, and more follows
     KoREAD_NOT_UTF8 = -4,     ///< a zero byte, or bytes that are no UTF-8 in the sense of kombs.h
     KoREAD_TOO_LONG = -5,     ///< more than a KoString holds
+    KoREAD_NO_CHARACTER = -6, ///< the code set that the type is stored in lacks a character
 };
 
 /// The comparison operator word: bits that may be joined. Types read those that mean something to

@@ -75,9 +75,9 @@ using KoDefaultValueFunc = void* (*)(unsigned count, int flag);
 /// the smallest value. Returns 0, KoRC_OVERFLOW (unchanged) or KoRC_NOT_SUPPORTED.
 using KoGetValueFunc = int (*)(void* value, unsigned length, unsigned char format,
                                unsigned char kind);
-/// Reads a whole text strictly: 0, or with the value unchanged KoREAD_NOT_A_VALUE or
-/// KoREAD_OUT_OF_RANGE with `errorAt` the position of the first character that does not belong. A
-/// null `format` is the type's own.
+/// Reads a whole text strictly: 0, or with the value unchanged KoREAD_NOT_A_VALUE,
+/// KoREAD_OUT_OF_RANGE or KoREAD_NO_CHARACTER with `errorAt` the position of the first character
+/// that does not belong. A null `format` is the type's own.
 using KoParseFunc = int (*)(void* value, const KoString& text, const char* format,
                             unsigned& errorAt);
 

@@ -8,6 +8,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <span>
 #include <string>
 
 namespace ko
@@ -40,13 +41,9 @@ class RocksDbComparator final : public ROCKSDB_NAMESPACE::Comparator
 public:
     /// Wildcards are always off: Word::plain is added to the word.
     explicit RocksDbComparator(ko::Type type, Word word = Word::plain, Order order = Order::big)
-        : m_type(type.Number()), m_word(static_cast<unsigned>(word | Word::plain)),
+        : m_type(type), m_word(static_cast<unsigned>(word | Word::plain)),
           m_order(static_cast<ko_order>(order))
     {
-        if (type.IdName() == "KoSTRING_T")
-            m_kinds = Kinds::codeSet;
-        else if (type.IdName() == "KoCASEISTRING_T")
-            m_kinds = Kinds::accents;
         char word4[8];
         std::snprintf(word4, sizeof word4, "%04x", m_word);
         m_name = "ko." + std::string(type.Name()) + ".word-" + word4 +
@@ -59,8 +56,8 @@ public:
     int Compare(const Slice& a, const Slice& b) const override
     {
         int result = 0;
-        const ko_status status =
-            ko_compare(m_type, a.data(), a.size(), b.data(), b.size(), m_word, m_order, &result);
+        const ko_status status = ko_compare(m_type.Number(), a.data(), a.size(), b.data(), b.size(),
+                                            m_word, m_order, &result);
         if (status == KO_OK) {
             const int kinds = KindOf(a) - KindOf(b);
             return kinds != 0 ? kinds : result;
@@ -78,27 +75,18 @@ public:
     void FindShortSuccessor(std::string*) const override {}
 
 private:
-    /// Which kinds of values of the type have no common order.
-    enum class Kinds { one, codeSet, accents };
-
     int IsInvalid(const Slice& key) const
     {
         std::size_t length = 0;
-        const ko_status status = ko_validate(m_type, key.data(), key.size(), m_order, &length);
+        const ko_status status =
+            ko_validate(m_type.Number(), key.data(), key.size(), m_order, &length);
         if (status == KO_NO_MEMORY)
             End(status);
         return status == KO_OK && length == key.size() ? 0 : 1;
     }
-    /// Of a value. Records of texts are described in doc/formats.md.
     int KindOf(const Slice& value) const
     {
-        constexpr unsigned char kNullMark = 254, kAccents = 0x20;
-        const auto at = [&](std::size_t i) { return static_cast<unsigned char>(value[i]); };
-        if (m_kinds == Kinds::codeSet) {
-            const bool isOldLayout = at(value.size() - 1) == 0;
-            return isOldLayout || (at(2) == 0 && at(3) != kNullMark) ? 1 : 0;
-        }
-        return m_kinds == Kinds::accents && (at(2) & kAccents) != 0 ? 1 : 0;
+        return ko::KindOf(m_type, std::as_bytes(std::span(value.data(), value.size())));
     }
     [[noreturn]] void End(ko_status status) const
     {
@@ -106,10 +94,9 @@ private:
         std::abort();
     }
 
-    int m_type;
+    ko::Type m_type;
     unsigned m_word;
     ko_order m_order;
-    Kinds m_kinds = Kinds::one;
     std::string m_name;
 };
 

@@ -67,6 +67,18 @@ struct Span {
     ko::BytesView Bytes() const { return std::as_bytes(std::span(Text())); }
 };
 
+/// Converts a word for "O&". A number beyond 32 bits becomes one that is no word, as -1 does.
+int ToWord(PyObject* number, void* word)
+{
+    int overflow = 0;
+    const long long wide = PyLong_AsLongLongAndOverflow(number, &overflow);
+    if (wide == -1 && PyErr_Occurred() != nullptr)
+        return 0;
+    const bool fits = overflow == 0 && wide >= 0 && wide <= 0xFFFFFFFF;
+    *static_cast<unsigned*>(word) = fits ? static_cast<unsigned>(wide) : 0xFFFFFFFF;
+    return 1;
+}
+
 /// Reads the arguments of a call, the first being the name of a type, and gives `work` the type.
 template <class Work, class... Arguments>
 PyObject* Call(PyObject* arguments, const char* kinds, Work work, Arguments*... into)
@@ -103,7 +115,7 @@ PyObject* Compare(PyObject*, PyObject* arguments)
     const auto work = [&](ko::Type type) {
         return ko::Compare(type, a.Bytes(), b.Bytes(), static_cast<ko::Word>(word));
     };
-    return Call(arguments, "sy#y#|I", work, &a.data, &a.size, &b.data, &b.size, &word);
+    return Call(arguments, "sy#y#|O&", work, &a.data, &a.size, &b.data, &b.size, ToWord, &word);
 }
 PyObject* Key(PyObject*, PyObject* arguments)
 {
@@ -112,7 +124,7 @@ PyObject* Key(PyObject*, PyObject* arguments)
     const auto work = [&](ko::Type type) {
         return ko::SortKey(type, value.Bytes(), static_cast<ko::Word>(word | KO_PLAIN));
     };
-    return Call(arguments, "sy#|I", work, &value.data, &value.size, &word);
+    return Call(arguments, "sy#|O&", work, &value.data, &value.size, ToWord, &word);
 }
 PyObject* Hash(PyObject*, PyObject* arguments)
 {
@@ -121,7 +133,7 @@ PyObject* Hash(PyObject*, PyObject* arguments)
     const auto work = [&](ko::Type type) {
         return ko::Hash(type, value.Bytes(), static_cast<ko::Word>(word | KO_PLAIN));
     };
-    return Call(arguments, "sy#|I", work, &value.data, &value.size, &word);
+    return Call(arguments, "sy#|O&", work, &value.data, &value.size, ToWord, &word);
 }
 
 PyMethodDef functions[] = {

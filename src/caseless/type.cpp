@@ -184,7 +184,7 @@ struct IStringOps : ElementOps<T, IStringOps<T, id>, id> {
         if (lacking == value.Len())
             return 0;
         errorAt = startsAt + lacking;
-        return -1;
+        return KoREAD_NO_CHARACTER;
     }
 };
 

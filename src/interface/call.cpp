@@ -1,10 +1,47 @@
 #include "interface/call.h"
 
+#include "string/record.h"
+
 #include <cstring>
 #include <limits>
 
 namespace ko
 {
+
+namespace
+{
+
+/// The place of the language in a stored string whose comparison reads it as another one; 0 for
+/// all other values. The older layout has no language.
+std::size_t LanguageOfNullMark(o_char id, const void* bytes, std::size_t length)
+{
+    const auto* const record = static_cast<const unsigned char*>(bytes);
+    const bool marked = id == KoSTRING_T && record[length - 1] != kOlderRecordEnd &&
+                        CarriesNullMark(record[2], record[3]);
+    return marked ? 3 : 0;
+}
+
+} // namespace
+
+ko_status CheckBegin(o_char id, const void* bytes, std::size_t length, ko_order order,
+                     std::size_t& at)
+{
+    switch (ExtensionOf(id).validate(bytes, length, static_cast<unsigned char>(order), 1, at)) {
+    case KoRC_OK:
+        break;
+    case KoRC_TRUNCATED:
+        return KO_TRUNCATED;
+    case KoRC_DAMAGED:
+        return KO_DAMAGED;
+    default:
+        return KO_NOT_SUPPORTED;
+    }
+    if (const std::size_t place = LanguageOfNullMark(id, bytes, at); place != 0) {
+        at = place;
+        return KO_DAMAGED;
+    }
+    return KO_OK;
+}
 
 ko_status CheckBytes(o_char id, const void* bytes, std::size_t length, ko_order order)
 {
@@ -13,16 +50,8 @@ ko_status CheckBytes(o_char id, const void* bytes, std::size_t length, ko_order 
     if (length > std::numeric_limits<unsigned>::max())
         return KO_TRAILING;
     std::size_t at = 0;
-    switch (ExtensionOf(id).validate(bytes, length, static_cast<unsigned char>(order), 1, at)) {
-    case KoRC_OK:
-        return at == length ? KO_OK : KO_TRAILING;
-    case KoRC_TRUNCATED:
-        return KO_TRUNCATED;
-    case KoRC_DAMAGED:
-        return KO_DAMAGED;
-    default:
-        return KO_NOT_SUPPORTED;
-    }
+    const ko_status status = CheckBegin(id, bytes, length, order, at);
+    return status == KO_OK && at != length ? KO_TRAILING : status;
 }
 
 ko_status CheckFormat(const char* format)

@@ -51,6 +51,10 @@ inline ko_status CheckArguments(int type, ko_order order, unsigned word = 0) noe
     return IsOrder(order) && IsWord(word) ? KO_OK : KO_BAD_ARGUMENT;
 }
 
+/// Looks whether the bytes begin with a value; `at` as in ko_validate.
+ko_status CheckBegin(o_char id, const void* bytes, std::size_t length, ko_order order,
+                     std::size_t& at);
+
 /// KO_OK where the bytes are one value and nothing else.
 ko_status CheckBytes(o_char id, const void* bytes, std::size_t length, ko_order order);
 

@@ -21,6 +21,8 @@ ko_status StatusOf(int result)
         return KO_OUT_OF_RANGE;
     case KoREAD_TRAILING:
         return KO_TRAILING;
+    case KoREAD_NO_CHARACTER:
+        return KO_NO_CHARACTER;
     case KoRC_NO_MEMORY:
         return KO_NO_MEMORY;
     default:
@@ -216,20 +218,8 @@ ko_status ko_validate(int type, const void* bytes, size_t length, ko_order order
         status = KO_BAD_ARGUMENT;
     if (status != KO_OK)
         return status;
-    switch (Manager().Validate(static_cast<o_char>(type), bytes, length,
-                               static_cast<unsigned char>(order), 1, place)) {
-    case KoRC_OK:
-        break;
-    case KoRC_TRUNCATED:
-        status = KO_TRUNCATED;
-        break;
-    case KoRC_DAMAGED:
-        status = KO_DAMAGED;
-        break;
-    default:
-        return KO_NOT_SUPPORTED;
-    }
-    if (at != nullptr)
+    status = CheckBegin(static_cast<o_char>(type), bytes, length, order, place);
+    if (at != nullptr && status != KO_NOT_SUPPORTED)
         *at = place;
     return status;
 }

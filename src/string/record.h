@@ -73,6 +73,14 @@ unsigned MeasureRecords(MemFile* file, unsigned char format, unsigned count, Mea
     return size;
 }
 
+/// A stored text of code set 254 with bit 7 in the language, which is compared without that bit
+/// (doc/formats.md) and so as another text than the one that it is read as.
+inline constexpr unsigned char kNullMarkBit = 0x80;
+inline bool CarriesNullMark(unsigned char codeSet, unsigned char language)
+{
+    return codeSet == KoCS_NULL && (language & kNullMarkBit) != 0;
+}
+
 /// What walking through the texts of one operand meets.
 enum class TextFound {
     kText,   ///< a whole text

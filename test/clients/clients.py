@@ -132,6 +132,8 @@ def python():
         ("compare", ("KoDate", day, day + b"x"), "more after the end", "a byte more"),
         ("key", ("KoString", b"\x00\x04\x01\x00\x00\x00"), "", "no end mark"),
         ("hash", ("KoDate", day, 0xFFFF), "", "no word"),
+        *((call, (*values, word), "an argument is none", "no 32 bits of a word") for word in (-1, 1 << 40, 1 << 70)
+          for call, values in (("key", ("KoDate", day)), ("compare", ("KoDate", day, day)))),
     ]:
         try:
             expect((function, arguments), getattr(ko, function)(*arguments), "a ValueError", reason)

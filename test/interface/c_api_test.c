@@ -43,6 +43,8 @@ static const struct {
     {"o_4b", "1", "%2147483648d", KO_OK, 0, "a width beyond all texts"},
     {"o_4b", "1", "%d%n%s%*x", KO_OK, 0, "conversions that nobody has: the format of the type"},
     {"o_4b", "1", "\xC3\xA9%d", KO_BAD_FORMAT, 0, "no ASCII"},
+    {"KoIString", "ab\xD0\x96", NULL, KO_NO_CHARACTER, 2, "a character beyond Windows-1252"},
+    {"KoCaseIString", "<\xD0\x96>", "<%s>", KO_NO_CHARACTER, 1, "the same within a format"},
     {"KoNull_int", "{NULL}", NULL, KO_OK, 0, "null"},
 };
 
@@ -55,7 +57,7 @@ static void TestTexts(void)
         const ko_status status =
             ko_pack(ko_type(kTexts[i].type), kTexts[i].text, strlen(kTexts[i].text),
                     kTexts[i].format, KO_BIG, bytes, &size, &at);
-        const int hasPlace = status == KO_UNREADABLE || status == KO_NOT_UTF8;
+        const int hasPlace = status != KO_OK && status != KO_BAD_FORMAT;
         if (status != kTexts[i].status || (hasPlace && at != kTexts[i].at) ||
             (size == 0) != (status != KO_OK)) {
             fprintf(stderr, "%s \"%s\" (%s): status %d at %u\n", kTexts[i].type, kTexts[i].text,
@@ -90,7 +92,7 @@ static void TestRoom(void)
 
 static void TestRefusals(void)
 {
-    const int date = ko_type("KoDate");
+    const int date = ko_type("KoDate"), text = ko_type("KoString");
     unsigned char bytes[8] = {0};
     size_t size = sizeof bytes, at = 0;
     uint64_t hash = 0;
@@ -118,6 +120,11 @@ static void TestRefusals(void)
     size = 3;
     EXPECT(ko_pack(date, "x", 1, NULL, KO_BIG, NULL, &size, NULL) == KO_BAD_ARGUMENT && size == 0);
     EXPECT(ko_pack_null(ko_type("o_4b"), KO_BIG, bytes, &size) == KO_NOT_SUPPORTED);
+    /* Code set 254, or the text is in the older layout, with a language of 128 or more. */
+    EXPECT(ko_validate(text, "\0\4\376\200\0\377", 6, KO_BIG, &at) == KO_DAMAGED && at == 3);
+    EXPECT(ko_is_null(text, "\0\4\376\376\0\377", 6, KO_BIG, &result) == KO_DAMAGED);
+    EXPECT(ko_validate(text, "\0\4\376\177\0\377", 6, KO_BIG, &at) == KO_OK && at == 6);
+    EXPECT(ko_validate(text, "\0\3\376\200\0", 5, KO_BIG, &at) == KO_OK && at == 5);
     EXPECT(ko_collate("a\0b", 3, "a", 1, KO_PLAIN, &result) == KO_NOT_UTF8);
 }
 

@@ -163,8 +163,9 @@ TEST(TextLaws, WhatIsWrongHasACode)
         {KoSTRING_T, "gr\xC3\xBC\xC3", KoREAD_NOT_UTF8, 4, "half a character"},
         {KoSTRING_T, std::string("a\0b", 3), KoREAD_NOT_UTF8, 1, "a zero byte"},
         {KoSTRING_T, std::string(65'532, 'a'), KoREAD_TOO_LONG, 0, "longer than strings are"},
-        {KoISTRING_T, "\xE4\xB8\xAD", KoREAD_NOT_A_VALUE, 0, "a character it lacks"},
-        {KoCASEISTRING_T, "\xC3\xBC\xC3\xBC\xE4\xB8\xAD", KoREAD_TRAILING, 4, "bytes are counted"},
+        {KoISTRING_T, "\xE4\xB8\xAD", KoREAD_NO_CHARACTER, 0, "a character it lacks"},
+        {KoCASEISTRING_T, "\xC3\xBC\xC3\xBC\xF0\x9F\x98\x80", KoREAD_NO_CHARACTER, 4,
+         "bytes are counted, and what stands before is no value of its own"},
         {KoRES_T, "1", KoRC_NOT_SUPPORTED, 0, "no type"},
     };
     const KoTypeMgr manager;
