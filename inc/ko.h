@@ -46,19 +46,19 @@ extern "C" {
 typedef int ko_status;
 enum {
     KO_OK = 0,
-    KO_NO_TYPE = 1,       /* no type has this number */
-    KO_NO_ROOM = 2,       /* the result takes more room; `*size` tells how much */
-    KO_NO_MEMORY = 3,     /* memory ran out */
-    KO_BAD_ARGUMENT = 4,  /* an order, word, setting or null pointer that the call does not take */
-    KO_NOT_UTF8 = 5,      /* the text is no UTF-8, or has a zero character */
-    KO_UNREADABLE = 6,    /* the text is no value of the type under the format */
-    KO_NO_CHARACTER = 7,  /* the code set lacks a character of the text */
-    KO_TOO_LONG = 8,      /* a text of more than 65,531 characters (32,765 beyond Latin-1) */
-    KO_BAD_FORMAT = 9,    /* the format is longer than 255 bytes or no plain ASCII */
-    KO_TRUNCATED = 10,    /* the bytes end before the value does */
-    KO_DAMAGED = 11,      /* bytes that the type does not write */
-    KO_TRAILING = 12,     /* bytes, or a text, that go on after the end of the value */
-    KO_NO_ORDER = 13,     /* wildcards are on under the word: pass KO_PLAIN or KO_NO_WILDCARDS */
+    KO_NO_TYPE = 1,        /* no type has this number */
+    KO_NO_ROOM = 2,        /* the result takes more room; `*size` tells how much */
+    KO_NO_MEMORY = 3,      /* memory ran out */
+    KO_BAD_ARGUMENT = 4,   /* an order, word, setting or null pointer that the call does not take */
+    KO_NOT_UTF8 = 5,       /* the text is no UTF-8, or has a zero character */
+    KO_UNREADABLE = 6,     /* the text is no value of the type under the format */
+    KO_NO_CHARACTER = 7,   /* the code set lacks a character of the text */
+    KO_TOO_LONG = 8,       /* a text of more than 65,531 characters (32,765 beyond Latin-1) */
+    KO_BAD_FORMAT = 9,     /* the format is longer than 255 bytes or no plain ASCII */
+    KO_TRUNCATED = 10,     /* the bytes end before the value does */
+    KO_DAMAGED = 11,       /* bytes that the type does not write */
+    KO_TRAILING = 12,      /* bytes, or a text, that go on after the end of the value */
+    KO_NO_ORDER = 13,      /* wildcards are on under the word: pass KO_PLAIN or KO_NO_WILDCARDS */
     KO_NOT_SUPPORTED = 14, /* values of the type have no such operation */
     KO_OUT_OF_RANGE = 15   /* the text is a number, or a date of numbers, that the type lacks */
 };
