@@ -12,7 +12,6 @@
 #include <cstddef>
 #include <cstdlib>
 #include <functional>
-#include <optional>
 #include <ostream>
 #include <stdexcept>
 #include <string>
@@ -212,6 +211,7 @@ public:
     Settings& NullText(std::string utf8)
     {
         m_nullText = std::move(utf8);
+        m_hasNullText = true;
         return *this;
     }
     /// KoLanguageId, of texts that are made and collated.
@@ -237,13 +237,14 @@ public:
     /// As ko.h takes them; valid while this object stays as it is.
     ko_settings Get() const noexcept
     {
-        return {sizeof(ko_settings), m_nullText ? m_nullText->c_str() : nullptr,
+        return {sizeof(ko_settings), m_hasNullText ? m_nullText.c_str() : nullptr,
                 m_language,          m_codeSet,
                 m_handler,           m_context};
     }
 
 private:
-    std::optional<std::string> m_nullText;
+    bool m_hasNullText = false; // not an optional text: compilers warn of that where it is inlined
+    std::string m_nullText;
     int m_language = -1;
     int m_codeSet = -1;
     MemoryHandler m_handler = nullptr;

@@ -20,7 +20,8 @@ bool newFailed = false;
 
 } // namespace
 
-void* operator new(std::size_t size)
+// Not inline: GCC takes a pair for mismatched of which it sees only one side.
+[[gnu::noinline]] void* operator new(std::size_t size)
 {
     if (newLeft == 0)
         newFailed = true;
@@ -29,11 +30,11 @@ void* operator new(std::size_t size)
         throw std::bad_alloc();
     return memory;
 }
-void operator delete(void* memory) noexcept
+[[gnu::noinline]] void operator delete(void* memory) noexcept
 {
     std::free(memory);
 }
-void operator delete(void* memory, std::size_t) noexcept
+[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept
 {
     std::free(memory);
 }
