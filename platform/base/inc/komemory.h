@@ -45,7 +45,7 @@ public:
     bool HasRunOut() const noexcept { return m_hasRunOut; }
 
 private:
-    friend KOBASE_API void KoCallMemoryHandler(std::size_t size);
+    friend struct KoMemoryScopes;
 
     KoMemoryScope* m_outer;
     Handler m_handler;

@@ -41,17 +41,23 @@ void KoFree(void* memory)
         g_heap.release(memory);
 }
 
+/// What scopes let the handler see. A friend function would be one that is not imported.
+struct KoMemoryScopes {
+    static void Tell(KoMemoryScope& scope, std::size_t size)
+    {
+        scope.m_hasRunOut = true;
+        if (scope.m_handler != nullptr)
+            scope.m_handler(scope.m_context, size);
+        else if (g_handler != ReportAndAbort)
+            g_handler(size);
+    }
+};
+
 void KoCallMemoryHandler(std::size_t size)
 {
-    KoMemoryScope* const scope = t_scope;
-    if (scope == nullptr) {
-        g_handler(size);
-        return;
-    }
-    scope->m_hasRunOut = true;
-    if (scope->m_handler != nullptr)
-        scope->m_handler(scope->m_context, size);
-    else if (g_handler != ReportAndAbort)
+    if (t_scope != nullptr)
+        KoMemoryScopes::Tell(*t_scope, size);
+    else
         g_handler(size);
 }
 
