@@ -44,9 +44,9 @@ public:
         : m_type(type), m_word(static_cast<unsigned>(word | Word::plain)),
           m_order(static_cast<ko_order>(order))
     {
-        char word4[8];
-        std::snprintf(word4, sizeof word4, "%04x", m_word);
-        m_name = "ko." + std::string(type.Name()) + ".word-" + word4 +
+        char digits[9];
+        std::snprintf(digits, sizeof digits, "%04x", m_word);
+        m_name = "ko." + std::string(type.Name()) + ".word-" + digits +
                  (order == Order::big ? ".big" : ".little") + ".order-" +
                  std::to_string(ko_order_version());
     }
