@@ -58,6 +58,14 @@ ko_status CheckBegin(o_char id, const void* bytes, std::size_t length, ko_order 
 /// KO_OK where the bytes are one value and nothing else.
 ko_status CheckBytes(o_char id, const void* bytes, std::size_t length, ko_order order);
 
+/// The first thing wrong with the arguments, then with the bytes of a value.
+inline ko_status CheckValue(int type, const void* bytes, std::size_t length, ko_order order,
+                            unsigned word = 0)
+{
+    const ko_status status = CheckArguments(type, order, word);
+    return status == KO_OK ? CheckBytes(static_cast<o_char>(type), bytes, length, order) : status;
+}
+
 /// KO_OK for no format, and for one that no reader or printer chokes on.
 ko_status CheckFormat(const char* format);
 

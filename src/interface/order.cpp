@@ -93,10 +93,8 @@ ko_status ko_compare(int type, const void* a, size_t a_length, const void* b, si
 {
     if (result == nullptr)
         return KO_BAD_ARGUMENT;
-    ko_status status = CheckArguments(type, order, word);
     const auto id = static_cast<o_char>(type);
-    if (status == KO_OK)
-        status = CheckBytes(id, a, a_length, order);
+    ko_status status = CheckValue(type, a, a_length, order, word);
     if (status == KO_OK)
         status = CheckBytes(id, b, b_length, order);
     if (status != KO_OK)
@@ -125,10 +123,8 @@ ko_status ko_key(int type, const void* bytes, size_t length, unsigned word, ko_o
     const Room room(out, size);
     if (!room.IsUsable())
         return room.Fail(KO_BAD_ARGUMENT);
-    ko_status status = CheckArguments(type, order, word);
     const auto id = static_cast<o_char>(type);
-    if (status == KO_OK)
-        status = CheckBytes(id, bytes, length, order);
+    ko_status status = CheckValue(type, bytes, length, order, word);
     if (status != KO_OK)
         return room.Fail(status);
     // Keys are made without memory.
@@ -176,10 +172,8 @@ ko_status ko_hash(int type, const void* bytes, size_t length, unsigned word, ko_
 {
     if (hash == nullptr)
         return KO_BAD_ARGUMENT;
-    ko_status status = CheckArguments(type, order, word);
     const auto id = static_cast<o_char>(type);
-    if (status == KO_OK)
-        status = CheckBytes(id, bytes, length, order);
+    ko_status status = CheckValue(type, bytes, length, order, word);
     if (status != KO_OK)
         return status;
     const CallScope scope;

@@ -180,10 +180,8 @@ ko_status ko_convert(int type, const void* bytes, size_t length, ko_order from, 
     const Room room(out, size);
     if (!room.IsUsable() || !IsOrder(to))
         return room.Fail(KO_BAD_ARGUMENT);
-    ko_status status = CheckArguments(type, from);
     const auto id = static_cast<o_char>(type);
-    if (status == KO_OK)
-        status = CheckBytes(id, bytes, length, from);
+    ko_status status = CheckValue(type, bytes, length, from);
     if (status != KO_OK)
         return room.Fail(status);
     const CallScope scope;
@@ -196,10 +194,8 @@ ko_status ko_is_null(int type, const void* bytes, size_t length, ko_order order,
 {
     if (is_null == nullptr)
         return KO_BAD_ARGUMENT;
-    ko_status status = CheckArguments(type, order);
     const auto id = static_cast<o_char>(type);
-    if (status == KO_OK)
-        status = CheckBytes(id, bytes, length, order);
+    ko_status status = CheckValue(type, bytes, length, order);
     if (status != KO_OK)
         return status;
     const CallScope scope;
