@@ -59,7 +59,7 @@ function(ko_library target)
 
   install(TARGETS ${target} EXPORT kotmsTargets)
   install(DIRECTORY ${arg_INC}/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kotms
-          FILES_MATCHING PATTERN "*.h")
+          FILES_MATCHING PATTERN "*.h" PATTERN "*.hpp")
 endfunction()
 
 # What makes the installed libraries a package: for CMake's find_package, and for pkg-config.

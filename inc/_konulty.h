@@ -6,16 +6,63 @@
 
 #include <koservices.h>
 
+#include <compare>
+#include <concepts>
 #include <cstddef>
+#include <optional>
+#include <type_traits>
+
+/// What may be assigned to an element whose value is of a class.
+template <class U, class T>
+concept KoNumberOf = std::is_class_v<T> &&(std::same_as<U, T> || std::integral<U>);
 
 /// A scalar that can be null: the memory form of the types KoNULL_1B_T to KoNULL_KOINT64_T,
 /// KoNULL_8B_T and KoNULL_U8B_T.
 ///
 /// A default-initialised element is not set up; `KoNull_int n{}` is 0 and not null.
+///
+///     KoNull_int n{5, 0};
+///     n = 7;                        // not null any more, if it was
+///     n = std::nullopt;             // null
+///     std::optional<int> number = n; // empty
+///     n = number;
+///
+/// Comparisons order as the type manager does: null before all values, two nulls equal, numbers by
+/// value, and of floating ones a NaN below minus infinity and equal to another NaN, -0 equal to 0.
+/// A value, an optional one or std::nullopt may stand on either side. The order is a strict weak
+/// one, so that std::sort and std::map may use it; std::hash (kostd.h) agrees with it.
 template <class T>
 struct KoNull {
     T value;
     signed char null; ///< not 0: null
+
+    static constexpr KoNull Of(const T& number) { return {number, 0}; }
+    static constexpr KoNull Null() { return {T(0), 1}; }
+
+    /// The value, not null.
+    constexpr KoNull& operator=(T number) requires std::is_arithmetic_v<T>
+    {
+        return *this = Of(number);
+    }
+    /// The same of a class. It deduces its operand, so that `n = {}` still means an element.
+    template <KoNumberOf<T> U>
+    constexpr KoNull& operator=(const U& number)
+    {
+        return *this = Of(T(number));
+    }
+    /// Null, with a zero value.
+    constexpr KoNull& operator=(std::nullopt_t) { return *this = Null(); }
+    /// The value, or null for an empty one.
+    template <std::same_as<T> U>
+    constexpr KoNull& operator=(const std::optional<U>& number)
+    {
+        return *this = number ? Of(*number) : Null();
+    }
+    /// Empty for null.
+    constexpr operator std::optional<T>() const
+    {
+        return null != 0 ? std::nullopt : std::optional<T>(value);
+    }
 
     /// The indicator: not 0 when null.
     int IsNullValue() const { return null; }
@@ -26,6 +73,43 @@ struct KoNull {
         null = 1;
         return KoRC_OK;
     }
+
+    friend constexpr std::weak_ordering operator<=>(const KoNull& a, const KoNull& b)
+    {
+        if (a.null != 0 || b.null != 0)
+            return (b.null != 0) <=> (a.null != 0);
+        if (a.value == b.value)
+            return std::weak_ordering::equivalent;
+        if constexpr (std::floating_point<T>) // of a NaN alone no order holds
+            if (const bool nan = a.value != a.value; nan || b.value != b.value)
+                return (b.value != b.value) <=> nan;
+        return a.value < b.value ? std::weak_ordering::less : std::weak_ordering::greater;
+    }
+    friend constexpr std::weak_ordering operator<=>(const KoNull& a, const T& b)
+    {
+        return a <=> Of(b);
+    }
+    friend constexpr std::weak_ordering operator<=>(const KoNull& a, std::nullopt_t)
+    {
+        return a <=> Null();
+    }
+    /// Without these the standard's own would ask whether an optional number equals null.
+    template <std::same_as<T> U>
+    friend constexpr std::weak_ordering operator<=>(const KoNull& a, const std::optional<U>& b)
+    {
+        return a <=> (b ? Of(*b) : Null());
+    }
+    template <std::same_as<T> U>
+    friend constexpr bool operator==(const KoNull& a, const std::optional<U>& b)
+    {
+        return std::is_eq(a <=> b);
+    }
+    friend constexpr bool operator==(const KoNull& a, const KoNull& b)
+    {
+        return std::is_eq(a <=> b);
+    }
+    friend constexpr bool operator==(const KoNull& a, const T& b) { return std::is_eq(a <=> b); }
+    friend constexpr bool operator==(const KoNull& a, std::nullopt_t) { return a.null != 0; }
 };
 
 using KoNull_char = KoNull<o_char>;

@@ -29,6 +29,16 @@ enum KoResult : int {
     KoRC_NULL_MARK_RIGHT = 2115, ///< compare: the right stored string alone does
 };
 
+/// What strict reading may give besides 0, KoRC_NOT_SUPPORTED and KoRC_NO_MEMORY.
+enum KoReadResult : int {
+    KoREAD_NOT_A_VALUE = -1,  ///< a character does not belong, or the text ends too early
+    KoREAD_OUT_OF_RANGE = -2, ///< a number, or the date that it completes, is none of the type
+    KoREAD_TRAILING = -3,     ///< the text before the position is a value, and more follows
+    KoREAD_NOT_UTF8 = -4,     ///< a zero byte, or bytes that are no UTF-8 in the sense of kombs.h
+    KoREAD_TOO_LONG = -5,     ///< more than a KoString holds
+    KoREAD_NO_CHARACTER = -6, ///< the code set that the type is stored in lacks a character
+};
+
 /// The comparison operator word: bits that may be joined. Types read those that mean something to
 /// them; 0 matches wildcards and makes all distinctions.
 enum KoCmpOp : o_u2b {
@@ -40,6 +50,8 @@ enum KoCmpOp : o_u2b {
     KoCMP_SKIP_SYMBOLS = 0x0200,   ///< texts: as if symbols were not there
     KoCMP_DEFAULT = 0xFFFF,        ///< stands for KoLanguageContext::GetDefaultCmpOp()
 };
+template <>
+inline constexpr bool koIsBits<KoCmpOp> = true;
 
 /// The capabilities that KoTypeMgr::SupportsCapability answers.
 enum KoCapability : o_u2b {

@@ -1,6 +1,8 @@
 #ifndef KOBESIDE_H
 #define KOBESIDE_H
 
+#include <koscalar.h>
+
 #include <concepts>
 #include <type_traits>
 #include <utility>

@@ -125,15 +125,18 @@ private:
 
 static_assert(sizeof(KoBlob) == 8);
 
+#if !defined(KO_NO_GLOBAL_NAMES)
 /// Compares stored or in-memory blobs (see KoTypeCmpFunc): null first, with -2 or 2, then by bytes,
 /// a shorter blob before one that goes on. No option of `cmpOp` changes it.
 ///
-/// A length bounds the bytes of a stored operand, its total included. Bytes that both sides hold,
+/// A length bounds the bytes of a stored operand, its total included; in memory it bounds the
+/// objects, of which those that are wholly inside are looked at. Bytes that both sides hold,
 /// and lengths that are known, decide; where a side was cut before that, the result is 0 and
 /// `status` KoRC_TRUNCATED. As for every type the step to the next element is tried after the one
 /// that decides, too: with a bound that ends there `status` is KoRC_TRUNCATED, and the result
 /// holds. A stored length that is negative or goes beyond the total gives -1 and
 /// KoRC_NOT_SUPPORTED.
 KOTMS_API KoTypeCmp BlobCompare;
+#endif
 
 #endif

@@ -67,7 +67,9 @@ private:
 
 static_assert(sizeof(KoBoolean) == 1);
 
+#if !defined(KO_NO_GLOBAL_NAMES)
 /// Compares elements as the functions of kotypcmp.h do: -1, 0 or 1. All forms are the same byte.
 KOTMS_API KoTypeCmp BooleanCompare;
+#endif
 
 #endif

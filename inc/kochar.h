@@ -97,7 +97,9 @@ public:
 
     /// Negative, 0 or positive: KoStrCmp over one character of each, `other` being the pattern
     /// where the operator has wildcards. 0xFFFF is the default operator, and the operators use it.
-    /// A char or unsigned short is a character of the default code set of its width.
+    /// A char or unsigned short is a character of the default code set of its width. So `c == '*'`
+    /// is true for every character, unless the default word switches wildcards off; ask
+    /// c.Compare('*', KoCMP_PLAIN) for the character itself.
     int Compare(const KoChar& other, unsigned short cmpOp = 0xFFFF) const;
     bool operator==(const KoChar& other) const { return Compare(other) == 0; }
     int operator!=(const KoChar& other) const { return Compare(other); }

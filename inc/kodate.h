@@ -9,7 +9,14 @@
 #include <array>
 #include <utility>
 
+namespace ko
+{
 enum KoDaysOfTheWeek { Monday, Tuesday, Wednesday, Thursday, Friday, Saturday, Sunday };
+}
+using ko::KoDaysOfTheWeek;
+#if !defined(KO_NO_GLOBAL_NAMES)
+using enum ko::KoDaysOfTheWeek;
+#endif
 
 /// A calendar date: year, month and day, of the persistent type KoDATE_T.
 ///
@@ -86,6 +93,35 @@ public:
     /// The English name of GetDayOfTheDate for a const date, its number for another.
     KOTMS_API KoString PrintDayOfTheDate() const;
     KOTMS_API KoString PrintDayOfTheDate();
+
+    // ---- the calendar: the Gregorian one, in every year that a date can hold. -1 is a year like
+    // any other here; a month or day of -1 makes a date that does not exist, as null is one. So is
+    // 29 February -4900, which IsDate takes for one.
+
+    /// Move by calendar months and years. The day stays, or becomes the last one of a month that is
+    /// shorter: a month after 31 January is 28 or 29 February, and a month before 31 March as well.
+    /// So a month on and a month back need not meet. Return 0; KoRC_REFUSED for a date that does
+    /// not exist; or KoRC_OVERFLOW beyond the years -32768 to 32767. The date is then as it was.
+    KOTMS_API int AddMonths(int n);
+    KOTMS_API int AddYears(int n);
+    /// 1 to 366; 0 for a date that does not exist.
+    KOTMS_API int DayOfTheYear() const;
+    /// 28 to 31 by year and month alone; 0 for a month that does not exist.
+    KOTMS_API int DaysInTheMonth() const;
+    KOTMS_API int IsLeapYear() const; ///< 1 or 0, by the year alone
+    /// 1 to 4, by the month alone; 0 for a month that does not exist.
+    int Quarter() const { return m_month >= 1 && m_month <= 12 ? (m_month + 2) / 3 : 0; }
+    /// The weekday of ISO 8601, 1 for Monday to 7 for Sunday, in February and in all years; 0 for a
+    /// date that does not exist.
+    KOTMS_API int IsoDayOfTheWeek() const;
+    /// The week of ISO 8601, 1 to 53, and the year that it belongs to. Weeks begin on Monday, and
+    /// week 1 has the first Thursday of the year: the first days of January can belong to the year
+    /// before, the last ones of December to the next. Both are 0 for a date that does not exist; 0
+    /// is a year, too.
+    KOTMS_API int IsoWeek() const;
+    KOTMS_API int IsoWeekYear() const;
+    /// The date of a weekday, 1 to 7, in a week of ISO 8601; null where there is none.
+    KOTMS_API static KoDate OfIsoWeek(int weekYear, int week, int weekday);
 
     KOTMS_API static const KoDate& ClearValue();   ///< 0000-00-00
     KOTMS_API static const KoDate& NullValue();    ///< the smallest fields

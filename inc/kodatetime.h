@@ -58,6 +58,8 @@ public:
 
     /// Moves by so many seconds, the date with the time.
     KOTMS_API void AddSeconds(int n);
+    int AddMonths(int n) { return m_date.AddMonths(n); } ///< as KoDate
+    int AddYears(int n) { return m_date.AddYears(n); }
     /// Adds the zone's offset, or takes it off; the date moves by one day at the most, and an
     /// offset beyond that leaves an hour out of range. Returns 0, or KoRC_NO_TIMEZONE (unchanged).
     KOTMS_API int ToLocalTime();
@@ -135,6 +137,8 @@ public:
     /// beyond 64 bits stop at the limit. A NaN adds nothing.
     KOTMS_API void AddSeconds(double n);
     KOTMS_API void AddNanoSeconds(o_8b n);
+    int AddMonths(int n) { return m_dateTime.AddMonths(n); } ///< as KoDate
+    int AddYears(int n) { return m_dateTime.AddYears(n); }
 
     /// Becomes the current time, local or in UTC; unchanged when the clock has none.
     KOTMS_API KoDateTimeN& Now();

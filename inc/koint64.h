@@ -127,9 +127,11 @@ private:
 
 static_assert(sizeof(KoInt64) == 8 && alignof(KoInt64) == 4);
 
+#if !defined(KO_NO_GLOBAL_NAMES)
 /// Compares elements as the functions of kotypcmp.h do. The persistent form of an element is its
 /// low half and then its high half, each 4 bytes in the byte order of the format.
 KOTMS_API int Int64Compare(unsigned char format, unsigned length1, void* value1, unsigned length2,
                            void* value2, unsigned short cmpOp, unsigned count, int& status);
+#endif
 
 #endif

@@ -3,6 +3,8 @@
 
 #include "kobasic.h"
 
+#include <cstddef>
+
 class KoString;
 
 // Text in UTF-8: single characters, runs of 16-bit units, and strings.
@@ -59,6 +61,14 @@ KOTMS_API int KoMultiByteString2KoString(const char* mbs, KoString& text, int n)
 /// The same for UTF-8 that stands in a string, as 8-bit text of any code set: its bytes count as
 /// they are. 16-bit text is refused with KoMBS_MALFORMED. The two may be the same string.
 KOTMS_API int KoMultiByteString2KoString(const KoString& mbs, KoString& text);
+
+/// `text` becomes the `length` bytes of `utf8` in the code set, strictly, and of the default
+/// language; for 0 in the default code set, or, where that lacks a character, in the default one of
+/// 16 bits. Nothing is replaced, and half a pair is malformed, as is a zero byte. Returns 0 or a
+/// KoMbsResult, with `text` as it was and `errorAt` the offset of the first byte that does not
+/// belong: KoMBS_REPLACED where the code set lacks the character that begins there.
+KOTMS_API int KoReadMBS(const char* utf8, std::size_t length, unsigned char codeSet, KoString& text,
+                        std::size_t& errorAt);
 
 /// Writes `text` with a terminator into a buffer of `size` bytes. Returns the number of bytes
 /// written, terminator included, or -1 with the buffer unchanged where it is too small. With a null

@@ -52,6 +52,11 @@
 /// - `EvalAndBound` is told in kotypevl.h.
 /// - `Hash` takes elements of the same forms.
 /// - `PrintToString` and `ScanFromString` take a null format for the one named at the class.
+#if defined(KO_NO_GLOBAL_NAMES)
+#define KO_IDENTITY_MEM_FILE_FUNCTION(X)
+#else
+#define KO_IDENTITY_MEM_FILE_FUNCTION(X) X(KoMemFileSizeFunc, SizeGetFromMemFile)
+#endif
 #define KO_IDENTITY_FUNCTION_LIST(X)                                                               \
     X(KoCreateFunc, Create)                                                                        \
     X(KoDestroyFunc, Delete)                                                                       \
@@ -59,7 +64,7 @@
     X(KoStoreFunc, Load)                                                                           \
     X(KoNullSizeFunc, NullSizeGet)                                                                 \
     X(KoSizeFunc, SizeGet)                                                                         \
-    X(KoMemFileSizeFunc, SizeGetFromMemFile)                                                       \
+    KO_IDENTITY_MEM_FILE_FUNCTION(X)                                                               \
     X(KoTypeCmpFunc, Compare)                                                                      \
     X(KoEvalFunc, EvalAndBound)                                                                    \
     X(KoHashFunc, Hash)                                                                            \

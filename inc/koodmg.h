@@ -144,6 +144,12 @@ public:
     }
     KOTMS_API static int days_in_month(o_2b year, o_u2b month);
     KOTMS_API int day_of_year() const; ///< 1 for 1 January
+    /// Move by calendar months and years. The day stays, or becomes the last one before it that the
+    /// month has: 29 February becomes the 28th, and 10 October 1582 the 4th. Return 0; KoRC_REFUSED
+    /// for a date that does not exist; or KoRC_OVERFLOW beyond 16 bits of years. The date is then
+    /// as it was.
+    KOTMS_API int add_months(int n);
+    KOTMS_API int add_years(int n);
     KOTMS_API Weekday day_of_week() const;
 
     /// Become the nearest later or earlier date on a weekday, 1 to 7 days away.
@@ -217,8 +223,8 @@ private:
 /// hour and minute are held with the zone's added, and accessors take it off again.
 ///
 /// Texts of conversion carry the zone as ISO 8601 writes it, "10:00:05.250-05:30", and none where
-/// it is 0; one without a zone is read with the zone 0, whatever the default is. Print formats know
-/// no zone: scanning with one gives the default.
+/// it is 0; one without a zone is read with the zone 0, whatever the default is. Under a format
+/// "%z" prints and reads the zone; scanning without it gives the default.
 ///
 /// Elements are compared by d_TimeCompare; their persistent form is six bytes: zone hour and
 /// minute, hour and minute as they are held, second, hundredths.
@@ -424,16 +430,22 @@ inline d_Time::d_Time(const d_Timestamp& stamp) : d_Time(stamp.time())
 {
 }
 
+KO_GLOBAL_NAMES_BEGIN
 /// True when two closed periods, each with its ends in either order, share a moment. A date covers
 /// its whole day; a period of times applies to each day, and does not pass midnight.
-KOTMS_API bool overlaps(const d_Date& a1, const d_Date& a2, const d_Date& b1, const d_Date& b2);
-KOTMS_API bool overlaps(const d_Time& a1, const d_Time& a2, const d_Time& b1, const d_Time& b2);
+KOTMS_API bool overlaps(const d_Date& a1, const d_Date& a2, const d_Date& b1, const d_Date& b2)
+    KO_GLOBAL_SYMBOL("_Z8overlapsRK6d_DateS1_S1_S1_");
+KOTMS_API bool overlaps(const d_Time& a1, const d_Time& a2, const d_Time& b1, const d_Time& b2)
+    KO_GLOBAL_SYMBOL("_Z8overlapsRK6d_TimeS1_S1_S1_");
 KOTMS_API bool overlaps(const d_Timestamp& a1, const d_Timestamp& a2, const d_Timestamp& b1,
-                        const d_Timestamp& b2);
+                        const d_Timestamp& b2)
+    KO_GLOBAL_SYMBOL("_Z8overlapsRK11d_TimestampS1_S1_S1_");
 KOTMS_API bool overlaps(const d_Timestamp& a1, const d_Timestamp& a2, const d_Date& b1,
-                        const d_Date& b2);
+                        const d_Date& b2)
+    KO_GLOBAL_SYMBOL("_Z8overlapsRK11d_TimestampS1_RK6d_DateS4_");
 KOTMS_API bool overlaps(const d_Timestamp& a1, const d_Timestamp& a2, const d_Time& b1,
-                        const d_Time& b2);
+                        const d_Time& b2)
+    KO_GLOBAL_SYMBOL("_Z8overlapsRK11d_TimestampS1_RK6d_TimeS4_");
 inline bool overlaps(const d_Date& a1, const d_Date& a2, const d_Timestamp& b1,
                      const d_Timestamp& b2)
 {
@@ -444,6 +456,7 @@ inline bool overlaps(const d_Time& a1, const d_Time& a2, const d_Timestamp& b1,
 {
     return overlaps(b1, b2, a1, a2);
 }
+KO_GLOBAL_NAMES_END
 
 /// Compare stored or in-memory elements (see KoTypeCmpFunc): -1, 0 or 1 by year, month and day,
 /// and by hour, minute, second and hundredths as they are held; times that are equal so far by

@@ -31,6 +31,7 @@ KOTMS_API int KoStrCmp(unsigned char codeSet1, unsigned char language1, const ch
                        unsigned char codeSet2, unsigned char language2, const char* text2,
                        unsigned short cmpOp, short len, unsigned char format, int* secondary);
 
+#if !defined(KO_NO_GLOBAL_NAMES)
 /// The order of `count` strings in memory or of stored ones of either layout (see KoTypeCmpFunc).
 /// `status` is 0 or one of these:
 /// - KoRC_TRUNCATED: a size ended before the texts differed; the result is what they give that far
@@ -55,6 +56,7 @@ KOTMS_API int StringCompare(unsigned char format, unsigned leftSize, void* left,
 /// text in the native one: those are equal, but hash by bytes and by keys.
 KOTMS_API unsigned HashString(unsigned char codeSet, unsigned char language, char* text, short len,
                               unsigned char format);
+#endif
 
 /// The hash of a string's characters as they stand: h = 9h + c up to the terminator. Characters of
 /// code set 253 are 16-bit units, all others are taken as signed bytes, also those of other 16-bit

@@ -257,19 +257,37 @@ public:
         return KoLanguageContext::SetDefaultCmpOp(cmpOp);
     }
 
-    // ---- comparison: by KoStrCmp (kostrcmp.h). The operators go by the default operator word, the
-    // right side being a pattern where that leaves wildcards on. A literal, a character or a number
-    // beside a string is what the constructor makes of it, and the pattern on either side: "a*" ==
-    // s and s == "a*" are the same, and so are "a*" < s and s > "a*".
-    /// Of at most `len` orders (kRest: all); 0xFFFF is the default operator.
+    // ---- comparison: by KoStrCmp (kostrcmp.h). The operators go by the default operator word of
+    // the process, 0 unless it was set, and that leaves WILDCARDS ON: the right side is a pattern,
+    // in which "*" stands for any text, "?" for one character and "\" makes the next one literal.
+    // So KoString("abc") == KoString("a*") is true and KoString("a*") == KoString("abc") is not,
+    // and no operator gives an order that std::sort, std::map, std::find or std::unordered_map may
+    // rely on: hand these ko::Less, ko::Equal and ko::HashOf (koless.h), which know no wildcards.
+    //
+    // A literal, a character or a number beside a string is what the constructor makes of it, and
+    // the pattern on either side: "a*" == s and s == "a*" are the same, and so are "a*" < s and
+    // s > "a*".
+
+    /// Of at most `len` orders (kRest: all); 0xFFFF is the default operator. Wildcards are on in
+    /// `other` unless `cmpOp` has KoCMP_PLAIN or KoCMP_NO_WILDCARDS.
     int Compare(const KoString& other, short len = kRest, unsigned short cmpOp = 0xFFFF) const;
     /// Without wildcards. Languages that differ count as none.
     bool EqualsIgnoreLanguage(const KoString& other) const;
-    bool operator==(const KoString& other) const; ///< true for the same object, whatever it holds
-    int operator!=(const KoString& other) const;  ///< negative, 0 or positive
+    /// Wildcards are on: whether this text matches the pattern `other`. A text is equal to itself,
+    /// the same object, whatever it holds: also where its escapes would not match it.
+    bool operator==(const KoString& other) const;
+    /// Wildcards are on: 0 where this text matches the pattern `other`, else negative or positive.
+    int operator!=(const KoString& other) const;
+    /// Wildcards are on in `other`: a text that matches it is neither less nor greater. Up to its
+    /// first wildcard a pattern is ordered as a text, after it the place where matching failed
+    /// decides.
     bool operator<(const KoString& other) const { return (*this != other) < 0; }
+    /// Wildcards are on in `other`, as for <. That a > b does not mean that b < a: the pattern is
+    /// always on the right.
     bool operator>(const KoString& other) const { return (*this != other) > 0; }
+    /// Wildcards are on in `other`, as for <: true where it matches, too.
     bool operator<=(const KoString& other) const { return (*this != other) <= 0; }
+    /// Wildcards are on in `other`, as for <: true where it matches, too.
     bool operator>=(const KoString& other) const { return (*this != other) >= 0; }
 
 private:
@@ -314,6 +332,7 @@ KOTMS_API KoString operator+(const KoString& a, const KoString& b);
 KOTMS_API int KoSplitList(KoString& list, KoString& item, const KoString& separator,
                           unsigned short& pos);
 
+#if !defined(KO_NO_GLOBAL_NAMES)
 // ---- stored strings: an array is one record per string, one after another. A record is a 16-bit
 // length of what follows, the code set, the language, the characters, and the end mark 0x00 0xFF.
 // Only the low four bits of `format` matter for the bytes: 2 puts the high byte of the length and
@@ -341,5 +360,6 @@ KOTMS_API unsigned StringLoad(void* destination, const void* source, unsigned ch
 /// KoFMT_IGNORE_CS counts every code set as none, KoFMT_NATIVE_CS none as the native one.
 KOTMS_API unsigned StringSizeGet(const void* value, unsigned char valueFormat, unsigned char format,
                                  unsigned count);
+#endif
 
 #endif

@@ -4,6 +4,14 @@
 #include "kodatetime.h"
 #include "kosortkey.h"
 
+#include <concepts>
+
+class d_Timestamp;
+
+/// The classes that spans move.
+template <class T>
+concept KoMovedBySpan = std::same_as<T, KoDateTime> || std::same_as<T, KoDateTimeN>;
+
 /// A length of time of the persistent type KoTIMESPAN_T: years, months, days, hours, minutes,
 /// seconds and nanoseconds, where a month has 30 days and a year 12 months.
 ///
@@ -81,6 +89,55 @@ public:
     /// 2023-01-01 to 2024-01-01 it is 1 year and 5 days.
     KOTMS_API static KoTimeSpan Difference(const KoTimeSpan& a, const KoTimeSpan& b);
 
+    // ---- lengths: whole spans, which count as GetTotalSeconds and the nanoseconds say, whatever
+    // their fields are. Nothing wraps or stops at a limit: the answer is null where an operand is
+    // null and beyond what 32767 years of 360 days hold, about 32297 years of the calendar.
+
+    /// The length from one date-time to another, by the calendar and to the nanosecond; negative
+    /// back in time. Null also where one of them does not exist: where its fields, a wildcard
+    /// among them, are none of the calendar and the clock.
+    KOTMS_API static KoTimeSpan Between(const KoDateTimeN& from, const KoDateTimeN& to);
+    static KoTimeSpan Between(const KoDateTime& from, const KoDateTime& to)
+    {
+        return Between(KoDateTimeN(from), KoDateTimeN(to));
+    }
+    /// The same to the hundredth, between the times as they are held, as all arithmetic of
+    /// d_Timestamp is; its fields are not looked at.
+    KOTMS_API static KoTimeSpan Between(const d_Timestamp& from, const d_Timestamp& to);
+
+    /// The moment so much later than `start`: what Between finds is moved by. A KoDateTime is
+    /// rounded down to the second. Null as for Between, and beyond the years -32768 to 32767.
+    KOTMS_API KoDateTimeN After(const KoDateTimeN& start) const;
+    KOTMS_API KoDateTime After(const KoDateTime& start) const;
+
+    KOTMS_API KoTimeSpan operator-() const;
+    KOTMS_API KoTimeSpan& operator+=(const KoTimeSpan& other);
+    KoTimeSpan& operator-=(const KoTimeSpan& other) { return *this += -other; }
+    KOTMS_API KoTimeSpan& operator*=(int n);
+    /// Cut toward zero to whole nanoseconds; null for an `n` of 0.
+    KOTMS_API KoTimeSpan& operator/=(int n);
+    friend KoTimeSpan operator+(KoTimeSpan a, const KoTimeSpan& b) { return a += b; }
+    friend KoTimeSpan operator-(KoTimeSpan a, const KoTimeSpan& b) { return a -= b; }
+    friend KoTimeSpan operator*(KoTimeSpan span, int n) { return span *= n; }
+    friend KoTimeSpan operator*(int n, KoTimeSpan span) { return span *= n; }
+    friend KoTimeSpan operator/(KoTimeSpan span, int n) { return span /= n; }
+    template <KoMovedBySpan T>
+    friend T operator+(const T& start, const KoTimeSpan& span)
+    {
+        return span.After(start);
+    }
+    template <KoMovedBySpan T>
+    friend T operator-(const T& start, const KoTimeSpan& span)
+    {
+        return (-span).After(start);
+    }
+
+    /// -1, 0 or 1 by the lengths: 30 days equal a month here. Null comes first, and equals null.
+    KOTMS_API int CompareLength(const KoTimeSpan& other) const;
+    /// -1, 0 or 1; 0 for null.
+    int Sign() const { return IsNullValue() != 0 ? 0 : CompareLength(ZeroValue()); }
+    KoTimeSpan Magnitude() const { return Sign() < 0 ? -*this : *this; }
+
     KOTMS_API static const KoTimeSpan& ClearValue(); ///< all fields 0
     KOTMS_API static const KoTimeSpan& NullValue();
     KOTMS_API static const KoTimeSpan& DefaultValue(); ///< years -4713, months 11, days 24
@@ -100,6 +157,13 @@ private:
 };
 
 static_assert(sizeof(KoTimeSpan) == 12 && alignof(KoTimeSpan) == 4);
+
+/// KoTimeSpan::Between, `end` being the later one where the span is positive.
+template <KoMovedBySpan T>
+KoTimeSpan operator-(const T& end, const T& start)
+{
+    return KoTimeSpan::Between(start, end);
+}
 
 /// Compares stored or in-memory spans as KoDateTimeNCompare does date-times.
 KOTMS_API KoTypeCmp KoTimeSpanCompare;

@@ -4,6 +4,7 @@
 /// Everything that the library exports.
 
 #include "_konulty.h"
+#include "ko.h"
 #include "kobasic.h"
 #include "kobeside.h"
 #include "koblob.h"

@@ -38,6 +38,12 @@ KOTMS_API o_4b& ___KoTypeMgrOptions();
 #pragma clang diagnostic pop
 #endif
 
+/// For loaders of the older kind, which set a library up and tear it down by name. No other caller
+/// needs it: everything works from the first call on, with the defaults of KoLanguageContext and
+/// with any KoTypeMgr that a program makes itself, which costs nothing. Before this call there is
+/// no default type manager, and DefaultTypeMgr gives null; that one is for code which has none at
+/// hand, and the library itself does not use it.
+///
 /// `create` non-zero: sets up the internationalisation context, then a default type manager with
 /// factory 5 (none when memory runs out, and no message). A manager that was registered before is
 /// replaced, not deleted. `create` 0: tears down the internationalisation context and deletes the

@@ -21,6 +21,7 @@
 /// Floating numbers: a NaN is below minus infinity and equal to another NaN; -0 equals 0.
 using KoTypeCmp = std::remove_pointer_t<KoTypeCmpFunc>;
 
+#if !defined(KO_NO_GLOBAL_NAMES)
 KOTMS_API KoTypeCmp CharCompare;     ///< o_char
 KOTMS_API KoTypeCmp ByteCompare;     ///< o_u1b
 KOTMS_API KoTypeCmp ShortCompare;    ///< o_2b
@@ -33,5 +34,6 @@ KOTMS_API KoTypeCmp O_8BCompare;     ///< o_8b
 KOTMS_API KoTypeCmp O_U8BCompare;    ///< o_u8b
 KOTMS_API KoTypeCmp FloatCompare;    ///< o_float, d_Interval
 KOTMS_API KoTypeCmp DoubleCompare;   ///< o_double
+#endif
 
 #endif

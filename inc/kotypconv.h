@@ -33,6 +33,7 @@ using KoTypeConvertFrom = std::remove_pointer_t<KoConvertFromFunc>;
 using KoTypePrint = std::remove_pointer_t<KoPrintFunc>;
 using KoTypeScan = std::remove_pointer_t<KoScanFunc>;
 
+#if !defined(KO_NO_GLOBAL_NAMES)
 /// The names of the functions and the type of each family.
 // clang-format off
 #define KO_SCALAR_TEXT_LIST(X) \
@@ -59,5 +60,6 @@ using KoTypeScan = std::remove_pointer_t<KoScanFunc>;
     KOTMS_API KoTypeScan Name##ScanFromKoString;
 KO_SCALAR_TEXT_LIST(KO_SCALAR_TEXT_FUNCTIONS)
 #undef KO_SCALAR_TEXT_FUNCTIONS
+#endif
 
 #endif

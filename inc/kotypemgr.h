@@ -5,6 +5,7 @@
 
 #include <koservices.h>
 
+#include <concepts>
 #include <cstddef>
 #include <new>
 
@@ -65,6 +66,9 @@ struct KOTMS_API KoTypeConvertData : KoHeapObject {
 /// Ids 0 to 46 name a type; ids of 100 and more name the reserved type. An id without a type (47 to
 /// 99, negative ids, and 28 to 46 on the compatibility table) behaves as the reserved type does:
 /// nothing happens, and the result is 0, null or the text unchanged.
+///
+/// What it is handed is trusted: ids, pointers and stored bytes must be what they are said to be.
+/// ko.h and ko.hpp are the same for callers who cannot promise that.
 class KOTMS_API KoTypeMgr : public KoHeapObject
 {
 public:
@@ -98,6 +102,14 @@ public:
         id = static_cast<char>(found);
         return result;
     }
+    /// The same for an id in the enumeration, which has no name for 47.
+    int Name2KoTypeId(const char* name, KoTypeId& id) const
+    {
+        o_char found;
+        const int result = Name2KoTypeId(name, found);
+        id = static_cast<KoTypeId>(found);
+        return result;
+    }
     /// 1 when the type has the KoCapability, else 0. KoCAP_NULL depends on the table, the others on
     /// the id alone.
     unsigned short SupportsCapability(o_char id, unsigned short capability) const;
@@ -128,9 +140,11 @@ public:
     /// Bytes in the persistent form `format` of elements given in `valueFormat`.
     unsigned DiskLenGet(o_char id, const void* value, unsigned char format, unsigned count,
                         unsigned char valueFormat) const;
+#if !defined(KO_NO_GLOBAL_NAMES)
     /// The same of elements at the position of a memory file.
     unsigned DiskLenGetFromMemFile(o_char id, MemFile* file, unsigned char format,
                                    unsigned count) const;
+#endif
     /// Negative, 0 or positive; `status` becomes 0, or KoRC_TRUNCATED when a length ran out first.
     int Cmp(o_char id, unsigned length1, void* value1, unsigned length2, void* value2,
             unsigned short cmpOp, unsigned count, unsigned char format, int& status) const;
@@ -151,7 +165,9 @@ public:
     /// what loading a persistent form returns, the bytes read of it; and between two persistent
     /// forms, of which the bytes are copied as they are, those copied: the shorter of the two
     /// lengths. What the destination has beyond them becomes zero. 0 for records that do not fit,
-    /// or whose two persistent forms differ.
+    /// or whose two persistent forms differ. Other translations do not look at the lengths, but for
+    /// texts and blobs that are stored: these keep to `destinationLength` where it is not 0. Bytes
+    /// that may be fewer than their elements take are for Validate first.
     unsigned Translate(o_char id, void* destination, unsigned char destinationFormat,
                        unsigned destinationLength, void* source, unsigned char sourceFormat,
                        unsigned sourceLength, unsigned count) const;
@@ -209,6 +225,19 @@ public:
     /// After a failure `value` is as it was.
     int ParseFromKoString(o_char id, void* value, const KoString& text, const char* format,
                           unsigned& errorAt) const;
+    /// The format under which every value of the type, printed by PrintToKoString into a text of
+    /// code set 253, is read back by the strict readers as the same value; null as the null print
+    /// string, where the type has a null value. It is not always the print format, and
+    /// ExchangeFormat does not change it. doc/text.md says what no text holds: the code set of a
+    /// string, the payload of a NaN, and values too long for a KoString.
+    const char* TextFormatGet(o_char id) const;
+    /// The same strict reading of `length` bytes of UTF-8; a null `format` is the text format.
+    /// Returns 0, a KoReadResult, KoRC_NOT_SUPPORTED for a type without a strict reader, or
+    /// KoRC_NO_MEMORY. `at` becomes `length`, or after a failure the offset of the first byte that
+    /// does not belong; `value` is then as it was. A KoString becomes one of code set 1 where its
+    /// characters are all in it, else of 253, in the default language.
+    int ReadText(o_char id, void* value, const char* utf8, std::size_t length, const char* format,
+                 std::size_t& at) const;
 
     // ---- order as plain bytes; see KoSortKeyFunc and, for the bytes of every type,
     // doc/formats.md
@@ -233,20 +262,27 @@ public:
     /// A hash for joins and groups under a weaker equality: XXH3 (Collet, 2019) of 64 bits over
     /// the sort key, so that values equal under `cmpOp` have one hash in every form. 0 where the
     /// word gives no order. Where memory for a long key runs out the memory handler is called and
-    /// the hash is 0 as well.
+    /// the hash is 0 as well. Equal values whose hashes differ are those that no order can hold:
+    /// a text without a code set (stored texts of the older layout are such) beside one with a code
+    /// set, and two KoCaseIString of which one alone has the flag for accents.
     o_u8b HashUnder(o_char id, const void* value, unsigned char format, unsigned count,
                     unsigned short cmpOp) const;
 
     // ---- bytes from strangers
 
     /// See KoValidateFunc. After 0 every other call that is handed these bytes in this form reads
-    /// nothing beyond the first `at` of them, but for loading no strings, which looks at the record
-    /// that is there.
+    /// nothing beyond the first `at` of them, with two exceptions, both of strings on the current
+    /// table: loading no strings, and translating none to memory, looks at the record that is
+    /// there; and DiskLenGet without a bound walks an array in the key form (bit 7) by the sizes
+    /// that its texts may grow to.
     int Validate(o_char id, const void* bytes, std::size_t size, unsigned char format,
                  unsigned count, std::size_t& at) const;
-    /// The bytes that `count` persistent elements take by their own lengths, of which nothing
-    /// beyond `size` is read. `status` becomes 0, or KoRC_TRUNCATED, and the result 0, where the
-    /// elements do not end within.
+    /// The bytes that `count` elements as Store writes them take by their own lengths, of which
+    /// nothing beyond `size` is read; of valid bytes this is what Validate says. `status` becomes
+    /// 0; or, with the result 0, KoRC_TRUNCATED where the elements do not end within `size` or take
+    /// 2^32 bytes and more, and KoRC_DAMAGED where the total of an array of blobs is negative or
+    /// has no room for so many. Sizes in the key form are those of the bytes, without room for
+    /// growth.
     unsigned DiskLenGet(o_char id, const void* bytes, std::size_t size, unsigned char format,
                         unsigned count, int& status) const;
 
@@ -265,6 +301,61 @@ public:
     /// Null for every type.
     KoComparePtr ComparePtrGet(o_char id) const;
 
+    // ---- the same calls with operands that are const. They are templates, so that a call to which
+    // both are as good, as with a null pointer, means the first ones.
+
+    template <class = void>
+    int Cmp(o_char id, unsigned length1, const void* value1, unsigned length2, const void* value2,
+            unsigned short cmpOp, unsigned count, unsigned char format, int& status) const
+    {
+        return Cmp(id, length1, Operand(value1), length2, Operand(value2), cmpOp, count, format,
+                   status);
+    }
+    template <class = void>
+    int Cmp(o_char id, const void* value1, const void* value2, unsigned short cmpOp, unsigned count,
+            unsigned char format) const
+    {
+        return Cmp(id, Operand(value1), Operand(value2), cmpOp, count, format);
+    }
+    template <class = void>
+    float EvalAndBound(o_char id, KoIdxBounds* bounds, unsigned short& op, const void* value,
+                       unsigned char format, unsigned count, KoIdxBounds* newBounds,
+                       KoEvalData* data) const
+    {
+        return EvalAndBound(id, bounds, op, Operand(value), format, count, newBounds, data);
+    }
+    template <class = void>
+    unsigned Hash(o_char id, unsigned length, const void* value, unsigned count,
+                  unsigned char format, int& status) const
+    {
+        return Hash(id, length, Operand(value), count, format, status);
+    }
+    template <class = void>
+    int IsNullValue(o_char id, const void* value) const
+    {
+        return IsNullValue(id, Operand(value));
+    }
+    template <class = void>
+    KoTypeConvertData* ConvertTo(o_char id, const void* value, unsigned count) const
+    {
+        return ConvertTo(id, Operand(value), count);
+    }
+    template <class = void>
+    KoString& PrintToKoString(o_char id, KoString& text, const void* value, const char* format,
+                              unsigned count) const
+    {
+        return PrintToKoString(id, text, Operand(value), format, count);
+    }
+    /// Reads a copy of the text, since the function that scans may use its text up. Where memory
+    /// for the copy runs out and the memory handler returns, the value stays as it was.
+    template <std::same_as<KoString> Text>
+    void* ScanFromKoString(o_char id, void* value, const Text& text, const char* format,
+                           unsigned count) const
+    {
+        Text copy(text);
+        return copy.Len() != text.Len() ? value : ScanFromKoString(id, value, copy, format, count);
+    }
+
     // ---- replacement, for every manager of the process. Each returns what was there before; null
     // only asks. An id without a type answers as the reserved type and changes nothing.
 
@@ -275,11 +366,20 @@ public:
     KoScanFunc ExchangeScanFromKoStringFunc(o_char id, KoScanFunc function);
 
 private:
+    /// What the functions of a type take for an operand that they only look at. Their signatures
+    /// are older than const and part of the interface; none of them writes to it, and one that
+    /// replaces another must not.
+    static void* Operand(const void* value)
+    {
+        return const_cast<void*>(value);
+    }
+
     const KoTypeTable* m_table;
     unsigned short m_factory;
 };
 
-/// The process-wide manager as it was before the call; a `mgr` that is not null takes its place.
+/// The process-wide manager as it was before the call, null where nobody registered one (see
+/// ___KoTypemgrContext); a `mgr` that is not null takes its place.
 /// Register one made with `new`: the library deletes the manager that is registered when its
 /// context is torn down. The one returned is the caller's to delete once another has replaced it.
 KOTMS_API KoTypeMgr* DefaultTypeMgr(KoTypeMgr* mgr = nullptr);

@@ -41,7 +41,12 @@ using KoNullSizeFunc = unsigned (*)(unsigned count);
 /// Persistent size in `format` of elements given in `valueFormat`.
 using KoSizeFunc = unsigned (*)(const void* value, unsigned char valueFormat, unsigned char format,
                                 unsigned count);
+#if defined(KO_NO_GLOBAL_NAMES)
+/// Takes a MemFile; no program that leaves that name out can call it.
+using KoMemFileSizeFunc = unsigned (*)(void* file, unsigned char format, unsigned count);
+#else
 using KoMemFileSizeFunc = unsigned (*)(MemFile* file, unsigned char format, unsigned count);
+#endif
 /// Negative, 0 or positive: the order of the first pair of elements that differ.
 /// `status` becomes 0, or KoRC_TRUNCATED when a bound ran out before `count` elements.
 using KoTypeCmpFunc = int (*)(unsigned char format, unsigned length1, void* value1,
@@ -70,10 +75,16 @@ using KoDefaultValueFunc = void* (*)(unsigned count, int flag);
 /// the smallest value. Returns 0, KoRC_OVERFLOW (unchanged) or KoRC_NOT_SUPPORTED.
 using KoGetValueFunc = int (*)(void* value, unsigned length, unsigned char format,
                                unsigned char kind);
-/// Reads a whole text strictly: 0, or -1 with `errorAt` the position of the first character that
-/// does not belong and the value unchanged. A null `format` is the type's own.
+/// Reads a whole text strictly: 0, or with the value unchanged KoREAD_NOT_A_VALUE,
+/// KoREAD_OUT_OF_RANGE or KoREAD_NO_CHARACTER with `errorAt` the position of the first character
+/// that does not belong. A null `format` is the type's own.
 using KoParseFunc = int (*)(void* value, const KoString& text, const char* format,
                             unsigned& errorAt);
+
+/// The same of ASCII bytes, without a string in between, for types of numbers: true where they are
+/// a value. False tells nothing, and leaves the value as it was.
+using KoParseAsciiFunc = bool (*)(void* value, const char* text, std::size_t length,
+                                  const char* format);
 
 /// Writes the first `room` bytes of the sort key of `count` elements in the form `format`, and
 /// returns the whole length of the key, whatever the room; `key` may be null where `room` is 0, and
@@ -81,7 +92,9 @@ using KoParseFunc = int (*)(void* value, const KoString& text, const char* forma
 /// sign of memcmp of two keys, of which a shorter one that begins the other comes first, is the
 /// sign of the type's comparison under `cmpOp`, and keys are equal exactly where it is 0. No key
 /// begins another one of the same type, word and count, so keys may stand one after another.
-/// Every form of a value gives the same key. 0 for no elements, and where the comparison under
+/// Every form of a value gives the same key, but for two forms of strings that are compared as
+/// something else than what loading makes of them (doc/formats.md): the older layout, and code set
+/// 254 with bit 7 in the language. 0 for no elements, and where the comparison under
 /// `cmpOp` is no order (its wildcards are on). Nothing is allocated.
 using KoSortKeyFunc = unsigned (*)(void* key, unsigned room, const void* value,
                                    unsigned char format, unsigned count, unsigned short cmpOp);
@@ -96,6 +109,11 @@ using KoFromSortKeyFunc = int (*)(void* value, const void* key, unsigned length,
 /// are what the type writes; KoRC_TRUNCATED, with `at` the size, where they end too early;
 /// KoRC_DAMAGED, with `at` the offset of the first byte that is wrong; or KoRC_NOT_SUPPORTED, with
 /// `at` 0, where the form is not one of bytes alone. A size of 0 is no bytes.
+///
+/// A format with bit 3 means elements as they lie in memory, as it does in comparing, hashing and
+/// sort keys: of strings and blobs these are addresses, and not supported; of the other types every
+/// byte is a value. What Store writes under such a format is another form for some types
+/// (null-capable scalars, object numbers, references), which Load alone reads.
 using KoValidateFunc = int (*)(const void* bytes, std::size_t size, unsigned char format,
                                unsigned count, std::size_t& at);
 /// Makes the element at `value`, in memory form, a reading of the clock.
@@ -147,10 +165,13 @@ struct KoTypeDescriptor {
 
 /// What a type offers beyond the fixed record.
 struct KoTypeExtension {
-    KoParseFunc parse; ///< absent: the type has no strict reader
+    const char* textFormat;      ///< the format under which every value reads back
+    KoParseFunc parse;           ///< absent: the type has no strict reader
+    KoParseAsciiFunc parseAscii; ///< absent: `parse` reads all texts
     KoSortKeyFunc sortKey;
     KoFromSortKeyFunc fromSortKey;
     KoValidateFunc validate;
+    KoValidateFunc measure;  ///< goes by lengths alone, as Load does: at which byte elements end
     KoStampFunc stamp;       ///< absent: the type takes no clock reading
     KoPrintFunc printsArray; ///< a print function that makes one text of an array; null: none does
     bool isIntegral;         ///< holds an integral number
@@ -162,9 +183,11 @@ struct KoTypeTable {
     KoTypeDescriptor* entry[KoTYPE_COUNT];
 };
 
+#if !defined(KO_NO_GLOBAL_NAMES)
 /// Prints characters ("o_char"), of which an array is one text.
 KOTMS_API KoString& CharPrintToKoString(KoString& text, void* value, const char* format,
                                         unsigned count);
+#endif
 
 /// All 47 types.
 extern KOTMS_API const KoTypeTable koCurrentTypeTable;

@@ -24,6 +24,8 @@ enum KoQueryOp : unsigned short {
     KoQOP_LESS = 0x0002,
     KoQOP_GREATER = 0x0004,
 };
+template <>
+inline constexpr bool koIsBits<KoQueryOp> = true;
 
 /// Two ends of a key range, both inside it. A null end is open.
 ///

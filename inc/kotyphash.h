@@ -21,6 +21,7 @@
 /// is 0.
 using KoTypeHash = std::remove_pointer_t<KoHashFunc>;
 
+#if !defined(KO_NO_GLOBAL_NAMES)
 KOTMS_API KoTypeHash CharHash;     ///< o_char
 KOTMS_API KoTypeHash ByteHash;     ///< o_u1b
 KOTMS_API KoTypeHash ShortHash;    ///< o_2b
@@ -33,5 +34,6 @@ KOTMS_API KoTypeHash O_8BHash;     ///< o_8b
 KOTMS_API KoTypeHash O_U8BHash;    ///< o_u8b
 KOTMS_API KoTypeHash FloatHash;    ///< o_float
 KOTMS_API KoTypeHash DoubleHash;   ///< o_double
+#endif
 
 #endif

@@ -10,7 +10,7 @@ case ${1:-} in
 '') ;;
 ci)
     packages="$packages ccache clang libclang-rt-14-dev clang-format-14 clang-tidy-14
-        libbenchmark-dev libicu-dev libsqlite3-dev binutils g++-mingw-w64-x86-64-posix
+        libbenchmark-dev libicu-dev libsqlite3-dev sqlite3 librocksdb-dev python3-dev binutils g++-mingw-w64-x86-64-posix
         binutils-mingw-w64-x86-64 wine64 g++-s390x-linux-gnu qemu-user lmdb-utils"
     ;;
 *)

@@ -1,61 +1,38 @@
 #ifndef KO_BENCH_COLLATION_KEY_SORT_H
 #define KO_BENCH_COLLATION_KEY_SORT_H
 
-#include <algorithm>
-#include <bit>
-#include <cstdint>
-#include <cstring>
-#include <utility>
-#include <vector>
-
-/// Sort keys one after another.
-struct KeyList {
-    struct Entry {
-        std::uint64_t word;  ///< eight bytes of a key as a number
-        std::uint32_t index; ///< whose key it is
-    };
-    std::vector<unsigned char> bytes;
-    std::vector<std::uint32_t> ends;
-    std::vector<Entry> entries;
-
-    std::uint32_t Begin(std::uint32_t index) const { return index == 0 ? 0 : ends[index - 1]; }
-    std::uint32_t Length(std::uint32_t index) const { return ends[index] - Begin(index); }
-
-    /// `make(text, key, room)` writes a key and returns its length.
-    template <class Text, class Make>
-    void Fill(const std::vector<Text>& texts, Make make)
-    {
-        constexpr unsigned kMostBytes = 256;
-        ends.resize(texts.size());
-        entries.resize(texts.size());
-        std::uint32_t at = 0;
-        for (std::uint32_t i = 0; i < texts.size(); ++i) {
-            if (bytes.size() - at < kMostBytes)
-                bytes.resize(2 * bytes.size() + kMostBytes);
-            at += make(texts[i], bytes.data() + at, kMostBytes);
-            ends[i] = at;
-            entries[i].index = i;
-        }
-    }
-};
+#include "collation/key_groups.h"
 
 /// Sorting by sort keys as a user would who has many of them: eight bytes at a time, many by
-/// counting, 24 bits from the first one that differs, and few by comparing.
+/// counting, 24 bits from the first one that differs, and few by comparing. Where many keys are
+/// equal they are grouped first.
 ///
 /// No key begins another one, so zeros may stand behind a short key: eight bytes that are equal and
 /// hold the end of one key are the whole of both.
 class KeySort
 {
 public:
-    explicit KeySort(KeyList& keys)
-        : m_bytes(keys.bytes.data()), m_keys(keys), m_entries(keys.entries),
-          m_other(keys.entries.size())
+    /// The indexes of the keys, in order.
+    const std::vector<std::uint32_t>& Sort(const KeyList& keys)
     {
-        keys.bytes.resize(keys.bytes.size() + 8); // words are read beyond the last key
+        m_keys = &keys;
         m_bytes = keys.bytes.data();
+        m_order.resize(keys.ends.size());
+        const bool grouped = m_groups.Find(keys);
+        m_entries.resize(grouped ? m_groups.Count() : keys.ends.size());
+        for (std::uint32_t i = 0; i < m_entries.size(); ++i)
+            m_entries[i].index = grouped ? m_groups.KeyOf(i) : i;
+        m_other.resize(m_entries.size());
+        if (!m_entries.empty())
+            Sort(0, m_entries.size(), 0);
+        const auto at = [this](std::uint32_t place) { return m_entries[place].index; };
+        if (grouped)
+            m_groups.List(m_order, at);
+        else
+            for (std::uint32_t i = 0; i < m_order.size(); ++i)
+                m_order[i] = at(i);
+        return m_order;
     }
-
-    void Sort() { Sort(0, m_entries.size(), 0); }
 
 private:
     using Entry = KeyList::Entry;
@@ -65,10 +42,10 @@ private:
     std::uint64_t WordAt(std::uint32_t index, unsigned offset) const
     {
         std::uint64_t word;
-        std::memcpy(&word, m_bytes + m_keys.Begin(index) + offset, sizeof word);
+        std::memcpy(&word, m_bytes + m_keys->Begin(index) + offset, sizeof word);
         if constexpr (std::endian::native == std::endian::little)
             word = __builtin_bswap64(word);
-        const unsigned left = m_keys.Length(index) - offset;
+        const unsigned left = m_keys->Length(index) - offset;
         return left >= 8 ? word : word >> 8 * (8 - left) << 8 * (8 - left);
     }
 
@@ -80,7 +57,7 @@ private:
                 m_entries[i].word = WordAt(m_entries[i].index, offset);
             if (Different(begin, end) != 0)
                 break;
-            if (m_keys.Length(m_entries[begin].index) <= offset + 8)
+            if (m_keys->Length(m_entries[begin].index) <= offset + 8)
                 return;
         }
         SortWords(begin, end);
@@ -88,7 +65,7 @@ private:
             std::size_t last = first + 1;
             while (last < end && m_entries[last].word == m_entries[first].word)
                 ++last;
-            if (last - first > 1 && m_keys.Length(m_entries[first].index) > offset + 8)
+            if (last - first > 1 && m_keys->Length(m_entries[first].index) > offset + 8)
                 Sort(first, last, offset + 8);
             first = last;
         }
@@ -142,10 +119,12 @@ private:
             to[starts[from[i].word >> shift & kMask]++] = from[i];
     }
 
-    const unsigned char* m_bytes;
-    const KeyList& m_keys;
-    std::vector<Entry>& m_entries;
+    KeyGroups m_groups;
+    const KeyList* m_keys = nullptr;
+    const unsigned char* m_bytes = nullptr;
+    std::vector<Entry> m_entries;
     std::vector<Entry> m_other;
+    std::vector<std::uint32_t> m_order;
 };
 
 #endif

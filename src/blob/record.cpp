@@ -80,6 +80,7 @@ struct BlobLoader {
 
 BlobWalk::BlobWalk(unsigned char format, unsigned bound, const void* value)
     : m_value(static_cast<const unsigned char*>(value)), m_format(format),
+      m_least((format & KoFMT_MEMORY) != 0 ? sizeof(KoBlob) : 1),
       m_available(bound == 0 ? SIZE_MAX : bound)
 {
     if ((format & KoFMT_MEMORY) != 0)
@@ -94,8 +95,7 @@ BlobWalk::BlobWalk(unsigned char format, unsigned bound, const void* value)
 
 BlobFound BlobWalk::NextInMemory(BlobPart& part)
 {
-    // An element is visited where it starts inside the bound, as in every array in memory.
-    if (m_at >= m_available)
+    if (!Continues())
         return BlobFound::kNone;
     const KoBlob& blob = *reinterpret_cast<const KoBlob*>(m_value + m_at);
     m_at += sizeof(KoBlob);
@@ -237,6 +237,17 @@ int BlobValidate(const void* bytes, std::size_t size, unsigned char format, unsi
         return offset < size ? WrongByte(offset, at) : BytesMissing(size, at);
     at = end;
     return KoRC_OK;
+}
+
+int BlobMeasure(const void* bytes, std::size_t size, unsigned char format, unsigned count,
+                std::size_t& at)
+{
+    if (size < kBlobWord)
+        return BytesMissing(size, at);
+    const o_4b total = Word(static_cast<const unsigned char*>(bytes), format);
+    if (total < 0 || static_cast<std::size_t>(total) < std::size_t{count} * kBlobWord)
+        return WrongByte(0, at);
+    return ValidateElements(size, static_cast<unsigned>(total) + kBlobWord, 1, at);
 }
 
 // ---- comparing and hashing

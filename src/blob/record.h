@@ -48,14 +48,15 @@ public:
     /// The total of a stored array; negative where that is damaged.
     o_4b Total() const { return m_total; }
     BlobFound Next(BlobPart& part);
-    /// The next element starts inside the bound.
-    bool Continues() const { return m_at < m_available; }
+    /// The next element starts inside the bound; in memory it is wholly inside.
+    bool Continues() const { return m_at < m_available && m_available - m_at >= m_least; }
 
 private:
     BlobFound NextInMemory(BlobPart& part);
 
     const unsigned char* m_value;
     unsigned char m_format;
+    std::size_t m_least;     ///< bytes of which nothing less is an element, or a part of one
     std::size_t m_available; ///< bytes up to the bound
     std::size_t m_end = 0;   ///< end of the elements by the total
     std::size_t m_at = 0;
@@ -70,6 +71,10 @@ unsigned BlobSizeGet(const void* value, unsigned char valueFormat, unsigned char
 o_u8b BlobBytes(const void* blobs, unsigned char format, unsigned count);
 int BlobValidate(const void* bytes, std::size_t size, unsigned char format, unsigned count,
                  std::size_t& at);
+/// Where an array ends by its total, which has room for the lengths of the elements; see
+/// KoValidateFunc.
+int BlobMeasure(const void* bytes, std::size_t size, unsigned char format, unsigned count,
+                std::size_t& at);
 unsigned BlobFileSize(MemFile* file, unsigned char format, unsigned count);
 o_u4b BlobHash(unsigned char format, unsigned length, const void* value, unsigned count,
                int& status);

@@ -146,6 +146,8 @@ struct BlobOps : ElementOps<KoBlob, BlobOps, KoBLOB_T> {
         return BlobValidate(bytes, size, format, count, at);
     }
 
+    static constexpr auto Measure = BlobMeasure;
+
     /// No record where the digits of a blob do not fit a text: they would be those of another one.
     static KoTypeConvertData* ConvertTo(void* value, unsigned count)
     {
@@ -175,6 +177,7 @@ struct BlobOps : ElementOps<KoBlob, BlobOps, KoBLOB_T> {
     static constexpr auto PrintOne = PrintBlob;
     static constexpr auto ScanOne = ScanBlob;
     static constexpr auto ParseOne = ParseBlob;
+    static constexpr std::string_view kTextFormat = "%X";
 };
 
 int BlobOps::FromSortKey(void* value, const void* key, unsigned length, unsigned count,

@@ -52,6 +52,8 @@ TextFound CaselessWalk::Next(CaselessText& text)
     if (m_at >= m_available)
         return TextFound::kNone;
     if ((m_format & KoFMT_MEMORY) != 0) {
+        if (m_available - m_at < sizeof(KoIStringText))
+            return TextFound::kNone;
         text = CaselessText::Of(*reinterpret_cast<const KoIStringText*>(m_value + m_at));
         m_at += sizeof(KoIStringText);
         return TextFound::kText;
@@ -155,7 +157,6 @@ int IValidate(const void* bytes, std::size_t size, unsigned char format, unsigne
     if ((format & KoFMT_MEMORY) != 0)
         return KoRC_NOT_SUPPORTED;
     const auto* const begin = static_cast<const unsigned char*>(bytes);
-    constexpr unsigned kFlags = KoIStringText::kAccents | KoIStringText::kRaw;
     std::size_t offset = 0;
     for (unsigned i = 0; i < count; ++i) {
         const unsigned char* const record = begin + offset;
@@ -165,8 +166,6 @@ int IValidate(const void* bytes, std::size_t size, unsigned char format, unsigne
         if (length < kIRecordRest)
             return WrongByte(offset, at);
         const std::size_t there = std::min<std::size_t>(size - offset, kRecordLengthField + length);
-        if (there > kRecordLengthField && (record[kRecordLengthField] & ~kFlags) != 0)
-            return WrongByte(offset + kRecordLengthField, at);
         // The one zero of a record is its last byte.
         const std::size_t last = kRecordLengthField + length - 1;
         for (std::size_t byte = kIRecordHead; byte < there; ++byte) {

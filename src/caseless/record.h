@@ -57,6 +57,7 @@ unsigned CaselessFileSize(MemFile* file, unsigned char format, unsigned count);
 /// are not made from them.
 unsigned ISortKey(void* key, unsigned room, const void* value, unsigned char format, unsigned count,
                   const CaselessWeights& weights);
+/// The flag is any byte.
 int IValidate(const void* bytes, std::size_t size, unsigned char format, unsigned count,
               std::size_t& at);
 int CompareCaseless(unsigned char format, unsigned size1, const void* value1, unsigned size2,

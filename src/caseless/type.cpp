@@ -65,6 +65,28 @@ unsigned Narrow(KoIStringText& text, const KoString& string, bool onlyWhole)
     return lacking;
 }
 
+/// Appends the string. The bytes that Windows-1252 leaves undefined are the controls of their
+/// numbers, as reading has it: mapped to another code set they would become "?".
+void AppendWhole(KoString& text, const KoString& string)
+{
+    const KoText from = StringAccess::Get(string);
+    const KoCodeSet& set = *KoLanguageContext::QueryCodeSet(kBytes);
+    const auto append = [&](unsigned begin, unsigned end) {
+        text += string.Copy(static_cast<unsigned short>(begin), static_cast<short>(end - begin));
+    };
+    unsigned begin = 0;
+    for (unsigned i = 0; i < from.units; ++i) {
+        o_u2b unit = static_cast<o_u2b>(from.At(i));
+        o_u2b unicode;
+        if (set.ToUnicode(unit, unicode))
+            continue;
+        append(begin, i);
+        text += KoString(&unit, 1);
+        begin = i + 1;
+    }
+    append(begin, from.units);
+}
+
 /// The operations of KoIString and of KoCaseIString.
 template <class T, KoTypeId id>
 struct IStringOps : ElementOps<T, IStringOps<T, id>, id> {
@@ -113,6 +135,11 @@ struct IStringOps : ElementOps<T, IStringOps<T, id>, id> {
         return KoRC_NOT_SUPPORTED;
     }
     static constexpr auto Validate = IValidate;
+    static int Measure(const void* bytes, std::size_t size, unsigned char format, unsigned count,
+                       std::size_t& at)
+    {
+        return MeasureWithin(bytes, size, format, count, at, false);
+    }
     static unsigned Translate(void* destination, unsigned char destinationFormat,
                               unsigned destinationLength, void* source, unsigned char sourceFormat,
                               unsigned sourceLength, unsigned count)
@@ -132,8 +159,11 @@ struct IStringOps : ElementOps<T, IStringOps<T, id>, id> {
     {
         Narrow(element, text != nullptr ? *text : KoString::EmptyString(), false);
     }
+    static constexpr std::string_view kTextFormat = kWholeText;
     static void PrintOne(KoString& text, const T& element, const char* format)
     {
+        if (IsWholeText(format))
+            return AppendWhole(text, Widened(element));
         PrintString(text, Widened(element), format);
     }
     static void ScanOne(T& element, const KoString& text, const char* format)
@@ -144,6 +174,8 @@ struct IStringOps : ElementOps<T, IStringOps<T, id>, id> {
     }
     static int ParseOne(T& element, const KoString& text, const char* format, unsigned& errorAt)
     {
+        if (IsWholeText(format))
+            format = nullptr; // there is no null value, so every text is itself
         KoString value;
         unsigned startsAt = 0;
         if (ParseString(value, text, format, errorAt, &startsAt) != 0)
@@ -152,7 +184,7 @@ struct IStringOps : ElementOps<T, IStringOps<T, id>, id> {
         if (lacking == value.Len())
             return 0;
         errorAt = startsAt + lacking;
-        return -1;
+        return KoREAD_NO_CHARACTER;
     }
 };
 

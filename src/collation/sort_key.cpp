@@ -243,7 +243,8 @@ unsigned WriteShort(const Characters<Unit>& text, const Mode& mode, void* key, u
     return length + gapLength;
 }
 
-unsigned WriteCollated(const KoText& text, const Mode& mode, void* key, unsigned room)
+[[gnu::noinline]] unsigned WriteCollated(const KoText& text, const Mode& mode, void* key,
+                                         unsigned room)
 {
     return WithCharacters(text, [&](const auto& characters) {
         return text.units <= kMostShort ? WriteShort(characters, mode, key, room)
@@ -252,7 +253,7 @@ unsigned WriteCollated(const KoText& text, const Mode& mode, void* key, unsigned
 }
 
 /// Null values and plain bytes.
-unsigned WriteUncollated(const KoText& text, void* key, unsigned room)
+[[gnu::noinline]] unsigned WriteUncollated(const KoText& text, void* key, unsigned room)
 {
     sortkey::Bounded out(key, room);
     if (text.IsNull()) {
@@ -265,6 +266,40 @@ unsigned WriteUncollated(const KoText& text, void* key, unsigned room)
         out.PutByte(static_cast<unsigned char>(text.bytes[i]));
     out.PutByte(sortkey::kLast);
     return out.Length();
+}
+
+/// The same as WriteAscii where there is less room than it needs.
+[[gnu::noinline]] unsigned WriteCutAscii(const KoText& text, const Mode& mode, TextMemory memory,
+                                         void* key, unsigned room, SortKeyWay way)
+{
+    unsigned char bytes[sortkey::AsciiRoom(sortkey::kMostAscii)];
+    const unsigned length =
+        sortkey::WriteAscii(text, mode.form, !mode.skipsSpaces, memory, bytes, way);
+    if (length != 0)
+        CopyInto(key, room, bytes, length);
+    return length;
+}
+
+/// Inline, since a short key is made in little more time than a call with this many arguments.
+[[gnu::always_inline]] inline unsigned WriteBy(SortKeyWay way, const KoText& text, o_u2b cmpOp,
+                                               void* key, unsigned room, TextMemory memory)
+{
+    const o_u2b asked = ResolvedCmpOp(cmpOp);
+    if (!HasSortKeys(asked))
+        return 0;
+    if (text.codeSet == KoCS_NONE || text.IsNull())
+        return WriteUncollated(text, key, room);
+    const Mode mode(text, asked);
+    if (text.units <= sortkey::kMostAscii && mode.skipsSpaces == mode.skipsSymbols) {
+        const unsigned length =
+            room >= sortkey::AsciiRoom(text.units)
+                ? sortkey::WriteAscii(text, mode.form, !mode.skipsSpaces, memory,
+                                      static_cast<unsigned char*>(key), way)
+                : WriteCutAscii(text, mode, memory, key, room, way);
+        if (length != 0)
+            return length;
+    }
+    return WriteCollated(text, mode, key, room);
 }
 
 } // namespace
@@ -284,24 +319,7 @@ bool HasWholeSortKeys(o_u2b cmpOp)
 unsigned WriteSortKeyBy(SortKeyWay way, const KoText& text, o_u2b cmpOp, void* key, unsigned room,
                         TextMemory memory)
 {
-    const o_u2b asked = ResolvedCmpOp(cmpOp);
-    if (!HasSortKeys(asked))
-        return 0;
-    if (text.codeSet == KoCS_NONE || text.IsNull())
-        return WriteUncollated(text, key, room);
-    const Mode mode(text, asked);
-    if (text.units <= sortkey::kMostAscii && mode.skipsSpaces == mode.skipsSymbols) {
-        unsigned char bytes[sortkey::AsciiRoom(sortkey::kMostAscii)];
-        const bool fits = room >= sortkey::AsciiRoom(text.units);
-        const unsigned length =
-            sortkey::WriteAscii(text, mode.form, !mode.skipsSpaces, memory,
-                                fits ? static_cast<unsigned char*>(key) : bytes, way);
-        if (length != 0 && !fits)
-            CopyInto(key, room, bytes, length);
-        if (length != 0)
-            return length;
-    }
-    return WriteCollated(text, mode, key, room);
+    return WriteBy(way, text, cmpOp, key, room, memory);
 }
 
 SortKeyWay BestSortKeyWay()
@@ -312,7 +330,7 @@ SortKeyWay BestSortKeyWay()
 unsigned WriteSortKey(const KoText& text, o_u2b cmpOp, void* key, unsigned room, TextMemory memory)
 {
     static const SortKeyWay s_best = sortkey::BestWay();
-    return WriteSortKeyBy(s_best, text, cmpOp, key, room, memory);
+    return WriteBy(s_best, text, cmpOp, key, room, memory);
 }
 
 } // namespace ko

@@ -1,5 +1,5 @@
 #include "collation/sort_key_ascii.h"
-#include "collation/sort_key_gaps.h"
+#include "collation/sort_key_ascii_gaps.h"
 
 // Sort keys of short texts in ASCII: codes by arithmetic, sixteen characters at a time; what is
 // skipped is a bit in a set, and its codes are left out by shuffling. The gaps are the runs of
@@ -16,7 +16,7 @@
 // aligned stores.
 #if !defined(_WIN32) || defined(__clang__)
 #define KO_COMPRESSES                                                                              \
-    __attribute__((target("avx512f,avx512bw,avx512vbmi,avx512vbmi2,bmi,bmi2,popcnt")))
+    __attribute__((target("avx512f,avx512bw,avx512vl,avx512vbmi,avx512vbmi2,bmi,bmi2,popcnt")))
 #endif
 #endif
 
@@ -183,78 +183,6 @@ KO_SHUFFLES inline unsigned char* PutCodes(unsigned char* at, __m128i codes, uns
     return at + _mm_popcnt_u32(set);
 }
 
-/// The elements of gaps, by character.
-struct GapElements {
-    unsigned char bytes[128];
-
-    GapElements()
-    {
-        const o_u2b* const orders = KoLanguageContext::QueryCodeSet(KoCS_ASCII)->Orders();
-        for (unsigned i = 0; i < std::size(bytes); ++i)
-            bytes[i] = static_cast<unsigned char>(CodeOfElement(orders[i]) >> 8U);
-    }
-};
-
-/// Writes the gaps, one for each run of ones in `skipped`, of which there are some. Like Finish it
-/// is compiled for what its callers may use.
-[[gnu::always_inline]] inline unsigned char* PutGaps(unsigned char* at,
-                                                     const unsigned char* characters, o_u8b skipped)
-{
-    static const GapElements s_elements;
-    const unsigned char* const elements = s_elements.bytes;
-    unsigned next = 0; // where the next gap begins if no empty one stands before it
-    o_u8b begins = skipped & ~(skipped << 1U);
-    o_u8b ends = ~skipped & (skipped << 1U); // without the last one where it is at the very end
-    do {
-        const auto begin = static_cast<unsigned>(std::countr_zero(begins));
-        const auto behind = static_cast<unsigned>(std::countr_zero(ends));
-        begins &= begins - 1;
-        ends &= ends - 1;
-        const unsigned char more = begins != 0 ? kMore : kLast;
-        const unsigned empty = begin - next;
-        next = behind + 1;
-        const unsigned first = elements[characters[begin]] - 1U;
-        if (empty > kMostEmpty) [[unlikely]] {
-            const unsigned rank = kManyEmpty - empty;
-            *at++ = kAfterMany;
-            *at++ = static_cast<unsigned char>(rank >> 16U);
-            *at++ = static_cast<unsigned char>(rank >> 8U);
-            *at++ = static_cast<unsigned char>(rank);
-        } else if (behind == begin + 1 && IsShortAlone(first)) {
-            *at++ = LeadOf(empty, KindOfSingle(first) + more);
-            continue;
-        } else {
-            *at++ = LeadOf(empty, KindOf(first));
-        }
-        *at++ = elements[characters[begin]];
-        for (unsigned i = begin + 1; i < behind; ++i)
-            *at++ = elements[characters[i]];
-        *at++ = more;
-    } while (begins != 0);
-    return at;
-}
-
-/// What follows the codes, which end at `at`; `skipped` is what the gaps are made of. The length of
-/// the key, 0 where nothing but gaps tells the variant.
-[[gnu::always_inline]] inline unsigned Finish(unsigned char* key, unsigned char* at,
-                                              bool ideographic, const unsigned char* characters,
-                                              o_u8b skipped)
-{
-    if (at == key + (ideographic ? 1 : 0)) {
-        if (ideographic && skipped != 0)
-            return 0;
-        at = key;
-        *at++ = kGaps;
-        if (skipped == 0)
-            *at++ = kLast;
-    } else {
-        if (ideographic)
-            *key = kIdeographic;
-        *at++ = skipped == 0 ? kNoGaps : kGaps;
-    }
-    return static_cast<unsigned>((skipped == 0 ? at : PutGaps(at, characters, skipped)) - key);
-}
-
 template <unsigned kWidth>
 KO_SHUFFLES unsigned Write(const Source source, const AsciiForm& form, bool ideographic, bool gaps,
                            unsigned char* key)
@@ -318,6 +246,51 @@ constexpr std::array<AsciiCodes, kForms> kAsciiCodes = [] {
     return all;
 }();
 
+/// The numbers 0 to 31.
+constexpr unsigned kPlaces = 32;
+struct alignas(kPlaces) Places {
+    unsigned char bytes[kPlaces];
+};
+constexpr Places kEveryPlace = [] {
+    Places all{};
+    for (unsigned char i = 0; i < kPlaces; ++i)
+        all.bytes[i] = i;
+    return all;
+}();
+
+/// The gaps can be written by PutSingles: they lie among the first 32 characters, so that none
+/// comes after too many empty ones, and each is one blank or one hyphen (`shortAlone`).
+[[gnu::always_inline]] inline bool AreSingles(o_u8b skipped, o_u8b shortAlone)
+{
+    static_assert(kPlaces <= kMostEmpty);
+    return ((skipped & ~shortAlone) | (skipped & skipped << 1U) | skipped >> kPlaces) == 0;
+}
+
+/// Writes gaps that are one byte each, at most sixteen since others lie between: where a gap
+/// begins, and where the one before, tell its lead.
+KO_COMPRESSES inline unsigned char* PutSingles(unsigned char* at, o_u8b skipped, o_u8b hyphens)
+{
+    const __m256i places = _mm256_load_si256(reinterpret_cast<const __m256i*>(kEveryPlace.bytes));
+    const __m128i begins =
+        _mm256_castsi256_si128(_mm256_maskz_compress_epi8(static_cast<__mmask32>(skipped), places));
+    const auto count = static_cast<unsigned>(_mm_popcnt_u64(skipped));
+    // The first begins as if one stood two places before the text.
+    const __m128i before = _mm_or_si128(_mm_slli_si128(begins, 1), _mm_cvtsi32_si128(0xFE));
+    const __m128i away = _mm_sub_epi8(begins, before); // empty ones and 2
+    const __m128i twice = _mm_add_epi8(away, away);
+    const __m128i fourfold = _mm_add_epi8(twice, twice);
+    static_assert(kKinds == 7);
+    const __m128i ranks = _mm_sub_epi8(_mm_add_epi8(fourfold, fourfold), away);
+    __m128i leads = _mm_sub_epi8(Every(LeadOf(0, KindOfSingle(kBlank)) + 2 * kKinds), ranks);
+    const auto areHyphens = static_cast<__mmask16>(_pext_u64(hyphens, skipped));
+    leads = _mm_mask_add_epi8(leads, areHyphens, leads,
+                              Every(KindOfSingle(kHyphen) - KindOfSingle(kBlank)));
+    const auto go = static_cast<__mmask16>(_bzhi_u32(0xFFFF, count - 1)); // another one follows
+    leads = _mm_mask_add_epi8(leads, go, leads, Every(kMore));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(at), leads);
+    return at + count;
+}
+
 /// All characters at once, and nothing beyond them. Of eight bits each.
 KO_COMPRESSES unsigned WriteAtOnce(const Source source, const AsciiCodes& form, bool ideographic,
                                    bool gaps, unsigned char* key)
@@ -335,7 +308,16 @@ KO_COMPRESSES unsigned WriteAtOnce(const Source source, const AsciiCodes& form, 
     unsigned char* const at = key + (ideographic ? 1 : 0);
     _mm512_mask_storeu_epi8(at, _bzhi_u64(~o_u8b{0}, count),
                             _mm512_maskz_compress_epi8(set, codes));
-    return Finish(key, at + count, ideographic, source.Bytes(), gaps ? there & ~set : 0);
+    const o_u8b skipped = gaps ? there & ~set : 0;
+    const o_u8b hyphens = _mm512_cmpeq_epi8_mask(x, _mm512_set1_epi8('-'));
+    const o_u8b blanks = _mm512_cmpeq_epi8_mask(x, _mm512_set1_epi8(' '));
+    if (!AreSingles(skipped, hyphens | blanks))
+        return Finish(key, at + count, ideographic, source.Bytes(), skipped);
+    unsigned char* end = EndCodes(key, at + count, ideographic, skipped);
+    if (end == nullptr)
+        return 0;
+    end = skipped != 0 ? PutSingles(end, skipped, hyphens) : end;
+    return static_cast<unsigned>(end - key);
 }
 
 #endif
@@ -346,7 +328,8 @@ SortKeyWay BestWay()
 {
 #if defined(KO_COMPRESSES)
     if (__builtin_cpu_supports("avx512vbmi2") != 0 && __builtin_cpu_supports("avx512vbmi") != 0 &&
-        __builtin_cpu_supports("avx512bw") != 0 && __builtin_cpu_supports("bmi2") != 0)
+        __builtin_cpu_supports("avx512bw") != 0 && __builtin_cpu_supports("avx512vl") != 0 &&
+        __builtin_cpu_supports("bmi2") != 0)
         return SortKeyWay::kAtOnce;
 #endif
     return __builtin_cpu_supports("ssse3") != 0 && __builtin_cpu_supports("popcnt") != 0

@@ -94,6 +94,21 @@ struct StringAccess {
         return text;
     }
 
+    /// An empty string has text that stands somewhere else, in `size` bytes with the terminator and
+    /// with blocks as those of Allocate. It is taken back before the string is changed or
+    /// destructed.
+    static void Lend(KoString& string, char* buffer, std::size_t size, unsigned char codeSet)
+    {
+        string.m_buffer = buffer;
+        string.m_size = static_cast<o_u2b>(size);
+        string.m_codeSet = codeSet;
+    }
+    static void TakeBack(KoString& string)
+    {
+        string.m_buffer = nullptr;
+        string.m_size = 0;
+    }
+
 private:
     [[gnu::cold, gnu::noinline]] static void AppendToText(KoString& string, const char* text,
                                                           unsigned count);

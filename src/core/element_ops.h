@@ -144,11 +144,21 @@ struct ElementOps : ValueOps<T, Ops> {
         return Ops::ParseOne(*static_cast<T*>(value), text, FormatOr(format), errorAt);
     }
 
-    /// Any bytes are a value; types of which that is not true hide it.
+    /// Any bytes are a value; types of which that is not true hide it. Under every format with bit
+    /// 3 translating reads elements in memory, also where comparing wants that format alone.
     static int Validate(const void*, std::size_t size, unsigned char format, unsigned count,
                         std::size_t& at)
     {
-        return ValidateElements(size, Ops::FormSize(format), count, at);
+        const bool memory = (format & KoFMT_MEMORY) != 0;
+        const unsigned width = memory ? static_cast<unsigned>(sizeof(T)) : Ops::FormSize(format);
+        return ValidateElements(size, width, count, at);
+    }
+
+    /// What Store writes and Load reads, which under a format with bit 3 is not the form of memory.
+    static int Measure(const void*, std::size_t size, unsigned char format, unsigned count,
+                       std::size_t& at)
+    {
+        return ValidateElements(size, Ops::SizeGetFromMemFile(nullptr, format, 1), count, at);
     }
 
     static const char* FormatOr(const char* format)

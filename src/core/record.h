@@ -1,8 +1,12 @@
 #ifndef KO_CORE_RECORD_H
 #define KO_CORE_RECORD_H
 
+#include "core/whole_text.h"
+
 #include <kotypemgr.h>
 #include <kotypes.h>
+
+#include <string_view>
 
 /// How a type's record is made: an operations class with one static member per slot. A class
 /// derives from NoOps, or from a template that knows more, and hides what it does itself. The
@@ -37,8 +41,9 @@ inline constexpr TypeRow kTypeRows[KoTYPE_COUNT] = {
 KO_TYPE_LIST(KO_TYPE_EXTERN)
 #undef KO_TYPE_EXTERN
 
-/// The string type of the compatibility table. It shares the extension of the current one.
+/// The string type of the compatibility table.
 extern KoTypeDescriptor koOldStringDescriptor;
+extern const KoTypeExtension koOldStringDescriptorExt;
 
 /// The operations that do nothing: the reserved type's, and the base of all others.
 struct NoOps {
@@ -87,6 +92,7 @@ struct NoOps {
         return KoRC_NOT_SUPPORTED;
     }
     static constexpr KoParseFunc Parse = nullptr;
+    static constexpr KoParseAsciiFunc ParseAscii = nullptr;
     static unsigned SortKey(void*, unsigned, const void*, unsigned char, unsigned, unsigned short)
     {
         return 0;
@@ -100,8 +106,10 @@ struct NoOps {
         at = 0;
         return KoRC_OK;
     }
+    static constexpr KoValidateFunc Measure = Validate;
     static constexpr KoStampFunc Stamp = nullptr;
     static constexpr KoPrintFunc kPrintsArray = nullptr;
+    static constexpr std::string_view kTextFormat{}; ///< the print format reads back
     static constexpr bool kIsIntegral = false;
     static constexpr bool kStepsInEveryForm = false;
 };
@@ -149,12 +157,22 @@ consteval KoTypeDescriptor Describe(KoTypeId id)
             nullptr};
 }
 
-/// The extension of a type's record. It belongs to the id, so the two tables share it.
+/// The extension of a type's record. It belongs to the id, so the two tables share it; the older
+/// string type alone has one of its own.
 template <class Ops>
-consteval KoTypeExtension Extend()
+consteval KoTypeExtension Extend(KoTypeId id)
 {
-    return {Ops::Parse, Ops::SortKey,      Ops::FromSortKey, Ops::Validate,
-            Ops::Stamp, Ops::kPrintsArray, Ops::kIsIntegral, Ops::kStepsInEveryForm};
+    return {Ops::kTextFormat.empty() ? kTypeRows[id].printFormat : Ops::kTextFormat.data(),
+            Ops::Parse,
+            Ops::ParseAscii,
+            Ops::SortKey,
+            Ops::FromSortKey,
+            Ops::Validate,
+            Ops::Measure,
+            Ops::Stamp,
+            Ops::kPrintsArray,
+            Ops::kIsIntegral,
+            Ops::kStepsInEveryForm};
 }
 
 #define KO_TYPE_EXTEND(id, idName, descriptor, name, memLen, isFixed, printFormat)                 \
@@ -167,7 +185,7 @@ extern const KoTypeExtension* const kTypeExtensions[KoTYPE_COUNT];
 
 #define KO_DEFINE_TYPE(descriptor, Ops, id)                                                        \
     constinit KoTypeDescriptor descriptor = Describe<Ops>(id);                                     \
-    extern constinit const KoTypeExtension descriptor##Ext = Extend<Ops>();
+    extern constinit const KoTypeExtension descriptor##Ext = Extend<Ops>(id);
 
 } // namespace ko
 

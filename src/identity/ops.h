@@ -247,12 +247,17 @@ struct IdentityOps : ElementOps<typename Type::Value, IdentityOps<Type>, Type::k
         return value;
     }
 
+    /// The whole text names the fields of a null identity, too, unless they are all 0.
+    static constexpr std::string_view kTextFormat = kWholeText;
+
     static void PrintOne(KoString& text, const T& value, const char* format)
     {
-        if (value.IsNullValue() != 0)
+        const bool whole = IsWholeText(format);
+        const IdentityFields fields = Type::ToFields(value);
+        if (whole ? fields == IdentityFields{} : value.IsNullValue() != 0)
             text += KoTypeMgr::GetNullPrintString();
         else
-            PrintIdentity(text, Type::kKind, Type::ToFields(value), format);
+            PrintIdentity(text, Type::kKind, fields, whole ? Type::kFormat : format);
     }
     static void ScanOne(T& value, const KoString& text, const char* format)
     {
@@ -260,6 +265,8 @@ struct IdentityOps : ElementOps<typename Type::Value, IdentityOps<Type>, Type::k
             value.SetNullValue();
             return;
         }
+        if (IsWholeText(format))
+            format = Type::kFormat;
         IdentityFields fields = Type::ToFields(value);
         if (ScanIdentity(fields, Type::kKind, text, format))
             value = Type::FromFields(fields);
@@ -270,6 +277,8 @@ struct IdentityOps : ElementOps<typename Type::Value, IdentityOps<Type>, Type::k
             value.SetNullValue();
             return 0;
         }
+        if (IsWholeText(format))
+            format = Type::kFormat;
         IdentityFields fields;
         const int result = ParseIdentity(fields, Type::kKind, text, format, errorAt);
         if (result == 0)

@@ -116,9 +116,11 @@ int ParseIdentity(IdentityFields& fields, const IdentityKind& kind, const KoStri
     NumCursor cursor(narrow.Data(), narrow.Length());
     IdentityFields read{};
     bool fits = true;
+    bool outOfRange = false;
     for (IdentityFormat pieces(format, kind); fits && pieces.Next();) {
         if (pieces.IsField()) {
             fits = ReadField(cursor, read, pieces.Field());
+            outOfRange = !fits && !cursor.AtEnd() && IsDigit(*cursor.pos);
         } else {
             fits = !cursor.AtEnd() && *cursor.pos == pieces.Literal();
             cursor.pos += fits ? 1 : 0;
@@ -126,7 +128,7 @@ int ParseIdentity(IdentityFields& fields, const IdentityKind& kind, const KoStri
     }
     if (!fits || !cursor.AtEnd()) {
         errorAt = cursor.Position();
-        return -1;
+        return outOfRange ? KoREAD_OUT_OF_RANGE : KoREAD_NOT_A_VALUE;
     }
     fields = read;
     return 0;

@@ -6,6 +6,8 @@
 #define XXH_INLINE_ALL
 #include <xxhash.h>
 
+#include <limits>
+
 // Sort keys, hashes over them, and bytes from strangers.
 
 using namespace ko;
@@ -59,12 +61,11 @@ int KoTypeMgr::Validate(o_char id, const void* bytes, std::size_t size, unsigned
 unsigned KoTypeMgr::DiskLenGet(o_char id, const void* bytes, std::size_t size, unsigned char format,
                                unsigned count, int& status) const
 {
-    const KoTypeDescriptor& type = TypeOf(*m_table, id);
-    MemFile file(bytes, size);
-    const unsigned length = DiskLenGetFromMemFile(id, &file, format, count);
-    // A file without enough bytes has 0; so have no elements, but for the total before an array.
-    const bool none = count == 0 && Slot(type, &KoTypeDescriptor::nullSizeGet)(0) == 0;
-    const bool inside = length <= file.Size() && (length != 0 || none || type.memLen == 0);
-    status = inside ? KoRC_OK : KoRC_TRUNCATED;
-    return status == KoRC_OK ? length : 0;
+    std::size_t end = 0;
+    status =
+        ExtensionOf(*m_table, id).measure(bytes, bytes != nullptr ? size : 0, format, count, end);
+    // More than the result holds is as bad as more than there is.
+    if (status == KoRC_OK && end > std::numeric_limits<unsigned>::max())
+        status = KoRC_TRUNCATED;
+    return status == KoRC_OK ? static_cast<unsigned>(end) : 0;
 }

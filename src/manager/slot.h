@@ -43,7 +43,10 @@ inline const KoTypeExtension& ExtensionOf(o_char id) noexcept
 /// The extension that goes with TypeOf.
 inline const KoTypeExtension& ExtensionOf(const KoTypeTable& table, o_char id) noexcept
 {
-    return ExtensionOf(FindType(table, id) != nullptr ? id : o_char{KoRES_T});
+    const KoTypeDescriptor* type = FindType(table, id);
+    if (type == &koOldStringDescriptor)
+        return koOldStringDescriptorExt;
+    return ExtensionOf(type != nullptr ? id : o_char{KoRES_T});
 }
 
 /// A function of a type, or the reserved type's, which does nothing, when the type lacks it.

@@ -94,8 +94,9 @@ int KoTypeMgr::ParseFromKoString(o_char id, void* value, const KoString& text, c
         errorAt = 0;
         return KoRC_NOT_SUPPORTED;
     }
-    return parse(value, text, format != nullptr ? format : TypeOf(*m_table, id).printFormat,
-                 errorAt);
+    if (format == nullptr)
+        format = TypeOf(*m_table, id).printFormat;
+    return parse(value, text, format, errorAt) == 0 ? 0 : -1;
 }
 
 // ---- self-delimiting text: every element is followed by one delimiter, which therefore is the

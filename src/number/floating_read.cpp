@@ -196,7 +196,7 @@ int ParseAny(double& value, const char* text, std::size_t length, const char* fo
     NumCursor cursor(text, length);
     const auto fail = [&](const char* at) {
         errorAt = static_cast<unsigned>(at - cursor.begin);
-        return -1;
+        return KoREAD_NOT_A_VALUE;
     };
     if (!cursor.Match(parsed.prefix, parsed.prefixEnd, true))
         return fail(cursor.pos);
@@ -211,8 +211,10 @@ int ParseAny(double& value, const char* text, std::size_t length, const char* fo
     cursor.SkipPadding(parsed.PadsAfter());
     if (!cursor.Match(parsed.suffix, parsed.suffixEnd, true) || !cursor.AtEnd())
         return fail(cursor.pos);
-    if (overflow)
-        return fail(start);
+    if (overflow) {
+        fail(start);
+        return KoREAD_OUT_OF_RANGE;
+    }
     value = negative ? -real : real;
     return 0;
 }

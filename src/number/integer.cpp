@@ -277,7 +277,7 @@ int ParseAny(o_u8b& value, const char* text, std::size_t length, const char* for
     const char* start = nullptr;
     const auto fail = [&](const char* at) {
         errorAt = static_cast<unsigned>(at - cursor.begin);
-        return -1;
+        return KoREAD_NOT_A_VALUE;
     };
     if (!cursor.Match(parsed.prefix, parsed.prefixEnd, true))
         return fail(cursor.pos);
@@ -303,8 +303,10 @@ int ParseAny(o_u8b& value, const char* text, std::size_t length, const char* for
     cursor.SkipPadding(parsed.PadsAfter());
     if (!cursor.Match(parsed.suffix, parsed.suffixEnd, true) || !cursor.AtEnd())
         return fail(cursor.pos);
-    if (overflow || !InRange(magnitude, negative, type, parsed.conversion))
-        return fail(start);
+    if (overflow || !InRange(magnitude, negative, type, parsed.conversion)) {
+        fail(start);
+        return KoREAD_OUT_OF_RANGE;
+    }
     value = Narrow(negative ? Negate(magnitude) : magnitude, type);
     return 0;
 }

@@ -69,6 +69,7 @@ struct BooleanOps : ElementOps<KoBoolean, BooleanOps, KoBOOLEAN_T> {
         return count;
     }
     static unsigned SizeGetFromMemFile(MemFile*, unsigned char, unsigned count) { return count; }
+    static unsigned FormSize(unsigned char) { return 1; }
 
     static float EvalAndBound(KoIdxBounds* bounds, unsigned short& op, void* value, unsigned char,
                               unsigned count, KoIdxBounds* newBounds)
@@ -117,14 +118,6 @@ struct BooleanOps : ElementOps<KoBoolean, BooleanOps, KoBOOLEAN_T> {
                 return 1U;
             });
     }
-    static int Validate(const void* bytes, std::size_t size, unsigned char, unsigned count,
-                        std::size_t& at)
-    {
-        return ValidateElements(bytes, size, 1, count, at, [](const unsigned char* element) {
-            return *element <= 1 || *element == 0xFF ? 1U : 0U;
-        });
-    }
-
     static const char* Word(const KoBoolean& value) { return value.IsTrue() != 0 ? kTrue : kFalse; }
 
     static KoString ToText(const KoBoolean& value)

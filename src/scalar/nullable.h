@@ -48,6 +48,7 @@ struct NullOps : ElementOps<KoNull<typename Base::Value>, NullOps<Base, id>, id>
     using Text = ScalarText<Base>;
     using Encoder = typename Base::Encoder;
     static constexpr unsigned kStoredSize = Base::kSize + 1;
+    static constexpr std::string_view kTextFormat = Text::kTextFormat;
     static_assert(sizeof(T) == Base::kSize);
     static_assert(alignof(Element) == alignof(T) && offsetof(Element, null) == sizeof(T));
 
@@ -213,7 +214,7 @@ struct NullOps : ElementOps<KoNull<typename Base::Value>, NullOps<Base, id>, id>
         if (element.null != 0)
             text += KoTypeMgr::GetNullPrintString();
         else
-            AppendNumber(text, element.value, format);
+            Text::Print(text, element.value, format);
     }
     static void ScanOne(Element& element, const KoString& text, const char* format)
     {
@@ -224,6 +225,21 @@ struct NullOps : ElementOps<KoNull<typename Base::Value>, NullOps<Base, id>, id>
         else if (isNull || MeansNullOrIsEmpty(text, false))
             element.SetNullValue();
     }
+    /// What begins as the null print string does is left to the reader of strings.
+    static constexpr KoParseAsciiFunc ParseAscii = []() -> KoParseAsciiFunc {
+        if constexpr (Text::kIsByte)
+            return nullptr;
+        else
+            return [](void* value, const char* text, std::size_t length, const char* format) {
+                auto& element = *static_cast<Element*>(value);
+                const KoString& nullText = KoTypeMgr::GetNullPrintString();
+                if (length == 0 || nullText.Width() != 1 || *text == *nullText.StrGet() ||
+                    !Text::ParseAscii(element.value, text, length, format))
+                    return false;
+                element.null = 0;
+                return true;
+            };
+    }();
     static int ParseOne(Element& element, const KoString& text, const char* format,
                         unsigned& errorAt)
     {

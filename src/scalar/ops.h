@@ -15,6 +15,7 @@ struct ScalarOps : ElementOps<typename Type::Value, ScalarOps<Type>, Type::kId> 
     using Text = ScalarText<Type>;
     using Encoder = typename Type::Encoder;
     static constexpr bool kIsIntegral = Type::kIsIntegral;
+    static constexpr std::string_view kTextFormat = Text::kTextFormat;
 
     static unsigned Store(void* destination, const void* source, unsigned char format,
                           unsigned count)
@@ -62,7 +63,7 @@ struct ScalarOps : ElementOps<typename Type::Value, ScalarOps<Type>, Type::kId> 
     }
     static void PrintOne(KoString& text, const T& element, const char* format)
     {
-        AppendNumber(text, element, format);
+        Text::Print(text, element, format);
     }
     static void ScanOne(T& element, const KoString& text, const char* format)
     {
@@ -72,6 +73,15 @@ struct ScalarOps : ElementOps<typename Type::Value, ScalarOps<Type>, Type::kId> 
     {
         return Text::Parse(element, text, format, errorAt);
     }
+
+    static constexpr KoParseAsciiFunc ParseAscii = []() -> KoParseAsciiFunc {
+        if constexpr (Text::kIsByte)
+            return nullptr;
+        else
+            return [](void* value, const char* text, std::size_t length, const char* format) {
+                return Text::ParseAscii(*static_cast<T*>(value), text, length, format);
+            };
+    }();
 
     static int GetValue(void* value, unsigned, unsigned char format, unsigned char kind)
     {

@@ -22,7 +22,7 @@ struct CharTextOps : ScalarOps<CharType> {
     static KoString& Print(KoString& text, void* value, const char* format, unsigned count)
     {
         const NumFormat parsed = ParseFormat(format);
-        if (parsed.conversion != 'c')
+        if (parsed.conversion != 'c' || IsWholeText(format))
             return ScalarOps::Print(text, value, format, count);
         if (count == 0)
             return text;

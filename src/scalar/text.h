@@ -1,6 +1,8 @@
 #ifndef KO_SCALAR_TEXT_H
 #define KO_SCALAR_TEXT_H
 
+#include "core/whole_text.h"
+#include "number/ascii.h"
 #include "number/format.h"
 #include "number/string_number.h"
 #include "scalar/type.h"
@@ -78,10 +80,31 @@ struct ScalarText {
             return ScanNumber(value, text, format);
     }
 
+    static constexpr std::string_view kTextFormat =
+        kIsByte || std::floating_point<T> ? kWholeText : std::string_view();
+
+    static void Print(KoString& text, T value, const char* format)
+    {
+        if constexpr (!kTextFormat.empty()) {
+            if (IsWholeText(format)) {
+                if constexpr (kIsByte)
+                    AppendByte(text, static_cast<unsigned char>(value));
+                else
+                    AppendShortest(text, value);
+                return;
+            }
+        }
+        AppendNumber(text, value, format);
+    }
+
     static int Parse(T& value, const KoString& text, const char* format, unsigned& errorAt)
     {
+        if constexpr (std::floating_point<T>)
+            format = IsWholeText(format) ? kFloatingFormat : format;
         if constexpr (kIsByte) {
             const SingleByteText byte(text);
+            if (IsWholeText(format))
+                return ParseByte(value, byte, errorAt);
             if (!byte.IsExact()) {
                 errorAt = 0;
                 return -1;
@@ -90,6 +113,56 @@ struct ScalarText {
         } else {
             return ParseNumber(value, text, format, errorAt);
         }
+    }
+
+    /// Of numbers; see KoParseAsciiFunc.
+    static bool ParseAscii(T& value, const char* text, std::size_t length, const char* format)
+    {
+        static_assert(!kIsByte);
+        using Number = std::conditional_t<std::is_class_v<T>, o_8b, T>;
+        if constexpr (std::floating_point<T>)
+            format = IsWholeText(format) ? kFloatingFormat : format;
+        Number number{};
+        unsigned errorAt;
+        if (ParseNumber(number, text, length, format, errorAt) != 0)
+            return false;
+        value = number;
+        return true;
+    }
+
+private:
+    // The whole text of a byte: itself where it is a printable character of ASCII, and "\x" with
+    // two hexadecimal digits. So it does not depend on the default code set, and 0 is no empty
+    // text.
+
+    static void AppendByte(KoString& text, unsigned char byte)
+    {
+        if (byte >= ' ' && byte < 0x7F)
+            text << static_cast<char>(byte);
+        else
+            AppendNumber(text, o_u2b{byte}, "\\x%02X");
+    }
+    static int ParseByte(T& value, const SingleByteText& text, unsigned& errorAt)
+    {
+        constexpr unsigned kEscaped = 4;
+        const char* const bytes = text.Get().StrGet();
+        const unsigned length = text.Get().Len();
+        if (length == 1 && text.IsExact()) {
+            value = static_cast<T>(*bytes);
+            return 0;
+        }
+        const char* const expected = "\\x";
+        unsigned at = 0;
+        while (at < length && at < kEscaped &&
+               (at < 2 ? bytes[at] == expected[at] : HexValue(bytes[at]) >= 0))
+            ++at;
+        if (at == kEscaped && length == kEscaped) {
+            value = static_cast<T>(HexValue(bytes[2]) * 16 + HexValue(bytes[3]));
+            return 0;
+        }
+        // Of several characters that begin with another one than a backslash the first belongs.
+        errorAt = at == 0 && length > 1 && text.IsExact() ? 1 : at;
+        return -1;
     }
 };
 

@@ -4,6 +4,7 @@
 #include <kostring.h>
 #include <kotypemgr.h>
 
+#include <atomic>
 #include <cstring>
 
 namespace ko
@@ -21,6 +22,17 @@ KoString& NullPrintString()
 // It is asked for while the library is loaded: it is then complete before any static object of an
 // application, and outlives it. Another file's start-up that needs it earlier still gets it built.
 [[maybe_unused]] const KoString& builtWithLibrary = NullPrintString();
+
+/// That of the innermost scope of this thread, and the scopes of all threads.
+constinit thread_local const KoString* t_text = nullptr;
+constinit std::atomic<unsigned> g_scopes = 0;
+
+const KoString& CurrentNullText()
+{
+    if (g_scopes.load(std::memory_order_relaxed) != 0 && t_text != nullptr) [[unlikely]]
+        return *t_text;
+    return NullPrintString();
+}
 
 /// The whole comparison. Apart from MeansNull, which every reading of a value begins with
 /// and which nearly always has its answer before.
@@ -51,6 +63,23 @@ KoString& NullPrintString()
 
 } // namespace
 
+NullTextScope::NullTextScope(const KoString* text) noexcept
+    : m_outer(text != nullptr ? t_text : nullptr), m_isUsed(text != nullptr)
+{
+    if (!m_isUsed)
+        return;
+    t_text = text;
+    g_scopes.fetch_add(1, std::memory_order_relaxed);
+}
+
+NullTextScope::~NullTextScope()
+{
+    if (!m_isUsed)
+        return;
+    g_scopes.fetch_sub(1, std::memory_order_relaxed);
+    t_text = m_outer;
+}
+
 bool MeansNullOrIsEmpty(const KoString& text, bool whole)
 {
     return text.IsEmpty() || MeansNull(text, whole);
@@ -60,7 +89,7 @@ bool MeansNull(const KoString& text, bool whole)
 {
     if (text.IsNullValue())
         return true;
-    const KoString& nullText = NullPrintString();
+    const KoString& nullText = CurrentNullText();
     // Nearly every text that is not null differs in its first character already.
     if (text.CodeSet() == nullText.CodeSet() && *text.StrGet() != *nullText.StrGet())
         return false;
@@ -73,7 +102,7 @@ using namespace ko;
 
 const KoString& KoTypeMgr::GetNullPrintString()
 {
-    return NullPrintString();
+    return CurrentNullText();
 }
 
 void KoTypeMgr::SetNullPrintString(const KoString& text)

@@ -1,6 +1,7 @@
 #include "string/print.h"
 
 #include "collation/text.h"
+#include "core/whole_text.h"
 #include "number/format.h"
 #include "string/null_text.h"
 
@@ -60,12 +61,27 @@ KoString Part(const KoString& text, unsigned pos, unsigned count)
     return text.Copy(static_cast<unsigned short>(pos), static_cast<short>(count));
 }
 
+/// True for the null print string and for backslashes before it.
+bool IsEscapedNull(const KoString& text)
+{
+    const KoText units = StringAccess::Get(text);
+    unsigned at = 0;
+    while (at < units.units && units.At(at) == '\\')
+        ++at;
+    return MeansNull(at == 0 ? text : Part(text, at, units.units - at), true);
+}
+
 } // namespace
 
 KoString& PrintString(KoString& text, const KoString& value, const char* format)
 {
     if (value.IsNullValue())
         return text += KoTypeMgr::GetNullPrintString();
+    if (IsWholeText(format)) {
+        if (IsEscapedNull(value))
+            text << '\\';
+        return text += value;
+    }
     const NumFormat parsed = ParseStringFormat(format);
     const unsigned length = value.Len();
     const unsigned shown =
@@ -115,8 +131,13 @@ bool ScanNonNullString(KoString& value, const KoString& text, const char* format
 int ParseString(KoString& value, const KoString& text, const char* format, unsigned& errorAt,
                 unsigned* startsAt)
 {
-    if (text.IsNullValue()) {
+    const bool whole = IsWholeText(format);
+    if (text.IsNullValue() || (whole && MeansNull(text, true))) {
         value.SetNullValue();
+        return 0;
+    }
+    if (whole) {
+        value = IsEscapedNull(text) ? Part(text, 1, text.Len() - 1U) : text;
         return 0;
     }
     const NumFormat parsed = ParseStringFormat(format);

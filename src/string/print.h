@@ -5,6 +5,10 @@
 
 /// Strings under a format: literal text around one `%[-][width][.precision]s`, widths in
 /// characters, `%%` for a percent sign. Any other format, and null, counts as "%s".
+///
+/// Under kWholeText a text that is the null print string, or backslashes and then that, has one
+/// more backslash in front, which strict reading takes off: so the null print string is read as
+/// null, and every other text is itself.
 
 namespace ko
 {
@@ -23,8 +27,8 @@ void ScanString(KoString& value, const KoString& text, const char* format);
 bool ScanNonNullString(KoString& value, const KoString& text, const char* format);
 
 /// Reads the whole text, whose beginning and end must be the literal texts: 0, or -1 with `errorAt`
-/// and the value unchanged. Every text is a value, the null print string too; only the null string
-/// is null. `startsAt` receives the position of the value in the text.
+/// and the value unchanged. Every text is a value, the null print string too, but for kWholeText;
+/// only the null string is null. `startsAt` receives the position of the value in the text.
 int ParseString(KoString& value, const KoString& text, const char* format, unsigned& errorAt,
                 unsigned* startsAt = nullptr);
 

@@ -73,6 +73,14 @@ unsigned MeasureRecords(MemFile* file, unsigned char format, unsigned count, Mea
     return size;
 }
 
+/// A stored text of code set 254 with bit 7 in the language, which is compared without that bit
+/// (doc/formats.md) and so as another text than the one that it is read as.
+inline constexpr unsigned char kNullMarkBit = 0x80;
+inline bool CarriesNullMark(unsigned char codeSet, unsigned char language)
+{
+    return codeSet == KoCS_NULL && (language & kNullMarkBit) != 0;
+}
+
 /// What walking through the texts of one operand meets.
 enum class TextFound {
     kText,   ///< a whole text
@@ -150,8 +158,16 @@ o_u8b StringBytes(const void* strings, unsigned char format, unsigned count);
 /// Records of either layout, as both string types read them; see KoValidateFunc.
 int StringValidate(const void* bytes, std::size_t size, unsigned char format, unsigned count,
                    std::size_t& at);
+/// Where `count` records end by their length fields, whatever stands between; see KoValidateFunc.
+/// With `layouts` the first one may be an array in the older layout.
+int MeasureWithin(const void* bytes, std::size_t size, unsigned char format, unsigned count,
+                  std::size_t& at, bool layouts);
 
 // ---- the older layout, which only the older string type writes
+
+/// StringValidate, but for no strings, of which there is a length of 0.
+int OlderValidate(const void* bytes, std::size_t size, unsigned char format, unsigned count,
+                  std::size_t& at);
 
 /// Writes the older layout. Nothing, and 0, where the texts do not fit its 16-bit length. Of 16-bit
 /// text the bytes before the first zero byte are written, at most one for each character.

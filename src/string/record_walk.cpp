@@ -9,14 +9,6 @@
 namespace ko
 {
 
-namespace
-{
-
-/// Bit 7 of the language, which makes a null mark of a null value.
-constexpr unsigned char kNullMarkBit = 0x80;
-
-} // namespace
-
 TextFound TextWalk::Next(KoText& text)
 {
     m_nullMark = false;
@@ -27,7 +19,7 @@ TextFound TextWalk::Next(KoText& text)
 
 TextFound TextWalk::NextInMemory(KoText& text)
 {
-    if (m_size != 0 && m_offset >= m_size)
+    if (Available() < sizeof(KoString))
         return TextFound::kNone;
     text = StringAccess::Get(*reinterpret_cast<const KoString*>(m_value + m_offset));
     m_offset += sizeof(KoString);
@@ -59,7 +51,7 @@ TextFound TextWalk::NextRecord(KoText& text)
     text.codeSet = record[2];
     text.language = record[3];
     text.format = RecordOrder(m_format);
-    m_nullMark = text.codeSet == KoCS_NULL && (text.language & kNullMarkBit) != 0;
+    m_nullMark = CarriesNullMark(text.codeSet, text.language);
     if (m_nullMark)
         text.language = static_cast<unsigned char>(text.language & ~kNullMarkBit);
     text.bytes = reinterpret_cast<const char*>(record) + kRecordHead;

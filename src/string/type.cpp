@@ -8,6 +8,8 @@
 
 #include <kostrcmp.h>
 
+#include <algorithm>
+
 namespace ko
 {
 
@@ -115,7 +117,13 @@ struct StringOpsBase : ValueOps<KoString, Ops> {
         return KoRC_OK;
     }
     static constexpr auto Validate = StringValidate;
+    static int Measure(const void* bytes, std::size_t size, unsigned char format, unsigned count,
+                       std::size_t& at)
+    {
+        return MeasureWithin(bytes, size, format, count, at, true);
+    }
 
+    static constexpr std::string_view kTextFormat = kWholeText;
     static int Parse(void* value, const KoString& text, const char* format, unsigned& errorAt)
     {
         return ParseString(*static_cast<KoString*>(value), text, format, errorAt);
@@ -161,6 +169,13 @@ struct OldStringOps : StringOpsBase<OldStringOps> {
     {
         return HashTexts(format, length, value, count, status, true);
     }
+    static constexpr auto Validate = OlderValidate;
+    /// Of no texts, too, there is the length that stands before them.
+    static int Measure(const void* bytes, std::size_t size, unsigned char format, unsigned count,
+                       std::size_t& at)
+    {
+        return MeasureWithin(bytes, size, format, std::max(count, 1U), at, true);
+    }
     static int IsNull(void*) { return 0; }
     static constexpr KoNullFunc SetNull = nullptr;
 };
@@ -168,6 +183,6 @@ struct OldStringOps : StringOpsBase<OldStringOps> {
 } // namespace
 
 KO_DEFINE_TYPE(koStringDescriptor, StringOps, KoSTRING_T)
-constinit KoTypeDescriptor koOldStringDescriptor = Describe<OldStringOps>(KoSTRING_T);
+KO_DEFINE_TYPE(koOldStringDescriptor, OldStringOps, KoSTRING_T)
 
 } // namespace ko

@@ -1,6 +1,8 @@
 #include "core/validate.h"
 #include "string/record.h"
 
+#include <algorithm>
+
 // Stored strings that nobody vouches for.
 
 namespace ko
@@ -27,20 +29,23 @@ int ValidateOlder(const unsigned char* record, unsigned length, unsigned count, 
     return KoRC_OK;
 }
 
-/// One current record of `length` bytes after the length field, all of them there.
-int ValidateRecord(const unsigned char* record, unsigned length, std::size_t offset,
-                   std::size_t& at)
+/// One current record, which begins at `offset` and of which `there` bytes are there.
+int ValidateRecord(const unsigned char* record, unsigned length, std::size_t there,
+                   std::size_t offset, std::size_t& at)
 {
-    const std::size_t last = kRecordLengthField + length - 1;
     if (length < kRecordHead)
         return WrongByte(offset, at);
-    if (record[last - 1] != kRecordEnd[0])
-        return WrongByte(offset + last - 1, at);
-    if (record[last] != kRecordEnd[1])
-        return WrongByte(offset + last, at);
     // 16-bit characters come in pairs of bytes.
-    if (length % KoCodeSetWidth(record[2]) != 0)
+    if (there > kRecordLengthField && length % KoCodeSetWidth(record[2]) != 0)
         return WrongByte(offset + 2, at);
+    std::size_t byte = kRecordLengthField + length - sizeof kRecordEnd;
+    for (const unsigned char mark : kRecordEnd) {
+        if (there <= byte)
+            return BytesMissing(offset + there, at);
+        if (record[byte] != mark)
+            return WrongByte(offset + byte, at);
+        ++byte;
+    }
     return KoRC_OK;
 }
 
@@ -50,8 +55,7 @@ int StringValidate(const void* bytes, std::size_t size, unsigned char format, un
                    std::size_t& at)
 {
     at = 0;
-    // Sizes of records in the key form go by lengths that the bytes do not have.
-    if ((format & KoFMT_MEMORY) != 0 || ((format & KoFMT_KEY) != 0 && count > 1))
+    if ((format & KoFMT_MEMORY) != 0)
         return KoRC_NOT_SUPPORTED;
     const auto* const begin = static_cast<const unsigned char*>(bytes);
     std::size_t offset = 0;
@@ -60,15 +64,50 @@ int StringValidate(const void* bytes, std::size_t size, unsigned char format, un
             return BytesMissing(size, at);
         const unsigned char* const record = begin + offset;
         const unsigned length = RecordLength(record, format);
-        if (length == 0)
-            return WrongByte(offset, at);
-        if (size - offset < kRecordLengthField + length)
-            return BytesMissing(size, at);
-        if (i == 0 && record[length + 1] == kOlderRecordEnd)
-            return ValidateOlder(record, length, count, at);
-        if (const int result = ValidateRecord(record, length, offset, at); result != KoRC_OK)
+        const std::size_t whole = kRecordLengthField + std::size_t{length};
+        if (i == 0) {
+            // As long as its last byte is not there, this may be either layout.
+            if (length == 0)
+                return WrongByte(0, at);
+            if (size < whole)
+                return BytesMissing(size, at);
+            if (record[whole - 1] == kOlderRecordEnd)
+                return ValidateOlder(record, length, count, at);
+        }
+        const std::size_t there = std::min(size - offset, whole);
+        if (const int result = ValidateRecord(record, length, there, offset, at); result != KoRC_OK)
             return result;
+        offset += whole;
+    }
+    at = offset;
+    return KoRC_OK;
+}
+
+int OlderValidate(const void* bytes, std::size_t size, unsigned char format, unsigned count,
+                  std::size_t& at)
+{
+    if (count != 0 || (format & KoFMT_MEMORY) != 0)
+        return StringValidate(bytes, size, format, count, at);
+    if (const int result = MeasureWithin(bytes, size, format, 1, at, true); result != KoRC_OK)
+        return result;
+    const auto* const record = static_cast<const unsigned char*>(bytes);
+    return ValidateOlder(record, RecordLength(record, format), 0, at);
+}
+
+int MeasureWithin(const void* bytes, std::size_t size, unsigned char format, unsigned count,
+                  std::size_t& at, bool layouts)
+{
+    const auto* const begin = static_cast<const unsigned char*>(bytes);
+    std::size_t offset = 0;
+    bool older = false;
+    for (unsigned i = 0; i < count && !older; ++i) {
+        if (size - offset < kRecordLengthField)
+            return BytesMissing(size, at);
+        const std::size_t length = RecordLength(begin + offset, format);
+        if (size - offset - kRecordLengthField < length)
+            return BytesMissing(size, at);
         offset += kRecordLengthField + length;
+        older = layouts && i == 0 && begin[offset - 1] == kOlderRecordEnd;
     }
     at = offset;
     return KoRC_OK;

@@ -28,6 +28,27 @@ constexpr bool IsCalendarDate(o_4b year, o_4b month, o_4b day) noexcept
            DayNumber(year, month + 1, 1) > DayNumber(year, month, day);
 }
 
+// The quotients are whole again for all years that a date can hold when the calendar is counted
+// some of its cycles later.
+inline constexpr o_4b kCycleYears = 400 * 90;
+inline constexpr o_4b kCycleDays = 146097 * 90;
+
+/// The Julian Day Number of a date of the proleptic Gregorian calendar in any 16-bit year. From
+/// -4800-03-01 on it is DayNumber.
+constexpr o_4b CalendarDay(o_4b year, o_4b month, o_4b day) noexcept
+{
+    return DayNumber(year + kCycleYears, month, day) - kCycleDays;
+}
+/// A date of the proleptic Gregorian calendar. IsCalendarDate has a day too many in the centuries
+/// before -4800, where its quotients are cut.
+constexpr bool IsGregorianDate(o_4b year, o_4b month, o_4b day) noexcept
+{
+    return IsCalendarDate(year + kCycleYears, month, day);
+}
+/// The first and the last day that a date can hold.
+inline constexpr o_4b kFirstCalendarDay = CalendarDay(-32768, 1, 1);
+inline constexpr o_4b kLastCalendarDay = CalendarDay(32767, 12, 31);
+
 /// The weekday, Monday 0 to Sunday 6.
 ///
 /// Days of February come out three weekdays early, since the month term counts February as 0

@@ -38,6 +38,12 @@ constexpr bool KindHasWildcards(TemporalKind kind) noexcept
     return kind < TemporalKind::kOdmgDate;
 }
 
+/// Only these have the directive "%z"; for all others it stands for its letter.
+constexpr bool KindHasZone(TemporalKind kind) noexcept
+{
+    return kind == TemporalKind::kOdmgTime || kind == TemporalKind::kOdmgTimestamp;
+}
+
 /// A value of any of them; the fields that the kind lacks are 0. A class cuts the fields to its
 /// widths: 16 bits for the year, 32 for nanoseconds, 8 for the others.
 struct TemporalFields {
@@ -50,6 +56,10 @@ struct TemporalFields {
     o_4b minute = 0;
     o_4b second = 0;
     o_4b nanoseconds = 0;
+    // The zone of a kind that has one.
+    bool hasZone = false; ///< a text named it
+    o_4b zoneHour = 0;
+    o_4b zoneMinute = 0;
 };
 
 /// Appends the null print string, the text of a null value under every format.
@@ -65,8 +75,9 @@ void PrintTemporal(KoString& out, const TemporalFields& fields, const char* form
 bool ScanTemporal(TemporalFields& fields, const KoString& in, const char* format);
 
 /// Reads the whole of `in` strictly: every character belongs, and the fields are a value of the
-/// kind. Returns 0, or -1 with `errorAt` the position of the first character that does not belong
-/// and `fields` unchanged.
+/// kind. Under kWholeText they may be wildcards, too, and a zone that is not named is 0. Returns 0,
+/// or with `fields` unchanged a KoReadResult and `errorAt` the position of the first character that
+/// does not belong.
 int ParseTemporal(TemporalFields& fields, const KoString& in, const char* format,
                   unsigned& errorAt);
 

@@ -1,6 +1,7 @@
 #ifndef KO_TEMPORAL_FORMAT_H
 #define KO_TEMPORAL_FORMAT_H
 
+#include "number/ascii.h"
 #include "temporal/calendar.h"
 #include "temporal/fields.h"
 
@@ -23,6 +24,16 @@ constexpr std::string_view PrintedMonthName(std::size_t index)
     return kMonthNames[index].substr(0, kMonthNames[index].size() - (index < 2 ? 1 : 0));
 }
 inline constexpr std::size_t kShortNameLength = 3;
+
+/// How many characters at the beginning of a text are those of a name, in either case. A character
+/// that is no letter of the name ends it, as a terminator does.
+constexpr std::size_t MatchingInAnyCase(std::string_view name, std::string_view text)
+{
+    std::size_t same = 0;
+    while (same < name.size() && same < text.size() && ToLower(name[same]) == ToLower(text[same]))
+        ++same;
+    return same;
+}
 
 /// The format that a directive stands for, null for one that stands for itself. None of these holds
 /// another of them.
@@ -58,13 +69,52 @@ inline constexpr auto kTemporalLetters = [] {
             letters[static_cast<unsigned char>(letter)] = kind;
     };
     set("YymdeHIMSfNJ", TemporalLetter::kNumber);
-    set("BbAapP", TemporalLetter::kName);
+    set("BbAapPz", TemporalLetter::kName);
     set("DTOXV", TemporalLetter::kExpansion);
     return letters;
 }();
 constexpr TemporalLetter TemporalLetterKind(char letter)
 {
     return kTemporalLetters[static_cast<unsigned char>(letter)];
+}
+constexpr TemporalLetter TemporalLetterKind(char letter, TemporalKind kind)
+{
+    return letter == 'z' && !KindHasZone(kind) ? TemporalLetter::kNone : TemporalLetterKind(letter);
+}
+
+/// Reads a zone at `pos`: "Z", or a sign and "hh:mm", "hhmm" or "hh", where the sign is that of
+/// both. `fields` have it then; without one they have none. The end of it, or the first character
+/// that does not belong.
+inline const char* ReadZone(const char* pos, const char* end, TemporalFields& fields)
+{
+    fields.hasZone = false;
+    if (pos != end && (*pos == 'Z' || *pos == 'z')) {
+        fields.hasZone = true;
+        fields.zoneHour = fields.zoneMinute = 0;
+        return pos + 1;
+    }
+    if (pos == end || !IsSign(*pos))
+        return pos;
+    const o_4b sign = *pos++ == '-' ? -1 : 1;
+    const auto areTwoDigits = [end](const char* at) {
+        return end - at >= 2 && IsDigit(at[0]) && IsDigit(at[1]);
+    };
+    const auto number = [](const char* at) { return 10 * (at[0] - '0') + at[1] - '0'; };
+    if (!areTwoDigits(pos))
+        return pos != end && IsDigit(*pos) ? pos + 1 : pos;
+    fields.zoneHour = sign * number(pos);
+    fields.zoneMinute = 0;
+    pos += 2;
+    const bool colon = pos != end && *pos == ':';
+    if (areTwoDigits(pos + (colon ? 1 : 0))) {
+        pos += colon ? 1 : 0;
+        fields.zoneMinute = sign * number(pos);
+        pos += 2;
+    } else if (colon) {
+        return pos + 1;
+    }
+    fields.hasZone = true;
+    return pos;
 }
 
 /// A count of days in years of 12 months of 30 days; in an interval it stays as it is.
@@ -220,9 +270,10 @@ private:
         return element | static_cast<unsigned char>(c);
     }
 
+    /// A zone counts as literal text here, as it is for most kinds: it is never left out.
     static bool IsDirective(unsigned element)
     {
-        return (element & kTemporalDirective) != 0 &&
+        return (element & kTemporalDirective) != 0 && (element & 0xFF) != 'z' &&
                TemporalLetterKind(static_cast<char>(element & 0xFF)) != TemporalLetter::kNone;
     }
 

@@ -3,7 +3,9 @@
 
 #include "core/element_ops.h"
 #include "core/hash_walk.h"
+#include "core/whole_text.h"
 #include "temporal/axis.h"
+#include "temporal/field_list.h"
 #include "temporal/fields.h"
 #include "temporal/layout.h"
 
@@ -39,12 +41,17 @@ bool IsNullTemporal([[maybe_unused]] const Value& value)
         return false;
 }
 
+template <class Type>
+void PrintWholeText(KoString& out, const typename Type::Value& value);
+
 /// Appends the text of one value.
 template <class Type>
 void PrintTemporalValue(KoString& out, const typename Type::Value& value, const char* format)
 {
     if (IsNullTemporal(value))
         return PrintTemporalNull(out);
+    if (IsWholeText(format)) [[unlikely]]
+        return PrintWholeText<Type>(out, value);
     // Made here and not assigned to: a copy of fields that were just written waits until they are
     // stored.
     TemporalFields fields = Type::ToFields(value);
@@ -64,10 +71,79 @@ void SetTemporalValue(typename Type::Value& value, const TemporalFields& fields)
     value = Type::FromFields(fields);
 }
 
-/// Reads one value leniently.
+/// The text from which FromText makes the same value, which is not null.
+template <class Type>
+KoString ConvertedText(const typename Type::Value& value)
+{
+    if constexpr (requires { Type::ToText(value); }) {
+        return Type::ToText(value);
+    } else {
+        KoString text;
+        PrintTemporalValue<Type>(text, value, nullptr);
+        return text;
+    }
+}
+
+/// Reads one value strictly.
+template <class Type>
+int ParseTemporalValue(typename Type::Value& value, const KoString& text, const char* format,
+                       unsigned& errorAt)
+{
+    using Fields = typename Type::Fields;
+    if (IsWholeText(format)) {
+        if (IsFieldList(text)) {
+            unsigned char stored[Fields::kStoredSize];
+            const int result = ParseFieldList(stored, FieldShapeOf<Fields>(), text, errorAt);
+            if (result == 0)
+                CopyTemporal<Fields>(&value, stored, KoFMT_BIG, 1, true);
+            return result;
+        }
+        if constexpr (requires { Type::ParseText(value, text, errorAt); })
+            return Type::ParseText(value, text, errorAt);
+    }
+    TemporalFields fields;
+    fields.kind = Type::kKind;
+    const int result = ParseTemporal(fields, text, format, errorAt);
+    if (result == 0)
+        SetTemporalValue<Type>(value, fields);
+    return result;
+}
+
+/// Most values have the text of a conversion. What strict reading does not take from it, dates that
+/// do not exist and hours out of range, is the list of the stored fields.
+template <class Type>
+void PrintWholeText(KoString& out, const typename Type::Value& value)
+{
+    using Fields = typename Type::Fields;
+    const KoString text = ConvertedText<Type>(value);
+    typename Type::Value back = value;
+    unsigned errorAt;
+    unsigned char stored[2][Fields::kStoredSize];
+    CopyTemporal<Fields>(stored[0], &value, KoFMT_BIG, 1, false);
+    if (ParseTemporalValue<Type>(back, text, kWholeText, errorAt) == 0) {
+        CopyTemporal<Fields>(stored[1], &back, KoFMT_BIG, 1, false);
+        if (std::memcmp(stored[0], stored[1], Fields::kStoredSize) == 0) {
+            out += text;
+            return;
+        }
+    }
+    PrintFieldList(out, stored[0], FieldShapeOf<Fields>());
+}
+
+/// Reads one value leniently; the whole text of one strictly, where it is one.
 template <class Type>
 void ScanTemporalValue(typename Type::Value& value, const KoString& in, const char* format)
 {
+    if (IsWholeText(format)) {
+        unsigned errorAt;
+        if (ParseTemporalValue<Type>(value, in, format, errorAt) == 0)
+            return;
+        format = nullptr;
+        if constexpr (requires { Type::FromText(in); }) {
+            value = Type::FromText(in);
+            return;
+        }
+    }
     TemporalFields fields;
     fields.kind = Type::kKind;
     // What a text that ends early held is kept all the same.
@@ -180,16 +256,11 @@ struct TemporalOps : ElementOps<typename Type::Value, TemporalOps<Type>, Type::k
 
     static KoString ToText(const T& value)
     {
-        if constexpr (requires { Type::ToText(value); }) {
-            return Type::ToText(value);
-        } else {
-            KoString text;
-            if (IsNullTemporal(value))
-                text.SetNullValue();
-            else
-                PrintTemporalValue<Type>(text, value, nullptr);
-            return text;
-        }
+        if (!IsNullTemporal(value))
+            return ConvertedText<Type>(value);
+        KoString text;
+        text.SetNullValue();
+        return text;
     }
     static void FromText(T& value, const KoString* text)
     {
@@ -202,6 +273,7 @@ struct TemporalOps : ElementOps<typename Type::Value, TemporalOps<Type>, Type::k
         else
             ScanTemporalValue<Type>(value, *text, nullptr);
     }
+    static constexpr std::string_view kTextFormat = kWholeText;
     static void PrintOne(KoString& text, const T& value, const char* format)
     {
         PrintTemporalValue<Type>(text, value, format);
@@ -212,12 +284,7 @@ struct TemporalOps : ElementOps<typename Type::Value, TemporalOps<Type>, Type::k
     }
     static int ParseOne(T& value, const KoString& text, const char* format, unsigned& errorAt)
     {
-        TemporalFields fields;
-        fields.kind = Type::kKind;
-        const int result = ParseTemporal(fields, text, format, errorAt);
-        if (result == 0)
-            SetTemporalValue<Type>(value, fields);
-        return result;
+        return ParseTemporalValue<Type>(value, text, format, errorAt);
     }
 
 private:

@@ -1,3 +1,4 @@
+#include "core/whole_text.h"
 #include "number/ascii.h"
 #include "number/string_number.h"
 #include "string/null_text.h"
@@ -7,6 +8,7 @@
 #include "temporal/range.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 namespace ko
 {
@@ -17,9 +19,10 @@ namespace
 class TemporalParser
 {
 public:
-    TemporalParser(TemporalKind kind, const char* text, std::size_t length, const char* format)
+    TemporalParser(TemporalKind kind, const char* text, std::size_t length, const char* format,
+                   bool whole)
         : m_begin(text), m_end(text + length), m_errorAt(text), m_format(format),
-          m_halfOfDay(HasHalfOfDay(format))
+          m_halfOfDay(HasHalfOfDay(format)), m_whole(whole)
     {
         m_now.fields.kind = kind;
     }
@@ -39,6 +42,7 @@ public:
 
     const TemporalFields& Fields() const { return m_now.fields; }
     unsigned ErrorAt() const { return static_cast<unsigned>(m_errorAt - m_begin); }
+    KoReadResult Error() const { return m_error; }
 
 private:
     enum Seen : unsigned { kYear = 1, kMonth = 2, kDay = 4, kWholeDate = 7 };
@@ -49,6 +53,7 @@ private:
         TemporalFields fields{};
         unsigned seen = 0;               ///< parts of the date
         o_4b sign = 0;                   ///< of an interval
+        const char* lostSign = nullptr;  ///< where a minus stood that no number has
         const char* datePart = nullptr;  ///< where the last one stood
         const char* halfOfDay = nullptr; ///< where it stood
         bool afternoon = false;
@@ -60,11 +65,15 @@ private:
     bool IsAtDigit() const { return m_now.pos != m_end && IsDigit(*m_now.pos); }
 
     /// A text can be read in several ways; the error is where the one that came farthest ended.
-    bool Fail(const char* at)
+    bool Fail(const char* at, KoReadResult error = KoREAD_NOT_A_VALUE)
     {
-        m_errorAt = std::max(m_errorAt, at);
+        if (at >= m_errorAt) {
+            m_errorAt = at;
+            m_error = error;
+        }
         return false;
     }
+    bool IsOutOfRange(const char* at) { return Fail(at, KoREAD_OUT_OF_RANGE); }
 
     bool Walk(TemporalFormatWalk walk)
     {
@@ -75,7 +84,7 @@ private:
             if (element == kTemporalGroupEnd)
                 continue;
             const auto letter = static_cast<char>(element & 0xFF);
-            const TemporalLetter kind = TemporalLetterKind(letter);
+            const TemporalLetter kind = TemporalLetterKind(letter, Kind());
             if (element < kTemporalDirective || kind == TemporalLetter::kNone) {
                 if (!Literal(letter))
                     return false;
@@ -93,6 +102,8 @@ private:
         TemporalFields& f = m_now.fields;
         if (!AtEnd() || (KindHasDate(Kind()) && m_now.seen != kWholeDate))
             return Fail(m_now.pos);
+        if (m_now.lostSign != nullptr)
+            return Fail(m_now.lostSign);
         if (m_now.halfOfDay != nullptr && Kind() != TemporalKind::kOdmgInterval) {
             if (m_now.afternoon && f.hour < 12)
                 f.hour += 12;
@@ -168,6 +179,8 @@ private:
             return Nanoseconds();
         case 'f':
             return Seconds();
+        case 'z':
+            return Zone();
         default: // 'p', 'P'
             return HalfOfDay();
         }
@@ -177,7 +190,7 @@ private:
     bool Number(o_4b& field, const TemporalRange& range, unsigned maxDigits)
     {
         const char* start = m_now.pos;
-        if (KindHasWildcards(Kind()) && IsAt('*') && range.low <= -1) {
+        if (KindHasWildcards(Kind()) && IsAt('*') && (m_whole || range.low <= -1)) {
             ++m_now.pos;
             field = -1;
             return true;
@@ -192,7 +205,10 @@ private:
             return Fail(m_now.pos);
         number = negative ? -number : number;
         if (number < range.low || number > range.high)
-            return Fail(start);
+            return IsOutOfRange(start);
+        // "-0" before other numbers of a length would look like the sign of them all.
+        if (negative && number == 0 && !KindHasDate(Kind()))
+            m_now.lostSign = start;
         field = static_cast<o_4b>(number);
         return SignFits(field, start);
     }
@@ -228,9 +244,19 @@ private:
         if (m_now.seen != kWholeDate || !KindHasDate(Kind()))
             return true;
         const TemporalFields& f = m_now.fields;
-        const bool exists = KindHasWildcards(Kind()) ? IsCalendarDate(f.year, f.month, f.day)
+        const bool exists = KindHasWildcards(Kind()) ? IsSomeDate(f.year, f.month, f.day)
                                                      : IsReformedDate(f.year, f.month, f.day);
-        return exists || Fail(start);
+        return exists || IsOutOfRange(start);
+    }
+
+    /// Where wildcards are read, some date of the calendar must fit them.
+    bool IsSomeDate(o_4b year, o_4b month, o_4b day) const
+    {
+        constexpr o_4b kLeapYear = 2000;
+        if (!m_whole || (year != -1 && month != -1 && day != -1))
+            return IsCalendarDate(year, month, day);
+        return IsCalendarDate(year == -1 ? kLeapYear : year, month == -1 ? 1 : month,
+                              day == -1 ? 1 : day);
     }
 
     /// Four digits at least, so that no year of two is taken for one of the first century; four
@@ -276,26 +302,30 @@ private:
         return DatePart(kMonth, start);
     }
 
-    /// A whole name, or its first three letters. Both spellings of the first two months are whole.
+    /// A whole name, or its first three letters, in any case; one that is spelled as it is printed
+    /// comes first. Both spellings of the first two months are whole.
     template <std::size_t count>
     bool Name(const std::string_view (&names)[count], bool shortName, unsigned& index)
     {
         const std::string_view text(m_now.pos, static_cast<std::size_t>(m_end - m_now.pos));
         std::size_t longest = 0;
-        for (index = 0; index < count; ++index) {
-            std::string_view name = names[index];
-            std::size_t least = name.size();
-            if (shortName)
-                name = name.substr(0, least = kShortNameLength);
-            else if (count == std::size(kMonthNames))
-                least = PrintedMonthName(index).size();
-            const auto same = static_cast<std::size_t>(
-                std::mismatch(name.begin(), name.end(), text.begin(), text.end()).first -
-                name.begin());
-            longest = std::max(longest, same);
-            if (same >= least) {
-                m_now.pos += same;
-                return true;
+        for (const bool anyCase : {false, true}) {
+            for (index = 0; index < count; ++index) {
+                std::string_view name = names[index];
+                std::size_t least = name.size();
+                if (shortName)
+                    name = name.substr(0, least = kShortNameLength);
+                else if (count == std::size(kMonthNames))
+                    least = PrintedMonthName(index).size();
+                const auto exact = static_cast<std::size_t>(
+                    std::mismatch(name.begin(), name.end(), text.begin(), text.end()).first -
+                    name.begin());
+                const std::size_t same = anyCase ? MatchingInAnyCase(name, text) : exact;
+                longest = std::max(longest, same);
+                if (same >= least) {
+                    m_now.pos += same;
+                    return true;
+                }
             }
         }
         return Fail(m_now.pos + longest);
@@ -307,7 +337,7 @@ private:
         o_4b& nanoseconds = m_now.fields.nanoseconds;
         if (!Number(nanoseconds, 'N'))
             return false;
-        return nanoseconds % SecondStep(Kind()) == 0 || Fail(start);
+        return nanoseconds % SecondStep(Kind()) == 0 || IsOutOfRange(start);
     }
 
     bool Seconds()
@@ -315,9 +345,12 @@ private:
         const char* start = m_now.pos;
         TemporalFields& f = m_now.fields;
         const bool negative = IsAt('-');
+        const bool wild = IsAt('*');
         if (!Number(f.second, 'S'))
             return false;
-        f.nanoseconds = 0;
+        f.nanoseconds = wild ? -1 : 0;
+        if (wild)
+            return true;
         if (!IsAt('.'))
             return true;
         ++m_now.pos;
@@ -330,9 +363,23 @@ private:
                 return Fail(m_now.pos);
             f.nanoseconds += digit * place;
         }
-        if (negative)
+        if (negative && f.nanoseconds != 0) {
             f.nanoseconds = -f.nanoseconds;
+            if (m_now.lostSign == start)
+                m_now.lostSign = nullptr;
+        }
         return SignFits(f.nanoseconds, start);
+    }
+
+    bool Zone()
+    {
+        const char* start = m_now.pos;
+        TemporalFields& f = m_now.fields;
+        m_now.pos = ReadZone(start, m_end, f);
+        if (!f.hasZone)
+            return (m_whole && start == m_end) || Fail(m_now.pos);
+        const bool exists = std::abs(f.zoneHour) < 24 && std::abs(f.zoneMinute) < 60;
+        return exists || IsOutOfRange(start);
     }
 
     bool HalfOfDay()
@@ -355,7 +402,22 @@ private:
     const char* m_errorAt;
     const char* m_format;
     bool m_halfOfDay;
+    bool m_whole;
+    KoReadResult m_error = KoREAD_NOT_A_VALUE;
 };
+
+/// The format under which a value has its whole text.
+constexpr const char* WholeFormat(TemporalKind kind)
+{
+    switch (kind) {
+    case TemporalKind::kOdmgTime:
+        return "%H:%M:%f%z";
+    case TemporalKind::kOdmgTimestamp:
+        return "%X%z";
+    default:
+        return TemporalFormat(kind);
+    }
+}
 
 } // namespace
 
@@ -368,11 +430,14 @@ int ParseTemporal(TemporalFields& fields, const KoString& in, const char* format
     // Literal text of a format is in the default 8-bit code set.
     const SingleByteText bytes(in);
     const NarrowText text(bytes.IsExact() ? bytes.Get() : in);
+    const bool whole = IsWholeText(format);
+    if (whole)
+        format = WholeFormat(fields.kind);
     TemporalParser parser(fields.kind, text.Data(), text.Length(),
-                          format != nullptr ? format : TemporalFormat(fields.kind));
+                          format != nullptr ? format : TemporalFormat(fields.kind), whole);
     if (!parser.Parse()) {
         errorAt = parser.ErrorAt();
-        return -1;
+        return parser.Error();
     }
     fields = parser.Fields();
     return 0;

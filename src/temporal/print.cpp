@@ -114,7 +114,7 @@ public:
             if (char* next = CommonDirective(end, letter, walk); next != nullptr) {
                 end = next;
             } else {
-                const TemporalLetter kind = TemporalLetterKind(letter);
+                const TemporalLetter kind = TemporalLetterKind(letter, m_fields.kind);
                 if (kind == TemporalLetter::kNone) {
                     *end++ = letter;
                     continue;
@@ -177,6 +177,8 @@ private:
         case 'A':
         case 'a':
             return Weekday(to, letter == 'a');
+        case 'z':
+            return Zone(to);
         default: // 'p', 'P'
             if (IsWild(m_fields.hour))
                 return Wild(to);
@@ -327,6 +329,20 @@ private:
             WeekdayOf(static_cast<o_2b>(m_fields.year), static_cast<o_1b>(m_fields.month),
                       static_cast<o_1b>(m_fields.day));
         return kPrintedDays[static_cast<unsigned>(day)].Put(to, shortName);
+    }
+
+    /// As ISO 8601 has it, with a sign of the minute's own where it differs from the hour's.
+    char* Zone(char* to) const
+    {
+        const o_4b hour = m_fields.zoneHour;
+        const o_4b minute = m_fields.zoneMinute;
+        const bool apart = (hour < 0 && minute > 0) || (hour > 0 && minute < 0);
+        *to++ = hour < 0 || (hour == 0 && minute < 0) ? '-' : '+';
+        to = PutNumber(to, hour < 0 ? -hour : hour, 2);
+        *to++ = ':';
+        if (apart && minute > 0)
+            *to++ = '+';
+        return PutNumber(to, minute < 0 && !apart ? -minute : minute, 2);
     }
 
     /// Seconds and their fraction as one number, with as many groups of three decimals as it needs.

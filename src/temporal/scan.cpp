@@ -60,7 +60,7 @@ private:
                     return true;
                 continue;
             }
-            const TemporalLetter kind = TemporalLetterKind(letter);
+            const TemporalLetter kind = TemporalLetterKind(letter, m_fields.kind);
             if (kind == TemporalLetter::kNone) {
                 Literal(letter);
             } else if (AtEnd()) {
@@ -152,6 +152,9 @@ private:
         case 'A':
             if (!Wildcard())
                 Name(kDayNames, weekday); // it follows from the date
+            return;
+        case 'z':
+            Zone();
             return;
         default: // 'p', 'P'
             if (!Wildcard())
@@ -298,6 +301,7 @@ private:
         std::size_t length = 0;
         for (; length < kShortNameLength && m_pos[length] != '\0'; ++length)
             three[length] = m_pos[length];
+        // What is spelled as in the name goes on so; else letters of either case may.
         for (std::size_t i = 0; i < count; ++i) {
             const std::string_view name = names[i];
             if (std::memcmp(three, name.data(), kShortNameLength) != 0)
@@ -308,10 +312,25 @@ private:
             field = static_cast<o_4b>(i) + 1;
             return;
         }
+        for (std::size_t i = 0; i < count; ++i) {
+            if (MatchingInAnyCase(names[i], three) < kShortNameLength)
+                continue;
+            m_pos += MatchingInAnyCase(names[i], m_pos);
+            field = static_cast<o_4b>(i) + 1;
+            return;
+        }
         TemporalScanner scanner(m_fields, three);
         scanner.m_wildcards = false;
         scanner.Number(field);
         m_pos += length;
+    }
+
+    /// A text without a zone leaves it to the value that is read into.
+    void Zone()
+    {
+        const char* const end = ReadZone(m_pos, m_pos + std::strlen(m_pos), m_fields);
+        m_exact = m_exact && m_fields.hasZone;
+        m_pos = end;
     }
 
     void HalfOfDay()

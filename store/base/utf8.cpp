@@ -1,11 +1,11 @@
 #include "base/utf8.h"
 
+#include <kombs.h>
 #include <kostring.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <vector>
 
 namespace ko::store
 {
@@ -14,14 +14,8 @@ namespace
 {
 
 constexpr unsigned kReplacement = 0xFFFD;
-constexpr std::size_t kMaxNarrow = KoString::kMaxBytes - 1;   // the terminator takes one byte
-constexpr std::size_t kMaxWide = KoString::kMaxBytes / 2 - 1; // or one unit
-
-bool IsPlainAscii(std::string_view text) noexcept
-{
-    return std::all_of(text.begin(), text.end(),
-                       [](char c) { return static_cast<unsigned char>(c - 1) < 0x7F; });
-}
+constexpr std::size_t kMostNarrow = KoString::kMaxBytes - 1;   // the terminator takes one byte
+constexpr std::size_t kMostWide = KoString::kMaxBytes / 2 - 1; // or one unit
 
 std::string OutsideCodeSet(unsigned character, unsigned codeSet)
 {
@@ -31,85 +25,15 @@ std::string OutsideCodeSet(unsigned character, unsigned codeSet)
     return reason;
 }
 
-/// The characters of a text; false with `fault` filled where they cannot be had.
-bool Decode(std::string_view utf8, std::vector<unsigned>& characters, TextFault& fault)
+std::string LongerThan(std::string_view utf8, bool narrow)
 {
-    for (std::size_t at = 0; at < utf8.size();) {
-        const std::size_t start = at;
-        const int character = DecodeUtf8(utf8, at);
-        if (character <= 0) {
-            fault = {character == 0 ? "NUL byte in a text" : "byte that is no UTF-8", start};
-            return false;
-        }
-        characters.push_back(static_cast<unsigned>(character));
-    }
-    return true;
-}
-
-std::size_t ByteOfCharacter(std::string_view utf8, std::size_t index)
-{
-    std::size_t at = 0;
-    for (; index > 0 && at < utf8.size(); --index)
-        DecodeUtf8(utf8, at);
-    return at;
-}
-
-bool TooLong(std::string_view utf8, std::size_t units, std::size_t limit, TextFault& fault)
-{
-    if (units <= limit)
-        return false;
-    fault = {"text of " + std::to_string(units) + " characters where " + std::to_string(limit) +
-                 " are the most",
-             utf8.size()};
-    return true;
-}
-
-bool MakeNarrow(std::string_view utf8, const std::vector<unsigned>& characters,
-                unsigned char codeSet, KoString& text, TextFault& fault)
-{
-    std::string bytes;
-    bytes.reserve(characters.size());
-    const KoCodeSet* set = KoLanguageContext::QueryCodeSet(codeSet);
-    for (std::size_t i = 0; i < characters.size(); ++i) {
-        o_u2b unit = 0;
-        if (characters[i] > 0xFFFF || !set->FromUnicode(static_cast<o_u2b>(characters[i]), unit)) {
-            fault = {OutsideCodeSet(characters[i], codeSet), ByteOfCharacter(utf8, i)};
-            return false;
-        }
-        bytes.push_back(static_cast<char>(unit));
-    }
-    if (TooLong(utf8, bytes.size(), kMaxNarrow, fault))
-        return false;
-    text = bytes.c_str();
-    text.SetCodeSetCode(codeSet);
-    return true;
-}
-
-bool MakeWide(std::string_view utf8, const std::vector<unsigned>& characters, unsigned char codeSet,
-              KoString& text, TextFault& fault)
-{
-    std::vector<unsigned short> units;
-    units.reserve(characters.size() + 1);
-    const KoCodeSet* set = KoLanguageContext::QueryCodeSet(codeSet);
-    for (std::size_t i = 0; i < characters.size(); ++i) {
-        const unsigned character = characters[i];
-        o_u2b unit = 0;
-        if (character <= 0xFFFF && set->FromUnicode(static_cast<o_u2b>(character), unit)) {
-            units.push_back(unit);
-        } else if (character > 0xFFFF && codeSet == KoCS_UNICODE) {
-            units.push_back(static_cast<unsigned short>(0xD7C0 + (character >> 10)));
-            units.push_back(static_cast<unsigned short>(0xDC00 + (character & 0x3FF)));
-        } else {
-            fault = {OutsideCodeSet(character, codeSet), ByteOfCharacter(utf8, i)};
-            return false;
-        }
-    }
-    if (TooLong(utf8, units.size(), kMaxWide, fault))
-        return false;
-    units.push_back(0);
-    text = units.data();
-    text.SetCodeSetCode(codeSet);
-    return true;
+    // Characters of four bytes are two units of 16 bits.
+    const auto pairs = std::count_if(utf8.begin(), utf8.end(),
+                                     [](char c) { return static_cast<unsigned char>(c) >= 0xF0; });
+    const std::size_t units =
+        CountCharacters(utf8) + (narrow ? 0 : static_cast<std::size_t>(pairs));
+    return "text of " + std::to_string(units) + " characters where " +
+           std::to_string(narrow ? kMostNarrow : kMostWide) + " are the most";
 }
 
 /// The units of a text, in code-set characters.
@@ -174,25 +98,20 @@ void AppendCharacter(std::string& text, unsigned character)
 
 bool ToKoString(std::string_view utf8, unsigned char codeSet, KoString& text, TextFault& fault)
 {
-    if (codeSet == KoCS_NONE && utf8.size() < 256 && IsPlainAscii(utf8)) {
-        char buffer[256];
-        std::memcpy(buffer, utf8.data(), utf8.size());
-        buffer[utf8.size()] = 0;
-        text = buffer;
-        text.SetCodeSetCode(KoCS_LATIN1);
+    std::size_t at = 0;
+    const int result = KoReadMBS(utf8.data(), utf8.size(), codeSet, text, at);
+    if (result == 0)
         return true;
-    }
-    std::vector<unsigned> characters;
-    characters.reserve(utf8.size());
-    if (!Decode(utf8, characters, fault))
-        return false;
-    if (codeSet == KoCS_NONE) {
-        const bool fits = std::all_of(characters.begin(), characters.end(),
-                                      [](unsigned character) { return character < 0x100; });
-        codeSet = fits ? KoCS_LATIN1 : KoCS_UNICODE;
-    }
-    return KoCodeSetWidth(codeSet) == 1 ? MakeNarrow(utf8, characters, codeSet, text, fault)
-                                        : MakeWide(utf8, characters, codeSet, text, fault);
+    fault = {"byte that is no UTF-8", at};
+    if (result == KoMBS_TOO_LONG)
+        fault = {LongerThan(utf8, CountCharacters(utf8.substr(0, at)) == kMostNarrow), utf8.size()};
+    else if (result == KoMBS_NO_MEMORY)
+        fault.reason = "no memory for the text";
+    else if (result == KoMBS_REPLACED)
+        fault.reason = OutsideCodeSet(static_cast<unsigned>(DecodeUtf8(utf8, at)), codeSet);
+    else if (utf8[at] == '\0')
+        fault.reason = "NUL byte in a text";
+    return false;
 }
 
 void AppendUtf8(std::string& utf8, const KoString& text)

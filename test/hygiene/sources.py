@@ -23,15 +23,16 @@ REACH = {
     "src": ["src", *INC],
     "store": ["store", *INC],
     "tools/kotm": ["tools/kotm", "store", *INC],
-    "test": ["test", "tools/kotm", "store", *INC],
+    "test": ["test", "bindings/rocksdb", "tools/kotm", "store", *INC],
     "bench": ["bench", "test", "store", *INC],
     "fuzz": ["fuzz", *INC],
-    "examples": [TMS, INTL, BASE],
+    "bindings": ["bindings/rocksdb", TMS, INTL, BASE],
+    "examples": ["bindings/rocksdb", TMS, INTL, BASE],
 }
 # The rooms of a folder from above down; those of one row do not see each other.
 ROOMS = {
     "src": [["number"], ["core"], ["collation"], ["character"], ["string"], ["caseless"],
-            ["scalar", "identity", "blob", "temporal"], ["manager"]],
+            ["scalar", "identity", "blob", "temporal"], ["manager"], ["interface"]],
     "store": [["base"], ["schema"], ["engine"], ["block"], ["index"], ["object"], ["import"], ["query"], ["check"]],
 }
 # Folders whose headers and sources have inner tests and benchmarks.

@@ -1,5 +1,7 @@
 #include "support/value.h"
 
+#include <sstream>
+
 namespace
 {
 
@@ -42,6 +44,57 @@ TEST(Damage, IsReadWithinTheRecord)
         manager.Hash(id, 0, exact.get(), count, format, status);
         EXPECT_EQ(status, expected);
     });
+}
+
+// As test/data/stored/strangers.txt says and explains.
+TEST(Damage, IsFoundAndMeasuredWithinABound)
+{
+    data::ForEachRow("stored/strangers.txt", 5, [](const auto& head, const data::Row& row) {
+        const KoTypeMgr manager(head[1] == "current" ? 5 : 3);
+        const auto id = static_cast<o_char>(FindType(head[0]));
+        std::istringstream asked(row[0]);
+        unsigned format = 0;
+        unsigned count = 0;
+        asked >> format >> count;
+        const auto form = static_cast<unsigned char>(format);
+        const Bytes bytes = data::ParseBytes(row[1]);
+        const auto exact = Exactly(bytes);
+        std::size_t at = 99;
+        const int code = manager.Validate(id, exact.get(), bytes.size(), form, count, at);
+        EXPECT_EQ(std::to_string(code) + ' ' + std::to_string(at), row[2]);
+        int status = 99;
+        const unsigned length =
+            manager.DiskLenGet(id, exact.get(), bytes.size(), form, count, status);
+        EXPECT_EQ(std::to_string(length) + ' ' + std::to_string(status), row[3]);
+    });
+}
+
+/// An object that owns its bytes is not looked at where the bound has no room for the whole of it.
+TEST(Damage, ObjectsAreReadWithinTheBound)
+{
+    KoTypeMgr manager;
+    for (const int type : {KoSTRING_T, KoBLOB_T, KoISTRING_T, KoCASEISTRING_T}) {
+        const auto id = static_cast<o_char>(type);
+        const unsigned size = manager.MemLenGet(id, 1);
+        const Bytes address(size, 0xA5);
+        const Array whole{manager, id, manager.Create(id, 1), 1};
+        for (unsigned bound = 1; bound < size; ++bound) {
+            const auto part = Exactly(Bytes(address.begin(), address.begin() + bound));
+            SCOPED_TRACE(testing::Message() << manager.NameGet(id) << ", " << bound);
+            for (const o_u1b format : {o_u1b{0x08}, o_u1b{0x48}}) {
+                int status[3] = {};
+                manager.Hash(id, bound, part.get(), 1, format, status[0]);
+                EXPECT_EQ(manager.Cmp(id, bound, part.get(), size, whole.data, kExact, 1, format,
+                                      status[1]),
+                          0);
+                EXPECT_EQ(manager.Cmp(id, size, whole.data, bound, part.get(), kExact, 1, format,
+                                      status[2]),
+                          0);
+                for (const int code : status)
+                    EXPECT_EQ(code, KoRC_TRUNCATED);
+            }
+        }
+    }
 }
 
 } // namespace

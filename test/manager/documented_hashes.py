@@ -84,6 +84,8 @@ def weights(name, byte):
         return [157, 157] if capital_only else [156, 156]
     if byte in (140, 156):
         return [144, 105] if byte == 140 or capital_only else [138, 100]
+    if 128 <= byte <= 158:
+        return [byte + 96]
     letter = bytes([byte]).decode("cp1252", "replace")
     base = unicodedata.normalize("NFD", letter)[0]
     if "a" <= base.lower() <= "z":
@@ -94,8 +96,6 @@ def weights(name, byte):
     table = {96: 65, **{91 + i: 66 + i for i in range(5)}, **{123 + i: 71 + i for i in range(5)}}
     if byte in table:
         return [table[byte]]
-    if 128 <= byte <= 158:
-        return [byte + 96]
     if 160 <= byte <= 191:
         return [byte + 16]
     raise ValueError(f"the weight of {byte}")

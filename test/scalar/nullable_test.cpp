@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <limits>
 #include <vector>
 
 namespace
@@ -48,6 +49,31 @@ TEST(NullTypes, RelationOfTwoOperands)
         EXPECT_EQ(KoNullRelationOrder(row.relation), row.order) << row.relation;
     }
     EXPECT_EQ(reports.Texts(), "nr != unknown|_konulty|168;");
+}
+
+// What the order of two elements is, the sweep in standard/less_test.cpp holds to the type manager.
+TEST(NullTypes, StandBesideValuesAndOptionals)
+{
+    KoNull_int n{5, 0};
+    EXPECT_TRUE(n == 5 && 5 == n && n != 6 && n < 6 && 6 > n && n != std::nullopt);
+    n = 7;
+    std::optional<int> number = n;
+    EXPECT_TRUE(number == 7 && n == number);
+    n = std::nullopt;
+    number = n;
+    EXPECT_TRUE(n.null == 1 && n.value == 0 && !number && n == number && n < number.value_or(-9));
+    EXPECT_TRUE(n == KoNull_int::Null() && n < KoNull_int::Of(0) && std::is_eq(n <=> std::nullopt));
+    n = std::optional(3);
+    EXPECT_TRUE(n == 3);
+    n = {};
+    EXPECT_TRUE(n == 0) << "an element, as ever";
+    KoNull_KoInt64 wide = {};
+    wide = 5;
+    EXPECT_TRUE(wide == KoInt64(5) && std::optional<KoInt64>(wide) == KoInt64(5));
+    const KoNull_double nan{std::numeric_limits<double>::quiet_NaN(), 0};
+    EXPECT_TRUE(nan == nan && nan < -std::numeric_limits<double>::infinity() &&
+                nan > std::nullopt && KoNull_double::Of(-0.0) == 0.0);
+    static_assert(std::is_trivial_v<KoNull_int> && std::is_aggregate_v<KoNull_int>);
 }
 
 TEST(NullTypes, NullPrintStringMayChange)

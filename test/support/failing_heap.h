@@ -4,15 +4,18 @@
 #include <kobase.h>
 
 #include <cstdlib>
+#include <limits>
 
-/// While it lives, the allocations from number `first` (0 is the next one) on fail, and calls of
-/// the memory handler are counted. What is allocated meanwhile is released by the ordinary heap.
+/// While it lives, `count` allocations from number `first` (0 is the next one) on fail, and calls
+/// of the memory handler are counted. What is allocated meanwhile is released by the ordinary heap.
 class FailingHeap
 {
 public:
-    explicit FailingHeap(int first)
+    explicit FailingHeap(int first, int count = std::numeric_limits<int>::max())
     {
         left = first;
+        failing = count;
+        hasFailed = false;
         handlerCalls = 0;
         KoSetAllocator(Allocate, std::free);
         KoSetMemoryHandler([](std::size_t) { ++handlerCalls; });
@@ -27,20 +30,25 @@ public:
 
     int HandlerCalls() const { return handlerCalls; }
     /// True when an allocation was refused.
-    bool HasFailed() const { return left < 0; }
+    bool HasFailed() const { return hasFailed; }
 
 private:
     static void* Allocate(std::size_t size)
     {
-        if (left <= 0) {
-            left = -1;
-            return nullptr;
+        if (left > 0) {
+            --left;
+            return std::malloc(size);
         }
-        --left;
-        return std::malloc(size);
+        if (failing == 0)
+            return std::malloc(size);
+        --failing;
+        hasFailed = true;
+        return nullptr;
     }
 
     static inline int left = 0;
+    static inline int failing = 0;
+    static inline bool hasFailed = false;
     static inline int handlerCalls = 0;
 };
 

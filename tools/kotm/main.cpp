@@ -72,6 +72,42 @@ Exit RunImport(const ImportRequest& request, const std::string& schemaPath)
     return result.rejected == 0 ? Exit::Done : Exit::Rejected;
 }
 
+/// The words of a command that takes texts, the last one first, as the parser wants them. Options
+/// and their values are moved before a "--" and all other words, so that a text may begin with a
+/// hyphen, as "-inf" does; one that begins with two stands after a "--" of the caller. Where an
+/// option is unknown or lacks its value, the words stay as they are for the parser to say so.
+std::vector<std::string> OptionsFirst(const CLI::App& command, std::vector<std::string> words)
+{
+    std::vector<std::string> ordered = {words[0]};
+    std::vector<std::string> texts = {"--"};
+    bool sound = true;
+    for (std::size_t i = 1; i < words.size() && sound; ++i) {
+        if (words[i] == "--") {
+            texts.insert(texts.end(), words.begin() + static_cast<std::ptrdiff_t>(i) + 1,
+                         words.end());
+            break;
+        }
+        const bool isHelp = words[i] == "-h" || words[i] == "--help";
+        const bool isOption = isHelp || words[i].starts_with("--");
+        (isOption ? ordered : texts).push_back(words[i]);
+        if (!isOption)
+            continue;
+        const std::size_t equals = words[i].find('=');
+        sound = command.get_option_no_throw(words[i].substr(0, equals)) != nullptr;
+        if (!isHelp && equals == std::string::npos) {
+            sound = sound && ++i < words.size();
+            if (sound)
+                ordered.push_back(words[i]);
+        }
+    }
+    if (texts.size() > 1)
+        ordered.insert(ordered.end(), texts.begin(), texts.end());
+    if (!sound)
+        ordered = std::move(words);
+    std::reverse(ordered.begin(), ordered.end());
+    return ordered;
+}
+
 /// Builds the command line; each subcommand sets `run` when it is chosen.
 class Commands
 {
@@ -97,7 +133,11 @@ public:
         if (argc > 1)
             RequireCommand(argv[1]);
         try {
-            m_app.parse(argc, argv);
+            const std::string name = argc > 1 ? argv[1] : "";
+            if (name == "convert" || name == "sortkey")
+                m_app.parse(OptionsFirst(*m_app.get_subcommand(name), {argv + 1, argv + argc}));
+            else
+                m_app.parse(argc, argv);
         } catch (const CLI::Success& wish) {
             m_app.exit(wish, std::cout, std::cerr);
             return Exit::Done;
@@ -158,9 +198,13 @@ private:
             m_app.add_subcommand("inspect", "Show the value that persistent bytes stand for");
         command->add_option("TYPE", m_type, "Type name")->required();
         command->add_option("HEX", m_hex, "The bytes in hex")->required();
-        command->add_option("--format", m_format, "Format byte")->capture_default_str();
-        command->add_flag("--key", m_key, "The bytes are a sort key");
-        command->add_option("--word", m_word, "Operator word of the key")->capture_default_str();
+        CLI::Option* key = command->add_flag("--key", m_key, "The bytes are a sort key");
+        command->add_option("--format", m_format, "Format byte")
+            ->capture_default_str()
+            ->excludes(key);
+        command->add_option("--word", m_word, "Operator word of the key")
+            ->capture_default_str()
+            ->needs(key);
         On(command, [this] {
             if (m_key)
                 InspectKey(m_type, m_hex, ReadOperatorWord("--word", m_word), std::cout);

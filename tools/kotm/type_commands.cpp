@@ -200,6 +200,10 @@ void InspectKey(const std::string& typeName, const std::string& hex, unsigned sh
     const std::string key = FromHex(hex);
     const int code = Manager().FromSortKey(value.Type().Id(), value.Get(), key.data(),
                                            static_cast<unsigned>(key.size()), 1, word);
+    // Without an order even an empty value has no key.
+    if (code == KoRC_NOT_SUPPORTED &&
+        Manager().SortKeyLen(value.Type().Id(), value.Get(), KoFMT_MEMORY, 1, word) == 0)
+        throw NoOrder(typeName, word);
     if (code == KoRC_NOT_SUPPORTED)
         throw Failure(Exit::Usage, "keys of the type " + typeName + " under the word " +
                                        std::to_string(word) + " do not hold the whole value");

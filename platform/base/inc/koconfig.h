@@ -3,6 +3,7 @@
 
 #include "koscalar.h"
 
+#if !defined(KO_NO_GLOBAL_NAMES)
 /// Settings of the process: category and key, both compared exactly, to text. There
 /// are none at the start. Not synchronised.
 class KOBASE_API DefaultConfig
@@ -19,5 +20,6 @@ public:
     /// or key and when memory runs out (after telling the memory handler).
     static int Set(const char* category, const char* key, const char* value);
 };
+#endif
 
 #endif

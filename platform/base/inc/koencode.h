@@ -29,6 +29,7 @@ constexpr bool KoNeedsSwap(unsigned char format) noexcept
     return (format & KoFMT_MEMORY) == 0 && std::endian::native == std::endian::big;
 }
 
+#if !defined(KO_NO_GLOBAL_NAMES)
 KOBASE_API unsigned CharStore(void* destination, const void* source, unsigned char format,
                               unsigned count);
 KOBASE_API unsigned ShortStore(void* destination, const void* source, unsigned char format,
@@ -83,5 +84,6 @@ KOBASE_API unsigned O_8BNullSizeGet(unsigned count);
 KOBASE_API unsigned IntNullSizeGet(unsigned count);
 KOBASE_API unsigned FloatNullSizeGet(unsigned count);
 KOBASE_API unsigned DoubleNullSizeGet(unsigned count);
+#endif
 
 #endif

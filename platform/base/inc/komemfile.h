@@ -3,6 +3,7 @@
 
 #include "koscalar.h"
 
+#if !defined(KO_NO_GLOBAL_NAMES)
 /// A read-only file that stands in memory. It refers to the bytes and does not
 /// own them. Positions are 64-bit byte offsets from the start.
 class KOBASE_API MemFile
@@ -28,5 +29,6 @@ private:
     o_u8b m_size;
     o_u8b m_position = 0;
 };
+#endif
 
 #endif

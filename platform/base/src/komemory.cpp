@@ -21,6 +21,13 @@ struct Heap {
 constinit KoMemoryHandler g_handler = ReportAndAbort;
 constinit Heap g_heap = {std::malloc, std::free};
 
+/// The innermost scope of this thread. It is read where the loader puts it, without a call: scopes
+/// come and go with every value that is read.
+#if defined(__linux__)
+[[gnu::tls_model("initial-exec")]]
+#endif
+constinit thread_local KoMemoryScope* t_scope = nullptr;
+
 } // namespace
 
 void* KoAlloc(std::size_t size)
@@ -34,9 +41,35 @@ void KoFree(void* memory)
         g_heap.release(memory);
 }
 
+/// What scopes let the handler see. A friend function would be one that is not imported.
+struct KoMemoryScopes {
+    static void Tell(KoMemoryScope& scope, std::size_t size)
+    {
+        scope.m_hasRunOut = true;
+        if (scope.m_handler != nullptr)
+            scope.m_handler(scope.m_context, size);
+        else if (g_handler != ReportAndAbort)
+            g_handler(size);
+    }
+};
+
 void KoCallMemoryHandler(std::size_t size)
 {
-    g_handler(size);
+    if (t_scope != nullptr)
+        KoMemoryScopes::Tell(*t_scope, size);
+    else
+        g_handler(size);
+}
+
+KoMemoryScope::KoMemoryScope(Handler handler, void* context) noexcept
+    : m_outer(t_scope), m_handler(handler), m_context(context)
+{
+    t_scope = this;
+}
+
+KoMemoryScope::~KoMemoryScope()
+{
+    t_scope = m_outer;
 }
 
 KoMemoryHandler KoSetMemoryHandler(KoMemoryHandler handler)

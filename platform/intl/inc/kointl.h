@@ -3,6 +3,7 @@
 
 #include "kocollate.h"
 #include "kolang.h"
+#include <atomic>
 #include <cstddef>
 #include <koscalar.h>
 
@@ -164,16 +165,17 @@ KOINTL_API o_u4b KoCaseTablesVersion() noexcept;
 KOINTL_API o_u8b KoCaseTablesChecksum() noexcept;
 
 /// Process-wide defaults of language and text. Not synchronised: set at start-up. Code sets are 1,
-/// of 16 bits 253, language and operator 0 unless set.
+/// of 16 bits 253, language and operator 0 unless set. Inside a KoLanguageScope the questions
+/// answer what that says.
 class KOINTL_API KoLanguageContext
 {
 public:
-    static unsigned char GetDefaultCodeSet() noexcept { return s_defaults.codeSet; }
-    static unsigned char GetDefault8CodeSet() noexcept { return s_defaults.codeSet8; }
-    static unsigned char GetDefault16CodeSet() noexcept { return s_defaults.codeSet16; }
-    static unsigned char GetNativeCodeSet() noexcept { return s_defaults.native; }
-    static unsigned char GetDefaultLanguage() noexcept { return s_defaults.language; }
-    static o_u2b GetDefaultCmpOp() noexcept { return s_defaults.cmpOp; }
+    static unsigned char GetDefaultCodeSet() noexcept { return Current().codeSet; }
+    static unsigned char GetDefault8CodeSet() noexcept { return Current().codeSet8; }
+    static unsigned char GetDefault16CodeSet() noexcept { return Current().codeSet16; }
+    static unsigned char GetNativeCodeSet() noexcept { return Current().native; }
+    static unsigned char GetDefaultLanguage() noexcept { return Current().language; }
+    static o_u2b GetDefaultCmpOp() noexcept { return Current().cmpOp; }
 
     /// Return 0, or -2002 (nothing changed) for a value that cannot serve. An identifier without a
     /// table of its own can. No code set may be 0, 254 or 255; the 8-bit default and the native
@@ -193,15 +195,45 @@ public:
     static const KoCodeSet* QueryCodeSet(unsigned char codeSet) noexcept;
 
 private:
-    /// Read without a call, since every new string asks for some of them.
-    static struct Defaults {
+    friend class KoLanguageScope;
+    struct Defaults {
         unsigned char codeSet = KoCS_LATIN1;
         unsigned char codeSet8 = KoCS_LATIN1;
         unsigned char codeSet16 = KoCS_UNICODE;
         unsigned char native = KoCS_LATIN1;
         unsigned char language = 0;
         o_u2b cmpOp = 0;
-    } s_defaults;
+    };
+
+    /// Read without a call while there is no scope, since every new string asks for some of them.
+    static const Defaults& Current() noexcept
+    {
+        return s_scopes.load(std::memory_order_relaxed) == 0 ? s_defaults : OfThread();
+    }
+    static const Defaults& OfThread() noexcept;
+
+    static Defaults s_defaults;
+    static std::atomic<unsigned> s_scopes; ///< of all threads
+};
+
+/// While it lives, the thread that made it has defaults of its own; no other thread sees them.
+/// Scopes of a thread stand inside one another, and the innermost counts. What sets defaults sets
+/// those of the process.
+class KOINTL_API KoLanguageScope
+{
+public:
+    /// 255 keeps what holds outside. A code set of 8 bits becomes that of 8 bits too, one of 16
+    /// that of 16. What cannot be set as a default (see KoLanguageContext) keeps it as well.
+    KoLanguageScope(unsigned char language, unsigned char codeSet) noexcept;
+    ~KoLanguageScope();
+    KoLanguageScope(const KoLanguageScope&) = delete;
+    KoLanguageScope& operator=(const KoLanguageScope&) = delete;
+
+private:
+    friend class KoLanguageContext;
+
+    const KoLanguageScope* m_outer;
+    KoLanguageContext::Defaults m_defaults;
 };
 
 /// Sets the library's context up (`create` non-zero) or down: the defaults take

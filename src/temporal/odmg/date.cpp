@@ -1,6 +1,8 @@
 #include <koodmg.h>
 
+#include "temporal/months.h"
 #include "temporal/odmg/elements.h"
+#include "temporal/range.h"
 
 #include <iterator>
 #include <limits>
@@ -120,6 +122,16 @@ int d_Date::days_in_month(o_2b year, o_u2b month)
         return 0;
     const bool leap = year % 4 == 0 && (year % 100 != 0 || year % 400 == 0 || year < 1600);
     return kDays[month] + (month == 2 && leap ? 1 : 0);
+}
+
+int d_Date::add_months(int n)
+{
+    return MoveByMonths(m_year, m_month, m_day, n, IsReformedDate);
+}
+
+int d_Date::add_years(int n)
+{
+    return MoveByMonths(m_year, m_month, m_day, o_8b{n} * 12, IsReformedDate);
 }
 
 int d_Date::day_of_year() const

@@ -95,7 +95,7 @@ inline d_Time StampTime(const KoTimeStampRec& clock)
 
 /// The fields of a time, zone apart, into those of a text.
 void SetTimeFields(TemporalFields& fields, const d_Time& time);
-/// The time of a text's fields, in the default zone or another.
+/// The time of a text's fields: in their zone, or the default one where they have none, or another.
 d_Time TimeOfFields(const TemporalFields& fields);
 d_Time TimeOfFields(const TemporalFields& fields, int zoneHour, int zoneMinute);
 

@@ -63,6 +63,24 @@ struct OdmgIntervalType {
             AppendShortest(text, interval.Seconds()) << 's';
         return text;
     }
+    static int ParseText(d_Interval& interval, const KoString& text, unsigned& errorAt)
+    {
+        const NarrowText narrow(text);
+        const std::size_t length = narrow.Length();
+        if (length > 0 && narrow.Data()[length - 1] == 's') {
+            float seconds = 0.0F;
+            const int result = ParseNumber(seconds, narrow.Data(), length - 1, nullptr, errorAt);
+            if (result == 0)
+                interval = d_Interval::OfSeconds(seconds);
+            return result;
+        }
+        TemporalFields fields;
+        fields.kind = kKind;
+        const int result = ParseTemporal(fields, text, nullptr, errorAt);
+        if (result == 0)
+            interval = FromFields(fields);
+        return result;
+    }
     static d_Interval FromText(const KoString& text)
     {
         const NarrowText narrow(text);

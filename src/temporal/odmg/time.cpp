@@ -60,11 +60,15 @@ void SetTimeFields(TemporalFields& fields, const d_Time& time)
     fields.minute = time.minute();
     fields.second = time.whole_second();
     fields.nanoseconds = time.hundredths() * 10'000'000;
+    fields.hasZone = true;
+    fields.zoneHour = time.tz_hour();
+    fields.zoneMinute = time.tz_minute();
 }
 
 d_Time TimeOfFields(const TemporalFields& fields)
 {
-    return TimeOfFields(fields, DefaultZone(), 0);
+    return fields.hasZone ? TimeOfFields(fields, fields.zoneHour, fields.zoneMinute)
+                          : TimeOfFields(fields, DefaultZone(), 0);
 }
 
 d_Time TimeOfFields(const TemporalFields& fields, int zoneHour, int zoneMinute)

@@ -153,14 +153,8 @@ KoString ZonedText(TemporalFields fields, const char* format, const d_Time& time
     PrintTemporal(text, fields, format);
     if (!fraction)
         AppendNumber(text, time.hundredths(), ".%+03d");
-    const int hour = time.tz_hour();
-    const int minute = time.tz_minute();
-    if (hour == 0 && minute == 0)
-        return text;
-    const bool apart = (hour < 0 && minute > 0) || (hour > 0 && minute < 0);
-    text << (hour < 0 || (hour == 0 && minute < 0) ? '-' : '+');
-    AppendNumber(text, std::abs(hour), "%02d");
-    AppendNumber(text, apart ? minute : std::abs(minute), apart ? ":%+03d" : ":%02d");
+    if (time.tz_hour() != 0 || time.tz_minute() != 0)
+        PrintTemporal(text, fields, "%z");
     return text;
 }
 

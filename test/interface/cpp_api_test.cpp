@@ -1,0 +1,216 @@
+#include "support/fixtures.h"
+
+#include <ko.hpp>
+
+#include <algorithm>
+#include <atomic>
+#include <map>
+#include <set>
+#include <sstream>
+#include <thread>
+#include <unordered_set>
+
+/// ko.hpp over every type, by the golden corpus; and the settings of a caller beside those of
+/// others.
+
+namespace
+{
+
+ko::BytesView View(const Bytes& bytes)
+{
+    return std::as_bytes(std::span(bytes));
+}
+
+Bytes Plain(const ko::Bytes& bytes)
+{
+    const auto* const begin = reinterpret_cast<const unsigned char*>(bytes.data());
+    return Bytes(begin, begin + bytes.size());
+}
+
+TEST(Values, AreThoseOfTheCorpus)
+{
+    const KoTypeMgr manager;
+    data::ForEachRow("golden", 6, [&](const auto& head, const data::Row& row) {
+        const ko::Type type = ko::Type::Find(head[0]).value();
+        const Bytes little = data::ParseBytes(row[0]);
+        const Bytes big = data::ParseBytes(row[1]);
+        const auto value = ko::Value::Load(type, View(little), ko::Order::little);
+        ASSERT_TRUE(value) << value.error();
+        // A stored form that is read, but no longer written, becomes the one that is.
+        EXPECT_EQ(Plain(value->Store(ko::Order::little).value()), little);
+        EXPECT_EQ(Plain(value->Store().value()), big);
+        const auto same = ko::Value::Load(type, View(big));
+        EXPECT_TRUE(same && *same == *value && same->IsNull() == value->IsNull());
+        const auto key = value->SortKey();
+        ASSERT_TRUE(key) << key.error();
+        Bytes expected(manager.SortKeyLen(static_cast<o_char>(type.Number()), big.data(), KoFMT_BIG,
+                                          1, KoCMP_PLAIN));
+        manager.SortKey(static_cast<o_char>(type.Number()), expected.data(),
+                        static_cast<unsigned>(expected.size()), big.data(), KoFMT_BIG, 1,
+                        KoCMP_PLAIN);
+        EXPECT_EQ(Plain(*key), expected);
+        const auto back = ko::Value::FromKey(type, *key);
+        EXPECT_TRUE(back ? *back == *value : back.error().status == ko::Status::not_supported)
+            << back.error();
+        std::ostringstream out;
+        out << *value;
+        const auto text = value->Text();
+        EXPECT_EQ(out.str(), text ? *text : text.error().sentence);
+        // Cut anywhere, or with a byte more, the bytes are no value.
+        for (std::size_t size = 0; size < big.size(); size += 1 + size / 64) {
+            const std::unique_ptr<unsigned char[]> cut =
+                Exactly(Bytes(big.begin(), big.begin() + static_cast<std::ptrdiff_t>(size)));
+            EXPECT_FALSE(ko::Value::Load(type, std::as_bytes(std::span(cut.get(), size))));
+        }
+        Bytes more = big;
+        more.push_back(0);
+        EXPECT_EQ(ko::Value::Load(type, View(more)).error().status, ko::Status::trailing);
+    });
+}
+
+/// The operators, containers and words: one order, whatever asks for it.
+TEST(Values, HaveOneOrder)
+{
+    const ko::Type string = ko::Type::Find("KoString").value();
+    const auto read = [&](const char* text) { return ko::Value::Parse(string, text).value(); };
+    std::vector<ko::Value> values = {read("b"),  read("B"),
+                                     read("a*"), read("\xC3\xA4"),
+                                     read("a"),  read(std::string(300, 'a').c_str())};
+    std::sort(values.begin(), values.end());
+    for (std::size_t i = 1; i < values.size(); ++i) {
+        EXPECT_TRUE(values[i - 1] < values[i]);
+        EXPECT_LT(values[i - 1].SortKey().value(), values[i].SortKey().value());
+    }
+    std::map<ko::Value, int, ko::ValueLess> folded(ko::ValueLess{ko::Word::ignore_case});
+    for (const ko::Value& value : values)
+        ++folded[value];
+    EXPECT_EQ(folded.at(read("b")), 2);
+    EXPECT_EQ(folded.at(read("a*")), 1); // no pattern
+    const std::unordered_set<ko::Value> hashed(values.begin(), values.end());
+    EXPECT_EQ(hashed.size(), values.size());
+    EXPECT_TRUE(hashed.contains(read("a*")));
+    const auto word = ko::Word::plain | ko::Word::ignore_case | ko::Word::ignore_accents;
+    EXPECT_TRUE(read("\xC3\x84").Compare(read("a"), word).value() == 0);
+    const auto number = ko::Value::Parse(ko::Type::Find("o_4b").value(), "7").value();
+    EXPECT_EQ(number.Compare(read("7")).error().status, ko::Status::bad_argument);
+    EXPECT_TRUE(number < read("7")); // by type
+}
+
+/// Values of kinds that have no common order, as they follow one another in every container; those
+/// of one place are equal.
+TEST(Values, StandKindAfterKind)
+{
+    static constexpr struct {
+        const char* type;
+        const char* bytes;
+        int place;
+        const char* reason;
+    } kRows[] = {
+        {"KoString", "00 04 00 FE 00 FF", 0, "null"},
+        {"KoString", "00 05 00 FE 61 00 FF", 0, "null with bytes"},
+        {"KoString", "00 04 FE 00 00 FF", 0, "null as it was marked earlier"},
+        {"KoString", "00 04 01 00 00 FF", 1, "an empty text"},
+        {"KoString", "00 05 01 00 61 00 FF", 2, "a text: after B by bytes, before it as a text"},
+        {"KoString", "00 06 FD 00 00 61 00 FF", 2, "the same in another code set"},
+        {"KoString", "00 05 01 00 42 00 FF", 3, "another text"},
+        {"KoString", "00 04 00 00 00 FF", 4, "no bytes"},
+        {"KoString", "00 05 00 00 42 00 FF", 5, "plain bytes"},
+        {"KoString", "00 05 00 00 61 00 FF", 6,
+         "plain bytes, which as a text come before the others"},
+        {"KoCaseIString", "00 03 00 61 00", 0, "no accents"},
+        {"KoCaseIString", "00 03 00 E4 00", 0, "none that count"},
+        {"KoCaseIString", "00 03 00 62 00", 1, "another text"},
+        {"KoCaseIString", "00 03 20 61 00", 2, "accents count, and there is none"},
+        {"KoCaseIString", "00 03 20 E4 00", 3, "accents count"},
+        {"KoIString", "00 03 00 61 00", 0, "a class that passes over accents"},
+        {"KoIString", "00 03 20 E4 00", 0, "and over the flag"},
+    };
+    std::vector<ko::Value> values;
+    for (const auto& row : kRows) {
+        const Bytes bytes = data::ParseBytes(row.bytes);
+        values.push_back(ko::Value::Load(ko::Type::Find(row.type).value(), View(bytes)).value());
+    }
+    const ko::ValueLess less{ko::Word::skip_symbols};
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        for (std::size_t j = 0; j < values.size(); ++j) {
+            if (values[i].Type() != values[j].Type())
+                continue;
+            SCOPED_TRACE(std::string(kRows[i].reason) + " / " + kRows[j].reason);
+            EXPECT_TRUE((values[i] <=> values[j]) == (kRows[i].place <=> kRows[j].place));
+            EXPECT_EQ(less(values[i], values[j]), kRows[i].place < kRows[j].place);
+            const std::hash<ko::Value> hash;
+            EXPECT_TRUE(values[i] != values[j] || hash(values[i]) == hash(values[j]));
+        }
+    }
+    // Whatever comes first.
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        std::rotate(values.begin(), values.begin() + 1, values.end());
+        EXPECT_EQ(std::set<ko::Value>(values.begin(), values.end()).size(), 12U);
+        EXPECT_EQ(std::unordered_set<ko::Value>(values.begin(), values.end()).size(), 12U);
+    }
+}
+
+TEST(Results, TellWhatIsWrong)
+{
+    const ko::Type date = ko::Type::Find("KoDATE_T").value();
+    const auto day = ko::Value::Parse(date, "2024-02-30", "%Y-%m-%d");
+    ASSERT_FALSE(day);
+    std::ostringstream out;
+    out << day.error();
+    EXPECT_EQ(out.str(), "the type has no such number or date (at byte 8)");
+    EXPECT_THROW((void)day.value(), ko::Failure);
+    EXPECT_EQ(day.and_then([](const ko::Value& value) { return value.SortKey(); }).error().status,
+              ko::Status::out_of_range);
+    const auto year = ko::Value::Parse(date, "2024-02-29", "%Y-%m-%d").transform([](const auto& v) {
+        return v.Text("%Y").value();
+    });
+    EXPECT_EQ(year.value_or("none"), "2024");
+    EXPECT_FALSE(ko::Type::Find(std::string(100, 'x')));
+    EXPECT_FALSE(ko::Type::Find(std::string_view("KoDate\0", 7)));
+    EXPECT_EQ(ko::Type::All().size(), static_cast<std::size_t>(KoTYPE_COUNT - 1));
+}
+
+/// Two plugins with settings of their own, and the process beside them, at once in three threads.
+TEST(Settings, AreNotSeenByOthers)
+{
+    struct Plugin {
+        const char* nullText; ///< null: the settings of the process
+        int language;
+        int codeSet;
+    };
+    static constexpr Plugin kPlugins[] = {{"nil", KoLANG_GERMAN, KoCS_UNICODE},
+                                          {"\xC3\xB8", KoLANG_CHINESE, KoCS_WINDOWS_1252},
+                                          {nullptr, 0, KoCS_LATIN1}};
+    const ko::Type date = ko::Type::Find("KoDate").value();
+    const ko::Type string = ko::Type::Find("KoString").value();
+    std::atomic<int> faults = 0;
+    const auto run = [&](const Plugin& plugin) {
+        ko::Settings settings;
+        if (plugin.nullText != nullptr)
+            settings.NullText(plugin.nullText).Language(plugin.language).CodeSet(plugin.codeSet);
+        const std::string own = plugin.nullText != nullptr ? plugin.nullText : "{NULL}";
+        for (int i = 0; i < 2000; ++i) {
+            const auto null = ko::Value::Parse(date, own, nullptr, settings);
+            const auto text = ko::Value::Parse(string, "x", nullptr, settings);
+            bool right = null && null->IsNull() && null->Text(nullptr, settings).value() == own;
+            // A record: length, code set, language.
+            right = right && text && text->Stored()[2] == std::byte(plugin.codeSet) &&
+                    text->Stored()[3] == std::byte(plugin.language);
+            for (const Plugin& other : kPlugins) {
+                if (&other != &plugin && other.nullText != nullptr)
+                    right = right && !ko::Value::Parse(date, other.nullText, nullptr, settings);
+            }
+            faults += right ? 0 : 1;
+        }
+    };
+    std::vector<std::thread> threads;
+    for (const Plugin& plugin : kPlugins)
+        threads.emplace_back(run, std::cref(plugin));
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(faults, 0);
+    EXPECT_EQ(KoLanguageContext::GetDefaultLanguage(), 0);
+    EXPECT_EQ(KoTypeMgr::GetNullPrintString(), KoString("{NULL}"));
+}
+
+} // namespace
