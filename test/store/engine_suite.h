@@ -2,6 +2,7 @@
 #define KO_TEST_STORE_ENGINE_SUITE_H
 
 #include "store/test_files.h"
+#include "support/postgres_server.h"
 
 #include "engine/engine.h"
 #include "engine/memory.h"
@@ -40,6 +41,8 @@ public:
     virtual std::unique_ptr<Engine> Open(Mode mode) = 0;
     virtual bool Exists() = 0;
     virtual void Check() {}
+    /// Why nothing can be there, or empty.
+    virtual std::string WhyNot() { return ""; }
 };
 
 class MemoryPlace : public Place
@@ -64,6 +67,23 @@ public:
 
 private:
     TestFolder m_folder;
+};
+
+class DatabasePlace : public Place
+{
+public:
+    std::string Address() const { return PostgresServer::Shared().Address(m_name); }
+    std::unique_ptr<Loader> Load() override { return ko::store::StartLoad(Address()); }
+    std::unique_ptr<Engine> Open(Mode mode) override
+    {
+        return ko::store::OpenEngine(Address(), mode);
+    }
+    bool Exists() override { return ko::store::StoreExists(Address()); }
+    void Check() override { ko::store::CheckEngine(Address()); }
+    std::string WhyNot() override { return PostgresServer::Shared().WhyNot(); }
+
+private:
+    const std::string m_name = PostgresServer::NewName();
 };
 
 /// Short ones that differ in bytes at the ends of their order, and some of the longest.

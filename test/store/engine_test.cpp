@@ -26,6 +26,11 @@ std::unique_ptr<Place> Make()
 class EveryEngine : public testing::TestWithParam<Kind>
 {
 protected:
+    void SetUp() override
+    {
+        if (const std::string why = m_place->WhyNot(); !why.empty())
+            GTEST_SKIP() << why;
+    }
     std::unique_ptr<Engine> ToChange() { return m_place->Open(GetParam().mode); }
     Models Now() { return Everything(*m_place->Open(Mode::Read)->Read()); }
 
@@ -35,7 +40,8 @@ protected:
 INSTANTIATE_TEST_SUITE_P(Engines, EveryEngine,
                          testing::Values(Kind{"Memory", Make<MemoryPlace>, Mode::Change},
                                          Kind{"Lmdb", Make<FilePlace>, Mode::Change},
-                                         Kind{"LmdbGrowing", Make<FilePlace>, Mode::Grow}),
+                                         Kind{"LmdbGrowing", Make<FilePlace>, Mode::Grow},
+                                         Kind{"Postgres", Make<DatabasePlace>, Mode::Change}),
                          [](const auto& info) { return info.param.name; });
 
 std::string Bytes(std::initializer_list<int> values)
