@@ -94,14 +94,15 @@ void Session::Get(Space space, std::span<const std::string_view> keys, const Rea
         return keys.subspan(at, std::min(piece, keys.size() - at));
     };
     SendAhead();
-    std::size_t sent = 0;
     try {
-        for (std::size_t received = 0; received < keys.size(); received += piece) {
-            for (; sent < keys.size() && sent < received + kInFlight * piece; sent += piece) {
-                m_connection->Send(Statements().Get(space), Parameters().Add(part(sent)));
+        for (std::size_t received = 0, sent = 0; received < keys.size(); received += piece) {
+            // A round trip for each few pieces.
+            if (received == sent) {
+                for (std::size_t i = 0; i < kInFlight && sent < keys.size(); ++i, sent += piece)
+                    m_connection->Send(Statements().Get(space), Parameters().Add(part(sent)));
                 m_connection->Sync();
+                ReceiveAhead();
             }
-            ReceiveAhead();
             ReceivePiece(part(received), received, found);
         }
     } catch (const SqlError&) {

@@ -119,15 +119,34 @@ void Lease::MakeTables()
     m_connection->Run(
         kNoteGeneration,
         Parameters().Add(m_where.generation).Add(m_address.Store()).Add(m_where.schema));
-    m_connection->Run(m_statements->MakeSchema());
-    m_connection->Run(m_statements->MakeMarks());
+    std::vector<const Statement*> makes{&m_statements->MakeSchema(), &m_statements->MakeMarks()};
     for (std::size_t i = 0; i < kSpaces; ++i)
-        m_connection->Run(m_statements->MakeTable(static_cast<Space>(i)));
+        makes.push_back(&m_statements->MakeTable(static_cast<Space>(i)));
+    RunAll(makes);
     for (std::size_t i = 0; i < kSpaces; ++i) {
         m_connection->Send(m_statements->KeepInRow(static_cast<Space>(i)));
         m_connection->Sync();
     }
     m_connection->Drain(); // engines that cannot do without
+}
+
+void Lease::Analyze()
+{
+    std::vector<const Statement*> analyzes;
+    for (std::size_t i = 0; i < kSpaces; ++i)
+        analyzes.push_back(&m_statements->Analyze(static_cast<Space>(i)));
+    RunAll(analyzes);
+}
+
+/// Each by itself, in one round trip.
+void Lease::RunAll(const std::vector<const Statement*>& statements)
+{
+    for (const Statement* const statement : statements) {
+        m_connection->Send(*statement);
+        m_connection->Sync();
+    }
+    for (std::size_t i = 0; i < statements.size(); ++i)
+        m_connection->Receive();
 }
 
 void Lease::FailTaken() const

@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace ko::store::postgres
 {
@@ -36,6 +37,8 @@ public:
     const Generation& Statements() const { return *m_statements; }
     /// Within a transaction of what it protects. Throws Failure where another loader has taken it.
     void Renew();
+    /// Has the server look at the tables, for its plans; outside of transactions.
+    void Analyze();
     /// Publishes the schema and gives the lease back. Throws Failure where there is a store and
     /// `replace` does not allow for it, and where what became of it cannot be found out.
     void Publish(bool replace);
@@ -46,6 +49,7 @@ private:
     void Claim();
     void DropLeftovers();
     void MakeTables();
+    void RunAll(const std::vector<const Statement*>& statements);
     void TryPublish(bool replace);
     void FindOutcome();
     [[noreturn]] void FailTaken() const;

@@ -66,8 +66,7 @@ public:
                     Send(static_cast<Space>(i));
             }
             Commit();
-            for (std::size_t i = 0; i < kSpaces; ++i)
-                m_lease->Session().Run(m_lease->Statements().Analyze(static_cast<Space>(i)));
+            m_lease->Analyze();
             m_lease->Publish(m_replaces);
             m_lease.reset();
         });

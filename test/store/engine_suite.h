@@ -72,7 +72,12 @@ private:
 class DatabasePlace : public Place
 {
 public:
-    std::string Address() const { return PostgresServer::Shared().Address(m_name); }
+    /// `host`: another folder of sockets than the server's.
+    explicit DatabasePlace(std::string host = "") : m_host(std::move(host)) {}
+    std::string Address() const
+    {
+        return PostgresServer::Shared().Address(m_name, "postgres", m_host);
+    }
     std::unique_ptr<Loader> Load() override { return ko::store::StartLoad(Address()); }
     std::unique_ptr<Engine> Open(Mode mode) override
     {
@@ -82,7 +87,10 @@ public:
     void Check() override { ko::store::CheckEngine(Address()); }
     std::string WhyNot() override { return PostgresServer::Shared().WhyNot(); }
 
+    const std::string& Name() const { return m_name; }
+
 private:
+    const std::string m_host;
     const std::string m_name = PostgresServer::NewName();
 };
 

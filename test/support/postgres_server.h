@@ -59,9 +59,11 @@ public:
     /// Why there is none, or empty.
     const std::string& WhyNot() const { return m_whyNot; }
 
-    std::string Address(const std::string& store, const std::string& user = "postgres") const
+    std::string Address(const std::string& store, const std::string& user = "postgres",
+                        const std::string& host = "") const
     {
-        return "postgresql://" + user + "@/postgres?host=" + m_folder + "#" + store;
+        return "postgresql://" + user + "@/postgres?host=" + (host.empty() ? m_folder : host) +
+               "#" + store;
     }
     std::string Socket() const { return m_folder + "/.s.PGSQL.5432"; }
     static std::string NewName()
@@ -84,10 +86,14 @@ public:
         std::ifstream file(Data() + "/postmaster.pid");
         pid_t server = 0;
         file >> server;
+        file.close();
         kill(server, SIGKILL);
         // Its children hold on to the shared memory until they notice.
         for (int i = 0; i < 1000 && HasChildren(); ++i)
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        // Its number may still be taken, by what nobody has waited for.
+        std::filesystem::remove(Data() + "/postmaster.pid");
+        std::filesystem::remove(Socket() + ".lock");
     }
     /// What a statement answers, without column names and alignment.
     std::string Ask(const std::string& statement) const
@@ -111,11 +117,15 @@ private:
         const std::string as = geteuid() == 0 ? "runuser -u postgres -- " : "";
         return std::system(("cd / && " + as + m_bin + command + " >/dev/null 2>&1").c_str()) == 0;
     }
+    /// Its children work in the folder of its files.
     bool HasChildren() const
     {
-        return std::system(("pgrep -f '" + Data() + "|postgres: ' >/dev/null && fuser -s " +
-                            Data() + "/PG_VERSION " + Data() + " 2>/dev/null")
-                               .c_str()) == 0;
+        std::error_code ignored;
+        for (const auto& entry : std::filesystem::directory_iterator("/proc", ignored)) {
+            if (std::filesystem::read_symlink(entry.path() / "cwd", ignored) == Data())
+                return true;
+        }
+        return false;
     }
 
     std::string m_bin;
