@@ -5,12 +5,12 @@
 set -eu
 
 packages="g++ cmake ninja-build pkg-config python3 libgtest-dev libcli11-dev nlohmann-json3-dev
-    libcsv-dev liblmdb-dev libxxhash-dev"
+    libcsv-dev liblmdb-dev libpq-dev libxxhash-dev"
 case ${1:-} in
 '') ;;
 ci)
     packages="$packages ccache clang libclang-rt-14-dev clang-format-14 clang-tidy-14
-        libbenchmark-dev libicu-dev libsqlite3-dev binutils g++-mingw-w64-x86-64-posix
+        libbenchmark-dev libicu-dev libsqlite3-dev postgresql binutils g++-mingw-w64-x86-64-posix
         binutils-mingw-w64-x86-64 wine64 g++-s390x-linux-gnu qemu-user"
     ;;
 *)

@@ -62,8 +62,9 @@ public:
     std::string Address(const std::string& store, const std::string& user = "postgres",
                         const std::string& host = "") const
     {
-        return "postgresql://" + user + "@/postgres?host=" + (host.empty() ? m_folder : host) +
-               "#" + store;
+        return "postgresql://" + user +
+               "@/postgres?connect_timeout=2&host=" + (host.empty() ? m_folder : host) + "#" +
+               store;
     }
     std::string Socket() const { return m_folder + "/.s.PGSQL.5432"; }
     static std::string NewName()

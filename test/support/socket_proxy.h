@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <mutex>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -52,6 +53,13 @@ public:
     {
         m_harm = harm;
         m_left = piece;
+    }
+    /// Harms the next piece that has a text in it.
+    void PlanAt(const std::string& text, Harm harm)
+    {
+        const std::lock_guard guard(m_mutex);
+        m_harm = harm;
+        m_text = text;
     }
     bool HasHarmed() const { return m_left <= 0; }
     /// How often a client has sent something after the server had answered all.
@@ -110,7 +118,7 @@ private:
             } else if (both[0].revents != 0) {
                 m_trips += answered ? 1 : 0;
                 answered = false;
-                if (--m_left == 0) {
+                if (IsPlanned(client)) {
                     Do(client, server);
                     open = false;
                 } else {
@@ -121,6 +129,17 @@ private:
         close(client);
         if (server >= 0)
             close(server);
+    }
+    bool IsPlanned(int client)
+    {
+        std::string piece(1 << 16, '\0');
+        const ssize_t size = recv(client, piece.data(), piece.size(), MSG_PEEK);
+        const std::lock_guard guard(m_mutex);
+        if (size > 0 && !m_text.empty() && piece.find(m_text) < static_cast<std::size_t>(size)) {
+            m_text.clear();
+            return true;
+        }
+        return --m_left == 0;
     }
     void Do(int client, int server)
     {
@@ -146,6 +165,8 @@ private:
     std::atomic<int> m_trips{0};
     std::atomic<int> m_left{1 << 30};
     std::atomic<Harm> m_harm{};
+    std::mutex m_mutex;
+    std::string m_text;
     std::vector<std::thread> m_threads; ///< of the first, which accepts
 };
 
