@@ -19,8 +19,8 @@ class PostgresEngine : public testing::Test
 protected:
     void SetUp() override
     {
-        if (!Server().WhyNot().empty())
-            GTEST_SKIP() << Server().WhyNot();
+        if (const std::string why = DatabasePlace().WhyNot(); !why.empty())
+            GTEST_SKIP() << why;
         postgres::LimitsInForce() = {10s, 20s, 300ms, 0ms};
     }
     static PostgresServer& Server() { return PostgresServer::Shared(); }
@@ -90,7 +90,8 @@ TEST_F(PostgresEngine, LetsWritersMeetOnHotRows)
                         Add(writer, to, 7);
                         const auto last = writer.Walk(Space::Entries, {}, Direction::Backwards);
                         const std::string top(last->Next(1)[0].key);
-                        writer.Put(Space::Entries, KeyOf(1 + std::stoi(top.substr(4))), "");
+                        const auto number = static_cast<unsigned>(std::stoi(top.substr(4)));
+                        writer.Put(Space::Entries, KeyOf(number + 1), "");
                     });
                 }
             });

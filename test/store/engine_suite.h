@@ -4,6 +4,7 @@
 #include "store/test_files.h"
 #include "support/postgres_server.h"
 
+#include "base/failure.h"
 #include "engine/engine.h"
 #include "engine/memory.h"
 
@@ -85,7 +86,17 @@ public:
     }
     bool Exists() override { return ko::store::StoreExists(Address()); }
     void Check() override { ko::store::CheckEngine(Address()); }
-    std::string WhyNot() override { return PostgresServer::Shared().WhyNot(); }
+    std::string WhyNot() override
+    {
+        try {
+            if (PostgresServer::Shared().WhyNot().empty())
+                Exists();
+        } catch (const ko::store::Failure& failure) { // of a build without this engine
+            if (failure.Status() == ko::store::Exit::Usage)
+                return failure.what();
+        }
+        return PostgresServer::Shared().WhyNot();
+    }
 
     const std::string& Name() const { return m_name; }
 
