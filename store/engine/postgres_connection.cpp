@@ -202,12 +202,12 @@ Answer Connection::Take(const Expectation& expectation)
     }
     if (expectation.what == Expected::Prepared)
         m_prepared.erase(expectation.name);
-    SqlError error = status == PGRES_PIPELINE_ABORTED
-                         ? SqlError("25P02", "a statement before this one has failed")
-                         : ErrorOf(result);
+    const SqlError error = status == PGRES_PIPELINE_ABORTED
+                               ? SqlError("25P02", "a statement before this one has failed")
+                               : ErrorOf(result);
     if (IsSound())
         PQclear(Next());
-    throw error;
+    throw SqlError(error);
 }
 
 PGresult* Connection::Next()
@@ -263,7 +263,7 @@ void Connection::BeginCopy(const Statement& statement)
         return;
     const SqlError error = ErrorOf(result);
     m_sound = false; // a loader that failed goes on with nothing
-    throw error;
+    throw SqlError(error);
 }
 
 void Connection::Copy(std::string_view bytes)
@@ -291,7 +291,7 @@ std::uint64_t Connection::EndCopy()
     if (PQresultStatus(result) != PGRES_COMMAND_OK) {
         const SqlError error = ErrorOf(result);
         m_sound = false;
-        throw error;
+        throw SqlError(error);
     }
     PQclear(Next());
     Check(PQenterPipelineMode(connection));

@@ -78,6 +78,7 @@ TEST_F(PostgresEngine, LetsWritersMeetOnHotRows)
         Create(place, {{Space::Blocks, accounts}, {Space::Entries, {{KeyOf(0), ""}}}});
         std::atomic<int> conflicts{0};
         std::vector<std::thread> threads;
+        threads.reserve(static_cast<std::size_t>(writers));
         for (int w = 0; w < writers; ++w) {
             threads.emplace_back([&, w] {
                 std::mt19937 random(static_cast<unsigned>(w));
