@@ -26,20 +26,6 @@ protected:
     static PostgresServer& Server() { return PostgresServer::Shared(); }
 };
 
-/// Runs a change until it was made, and returns how often it came to nothing before.
-int Change(Engine& engine, const std::function<void(Writer&)>& change)
-{
-    for (int conflicts = 0;; ++conflicts) {
-        try {
-            const auto writer = engine.Write();
-            change(*writer);
-            writer->Commit();
-            return conflicts;
-        } catch (const Conflict&) {
-        }
-    }
-}
-
 void Add(Writer& writer, const std::string& key, int more)
 {
     const auto now = writer.GetOne(Space::Blocks, key);

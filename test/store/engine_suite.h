@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <functional>
 #include <map>
 #include <memory>
 #include <random>
@@ -163,6 +164,20 @@ inline void Create(Place& place, const Models& models)
     const auto loader = place.Load();
     Fill(*loader, models);
     loader->Publish();
+}
+
+/// Runs a change until it was made, and returns how often it came to nothing before.
+inline int Change(Engine& engine, const std::function<void(Writer&)>& change)
+{
+    for (int conflicts = 0;; ++conflicts) {
+        try {
+            const auto writer = engine.Write();
+            change(*writer);
+            writer->Commit();
+            return conflicts;
+        } catch (const ko::store::Conflict&) {
+        }
+    }
 }
 
 #endif

@@ -209,20 +209,6 @@ TEST_P(EveryEngine, RefusesWhatCannotBe)
     EXPECT_THROW(ToChange()->Write()->Put(Space::Texts, "", "x"), Failure);
 }
 
-/// Runs a change again until nobody comes between, and returns how often somebody did.
-int Change(Engine& engine, const std::function<void(Writer&)>& change)
-{
-    for (int conflicts = 0;; ++conflicts) {
-        try {
-            const auto writer = engine.Write();
-            change(*writer);
-            writer->Commit();
-            return conflicts;
-        } catch (const Conflict&) {
-        }
-    }
-}
-
 // Writers add one to a number and write it in two spaces; readers never find two numbers.
 TEST_P(EveryEngine, ServesThreadsAtOnce)
 {
