@@ -5,13 +5,13 @@
 set -eu
 
 packages="g++ cmake ninja-build pkg-config python3 libgtest-dev libcli11-dev nlohmann-json3-dev
-    libcsv-dev liblmdb-dev libxxhash-dev"
+    libcsv-dev liblmdb-dev libpq-dev libxxhash-dev"
 case ${1:-} in
 '') ;;
 ci)
     packages="$packages ccache clang libclang-rt-14-dev clang-format-14 clang-tidy-14
         libbenchmark-dev libicu-dev libsqlite3-dev sqlite3 librocksdb-dev python3-dev binutils g++-mingw-w64-x86-64-posix
-        binutils-mingw-w64-x86-64 wine64 g++-s390x-linux-gnu qemu-user lmdb-utils"
+        binutils-mingw-w64-x86-64 wine64 g++-s390x-linux-gnu qemu-user lmdb-utils postgresql"
     ;;
 *)
     echo "usage: setup.sh [ci]" >&2

@@ -1,35 +1,44 @@
 #include "engine/engine.h"
 #include "engine/lmdb_check.h"
 #include "engine/lmdb_store.h"
+#include "engine/postgres.h"
 
 namespace ko::store
 {
 
-// Every address is a path as yet.
+// An address is a connection URL or else a path.
 
 std::unique_ptr<Engine> OpenEngine(const std::string& address, Mode mode)
 {
+    if (postgres::IsAddress(address))
+        return postgres::OpenEngine(address, mode);
     return lmdb::OpenEngine(address, mode);
 }
 
 std::unique_ptr<Loader> StartLoad(const std::string& address)
 {
+    if (postgres::IsAddress(address))
+        return postgres::StartLoad(address, postgres::Existing::Refuse);
     return lmdb::StartLoad(address);
 }
 
 bool StoreExists(const std::string& address)
 {
-    return lmdb::StoreExists(address);
+    return postgres::IsAddress(address) ? postgres::StoreExists(address)
+                                        : lmdb::StoreExists(address);
 }
 
 void CheckEngine(const std::string& address)
 {
-    lmdb::CheckPages(address);
+    if (postgres::IsAddress(address))
+        postgres::CheckEngine(address);
+    else
+        lmdb::CheckPages(address);
 }
 
 std::vector<std::string> FilesOfStore(const std::string& address)
 {
-    return lmdb::FilesOfStore(address);
+    return postgres::IsAddress(address) ? std::vector<std::string>() : lmdb::FilesOfStore(address);
 }
 
 } // namespace ko::store

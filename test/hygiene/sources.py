@@ -38,6 +38,9 @@ ROOMS = {
 # Folders whose headers and sources have inner tests and benchmarks.
 INTERNAL = re.compile(r"_internal_(test|bench)\.cpp$")
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]')
+# Texts reach a database in one place, which takes Statements, and no value gets into those.
+SENDS = re.compile(r"\bPQ(exec|sendQuery|prepare|sendPrepare|escape)")
+SENDER = "store/engine/postgres_connection.cpp"
 UNFINISHED = re.compile(r"\b(TODO|FIXME|HACK|not (yet )?implemented)\b")
 
 
@@ -102,6 +105,8 @@ def main():
                 at = f"{name}:{number}"
                 if UNFINISHED.search(line):
                     faults.append(f"{at}: says that something is unfinished")
+                if SENDS.search(line) and name != SENDER:
+                    faults.append(f"{at}: statements are sent by {SENDER} alone")
                 match = INCLUDE.match(line)
                 if not match:
                     continue

@@ -2,13 +2,16 @@
 #define KO_TEST_STORE_ENGINE_SUITE_H
 
 #include "store/test_files.h"
+#include "support/postgres_server.h"
 
+#include "base/failure.h"
 #include "engine/engine.h"
 #include "engine/memory.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <functional>
 #include <map>
 #include <memory>
 #include <random>
@@ -40,6 +43,8 @@ public:
     virtual std::unique_ptr<Engine> Open(Mode mode) = 0;
     virtual bool Exists() = 0;
     virtual void Check() {}
+    /// Why nothing can be there, or empty.
+    virtual std::string WhyNot() { return ""; }
 };
 
 class MemoryPlace : public Place
@@ -64,6 +69,41 @@ public:
 
 private:
     TestFolder m_folder;
+};
+
+class DatabasePlace : public Place
+{
+public:
+    /// `host`: another folder of sockets than the server's.
+    explicit DatabasePlace(std::string host = "") : m_host(std::move(host)) {}
+    std::string Address() const
+    {
+        return PostgresServer::Shared().Address(m_name, "postgres", m_host);
+    }
+    std::unique_ptr<Loader> Load() override { return ko::store::StartLoad(Address()); }
+    std::unique_ptr<Engine> Open(Mode mode) override
+    {
+        return ko::store::OpenEngine(Address(), mode);
+    }
+    bool Exists() override { return ko::store::StoreExists(Address()); }
+    void Check() override { ko::store::CheckEngine(Address()); }
+    std::string WhyNot() override
+    {
+        try {
+            if (PostgresServer::Shared().WhyNot().empty())
+                Exists();
+        } catch (const ko::store::Failure& failure) { // of a build without this engine
+            if (failure.Status() == ko::store::Exit::Usage)
+                return failure.what();
+        }
+        return PostgresServer::Shared().WhyNot();
+    }
+
+    const std::string& Name() const { return m_name; }
+
+private:
+    const std::string m_host;
+    const std::string m_name = PostgresServer::NewName();
 };
 
 /// Short ones that differ in bytes at the ends of their order, and some of the longest.
@@ -124,6 +164,20 @@ inline void Create(Place& place, const Models& models)
     const auto loader = place.Load();
     Fill(*loader, models);
     loader->Publish();
+}
+
+/// Runs a change until it was made, and returns how often it came to nothing before.
+inline int Change(Engine& engine, const std::function<void(Writer&)>& change)
+{
+    for (int conflicts = 0;; ++conflicts) {
+        try {
+            const auto writer = engine.Write();
+            change(*writer);
+            writer->Commit();
+            return conflicts;
+        } catch (const ko::store::Conflict&) {
+        }
+    }
 }
 
 #endif

@@ -1,0 +1,69 @@
+#ifndef KO_ENGINE_POSTGRES_CATALOG_H
+#define KO_ENGINE_POSTGRES_CATALOG_H
+
+#include "engine/postgres_connection.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace ko::store::postgres
+{
+
+/// Where a store has its tables.
+struct Where {
+    std::int64_t generation;
+    std::string schema;
+};
+
+/// Absent where there is no such store, or no catalog. Throws SqlError.
+std::optional<Where> FindStore(Connection& connection, const Address& address);
+
+/// The right to load a store, which one loader has at a time, and the schema that it fills. It is
+/// given back by the destructor, and the schema dropped with it unless it was published.
+class Lease
+{
+public:
+    /// Claims the lease, drops what loaders before left behind, and makes the tables if it
+    /// `loads`. Throws SqlError, and Failure where another loader is at work.
+    Lease(const Address& address, bool loads);
+    ~Lease() { GiveBack(); }
+    Lease(const Lease&) = delete;
+    Lease& operator=(const Lease&) = delete;
+
+    Connection& Session() { return *m_connection; }
+    const Generation& Statements() const { return *m_statements; }
+    /// Within a transaction of what it protects. Throws Failure where another loader has taken it.
+    void Renew();
+    /// Has the server look at the tables, for its plans; outside of transactions.
+    void Analyze();
+    /// Publishes the schema and gives the lease back. Throws Failure where there is a store and
+    /// `replace` does not allow for it, and where what became of it cannot be found out.
+    void Publish(bool replace);
+    /// How many leftovers the constructor has dropped.
+    std::size_t Dropped() const { return m_dropped; }
+
+private:
+    void Claim();
+    void DropLeftovers();
+    void MakeTables();
+    void RunAll(const std::vector<const Statement*>& statements);
+    void TryPublish(bool replace);
+    void FindOutcome();
+    [[noreturn]] void FailTaken() const;
+    void GiveBack() noexcept;
+
+    const Address m_address;
+    std::unique_ptr<Connection> m_connection;
+    Where m_where;
+    std::string m_owner;
+    std::unique_ptr<Generation> m_statements;
+    std::size_t m_dropped = 0;
+    bool m_keeps = false; ///< the schema is, or may be, the store's
+};
+
+} // namespace ko::store::postgres
+
+#endif

@@ -1,0 +1,213 @@
+#include "base/failure.h"
+#include "engine/postgres.h"
+#include "engine/postgres_access.h"
+#include "engine/postgres_catalog.h"
+
+#include <chrono>
+#include <utility>
+
+namespace ko::store::postgres
+{
+
+namespace
+{
+
+constexpr std::size_t kBuffer = 1U << 20;         // of a space
+constexpr std::uint64_t kTransaction = 64U << 20; // bytes
+constexpr std::string_view kCopyHead("PGCOPY\n\377\r\n\0\0\0\0\0\0\0\0\0", 19);
+constexpr std::string_view kCopyEnd("\377\377", 2);
+constexpr std::string_view kTwoFields("\0\2", 2);
+
+void AppendField(std::string& to, std::string_view bytes)
+{
+    for (int shift = 24; shift >= 0; shift -= 8)
+        to += static_cast<char>(bytes.size() >> shift);
+    to += bytes;
+}
+
+/// A table is copied to at a time, so rows of each space are gathered. Each transaction renews the
+/// lease, which protects what it writes.
+class PostgresLoader : public Loader
+{
+public:
+    PostgresLoader(const std::string& address, Existing existing)
+        : m_address(address), m_replaces(existing == Existing::Replace)
+    {
+        Run([&] {
+            {
+                const auto connection = Connect(m_address, Connection::Purpose::Load, false);
+                if (!m_replaces && FindStore(*connection, m_address))
+                    throw Failure(Exit::Io, m_address.Shown() + ": there is a store already");
+            }
+            m_lease = std::make_unique<Lease>(m_address, true);
+        });
+    }
+
+    void Append(Space space, std::string_view key, std::string_view value) override
+    {
+        CheckSizes(key, value);
+        Buffer& buffer = m_buffers[static_cast<std::size_t>(space)];
+        if (key <= buffer.last)
+            throw Failure(Exit::Io,
+                          m_address.Shown() + ": keys came in another order than they stand in");
+        buffer.last = key;
+        buffer.rows += kTwoFields;
+        AppendField(buffer.rows, key);
+        AppendField(buffer.rows, value);
+        if (buffer.rows.size() >= kBuffer)
+            Run([&] { Send(space); });
+    }
+
+    void Publish() override
+    {
+        Run([&] {
+            for (std::size_t i = 0; i < kSpaces; ++i) {
+                if (!m_buffers[i].rows.empty())
+                    Send(static_cast<Space>(i));
+            }
+            Commit();
+            m_lease->Analyze();
+            m_lease->Publish(m_replaces);
+            m_lease.reset();
+        });
+    }
+
+private:
+    struct Buffer {
+        std::string last; ///< key
+        std::string rows; ///< as they are sent
+    };
+    enum class State { Idle, Begun, Copying };
+    using Clock = std::chrono::steady_clock;
+
+    template <class Call>
+    void Run(Call call)
+    {
+        try {
+            call();
+        } catch (const SqlError& error) {
+            error.Fail(m_address);
+        }
+    }
+
+    void Send(Space space)
+    {
+        Connection& connection = m_lease->Session();
+        if (m_state == State::Idle) {
+            connection.Run(kBegin);
+            m_state = State::Begun;
+        }
+        if (m_state == State::Copying && space != m_copied)
+            EndCopy();
+        if (m_state == State::Begun) {
+            connection.BeginCopy(m_lease->Statements().Copy(space));
+            connection.Copy(kCopyHead);
+            m_state = State::Copying;
+            m_copied = space;
+        }
+        std::string& rows = m_buffers[static_cast<std::size_t>(space)].rows;
+        connection.Copy(rows);
+        m_sinceCommit += rows.size();
+        rows.clear();
+        if (m_sinceCommit >= kTransaction || Clock::now() > m_renewed + LimitsInForce().lease / 4)
+            Commit();
+    }
+
+    void EndCopy()
+    {
+        m_lease->Session().Copy(kCopyEnd);
+        m_lease->Session().EndCopy();
+        m_state = State::Begun;
+    }
+
+    void Commit()
+    {
+        if (m_state == State::Copying)
+            EndCopy();
+        m_lease->Renew();
+        if (m_state == State::Begun)
+            m_lease->Session().Run(kCommit);
+        m_state = State::Idle;
+        m_sinceCommit = 0;
+        m_renewed = Clock::now();
+    }
+
+    const Address m_address;
+    const bool m_replaces;
+    std::unique_ptr<Lease> m_lease;
+    Buffer m_buffers[kSpaces];
+    State m_state = State::Idle;
+    Space m_copied{}; ///< while copying
+    std::uint64_t m_sinceCommit = 0;
+    Clock::time_point m_renewed = Clock::now();
+};
+
+/// Runs a call with a connection for reading.
+template <class Call>
+auto Look(const Address& address, Call call)
+{
+    try {
+        const auto connection = Connect(address, Connection::Purpose::Load, false);
+        return call(*connection);
+    } catch (const SqlError& error) {
+        error.Fail(address);
+    }
+}
+
+} // namespace
+
+std::unique_ptr<Loader> StartLoad(const std::string& address, Existing existing)
+{
+    return std::make_unique<PostgresLoader>(address, existing);
+}
+
+bool StoreExists(const std::string& text)
+{
+    const Address address(text);
+    return Look(address,
+                [&](Connection& connection) { return FindStore(connection, address).has_value(); });
+}
+
+// The server answers for its files; that tables are those that a loader made is looked at here.
+void CheckEngine(const std::string& text)
+{
+    const Address address(text);
+    Look(address, [&](Connection& connection) {
+        const auto found = FindStore(connection, address);
+        if (!found)
+            throw Failure(Exit::Io, address.Shown() + ": there is no such store in the database");
+        const Generation generation(found->schema);
+        const Answer columns = connection.Run(kDescribeTables, Parameters().Add(found->schema));
+        for (std::size_t i = 0; i < kSpaces; ++i) {
+            const auto space = static_cast<Space>(i);
+            int sound = 0;
+            for (std::size_t row = 0; row < columns.Rows(); ++row) {
+                const std::string_view name = columns.Bytes(row, 1);
+                if (columns.Bytes(row, 0) == SpaceName(space) && columns.Bytes(row, 2) == "bytea" &&
+                    (name == "key" || name == "value"))
+                    ++sound;
+            }
+            if (sound != 2)
+                throw Failure(Exit::Damaged, address.Shown() + ": its table of " +
+                                                 SpaceName(space) +
+                                                 " has no columns of key and value");
+            if (connection.Run(generation.CountBadKeys(space)).Number(0, 0) != 0)
+                throw Failure(Exit::Damaged, address.Shown() + ": its table of " +
+                                                 SpaceName(space) +
+                                                 " has keys of a length that none has");
+        }
+        return true;
+    });
+}
+
+std::size_t Clean(const std::string& text)
+{
+    const Address address(text);
+    try {
+        return Lease(address, false).Dropped();
+    } catch (const SqlError& error) {
+        error.Fail(address);
+    }
+}
+
+} // namespace ko::store::postgres

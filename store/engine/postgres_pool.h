@@ -1,0 +1,60 @@
+#ifndef KO_ENGINE_POSTGRES_POOL_H
+#define KO_ENGINE_POSTGRES_POOL_H
+
+#include "engine/postgres_catalog.h"
+
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace ko::store::postgres
+{
+
+/// What the readers and writers of an engine share: where the store is, and connections that
+/// nobody uses. Serves several threads.
+class Pool
+{
+public:
+    /// Throws Failure where there is no store.
+    Pool(const std::string& address, Mode mode);
+
+    const Address& Of() const { return m_address; }
+    const Where& Place() const { return m_where; }
+    const Generation& Statements() const { return *m_statements; }
+
+    /// A connection outside any transaction. Throws Failure where none can be had.
+    std::unique_ptr<Connection> Take();
+    /// Takes one back, whose transaction is over or is ended by this.
+    void Give(std::unique_ptr<Connection> connection, bool inTransaction) noexcept;
+    /// Closes what nobody uses: a connection has been lost, so others may be.
+    void Forget();
+
+    /// A mark that no other change has.
+    std::string NewMark();
+    /// Notes the mark of a change whose outcome is known. Now and then they are erased, many at
+    /// once; those of a process that is killed stay until the generation goes.
+    void Finish(std::string mark, Connection& connection) noexcept;
+    /// Tells whether a change was committed whose connection was lost, and makes sure that it
+    /// stays so. Throws Failure where that cannot be found out.
+    bool WasMade(const std::string& mark);
+
+    [[noreturn]] void FailReplaced() const;
+
+private:
+    bool ReadMark(Connection& connection, const std::string& mark);
+
+    const Address m_address;
+    const Mode m_mode;
+    Where m_where;
+    std::unique_ptr<Generation> m_statements;
+    std::string m_marks; ///< what all marks begin with
+    std::mutex m_mutex;  ///< of what follows
+    std::uint64_t m_lastMark = 0;
+    std::vector<std::string> m_finished;
+    std::vector<std::unique_ptr<Connection>> m_idle;
+};
+
+} // namespace ko::store::postgres
+
+#endif

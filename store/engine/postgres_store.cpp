@@ -1,0 +1,216 @@
+#include "base/failure.h"
+#include "engine/postgres.h"
+#include "engine/postgres_access.h"
+
+#include <map>
+#include <optional>
+#include <utility>
+
+namespace ko::store::postgres
+{
+
+namespace
+{
+
+/// Four rows of such a size fill a page of the server.
+constexpr std::size_t kBlockBytes = 1980;
+constexpr Traits kTraits{"PostgreSQL", kBlockBytes, true, true};
+/// What a writer gathers before it sends it.
+constexpr std::size_t kMostGathered = 4U << 20;
+constexpr int kAttempts = 10;
+
+class PostgresReader : public Reader, private Session
+{
+public:
+    explicit PostgresReader(std::shared_ptr<Pool> pool) : Session(std::move(pool), kBeginReading)
+    {
+        // The moment of the first statement is the one that is seen. A pooled connection may be
+        // one of a server that has been started again since.
+        for (int attempt = 1;; ++attempt) {
+            m_connection = m_pool->Take();
+            try {
+                Begin();
+                return;
+            } catch (const SqlError& error) {
+                if (!error.IsLost() || attempt == kAttempts)
+                    Fail(error);
+                m_pool->Forget();
+            }
+        }
+    }
+
+    void Get(Space space, std::span<const std::string_view> keys, const Found& found) override
+    {
+        Run([&] { Session::Get(space, keys, found); });
+    }
+    std::unique_ptr<Cursor> Walk(Space space, const Range& range, Direction direction) override
+    {
+        return MakeCursor(*this, space, range, direction);
+    }
+    std::uint64_t CountRoughly(Space space, const Range& range) override
+    {
+        return Run([&] { return Session::CountRoughly(space, range); });
+    }
+
+private:
+    void Begin()
+    {
+        m_begun = true;
+        m_connection->Send(kBeginReading);
+        m_connection->Send(Statements().Touch());
+        m_connection->Sync();
+        m_connection->Receive();
+        m_connection->Receive();
+    }
+};
+
+class PostgresWriter : public Writer, private Session
+{
+public:
+    explicit PostgresWriter(std::shared_ptr<Pool> pool) : Session(std::move(pool), kBeginChange) {}
+
+    void Get(Space space, std::span<const std::string_view> keys, const Found& found) override
+    {
+        Run([&] { Session::Get(space, keys, found); });
+    }
+    std::unique_ptr<Cursor> Walk(Space space, const Range& range, Direction direction) override
+    {
+        return MakeCursor(*this, space, range, direction);
+    }
+    std::uint64_t CountRoughly(Space space, const Range& range) override
+    {
+        return Run([&] { return Session::CountRoughly(space, range); });
+    }
+    void Put(Space space, std::string_view key, std::string_view value) override
+    {
+        CheckSizes(key, value);
+        Gather(space, key, std::string(value));
+    }
+    void Erase(Space space, std::string_view key) override
+    {
+        CheckSizes(key, {});
+        Gather(space, key, std::nullopt);
+    }
+    void Commit() override;
+
+private:
+    using Gathered = std::map<std::string, std::optional<std::string>, std::less<>>;
+
+    std::uint64_t Changes() const override { return m_changes; }
+    void SendGathered() override;
+    void Gather(Space space, std::string_view key, std::optional<std::string> value);
+    bool TryCommit(const std::string& mark);
+
+    Gathered m_gathered[kSpaces];
+    std::size_t m_bytes = 0; ///< of what is gathered
+    std::uint64_t m_changes = 0;
+};
+
+void PostgresWriter::Gather(Space space, std::string_view key, std::optional<std::string> value)
+{
+    ++m_changes;
+    m_bytes += key.size() + (value ? value->size() : 0);
+    Gathered& gathered = m_gathered[static_cast<std::size_t>(space)];
+    gathered.insert_or_assign(std::string(key), std::move(value));
+    if (m_bytes < kMostGathered)
+        return;
+    Run([&] {
+        SendAhead();
+        m_connection->Sync();
+        ReceiveAhead();
+    });
+}
+
+// What is put is erased and inserted: two plain statements, of which one serves for what is erased
+// anyway, and which engines take that know no "on conflict do update" for tables spread over
+// servers. Keys ascend, so that two writers lock what both change in one order.
+void PostgresWriter::SendGathered()
+{
+    for (std::size_t i = 0; i < kSpaces; ++i) {
+        std::vector<std::string_view> erased;
+        std::vector<std::string_view> keys;
+        std::vector<std::string_view> values;
+        for (const auto& [key, value] : m_gathered[i]) {
+            erased.push_back(key);
+            if (value) {
+                keys.push_back(key);
+                values.push_back(*value);
+            }
+        }
+        const auto space = static_cast<Space>(i);
+        using Views = std::span<const std::string_view>;
+        if (!erased.empty())
+            SendCounted(Statements().Erase(space), Parameters().Add(Views(erased)));
+        if (!keys.empty())
+            SendCounted(Statements().Insert(space),
+                        Parameters().Add(Views(keys)).Add(Views(values)));
+        m_gathered[i].clear();
+    }
+    m_bytes = 0;
+}
+
+void PostgresWriter::Commit()
+{
+    Run([&] {
+        const std::string mark = m_pool->NewMark();
+        const bool current = TryCommit(mark);
+        m_begun = false;
+        m_pool->Finish(mark, *m_connection);
+        if (!current)
+            m_pool->FailReplaced();
+    });
+}
+
+/// Returns whether the store was still the one that is changed.
+bool PostgresWriter::TryCommit(const std::string& mark)
+{
+    SendAhead();
+    m_connection->Send(
+        Statements().Mark(),
+        Parameters().Add(mark).Add(m_pool->Of().Store()).Add(m_pool->Place().generation));
+    m_connection->Send(kCommit);
+    try {
+        m_connection->Sync();
+        ReceiveAhead();
+        const bool current = m_connection->Receive().Changed() == 1;
+        if (m_connection->Receive().Done() != "COMMIT")
+            throw Conflict();
+        return current;
+    } catch (const SqlError&) {
+        if (m_connection->IsSound())
+            throw;
+    }
+    if (!m_pool->WasMade(mark))
+        throw Conflict();
+    return true;
+}
+
+class PostgresEngine : public Engine
+{
+public:
+    PostgresEngine(const std::string& address, Mode mode)
+        : m_pool(std::make_shared<Pool>(address, mode)), m_mode(mode)
+    {
+    }
+    const Traits& About() const override { return kTraits; }
+    std::unique_ptr<Reader> Read() override { return std::make_unique<PostgresReader>(m_pool); }
+    std::unique_ptr<Writer> Write() override
+    {
+        if (m_mode == Mode::Read)
+            throw Failure(Exit::Io, m_pool->Of().Shown() + ": was opened for reading only");
+        return std::make_unique<PostgresWriter>(m_pool);
+    }
+
+private:
+    std::shared_ptr<Pool> m_pool;
+    Mode m_mode;
+};
+
+} // namespace
+
+std::unique_ptr<Engine> OpenEngine(const std::string& address, Mode mode)
+{
+    return std::make_unique<PostgresEngine>(address, mode);
+}
+
+} // namespace ko::store::postgres

@@ -1,0 +1,408 @@
+#include "store/engine_processes.h"
+#include "support/socket_proxy.h"
+
+#include "engine/postgres.h"
+#include "engine/postgres_limits.h"
+
+#include <atomic>
+#include <thread>
+
+namespace
+{
+
+using namespace ko::store;
+using namespace std::chrono_literals;
+using postgres::Existing;
+
+class PostgresEngine : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        if (const std::string why = DatabasePlace().WhyNot(); !why.empty())
+            GTEST_SKIP() << why;
+        postgres::LimitsInForce() = {10s, 20s, 300ms, 0ms};
+    }
+    static PostgresServer& Server() { return PostgresServer::Shared(); }
+};
+
+void Add(Writer& writer, const std::string& key, int more)
+{
+    const auto now = writer.GetOne(Space::Blocks, key);
+    writer.Put(Space::Blocks, key, std::to_string((now ? std::stoi(*now) : 0) + more));
+}
+
+int ValueOf(Place& place, const std::string& key)
+{
+    return std::stoi(*place.Open(Mode::Read)->Read()->GetOne(Space::Blocks, key));
+}
+
+/// A loader whose name may still be leased by one that was killed.
+void LoadAgain(Place& place, const std::string& version, unsigned rows = kRows)
+{
+    for (int i = 0; i < 200; ++i) {
+        const std::string sentence = Sentence([&] { Load(place, version, rows); });
+        if (sentence.find("under way") == std::string::npos) {
+            EXPECT_EQ(sentence, "");
+            return;
+        }
+        std::this_thread::sleep_for(20ms);
+    }
+    ADD_FAILURE() << "the lease does not end";
+}
+
+// Money moves between accounts, so that the sum stays; each writer also takes the largest number of
+// a walk and adds one, which two must not do from the same state.
+TEST_F(PostgresEngine, LetsWritersMeetOnHotRows)
+{
+    for (const int writers : {2, 4}) {
+        constexpr int kChanges = 30;
+        DatabasePlace place;
+        Model accounts;
+        for (char c = 'a'; c < 'i'; ++c)
+            accounts[std::string(1, c)] = "100";
+        Create(place, {{Space::Blocks, accounts}, {Space::Entries, {{KeyOf(0), ""}}}});
+        std::atomic<int> conflicts{0};
+        std::vector<std::thread> threads;
+        threads.reserve(static_cast<std::size_t>(writers));
+        for (int w = 0; w < writers; ++w) {
+            threads.emplace_back([&, w] {
+                std::mt19937 random(static_cast<unsigned>(w));
+                const auto engine = place.Open(Mode::Change);
+                for (int i = 0; i < kChanges; ++i) {
+                    const std::string from(1, static_cast<char>('a' + random() % 8));
+                    const std::string to(1, static_cast<char>('a' + random() % 8));
+                    conflicts += Change(*engine, [&](Writer& writer) {
+                        Add(writer, from, -7);
+                        Add(writer, to, 7);
+                        const auto last = writer.Walk(Space::Entries, {}, Direction::Backwards);
+                        const std::string top(last->Next(1)[0].key);
+                        const auto number = static_cast<unsigned>(std::stoi(top.substr(4)));
+                        writer.Put(Space::Entries, KeyOf(number + 1), "");
+                    });
+                }
+            });
+        }
+        for (std::thread& thread : threads)
+            thread.join();
+        EXPECT_GT(conflicts, 0);
+        Models all = Everything(*place.Open(Mode::Read)->Read());
+        EXPECT_EQ(all[Space::Entries].size(), static_cast<std::size_t>(1 + writers * kChanges));
+        int sum = 0;
+        for (const auto& row : all[Space::Blocks])
+            sum += std::stoi(row.second);
+        EXPECT_EQ(sum, 800);
+    }
+}
+
+// Two writers that each look at both rows and change one of them: never both.
+TEST_F(PostgresEngine, IsSerializable)
+{
+    DatabasePlace place;
+    Create(place, {{Space::Blocks, {{"a", "1"}, {"b", "1"}}}});
+    const auto engine = place.Open(Mode::Change);
+    const auto first = engine->Write();
+    const auto second = engine->Write();
+    EXPECT_EQ(Walk(*first, Space::Blocks, {}, Direction::Forwards, 9).size(), 2U);
+    EXPECT_EQ(Walk(*second, Space::Blocks, {}, Direction::Forwards, 9).size(), 2U);
+    first->Erase(Space::Blocks, "a");
+    second->Erase(Space::Blocks, "b");
+    first->Commit();
+    EXPECT_THROW(second->Commit(), Conflict);
+}
+
+TEST_F(PostgresEngine, OutlivesKilledLoaders)
+{
+    DatabasePlace first;
+    Killer killer(1, [&] { return (Load(first, "1 "), true); });
+    int killed = 0;
+    for (int i = 0; i < 10; ++i) {
+        DatabasePlace place;
+        killed += killer.Kill([&] { return (Load(place, "1 "), true); });
+        if (!place.Exists())
+            LoadAgain(place, "2 ");
+        ASSERT_NE(VersionOf(place), "");
+        const std::string left = Server().Ask(
+            "select count(*) from kotms.generations where name='" + place.Name() + "'");
+        EXPECT_EQ(left, "1");
+    }
+    EXPECT_GT(killed, 2);
+    EXPECT_EQ(
+        Server().Ask("select count(*) from pg_namespace n where nspname like 'ko\\_%' and not "
+                     "exists(select from kotms.generations where schema_name=nspname)"),
+        "0");
+}
+
+// What was committed is there, and nothing else, whenever the server dies.
+TEST_F(PostgresEngine, OutlivesKilledServers)
+{
+    DatabasePlace counted;
+    Create(counted, {{Space::Blocks, {{"n", "0"}}}});
+    std::atomic<bool> ended{false};
+    std::atomic<int> made{0};
+    const auto engine = counted.Open(Mode::Change);
+    std::thread writer([&] {
+        for (; !ended; ++made)
+            Change(*engine, [](Writer& w) { Add(w, "n", 1); });
+    });
+    std::mt19937 random(4711); // NOLINT(cert-msc51-cpp)
+    for (int i = 0; i < 4; ++i) {
+        DatabasePlace place;
+        std::string sentence;
+        std::thread loader([&] { sentence = Sentence([&] { Load(place, "1 "); }); });
+        std::this_thread::sleep_for(std::chrono::milliseconds(random() % 250));
+        Server().Kill();
+        loader.join();
+        const bool started = Server().Start();
+        EXPECT_TRUE(started);
+        if (!started)
+            break;
+        EXPECT_TRUE(!sentence.empty() || place.Exists());
+        if (!place.Exists())
+            LoadAgain(place, "2 ");
+        EXPECT_NE(VersionOf(place), "");
+        const int before = made;
+        for (int wait = 0; wait < 500 && made < before + 3; ++wait)
+            std::this_thread::sleep_for(20ms);
+        EXPECT_GE(made, before + 3);
+    }
+    ended = true;
+    writer.join();
+    EXPECT_EQ(ValueOf(counted, "n"), made);
+}
+
+TEST_F(PostgresEngine, ReplacesStoresAllAtOnce)
+{
+    const DatabasePlace place;
+    const auto load = [&](const std::string& version) {
+        const auto loader = postgres::StartLoad(place.Address(), Existing::Replace);
+        for (unsigned i = 0; i < kRows; ++i) {
+            loader->Append(Space::Blocks, KeyOf(i), version);
+            loader->Append(Space::Entries, KeyOf(i), version);
+        }
+        loader->Publish();
+    };
+    std::atomic<bool> ended{false};
+    std::atomic<int> seen{0};
+    std::thread reader([&] {
+        while (!ended) {
+            if (!StoreExists(place.Address()))
+                continue;
+            const auto engine = OpenEngine(place.Address(), Mode::Read);
+            Models all;
+            try {
+                all = Everything(*engine->Read());
+            } catch (const Failure&) {
+                continue; // cleared away before it was read
+            }
+            EXPECT_EQ(all[Space::Blocks].size(), kRows);
+            EXPECT_EQ(all[Space::Blocks], all[Space::Entries]);
+            ++seen;
+        }
+    });
+    for (int i = 0; i < 4; ++i) {
+        load(std::to_string(i));
+        for (const int before = seen; seen == before;)
+            std::this_thread::yield();
+    }
+    ended = true;
+    reader.join();
+    const auto engine = OpenEngine(place.Address(), Mode::Change);
+    auto old = engine->Read();
+    load("new");
+    EXPECT_THROW(engine->Write()->Commit(), Failure) << "a change that nobody would see";
+    EXPECT_EQ(postgres::Clean(place.Address()), 0U) << "under a reader";
+    EXPECT_EQ(Everything(*old)[Space::Blocks].begin()->second, "3");
+    old.reset();
+    EXPECT_EQ(postgres::Clean(place.Address()), 1U);
+    EXPECT_THROW(engine->Read(), Failure);
+    EXPECT_EQ(OpenEngine(place.Address(), Mode::Read)->Read()->GetOne(Space::Blocks, KeyOf(1)),
+              "new");
+    const auto loader = postgres::StartLoad(place.Address(), Existing::Replace);
+    EXPECT_THROW(postgres::StartLoad(place.Address(), Existing::Replace), Failure) << "two at once";
+    EXPECT_THROW(StartLoad(place.Address()), Failure) << "there is one";
+}
+
+// A loader that its lease has run out for, and that another one came after.
+TEST_F(PostgresEngine, LetsOneLoaderPublish)
+{
+    DatabasePlace place;
+    const auto slow = place.Load();
+    Fill(*slow, {{Space::Blocks, {{"a", "slow"}}}});
+    std::this_thread::sleep_for(400ms);
+    const auto other = place.Load();
+    EXPECT_THROW(slow->Publish(), Failure);
+    Fill(*other, {{Space::Blocks, {{"a", "other"}}}});
+    other->Publish();
+    EXPECT_EQ(place.Open(Mode::Read)->Read()->GetOne(Space::Blocks, "a"), "other");
+}
+
+TEST_F(PostgresEngine, TakesAnyName)
+{
+    std::string longest;
+    while (longest.size() < 300)
+        longest += "\xc3\xa4\xe2\x82\xac ";
+    const std::vector<std::string> names = {
+        "a",   "a_1",   "A",    "it's \"quoted\"; drop schema kotms cascade; --",
+        "#%s", longest, "a\\'", "$1",
+        "a ",  "ko_1"};
+    for (const std::string& name : names) {
+        const auto loader = StartLoad(Server().Address(name));
+        Fill(*loader, {{Space::Blocks, {{"name", name}}}});
+        loader->Publish();
+    }
+    for (const std::string& name : names)
+        EXPECT_EQ(
+            OpenEngine(Server().Address(name), Mode::Read)->Read()->GetOne(Space::Blocks, "name"),
+            name);
+    for (const char* const address :
+         {"postgresql://u:secret@/db?nothing=1#s", "postgresql://u:secret@h:port/db#",
+          "postgresql://u:secret@%zz/db", "postgresql://u:secret@/nowhere?host=/tmp/none#x"}) {
+        const std::string sentence = Sentence([&] { OpenEngine(address, Mode::Read); });
+        EXPECT_NE(sentence, "");
+        EXPECT_EQ(sentence.find("secret"), std::string::npos) << sentence;
+    }
+}
+
+// Each piece that a client sends, of a change and of a load, lost on its way, without an answer,
+// and late: what was said to be made is made once, what was not never, and nobody waits for ever.
+TEST_F(PostgresEngine, SurvivesLostConnections)
+{
+    SocketProxy proxy(Server().Socket());
+    int harmed = 0;
+    for (const auto harm :
+         {SocketProxy::Harm::CutBefore, SocketProxy::Harm::CutAfter, SocketProxy::Harm::HoldBack}) {
+        const auto patience = harm == SocketProxy::Harm::HoldBack ? 150ms : 10000ms;
+        DatabasePlace counted(proxy.Folder());
+        Create(counted, {{Space::Blocks, {{"n", "0"}}}});
+        postgres::LimitsInForce().silence = patience;
+        const auto engine = counted.Open(Mode::Change);
+        int made = 0;
+        for (int piece = 1;; ++piece) {
+            proxy.Plan(piece, harm);
+            Change(*engine, [](Writer& writer) { Add(writer, "n", 1); });
+            ++made;
+            if (!proxy.HasHarmed())
+                break;
+            ++harmed;
+        }
+        proxy.Plan(1 << 30, harm);
+        postgres::LimitsInForce().silence = 10s;
+        EXPECT_EQ(ValueOf(counted, "n"), made);
+        // How many there are varies.
+        for (int piece = 1, untouched = 0; untouched < 2; piece += 3) {
+            DatabasePlace place(proxy.Folder());
+            proxy.Plan(piece, harm);
+            postgres::LimitsInForce().silence = patience;
+            const std::string sentence = Sentence([&] { Load(place, "1 ", 20); });
+            postgres::LimitsInForce().silence = 10s;
+            harmed += proxy.HasHarmed() ? 1 : 0;
+            untouched = proxy.HasHarmed() ? 0 : untouched + 1;
+            proxy.Plan(1 << 30, harm);
+            EXPECT_TRUE(!sentence.empty() || place.Exists()) << piece;
+            if (!place.Exists())
+                LoadAgain(place, "2 ", 20);
+            EXPECT_NE(VersionOf(place, 20), "") << piece;
+        }
+        // What became of a store whose publishing was not answered is found out.
+        DatabasePlace place(proxy.Folder());
+        proxy.PlanAt("kotms.stores(name", harm);
+        postgres::LimitsInForce().silence = patience;
+        const std::string sentence = Sentence([&] { Load(place, "1 ", 20); });
+        postgres::LimitsInForce().silence = 10s;
+        if (harm == SocketProxy::Harm::CutBefore)
+            EXPECT_NE(sentence.find("before the store was published"), std::string::npos);
+        else
+            EXPECT_EQ(sentence, "");
+        EXPECT_EQ(place.Exists(), sentence.empty());
+    }
+    EXPECT_GT(harmed, 20);
+}
+
+TEST_F(PostgresEngine, NeedsFewRoundTrips)
+{
+    SocketProxy proxy(Server().Socket());
+    DatabasePlace place(proxy.Folder());
+    Model model;
+    for (unsigned i = 0; i < 10'000; ++i)
+        model[KeyOf(i)] = "1";
+    Create(place, {{Space::Blocks, model}});
+    const auto engine = place.Open(Mode::Change);
+    Change(*engine, [](Writer& writer) { Add(writer, KeyOf(1), 1); });
+    const auto trips = [&](const std::function<void()>& call) {
+        const int before = proxy.Trips();
+        call();
+        return proxy.Trips() - before;
+    };
+    std::vector<std::string> texts;
+    for (const auto& row : model)
+        texts.push_back(row.first);
+    const std::vector<std::string_view> keys(texts.begin(), texts.end());
+    std::unique_ptr<Reader> reader;
+    EXPECT_EQ(trips([&] { reader = engine->Read(); }), 1);
+    EXPECT_LE(trips([&] { reader->Get(Space::Blocks, keys, [](auto...) {}); }), 3);
+    EXPECT_LE(trips([&] { Walk(*reader, Space::Blocks, {}, Direction::Forwards, 5000); }), 5);
+    reader.reset();
+    Change(*engine, [](Writer& writer) { Add(writer, KeyOf(1), 1); }); // after the reader's end
+    EXPECT_EQ(trips([&] { Change(*engine, [](Writer& writer) { Add(writer, KeyOf(1), 1); }); }), 2);
+    EXPECT_EQ(trips([&] {
+                  Change(*engine, [](Writer& writer) {
+                      for (const char* const key : {"x", "y", "z"})
+                          writer.Put(Space::Entries, key, key);
+                      writer.Erase(Space::Blocks, KeyOf(7));
+                  });
+              }),
+              1);
+}
+
+TEST_F(PostgresEngine, AsksForNoMoreRightsThanItNeeds)
+{
+    DatabasePlace place;
+    Create(place, {{Space::Blocks, {{"a", "1"}}}});
+    const std::string schema =
+        Server().Ask("select schema_name from kotms.stores where name='" + place.Name() + "'");
+    Server().Ask("create role looks login; create role writes login; "
+                 "grant usage on schema kotms to looks, writes; "
+                 "grant select on kotms.stores to looks, writes; grant usage on schema " +
+                 schema + " to looks, writes; grant select on all tables in schema " + schema +
+                 " to looks, writes; grant insert, delete on all tables in schema " + schema +
+                 " to writes");
+    const auto address = [&](const char* user) { return Server().Address(place.Name(), user); };
+    const auto change = [&](const char* user) {
+        Change(*OpenEngine(address(user), Mode::Change),
+               [](Writer& writer) { Add(writer, "a", 1); });
+    };
+    change("writes");
+    EXPECT_EQ(ValueOf(place, "a"), 2);
+    const auto engine = OpenEngine(address("looks"), Mode::Read);
+    const auto reader = engine->Read();
+    EXPECT_EQ(Everything(*reader).size(), 1U);
+    EXPECT_EQ(reader->CountRoughly(Space::Blocks, {}), 1U);
+    CheckEngine(address("looks"));
+    EXPECT_THROW(change("looks"), Failure);
+    for (const char* const user : {"looks", "writes"}) {
+        EXPECT_THROW(StartLoad(Server().Address("another", user)), Failure);
+        EXPECT_THROW(postgres::StartLoad(address(user), Existing::Replace), Failure);
+        EXPECT_THROW(postgres::Clean(address(user)), Failure);
+    }
+}
+
+TEST_F(PostgresEngine, TellsForeignTablesFromItsOwn)
+{
+    for (const char* const harm :
+         {"drop table %.texts", "alter table %.texts rename value to other",
+          "alter table %.texts alter value type text using ''",
+          "insert into %.texts values('', 'x')"}) {
+        DatabasePlace place;
+        Create(place, {{Space::Texts, {{"a", "1"}}}});
+        CheckEngine(place.Address());
+        std::string statement = harm;
+        statement.replace(
+            statement.find('%'), 1,
+            Server().Ask("select schema_name from kotms.stores where name='" + place.Name() + "'"));
+        EXPECT_EQ(Server().Ask(statement), "");
+        EXPECT_THROW(CheckEngine(place.Address()), Failure) << harm;
+    }
+}
+
+} // namespace
