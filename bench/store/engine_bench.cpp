@@ -19,6 +19,7 @@ namespace
 {
 
 using namespace ko::store;
+using namespace ko::store::inner;
 
 constexpr std::uint32_t kRows = 1'000'000;
 constexpr std::size_t kAsked = 25'000;

@@ -19,6 +19,7 @@ namespace
 {
 
 using namespace ko::store;
+using namespace ko::store::inner;
 
 double ErrorOf(Snapshot& snapshot, const std::string& predicate)
 {

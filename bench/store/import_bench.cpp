@@ -42,7 +42,7 @@ const std::string kSample = KO_EXAMPLES "/birdstrikes.csv";
 
 /// The columns of the sample, as its schema has them.
 struct Data {
-    ko::store::Schema schema = ko::store::Schema::FromJson(
+    ko::store::inner::Schema schema = ko::store::inner::Schema::FromJson(
         ReadAll(KO_EXAMPLES "/birdstrikes.schema.json"), "birdstrikes.schema.json");
     Folder folder;
     std::string generated; ///< empty: none was asked for
@@ -51,9 +51,9 @@ struct Data {
 
 void Generate(Data& data, std::uint64_t rows)
 {
-    ko::store::CsvReader csv(kSample);
+    ko::store::inner::CsvReader csv(kSample);
     std::vector<std::vector<std::string>> sample;
-    while (csv.Next() == ko::store::CsvReader::Result::Row)
+    while (csv.Next() == ko::store::inner::CsvReader::Result::Row)
         sample.emplace_back(csv.Fields().begin(), csv.Fields().end());
     constexpr std::size_t kDate = 3;
     constexpr std::size_t kCost = 12;
@@ -82,7 +82,7 @@ void Generate(Data& data, std::uint64_t rows)
 }
 
 /// What SQLite keeps as an integer: dates in their format are texts to it.
-bool IsNumber(const ko::store::Attribute& attribute)
+bool IsNumber(const ko::store::inner::Attribute& attribute)
 {
     return !attribute.type.IsText() && !attribute.format;
 }
@@ -93,7 +93,7 @@ std::uint64_t ImportWithSqlite(const Data& data, const std::string& csvPath,
     Database db(path);
     std::string create = "CREATE TABLE t (";
     std::string insert = "INSERT INTO t VALUES (";
-    for (const ko::store::Attribute& attribute : data.schema.attributes) {
+    for (const ko::store::inner::Attribute& attribute : data.schema.attributes) {
         const char* separator = create.back() == '(' ? "" : ", ";
         create += separator + attribute.name + (IsNumber(attribute) ? " INTEGER" : " TEXT");
         insert += std::string(separator) + "?";
@@ -101,10 +101,10 @@ std::uint64_t ImportWithSqlite(const Data& data, const std::string& csvPath,
     db.Run("BEGIN");
     db.Run(create + ")");
     sqlite3_stmt* statement = db.Prepare(insert + ")");
-    ko::store::CsvReader csv(csvPath);
+    ko::store::inner::CsvReader csv(csvPath);
     csv.Next();
     std::uint64_t rows = 0;
-    for (; csv.Next() == ko::store::CsvReader::Result::Row; ++rows) {
+    for (; csv.Next() == ko::store::inner::CsvReader::Result::Row; ++rows) {
         int column = 0;
         for (const std::string_view field : csv.Fields()) {
             const bool text = !IsNumber(data.schema.attributes[static_cast<std::size_t>(column++)]);
@@ -125,7 +125,7 @@ std::uint64_t ImportWithSqlite(const Data& data, const std::string& csvPath,
         sqlite3_reset(statement);
     }
     sqlite3_finalize(statement);
-    for (const ko::store::Attribute& attribute : data.schema.attributes) {
+    for (const ko::store::inner::Attribute& attribute : data.schema.attributes) {
         if (attribute.index)
             db.Run("CREATE INDEX i_" + attribute.name + " ON t (" + attribute.name + ")");
     }
@@ -136,7 +136,7 @@ std::uint64_t ImportWithSqlite(const Data& data, const std::string& csvPath,
 std::uint64_t ImportWithKotm(const Data& data, const std::string& csvPath, const std::string& path)
 {
     std::ostringstream messages;
-    return ko::store::Import({path, csvPath, "", false}, data.schema, messages).stored;
+    return ko::store::inner::Import({path, csvPath, "", false}, data.schema, messages).stored;
 }
 
 using Importer = std::uint64_t (*)(const Data&, const std::string&, const std::string&);
@@ -162,16 +162,16 @@ struct Keys {
     std::vector<std::string> texts;
     std::vector<std::string> forms;
 
-    explicit Keys(const ko::store::Attribute& attribute)
+    explicit Keys(const ko::store::inner::Attribute& attribute)
     {
         std::mt19937 random(2);
-        ko::store::FieldReader reader(attribute);
+        ko::store::inner::FieldReader reader(attribute);
         for (int i = 0; i < 4096; ++i) {
             char date[16];
             std::snprintf(
                 date, sizeof date, "%04u-%02u-%02u", static_cast<unsigned>(1990 + random() % 12),
                 static_cast<unsigned>(1 + random() % 12), static_cast<unsigned>(1 + random() % 28));
-            ko::store::TextFault fault;
+            ko::store::inner::TextFault fault;
             texts.emplace_back(date);
             reader.Read(date, forms.emplace_back(), fault);
         }
@@ -186,7 +186,8 @@ std::size_t AttributeNamed(const Data& data, const char* name)
 o_4b Number(std::string_view form)
 {
     o_4b number = 0;
-    ko::store::Manager().Load(Ko4B_T, &number, form.data(), ko::store::kStoreFormat, 1);
+    ko::store::inner::Manager().Load(Ko4B_T, &number, form.data(), ko::store::inner::kStoreFormat,
+                                     1);
     return number;
 }
 
@@ -195,12 +196,12 @@ o_4b Number(std::string_view form)
 void BenchLookUpKotm(benchmark::State& state, const Data& data, const std::string& path,
                      bool startsAnew)
 {
-    const auto store = ko::store::ObjectStore::Open(path, ko::store::Mode::Read);
+    const auto store = ko::store::inner::ObjectStore::Open(path, ko::store::inner::Mode::Read);
     auto snapshot = store->Read();
     const std::size_t date = AttributeNamed(data, "date");
     const std::size_t cost = AttributeNamed(data, "cost_total");
     const Keys keys(data.schema.attributes[date]);
-    ko::store::IndexRange range;
+    ko::store::inner::IndexRange range;
     range.attribute = date;
     range.high.emplace().behind = true;
     std::size_t next = 0;
@@ -210,7 +211,8 @@ void BenchLookUpKotm(benchmark::State& state, const Data& data, const std::strin
         if (startsAnew && next % 16 == 0)
             snapshot = store->Read();
         range.low.form = range.high->form = keys.forms[next++ % keys.forms.size()];
-        ko::store::Scan scan(*snapshot, &range, ko::store::ScanOrder::Numbers, nullptr);
+        ko::store::inner::Scan scan(*snapshot, &range, ko::store::inner::ScanOrder::Numbers,
+                                    nullptr);
         for (auto found = scan.Next(1024); !found.empty(); found = scan.Next(1024)) {
             for (const std::uint64_t number : found)
                 sum += Number(*snapshot->Value(number, cost, room));
@@ -241,19 +243,20 @@ void BenchLookUpSqlite(benchmark::State& state, const Data& data, const std::str
 /// Counts the objects between two speeds by the index alone.
 void BenchRangeKotm(benchmark::State& state, const Data& data, const std::string& path)
 {
-    const auto store = ko::store::ObjectStore::Open(path, ko::store::Mode::Read);
+    const auto store = ko::store::inner::ObjectStore::Open(path, ko::store::inner::Mode::Read);
     const auto snapshot = store->Read();
     const std::size_t speed = AttributeNamed(data, "speed");
-    ko::store::FieldReader reader(data.schema.attributes[speed]);
-    ko::store::TextFault fault;
-    ko::store::IndexRange range;
+    ko::store::inner::FieldReader reader(data.schema.attributes[speed]);
+    ko::store::inner::TextFault fault;
+    ko::store::inner::IndexRange range;
     range.attribute = speed;
     range.high.emplace().behind = true;
     reader.Read("100", range.low.form, fault);
     reader.Read("200", range.high->form, fault);
     std::uint64_t rows = 0;
     for (auto _ : state) {
-        ko::store::Scan scan(*snapshot, &range, ko::store::ScanOrder::Forwards, nullptr);
+        ko::store::inner::Scan scan(*snapshot, &range, ko::store::inner::ScanOrder::Forwards,
+                                    nullptr);
         rows += scan.Count(UINT64_MAX);
     }
     state.counters["found"] = static_cast<double>(rows) / static_cast<double>(state.iterations());

@@ -25,6 +25,7 @@ namespace
 {
 
 using namespace ko::store;
+using namespace ko::store::inner;
 
 constexpr char kSchema[] = R"({"class": "Row", "attributes": [
     {"name": "number", "column": "number", "type": "o_4b", "index": true},

@@ -1,12 +1,12 @@
 #include "base/arguments.h"
 
-#include "base/failure.h"
 #include "base/visible.h"
+#include <kostore.h>
 
 #include <algorithm>
 #include <charconv>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 namespace
@@ -43,8 +43,8 @@ std::uint64_t ReadCount(const char* option, std::string_view text)
     const char* end = text.data() + text.size();
     const auto [stopped, error] = std::from_chars(text.data(), end, count);
     if (error != std::errc() || stopped != end)
-        throw Failure(Exit::Usage, std::string(option) + ": " + Quoted(text) +
-                                       " is no number from 0 to 18446744073709551615");
+        throw Error(ErrorCode::Usage, std::string(option) + ": " + Quoted(text) +
+                                          " is no number from 0 to 18446744073709551615");
     return count;
 }
 
@@ -56,8 +56,8 @@ unsigned short ReadOperatorWord(const char* option, std::string_view text)
     const char* end = digits.data() + digits.size();
     const auto [stopped, error] = std::from_chars(digits.data(), end, word, hexadecimal ? 16 : 10);
     if (error != std::errc() || stopped != end)
-        throw Failure(Exit::Usage, std::string(option) + ": " + Quoted(text) +
-                                       " is no operator word from 0 to 65535, or 0x0 to 0xFFFF");
+        throw Error(ErrorCode::Usage, std::string(option) + ": " + Quoted(text) +
+                                          " is no operator word from 0 to 65535, or 0x0 to 0xFFFF");
     return word;
 }
 
@@ -66,8 +66,8 @@ std::size_t ReadWord(const char* option, const std::string& text,
 {
     const auto found = std::find(words.begin(), words.end(), text);
     if (found == words.end())
-        throw Failure(Exit::Usage,
-                      std::string(option) + ": " + Quoted(text) + " is none of " + Listed(words));
+        throw Error(ErrorCode::Usage,
+                    std::string(option) + ": " + Quoted(text) + " is none of " + Listed(words));
     return static_cast<std::size_t>(found - words.begin());
 }
 
@@ -78,8 +78,8 @@ std::vector<std::string> ReadNames(const char* option, std::string_view text)
         const std::size_t comma = std::min(text.find(',', at), text.size());
         names.emplace_back(text.substr(at, comma - at));
         if (names.back().empty())
-            throw Failure(Exit::Usage,
-                          std::string(option) + ": " + Quoted(text) + " has an empty name");
+            throw Error(ErrorCode::Usage,
+                        std::string(option) + ": " + Quoted(text) + " has an empty name");
         at = comma + 1;
     }
     return names;
@@ -110,4 +110,4 @@ std::string Listed(const std::vector<std::string>& names)
     return list;
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

@@ -6,22 +6,22 @@
 #include <string_view>
 #include <vector>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
-/// A count that an option takes: decimal digits, up to 64 bits. Throws Failure (Exit::Usage).
+/// A count that an option takes: decimal digits, up to 64 bits. Throws Error (ErrorCode::Usage).
 std::uint64_t ReadCount(const char* option, std::string_view text);
 
-/// An operator word of 16 bits, in decimal or, after 0x, in hexadecimal digits. Throws Failure
-/// (Exit::Usage).
+/// An operator word of 16 bits, in decimal or, after 0x, in hexadecimal digits. Throws Error
+/// (ErrorCode::Usage).
 unsigned short ReadOperatorWord(const char* option, std::string_view text);
 
-/// The number of the word of an option that takes one of a few. Throws Failure (Exit::Usage) that
-/// lists them.
+/// The number of the word of an option that takes one of a few. Throws Error (ErrorCode::Usage)
+/// that lists them.
 std::size_t ReadWord(const char* option, const std::string& text,
                      const std::vector<std::string>& words);
 
-/// Names with commas between them, none of them empty. Throws Failure (Exit::Usage).
+/// Names with commas between them, none of them empty. Throws Error (ErrorCode::Usage).
 std::vector<std::string> ReadNames(const char* option, std::string_view text);
 
 /// The one of `words` that `given` may be a slip of: by at most two letters that are wrong,
@@ -32,6 +32,6 @@ std::string Nearest(std::string_view given, const std::vector<std::string>& word
 /// "a, b and 3 more": no more of the names than a message has room for, each in quotes.
 std::string Listed(const std::vector<std::string>& names);
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

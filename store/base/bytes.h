@@ -8,7 +8,7 @@
 #include <string>
 #include <type_traits>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 // Numbers as they stand in the bytes of a store, the same on every machine: in values the least
@@ -96,6 +96,6 @@ inline std::uint64_t GetNumber(const char* bytes)
     return std::uint64_t{GetBig<std::uint16_t>(bytes)} << 32 | GetBig<std::uint32_t>(bytes + 2);
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <bitset>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 namespace
@@ -93,4 +93,4 @@ std::string FormatText::WithCharacters(std::string_view text) const
     });
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// A format in UTF-8 for the library, whose formats are bytes of code set 1. Characters that are
@@ -31,6 +31,6 @@ private:
     std::vector<std::pair<int, int>> m_standIns; ///< character, and what stands for it
 };
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// Object ids are the stored form of a KoObjId, 10 bytes: a tag of 4, which is 0 for an object, and
@@ -23,6 +23,6 @@ inline std::uint64_t ObjectNumber(const char* id)
     return GetLittle<std::uint64_t>(id + 2) >> 16; // half of the tag and the number
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

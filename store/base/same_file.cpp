@@ -7,7 +7,7 @@
 #include <string_view>
 #include <utility>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 namespace
@@ -64,4 +64,4 @@ bool IsSameFile(const std::string& a, const std::string& b)
            stat(DirectoryOf(secondPath).c_str(), &second) == 0 && IsSame(first, second);
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

@@ -7,7 +7,7 @@
 #include <cstring>
 #include <string_view>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// The number that lies at `from`, in the machine's byte order.
@@ -88,6 +88,6 @@ inline void CopyShort(char* to, std::string_view bytes) noexcept
         std::memcpy(to, bytes.data(), bytes.size());
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

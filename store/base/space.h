@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// The ordered maps of a store. The numbers are part of every checksum.
@@ -28,6 +28,6 @@ inline const char* RowName(Space space)
     return kNames[static_cast<unsigned>(space)];
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

@@ -3,7 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 void SyncDirectoryOf(const std::string& path)
@@ -17,4 +17,4 @@ void SyncDirectoryOf(const std::string& path)
     close(file);
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

@@ -3,12 +3,12 @@
 
 #include <string>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// Makes a change of the name of a file last.
 void SyncDirectoryOf(const std::string& path);
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

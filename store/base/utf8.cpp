@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <cstring>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 namespace
@@ -153,4 +153,4 @@ std::size_t CountCharacters(std::string_view utf8) noexcept
     }));
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

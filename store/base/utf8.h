@@ -7,7 +7,7 @@
 
 class KoString;
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// Why a text cannot be taken, and the byte of it that is to blame.
@@ -40,6 +40,6 @@ std::size_t ByteOfPosition(std::string_view utf8, const KoString& text, unsigned
 /// Characters of a text, for alignment and columns; malformed bytes count one each.
 std::size_t CountCharacters(std::string_view utf8) noexcept;
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

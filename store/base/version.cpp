@@ -2,7 +2,7 @@
 
 #include <kotmsdll.h>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 std::string LibraryVersion()
@@ -18,4 +18,4 @@ std::string LibraryVersion()
     return version;
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

@@ -3,7 +3,7 @@
 
 #include <string>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 inline constexpr const char* kStoreMagic = "kotm store";
@@ -13,6 +13,6 @@ inline constexpr int kStoreFormatVersion = 3;
 /// The version of the type manager library, as "major.minor.patch.build".
 std::string LibraryVersion();
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

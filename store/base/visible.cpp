@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cstdio>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 namespace
@@ -83,4 +83,4 @@ std::string VisibleJson(std::string_view json)
     return visible;
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// True for what a terminal obeys instead of showing it, and for what changes how the text around
@@ -22,6 +22,6 @@ std::string Quoted(std::string_view utf8);
 /// JSON text with its hidden characters escaped: it means the same.
 std::string VisibleJson(std::string_view json);
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// std::popcount is a call where the processor may lack the instruction.
@@ -117,6 +117,6 @@ inline void AppendBits(std::string& bytes, const SlotBits& bits, unsigned slots)
         bytes += static_cast<char>((bits[slot / 64] & SlotMask(slot / 64, slots)) >> slot % 64);
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

@@ -2,7 +2,7 @@
 
 #include "block/block_bytes.h"
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 bool BlockView::Open(std::string_view bytes)
@@ -79,4 +79,4 @@ bool BlockView::AreFormsSound(const Schema& schema)
     return true;
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// The key of a block in Space::Blocks.
@@ -74,6 +74,6 @@ private:
     std::uint64_t m_block = 0; ///< counts the blocks
 };
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

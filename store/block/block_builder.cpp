@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <bit>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 namespace
@@ -329,4 +329,4 @@ void BlockBuilder::WriteInline(const Values& values, std::string& bytes, std::si
     });
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

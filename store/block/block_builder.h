@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// Makes the bytes of a block, from nothing or from those of a block that changes. The same values
@@ -63,6 +63,6 @@ private:
     mutable std::vector<unsigned> m_varying; ///< which bytes of the forms of a column
 };
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

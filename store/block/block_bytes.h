@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace ko::store::block_bytes
+namespace ko::store::inner::block_bytes
 {
 
 /// The first byte of a block: how the rest is laid out.
@@ -15,6 +15,6 @@ inline constexpr unsigned kWideEnds = 2; ///< the ends of columns take four byte
 /// Then the number of slots (2) and of columns (2), the bits, and the ends.
 inline constexpr std::size_t kHead = 6;
 
-} // namespace ko::store::block_bytes
+} // namespace ko::store::inner::block_bytes
 
 #endif

@@ -1,14 +1,14 @@
 #include "block/checksum.h"
 
 #include "base/bytes.h"
-#include "base/failure.h"
+#include <kostore.h>
 
 #include <algorithm>
 
 #define XXH_INLINE_ALL
 #include <xxhash.h>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 namespace
@@ -50,8 +50,8 @@ void FailDamaged(Space space, std::string_view key, const std::string& how)
         shown += kDigits[static_cast<unsigned char>(byte) >> 4];
         shown += kDigits[byte & 0xF];
     }
-    throw Failure(Exit::Damaged, std::string("the ") + RowName(space) + " of the key " + shown +
-                                     (key.size() > kShown ? "... " : " ") + how);
+    throw Error(ErrorCode::Damaged, std::string("the ") + RowName(space) + " of the key " + shown +
+                                        (key.size() > kShown ? "... " : " ") + how);
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

@@ -4,7 +4,7 @@
 #include <bit>
 #include <utility>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 namespace
@@ -310,4 +310,4 @@ void Column::Forms(char* forms, SlotBits& present) const
     }
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

@@ -5,7 +5,7 @@
 
 #include <string>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// How the bytes of a column are laid out; see doc/formats.md.
@@ -76,6 +76,6 @@ private:
     bool m_wideEnds = false;
 };
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

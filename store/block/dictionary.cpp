@@ -6,7 +6,7 @@
 
 #include <algorithm>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 namespace
@@ -185,4 +185,4 @@ void Dictionary::WriteRow(std::uint32_t row, std::string& bytes) const
         bytes += Form(first + i);
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// A row of Space::Texts, without its checksum: up to kEntriesInRow entries of the dictionary of an
@@ -94,6 +94,6 @@ private:
     std::uint32_t m_saved = 0;            ///< entries that stand in the store as they are
 };
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// Objects stand in blocks: that of a number is the number divided by how many a block may hold, a
@@ -67,6 +67,6 @@ inline BlockLayout LayoutOf(const Schema& schema)
     return layout;
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

@@ -1,11 +1,11 @@
 #include "check/checker.h"
 
-#include "base/failure.h"
 #include "block/checksum.h"
 #include "check/fault_list.h"
 #include "check/index_check.h"
 #include "object/index_feed.h"
 #include "object/object_store.h"
+#include <kostore.h>
 
 #include <algorithm>
 #include <memory>
@@ -14,7 +14,7 @@
 #include <string_view>
 #include <vector>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 namespace
@@ -236,4 +236,4 @@ std::uint64_t CheckStore(const std::string& address, std::ostream& out)
     return faults;
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

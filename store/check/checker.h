@@ -7,19 +7,19 @@
 #include <iosfwd>
 #include <string>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// Checks what the engine is built of, then every row of a store: checksums, the layout of blocks
 /// and the values in them, dictionaries, large values, counts, and that each index has the value of
 /// every object once and nothing else. Faults go to `out`, a line each, with the row that has them,
-/// the first 100 of them. Returns their number. Throws Failure where the store cannot be opened, or
+/// the first 100 of them. Returns their number. Throws Error where the store cannot be opened, or
 /// the engine's own parts are damaged.
 std::uint64_t CheckStore(const std::string& address, std::ostream& out);
 
 /// The same for the rows alone; `scratch` names the place of temporary files.
 std::uint64_t CheckRows(Snapshot& snapshot, const std::string& scratch, std::ostream& out);
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

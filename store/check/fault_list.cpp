@@ -5,7 +5,7 @@
 
 #include <ostream>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 namespace
@@ -32,4 +32,4 @@ void FaultList::Finish()
         m_out << m_count - kShown << " further faults are not shown\n";
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

@@ -1,15 +1,15 @@
 #ifndef KO_STORE_CHECK_FAULT_LIST_H
 #define KO_STORE_CHECK_FAULT_LIST_H
 
-#include "base/failure.h"
 #include "base/space.h"
+#include <kostore.h>
 
 #include <cstdint>
 #include <iosfwd>
 #include <string>
 #include <string_view>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// Tells of faults as they are found, a line each, the first 100 of them.
@@ -24,16 +24,16 @@ public:
     /// Says how many were not told.
     void Finish();
 
-    /// Runs something that may throw Failure (Exit::Damaged), which becomes a fault; returns false
-    /// then.
+    /// Runs something that may throw Error (ErrorCode::Damaged), which becomes a fault; returns
+    /// false then.
     template <class Step>
     bool Try(const Step& step)
     {
         try {
             step();
             return true;
-        } catch (const Failure& failure) {
-            if (failure.Status() != Exit::Damaged)
+        } catch (const Error& failure) {
+            if (failure.Code() != ErrorCode::Damaged)
                 throw;
             Add(failure.what());
             return false;
@@ -45,6 +45,6 @@ private:
     std::uint64_t m_count = 0;
 };
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 namespace
@@ -175,4 +175,4 @@ void CheckIndexes(Reader& reader, const Schema& schema, IndexFeed* expected, Fau
     CheckOthers(reader, {from, {}}, faults);
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

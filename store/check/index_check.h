@@ -5,7 +5,7 @@
 #include "engine/engine.h"
 #include "object/index_feed.h"
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// Looks at every row of every index: checksums, layout, and that the rows of one value do not
@@ -13,6 +13,6 @@ namespace ko::store
 /// have these and nothing else; the first row of an index that differs is told.
 void CheckIndexes(Reader& reader, const Schema& schema, IndexFeed* expected, FaultList& faults);
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

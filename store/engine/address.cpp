@@ -3,7 +3,7 @@
 #include "engine/lmdb_store.h"
 #include "engine/postgres.h"
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 // An address is a connection URL or else a path.
@@ -41,4 +41,4 @@ std::vector<std::string> FilesOfStore(const std::string& address)
     return postgres::IsAddress(address) ? std::vector<std::string>() : lmdb::FilesOfStore(address);
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

@@ -1,13 +1,13 @@
 #include "engine/broken_page.h"
 
-#include "base/failure.h"
+#include <kostore.h>
 
 #include <unistd.h>
 
 #include <atomic>
 #include <cstdlib>
 
-namespace ko::store::lmdb
+namespace ko::store::inner::lmdb
 {
 
 namespace
@@ -40,7 +40,7 @@ void MeetBrokenPage() noexcept
 void EndOnBrokenPage() noexcept
 {
     Tell();
-    _exit(static_cast<int>(Exit::Damaged));
+    _exit(static_cast<int>(ErrorCode::Damaged));
 }
 
-} // namespace ko::store::lmdb
+} // namespace ko::store::inner::lmdb

@@ -1,7 +1,7 @@
 #ifndef KO_ENGINE_BROKEN_PAGE_H
 #define KO_ENGINE_BROKEN_PAGE_H
 
-namespace ko::store::lmdb
+namespace ko::store::inner::lmdb
 {
 
 /// What to do where an engine meets pages that it trusted and cannot go on with, nor go back: it
@@ -12,11 +12,11 @@ void SetBrokenPageHandler(BrokenPageHandler handler);
 /// Calls the handler.
 [[noreturn]] void MeetBrokenPage() noexcept;
 
-/// A handler for a program: a sentence, and the process ends with Exit::Damaged. A program also has
-/// it called for SIGSEGV and SIGBUS, into which a page can lead that is out of the map or that the
-/// disk no longer gives.
+/// A handler for a program: a sentence, and the process ends with ErrorCode::Damaged. A program
+/// also has it called for SIGSEGV and SIGBUS, into which a page can lead that is out of the map or
+/// that the disk no longer gives.
 [[noreturn]] void EndOnBrokenPage() noexcept;
 
-} // namespace ko::store::lmdb
+} // namespace ko::store::inner::lmdb
 
 #endif

@@ -1,6 +1,6 @@
 #include "engine/engine.h"
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 const char* SpaceName(Space space)
@@ -10,4 +10,4 @@ const char* SpaceName(Space space)
     return kNames[static_cast<std::size_t>(space)];
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

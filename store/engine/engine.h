@@ -14,17 +14,18 @@
 #include <string_view>
 #include <vector>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 // What keeps a store: ordered bytes under keys, with transactions. Keys are ordered byte by byte as
 // unsigned numbers, a key before the longer ones that begin with it. Nothing here knows what the
 // bytes mean, and nothing above it knows which engine keeps them.
 //
-// Errors are exceptions. Failure has a sentence for the user: Exit::Damaged for a store that cannot
-// be trusted, Exit::Io for whatever else the system refuses, a key or a value of another size than
-// allowed, and an append out of order. Conflict means that the whole change can be run again. After
-// either, an object that threw answers nothing but its destructor, which keeps nothing of a change.
+// Errors are exceptions. Error has a sentence for the user: ErrorCode::Damaged for a store that
+// cannot be trusted, ErrorCode::Io for whatever else the system refuses, a key or a value of
+// another size than allowed, and an append out of order. Conflict means that the whole change can
+// be run again. After either, an object that threw answers nothing but its destructor, which keeps
+// nothing of a change.
 //
 // Threads: an Engine serves several at once. Readers, writers, cursors and loaders serve one at a
 // time; a writer and a loader stay with the thread that began them. None of them is carried over a
@@ -141,7 +142,7 @@ public:
     /// Appends a row after all others of its space: keys ascend within a space, and spaces may take
     /// turns.
     virtual void Append(Space space, std::string_view key, std::string_view value) = 0;
-    /// Makes the store visible, all at once and to last. Throws Failure where the address has got a
+    /// Makes the store visible, all at once and to last. Throws Error where the address has got a
     /// store meanwhile, which stays as it is. Afterwards the loader serves no more.
     virtual void Publish() = 0;
 };
@@ -153,7 +154,7 @@ public:
     virtual ~Engine() = default;
     virtual const Traits& About() const = 0;
     virtual std::unique_ptr<Reader> Read() = 0;
-    /// Begins a change, where need be after another writer has ended. Throws Failure where the
+    /// Begins a change, where need be after another writer has ended. Throws Error where the
     /// store was opened for reading only, or the other writer takes longer than ten seconds.
     virtual std::unique_ptr<Writer> Write() = 0;
 };
@@ -164,23 +165,23 @@ enum class Mode {
     Grow,   ///< to write in transactions of any size, with memory bounded, as the only writer
 };
 
-/// Opens a store. Throws Failure: Exit::Io where there is none or its file cannot be opened, or for
-/// Mode::Grow at once where another one writes; Exit::Damaged where it is no store that this
-/// program reads. A store may be open several times in one process.
+/// Opens a store. Throws Error: ErrorCode::Io where there is none or its file cannot be opened, or
+/// for Mode::Grow at once where another one writes; ErrorCode::Damaged where it is no store that
+/// this program reads. A store may be open several times in one process.
 std::unique_ptr<Engine> OpenEngine(const std::string& address, Mode mode);
-/// Begins a new store. Throws Failure (Exit::Io) where there is one already, or another loader is
-/// at work there.
+/// Begins a new store. Throws Error (ErrorCode::Io) where there is one already, or another loader
+/// is at work there.
 std::unique_ptr<Loader> StartLoad(const std::string& address);
 
 /// True where something stands at the address, whether it is a sound store or not.
 bool StoreExists(const std::string& address);
-/// Checks what the engine itself is built of before it trusts it, all of it. Throws Failure
-/// (Exit::Damaged) with what is wrong first.
+/// Checks what the engine itself is built of before it trusts it, all of it. Throws Error
+/// (ErrorCode::Damaged) with what is wrong first.
 void CheckEngine(const std::string& address);
 /// The files that belong to the store or come and go while it is written, none of which may be an
 /// input or another output. Empty where the address names no file.
 std::vector<std::string> FilesOfStore(const std::string& address);
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

@@ -1,12 +1,12 @@
 #include "engine/lmdb_calls.h"
 
-#include "base/failure.h"
 #include "engine/broken_page.h"
 #include "engine/engine.h"
+#include <kostore.h>
 
 #include <cerrno>
 
-namespace ko::store::lmdb
+namespace ko::store::inner::lmdb
 {
 
 namespace
@@ -20,11 +20,11 @@ void Fail(int code, const std::string& path)
 {
     switch (code) {
     case MDB_KEYEXIST:
-        throw Failure(Exit::Io, path + ": keys came in another order than they stand in");
+        throw Error(ErrorCode::Io, path + ": keys came in another order than they stand in");
     case MDB_MAP_FULL:
-        throw Failure(Exit::Io, path + ": no space is left");
+        throw Error(ErrorCode::Io, path + ": no space is left");
     case MDB_PANIC:
-        throw Failure(Exit::Io, path + ": its head could not be written: open it again");
+        throw Error(ErrorCode::Io, path + ": its head could not be written: open it again");
     case MDB_CORRUPTED:
     case MDB_PAGE_NOTFOUND:
     case MDB_PAGE_FULL:
@@ -34,25 +34,26 @@ void Fail(int code, const std::string& path)
     case MDB_INCOMPATIBLE:
     case MDB_BAD_TXN: // what comes after one of the others
     case MDB_NOTFOUND:
-        throw Failure(Exit::Damaged, path + ": is damaged (" + mdb_strerror(code) + ")");
+        throw Error(ErrorCode::Damaged, path + ": is damaged (" + mdb_strerror(code) + ")");
     case MDB_READERS_FULL:
-        throw Failure(Exit::Io, path + ": as many readers are at work on it as it has places for: "
+        throw Error(ErrorCode::Io, path +
+                                       ": as many readers are at work on it as it has places for: "
                                        "try again when one of them has ended");
     case EIO: // what LMDB makes of a write that found room for a part of it
-        throw Failure(Exit::Io, path + ": " + mdb_strerror(code) + ", or no space is left");
+        throw Error(ErrorCode::Io, path + ": " + mdb_strerror(code) + ", or no space is left");
     default:
-        throw Failure(Exit::Io, path + ": " + mdb_strerror(code));
+        throw Error(ErrorCode::Io, path + ": " + mdb_strerror(code));
     }
 }
 
 void CheckSizes(std::string_view key, std::string_view value)
 {
     if (key.empty() || key.size() > kMaxKey)
-        throw Failure(Exit::Io, "a key has " + std::to_string(key.size()) +
-                                    " bytes, it may have 1 to " + std::to_string(kMaxKey));
+        throw Error(ErrorCode::Io, "a key has " + std::to_string(key.size()) +
+                                       " bytes, it may have 1 to " + std::to_string(kMaxKey));
     if (value.size() > kMaxValue)
-        throw Failure(Exit::Io, "a value has " + std::to_string(value.size()) +
-                                    " bytes, it may have " + std::to_string(kMaxValue));
+        throw Error(ErrorCode::Io, "a value has " + std::to_string(value.size()) +
+                                       " bytes, it may have " + std::to_string(kMaxValue));
 }
 
 MDB_env* MakeEnvironment(const std::string& path)
@@ -72,4 +73,4 @@ CursorPointer OpenCursor(MDB_txn* transaction, MDB_dbi dbi, const std::string& p
     return CursorPointer(cursor);
 }
 
-} // namespace ko::store::lmdb
+} // namespace ko::store::inner::lmdb

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-namespace ko::store::lmdb
+namespace ko::store::inner::lmdb
 {
 
 struct CloseCursor {
@@ -15,7 +15,7 @@ struct CloseCursor {
 };
 using CursorPointer = std::unique_ptr<MDB_cursor, CloseCursor>;
 
-/// Throws Failure for a result code of LMDB that is none of the usual answers.
+/// Throws Error for a result code of LMDB that is none of the usual answers.
 [[noreturn]] void Fail(int code, const std::string& path);
 inline void Check(int code, const std::string& path)
 {
@@ -32,7 +32,7 @@ inline std::string_view View(const MDB_val& bytes)
     return {static_cast<const char*>(bytes.mv_data), bytes.mv_size};
 }
 
-/// Throws Failure (Exit::Io) for a key or a value of a size that no row has.
+/// Throws Error (ErrorCode::Io) for a key or a value of a size that no row has.
 void CheckSizes(std::string_view key, std::string_view value);
 
 CursorPointer OpenCursor(MDB_txn* transaction, MDB_dbi dbi, const std::string& path);
@@ -40,6 +40,6 @@ CursorPointer OpenCursor(MDB_txn* transaction, MDB_dbi dbi, const std::string& p
 /// Makes an environment whose faults end in a sentence.
 MDB_env* MakeEnvironment(const std::string& path);
 
-} // namespace ko::store::lmdb
+} // namespace ko::store::inner::lmdb
 
 #endif

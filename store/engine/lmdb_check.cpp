@@ -1,13 +1,13 @@
 #include "engine/lmdb_check.h"
 
-#include "base/failure.h"
 #include "engine/engine.h"
 #include "engine/lmdb_page.h"
+#include <kostore.h>
 
 #include <algorithm>
 #include <optional>
 
-namespace ko::store::lmdb
+namespace ko::store::inner::lmdb
 {
 
 namespace
@@ -39,8 +39,8 @@ private:
 
     [[noreturn]] void Fail(std::uint64_t page, const std::string& what) const
     {
-        throw Failure(Exit::Damaged,
-                      m_file.Path() + ": is damaged: page " + std::to_string(page) + ' ' + what);
+        throw Error(ErrorCode::Damaged,
+                    m_file.Path() + ": is damaged: page " + std::to_string(page) + ' ' + what);
     }
 
     void Meet(std::uint64_t number, std::uint64_t count, Use use)
@@ -104,10 +104,10 @@ private:
         if (met.branchPages != described.branchPages || met.leafPages != described.leafPages ||
             met.longPages != described.longPages ||
             (tree.readsLeaves && met.entries != described.entries))
-            throw Failure(Exit::Damaged, m_file.Path() +
-                                             ": is damaged: a tree whose root is page " +
-                                             std::to_string(described.root) +
-                                             " has other pages or entries than it says");
+            throw Error(ErrorCode::Damaged, m_file.Path() +
+                                                ": is damaged: a tree whose root is page " +
+                                                std::to_string(described.root) +
+                                                " has other pages or entries than it says");
     }
 
     /// Returns the lowest key below the page.
@@ -230,7 +230,7 @@ void Check(const std::string& path, bool allLeaves)
         try {
             PageWalk(file, head, allLeaves).Run();
             return;
-        } catch (const Failure&) {
+        } catch (const Error&) {
             // Two imports since the walk began may have written over what it looked at.
             if (file.ReadHead().transaction == head.transaction)
                 throw;
@@ -257,11 +257,11 @@ void CheckSpaceName(std::string_view name, const std::string& path)
             return;
     }
     if (name == "objects" || name.starts_with("index "))
-        throw Failure(Exit::Damaged,
-                      path + ": has store format 2, this program reads 3: let the release that "
-                             "wrote it print its objects (\"kotm query\"), and import these");
-    throw Failure(Exit::Damaged,
-                  path + ": is no store of this program (it has a \"" + std::string(name) + "\")");
+        throw Error(ErrorCode::Damaged,
+                    path + ": has store format 2, this program reads 3: let the release that "
+                           "wrote it print its objects (\"kotm query\"), and import these");
+    throw Error(ErrorCode::Damaged,
+                path + ": is no store of this program (it has a \"" + std::string(name) + "\")");
 }
 
-} // namespace ko::store::lmdb
+} // namespace ko::store::inner::lmdb

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-namespace ko::store::lmdb
+namespace ko::store::inner::lmdb
 {
 
 namespace
@@ -78,4 +78,4 @@ std::uint64_t CountByPages(const File& file, std::size_t pageSize, const Tree& t
                                       static_cast<double>(tree.entries));
 }
 
-} // namespace ko::store::lmdb
+} // namespace ko::store::inner::lmdb

@@ -4,7 +4,7 @@
 #include "engine/engine.h"
 #include "engine/lmdb_file.h"
 
-namespace ko::store::lmdb
+namespace ko::store::inner::lmdb
 {
 
 /// The entries of a range of a tree, guessed from where its ends stand on the pages on the way down
@@ -12,6 +12,6 @@ namespace ko::store::lmdb
 std::uint64_t CountByPages(const File& file, std::size_t pageSize, const Tree& tree,
                            const Range& range);
 
-} // namespace ko::store::lmdb
+} // namespace ko::store::inner::lmdb
 
 #endif

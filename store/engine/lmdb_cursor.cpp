@@ -5,7 +5,7 @@
 #include <cstring>
 #include <utility>
 
-namespace ko::store::lmdb
+namespace ko::store::inner::lmdb
 {
 
 namespace
@@ -141,4 +141,4 @@ std::uint64_t Guess(const Transaction& transaction, Space space, const Range& ra
     return CountByPages(File(path), stat.ms_psize, tree, range);
 }
 
-} // namespace ko::store::lmdb
+} // namespace ko::store::inner::lmdb

@@ -4,7 +4,7 @@
 #include "engine/engine.h"
 #include "engine/lmdb_environment.h"
 
-namespace ko::store::lmdb
+namespace ko::store::inner::lmdb
 {
 
 struct Transaction {
@@ -20,6 +20,6 @@ std::unique_ptr<Cursor> MakeCursor(std::shared_ptr<const Transaction> transactio
 /// The rows of a range, guessed.
 std::uint64_t Guess(const Transaction& transaction, Space space, const Range& range);
 
-} // namespace ko::store::lmdb
+} // namespace ko::store::inner::lmdb
 
 #endif

@@ -1,8 +1,8 @@
 #include "engine/lmdb_environment.h"
 
-#include "base/failure.h"
 #include "engine/lmdb_check.h"
 #include "engine/lmdb_file.h"
+#include <kostore.h>
 
 #include <sys/mman.h>
 #include <sys/resource.h>
@@ -14,7 +14,7 @@
 #include <map>
 #include <utility>
 
-namespace ko::store::lmdb
+namespace ko::store::inner::lmdb
 {
 
 namespace
@@ -83,7 +83,7 @@ std::shared_ptr<Environment> Environment::Open(const std::string& path, Mode mod
     Register& all = TheRegister();
     Register::Key key;
     if (!Register::Find(path, key))
-        throw Failure(Exit::Io, path + ": is gone");
+        throw Error(ErrorCode::Io, path + ": is gone");
     std::unique_lock lock(all.mutex);
     for (auto found = all.entries.find(key); found != all.entries.end();
          found = all.entries.find(key)) {
@@ -92,7 +92,7 @@ std::shared_ptr<Environment> Environment::Open(const std::string& path, Mode mod
         all.closed.wait(lock);
     }
     if (all.IsLockInUse(path))
-        throw Failure(Exit::Io, path + ": an earlier store of this name is still open here");
+        throw Error(ErrorCode::Io, path + ": an earlier store of this name is still open here");
     const auto close = [key](Environment* environment) {
         Register& from = TheRegister();
         const std::lock_guard guard(from.mutex);
@@ -190,9 +190,8 @@ void Environment::OpenSpaces()
             if (code == MDB_SUCCESS)
                 code = mdb_dbi_flags(transaction, m_spaces[i], &flags);
             if (code == MDB_NOTFOUND || code == MDB_INCOMPATIBLE || flags != 0)
-                throw Failure(Exit::Damaged, m_path +
-                                                 ": is no store of this program (it has no \"" +
-                                                 name + "\")");
+                throw Error(ErrorCode::Damaged,
+                            m_path + ": is no store of this program (it has no \"" + name + "\")");
             Check(code, m_path);
         }
     } catch (...) {
@@ -222,7 +221,7 @@ void Environment::Map(std::uint64_t bytes)
     void* const room =
         mmap(nullptr, bytes, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
     if (room == MAP_FAILED)
-        throw Failure(Exit::Io, m_path + ": has outgrown the addresses of this process");
+        throw Error(ErrorCode::Io, m_path + ": has outgrown the addresses of this process");
     munmap(room, bytes);
     Check(mdb_env_set_mapsize(m_env, bytes), m_path);
     MDB_envinfo info{};
@@ -236,7 +235,7 @@ MDB_txn* Environment::Begin(unsigned flags)
     std::unique_lock lock(m_mutex);
     const auto waitForOthers = [&] {
         if (!m_ended.wait_for(lock, kPatience, [&] { return m_active == 0; }))
-            throw Failure(Exit::Io, m_path + ": has outgrown its map, which readers here hold");
+            throw Error(ErrorCode::Io, m_path + ": has outgrown its map, which readers here hold");
     };
     if (m_wanted > m_map && flags == 0) {
         waitForOthers();
@@ -259,7 +258,7 @@ MDB_txn* Environment::Begin(unsigned flags)
 MDB_txn* Environment::BeginWriting(Claim& claim)
 {
     if (claim.m_writes)
-        throw Failure(Exit::Io, m_path + ": another change by this opening is under way");
+        throw Error(ErrorCode::Io, m_path + ": another change by this opening is under way");
     Check(mdb_reader_check(m_env, nullptr), m_path);
     claim.m_bytesBefore = CheckHeads(m_path);
     if (IsLarge()) {
@@ -329,7 +328,7 @@ void Environment::CutOff(LockedFile& file) const noexcept
         const std::uint64_t bytes = CheckHeads(m_path);
         if (file.Size() > bytes)
             file.Resize(bytes);
-    } catch (const Failure&) {
+    } catch (const Error&) {
         // Room that is left behind the pages does no harm.
     }
 }
@@ -342,7 +341,7 @@ Environment::Claim::Claim(std::shared_ptr<Environment> environment, unsigned mil
         std::unique_lock lock(of.m_mutex);
         const auto isFree = [&] { return !of.m_claimed; };
         if (!of.m_ended.wait_for(lock, std::chrono::milliseconds(milliseconds), isFree))
-            throw Failure(Exit::Io, of.m_path + ": another change of it is under way");
+            throw Error(ErrorCode::Io, of.m_path + ": another change of it is under way");
         of.m_claimed = true;
     }
     try {
@@ -370,4 +369,4 @@ Environment::Claim::~Claim()
     m_environment->m_ended.notify_all();
 }
 
-} // namespace ko::store::lmdb
+} // namespace ko::store::inner::lmdb

@@ -11,7 +11,7 @@
 #include <mutex>
 #include <string>
 
-namespace ko::store::lmdb
+namespace ko::store::inner::lmdb
 {
 
 /// How large maps are at least when a file is opened; tests take less. A map costs nothing but
@@ -48,7 +48,7 @@ public:
         bool m_writes = false;           ///< a transaction is open
     };
 
-    /// Throws Failure as OpenEngine does.
+    /// Throws Error as OpenEngine does.
     static std::shared_ptr<Environment> Open(const std::string& path, Mode mode);
     ~Environment();
     Environment(const Environment&) = delete;
@@ -101,6 +101,6 @@ private:
     std::uint64_t m_wanted = 0; ///< a larger map, when no transaction is open
 };
 
-} // namespace ko::store::lmdb
+} // namespace ko::store::inner::lmdb
 
 #endif

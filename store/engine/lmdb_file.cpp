@@ -1,6 +1,6 @@
 #include "engine/lmdb_file.h"
 
-#include "base/failure.h"
+#include <kostore.h>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -10,7 +10,7 @@
 #include <cerrno>
 #include <cstring>
 
-namespace ko::store::lmdb
+namespace ko::store::inner::lmdb
 {
 
 namespace
@@ -20,7 +20,7 @@ namespace
 constexpr std::uint32_t kMagic = 0xBEEFC0DE;
 constexpr std::uint32_t kVersion = 1;
 
-std::string Error(const std::string& path)
+std::string SystemError(const std::string& path)
 {
     return path + ": " + std::strerror(errno);
 }
@@ -81,7 +81,7 @@ File::File(const std::string& path)
     struct stat info {
     };
     if (m_file < 0)
-        throw Failure(Exit::Io, Error(path));
+        throw Error(ErrorCode::Io, SystemError(path));
     if (fstat(m_file, &info) == 0 && S_ISREG(info.st_mode))
         return;
     close(m_file);
@@ -95,7 +95,7 @@ File::~File()
 
 void File::FailDamaged(const std::string& what) const
 {
-    throw Failure(Exit::Damaged, m_path + ": " + what);
+    throw Error(ErrorCode::Damaged, m_path + ": " + what);
 }
 
 bool File::Read(void* to, std::size_t bytes, std::uint64_t offset) const
@@ -164,7 +164,7 @@ void File::CheckLatest(const Head& head) const
     struct stat info {
     };
     if (fstat(m_file, &info) != 0)
-        throw Failure(Exit::Io, Error(m_path));
+        throw Error(ErrorCode::Io, SystemError(m_path));
     const auto size = static_cast<std::uint64_t>(info.st_size);
     const std::uint64_t pages = size / head.trees[0].pageSize;
     if (head.lastPage < 1 || head.lastPage >= std::uint64_t{1} << 48)
@@ -185,4 +185,4 @@ std::uint64_t CheckHeads(const std::string& path)
     return File(path).ReadHead().Bytes();
 }
 
-} // namespace ko::store::lmdb
+} // namespace ko::store::inner::lmdb

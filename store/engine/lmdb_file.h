@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string>
 
-namespace ko::store::lmdb
+namespace ko::store::inner::lmdb
 {
 
 /// A page of a store's file begins with so many bytes; after them the first two hold a head each.
@@ -46,8 +46,8 @@ static_assert(sizeof(Tree) == 48 && sizeof(Head) == 136);
 class File
 {
 public:
-    /// Throws Failure: Exit::Io where it cannot be opened, Exit::Damaged where it is no regular
-    /// file, for which it never waits.
+    /// Throws Error: ErrorCode::Io where it cannot be opened, ErrorCode::Damaged where it is no
+    /// regular file, for which it never waits.
     explicit File(const std::string& path);
     ~File();
     File(const File&) = delete;
@@ -55,9 +55,9 @@ public:
 
     const std::string& Path() const { return m_path; }
     bool Read(void* to, std::size_t bytes, std::uint64_t offset) const;
-    /// The head that counts. Throws Failure (Exit::Damaged) with what is wrong where it is no LMDB
-    /// file, of another version or byte order, or shorter than its own pages, and where one of the
-    /// heads says what LMDB must not believe: it maps what they say and looks at nothing first.
+    /// The head that counts. Throws Error (ErrorCode::Damaged) with what is wrong where it is no
+    /// LMDB file, of another version or byte order, or shorter than its own pages, and where one of
+    /// the heads says what LMDB must not believe: it maps what they say and looks at nothing first.
     Head ReadHead() const;
 
 private:
@@ -76,6 +76,6 @@ private:
 /// its pages take.
 std::uint64_t CheckHeads(const std::string& path);
 
-} // namespace ko::store::lmdb
+} // namespace ko::store::inner::lmdb
 
 #endif

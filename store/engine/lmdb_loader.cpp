@@ -1,9 +1,9 @@
-#include "base/failure.h"
 #include "base/same_file.h"
 #include "engine/lmdb_calls.h"
 #include "engine/lmdb_file.h"
 #include "engine/lmdb_store.h"
 #include "engine/locked_file.h"
+#include <kostore.h>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -14,7 +14,7 @@
 #include <cstring>
 #include <utility>
 
-namespace ko::store::lmdb
+namespace ko::store::inner::lmdb
 {
 
 namespace
@@ -91,7 +91,7 @@ private:
     void RequireFreeName() const
     {
         if (lmdb::StoreExists(m_path))
-            throw Failure(Exit::Io, m_path + ": " + std::strerror(EEXIST));
+            throw Error(ErrorCode::Io, m_path + ": " + std::strerror(EEXIST));
     }
 
     void Open()
@@ -178,4 +178,4 @@ std::vector<std::string> FilesOfStore(const std::string& path)
     return {path, NewPath(path), LockPath(FollowLinks(path))};
 }
 
-} // namespace ko::store::lmdb
+} // namespace ko::store::inner::lmdb

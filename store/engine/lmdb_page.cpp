@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace ko::store::lmdb
+namespace ko::store::inner::lmdb
 {
 
 namespace
@@ -78,4 +78,4 @@ Node Page::NodeAt(std::size_t index) const
     return node;
 }
 
-} // namespace ko::store::lmdb
+} // namespace ko::store::inner::lmdb

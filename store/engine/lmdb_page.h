@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-namespace ko::store::lmdb
+namespace ko::store::inner::lmdb
 {
 
 template <class Number>
@@ -71,6 +71,6 @@ private:
     std::vector<char> m_bytes;
 };
 
-} // namespace ko::store::lmdb
+} // namespace ko::store::inner::lmdb
 
 #endif

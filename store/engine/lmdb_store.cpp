@@ -1,15 +1,15 @@
 #include "engine/lmdb_store.h"
 
-#include "base/failure.h"
 #include "base/same_file.h"
 #include "engine/lmdb_cursor.h"
 #include "engine/lmdb_environment.h"
+#include <kostore.h>
 
 #include <algorithm>
 #include <optional>
 #include <utility>
 
-namespace ko::store::lmdb
+namespace ko::store::inner::lmdb
 {
 
 namespace
@@ -200,7 +200,7 @@ public:
     std::unique_ptr<Writer> Write() override
     {
         if (m_mode == Mode::Read)
-            throw Failure(Exit::Io, m_environment->Path() + ": was opened for reading only");
+            throw Error(ErrorCode::Io, m_environment->Path() + ": was opened for reading only");
         return std::make_unique<LmdbWriter>(
             m_environment, m_claim ? m_claim : Environment::Wait(m_environment, kPatience));
     }
@@ -219,4 +219,4 @@ std::unique_ptr<Engine> OpenEngine(const std::string& path, Mode mode)
     return std::make_unique<LmdbEngine>(FollowLinks(path), mode);
 }
 
-} // namespace ko::store::lmdb
+} // namespace ko::store::inner::lmdb

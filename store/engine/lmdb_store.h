@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace ko::store::lmdb
+namespace ko::store::inner::lmdb
 {
 
 // The functions of engine.h for a path: a file of LMDB, with one named database for each space,
@@ -24,6 +24,6 @@ std::unique_ptr<Loader> StartLoad(const std::string& path);
 bool StoreExists(const std::string& path);
 std::vector<std::string> FilesOfStore(const std::string& path);
 
-} // namespace ko::store::lmdb
+} // namespace ko::store::inner::lmdb
 
 #endif

@@ -1,7 +1,7 @@
 #include "engine/locked_file.h"
 
-#include "base/failure.h"
 #include "base/sync_directory.h"
+#include <kostore.h>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -15,13 +15,13 @@
 #include <cstring>
 #include <thread>
 
-namespace ko::store::lmdb
+namespace ko::store::inner::lmdb
 {
 
 namespace
 {
 
-std::string Error(const std::string& path)
+std::string SystemError(const std::string& path)
 {
     return path + ": " + std::strerror(errno);
 }
@@ -74,9 +74,10 @@ LockedFile::LockedFile(const std::string& path, bool create, unsigned millisecon
     if (locked && (!create || IsNamed()))
         return;
     const bool busy = locked || errno == EWOULDBLOCK;
-    const std::string message = busy ? path + ": another program is writing to it" : Error(path);
+    const std::string message =
+        busy ? path + ": another program is writing to it" : SystemError(path);
     close(m_file);
-    throw Failure(Exit::Io, message);
+    throw Error(ErrorCode::Io, message);
 }
 
 void LockedFile::Open(bool create)
@@ -85,7 +86,7 @@ void LockedFile::Open(bool create)
     };
     if (create && lstat(m_path.c_str(), &named) == 0) {
         if (!S_ISREG(named.st_mode))
-            throw Failure(Exit::Io, m_path + ": is in the way (not a regular file)");
+            throw Error(ErrorCode::Io, m_path + ": is in the way (not a regular file)");
         // What has a second name is whole: the loader that made it was killed before it took this
         // one away. Written over, it would be lost under the other.
         if (named.st_nlink > 1)
@@ -93,7 +94,7 @@ void LockedFile::Open(bool create)
     }
     m_file = open(m_path.c_str(), O_RDWR | O_CLOEXEC | (create ? O_CREAT : 0), 0666);
     if (m_file < 0)
-        throw Failure(Exit::Io, Error(m_path));
+        throw Error(ErrorCode::Io, SystemError(m_path));
 }
 
 /// False where another loader has given the file another name since it was opened.
@@ -117,7 +118,7 @@ std::uint64_t LockedFile::Size() const
     struct stat opened {
     };
     if (fstat(m_file, &opened) != 0)
-        throw Failure(Exit::Io, Error(m_path));
+        throw Error(ErrorCode::Io, SystemError(m_path));
     return static_cast<std::uint64_t>(opened.st_size);
 }
 
@@ -131,7 +132,7 @@ void LockedFile::Reserve(std::uint64_t bytes)
     if (fallocate(m_file, 0, static_cast<off_t>(m_reserved),
                   static_cast<off_t>(wanted - m_reserved)) != 0 &&
         errno != EOPNOTSUPP)
-        throw Failure(Exit::Io, Error(m_path));
+        throw Error(ErrorCode::Io, SystemError(m_path));
 #endif
     m_reserved = wanted;
 }
@@ -139,16 +140,16 @@ void LockedFile::Reserve(std::uint64_t bytes)
 void LockedFile::Resize(std::uint64_t bytes)
 {
     if (ftruncate(m_file, static_cast<off_t>(bytes)) != 0)
-        throw Failure(Exit::Io, Error(m_path));
+        throw Error(ErrorCode::Io, SystemError(m_path));
     m_reserved = std::min(m_reserved, bytes);
 }
 
 void LockedFile::TakeName(const std::string& path, Naming first)
 {
     if (!RenameToFree(m_path.c_str(), path.c_str(), first))
-        throw Failure(Exit::Io, Error(path));
+        throw Error(ErrorCode::Io, SystemError(path));
     m_path = path;
     SyncDirectoryOf(path);
 }
 
-} // namespace ko::store::lmdb
+} // namespace ko::store::inner::lmdb

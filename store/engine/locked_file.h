@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-namespace ko::store::lmdb
+namespace ko::store::inner::lmdb
 {
 
 /// How a file gets a name that nothing has: by the first of these that the file system can do.
@@ -19,9 +19,9 @@ enum class Naming {
 class LockedFile
 {
 public:
-    /// Opens, and creates where `create` says so, and waits for the lock so long. Throws Failure
-    /// (Exit::Io), also when another one holds the lock, or the name is that of something else than
-    /// a regular file.
+    /// Opens, and creates where `create` says so, and waits for the lock so long. Throws Error
+    /// (ErrorCode::Io), also when another one holds the lock, or the name is that of something else
+    /// than a regular file.
     LockedFile(const std::string& path, bool create, unsigned milliseconds = 0);
     ~LockedFile();
     LockedFile(const LockedFile&) = delete;
@@ -29,11 +29,11 @@ public:
 
     std::uint64_t Size() const;
     /// Takes disk space for the file's first `bytes` bytes, so that a full disk is an error here
-    /// and not a fault on a page of the map. Throws Failure (Exit::Io).
+    /// and not a fault on a page of the map. Throws Error (ErrorCode::Io).
     void Reserve(std::uint64_t bytes);
     void Resize(std::uint64_t bytes);
     /// Gives the file another name, which nothing must have, all at once and to last, by the
-    /// first way from `first` on that can be gone. Throws Failure (Exit::Io) where something has
+    /// first way from `first` on that can be gone. Throws Error (ErrorCode::Io) where something has
     /// it, which stays as it is.
     void TakeName(const std::string& path, Naming first = Naming::Rename);
 
@@ -46,6 +46,6 @@ private:
     std::uint64_t m_reserved = 0;
 };
 
-} // namespace ko::store::lmdb
+} // namespace ko::store::inner::lmdb
 
 #endif

@@ -1,13 +1,13 @@
 #include "engine/memory.h"
 
-#include "base/failure.h"
+#include <kostore.h>
 
 #include <algorithm>
 #include <iterator>
 #include <utility>
 #include <vector>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 namespace
@@ -21,7 +21,7 @@ constexpr Traits kTraits{"memory", 4096, true, true, false};
 void CheckRow(std::string_view key, std::string_view value)
 {
     if (key.empty() || key.size() > kMaxKey || value.size() > kMaxValue)
-        throw Failure(Exit::Io, "a key or a value of a size that no row has");
+        throw Error(ErrorCode::Io, "a key or a value of a size that no row has");
 }
 
 /// Finds its place by the last key before each batch: the maps of a writer change meanwhile.
@@ -177,7 +177,7 @@ public:
     std::unique_ptr<Writer> Write() override
     {
         if (m_mode == Mode::Read)
-            throw Failure(Exit::Io, "the store was opened for reading only");
+            throw Error(ErrorCode::Io, "the store was opened for reading only");
         return std::make_unique<MemoryWriter>(m_shared, Now());
     }
 
@@ -203,7 +203,7 @@ public:
         CheckRow(key, value);
         Map& map = m_maps[static_cast<std::size_t>(space)];
         if (!map.empty() && map.rbegin()->first >= key)
-            throw Failure(Exit::Io, "keys came in another order than they stand in");
+            throw Error(ErrorCode::Io, "keys came in another order than they stand in");
         map.emplace_hint(map.end(), key, value);
     }
     void Publish() override
@@ -213,7 +213,7 @@ public:
             (*maps)[i] = std::make_shared<const Map>(std::move(m_maps[i]));
         const std::lock_guard guard(m_shared->mutex);
         if (m_shared->maps)
-            throw Failure(Exit::Io, "there is a store already");
+            throw Error(ErrorCode::Io, "there is a store already");
         m_shared->maps = std::move(maps);
     }
 
@@ -225,15 +225,15 @@ private:
 std::unique_ptr<Engine> MemoryStore::Open(Mode mode)
 {
     if (!Exists())
-        throw Failure(Exit::Io, "there is no store");
+        throw Error(ErrorCode::Io, "there is no store");
     return std::make_unique<MemoryEngine>(m_shared, mode);
 }
 
 std::unique_ptr<Loader> MemoryStore::StartLoad()
 {
     if (Exists())
-        throw Failure(Exit::Io, "there is a store already");
+        throw Error(ErrorCode::Io, "there is a store already");
     return std::make_unique<MemoryLoader>(m_shared);
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

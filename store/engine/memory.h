@@ -9,7 +9,7 @@
 #include <mutex>
 #include <string>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// A store in memory, as simple as the interface lets it be: the model that other engines are held
@@ -22,9 +22,9 @@ public:
     using Map = std::map<std::string, std::string, std::less<>>;
     using Maps = std::array<std::shared_ptr<const Map>, kSpaces>;
 
-    /// Throws Failure (Exit::Io) where nothing was published.
+    /// Throws Error (ErrorCode::Io) where nothing was published.
     std::unique_ptr<Engine> Open(Mode mode);
-    /// Throws Failure (Exit::Io) where something was.
+    /// Throws Error (ErrorCode::Io) where something was.
     std::unique_ptr<Loader> StartLoad();
     bool Exists() const { return Now() != nullptr; }
 
@@ -46,6 +46,6 @@ private:
     std::shared_ptr<Shared> m_shared = std::make_shared<Shared>();
 };
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

@@ -1,7 +1,7 @@
-#include "base/failure.h"
 #include "engine/postgres.h"
+#include <kostore.h>
 
-namespace ko::store::postgres
+namespace ko::store::inner::postgres
 {
 
 // In place of the other files where there is no libpq to build with.
@@ -11,7 +11,7 @@ namespace
 
 [[noreturn]] void Refuse()
 {
-    throw Failure(Exit::Usage, "this program was built without libpq and knows no databases");
+    throw Error(ErrorCode::Usage, "this program was built without libpq and knows no databases");
 }
 
 } // namespace
@@ -37,4 +37,4 @@ std::size_t Clean(const std::string&)
     Refuse();
 }
 
-} // namespace ko::store::postgres
+} // namespace ko::store::inner::postgres

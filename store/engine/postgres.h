@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-namespace ko::store::postgres
+namespace ko::store::inner::postgres
 {
 
 // The store in a database, through the protocol of PostgreSQL. The functions of engine.h for such
@@ -15,9 +15,12 @@ namespace ko::store::postgres
 //
 // Writers work side by side, those that grow the store as well, and conflict where they meet. A
 // lost connection throws Conflict as long as the change can be run again; when it is lost while
-// the change is committed, Commit finds out whether it was, or throws Failure and says that it
+// the change is committed, Commit finds out whether it was, or throws Error and says that it
 // could not. An engine stays with the generation of the store that it was opened with: when another
-// one has replaced it, writers throw Failure at once and readers when its tables are gone.
+// one has replaced it, writers throw Error at once and readers when its tables are gone.
+
+/// Four rows of such a size as its blocks have fill a page of the server.
+inline constexpr Traits kTraits{"PostgreSQL", 1980, true, true, false};
 
 /// True for an address that is a database's.
 inline bool IsAddress(const std::string& address)
@@ -39,6 +42,6 @@ void CheckEngine(const std::string& address);
 /// replaced a minute ago or earlier; not while a loader is at work. Returns how many were dropped.
 std::size_t Clean(const std::string& address);
 
-} // namespace ko::store::postgres
+} // namespace ko::store::inner::postgres
 
 #endif

@@ -1,11 +1,11 @@
 #include "engine/postgres_access.h"
 
-#include "base/failure.h"
+#include <kostore.h>
 
 #include <algorithm>
 #include <charconv>
 
-namespace ko::store::postgres
+namespace ko::store::inner::postgres
 {
 
 namespace
@@ -45,7 +45,7 @@ Parameters OfRange(const Range& range)
 void CheckSizes(std::string_view key, std::string_view value)
 {
     if (key.empty() || key.size() > kMaxKey || value.size() > kMaxValue)
-        throw Failure(Exit::Io, "a key or a value of a size that no row has");
+        throw Error(ErrorCode::Io, "a key or a value of a size that no row has");
 }
 
 void Session::Fail(const SqlError& error)
@@ -62,8 +62,9 @@ void Session::Fail(const SqlError& error)
 
 void Session::FailDamaged() const
 {
-    throw Failure(Exit::Damaged, m_pool->Of().Shown() + ": the server has answered with other rows "
-                                                        "than those that it was asked for");
+    throw Error(ErrorCode::Damaged, m_pool->Of().Shown() +
+                                        ": the server has answered with other rows "
+                                        "than those that it was asked for");
 }
 
 void Session::SendAhead()
@@ -163,4 +164,4 @@ Answer Session::Page(Space space, const Range& range, Direction direction, std::
     });
 }
 
-} // namespace ko::store::postgres
+} // namespace ko::store::inner::postgres

@@ -7,7 +7,7 @@
 #include <memory>
 #include <utility>
 
-namespace ko::store::postgres
+namespace ko::store::inner::postgres
 {
 
 /// What readers and writers share: one transaction of one connection, which is begun by the first
@@ -70,12 +70,12 @@ private:
     std::size_t m_ahead = 0; ///< statements sent of which nobody waits for the answer
 };
 
-/// A key or a value of a size that no row has: throws Failure (Exit::Io).
+/// A key or a value of a size that no row has: throws Error (ErrorCode::Io).
 void CheckSizes(std::string_view key, std::string_view value);
 
 std::unique_ptr<Reader> MakeReader(std::shared_ptr<Pool> pool);
 std::unique_ptr<Writer> MakeWriter(std::shared_ptr<Pool> pool);
 
-} // namespace ko::store::postgres
+} // namespace ko::store::inner::postgres
 
 #endif

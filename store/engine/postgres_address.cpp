@@ -1,6 +1,6 @@
 #include "engine/postgres_address.h"
 
-#include "base/failure.h"
+#include <kostore.h>
 
 #include <libpq-fe.h>
 
@@ -9,7 +9,7 @@
 #include <map>
 #include <memory>
 
-namespace ko::store::postgres
+namespace ko::store::inner::postgres
 {
 
 namespace
@@ -59,7 +59,7 @@ Address::Address(const std::string& text)
     const std::size_t hash = text.find('#');
     m_store = hash == std::string::npos ? "kotm" : text.substr(hash + 1);
     if (m_store.empty() || m_store.size() > kLongestName || m_store.find('\0') != std::string::npos)
-        throw Failure(Exit::Usage, "the name of a store in a database has 1 to 1,024 bytes");
+        throw Error(ErrorCode::Usage, "the name of a store in a database has 1 to 1,024 bytes");
     ReadUrl(text.substr(0, hash));
 }
 
@@ -67,8 +67,8 @@ void Address::ReadUrl(const std::string& url)
 {
     const Options parsed(PQconninfoParse(url.c_str(), nullptr));
     if (!parsed)
-        throw Failure(Exit::Usage, "the address of the database is no URL of the form "
-                                   "postgresql://user@host:port/database#STORE");
+        throw Error(ErrorCode::Usage, "the address of the database is no URL of the form "
+                                      "postgresql://user@host:port/database#STORE");
     const Options defaults(PQconndefaults());
     auto said = Said(parsed.get());
     const auto environment = OfEnvironment(defaults.get());
@@ -102,4 +102,4 @@ void Address::ReadUrl(const std::string& url)
               "#" + m_store;
 }
 
-} // namespace ko::store::postgres
+} // namespace ko::store::inner::postgres

@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-namespace ko::store::postgres
+namespace ko::store::inner::postgres
 {
 
 /// A store in a database: a connection URL of libpq, `#`, and the store's name, which is any text
@@ -14,7 +14,7 @@ namespace ko::store::postgres
 class Address
 {
 public:
-    /// Throws Failure (Exit::Usage); its sentence has nothing of the URL, which may hold a
+    /// Throws Error (ErrorCode::Usage); its sentence has nothing of the URL, which may hold a
     /// password.
     explicit Address(const std::string& text);
 
@@ -42,6 +42,6 @@ private:
     std::string m_shown;
 };
 
-} // namespace ko::store::postgres
+} // namespace ko::store::inner::postgres
 
 #endif

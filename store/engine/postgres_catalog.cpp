@@ -1,11 +1,11 @@
 #include "engine/postgres_catalog.h"
 
-#include "base/failure.h"
+#include <kostore.h>
 
 #include <random>
 #include <utility>
 
-namespace ko::store::postgres
+namespace ko::store::inner::postgres
 {
 
 namespace
@@ -90,7 +90,8 @@ void Lease::Claim()
         claimed = m_connection->Run(kClaim, parameters).Changed();
     }
     if (claimed == 0)
-        throw Failure(Exit::Io, m_address.Shown() + ": another import of the store is under way");
+        throw Error(ErrorCode::Io,
+                    m_address.Shown() + ": another import of the store is under way");
 }
 
 /// One that somebody still reads is left for the next time.
@@ -151,8 +152,9 @@ void Lease::RunAll(const std::vector<const Statement*>& statements)
 
 void Lease::FailTaken() const
 {
-    throw Failure(Exit::Io, m_address.Shown() +
-                                ": another import of the store has begun, this one took too long");
+    throw Error(ErrorCode::Io,
+                m_address.Shown() +
+                    ": another import of the store has begun, this one took too long");
 }
 
 void Lease::Renew()
@@ -172,7 +174,7 @@ void Lease::Publish(bool replace)
             return;
         } catch (const SqlError& error) {
             if (error.Is("23505"))
-                throw Failure(Exit::Io, m_address.Shown() + ": there is a store already");
+                throw Error(ErrorCode::Io, m_address.Shown() + ": there is a store already");
             if (m_keeps) { // the outcome was not told
                 FindOutcome();
                 return;
@@ -239,11 +241,11 @@ void Lease::FindOutcome()
             return;
     } catch (const SqlError&) {
     }
-    throw Failure(Exit::Io,
-                  m_address.Shown() + (m_keeps ? ": the connection was lost while the store was "
-                                                 "published, and whether it was is not known"
-                                               : ": the connection was lost before the store was "
-                                                 "published"));
+    throw Error(ErrorCode::Io,
+                m_address.Shown() + (m_keeps ? ": the connection was lost while the store was "
+                                               "published, and whether it was is not known"
+                                             : ": the connection was lost before the store was "
+                                               "published"));
 }
 
 void Lease::GiveBack() noexcept
@@ -269,4 +271,4 @@ void Lease::GiveBack() noexcept
     }
 }
 
-} // namespace ko::store::postgres
+} // namespace ko::store::inner::postgres

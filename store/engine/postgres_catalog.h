@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-namespace ko::store::postgres
+namespace ko::store::inner::postgres
 {
 
 /// Where a store has its tables.
@@ -27,7 +27,7 @@ class Lease
 {
 public:
     /// Claims the lease, drops what loaders before left behind, and makes the tables if it
-    /// `loads`. Throws SqlError, and Failure where another loader is at work.
+    /// `loads`. Throws SqlError, and Error where another loader is at work.
     Lease(const Address& address, bool loads);
     ~Lease() { GiveBack(); }
     Lease(const Lease&) = delete;
@@ -35,11 +35,11 @@ public:
 
     Connection& Session() { return *m_connection; }
     const Generation& Statements() const { return *m_statements; }
-    /// Within a transaction of what it protects. Throws Failure where another loader has taken it.
+    /// Within a transaction of what it protects. Throws Error where another loader has taken it.
     void Renew();
     /// Has the server look at the tables, for its plans; outside of transactions.
     void Analyze();
-    /// Publishes the schema and gives the lease back. Throws Failure where there is a store and
+    /// Publishes the schema and gives the lease back. Throws Error where there is a store and
     /// `replace` does not allow for it, and where what became of it cannot be found out.
     void Publish(bool replace);
     /// How many leftovers the constructor has dropped.
@@ -64,6 +64,6 @@ private:
     bool m_keeps = false; ///< the schema is, or may be, the store's
 };
 
-} // namespace ko::store::postgres
+} // namespace ko::store::inner::postgres
 
 #endif

@@ -9,7 +9,7 @@
 #include <thread>
 #include <utility>
 
-namespace ko::store::postgres
+namespace ko::store::inner::postgres
 {
 
 namespace
@@ -317,4 +317,4 @@ std::unique_ptr<Connection> Connect(const Address& address, Connection::Purpose 
     }
 }
 
-} // namespace ko::store::postgres
+} // namespace ko::store::inner::postgres

@@ -17,7 +17,7 @@
 #include <string_view>
 #include <vector>
 
-namespace ko::store::postgres
+namespace ko::store::inner::postgres
 {
 
 /// What a server refused, or class 08 where it is gone or does not answer.
@@ -36,7 +36,7 @@ public:
     bool IsLost() const;
     /// A table or a schema that is not there.
     bool IsMissing() const { return Is("42P01") || Is("3F000"); }
-    /// A sentence for the user, with Exit::Damaged where the server says that its files are.
+    /// A sentence for the user, with ErrorCode::Damaged where the server says that its files are.
     [[noreturn]] void Fail(const Address& address) const;
 
 private:
@@ -153,6 +153,6 @@ private:
 std::unique_ptr<Connection> Connect(const Address& address, Connection::Purpose purpose,
                                     bool patient);
 
-} // namespace ko::store::postgres
+} // namespace ko::store::inner::postgres
 
 #endif

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-namespace ko::store::postgres
+namespace ko::store::inner::postgres
 {
 
 namespace
@@ -106,4 +106,4 @@ std::unique_ptr<Cursor> MakeCursor(PageSource& source, Space space, const Range&
     return std::make_unique<PageCursor>(source, space, range, direction);
 }
 
-} // namespace ko::store::postgres
+} // namespace ko::store::inner::postgres

@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-namespace ko::store::postgres
+namespace ko::store::inner::postgres
 {
 
 /// Where a cursor gets its pages.
@@ -26,6 +26,6 @@ public:
 std::unique_ptr<Cursor> MakeCursor(PageSource& source, Space space, const Range& range,
                                    Direction direction);
 
-} // namespace ko::store::postgres
+} // namespace ko::store::inner::postgres
 
 #endif

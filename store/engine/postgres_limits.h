@@ -3,7 +3,7 @@
 
 #include <chrono>
 
-namespace ko::store::postgres
+namespace ko::store::inner::postgres
 {
 
 /// How long things may take.
@@ -20,6 +20,6 @@ inline Limits& LimitsInForce()
     return limits;
 }
 
-} // namespace ko::store::postgres
+} // namespace ko::store::inner::postgres
 
 #endif

@@ -1,12 +1,12 @@
-#include "base/failure.h"
 #include "engine/postgres.h"
 #include "engine/postgres_access.h"
 #include "engine/postgres_catalog.h"
+#include <kostore.h>
 
 #include <chrono>
 #include <utility>
 
-namespace ko::store::postgres
+namespace ko::store::inner::postgres
 {
 
 namespace
@@ -37,19 +37,21 @@ public:
             {
                 const auto connection = Connect(m_address, Connection::Purpose::Load, false);
                 if (!m_replaces && FindStore(*connection, m_address))
-                    throw Failure(Exit::Io, m_address.Shown() + ": there is a store already");
+                    throw Error(ErrorCode::Io, m_address.Shown() + ": there is a store already");
             }
             m_lease = std::make_unique<Lease>(m_address, true);
         });
     }
+
+    const Traits& About() const override { return kTraits; }
 
     void Append(Space space, std::string_view key, std::string_view value) override
     {
         CheckSizes(key, value);
         Buffer& buffer = m_buffers[static_cast<std::size_t>(space)];
         if (key <= buffer.last)
-            throw Failure(Exit::Io,
-                          m_address.Shown() + ": keys came in another order than they stand in");
+            throw Error(ErrorCode::Io,
+                        m_address.Shown() + ": keys came in another order than they stand in");
         buffer.last = key;
         buffer.rows += kTwoFields;
         AppendField(buffer.rows, key);
@@ -175,7 +177,8 @@ void CheckEngine(const std::string& text)
     Look(address, [&](Connection& connection) {
         const auto found = FindStore(connection, address);
         if (!found)
-            throw Failure(Exit::Io, address.Shown() + ": there is no such store in the database");
+            throw Error(ErrorCode::Io,
+                        address.Shown() + ": there is no such store in the database");
         const Generation generation(found->schema);
         const Answer columns = connection.Run(kDescribeTables, Parameters().Add(found->schema));
         for (std::size_t i = 0; i < kSpaces; ++i) {
@@ -188,13 +191,13 @@ void CheckEngine(const std::string& text)
                     ++sound;
             }
             if (sound != 2)
-                throw Failure(Exit::Damaged, address.Shown() + ": its table of " +
-                                                 SpaceName(space) +
-                                                 " has no columns of key and value");
+                throw Error(ErrorCode::Damaged, address.Shown() + ": its table of " +
+                                                    SpaceName(space) +
+                                                    " has no columns of key and value");
             if (connection.Run(generation.CountBadKeys(space)).Number(0, 0) != 0)
-                throw Failure(Exit::Damaged, address.Shown() + ": its table of " +
-                                                 SpaceName(space) +
-                                                 " has keys of a length that none has");
+                throw Error(ErrorCode::Damaged, address.Shown() + ": its table of " +
+                                                    SpaceName(space) +
+                                                    " has keys of a length that none has");
         }
         return true;
     });
@@ -210,4 +213,4 @@ std::size_t Clean(const std::string& text)
     }
 }
 
-} // namespace ko::store::postgres
+} // namespace ko::store::inner::postgres

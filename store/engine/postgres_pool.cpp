@@ -1,11 +1,11 @@
 #include "engine/postgres_pool.h"
 
-#include "base/failure.h"
+#include <kostore.h>
 
 #include <random>
 #include <utility>
 
-namespace ko::store::postgres
+namespace ko::store::inner::postgres
 {
 
 namespace
@@ -27,7 +27,8 @@ Pool::Pool(const std::string& address, Mode mode) : m_address(address), m_mode(m
         auto connection = Connect(m_address, PurposeOf(mode), false);
         const auto found = FindStore(*connection, m_address);
         if (!found)
-            throw Failure(Exit::Io, m_address.Shown() + ": there is no such store in the database");
+            throw Error(ErrorCode::Io,
+                        m_address.Shown() + ": there is no such store in the database");
         m_where = *found;
         m_statements = std::make_unique<Generation>(m_where.schema);
         m_idle.push_back(std::move(connection));
@@ -144,19 +145,19 @@ bool Pool::WasMade(const std::string& mark)
             const bool mayHelp = error.IsConflict() || error.IsLost();
             if (!mayHelp || std::chrono::steady_clock::now() > end)
                 break;
-        } catch (const Failure&) {
+        } catch (const Error&) {
             break;
         }
     }
-    throw Failure(Exit::Io, m_address.Shown() +
-                                ": the connection was lost while a change was committed, and "
-                                "whether it was is not known: look before making it again");
+    throw Error(ErrorCode::Io, m_address.Shown() +
+                                   ": the connection was lost while a change was committed, and "
+                                   "whether it was is not known: look before making it again");
 }
 
 void Pool::FailReplaced() const
 {
-    throw Failure(Exit::Io,
-                  m_address.Shown() + ": the store has been replaced meanwhile: open it again");
+    throw Error(ErrorCode::Io,
+                m_address.Shown() + ": the store has been replaced meanwhile: open it again");
 }
 
-} // namespace ko::store::postgres
+} // namespace ko::store::inner::postgres

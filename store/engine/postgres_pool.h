@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace ko::store::postgres
+namespace ko::store::inner::postgres
 {
 
 /// What the readers and writers of an engine share: where the store is, and connections that
@@ -16,14 +16,14 @@ namespace ko::store::postgres
 class Pool
 {
 public:
-    /// Throws Failure where there is no store.
+    /// Throws Error where there is no store.
     Pool(const std::string& address, Mode mode);
 
     const Address& Of() const { return m_address; }
     const Where& Place() const { return m_where; }
     const Generation& Statements() const { return *m_statements; }
 
-    /// A connection outside any transaction. Throws Failure where none can be had.
+    /// A connection outside any transaction. Throws Error where none can be had.
     std::unique_ptr<Connection> Take();
     /// Takes one back, whose transaction is over or is ended by this.
     void Give(std::unique_ptr<Connection> connection, bool inTransaction) noexcept;
@@ -36,7 +36,7 @@ public:
     /// once; those of a process that is killed stay until the generation goes.
     void Finish(std::string mark, Connection& connection) noexcept;
     /// Tells whether a change was committed whose connection was lost, and makes sure that it
-    /// stays so. Throws Failure where that cannot be found out.
+    /// stays so. Throws Error where that cannot be found out.
     bool WasMade(const std::string& mark);
 
     [[noreturn]] void FailReplaced() const;
@@ -55,6 +55,6 @@ private:
     std::vector<std::unique_ptr<Connection>> m_idle;
 };
 
-} // namespace ko::store::postgres
+} // namespace ko::store::inner::postgres
 
 #endif

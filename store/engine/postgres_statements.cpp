@@ -3,7 +3,7 @@
 #include <initializer_list>
 #include <utility>
 
-namespace ko::store::postgres
+namespace ko::store::inner::postgres
 {
 
 namespace
@@ -99,4 +99,4 @@ Generation::Generation(const std::string& schema, bool ascending) : m_schema(Quo
         Make("erase marks", Text({"delete from ", marks, " where mark = any($1::bytea[])"}));
 }
 
-} // namespace ko::store::postgres
+} // namespace ko::store::inner::postgres

@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-namespace ko::store::postgres
+namespace ko::store::inner::postgres
 {
 
 /// The text of a statement. It is known when the program is compiled or put together by Generation,
@@ -161,6 +161,6 @@ private:
         m_eraseMarks;
 };
 
-} // namespace ko::store::postgres
+} // namespace ko::store::inner::postgres
 
 #endif

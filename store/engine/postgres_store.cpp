@@ -1,20 +1,17 @@
-#include "base/failure.h"
 #include "engine/postgres.h"
 #include "engine/postgres_access.h"
+#include <kostore.h>
 
 #include <map>
 #include <optional>
 #include <utility>
 
-namespace ko::store::postgres
+namespace ko::store::inner::postgres
 {
 
 namespace
 {
 
-/// Four rows of such a size fill a page of the server.
-constexpr std::size_t kBlockBytes = 1980;
-constexpr Traits kTraits{"PostgreSQL", kBlockBytes, true, true};
 /// What a writer gathers before it sends it.
 constexpr std::size_t kMostGathered = 4U << 20;
 constexpr int kAttempts = 10;
@@ -197,7 +194,7 @@ public:
     std::unique_ptr<Writer> Write() override
     {
         if (m_mode == Mode::Read)
-            throw Failure(Exit::Io, m_pool->Of().Shown() + ": was opened for reading only");
+            throw Error(ErrorCode::Io, m_pool->Of().Shown() + ": was opened for reading only");
         return std::make_unique<PostgresWriter>(m_pool);
     }
 
@@ -213,4 +210,4 @@ std::unique_ptr<Engine> OpenEngine(const std::string& address, Mode mode)
     return std::make_unique<PostgresEngine>(address, mode);
 }
 
-} // namespace ko::store::postgres
+} // namespace ko::store::inner::postgres

@@ -1,9 +1,9 @@
-#include "base/failure.h"
 #include "engine/postgres_connection.h"
+#include <kostore.h>
 
 #include <charconv>
 
-namespace ko::store::postgres
+namespace ko::store::inner::postgres
 {
 
 namespace
@@ -34,8 +34,8 @@ bool SqlError::IsLost() const
 void SqlError::Fail(const Address& address) const
 {
     const bool isDamaged = Is("XX001") || Is("XX002");
-    throw Failure(isDamaged ? Exit::Damaged : Exit::Io,
-                  address.Shown() + ": " + m_message + " (" + m_state + ")");
+    throw Error(isDamaged ? ErrorCode::Damaged : ErrorCode::Io,
+                address.Shown() + ": " + m_message + " (" + m_state + ")");
 }
 
 Parameters& Parameters::Add(std::string_view bytes)
@@ -90,4 +90,4 @@ std::uint64_t Answer::Changed() const
     return rows;
 }
 
-} // namespace ko::store::postgres
+} // namespace ko::store::inner::postgres

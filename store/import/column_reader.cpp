@@ -1,6 +1,6 @@
 #include "import/column_reader.h"
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 bool ColumnReader::Convert(std::string_view utf8, std::uint32_t hash, std::string_view& form,
@@ -22,4 +22,4 @@ bool ColumnReader::Convert(std::string_view utf8, std::uint32_t hash, std::strin
     return true;
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

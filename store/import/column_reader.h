@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// Reads the texts of one attribute of many objects. Columns repeat their values: most fields of a
@@ -49,6 +49,6 @@ private:
     FormMemo* m_memo = &m_newMemo;
 };
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

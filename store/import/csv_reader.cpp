@@ -1,7 +1,7 @@
 #include "import/csv_reader.h"
 
-#include "base/failure.h"
 #include "import/plain_row.h"
+#include <kostore.h>
 
 #include <csv.h>
 #include <fcntl.h>
@@ -12,7 +12,7 @@
 #include <cerrno>
 #include <cstring>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 namespace
@@ -60,7 +60,7 @@ struct CsvReader::State {
             got = pread(file, to, most, static_cast<off_t>(offset));
         } while (got < 0 && errno == EINTR);
         if (got < 0)
-            throw Failure(Exit::Io, path + ": " + std::strerror(errno));
+            throw Error(ErrorCode::Io, path + ": " + std::strerror(errno));
         return static_cast<std::size_t>(got);
     }
 
@@ -87,7 +87,7 @@ struct CsvReader::State {
     {
         csv_free(&parser);
         if (csv_init(&parser, CSV_STRICT | CSV_STRICT_FINI) != 0)
-            throw Failure(Exit::Io, "no memory for the CSV parser");
+            throw Error(ErrorCode::Io, "no memory for the CSV parser");
         csv_set_space_func(&parser, Never); // blanks belong to a field
     }
 
@@ -219,12 +219,12 @@ CsvReader::CsvReader(const std::string& path) : m_state(std::make_unique<State>(
     struct stat info {
     };
     if (state.file < 0 || fstat(state.file, &info) != 0)
-        throw Failure(Exit::Io, path + ": " + std::strerror(errno));
+        throw Error(ErrorCode::Io, path + ": " + std::strerror(errno));
     if (!S_ISREG(info.st_mode))
-        throw Failure(Exit::Io,
-                      path + ": " +
-                          (S_ISDIR(info.st_mode) ? "is a directory" : "is a pipe or device") +
-                          "; rows are read from a regular file");
+        throw Error(ErrorCode::Io,
+                    path + ": " +
+                        (S_ISDIR(info.st_mode) ? "is a directory" : "is a pipe or device") +
+                        "; rows are read from a regular file");
     state.size = static_cast<std::uint64_t>(info.st_size);
     state.StartParser();
     state.Refill();
@@ -271,7 +271,7 @@ CsvReader::Result CsvReader::Next()
                                             State::OnField, State::OnRow, &state);
         if (taken != length) {
             if (csv_error(&state.parser) != CSV_EPARSE)
-                throw Failure(Exit::Io, "no memory for the CSV parser");
+                throw Error(ErrorCode::Io, "no memory for the CSV parser");
             const std::uint64_t offset = state.Offset() + taken;
             state.SkipLine();
             return state.Fail("quote that neither opens nor closes a field", offset);
@@ -334,7 +334,8 @@ std::string CsvReader::RowBytes(std::uint64_t from, std::size_t most) const
         const std::size_t got = m_state->Read(bytes.data() + filled, bytes.size() - filled,
                                               m_state->rowStart.offset + from + filled);
         if (got == 0)
-            throw Failure(Exit::Io, m_state->path + ": the file became shorter while it was read");
+            throw Error(ErrorCode::Io,
+                        m_state->path + ": the file became shorter while it was read");
         filled += got;
     }
     return bytes;
@@ -355,4 +356,4 @@ std::uint64_t CsvReader::Offset() const
     return m_state->Offset();
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// Reads a CSV file row by row and knows where every row and field stands.
@@ -24,7 +24,7 @@ public:
 
     static constexpr std::uint64_t kMaxRowBytes = 16U << 20;
 
-    /// Throws Failure (Exit::Io) for a file that cannot be read.
+    /// Throws Error (ErrorCode::Io) for a file that cannot be read.
     explicit CsvReader(const std::string& path);
     ~CsvReader();
     CsvReader(const CsvReader&) = delete;
@@ -57,6 +57,6 @@ private:
     std::unique_ptr<State> m_state;
 };
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 std::string StrangeEncoding(std::string_view start)
@@ -46,4 +46,4 @@ std::string StrangeSeparator(const std::vector<std::string_view>& fields)
     return {};
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 // What is strange about a file whose first row is no header that is wanted, as a sentence for its
@@ -16,6 +16,6 @@ std::string StrangeEncoding(std::string_view start);
 /// `fields` are those of the row.
 std::string StrangeSeparator(const std::vector<std::string_view>& fields);
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

@@ -2,7 +2,7 @@
 
 #include "base/utf8.h"
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 void Advance(FilePosition& position, std::string_view bytes, char& previous)
@@ -48,4 +48,4 @@ std::size_t FindInRow(std::string_view row, std::size_t field, std::size_t byte)
     }
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string_view>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// A place in a text file. Line and column count from 1, the column in characters; the offset is
@@ -22,6 +22,6 @@ void Advance(FilePosition& position, std::string_view bytes, char& previous);
 /// row, where there is no such byte.
 std::size_t FindInRow(std::string_view row, std::size_t field, std::size_t byte);
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

@@ -1,7 +1,6 @@
 #include "import/importer.h"
 
 #include "base/arguments.h"
-#include "base/failure.h"
 #include "base/same_file.h"
 #include "base/visible.h"
 #include "engine/engine.h"
@@ -10,11 +9,12 @@
 #include "import/file_kind.h"
 #include "import/rejects.h"
 #include "object/bulk.h"
+#include <kostore.h>
 
 #include <algorithm>
 #include <ostream>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 namespace
@@ -61,10 +61,10 @@ std::vector<std::size_t> MapColumns(CsvReader& csv, const std::string& path, con
 {
     const CsvReader::Result result = csv.Next();
     if (result == CsvReader::Result::End)
-        throw Failure(Exit::Usage, path + ": the file is empty, a header is expected");
+        throw Error(ErrorCode::Usage, path + ": the file is empty, a header is expected");
     const auto refuse = [&](const std::string& reason) {
         const std::string strange = StrangeEncoding(csv.RowBytes(0, 4096));
-        throw Failure(Exit::Usage, path + ": " + (strange.empty() ? reason : strange));
+        throw Error(ErrorCode::Usage, path + ": " + (strange.empty() ? reason : strange));
     };
     if (result == CsvReader::Result::Malformed)
         refuse("header: " + Place(csv.FaultPosition()) + ": " + csv.Reason());
@@ -95,8 +95,9 @@ void CheckNames(const ImportRequest& request)
     };
     const auto refuse = [](const Name& file, const Name& other) {
         if (!file.path.empty() && IsSameFile(file.path, other.path))
-            throw Failure(Exit::Usage, std::string(file.what) + ' ' + file.path +
-                                           " is the same file as " + other.what + ' ' + other.path);
+            throw Error(ErrorCode::Usage, std::string(file.what) + ' ' + file.path +
+                                              " is the same file as " + other.what + ' ' +
+                                              other.path);
     };
     const Name csv{"the CSV file", request.csv};
     const Name schema{"the schema", request.schema};
@@ -129,9 +130,8 @@ public:
         Open();
         const std::string difference = m_objects->GetSchema().DifferenceTo(m_schema);
         if (!difference.empty())
-            throw Failure(Exit::Usage,
-                          m_request.store +
-                              ": has another schema than the one given: " + difference);
+            throw Error(ErrorCode::Usage,
+                        m_request.store + ": has another schema than the one given: " + difference);
         Rejects rejects(m_request.rejects, m_messages, rejectsTold);
         const std::uint64_t before = m_objects->GetCounts().objects;
         {
@@ -220,10 +220,10 @@ ImportResult Import(const ImportRequest& request, const Schema& schema, std::ost
         } catch (const Conflict&) {
             // The next run begins with the first row.
             if (run == kMostRuns)
-                throw Failure(Exit::Io, request.store + ": other changes came between " +
-                                            std::to_string(kMostRuns) + " times: try again");
+                throw Error(ErrorCode::Io, request.store + ": other changes came between " +
+                                               std::to_string(kMostRuns) + " times: try again");
         }
     }
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

@@ -7,7 +7,7 @@
 #include <iosfwd>
 #include <string>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 struct ImportRequest {
@@ -26,12 +26,12 @@ struct ImportResult {
 };
 
 /// Imports a CSV file into a store, which is made where there is none, as one transaction. What
-/// the user is told on the way goes to `messages`. Throws Failure, with the store and the file for
+/// the user is told on the way goes to `messages`. Throws Error, with the store and the file for
 /// rejected rows as they were, for a file without a header or without a column of the schema, a
 /// schema that is not the store's, an output that is an input too, and faults of files. Where only
 /// that last file cannot get its name, the rows are stored, and the sentence says so.
 ImportResult Import(const ImportRequest& request, const Schema& schema, std::ostream& messages);
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

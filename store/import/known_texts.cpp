@@ -2,7 +2,7 @@
 
 #include <utility>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 KnownTexts::Text* KnownTexts::Add(std::uint32_t hash, std::string_view text, std::string_view form)
@@ -42,4 +42,4 @@ void KnownTexts::Grow()
     }
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

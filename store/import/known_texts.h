@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// Texts that were read before, and the form that each became.
@@ -64,6 +64,6 @@ private:
     std::size_t m_end = 1; ///< of what is in use of m_bytes
 };
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

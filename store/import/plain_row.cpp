@@ -6,7 +6,7 @@
 #include <emmintrin.h>
 #endif
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 namespace
@@ -57,4 +57,4 @@ std::size_t SplitPlainRow(const char* bytes, std::size_t size, bool atEnd,
     return 0;
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

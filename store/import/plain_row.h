@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// Bytes that may be read, whatever they are, after those given to SplitPlainRow.
@@ -19,6 +19,6 @@ inline constexpr std::size_t kPlainRowSlack = 16;
 std::size_t SplitPlainRow(const char* bytes, std::size_t size, bool atEnd,
                           std::vector<std::string_view>& fields);
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

@@ -1,9 +1,9 @@
 #include "import/rejects.h"
 
-#include "base/failure.h"
 #include "base/same_file.h"
 #include "base/sync_directory.h"
 #include "base/visible.h"
+#include <kostore.h>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -15,7 +15,7 @@
 #include <ostream>
 #include <utility>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 namespace
@@ -62,7 +62,7 @@ Rejects::~Rejects()
 
 void Rejects::Fail() const
 {
-    throw Failure(Exit::Io, m_path + ": cannot be written: " + std::strerror(errno));
+    throw Error(ErrorCode::Io, m_path + ": cannot be written: " + std::strerror(errno));
 }
 
 int Rejects::Open()
@@ -150,10 +150,10 @@ void Rejects::Publish()
         return;
     const std::string written = std::exchange(m_beside, {});
     if (std::rename(written.c_str(), m_target.c_str()) != 0)
-        throw Failure(Exit::Io, m_path + ": " + std::strerror(errno) +
-                                    "; the other rows are stored, those rejected are in " +
-                                    written);
+        throw Error(ErrorCode::Io, m_path + ": " + std::strerror(errno) +
+                                       "; the other rows are stored, those rejected are in " +
+                                       written);
     SyncDirectoryOf(m_target);
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

@@ -8,7 +8,7 @@
 #include <iosfwd>
 #include <string>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// "line 3, column 7, byte 29"
@@ -23,7 +23,7 @@ class Rejects
 {
 public:
     /// An empty `path` tells the user. `told` is how many an earlier attempt has told of. Throws
-    /// Failure (Exit::Io), as do Take and Finish, for a file that cannot be written.
+    /// Error (ErrorCode::Io), as do Take and Finish, for a file that cannot be written.
     Rejects(const std::string& path, std::ostream& messages, std::uint64_t& told);
     ~Rejects();
     Rejects(const Rejects&) = delete;
@@ -32,7 +32,7 @@ public:
     void Take(const CsvReader& csv, const FilePosition& position, const std::string& reason);
     /// All rows have been taken, and are on disk afterwards.
     void Finish();
-    /// Gives the file its name. Throws Failure (Exit::Io) that names the file that has the rows.
+    /// Gives the file its name. Throws Error (ErrorCode::Io) that names the file that has the rows.
     void Publish();
 
     std::uint64_t Count() const { return m_count; }
@@ -53,6 +53,6 @@ private:
     std::uint64_t m_count = 0;
 };
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

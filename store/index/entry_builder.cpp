@@ -8,7 +8,7 @@
 #include <algorithm>
 #include <optional>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 namespace
@@ -228,4 +228,4 @@ void EntryBuilder::Finish(const RowPacker::Take& take)
     m_state->Finish(take);
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// Sorts the entries of one index in bounded memory and makes rows of them: runs are sorted in
@@ -28,7 +28,7 @@ public:
 
     /// Object numbers come in ascending order. An empty form stands for an absent value.
     /// `hint` is 0 or what was left there when the same form was added before, which saves making
-    /// its key. Throws Failure (Exit::Io) where the temporary file cannot be written.
+    /// its key. Throws Error (ErrorCode::Io) where the temporary file cannot be written.
     void Add(std::string_view form, std::uint64_t number, std::uint64_t& hint);
 
     /// Hands over every row in the order of keys. The builder is empty afterwards.
@@ -39,6 +39,6 @@ private:
     std::unique_ptr<State> m_state;
 };
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 ValueKeys::ValueKeys(std::size_t attribute, const ValueType& type) : m_type(type.Id())
@@ -22,7 +22,8 @@ ValueKeys::ValueKeys(std::size_t attribute, const ValueType& type) : m_type(type
 std::string_view ValueKeys::Of(std::string_view form)
 {
     if (form.empty() && m_absent.empty())
-        throw Failure(Exit::Damaged, "an object lacks the value of an attribute that has no null");
+        throw Error(ErrorCode::Damaged,
+                    "an object lacks the value of an attribute that has no null");
     if (form.empty())
         return m_absent;
     return {m_key, Fill(form)};
@@ -45,4 +46,4 @@ bool EntryKey::Open(std::string_view key)
     return Attribute() < Schema::kMaxAttributes && first != 0 && first <= kMaxObjectNumber;
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 // The keys of Space::Entries: attribute (2 bytes, most significant first), sort key of the value,
@@ -28,8 +28,8 @@ public:
     ValueKeys(std::size_t attribute, const ValueType& type);
 
     /// The value's key of a form, or of an absent value for an empty one: that is the key of the
-    /// type's null value. A type without one has no absent values: Failure (Exit::Damaged). Valid
-    /// until the next call.
+    /// type's null value. A type without one has no absent values: Error (ErrorCode::Damaged).
+    /// Valid until the next call.
     std::string_view Of(std::string_view form);
     /// True for a key that was cut, or is as long as one that was.
     static bool MayBeCut(std::string_view valueKey)
@@ -87,6 +87,6 @@ inline std::string BehindAttribute(std::size_t attribute)
     return BeforeAttribute(attribute + 1);
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

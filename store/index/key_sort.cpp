@@ -6,7 +6,7 @@
 #include <bit>
 #include <utility>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 namespace
@@ -107,4 +107,4 @@ void KeySort::SortWords(std::size_t begin, std::size_t end)
     }
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

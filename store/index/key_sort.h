@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// Sorts keys by their bytes, eight at a time: many keys by counting, 24 bits from the first one
@@ -46,6 +46,6 @@ private:
     std::vector<Entry> m_other;
 };
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

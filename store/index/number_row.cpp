@@ -5,7 +5,7 @@
 
 #include <algorithm>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 namespace
@@ -130,4 +130,4 @@ void RowPacker::Emit(const std::uint64_t* numbers, std::size_t count)
     m_take(m_key, m_bytes, count);
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// The value of a row of Space::Entries, without its checksum: the numbers of the objects that have
@@ -67,6 +67,6 @@ private:
     std::string m_bytes;
 };
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

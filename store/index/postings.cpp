@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <bit>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 namespace
@@ -113,4 +113,4 @@ bool Postings::Erase(std::string_view valueKey, std::uint64_t number)
     return true;
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// The rows of Space::Entries, in the order of their keys, to be changed. Values are without their
@@ -25,7 +25,7 @@ public:
 };
 
 /// Changes the rows so that no two of one value overlap, and every number stands once. A row that
-/// is met and damaged ends in Failure (Exit::Damaged).
+/// is met and damaged ends in Error (ErrorCode::Damaged).
 class Postings
 {
 public:
@@ -61,6 +61,6 @@ private:
     std::string m_bytes;
 };
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

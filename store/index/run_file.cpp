@@ -1,6 +1,6 @@
 #include "index/run_file.h"
 
-#include "base/failure.h"
+#include <kostore.h>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -10,7 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 namespace
@@ -75,7 +75,7 @@ std::size_t RunFile::Read(char* to, std::size_t most, std::uint64_t offset) cons
 
 void RunFile::Fail() const
 {
-    throw Failure(Exit::Io, m_name + ": " + std::strerror(errno));
+    throw Error(ErrorCode::Io, m_name + ": " + std::strerror(errno));
 }
 
 RunReader::RunReader(const RunFile& file, std::uint64_t start, std::uint64_t end,
@@ -122,4 +122,4 @@ void RunReader::TakeBytes(char* to, std::size_t size)
     }
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

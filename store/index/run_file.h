@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// The sorted runs of an index: groups of an entry and the numbers of the objects that share its
@@ -15,7 +15,7 @@ namespace ko::store
 class RunFile
 {
 public:
-    /// `path` names the place. Throws Failure (Exit::Io), as do Add, Flush and Read.
+    /// `path` names the place. Throws Error (ErrorCode::Io), as do Add, Flush and Read.
     explicit RunFile(const std::string& path);
     ~RunFile();
     RunFile(const RunFile&) = delete;
@@ -74,6 +74,6 @@ private:
     bool m_atEnd = false;
 };
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

@@ -1,17 +1,17 @@
 #include "object/bulk.h"
 
-#include "base/failure.h"
 #include "base/object_number.h"
 #include "block/checksum.h"
 #include "object/entry_changes.h"
 #include "object/fingerprint.h"
 #include "object/index_feed.h"
 #include "object/snapshot.h"
+#include <kostore.h>
 
 #include <algorithm>
 #include <utility>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 namespace
@@ -142,7 +142,7 @@ std::uint64_t Bulk::Add(std::span<const std::string_view> forms, std::span<FormM
 {
     const std::uint64_t number = m_counts.nextNumber;
     if (number > kMaxObjectNumber)
-        throw Failure(Exit::Io, "the store is full (no object numbers are left)");
+        throw Error(ErrorCode::Io, "the store is full (no object numbers are left)");
     const unsigned slots =
         m_description.slotsOfBlock != 0 ? m_description.slotsOfBlock : kMostSlots;
     const auto slot = static_cast<unsigned>(number % slots);
@@ -230,4 +230,4 @@ void Bulk::Commit()
     m_target->Commit();
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

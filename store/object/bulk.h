@@ -15,7 +15,7 @@
 #include <string_view>
 #include <vector>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// Where many objects go: a new store, or one that grows.
@@ -77,6 +77,6 @@ private:
     std::string m_bytes;
 };
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

@@ -1,9 +1,9 @@
 #include "object/description.h"
 
-#include "base/failure.h"
 #include "base/object_number.h"
 #include "base/version.h"
 #include "block/checksum.h"
+#include <kostore.h>
 
 #include <nlohmann/json.hpp>
 
@@ -12,7 +12,7 @@
 #include <charconv>
 #include <cstdio>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 namespace
@@ -22,8 +22,8 @@ using nlohmann::json;
 
 [[noreturn]] void FailUnreadable(const std::string& store, std::string_view row)
 {
-    throw Failure(Exit::Damaged, store + ": is damaged (the row \"" + std::string(row) +
-                                     "\" of its description is unreadable)");
+    throw Error(ErrorCode::Damaged, store + ": is damaged (the row \"" + std::string(row) +
+                                        "\" of its description is unreadable)");
 }
 
 std::string Sealed(std::string_view key, const json& object)
@@ -64,11 +64,11 @@ Description Description::Read(std::string_view sealed, const std::string& store)
 try {
     const json object = Unsealed(kKey, sealed, store);
     if (object.value("magic", "") != kStoreMagic)
-        throw Failure(Exit::Damaged, store + ": is no store of this program");
+        throw Error(ErrorCode::Damaged, store + ": is no store of this program");
     if (object.value("format", 0) != kStoreFormatVersion)
-        throw Failure(Exit::Damaged,
-                      store + ": has store format " + std::to_string(object.value("format", 0)) +
-                          ", this program reads " + std::to_string(kStoreFormatVersion));
+        throw Error(ErrorCode::Damaged,
+                    store + ": has store format " + std::to_string(object.value("format", 0)) +
+                        ", this program reads " + std::to_string(kStoreFormatVersion));
     Description description;
     const std::string order = object.value("order", "");
     const auto read =
@@ -78,8 +78,8 @@ try {
         !std::has_single_bit(description.slotsOfBlock) || description.slotsOfBlock < kFewestSlots ||
         description.slotsOfBlock > kMostSlots)
         FailUnreadable(store, kKey);
-    description.schema =
-        Schema::FromJson(object.value("schema", ""), store + ": is damaged: schema", Exit::Damaged);
+    description.schema = Schema::FromJson(object.value("schema", ""),
+                                          store + ": is damaged: schema", ErrorCode::Damaged);
     return description;
 } catch (const json::exception&) {
     FailUnreadable(store, kKey);
@@ -116,4 +116,4 @@ try {
     FailUnreadable(store, kKey);
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// What a store says of itself, in the row "store" of Space::Description.
@@ -22,8 +22,8 @@ struct Description {
 
     /// The sealed value of the row.
     std::string Write() const;
-    /// Throws Failure (Exit::Damaged), which begins with `store`, for bytes that are no description
-    /// of a store of this format.
+    /// Throws Error (ErrorCode::Damaged), which begins with `store`, for bytes that are no
+    /// description of a store of this format.
     static Description Read(std::string_view sealed, const std::string& store);
 };
 
@@ -40,6 +40,6 @@ struct Counts {
     static Counts Read(std::string_view sealed, std::size_t attributes, const std::string& store);
 };
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

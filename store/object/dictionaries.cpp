@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 namespace
@@ -78,4 +78,4 @@ void Dictionaries::Forget()
         dictionary.reset();
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// The dictionaries of a store for who writes it. They grow with what is placed, and may serve one
@@ -22,7 +22,7 @@ public:
     explicit Dictionaries(const BlockLayout& layout);
 
     /// That of an attribute whose forms vary, read where the one at hand has another size than
-    /// `size`. Throws Failure (Exit::Damaged). Valid until Forget.
+    /// `size`. Throws Error (ErrorCode::Damaged). Valid until Forget.
     Dictionary& Of(std::size_t attribute, std::uint32_t size, Reader& reader);
     /// The same for a store that has nothing yet.
     Dictionary& New(std::size_t attribute);
@@ -39,6 +39,6 @@ private:
     std::vector<std::optional<Dictionary>> m_dictionaries;
 };
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

@@ -5,7 +5,7 @@
 
 #include <vector>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 void EntryChanges::Erase(std::string_view valueKey, std::uint64_t number)
@@ -77,4 +77,4 @@ void EntryChanges::Put(std::string_view key, std::string_view value)
     m_writer.Put(Space::Entries, key, m_sealed);
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

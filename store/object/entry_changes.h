@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// The index rows of a store that changes.
@@ -22,7 +22,7 @@ public:
     {
         m_postings.Insert(valueKey, number);
     }
-    /// Ends with Failure (Exit::Damaged) where the number does not stand there.
+    /// Ends with Error (ErrorCode::Damaged) where the number does not stand there.
     void Erase(std::string_view valueKey, std::uint64_t number);
 
     /// Adds what was gathered to an index.
@@ -44,6 +44,6 @@ private:
     std::string m_sealed;
 };
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

@@ -10,7 +10,7 @@
 #include <string>
 #include <utility>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 namespace
@@ -124,4 +124,4 @@ std::uint64_t FingerprintOfOrder(const Schema& schema)
     return Hash(std::move(order));
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// A hash over the sort keys of a fixed list of values of the types of a schema, under every
@@ -13,6 +13,6 @@ namespace ko::store
 /// these types does.
 std::uint64_t FingerprintOfOrder(const Schema& schema);
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// What is worth keeping beside a form of one attribute that will come again: all 0 at first.
@@ -12,6 +12,6 @@ struct FormMemo {
     std::uint32_t entry = 0; ///< of the dictionary, and one more; 0: not known to be one
 };
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

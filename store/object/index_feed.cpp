@@ -4,7 +4,7 @@
 
 #include <utility>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 namespace
@@ -63,4 +63,4 @@ void IndexFeed::AddAll()
         Add(walk->Number(), walk->Block());
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

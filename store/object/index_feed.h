@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// Gathers the entries of indexes from the objects that are there.
@@ -38,6 +38,6 @@ private:
 /// The attributes of a schema that have an index.
 std::vector<std::size_t> IndexedAttributes(const Schema& schema);
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

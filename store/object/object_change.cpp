@@ -1,6 +1,5 @@
 #include "object/object_change.h"
 
-#include "base/failure.h"
 #include "base/object_number.h"
 #include "block/block_builder.h"
 #include "block/checksum.h"
@@ -8,12 +7,13 @@
 #include "object/dictionaries.h"
 #include "object/entry_changes.h"
 #include "object/index_feed.h"
+#include <kostore.h>
 
 #include <map>
 #include <utility>
 #include <vector>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 struct ObjectChange::State {
@@ -142,17 +142,18 @@ struct ObjectChange::State {
         const Attribute& description = now.GetSchema().attributes[attribute];
         if (form.empty() || form == nulls[attribute]) {
             if (!description.type.HasNull())
-                throw Failure(Exit::Usage, description.name +
-                                               ": there is no null value in the type " +
-                                               description.type.Name());
+                throw Error(ErrorCode::Usage, description.name +
+                                                  ": there is no null value in the type " +
+                                                  description.type.Name());
             return {};
         }
         std::size_t at = 0;
         if (Manager().Validate(description.type.Id(), form.data(), form.size(), kStoreFormat, 1,
                                at) != 0 ||
             at != form.size())
-            throw Failure(Exit::Usage, description.name + ": the bytes are no value of the type " +
-                                           description.type.Name());
+            throw Error(ErrorCode::Usage, description.name +
+                                              ": the bytes are no value of the type " +
+                                              description.type.Name());
         return form;
     }
 
@@ -197,14 +198,14 @@ std::uint64_t ObjectChange::Insert(std::span<const std::string_view> forms)
     State& state = *m_state;
     const std::size_t attributes = GetSchema().attributes.size();
     if (forms.size() != attributes)
-        throw Failure(Exit::Usage, std::to_string(forms.size()) + " values where objects have " +
-                                       std::to_string(attributes));
+        throw Error(ErrorCode::Usage, std::to_string(forms.size()) + " values where objects have " +
+                                          std::to_string(attributes));
     std::vector<std::string_view> normal;
     for (std::size_t i = 0; i < attributes; ++i)
         normal.push_back(state.Normal(i, forms[i]));
     const std::uint64_t number = state.counts.nextNumber;
     if (number > kMaxObjectNumber)
-        throw Failure(Exit::Io, "the store is full (no object numbers are left)");
+        throw Error(ErrorCode::Io, "the store is full (no object numbers are left)");
     state.Open(state.now.BlockOf(number));
     state.builder.Add(state.now.SlotOf(number));
     for (std::size_t i = 0; i < attributes; ++i)
@@ -278,4 +279,4 @@ void ObjectChange::Commit()
     state.writer->Commit();
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 class Dictionaries;
@@ -17,10 +17,10 @@ class Dictionaries;
 /// indexes and into them. Forms are those of the attributes' types, empty for absent values. A type
 /// without a null value takes no absent ones.
 ///
-/// Every call may throw Conflict, which belongs to ObjectStore::Change, and Failure: Exit::Usage
-/// for a value that is none of the type, or cannot be absent; Exit::Damaged for what is met in the
-/// store, and where its indexes were made under another order. After Failure with another status
-/// than Exit::Usage the function that changes must end.
+/// Every call may throw Conflict, which belongs to ObjectStore::Change, and Error: ErrorCode::Usage
+/// for a value that is none of the type, or cannot be absent; ErrorCode::Damaged for what is met in
+/// the store, and where its indexes were made under another order. After Error with another status
+/// than ErrorCode::Usage the function that changes must end.
 class ObjectChange
 {
 public:
@@ -51,6 +51,6 @@ private:
     std::unique_ptr<State> m_state;
 };
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

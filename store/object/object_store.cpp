@@ -1,15 +1,15 @@
 #include "object/object_store.h"
 
-#include "base/failure.h"
 #include "object/dictionaries.h"
 #include "object/entry_changes.h"
 #include "object/fingerprint.h"
 #include "object/index_feed.h"
 #include "object/object_change.h"
+#include <kostore.h>
 
 #include <utility>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 namespace
@@ -48,8 +48,8 @@ void ObjectStore::Run(const Once& once)
         } catch (const Conflict&) {
             m_dictionaries->Forget();
             if (run == kMostRuns)
-                throw Failure(Exit::Io, m_name + ": other changes came between " +
-                                            std::to_string(kMostRuns) + " times: try again");
+                throw Error(ErrorCode::Io, m_name + ": other changes came between " +
+                                               std::to_string(kMostRuns) + " times: try again");
         } catch (...) {
             m_dictionaries->Forget();
             throw;
@@ -119,4 +119,4 @@ void ObjectStore::Reindex()
     });
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

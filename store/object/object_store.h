@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 class ObjectChange;
@@ -22,7 +22,7 @@ class Dictionaries;
 class ObjectStore
 {
 public:
-    /// Throws Failure as OpenEngine does, and (Exit::Damaged) where what is there is no store of
+    /// Throws Error as OpenEngine does, and (ErrorCode::Damaged) where what is there is no store of
     /// objects in this format.
     static std::shared_ptr<ObjectStore> Open(const std::string& address, Mode mode);
     /// The same for an engine at hand; `name` begins sentences.
@@ -65,6 +65,6 @@ private:
     std::unique_ptr<Dictionaries> m_dictionaries; ///< kept between changes
 };
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

@@ -1,13 +1,13 @@
 #include "object/snapshot.h"
 
-#include "base/failure.h"
 #include "block/checksum.h"
 #include "object/fingerprint.h"
+#include <kostore.h>
 
 #include <algorithm>
 #include <utility>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 namespace
@@ -89,8 +89,8 @@ Snapshot::Snapshot(std::shared_ptr<Reader> reader, bool viewsLast, std::string s
     m_reader->Get(Space::Description, keys,
                   [&](std::size_t key, std::string_view value) { values[key] = value; });
     if (values[1].empty())
-        throw Failure(Exit::Damaged, m_store + ": is no store of this program (it has no \"" +
-                                         std::string(Description::kKey) + "\")");
+        throw Error(ErrorCode::Damaged, m_store + ": is no store of this program (it has no \"" +
+                                            std::string(Description::kKey) + "\")");
     m_description = Description::Read(values[1], m_store);
     const std::size_t attributes = GetSchema().attributes.size();
     m_counts = Counts::Read(values[0], attributes, m_store);
@@ -112,10 +112,11 @@ bool Snapshot::IndexesServe() const
 void Snapshot::NeedIndexes() const
 {
     if (!IndexesServe())
-        throw Failure(Exit::Damaged, m_store +
-                                         ": its indexes were made under another order of values: "
-                                         "\"kotm reindex " +
-                                         m_store + "\" makes them anew");
+        throw Error(ErrorCode::Damaged,
+                    m_store +
+                        ": its indexes were made under another order of values: "
+                        "\"kotm reindex " +
+                        m_store + "\" makes them anew");
 }
 
 BlockView* Snapshot::Block(std::uint64_t block)
@@ -252,4 +253,4 @@ std::uint64_t Snapshot::CountEntriesRoughly(std::size_t attribute, const Range& 
                                       static_cast<double>(rows) / static_cast<double>(all));
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

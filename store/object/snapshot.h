@@ -17,7 +17,7 @@
 #include <string_view>
 #include <vector>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// A walk over blocks in ascending order. It ends before its snapshot does.
@@ -26,7 +26,7 @@ class BlockWalk
 public:
     BlockWalk(std::unique_ptr<Cursor> cursor, const BlockLayout& layout, unsigned slotsOfBlock);
 
-    /// Moves to the next block; false behind the last one. Throws Failure (Exit::Damaged).
+    /// Moves to the next block; false behind the last one. Throws Error (ErrorCode::Damaged).
     bool Next();
     std::uint64_t Number() const { return m_number; }
     /// The number of the object in slot 0.
@@ -50,7 +50,7 @@ class EntryWalk
 public:
     explicit EntryWalk(std::unique_ptr<Cursor> cursor) : m_cursor(std::move(cursor)) {}
 
-    /// Moves to the next row; false behind the last one. Throws Failure (Exit::Damaged).
+    /// Moves to the next row; false behind the last one. Throws Error (ErrorCode::Damaged).
     bool Next();
     /// Attribute and sort key of the row's value; see EntryKey::MayBeCut. Valid until Next.
     const EntryKey& Key() const { return m_key; }
@@ -65,7 +65,7 @@ private:
 };
 
 /// The objects and indexes of a store at one moment, as far as its engine has such moments. One
-/// thread uses it at a time. Rows that are damaged end in Failure (Exit::Damaged).
+/// thread uses it at a time. Rows that are damaged end in Error (ErrorCode::Damaged).
 class Snapshot
 {
 public:
@@ -85,7 +85,7 @@ public:
     unsigned SlotsOfBlock() const { return m_description.slotsOfBlock; }
     /// False: there are indexes, and they were made under another order.
     bool IndexesServe() const;
-    /// Ends with Failure (Exit::Damaged), which says what to do, where IndexesServe is false.
+    /// Ends with Error (ErrorCode::Damaged), which says what to do, where IndexesServe is false.
     void NeedIndexes() const;
 
     // ---- objects
@@ -174,6 +174,6 @@ private:
     std::vector<KeptDictionary> m_texts;              ///< by attribute
 };
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

@@ -2,7 +2,7 @@
 
 #include "block/checksum.h"
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 const Column& ColumnOf(const Snapshot& snapshot, const BlockAt& block, std::size_t attribute)
@@ -16,4 +16,4 @@ const Column& ColumnOf(const Snapshot& snapshot, const BlockAt& block, std::size
     return *column;
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// A block and where it stands among the objects.
@@ -16,7 +16,7 @@ struct BlockAt {
     unsigned Words() const { return (view->Slots() + 63) / 64; }
 };
 
-/// The values of an attribute in a block. Throws Failure (Exit::Damaged).
+/// The values of an attribute in a block. Throws Error (ErrorCode::Damaged).
 const Column& ColumnOf(const Snapshot& snapshot, const BlockAt& block, std::size_t attribute);
 
 /// For each slot of a block what a condition says of its object. It says false where neither bit is
@@ -26,6 +26,6 @@ struct TruthBits {
     SlotBits unknown;
 };
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

@@ -7,7 +7,7 @@
 #include <bit>
 #include <vector>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 class BlockFilter::Node
@@ -172,4 +172,4 @@ void BlockFilter::Keep(const BlockAt& block, SlotBits& slots)
     std::copy_n(m_truths.met.begin(), block.Words(), slots.begin());
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

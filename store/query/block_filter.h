@@ -6,7 +6,7 @@
 
 #include <memory>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// Finds the objects of blocks that meet a condition, column by column. An entry of a dictionary is
@@ -22,7 +22,7 @@ public:
     BlockFilter& operator=(const BlockFilter&) = delete;
 
     /// What the condition says of the objects in `among`, slots that hold one, in the words that
-    /// the block's slots need; the bits of others are 0. Throws Failure (Exit::Damaged).
+    /// the block's slots need; the bits of others are 0. Throws Error (ErrorCode::Damaged).
     void Test(const BlockAt& block, const SlotBits& among, TruthBits& truths);
     /// Leaves those in `slots` that meet it.
     void Keep(const BlockAt& block, SlotBits& slots);
@@ -40,6 +40,6 @@ private:
     TruthBits m_truths;
 };
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

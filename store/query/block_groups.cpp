@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 AllObjects::AllObjects(Snapshot& snapshot, std::uint64_t first, std::uint64_t last)
@@ -55,4 +55,4 @@ bool NumberedObjects::Next()
     return true;
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

@@ -7,7 +7,7 @@
 #include <memory>
 #include <span>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// Objects to look at, block by block in ascending order.
@@ -50,7 +50,7 @@ public:
         : m_snapshot(snapshot), m_numbers(numbers)
     {
     }
-    /// Throws Failure (Exit::Damaged) for an object that does not exist.
+    /// Throws Error (ErrorCode::Damaged) for an object that does not exist.
     bool Next() override;
 
 private:
@@ -58,6 +58,6 @@ private:
     std::span<const std::uint64_t> m_numbers; ///< those that are left
 };
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

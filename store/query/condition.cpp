@@ -1,6 +1,6 @@
 #include "query/condition.h"
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 Truth Condition::Test(std::string_view value) const
@@ -50,4 +50,4 @@ std::string Condition::Suffixes() const
            ((cmpOp & kIgnoreAccents) != 0 ? "a" : "");
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

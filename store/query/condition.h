@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// A comparison with a null value is neither true nor false, and so is its negation.
@@ -32,8 +32,8 @@ struct Condition {
     Outside outside = Outside::No;
     std::string written; ///< the literal's text, as Literal has it
 
-    /// Throws Failure (Exit::Usage) that shows the place in `text` for an unknown attribute and a
-    /// literal that is no value of the attribute's type.
+    /// Throws Error (ErrorCode::Usage) that shows the place in `text` for an unknown attribute and
+    /// a literal that is no value of the attribute's type.
     static Condition Make(const Predicate& predicate, std::string_view text, const Schema& schema);
 
     /// What a comparison, or a question for null, says of a form; an empty one is null.
@@ -51,6 +51,6 @@ struct Condition {
     std::string Suffixes() const;
 };
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

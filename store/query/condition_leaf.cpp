@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <bit>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 namespace
@@ -189,4 +189,4 @@ ConditionLeaf::Known ConditionLeaf::TestShort(std::string_view form)
     return kept.known;
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// Tests one comparison, or one question for null, on the column of its attribute.
@@ -50,6 +50,6 @@ private:
     std::string m_large;
 };
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// What ways of finding a share of all objects cost, in nanoseconds: bench/store/plan_bench
@@ -50,6 +50,6 @@ private:
     double m_blocks;
 };
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

@@ -1,10 +1,10 @@
 #include "query/index_ends.h"
 
-#include "base/failure.h"
 #include "base/object_id.h"
 #include "query/scan.h"
+#include <kostore.h>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 const IndexEnds::Ends& IndexEnds::Of(std::size_t attribute)
@@ -43,10 +43,10 @@ std::string IndexEnds::FirstForm(const IndexRange& range, ScanOrder order)
     // Evaluators read a form to the end that it has by itself.
     if (form->empty() ||
         m_snapshot.GetSchema().attributes[range.attribute].type.SizeAt(*form) != form->size())
-        throw Failure(Exit::Damaged, m_snapshot.Name() + ": is damaged: the index on " +
-                                         m_snapshot.GetSchema().Name(range.attribute) +
-                                         " has an entry that holds no value");
+        throw Error(ErrorCode::Damaged, m_snapshot.Name() + ": is damaged: the index on " +
+                                            m_snapshot.GetSchema().Name(range.attribute) +
+                                            " has an entry that holds no value");
     return std::string(*form);
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

@@ -8,7 +8,7 @@
 #include <map>
 #include <string>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// What lies at the ends of indexes, each looked up once.
@@ -23,7 +23,7 @@ public:
 
     explicit IndexEnds(Snapshot& snapshot) : m_snapshot(snapshot) {}
 
-    /// Of the index on an attribute that has one. Throws Failure (Exit::Damaged).
+    /// Of the index on an attribute that has one. Throws Error (ErrorCode::Damaged).
     const Ends& Of(std::size_t attribute);
     /// True for an index that was asked for before and has a value.
     bool HasValues(std::size_t attribute) const
@@ -39,6 +39,6 @@ private:
     std::map<std::size_t, Ends> m_ends;
 };
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// The part of an index that a condition leaves: all entries from one edge to another. The objects
@@ -54,6 +54,6 @@ enum class ScanOrder {
     Numbers    ///< that in which the objects lie: they are read in the least time
 };
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

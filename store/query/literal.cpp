@@ -10,7 +10,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 namespace
@@ -231,4 +231,4 @@ void ReadObjectIdLiteral(Condition& condition, const Predicate& predicate, std::
     PutObjectId(condition.form.data(), number);
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

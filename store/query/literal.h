@@ -5,7 +5,7 @@
 
 #include <string_view>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// Reads the literal of a comparison as a value of the attribute, into the parts of `condition`
@@ -16,13 +16,13 @@ namespace ko::store
 /// - a date alone for a type with a time of day: its midnight. It is written as the attribute's
 ///   format begins, or as 2024-02-29.
 ///
-/// Throws Failure (Exit::Usage) that shows the place in `text`.
+/// Throws Error (ErrorCode::Usage) that shows the place in `text`.
 void ReadLiteral(Condition& condition, const Predicate& predicate, std::string_view text,
                  const Attribute& attribute);
 
 /// The literal of an object id: the text of one, or its number alone.
 void ReadObjectIdLiteral(Condition& condition, const Predicate& predicate, std::string_view text);
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

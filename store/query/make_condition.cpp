@@ -1,7 +1,7 @@
 #include "query/condition.h"
 #include "query/literal.h"
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 Condition Condition::Make(const Predicate& predicate, std::string_view text, const Schema& schema)
@@ -27,4 +27,4 @@ Condition Condition::Make(const Predicate& predicate, std::string_view text, con
     return condition;
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

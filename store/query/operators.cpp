@@ -2,7 +2,7 @@
 
 #include <kotypevl.h>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 Operator Negated(Operator op)
@@ -77,4 +77,4 @@ const char* Symbol(Operator op)
     return "";
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

@@ -3,7 +3,7 @@
 
 #include "query/condition.h"
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// The operator that holds where `op` does not.
@@ -15,6 +15,6 @@ unsigned QueryBits(Operator op);
 /// What a number outside of its type makes of a comparison: all values meet it, or none.
 bool IsMetByAll(Operator op, Outside outside);
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

@@ -8,7 +8,7 @@
 
 #include <algorithm>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 namespace
@@ -345,4 +345,4 @@ Plan MakePlan(Snapshot& snapshot, const Condition& condition, bool countOnly)
     return plan;
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// A comparison of a predicate, and what the index on its attribute tells about it.
@@ -39,6 +39,6 @@ struct Plan {
 /// `condition` has to outlive the plan.
 Plan MakePlan(Snapshot& snapshot, const Condition& condition, bool countOnly);
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

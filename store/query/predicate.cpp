@@ -1,13 +1,13 @@
 #include "query/predicate.h"
 
-#include "base/failure.h"
 #include "base/utf8.h"
 #include "base/visible.h"
+#include <kostore.h>
 
 #include <algorithm>
 #include <cctype>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 namespace
@@ -265,8 +265,9 @@ void FailAt(std::string_view predicate, std::size_t at, const std::string& reaso
         i = std::max(i, start + 1);
         line += hidden ? " " : predicate.substr(start, i - start);
     }
-    throw Failure(Exit::Usage, "predicate, character " + std::to_string(column + 1) + ": " + reason,
-                  "  " + line + "\n  " + std::string(column, ' ') + "^\n");
+    throw Error(ErrorCode::Usage,
+                "predicate, character " + std::to_string(column + 1) + ": " + reason,
+                "  " + line + "\n  " + std::string(column, ' ') + "^\n");
 }
 
 Predicate ParsePredicate(std::string_view text)
@@ -274,4 +275,4 @@ Predicate ParsePredicate(std::string_view text)
     return Parser(text).Parse();
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

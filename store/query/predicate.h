@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 enum class Operator { Equal, NotEqual, Less, LessEqual, Greater, GreaterEqual };
@@ -48,9 +48,9 @@ struct Predicate {
 ///
 /// The name "@id", which no attribute has, is read too. Key words are read in any case. In a quoted
 /// text a backslash makes the next character stand for itself; * and ? are wildcards unless the
-/// suffix is x. Throws Failure (Exit::Usage).
+/// suffix is x. Throws Error (ErrorCode::Usage).
 Predicate ParsePredicate(std::string_view text);
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

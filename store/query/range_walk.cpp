@@ -1,17 +1,17 @@
 #include "query/range_walk.h"
 
-#include "base/failure.h"
+#include <kostore.h>
 
 #include <algorithm>
 #include <utility>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 void FailNoObject(const Snapshot& snapshot, std::uint64_t number)
 {
-    throw Failure(Exit::Damaged, snapshot.Name() + ": is damaged: an index names object " +
-                                     std::to_string(number) + ", which does not exist");
+    throw Error(ErrorCode::Damaged, snapshot.Name() + ": is damaged: an index names object " +
+                                        std::to_string(number) + ", which does not exist");
 }
 
 RangeWalk::RangeWalk(Snapshot& snapshot, const IndexRange& range, ScanOrder order)
@@ -140,4 +140,4 @@ std::uint64_t RangeWalk::Count(std::uint64_t most)
     return count;
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

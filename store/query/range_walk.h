@@ -10,10 +10,10 @@
 #include <string>
 #include <vector>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
-/// Ends with Failure (Exit::Damaged): an index names an object that does not exist.
+/// Ends with Error (ErrorCode::Damaged): an index names an object that does not exist.
 [[noreturn]] void FailNoObject(const Snapshot& snapshot, std::uint64_t number);
 
 /// Walks the entries of an index range.
@@ -24,7 +24,7 @@ namespace ko::store
 class RangeWalk
 {
 public:
-    /// `range` outlives the walk. Throws Failure (Exit::Damaged) where the store's indexes were
+    /// `range` outlives the walk. Throws Error (ErrorCode::Damaged) where the store's indexes were
     /// made under another order.
     RangeWalk(Snapshot& snapshot, const IndexRange& range, ScanOrder order);
 
@@ -54,6 +54,6 @@ private:
     std::string m_room;
 };
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

@@ -7,7 +7,7 @@
 #include <bit>
 #include <utility>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 namespace
@@ -212,4 +212,4 @@ std::uint64_t Scan::Count(std::uint64_t most)
     return std::min(count, most);
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

@@ -11,7 +11,7 @@
 #include <span>
 #include <vector>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// Finds objects: all of a store or those of an index range, and of these the ones that meet a
@@ -24,7 +24,7 @@ public:
     Scan(Snapshot& snapshot, const IndexRange* range, ScanOrder order, const Condition* test);
 
     /// The numbers of the next objects in the order of the scan, at least one and at most `most`;
-    /// none at the end. Valid until the next call. This and Count throw Failure (Exit::Damaged).
+    /// none at the end. Valid until the next call. This and Count throw Error (ErrorCode::Damaged).
     /// An index of a damaged store may name objects that do not exist: they are noticed where
     /// something is tested, and otherwise left to whoever reads them.
     std::span<const std::uint64_t> Next(std::size_t most);
@@ -57,6 +57,6 @@ private:
     std::size_t m_taken = 0; ///< of these
 };
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

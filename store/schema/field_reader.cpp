@@ -3,7 +3,7 @@
 #include "base/format_text.h"
 #include "base/visible.h"
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 FieldReader::FieldReader(const Attribute& attribute)
@@ -42,4 +42,4 @@ FieldReader::Result FieldReader::Read(std::string_view utf8, std::string& bytes,
     return Result::Present;
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

@@ -10,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// Turns the text of one attribute, as UTF-8, into a value.
@@ -31,6 +31,6 @@ private:
     KoString m_text;
 };
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

@@ -11,7 +11,7 @@
 #include <cstdint>
 #include <set>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 namespace
@@ -23,8 +23,8 @@ using nlohmann::json;
 class Reader
 {
 public:
-    Reader(const json& object, std::string where, Exit status)
-        : m_object(object), m_where(std::move(where)), m_status(status)
+    Reader(const json& object, std::string where, ErrorCode code)
+        : m_object(object), m_where(std::move(where)), m_code(code)
     {
         if (!object.is_object())
             Fail("an object is expected");
@@ -32,7 +32,7 @@ public:
 
     [[noreturn]] void Fail(const std::string& reason) const
     {
-        throw Failure(m_status, m_where + ": " + reason);
+        throw Error(m_code, m_where + ": " + reason);
     }
 
     void OnlyKeys(std::initializer_list<const char*> keys) const
@@ -62,7 +62,7 @@ public:
 private:
     const json& m_object;
     std::string m_where;
-    Exit m_status;
+    ErrorCode m_code;
 };
 
 /// Names can stand in a predicate without quotes.
@@ -86,7 +86,7 @@ bool IsName(const std::string& name)
     return true;
 }
 
-json ParseJson(const std::string& text, const std::string& source, Exit status)
+json ParseJson(const std::string& text, const std::string& source, ErrorCode code)
 {
     std::vector<std::set<std::string>> open;
     const auto noteKeys = [&](int, json::parse_event_t event, json& parsed) {
@@ -96,8 +96,8 @@ json ParseJson(const std::string& text, const std::string& source, Exit status)
             open.pop_back();
         else if (event == json::parse_event_t::key &&
                  !open.back().insert(parsed.get<std::string>()).second)
-            throw Failure(status,
-                          source + ": the key \"" + parsed.get<std::string>() + "\" stands twice");
+            throw Error(code,
+                        source + ": the key \"" + parsed.get<std::string>() + "\" stands twice");
         return true;
     };
     try {
@@ -109,10 +109,10 @@ json ParseJson(const std::string& text, const std::string& source, Exit status)
             column = text[i] == '\n' ? 1 : column + 1;
             line += text[i] == '\n' ? 1 : 0;
         }
-        throw Failure(status, source + ": line " + std::to_string(line) + ", column " +
-                                  std::to_string(column) + ": no JSON");
+        throw Error(code, source + ": line " + std::to_string(line) + ", column " +
+                              std::to_string(column) + ": no JSON");
     } catch (const json::out_of_range&) {
-        throw Failure(status, source + ": a number in it is out of range");
+        throw Error(code, source + ": a number in it is out of range");
     }
 }
 
@@ -133,19 +133,19 @@ unsigned char ReadCodeSet(const json& value, const Reader& reader)
     return codeSet;
 }
 
-Attribute ReadAttribute(const json& object, const std::string& where, Exit status)
+Attribute ReadAttribute(const json& object, const std::string& where, ErrorCode code)
 {
-    const Reader reader(object, where, status);
+    const Reader reader(object, where, code);
     reader.OnlyKeys({"name", "column", "type", "format", "index", "codeSet"});
     const std::string name = reader.Text("name");
-    const Reader named(object, where + " (\"" + name + "\")", status);
+    const Reader named(object, where + " (\"" + name + "\")", code);
     if (!IsName(name))
         named.Fail("a name is letters, digits and _, no digit first, and no word of a predicate");
     const std::string typeName = named.Text("type");
     std::optional<ValueType> type;
     try {
         type = ValueType::Named(typeName);
-    } catch (const Failure& failure) {
+    } catch (const Error& failure) {
         named.Fail(failure.what());
     }
     Attribute attribute{name, named.Text("column"), *type, std::nullopt, false, 0};
@@ -166,10 +166,10 @@ Attribute ReadAttribute(const json& object, const std::string& where, Exit statu
 
 } // namespace
 
-Schema Schema::FromJson(const std::string& text, const std::string& source, Exit status)
+Schema Schema::FromJson(const std::string& text, const std::string& source, ErrorCode code)
 {
-    const json document = ParseJson(text, source, status);
-    const Reader reader(document, source, status);
+    const json document = ParseJson(text, source, code);
+    const Reader reader(document, source, code);
     reader.OnlyKeys({"class", "attributes"});
     Schema schema;
     schema.name = reader.Text("class");
@@ -181,9 +181,9 @@ Schema Schema::FromJson(const std::string& text, const std::string& source, Exit
     for (const json& object : *list) {
         const std::string where =
             source + ": attribute " + std::to_string(schema.attributes.size() + 1);
-        Attribute attribute = ReadAttribute(object, where, status);
+        Attribute attribute = ReadAttribute(object, where, code);
         if (schema.Find(attribute.name) != nullptr)
-            throw Failure(status, where + ": \"" + attribute.name + "\" stands twice");
+            throw Error(code, where + ": \"" + attribute.name + "\" stands twice");
         schema.attributes.push_back(std::move(attribute));
     }
     return schema;
@@ -224,4 +224,4 @@ std::string Schema::NoAttribute(const std::string& attribute) const
     return "class " + name + " has no attribute " + Quoted(attribute) + "; it has " + Listed(names);
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

@@ -1,15 +1,15 @@
 #ifndef KO_STORE_SCHEMA_H
 #define KO_STORE_SCHEMA_H
 
-#include "base/failure.h"
 #include "schema/value_type.h"
+#include <kostore.h>
 
 #include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 struct Attribute {
@@ -35,11 +35,11 @@ struct Schema {
     std::string name;
     std::vector<Attribute> attributes;
 
-    /// Reads the JSON form; throws Failure(`status`), with `source` and the place in it, for
+    /// Reads the JSON form; throws Error(`code`), with `source` and the place in it, for
     /// text that is no JSON, a missing, unknown or repeated key, a value of the wrong kind, a
     /// type that does not exist, and an attribute that stands twice.
     static Schema FromJson(const std::string& text, const std::string& source,
-                           Exit status = Exit::Usage);
+                           ErrorCode code = ErrorCode::Usage);
     /// The same as compact JSON.
     std::string ToJson() const;
     /// The first thing in which this schema, that of a store, differs from one given for it: "its
@@ -76,6 +76,6 @@ struct Schema {
     }
 };
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

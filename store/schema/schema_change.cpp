@@ -1,7 +1,7 @@
 #include "base/visible.h"
 #include "schema/schema.h"
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 namespace
@@ -54,4 +54,4 @@ std::string Schema::DifferenceTo(const Schema& given) const
     return ToJson() == given.ToJson() ? "" : "its attributes have another order";
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

@@ -1,15 +1,15 @@
 #include "schema/value_type.h"
 
-#include "base/failure.h"
 #include "base/format_text.h"
 #include "base/utf8.h"
+#include <kostore.h>
 
 #include <kostring.h>
 
 #include <memory>
 #include <utility>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 namespace
@@ -49,7 +49,7 @@ ValueType ValueType::Named(const std::string& name)
 {
     o_char id = 0;
     if (Manager().Name2KoTypeId(name.c_str(), id) != 0)
-        throw Failure(Exit::Usage, "there is no type \"" + name + "\"");
+        throw Error(ErrorCode::Usage, "there is no type \"" + name + "\"");
     return ValueType(id);
 }
 
@@ -91,7 +91,7 @@ std::size_t ValueType::MeasureAt(std::string_view bytes, unsigned char format) c
 Value::Value(const ValueType& type) : m_type(type), m_value(Manager().Create(type.Id(), 1))
 {
     if (m_value == nullptr)
-        throw Failure(Exit::Usage, "the type \"" + type.Name() + "\" has no values");
+        throw Error(ErrorCode::Usage, "the type \"" + type.Name() + "\" has no values");
 }
 
 Value::~Value()
@@ -182,4 +182,4 @@ void Value::Append(std::string& utf8, const char* format) const
     AppendUtf8(utf8, text);
 }
 
-} // namespace ko::store
+} // namespace ko::store::inner

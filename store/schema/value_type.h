@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-namespace ko::store
+namespace ko::store::inner
 {
 
 /// The byte order of everything in a store.
@@ -39,9 +39,9 @@ inline int ComparePersistent(o_char id, std::string_view a, std::string_view b,
 class ValueType
 {
 public:
-    /// Throws Failure (Exit::Usage) for a type that has no values.
+    /// Throws Error (ErrorCode::Usage) for a type that has no values.
     explicit ValueType(o_char id);
-    /// The type of a type name; throws Failure (Exit::Usage) where there is none.
+    /// The type of a type name; throws Error (ErrorCode::Usage) where there is none.
     static ValueType Named(const std::string& name);
 
     o_char Id() const { return m_id; }
@@ -114,6 +114,6 @@ private:
     void* m_value;
 };
 
-} // namespace ko::store
+} // namespace ko::store::inner
 
 #endif

@@ -13,6 +13,7 @@ namespace
 {
 
 using namespace ko::store;
+using namespace ko::store::inner;
 
 /// What a condition says of one object, by the rules of three truth values.
 Truth Evaluate(const Condition& condition, Snapshot& snapshot, std::uint64_t number)
@@ -53,7 +54,7 @@ void CheckConditions(Snapshot& snapshot, int conditions, unsigned seed)
         std::optional<Condition> condition;
         try {
             condition = Condition::Make(ParsePredicate(text), text, snapshot.GetSchema());
-        } catch (const Failure&) {
+        } catch (const Error&) {
             continue; // such as a literal that reads as null
         }
         BlockFilter filter(*condition, snapshot);

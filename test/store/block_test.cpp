@@ -11,6 +11,7 @@
 #include <random>
 
 using namespace ko::store;
+using namespace ko::store::inner;
 
 namespace
 {
@@ -289,15 +290,15 @@ TEST(Block, SealTellsPlaceAndBytes)
         std::string value(size, 'v');
         Seal(Space::Texts, key, value);
         ASSERT_EQ(Unseal(Space::Texts, key, value), std::string(size, 'v'));
-        EXPECT_THROW(Unseal(Space::Large, key, value), Failure);
-        EXPECT_THROW(Unseal(Space::Texts, key + "\x03", value), Failure);
-        EXPECT_THROW(Unseal(Space::Texts, key, value.substr(1)), Failure);
+        EXPECT_THROW(Unseal(Space::Large, key, value), Error);
+        EXPECT_THROW(Unseal(Space::Texts, key + "\x03", value), Error);
+        EXPECT_THROW(Unseal(Space::Texts, key, value.substr(1)), Error);
         value[value.size() / 2] = static_cast<char>(value[value.size() / 2] ^ 1);
         try {
             Unseal(Space::Texts, key, value);
             ADD_FAILURE() << "a changed byte is not noticed";
-        } catch (const Failure& failure) {
-            EXPECT_EQ(failure.Status(), Exit::Damaged);
+        } catch (const Error& failure) {
+            EXPECT_EQ(failure.Code(), ErrorCode::Damaged);
             EXPECT_STREQ(failure.what(), "the dictionary row of the key 0102 has another checksum "
                                          "than its bytes");
         }

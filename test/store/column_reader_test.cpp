@@ -6,6 +6,7 @@
 #include <random>
 
 using namespace ko::store;
+using namespace ko::store::inner;
 
 namespace
 {

@@ -1,13 +1,13 @@
 #include "store/test_files.h"
 #include "support/data_file.h"
 
-#include "base/failure.h"
 #include "import/csv_reader.h"
+#include <kostore.h>
 
 #include <gtest/gtest.h>
 
-using ko::store::CsvReader;
-using ko::store::FilePosition;
+using ko::store::inner::CsvReader;
+using ko::store::inner::FilePosition;
 
 namespace
 {

@@ -12,7 +12,8 @@ namespace
 {
 
 using namespace ko::store;
-namespace lmdb = ko::store::lmdb;
+using namespace ko::store::inner;
+namespace lmdb = ko::store::inner::lmdb;
 using lmdb::kPageHeader;
 using lmdb::NumberAt;
 

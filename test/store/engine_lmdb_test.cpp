@@ -1,9 +1,9 @@
 #include "store/engine_processes.h"
 
-#include "base/failure.h"
 #include "engine/lmdb_environment.h"
 #include "engine/lmdb_file.h"
 #include "engine/locked_file.h"
+#include <kostore.h>
 
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -21,6 +21,7 @@ namespace
 {
 
 using namespace ko::store;
+using namespace ko::store::inner;
 
 TEST(LmdbEngine, OutlivesKilledLoaders)
 {
@@ -154,7 +155,7 @@ TEST(LmdbEngine, TakesAFreeNameInEveryWay)
         const std::string path = folder.Path("a");
         lmdb::LockedFile file(folder.Write("b", "new"), true);
         folder.Write("a", "old");
-        EXPECT_THROW(file.TakeName(path, way), Failure);
+        EXPECT_THROW(file.TakeName(path, way), Error);
         EXPECT_EQ(ReadAll(path) + ReadAll(folder.Path("b")), "oldnew");
         std::filesystem::remove(path);
         file.TakeName(path, way);

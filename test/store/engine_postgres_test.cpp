@@ -11,6 +11,7 @@ namespace
 {
 
 using namespace ko::store;
+using namespace ko::store::inner;
 using namespace std::chrono_literals;
 using postgres::Existing;
 
@@ -192,7 +193,7 @@ TEST_F(PostgresEngine, ReplacesStoresAllAtOnce)
             Models all;
             try {
                 all = Everything(*engine->Read());
-            } catch (const Failure&) {
+            } catch (const Error&) {
                 continue; // cleared away before it was read
             }
             EXPECT_EQ(all[Space::Blocks].size(), kRows);
@@ -210,17 +211,17 @@ TEST_F(PostgresEngine, ReplacesStoresAllAtOnce)
     const auto engine = OpenEngine(place.Address(), Mode::Change);
     auto old = engine->Read();
     load("new");
-    EXPECT_THROW(engine->Write()->Commit(), Failure) << "a change that nobody would see";
+    EXPECT_THROW(engine->Write()->Commit(), Error) << "a change that nobody would see";
     EXPECT_EQ(postgres::Clean(place.Address()), 0U) << "under a reader";
     EXPECT_EQ(Everything(*old)[Space::Blocks].begin()->second, "3");
     old.reset();
     EXPECT_EQ(postgres::Clean(place.Address()), 1U);
-    EXPECT_THROW(engine->Read(), Failure);
+    EXPECT_THROW(engine->Read(), Error);
     EXPECT_EQ(OpenEngine(place.Address(), Mode::Read)->Read()->GetOne(Space::Blocks, KeyOf(1)),
               "new");
     const auto loader = postgres::StartLoad(place.Address(), Existing::Replace);
-    EXPECT_THROW(postgres::StartLoad(place.Address(), Existing::Replace), Failure) << "two at once";
-    EXPECT_THROW(StartLoad(place.Address()), Failure) << "there is one";
+    EXPECT_THROW(postgres::StartLoad(place.Address(), Existing::Replace), Error) << "two at once";
+    EXPECT_THROW(StartLoad(place.Address()), Error) << "there is one";
 }
 
 // A loader that its lease has run out for, and that another one came after.
@@ -231,7 +232,7 @@ TEST_F(PostgresEngine, LetsOneLoaderPublish)
     Fill(*slow, {{Space::Blocks, {{"a", "slow"}}}});
     std::this_thread::sleep_for(400ms);
     const auto other = place.Load();
-    EXPECT_THROW(slow->Publish(), Failure);
+    EXPECT_THROW(slow->Publish(), Error);
     Fill(*other, {{Space::Blocks, {{"a", "other"}}}});
     other->Publish();
     EXPECT_EQ(place.Open(Mode::Read)->Read()->GetOne(Space::Blocks, "a"), "other");
@@ -379,11 +380,11 @@ TEST_F(PostgresEngine, AsksForNoMoreRightsThanItNeeds)
     EXPECT_EQ(Everything(*reader).size(), 1U);
     EXPECT_EQ(reader->CountRoughly(Space::Blocks, {}), 1U);
     CheckEngine(address("looks"));
-    EXPECT_THROW(change("looks"), Failure);
+    EXPECT_THROW(change("looks"), Error);
     for (const char* const user : {"looks", "writes"}) {
-        EXPECT_THROW(StartLoad(Server().Address("another", user)), Failure);
-        EXPECT_THROW(postgres::StartLoad(address(user), Existing::Replace), Failure);
-        EXPECT_THROW(postgres::Clean(address(user)), Failure);
+        EXPECT_THROW(StartLoad(Server().Address("another", user)), Error);
+        EXPECT_THROW(postgres::StartLoad(address(user), Existing::Replace), Error);
+        EXPECT_THROW(postgres::Clean(address(user)), Error);
     }
 }
 
@@ -401,7 +402,7 @@ TEST_F(PostgresEngine, TellsForeignTablesFromItsOwn)
             statement.find('%'), 1,
             Server().Ask("select schema_name from kotms.stores where name='" + place.Name() + "'"));
         EXPECT_EQ(Server().Ask(statement), "");
-        EXPECT_THROW(CheckEngine(place.Address()), Failure) << harm;
+        EXPECT_THROW(CheckEngine(place.Address()), Error) << harm;
     }
 }
 

@@ -3,7 +3,7 @@
 
 #include "store/engine_suite.h"
 
-#include "base/failure.h"
+#include <kostore.h>
 
 #include <sys/wait.h>
 #include <unistd.h>
@@ -13,7 +13,7 @@
 #include <functional>
 #include <random>
 
-using ko::store::Failure;
+using ko::store::Error;
 
 /// Runs a piece of a test in a process of its own and returns how that ended: 0 where it held.
 inline int InProcess(const std::function<bool()>& piece, int killAfter = 0)
@@ -41,7 +41,7 @@ inline std::string Sentence(const std::function<void()>& call)
 {
     try {
         call();
-    } catch (const Failure& failure) {
+    } catch (const Error& failure) {
         return failure.what();
     }
     return "";

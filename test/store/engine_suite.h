@@ -4,9 +4,9 @@
 #include "store/test_files.h"
 #include "support/postgres_server.h"
 
-#include "base/failure.h"
 #include "engine/engine.h"
 #include "engine/memory.h"
+#include <kostore.h>
 
 #include <gtest/gtest.h>
 
@@ -19,16 +19,16 @@
 #include <utility>
 #include <vector>
 
-using ko::store::Direction;
-using ko::store::Engine;
-using ko::store::kMaxKey;
-using ko::store::kSpaces;
-using ko::store::Loader;
-using ko::store::Mode;
-using ko::store::Range;
-using ko::store::Reader;
-using ko::store::Space;
-using ko::store::Writer;
+using ko::store::inner::Direction;
+using ko::store::inner::Engine;
+using ko::store::inner::kMaxKey;
+using ko::store::inner::kSpaces;
+using ko::store::inner::Loader;
+using ko::store::inner::Mode;
+using ko::store::inner::Range;
+using ko::store::inner::Reader;
+using ko::store::inner::Space;
+using ko::store::inner::Writer;
 
 using Model = std::map<std::string, std::string>;
 using Models = std::map<Space, Model>;
@@ -55,17 +55,20 @@ public:
     bool Exists() override { return m_store.Exists(); }
 
 private:
-    ko::store::MemoryStore m_store;
+    ko::store::inner::MemoryStore m_store;
 };
 
 class FilePlace : public Place
 {
 public:
     std::string Path() const { return m_folder.Path("store"); }
-    std::unique_ptr<Loader> Load() override { return ko::store::StartLoad(Path()); }
-    std::unique_ptr<Engine> Open(Mode mode) override { return ko::store::OpenEngine(Path(), mode); }
-    bool Exists() override { return ko::store::StoreExists(Path()); }
-    void Check() override { ko::store::CheckEngine(Path()); }
+    std::unique_ptr<Loader> Load() override { return ko::store::inner::StartLoad(Path()); }
+    std::unique_ptr<Engine> Open(Mode mode) override
+    {
+        return ko::store::inner::OpenEngine(Path(), mode);
+    }
+    bool Exists() override { return ko::store::inner::StoreExists(Path()); }
+    void Check() override { ko::store::inner::CheckEngine(Path()); }
 
 private:
     TestFolder m_folder;
@@ -80,20 +83,20 @@ public:
     {
         return PostgresServer::Shared().Address(m_name, "postgres", m_host);
     }
-    std::unique_ptr<Loader> Load() override { return ko::store::StartLoad(Address()); }
+    std::unique_ptr<Loader> Load() override { return ko::store::inner::StartLoad(Address()); }
     std::unique_ptr<Engine> Open(Mode mode) override
     {
-        return ko::store::OpenEngine(Address(), mode);
+        return ko::store::inner::OpenEngine(Address(), mode);
     }
-    bool Exists() override { return ko::store::StoreExists(Address()); }
-    void Check() override { ko::store::CheckEngine(Address()); }
+    bool Exists() override { return ko::store::inner::StoreExists(Address()); }
+    void Check() override { ko::store::inner::CheckEngine(Address()); }
     std::string WhyNot() override
     {
         try {
             if (PostgresServer::Shared().WhyNot().empty())
                 Exists();
-        } catch (const ko::store::Failure& failure) { // of a build without this engine
-            if (failure.Status() == ko::store::Exit::Usage)
+        } catch (const ko::store::Error& failure) { // of a build without this engine
+            if (failure.Code() == ko::store::ErrorCode::Usage)
                 return failure.what();
         }
         return PostgresServer::Shared().WhyNot();
@@ -175,7 +178,7 @@ inline int Change(Engine& engine, const std::function<void(Writer&)>& change)
             change(*writer);
             writer->Commit();
             return conflicts;
-        } catch (const ko::store::Conflict&) {
+        } catch (const ko::store::inner::Conflict&) {
         }
     }
 }

@@ -10,6 +10,7 @@ namespace
 {
 
 using namespace ko::store;
+using namespace ko::store::inner;
 
 struct Kind {
     const char* name;
@@ -185,14 +186,14 @@ TEST_P(EveryEngine, ShowsWholeChangesOnly)
     writer->Commit();
     EXPECT_EQ(Everything(*old), before) << "a snapshot";
     EXPECT_EQ(Now()[Space::Blocks].size(), 3U);
-    EXPECT_THROW(m_place->Open(Mode::Read)->Write(), Failure);
+    EXPECT_THROW(m_place->Open(Mode::Read)->Write(), Error);
 }
 
 TEST_P(EveryEngine, RefusesWhatCannotBe)
 {
-    EXPECT_THROW(m_place->Open(Mode::Read), Failure);
-    EXPECT_THROW(m_place->Load()->Append(Space::Texts, "", "x"), Failure);
-    EXPECT_THROW(m_place->Load()->Append(Space::Texts, std::string(kMaxKey + 1, 'x'), ""), Failure);
+    EXPECT_THROW(m_place->Open(Mode::Read), Error);
+    EXPECT_THROW(m_place->Load()->Append(Space::Texts, "", "x"), Error);
+    EXPECT_THROW(m_place->Load()->Append(Space::Texts, std::string(kMaxKey + 1, 'x'), ""), Error);
     for (const char* second : {"b", "a", "bb"}) {
         const auto loader = m_place->Load();
         loader->Append(Space::Texts, "b", "");
@@ -200,13 +201,13 @@ TEST_P(EveryEngine, RefusesWhatCannotBe)
         if (std::string_view(second) == "bb")
             EXPECT_NO_THROW(loader->Append(Space::Texts, second, ""));
         else
-            EXPECT_THROW(loader->Append(Space::Texts, second, ""), Failure);
+            EXPECT_THROW(loader->Append(Space::Texts, second, ""), Error);
     }
     EXPECT_FALSE(m_place->Exists());
     Create(*m_place, {});
     EXPECT_EQ(Now(), Models());
-    EXPECT_THROW(m_place->Load(), Failure);
-    EXPECT_THROW(ToChange()->Write()->Put(Space::Texts, "", "x"), Failure);
+    EXPECT_THROW(m_place->Load(), Error);
+    EXPECT_THROW(ToChange()->Write()->Put(Space::Texts, "", "x"), Error);
 }
 
 // Writers add one to a number and write it in two spaces; readers never find two numbers.
@@ -321,7 +322,7 @@ TEST_P(EveryEngine, SurvivesEveryFailingCall)
             const auto run = [&](const std::function<void()>& call) {
                 try {
                     call();
-                } catch (const Failure&) {
+                } catch (const Error&) {
                     ++failed;
                 } catch (const Conflict&) {
                     ++failed;

@@ -27,7 +27,7 @@ public:
     /// index; or with those of `types` alone.
     explicit GeneratedStore(unsigned objects, const std::vector<std::string>& types = {})
     {
-        using namespace ko::store;
+        using namespace ko::store::inner;
         Schema schema{"Any", {}};
         std::vector<std::vector<std::string>> forms;
         for (int id = 0; id < KoTYPE_COUNT; ++id) {
@@ -54,13 +54,13 @@ public:
         });
     }
 
-    std::shared_ptr<ko::store::ObjectStore> store;
+    std::shared_ptr<ko::store::inner::ObjectStore> store;
 
 private:
     /// Texts that the type reads as values: for numbers and times, made from random forms.
-    std::vector<std::string> TextsOf(const ko::store::Attribute& attribute)
+    std::vector<std::string> TextsOf(const ko::store::inner::Attribute& attribute)
     {
-        using namespace ko::store;
+        using namespace ko::store::inner;
         if (attribute.type.IsText()) {
             std::vector<std::string> texts = {
                 "",      "Hawk",    "hawk",         "h\u00E4wk", "H\u00C4WK", "Stra\u00DFe",
@@ -92,9 +92,9 @@ private:
         return texts;
     }
 
-    std::vector<std::string> FormsOf(const ko::store::Attribute& attribute)
+    std::vector<std::string> FormsOf(const ko::store::inner::Attribute& attribute)
     {
-        using namespace ko::store;
+        using namespace ko::store::inner;
         FieldReader reader(attribute);
         std::set<std::string> forms;
         for (const std::string& text : TextsOf(attribute)) {
@@ -106,10 +106,10 @@ private:
         return {forms.begin(), forms.end()};
     }
 
-    void Fill(const ko::store::Schema& schema, std::vector<std::vector<std::string>>& forms,
+    void Fill(const ko::store::inner::Schema& schema, std::vector<std::vector<std::string>>& forms,
               unsigned objects)
     {
-        using namespace ko::store;
+        using namespace ko::store::inner;
         for (auto& ofOne : forms) {
             for (std::string& form : ofOne)
                 form.reserve(form.size() + kCopySlack);
@@ -131,7 +131,7 @@ private:
     }
 
     std::mt19937_64 m_random{7};
-    ko::store::MemoryStore m_engine;
+    ko::store::inner::MemoryStore m_engine;
 };
 
 #endif

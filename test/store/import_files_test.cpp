@@ -120,8 +120,8 @@ pid_t StartReaders(const std::string& store, int count)
         return -1;
     const pid_t child = fork();
     if (child == 0) {
-        const auto engine = ko::store::OpenEngine(store, ko::store::Mode::Read);
-        std::vector<std::unique_ptr<ko::store::Reader>> readers;
+        const auto engine = ko::store::inner::OpenEngine(store, ko::store::inner::Mode::Read);
+        std::vector<std::unique_ptr<ko::store::inner::Reader>> readers;
         while (count-- > 0)
             readers.push_back(engine->Read());
         [[maybe_unused]] const ssize_t put = write(ready[1], "", 1);

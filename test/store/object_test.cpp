@@ -13,6 +13,7 @@
 #include <sstream>
 
 using namespace ko::store;
+using namespace ko::store::inner;
 
 namespace
 {
@@ -272,12 +273,12 @@ TEST(ObjectStore, RefusesWhatIsNoValue)
     for (const auto& c : kCases) {
         EXPECT_THROW(
             store.Change([&](ObjectChange& change) { change.Update(1, c.attribute, c.form); }),
-            Failure)
+            Error)
             << c.reason;
         Object object = model[2];
         object[c.attribute] = c.form;
         EXPECT_THROW(store.Change([&](ObjectChange& change) { change.Insert(Views(object)); }),
-                     Failure)
+                     Error)
             << c.reason;
     }
     std::string null;
@@ -326,7 +327,7 @@ TEST(ObjectStore, ChangesHappenOnceOrNotAtAll)
                     next = model;
                     ChangeSome(change, values, next);
                 });
-            } catch (const Failure&) {
+            } catch (const Error&) {
                 failed = true;
             } catch (const Conflict&) {
                 failed = true; // before there was a change
@@ -370,8 +371,8 @@ bool ReadingMeetsDamage(Engine& engine)
         for (const auto walk = now.Entries({}, Direction::Forwards); walk->Next();) {
         }
         return false;
-    } catch (const Failure& failure) {
-        return failure.Status() == Exit::Damaged;
+    } catch (const Error& failure) {
+        return failure.Code() == ErrorCode::Damaged;
     }
 }
 
@@ -381,8 +382,8 @@ bool CheckFindsDamage(Engine& engine)
         Snapshot now(engine.Read(), engine.About().viewsLast, "store");
         std::ostringstream told;
         return CheckRows(now, "/tmp/check", told) != 0;
-    } catch (const Failure& failure) {
-        return failure.Status() == Exit::Damaged;
+    } catch (const Error& failure) {
+        return failure.Code() == ErrorCode::Damaged;
     }
 }
 
@@ -465,7 +466,7 @@ TEST(ObjectStore, KnowTheirOrder)
         const auto writer = place.Open(Mode::Change)->Write();
         writer->Put(Space::Description, Description::kKey, other.Write());
         writer->Commit();
-        EXPECT_THROW(store.Change([](ObjectChange& change) { change.Erase(1); }), Failure);
+        EXPECT_THROW(store.Change([](ObjectChange& change) { change.Erase(1); }), Error);
         EXPECT_EQ(store.Read()->GetCounts().objects, 25U);
     }
     const std::string path = place.Path();

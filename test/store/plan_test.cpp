@@ -2,11 +2,11 @@
 #include "store/random_predicate.h"
 #include "store/test_files.h"
 
-#include "base/failure.h"
 #include "explain.h"
 #include "import/importer.h"
 #include "query/planner.h"
 #include "query/scan.h"
+#include <kostore.h>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -18,6 +18,7 @@ namespace
 {
 
 using namespace ko::store;
+using namespace ko::store::inner;
 using namespace kotm;
 
 /// The objects of a range that pass a test, in the order in which they come.
@@ -67,7 +68,7 @@ void CheckPlans(Snapshot& snapshot, int predicates, unsigned seed)
         std::optional<Condition> condition;
         try {
             condition = Condition::Make(ParsePredicate(text), text, snapshot.GetSchema());
-        } catch (const Failure&) {
+        } catch (const Error&) {
             continue; // such as a literal that reads as null
         }
         const std::vector<std::uint64_t> all = Found(snapshot, std::nullopt, &*condition);

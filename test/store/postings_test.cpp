@@ -13,6 +13,7 @@
 #include <set>
 
 using namespace ko::store;
+using namespace ko::store::inner;
 
 namespace
 {
@@ -126,7 +127,7 @@ TEST(Postings, KeepEveryNumberOnce)
         EXPECT_EQ(rows.rows.size(), 4U);
         for (auto& [key, value] : rows.rows)
             value += '\0';
-        EXPECT_THROW(postings.Insert(BeforeAttribute(0) + "v", 5), Failure);
+        EXPECT_THROW(postings.Insert(BeforeAttribute(0) + "v", 5), Error);
     }
 }
 

@@ -1,11 +1,12 @@
 #include "support/data_file.h"
 
-#include "base/failure.h"
 #include "query/predicate.h"
+#include <kostore.h>
 
 #include <gtest/gtest.h>
 
 using namespace ko::store;
+using namespace ko::store::inner;
 
 namespace
 {
@@ -44,7 +45,7 @@ TEST(Predicate, TreesAndThePlacesOfFaults)
         std::string result;
         try {
             result = Show(ParsePredicate(data::ParseString(row[0])));
-        } catch (const Failure& failure) {
+        } catch (const Error& failure) {
             const std::string what = failure.what();
             const std::string before = "predicate, character ";
             EXPECT_EQ(what.rfind(before, 0), 0U) << what;

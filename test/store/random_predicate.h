@@ -13,7 +13,7 @@
 class RandomPredicates
 {
 public:
-    RandomPredicates(ko::store::Snapshot& snapshot, unsigned seed)
+    RandomPredicates(ko::store::inner::Snapshot& snapshot, unsigned seed)
         : m_schema(snapshot.GetSchema()), m_random(seed), m_literals(m_schema.attributes.size())
     {
         std::vector<std::set<std::string>> known(m_literals.size());
@@ -23,7 +23,7 @@ public:
                 const std::string_view form = snapshot.Value(number, i, room).value_or("");
                 if (form.empty() || known[i].size() > 500)
                     continue;
-                ko::store::Value value(m_schema.attributes[i].type);
+                ko::store::inner::Value value(m_schema.attributes[i].type);
                 value.Load(form);
                 std::string text;
                 value.Print(text, m_schema.attributes[i].Format());
@@ -111,7 +111,7 @@ private:
         return quoted + "\"";
     }
 
-    const ko::store::Schema& m_schema;
+    const ko::store::inner::Schema& m_schema;
     std::mt19937_64 m_random;
     std::vector<std::vector<std::string>> m_literals;
 };

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 using namespace ko::store;
+using namespace ko::store::inner;
 
 namespace
 {

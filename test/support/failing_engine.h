@@ -1,7 +1,7 @@
 #ifndef KO_TEST_SUPPORT_FAILING_ENGINE_H
 #define KO_TEST_SUPPORT_FAILING_ENGINE_H
 
-#include "base/failure.h"
+#include <kostore.h>
 #include "engine/engine.h"
 
 #include <atomic>
@@ -27,11 +27,11 @@ public:
     {
         const bool fails = ++m_calls == m_at;
         if (fails && m_kind == Kind::Conflict)
-            throw ko::store::Conflict();
+            throw ko::store::inner::Conflict();
         if (fails && m_kind == Kind::LostAnswer)
             call();
         if (fails)
-            throw ko::store::Failure(ko::store::Exit::Io, "no space is left, or no connection");
+            throw ko::store::Error(ko::store::ErrorCode::Io, "no space is left, or no connection");
         return call();
     }
 
@@ -42,14 +42,14 @@ private:
 };
 
 /// Engines, loaders and all that they make, whose calls go through Faults.
-class FailingCursor : public ko::store::Cursor
+class FailingCursor : public ko::store::inner::Cursor
 {
 public:
     FailingCursor(std::unique_ptr<Cursor> inner, std::shared_ptr<Faults> faults)
         : m_inner(std::move(inner)), m_faults(std::move(faults))
     {
     }
-    std::span<const ko::store::Row> Next(std::size_t most) override
+    std::span<const ko::store::inner::Row> Next(std::size_t most) override
     {
         return m_faults->Run([&] { return m_inner->Next(most); });
     }
@@ -67,20 +67,20 @@ public:
         : m_inner(std::move(inner)), m_faults(std::move(faults))
     {
     }
-    void Get(ko::store::Space space, std::span<const std::string_view> keys,
-             const ko::store::Reader::Found& found) override
+    void Get(ko::store::inner::Space space, std::span<const std::string_view> keys,
+             const ko::store::inner::Reader::Found& found) override
     {
         m_faults->Run([&] { m_inner->Get(space, keys, found); });
     }
-    std::unique_ptr<ko::store::Cursor> Walk(ko::store::Space space, const ko::store::Range& range,
-                                            ko::store::Direction direction) override
+    std::unique_ptr<ko::store::inner::Cursor> Walk(ko::store::inner::Space space, const ko::store::inner::Range& range,
+                                            ko::store::inner::Direction direction) override
     {
         return m_faults->Run([&] {
             return std::make_unique<FailingCursor>(m_inner->Walk(space, range, direction),
                                                    m_faults);
         });
     }
-    std::uint64_t CountRoughly(ko::store::Space space, const ko::store::Range& range) override
+    std::uint64_t CountRoughly(ko::store::inner::Space space, const ko::store::inner::Range& range) override
     {
         return m_faults->Run([&] { return m_inner->CountRoughly(space, range); });
     }
@@ -90,15 +90,15 @@ protected:
     std::shared_ptr<Faults> m_faults;
 };
 
-class FailingWriter : public FailingAccess<ko::store::Writer>
+class FailingWriter : public FailingAccess<ko::store::inner::Writer>
 {
 public:
     using FailingAccess::FailingAccess;
-    void Put(ko::store::Space space, std::string_view key, std::string_view value) override
+    void Put(ko::store::inner::Space space, std::string_view key, std::string_view value) override
     {
         m_faults->Run([&] { m_inner->Put(space, key, value); });
     }
-    void Erase(ko::store::Space space, std::string_view key) override
+    void Erase(ko::store::inner::Space space, std::string_view key) override
     {
         m_faults->Run([&] { m_inner->Erase(space, key); });
     }
@@ -108,15 +108,15 @@ public:
     }
 };
 
-class FailingLoader : public ko::store::Loader
+class FailingLoader : public ko::store::inner::Loader
 {
 public:
     FailingLoader(std::unique_ptr<Loader> inner, std::shared_ptr<Faults> faults)
         : m_inner(std::move(inner)), m_faults(std::move(faults))
     {
     }
-    const ko::store::Traits& About() const override { return m_inner->About(); }
-    void Append(ko::store::Space space, std::string_view key, std::string_view value) override
+    const ko::store::inner::Traits& About() const override { return m_inner->About(); }
+    void Append(ko::store::inner::Space space, std::string_view key, std::string_view value) override
     {
         m_faults->Run([&] { m_inner->Append(space, key, value); });
     }
@@ -130,21 +130,21 @@ private:
     std::shared_ptr<Faults> m_faults;
 };
 
-class FailingEngine : public ko::store::Engine
+class FailingEngine : public ko::store::inner::Engine
 {
 public:
     FailingEngine(std::unique_ptr<Engine> inner, std::shared_ptr<Faults> faults)
         : m_inner(std::move(inner)), m_faults(std::move(faults))
     {
     }
-    const ko::store::Traits& About() const override { return m_inner->About(); }
-    std::unique_ptr<ko::store::Reader> Read() override
+    const ko::store::inner::Traits& About() const override { return m_inner->About(); }
+    std::unique_ptr<ko::store::inner::Reader> Read() override
     {
         return m_faults->Run([&] {
-            return std::make_unique<FailingAccess<ko::store::Reader>>(m_inner->Read(), m_faults);
+            return std::make_unique<FailingAccess<ko::store::inner::Reader>>(m_inner->Read(), m_faults);
         });
     }
-    std::unique_ptr<ko::store::Writer> Write() override
+    std::unique_ptr<ko::store::inner::Writer> Write() override
     {
         return m_faults->Run(
             [&] { return std::make_unique<FailingWriter>(m_inner->Write(), m_faults); });

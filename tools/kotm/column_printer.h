@@ -44,30 +44,30 @@ public:
     };
 
     /// `format`: null for the type's own. What is handed over outlives the printer.
-    ColumnPrinter(ko::store::Snapshot& snapshot, std::size_t attribute, const char* format,
+    ColumnPrinter(ko::store::inner::Snapshot& snapshot, std::size_t attribute, const char* format,
                   const RowWriter& writer, RowWriter::Column column);
 
     /// Shows the values of objects of a block: that of row n at shown[n * stride], null for an
     /// absent one. They hold until ForgetRows.
-    void Show(const ko::store::BlockAt& block, std::span<const Wanted> wanted,
+    void Show(const ko::store::inner::BlockAt& block, std::span<const Wanted> wanted,
               std::string_view* shown, std::size_t stride);
     void ForgetRows() { m_rows.Clear(); }
 
 private:
-    void ShowColumn(const ko::store::BlockAt& block, const ko::store::Column& column,
+    void ShowColumn(const ko::store::inner::BlockAt& block, const ko::store::inner::Column& column,
                     std::span<const Wanted> wanted, std::string_view* shown, std::size_t stride);
-    std::string_view ShowCell(const ko::store::Cell& cell, std::uint64_t number);
+    std::string_view ShowCell(const ko::store::inner::Cell& cell, std::uint64_t number);
     std::string_view ShowEntry(std::uint16_t entry);
     std::string_view ShowFixed(std::string_view form);
     const std::string& Text(std::string_view form);
 
-    ko::store::Snapshot& m_snapshot;
+    ko::store::inner::Snapshot& m_snapshot;
     std::size_t m_attribute;
     std::string m_format;
     bool m_hasFormat;
     const RowWriter& m_writer;
     RowWriter::Column m_column;
-    ko::store::Value m_value;
+    ko::store::inner::Value m_value;
 
     std::vector<std::string_view> m_entries; ///< shown; of no place where they were not yet
     TextRoom m_kept;                         ///< what these point to

@@ -15,7 +15,7 @@ struct ExplainRequest {
 
 /// Shows how a query would find its objects: for each comparison the index, its lowest and highest
 /// key, what narrowing leaves of it, and the share of the objects, estimated and, counted on all of
-/// them, true; then the way that is chosen. Throws Failure as Query does.
+/// them, true; then the way that is chosen. Throws Error as Query does.
 void Explain(const ExplainRequest& request, std::ostream& out);
 
 } // namespace kotm

@@ -1,5 +1,4 @@
 #include "base/arguments.h"
-#include "base/failure.h"
 #include "base/utf8.h"
 #include "base/version.h"
 #include "base/visible.h"
@@ -10,6 +9,7 @@
 #include "object/object_store.h"
 #include "query.h"
 #include "type_commands.h"
+#include <kostore.h>
 
 #include <CLI/CLI.hpp>
 #include <kotmsdll.h>
@@ -28,6 +28,13 @@ namespace
 
 using namespace kotm;
 using namespace ko::store;
+using namespace ko::store::inner;
+
+/// The program's exit status. Errors end it with the numbers of their codes.
+enum class Exit : int {
+    Done = 0,
+    Rejected = 1, ///< some rows were rejected, the others are stored
+};
 
 std::string ReadFile(const std::string& path)
 {
@@ -35,7 +42,7 @@ std::string ReadFile(const std::string& path)
     std::ostringstream text;
     text << file.rdbuf();
     if (!file || text.fail())
-        throw Failure(Exit::Io, path + ": cannot be read");
+        throw Error(ErrorCode::Io, path + ": cannot be read");
     return text.str();
 }
 
@@ -53,11 +60,11 @@ void AddPrint(QueryRequest& request, const std::string& argument)
 {
     const std::size_t at = argument.find('=');
     if (at == 0 || at == std::string::npos || at + 1 == argument.size())
-        throw Failure(Exit::Usage, "--print: \"" + argument + "\" is not ATTRIBUTE=FORMAT");
+        throw Error(ErrorCode::Usage, "--print: \"" + argument + "\" is not ATTRIBUTE=FORMAT");
     const std::string format = argument.substr(at + 1);
     for (std::size_t i = 0; i < format.size();) {
         if (DecodeUtf8(format, i) < 0)
-            throw Failure(Exit::Usage, "--print: the format " + Quoted(format) + " is no UTF-8");
+            throw Error(ErrorCode::Usage, "--print: the format " + Quoted(format) + " is no UTF-8");
     }
     request.prints[argument.substr(0, at)] = format;
 }
@@ -142,7 +149,7 @@ public:
             m_app.exit(wish, std::cout, std::cerr);
             return Exit::Done;
         } catch (const CLI::ParseError& error) {
-            throw Failure(Exit::Usage, error.what(), "Run with --help for more information.\n");
+            throw Error(ErrorCode::Usage, error.what(), "Run with --help for more information.\n");
         }
         return m_run();
     }
@@ -157,10 +164,10 @@ private:
         if (word.starts_with('-') || std::find(names.begin(), names.end(), word) != names.end())
             return;
         const std::string nearest = word.empty() ? "" : Nearest(word, names);
-        throw Failure(Exit::Usage,
-                      "there is no command " + Quoted(word) +
-                          (nearest.empty() ? "; there are " + Listed(names)
-                                           : "; did you mean " + Quoted(nearest) + "?"));
+        throw Error(ErrorCode::Usage,
+                    "there is no command " + Quoted(word) +
+                        (nearest.empty() ? "; there are " + Listed(names)
+                                         : "; did you mean " + Quoted(nearest) + "?"));
     }
 
     template <class Action>
@@ -236,7 +243,7 @@ private:
             command->add_option("--rejects", m_import.rejects, "File for rejected rows");
         On(command, [this, rejects] {
             if (rejects->count() != 0 && m_import.rejects.empty())
-                throw Failure(Exit::Usage, "--rejects: the name of a file is missing");
+                throw Error(ErrorCode::Usage, "--rejects: the name of a file is missing");
             m_import.schema = m_schema;
             m_import.progress = isatty(STDERR_FILENO) != 0;
             return RunImport(m_import, m_schema);
@@ -296,7 +303,9 @@ private:
         command->add_option("STORE", m_checked, "Store")->required();
         On(command, [this] {
             ExpectBrokenPages();
-            return CheckStore(m_checked, std::cout) == 0 ? Exit::Done : Exit::Damaged;
+            if (CheckStore(m_checked, std::cout) == 0)
+                return Exit::Done;
+            return static_cast<Exit>(ErrorCode::Damaged);
         });
     }
 
@@ -313,10 +322,10 @@ private:
             const Schema& schema = store->GetSchema();
             const Attribute* attribute = schema.Find(m_attribute);
             if (attribute == nullptr)
-                throw Failure(Exit::Usage, schema.NoAttribute(m_attribute));
+                throw Error(ErrorCode::Usage, schema.NoAttribute(m_attribute));
             if (attribute->index != drops)
-                throw Failure(Exit::Usage, m_changed + ": the attribute " + Quoted(m_attribute) +
-                                               (drops ? " has no index" : " has an index"));
+                throw Error(ErrorCode::Usage, m_changed + ": the attribute " + Quoted(m_attribute) +
+                                                  (drops ? " has no index" : " has an index"));
             const auto place = static_cast<std::size_t>(attribute - schema.attributes.data());
             if (drops)
                 store->DropIndex(place);
@@ -369,24 +378,24 @@ struct Context {
 
 int Guarded(int argc, char** argv)
 {
-    const auto fail = [](Exit status, const char* message, const std::string& lines = {}) {
+    const auto fail = [](ErrorCode code, const char* message, const std::string& lines = {}) {
         std::cerr << "kotm: " << Visible(message) << '\n' << lines;
-        return static_cast<int>(status);
+        return static_cast<int>(code);
     };
     try {
         const Context context;
         const Exit status = Commands().Run(argc, argv);
         std::cout.flush();
         if (!std::cout)
-            return fail(Exit::Io, "standard output cannot be written");
+            return fail(ErrorCode::Io, "standard output cannot be written");
         return static_cast<int>(status);
-    } catch (const Failure& failure) {
+    } catch (const Error& failure) {
         std::cout.flush();
-        return fail(failure.Status(), failure.what(), failure.Lines());
+        return fail(failure.Code(), failure.what(), failure.Lines());
     } catch (const std::bad_alloc&) {
-        return fail(Exit::Io, "no memory");
+        return fail(ErrorCode::Io, "no memory");
     } catch (const std::exception& error) {
-        return fail(Exit::Io, error.what());
+        return fail(ErrorCode::Io, error.what());
     }
 }
 

@@ -14,6 +14,7 @@ namespace kotm
 {
 
 using namespace ko::store;
+using namespace ko::store::inner;
 
 namespace
 {

@@ -12,6 +12,7 @@ namespace kotm
 {
 
 using namespace ko::store;
+using namespace ko::store::inner;
 
 namespace
 {

@@ -8,7 +8,7 @@
 namespace kotm
 {
 
-/// Answers a query. Where it names an attribute, "@id" stands for the object's id. Throws Failure,
+/// Answers a query. Where it names an attribute, "@id" stands for the object's id. Throws Error,
 /// for a predicate with the place of the fault in it.
 void Query(const QueryRequest& request, std::ostream& out);
 

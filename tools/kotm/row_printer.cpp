@@ -10,6 +10,7 @@ namespace kotm
 {
 
 using namespace ko::store;
+using namespace ko::store::inner;
 
 namespace
 {
@@ -25,7 +26,7 @@ std::size_t AttributeNamed(const Schema& schema, const std::string& name, const 
         return kObjectIdIndex;
     const Attribute* attribute = schema.Find(name);
     if (attribute == nullptr)
-        throw Failure(Exit::Usage, std::string(option) + ": " + schema.NoAttribute(name));
+        throw Error(ErrorCode::Usage, std::string(option) + ": " + schema.NoAttribute(name));
     return static_cast<std::size_t>(attribute - schema.attributes.data());
 }
 

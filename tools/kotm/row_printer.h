@@ -22,11 +22,12 @@ class ColumnPrinter;
 class RowPrinter
 {
 public:
-    /// Throws Failure (Exit::Usage) for a column that does not exist.
-    RowPrinter(const QueryRequest& request, ko::store::Snapshot& snapshot, std::ostream& out);
+    /// Throws Error (ErrorCode::Usage) for a column that does not exist.
+    RowPrinter(const QueryRequest& request, ko::store::inner::Snapshot& snapshot,
+               std::ostream& out);
     ~RowPrinter();
 
-    /// Prints the rows of objects, in this order. Throws Failure (Exit::Damaged), also for one
+    /// Prints the rows of objects, in this order. Throws Error (ErrorCode::Damaged), also for one
     /// that does not exist.
     void Print(std::span<const std::uint64_t> numbers);
     void Finish() { m_writer->Finish(); }
@@ -34,15 +35,15 @@ public:
 private:
     void PrintTogether(std::span<const std::uint64_t> numbers);
 
-    ko::store::Snapshot& m_snapshot;
+    ko::store::inner::Snapshot& m_snapshot;
     std::unique_ptr<RowWriter> m_writer;
     std::vector<std::unique_ptr<ColumnPrinter>> m_columns;
     std::vector<std::string_view> m_shown; ///< of some rows, one after another
 };
 
-/// The place of an attribute that a request names, or kObjectIdIndex. Throws Failure (Exit::Usage),
-/// which names the option, where there is none.
-std::size_t AttributeNamed(const ko::store::Schema& schema, const std::string& name,
+/// The place of an attribute that a request names, or kObjectIdIndex. Throws Error
+/// (ErrorCode::Usage), which names the option, where there is none.
+std::size_t AttributeNamed(const ko::store::inner::Schema& schema, const std::string& name,
                            const char* option);
 
 } // namespace kotm

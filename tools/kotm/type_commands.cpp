@@ -1,10 +1,10 @@
 #include "type_commands.h"
 
-#include "base/failure.h"
 #include "base/visible.h"
 #include "output.h"
 #include "schema/field_reader.h"
 #include "schema/value_type.h"
+#include <kostore.h>
 
 #include <kostring.h>
 #include <nlohmann/json.hpp>
@@ -17,6 +17,7 @@ namespace kotm
 {
 
 using namespace ko::store;
+using namespace ko::store::inner;
 
 namespace
 {
@@ -25,9 +26,9 @@ namespace
 unsigned char PersistentFormat(std::uint64_t format)
 {
     if (format > 0xFF || (format & KoFMT_MEMORY) != 0)
-        throw Failure(Exit::Usage, "format " + std::to_string(format) +
-                                       " is no persistent form (1 is least, 2 most significant "
-                                       "byte first; bit 3 is the memory form)");
+        throw Error(ErrorCode::Usage, "format " + std::to_string(format) +
+                                          " is no persistent form (1 is least, 2 most significant "
+                                          "byte first; bit 3 is the memory form)");
     return static_cast<unsigned char>(format);
 }
 
@@ -52,15 +53,15 @@ std::string FromHex(const std::string& hex)
         if (c == ' ' && high < 0)
             continue;
         if (std::isxdigit(c) == 0)
-            throw Failure(Exit::Usage,
-                          "hex: character " + std::to_string(i + 1) + " is no hexadecimal digit");
+            throw Error(ErrorCode::Usage,
+                        "hex: character " + std::to_string(i + 1) + " is no hexadecimal digit");
         const int digit = std::isdigit(c) != 0 ? c - '0' : std::tolower(c) - 'a' + 10;
         if (high >= 0)
             bytes.push_back(static_cast<char>(high << 4 | digit));
         high = high < 0 ? digit : -1;
     }
     if (high >= 0)
-        throw Failure(Exit::Usage, "hex: an odd number of digits");
+        throw Error(ErrorCode::Usage, "hex: an odd number of digits");
     return bytes;
 }
 
@@ -112,22 +113,22 @@ void ReadText(Value& value, const std::string& utf8, const std::string& typeName
     KoString text;
     TextFault fault;
     if (!ToKoString(utf8, 0, text, fault))
-        throw Failure(Exit::Usage,
-                      "text, byte " + std::to_string(fault.offset + 1) + ": " + fault.reason);
+        throw Error(ErrorCode::Usage,
+                    "text, byte " + std::to_string(fault.offset + 1) + ": " + fault.reason);
     unsigned errorAt = 0;
     const int code =
         Manager().ParseFromKoString(value.Type().Id(), value.Get(), text, nullptr, errorAt);
     if (code == KoRC_NOT_SUPPORTED)
-        throw Failure(Exit::Usage, "the type " + typeName + " is not read from text");
+        throw Error(ErrorCode::Usage, "the type " + typeName + " is not read from text");
     if (code != 0)
-        throw Failure(Exit::Usage, NoValue(utf8, typeName, errorAt));
+        throw Error(ErrorCode::Usage, NoValue(utf8, typeName, errorAt));
 }
 
-Failure NoOrder(const std::string& typeName, unsigned short word)
+Error NoOrder(const std::string& typeName, unsigned short word)
 {
-    return Failure(Exit::Usage, "values of the type " + typeName +
-                                    " have no order under the word " + std::to_string(word) +
-                                    ": its wildcards are on (16 switches them off)");
+    return Error(ErrorCode::Usage, "values of the type " + typeName +
+                                       " have no order under the word " + std::to_string(word) +
+                                       ": its wildcards are on (16 switches them off)");
 }
 
 } // namespace
@@ -205,11 +206,11 @@ void InspectKey(const std::string& typeName, const std::string& hex, unsigned sh
         Manager().SortKeyLen(value.Type().Id(), value.Get(), KoFMT_MEMORY, 1, word) == 0)
         throw NoOrder(typeName, word);
     if (code == KoRC_NOT_SUPPORTED)
-        throw Failure(Exit::Usage, "keys of the type " + typeName + " under the word " +
-                                       std::to_string(word) + " do not hold the whole value");
+        throw Error(ErrorCode::Usage, "keys of the type " + typeName + " under the word " +
+                                          std::to_string(word) + " do not hold the whole value");
     if (code != KoRC_OK)
-        throw Failure(Exit::Usage, "the bytes are no key of the type " + typeName +
-                                       " under the word " + std::to_string(word));
+        throw Error(ErrorCode::Usage, "the bytes are no key of the type " + typeName +
+                                          " under the word " + std::to_string(word));
     std::string text;
     value.Print(text, nullptr);
     out << "type    " << typeName << '\n'
@@ -225,10 +226,10 @@ void InspectForm(const std::string& typeName, const std::string& hex, std::uint6
     const ValueType type = ValueType::Named(typeName);
     const std::string bytes = FromHex(hex);
     if (bytes.empty() || type.SizeAt(bytes, persistent) != bytes.size())
-        throw Failure(Exit::Usage, LengthFault(type, bytes, persistent));
+        throw Error(ErrorCode::Usage, LengthFault(type, bytes, persistent));
     Value value(type);
     if (!value.LoadUntrusted(bytes, persistent))
-        throw Failure(Exit::Usage, "the bytes are no value of the type " + typeName);
+        throw Error(ErrorCode::Usage, "the bytes are no value of the type " + typeName);
     const bool null = type.HasNull() && value.IsNull();
     int status = 0;
     const unsigned hash = Manager().Hash(type.Id(), 0, value.Get(), 1, KoFMT_MEMORY, status);

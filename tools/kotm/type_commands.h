@@ -13,23 +13,23 @@ namespace kotm
 void ListTypes(bool json, std::ostream& out);
 
 /// Writes the persistent form of each text, in hexadecimal digits on a line of its own. All texts
-/// are read before the first line is written. Throws Failure (Exit::Usage).
+/// are read before the first line is written. Throws Error (ErrorCode::Usage).
 void ConvertTexts(const std::string& type, const std::vector<std::string>& texts,
                   std::uint64_t format, std::ostream& out);
 
 /// Writes the sort key of each text under an operator word, as ConvertTexts does forms. Throws
-/// Failure (Exit::Usage), also where the word gives the type no order.
+/// Error (ErrorCode::Usage), also where the word gives the type no order.
 void ShowKeys(const std::string& type, const std::vector<std::string>& texts, unsigned short word,
               std::ostream& out);
 
 /// Shows the value of which a sort key in hexadecimal digits is, or says that keys of the type do
-/// not hold it. Throws Failure (Exit::Usage) for bytes that are no key.
+/// not hold it. Throws Error (ErrorCode::Usage) for bytes that are no key.
 void InspectKey(const std::string& type, const std::string& hex, unsigned short word,
                 std::ostream& out);
 
 /// Shows the value that a persistent form in hexadecimal digits stands for. No byte outside the
 /// form is read. A form that the type itself would write otherwise is shown as it would. Throws
-/// Failure (Exit::Usage) for bytes that are not exactly one value.
+/// Error (ErrorCode::Usage) for bytes that are not exactly one value.
 void InspectForm(const std::string& type, const std::string& hex, std::uint64_t format,
                  std::ostream& out);
 
