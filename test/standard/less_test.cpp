@@ -1,5 +1,4 @@
-#include "support/fixtures.h"
-#include "support/texts.h"
+#include "support/operand.h"
 
 #include <kostd.h>
 
@@ -40,21 +39,29 @@ std::vector<T> Values()
     return values;
 }
 
+/// The key of the type, which the members of a class make and read as well.
 template <class T>
-std::string Key(const T& value, unsigned short word)
-{
-    std::string key(value.SortKey(nullptr, 0, word), '\0');
-    value.SortKey(key.data(), static_cast<unsigned>(key.size()), word);
-    return key;
-}
-template <class T>
-std::string Key(const KoNull<T>& value, unsigned short word)
+std::string KeyOf(const T& value, unsigned short word)
 {
     const KoTypeMgr types;
-    constexpr o_char id = ko::TypeIdOf<KoNull<T>>;
-    std::string key(types.SortKeyLen(id, &value, KoFMT_MEMORY, 1, word), '\0');
-    types.SortKey(id, key.data(), static_cast<unsigned>(key.size()), &value, KoFMT_MEMORY, 1, word);
-    return key;
+    constexpr o_char id = ko::TypeIdOf<T>;
+    const Bytes key = Key(types, id, &value, KoFMT_MEMORY, 1, word);
+    if constexpr (requires(T back) { back.FromSortKey("", 0U, word); }) {
+        const auto length = static_cast<unsigned>(key.size());
+        Bytes made(length + 1, 0xA5);
+        EXPECT_EQ(value.SortKey(made.data(), length, word), length);
+        EXPECT_EQ(made.back(), 0xA5);
+        made.pop_back();
+        EXPECT_EQ(Hex(made), Hex(key));
+        T backs[2];
+        for (const unsigned given : {length, length - 1}) {
+            EXPECT_EQ(backs[0].FromSortKey(key.data(), given, word),
+                      types.FromSortKey(id, &backs[1], key.data(), given, 1, word));
+            EXPECT_EQ(Stored(types, id, &backs[0], KoFMT_BIG, 1),
+                      Stored(types, id, &backs[1], KoFMT_BIG, 1));
+        }
+    }
+    return {key.begin(), key.end()};
 }
 
 template <class T>
@@ -94,7 +101,7 @@ TYPED_TEST(Less, IsTheOrderOfKeysAndStrictAndWeak)
         std::vector<std::string> keys;
         std::vector<std::size_t> hashes;
         for (const auto& value : values) {
-            keys.push_back(Key(value, less.CmpOp()));
+            keys.push_back(KeyOf(value, less.CmpOp()));
             hashes.push_back(hasher(value));
         }
         for (std::size_t j = 0; j < values.size(); ++j) {
