@@ -2,9 +2,7 @@
 
 #include <ko.hpp>
 
-#include <cstdint>
 #include <sstream>
-#include <string>
 
 // ko.hpp with whatever strangers hand it: the first four bytes of the input choose type, word,
 // language and code set, then stand a text for null, a format and two texts, each up to a zero. The
@@ -12,14 +10,6 @@
 
 namespace
 {
-
-std::string Next(const std::uint8_t*& at, const std::uint8_t* end)
-{
-    const std::uint8_t* const zero = std::find(at, end, std::uint8_t{0});
-    const std::string text(at, zero);
-    at = zero == end ? end : zero + 1;
-    return text;
-}
 
 ko::BytesView AsBytes(const std::string& text)
 {
