@@ -121,7 +121,8 @@ TEST(StrCmp, AgreesWithTheRulesWrittenSimply)
         const std::size_t limit = limited ? static_cast<std::size_t>(len) : ~std::size_t{0};
         const auto expected = Weight(left, cmpOp, limit) <=> Weight(right, cmpOp, limit);
         ASSERT_EQ(Sign(left.Compare(right, len, cmpOp)), Sign(expected))
-            << Show(left) << " and " << Show(right) << " under " << cmpOp << ", " << len;
+            << data::FormatText(left) << " and " << data::FormatText(right) << " under " << cmpOp
+            << ", " << len;
         int secondary = 77;
         const int order = KoStrCmp(left.CodeSet(), left.Language(), left.StrGet(), right.CodeSet(),
                                    right.Language(), right.StrGet(), cmpOp, len, 1, &secondary);
@@ -284,7 +285,8 @@ TEST(StrCmp, WildcardsMatchAsASimpleMatcherDoes)
                                           Folded(UnitsOf(pattern), true, bytes, cmpOp));
             matches += expected ? 1U : 0U;
             ASSERT_EQ(text.Compare(pattern, -1, cmpOp) == 0, expected)
-                << Show(text) << " and " << Show(pattern) << " under " << cmpOp;
+                << data::FormatText(text) << " and " << data::FormatText(pattern) << " under "
+                << cmpOp;
         }
     }
     EXPECT_GT(matches, 30000U);

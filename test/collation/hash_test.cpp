@@ -41,7 +41,7 @@ TEST(StrHash, FollowsTheRule)
             text.SetCodeSetCode(KoCS_NONE);
         const auto len = static_cast<short>(i % 3 == 0 ? random.Below(9) : -1U);
         ASSERT_EQ(Hash(text, len), SimpleHash(text, len < 0 ? ~0U : static_cast<unsigned>(len)))
-            << Show(text) << " " << len;
+            << data::FormatText(text) << " " << len;
     }
     KoString null;
     null.SetNullValue();
@@ -118,7 +118,7 @@ TEST(StrRecords, CutKeysDecideAsWholeTextsOrSayThatTheyDoNot)
         int status = 0;
         const int whole = Compare(a, 0, b, 0, cmpOp, format, status);
         ASSERT_EQ(Sign(whole), Sign(left.Compare(right, -1, cmpOp)))
-            << Show(left) << " and " << Show(right) << " under " << cmpOp;
+            << data::FormatText(left) << " and " << data::FormatText(right) << " under " << cmpOp;
         a.resize(cut(a));
         if (random.Below(2) == 0)
             b.resize(cut(b));
@@ -129,7 +129,8 @@ TEST(StrRecords, CutKeysDecideAsWholeTextsOrSayThatTheyDoNot)
         }
         ++decided;
         ASSERT_EQ(Sign(order), Sign(whole))
-            << Show(left) << " and " << Show(right) << " under " << cmpOp << ", " << a.size();
+            << data::FormatText(left) << " and " << data::FormatText(right) << " under " << cmpOp
+            << ", " << a.size();
     }
     EXPECT_GT(decided, 20000U);
 }

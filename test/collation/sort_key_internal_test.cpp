@@ -89,9 +89,9 @@ void ExpectOrder(const KoString& a, const Key& x, const KoString& b, const Key& 
     const int order = Sign(a.Compare(b, -1, word));
     const auto compared = x <=> y;
     if (Sign(compared < 0 ? -1 : compared > 0) != order || Begins(x, y) || Begins(y, x))
-        ADD_FAILURE() << Show(a) << " and " << Show(b) << " under " << std::hex << word
-                      << " compare as " << order << ": " << data::FormatBytes(x) << " and "
-                      << data::FormatBytes(y);
+        ADD_FAILURE() << data::FormatText(a) << " and " << data::FormatText(b) << " under "
+                      << std::hex << word << " compare as " << order << ": " << data::FormatBytes(x)
+                      << " and " << data::FormatBytes(y);
 }
 
 /// The text comes back from its key.
@@ -100,10 +100,11 @@ void ExpectBack(const KoString& text, const Key& key, o_u2b word)
     KoString back = "before";
     unsigned taken = 0;
     ASSERT_EQ(ko::ReadSortKey(back, key.data(), static_cast<unsigned>(key.size()), word, taken), 0)
-        << Show(text);
+        << data::FormatText(text);
     EXPECT_EQ(taken, key.size());
     EXPECT_EQ(back.IsNullValue(), text.IsNullValue());
-    EXPECT_EQ(text.Compare(back, -1, KoCMP_PLAIN), 0) << Show(text) << " and " << Show(back);
+    EXPECT_EQ(text.Compare(back, -1, KoCMP_PLAIN), 0)
+        << data::FormatText(text) << " and " << data::FormatText(back);
 }
 
 /// Texts of every kind that keys treat differently.

@@ -79,7 +79,8 @@ TEST(TypeText, OldTextDelimitsItself)
             const Array made{manager, KoSTRING_T,
                              manager.ConvertToKoStringOld(pieces.data(), KoSTRING_T, count), 1};
             ASSERT_NE(made.data, nullptr);
-            EXPECT_EQ(Show(*static_cast<KoString*>(made.data)), Show(joined));
+            EXPECT_EQ(data::FormatText(*static_cast<KoString*>(made.data)),
+                      data::FormatText(joined));
             return;
         }
         joined.SetLanguage(7);

@@ -85,7 +85,7 @@ TEST(Find, AgreesWithComparingEveryPosition)
                 expected = static_cast<int>(i);
         }
         ASSERT_EQ(text.Find(pattern, static_cast<unsigned short>(start), cmpOp), expected)
-            << Show(text) << " " << Show(pattern) << " " << cmpOp;
+            << data::FormatText(text) << " " << data::FormatText(pattern) << " " << cmpOp;
         found += expected >= 0 ? 1 : 0;
     }
     EXPECT_GT(found, 2000);
@@ -151,7 +151,7 @@ TEST(Replace, AgreesWithEditingStepByStep)
             at = next > 65535 ? -1 : expected.Find(from, static_cast<unsigned short>(next));
         }
         ASSERT_TRUE(UnitsOf(text.ReplaceAll(from, to)) == UnitsOf(expected))
-            << Show(from) << " " << Show(to);
+            << data::FormatText(from) << " " << data::FormatText(to);
     }
 }
 

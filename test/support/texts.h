@@ -4,7 +4,6 @@
 #include <kotms.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
 #include <iterator>
 #include <random>
@@ -67,20 +66,6 @@ inline KoString Text(const std::u16string& units, unsigned char codeSet, unsigne
 inline constexpr unsigned char kCodeSets[] = {1,  2,  3,  4,  5,  6,  7,  8,  9,  10,  11, 13, 14,
                                               15, 16, 20, 21, 22, 30, 31, 32, 33, 34,  35, 36, 37,
                                               38, 40, 41, 42, 43, 44, 45, 46, 77, 230, 253};
-
-inline std::string Show(const KoString& text)
-{
-    if (text.IsNullValue())
-        return "null";
-    std::string shown =
-        std::to_string(text.CodeSet()) + ":" + std::to_string(text.Language()) + ":";
-    char hex[8];
-    for (const char16_t unit : UnitsOf(text)) {
-        std::snprintf(hex, sizeof hex, unit < 0x80 && unit >= ' ' ? "%c" : "<%X>", unit);
-        shown += hex;
-    }
-    return shown;
-}
 
 class Random
 {
