@@ -108,10 +108,10 @@ void ExpectBack(const KoString& text, const Key& key, o_u2b word)
 }
 
 /// Texts of every kind that keys treat differently.
-class AwkwardTexts
+class AwkwardTexts : public Random
 {
 public:
-    explicit AwkwardTexts(unsigned seed) : m_random(seed) {}
+    using Random::Random;
 
     KoString Next(bool plain)
     {
@@ -132,12 +132,10 @@ public:
         for (unsigned more = Below(most + 1); more > 0; --more)
             units += Unit(codeSet, kind);
         m_last = units;
-        return Text(units, codeSet, language);
+        return ::Text(units, codeSet, language);
     }
 
 private:
-    unsigned Below(unsigned end) { return static_cast<unsigned>(m_random() % end); }
-
     char16_t Unit(unsigned char codeSet, unsigned kind)
     {
         static constexpr char16_t kAscii[] = u"aaabABzZ019  --_.(\t\r\x7F";
@@ -158,7 +156,6 @@ private:
                              : kWide[Below(std::size(kWide) - 1)];
     }
 
-    std::mt19937 m_random;
     std::u16string m_last;
 };
 

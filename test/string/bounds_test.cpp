@@ -180,7 +180,7 @@ TEST(StringBounds, EstimatesOfPartsFitTogether)
 class TextMaker : public Random
 {
 public:
-    explicit TextMaker(unsigned seed) : Random(seed) {}
+    using Random::Random;
 
     /// Takes other characters, from everywhere in the scheme of orders.
     void Turn()
