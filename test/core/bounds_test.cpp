@@ -161,9 +161,9 @@ TEST(Bounds, AnEndStaysOpenWithoutMemory)
 TEST(Bounds, ANarrowedRangeLosesNoMatch)
 {
     Random random(20240229);
-    for (o_char id = 0; id < KoTYPE_COUNT; ++id) {
-        if (manager.IsFixed(id) == 0 || id == KoRES_T)
-            continue;
+    ForEachType([&random](const KoTypeMgr&, o_char id) {
+        if (manager.IsFixed(id) == 0)
+            return;
         const FixtureArray fixtures(manager, id);
         for (const unsigned char format : {KoFMT_LITTLE, KoFMT_BIG}) {
             const auto make = [&](bool, bool) {
@@ -177,7 +177,7 @@ TEST(Bounds, ANarrowedRangeLosesNoMatch)
             };
             CheckConditions({manager, id, format, make}, random, 400, {KoCMP_PLAIN});
         }
-    }
+    });
 }
 
 } // namespace

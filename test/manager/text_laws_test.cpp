@@ -2,30 +2,13 @@
 
 #include <gtest/gtest.h>
 #include <ko.h>
-#include <kombs.h>
-
-#include <cmath>
-#include <cstdlib>
+#include <kostd.h>
 
 // Every value goes through its text and back. KO_LAW_TEXTS sets the number of random values for all
 // types together.
 
 namespace
 {
-
-unsigned long long Values()
-{
-    const char* asked = std::getenv("KO_LAW_TEXTS");
-    return asked != nullptr ? std::strtoull(asked, nullptr, 10) : 120'000;
-}
-
-std::string Utf8(const KoString& text)
-{
-    std::string utf8(static_cast<std::size_t>(KoString2KoMBS(text, nullptr, 0)), '\0');
-    KoString2KoMBS(text, utf8.data(), static_cast<int>(utf8.size()));
-    utf8.pop_back();
-    return utf8;
-}
 
 /// Values of these types hold more than texts do: code set and language of a string, payload of a
 /// NaN, the value in a null, the byte that stands for true.
@@ -60,7 +43,7 @@ public:
             m_manager.PrintToKoString(m_id, narrow, value, m_format, 1);
         if (narrow.Len() > text.Len())
             text = narrow;
-        const std::string utf8 = Utf8(text);
+        const std::string utf8 = ko::ToUtf8(text);
         SCOPED_TRACE(utf8.substr(0, 200) + " of " + Hex(Stored(value)).substr(0, 200));
         unsigned errorAt = 0;
         ASSERT_EQ(m_manager.ParseFromKoString(m_id, m_back.data, text, m_format, errorAt), 0)
@@ -121,20 +104,16 @@ private:
 
 TEST(TextLaws, EveryValueOfEveryTypeComesBack)
 {
-    const KoTypeMgr manager;
-    const unsigned long long each = Values() / KoTYPE_COUNT + 1;
-    for (int id = 0; id < KoTYPE_COUNT; ++id) {
-        if (id == KoRES_T)
-            continue;
-        SCOPED_TRACE(koCurrentTypeTable.entry[id]->name);
-        TextLaws laws(static_cast<o_char>(id), static_cast<unsigned>(id));
-        const FixtureArray fixtures(manager, static_cast<o_char>(id));
-        for (unsigned i = 0; i < fixtures.Count() && !testing::Test::HasFailure(); ++i)
+    const unsigned long long each = Asked("KO_LAW_TEXTS", 120'000) / KoTYPE_COUNT + 1;
+    ForEachType([each](const KoTypeMgr& manager, o_char id) {
+        TextLaws laws(id, static_cast<unsigned>(id));
+        const FixtureArray fixtures(manager, id);
+        for (unsigned i = 0; i < fixtures.Count() && !HasFailure(); ++i)
             laws.Check(fixtures[i]);
-        for (unsigned long long i = 0; i < each && !testing::Test::HasFailure(); ++i)
+        for (unsigned long long i = 0; i < each && !HasFailure(); ++i)
             laws.Random();
-        EXPECT_EQ(laws.MetNull(), manager.SupportsNullValue(static_cast<o_char>(id)) != 0);
-    }
+        EXPECT_EQ(laws.MetNull(), manager.SupportsNullValue(id) != 0);
+    });
 }
 
 // As test/data/texts/codes.txt has them, through the type manager and through ko.h.
