@@ -1,4 +1,5 @@
 #include "support/fixtures.h"
+#include "support/intl.h"
 
 #include <gtest/gtest.h>
 
@@ -15,20 +16,12 @@ unsigned SimpleHash(const KoString& text, unsigned limit)
 {
     if (text.IsNullValue())
         return 0xFEFE7575U;
-    const KoCodeSet& codeSet = *KoLanguageContext::QueryCodeSet(text.CodeSet());
+    CollationKeys keys = KeysOf(text, limit);
+    if (limit != ~0U)
+        keys.resize(limit);
     unsigned hash = 0;
-    unsigned done = 0;
-    for (const o_u2b character : UnitsOf(text)) {
-        o_u2b orders[3] = {character};
-        const unsigned count = text.CodeSet() == 0 ? 1 : codeSet.GetOrders(character, orders);
-        for (unsigned i = 0; i < count && done < limit; ++i, ++done)
-            hash =
-                9 * hash + (text.CodeSet() == 0
-                                ? character
-                                : KoCollationKey(orders[i], codeSet.GetVariant(text.Language())));
-    }
-    for (; limit != ~0U && done < limit; ++done)
-        hash *= 9;
+    for (const o_u4b key : keys)
+        hash = 9 * hash + key;
     return hash;
 }
 
