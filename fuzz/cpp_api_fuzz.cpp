@@ -22,11 +22,12 @@ void Use(const ko::Value& value, const char* format, ko::Word word, const ko::Se
     (void)value.Text(format, settings);
     std::ostringstream out;
     out << value;
-    const auto little = value.Store(ko::Order::little);
-    Require(little.has_value(), "a value can be stored");
-    const auto back = ko::Value::Load(value.Type(), *little, ko::Order::little);
-    Require(back && *back == value && back->IsNull() == value.IsNull(), "and loaded");
-    Require(std::hash<ko::Value>()(*back) == std::hash<ko::Value>()(value), "with the same hash");
+    const auto back = value.Store(ko::Order::little).and_then([&](const ko::Bytes& little) {
+        return ko::Value::Load(value.Type(), little, ko::Order::little);
+    });
+    Require(back && *back == value && back->IsNull() == value.IsNull() &&
+                std::hash<ko::Value>()(*back) == std::hash<ko::Value>()(value),
+            "a value can be stored and loaded");
     const ko::Value copy = *back;
     Require(copy == value && !ko::ValueLess{word}(copy, value), "a copy is equal");
     const auto key = value.SortKey(word);

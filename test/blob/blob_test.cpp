@@ -49,13 +49,8 @@ TEST(KoBlob, Edits)
         {"appended to null", Null(), [](KoBlob& b) { b.Append("xy", 2); }, "2:xy"},
         {"nothing appended to null", Null(), [](KoBlob& b) { b.Append("xy", 0); }, "null"},
         {"null appended", Of(text), [](KoBlob& b) { b += Null(); }, "6:abcdef"},
-        {"appended to itself", Of("ab"),
-         [](KoBlob& b) {
-             b += b;
-             b += b;
-             b.Append(b.Seek(1, 1), 1);
-         },
-         "9:ababababb"},
+        {"appended to itself", Of("ab"), [](KoBlob& b) { (b += b) += b; }, "8:abababab"},
+        {"its part appended", Of("ab"), [](KoBlob& b) { b.Append(b.Seek(1, 1), 1); }, "3:abb"},
         {"cut in the middle", Of(text), [](KoBlob& b) { b.Cut(1, 2); }, "4:adef"},
         {"cut beyond the end", Of(text), [](KoBlob& b) { b.Cut(4, INT_MAX); }, "4:abcd"},
         {"cut before the start", Of(text), [](KoBlob& b) { b.Cut(-1, 3); }, "6:abcdef"},
@@ -184,22 +179,23 @@ TEST(KoBlob, BufferIsReused)
         for (int size = 900; size > 0; size -= 100)
             steps.SetTo(text.data(), size);
         EXPECT_EQ(heap.TakeSizes().back(), 1000U) << "only the length counts";
-        steps.Resize(50);
-        EXPECT_EQ(heap.TakeSizes(), Sizes()) << "shrinking keeps the buffer";
-        steps.Expand(51);
-        EXPECT_EQ(heap.TakeSizes(), Sizes{51}) << "expanding takes one";
-        steps.Append("x", 1);
-        EXPECT_EQ(heap.TakeSizes(), Sizes{52}) << "the first of a run takes what it needs";
-        steps.Append("x", 1);
-        EXPECT_EQ(heap.TakeSizes(), Sizes{53 + 26}) << "the next one half as much again";
-        steps.Append(text.data(), 26);
-        EXPECT_EQ(heap.TakeSizes(), Sizes());
-        steps.Cut(0, 1);
-        steps.Append("x", 1);
-        EXPECT_EQ(heap.TakeSizes(), Sizes{79}) << "another edit ends the run";
-        steps.SetTo(text.data(), 1);
-        steps.Append("x", 1);
-        EXPECT_EQ(heap.TakeSizes(), Sizes{2});
+        const struct {
+            const char* reason;
+            void (*edit)(KoBlob& b);
+            Sizes taken;
+        } edits[] = {
+            {"shrinking keeps the buffer", [](KoBlob& b) { b.Resize(50); }, {}},
+            {"expanding takes one", [](KoBlob& b) { b.Expand(51); }, {51}},
+            {"the first of a run takes what it needs", [](KoBlob& b) { b.Append("x", 1); }, {52}},
+            {"the next half as much again", [](KoBlob& b) { b.Append("x", 1); }, {53 + 26}},
+            {"which is used", [](KoBlob& b) { b.Append("twenty-six bytes of a text", 26); }, {}},
+            {"another edit ends the run", [](KoBlob& b) { b.Cut(0, 1), b.Append("x", 1); }, {79}},
+            {"a shorter value, too", [](KoBlob& b) { b.SetTo("x", 1), b.Append("x", 1); }, {2}},
+        };
+        for (const auto& row : edits) {
+            row.edit(steps);
+            EXPECT_EQ(heap.TakeSizes(), row.taken) << row.reason;
+        }
     }
 }
 

@@ -64,14 +64,12 @@ std::string KeyOf(const T& value, unsigned short word)
     return {key.begin(), key.end()};
 }
 
-template <class T>
-bool HaveOneOrder(const T&, const T&)
+/// Texts in which accents count and others have no one order.
+bool HaveOneOrder(const auto& a, const auto& b)
 {
+    if constexpr (requires { a.Flag(); })
+        return a.Flag() == b.Flag();
     return true;
-}
-bool HaveOneOrder(const KoCaseIString& a, const KoCaseIString& b)
-{
-    return a.Flag() == b.Flag();
 }
 
 template <class T>
