@@ -35,18 +35,21 @@ public:
     {
         if (field == "-")
             return;
-        Value value(type);
-        value.Set(field, textFormat);
-        const Bytes form = InForm(value.Id(), value.Data(), format);
+        m_value = std::make_unique<Value>(type);
+        m_value->Set(field, textFormat);
+        if (manager.IsFixed(m_value->Id()) == 0 && format == KoFMT_MEMORY)
+            return;
+        const Bytes form = InForm(m_value->Id(), m_value->Data(), format);
         m_size = form.size();
         m_bytes = std::make_unique<unsigned char[]>(m_size + 1);
         std::memcpy(Get(), form.data(), m_size);
     }
 
-    void* Get() const { return m_bytes ? m_bytes.get() + 1 : nullptr; }
+    void* Get() const { return m_bytes ? m_bytes.get() + 1 : m_value ? m_value->Data() : nullptr; }
     std::size_t Size() const { return m_size; }
 
 private:
+    std::unique_ptr<Value> m_value; ///< the texts of which stay where they are
     std::unique_ptr<unsigned char[]> m_bytes;
     std::size_t m_size = 0;
 };
@@ -62,11 +65,20 @@ void CheckEstimate(const std::string& type, const std::string& textFormat, const
     const Operand value(type, row[3], textFormat, format);
     KoIdxBounds bounds{low.Get(), high.Get(), 0, 0};
     Narrowed narrowed;
-    // Bits beyond the mask are not looked at.
-    auto op = static_cast<unsigned short>(OperatorOf(row[2]) | 0x7FF0);
+    // Bits beyond the mask are not looked at, but of texts.
+    const bool isText = manager.IsFixed(id) == 0;
+    auto op = static_cast<unsigned short>(OperatorOf(row[2]) | (isText ? 0 : 0x7FF0));
     const float estimate =
         manager.EvalAndBound(id, &bounds, op, value.Get(), format, 1, &narrowed, nullptr);
-    EXPECT_FLOAT_EQ(estimate, std::stof(row[4]));
+    const std::size_t range = row[4].find(" to ");
+    EXPECT_GE(estimate, std::stof(row[4]) * 0.999999F);
+    EXPECT_LE(estimate,
+              std::stof(row[4].substr(range == std::string::npos ? 0 : range + 4)) * 1.000001F);
+    EXPECT_EQ(bounds.low, low.Get());
+    EXPECT_EQ(manager.EvalAndBound(id, nullptr, op, value.Get(), format, 1, nullptr, nullptr), 0.0F)
+        << "nothing known of the index";
+    if (isText) // test/data/bounds/ends.txt has their ends
+        return;
     const auto check = [&](const void* end, unsigned length, bool closed) {
         ASSERT_EQ(end != nullptr, closed);
         EXPECT_EQ(length, closed ? value.Size() : 0U);
@@ -74,9 +86,6 @@ void CheckEstimate(const std::string& type, const std::string& textFormat, const
     };
     check(narrowed.low, narrowed.lowLen, (op & kLess) == 0);
     check(narrowed.high, narrowed.highLen, (op & kGreater) == 0);
-    EXPECT_EQ(bounds.low, low.Get());
-    EXPECT_EQ(manager.EvalAndBound(id, nullptr, op, value.Get(), format, 1, nullptr, nullptr), 0.0F)
-        << "nothing known of the index";
 }
 
 TEST(Bounds, EstimatesUnderEveryFormat)
@@ -84,8 +93,10 @@ TEST(Bounds, EstimatesUnderEveryFormat)
     data::ForEachRow("bounds/estimates.txt", 6, [](const auto& head, const data::Row& row) {
         std::istringstream types(head[0]);
         for (std::string type; types >> type;) {
+            const bool isText = manager.IsFixed(static_cast<o_char>(FindType(type))) == 0;
             for (unsigned format = 0; format < 256; ++format)
-                CheckEstimate(type, head[1], row, static_cast<unsigned char>(format));
+                if (!isText || format == KoFMT_MEMORY || format == KoFMT_BIG)
+                    CheckEstimate(type, head[1], row, static_cast<unsigned char>(format));
         }
     });
 }

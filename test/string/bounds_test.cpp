@@ -97,44 +97,8 @@ TEST(StringBounds, TableOfCaselessEnds)
     });
 }
 
-TEST(StringBounds, Estimates)
-{
-    data::ForEachRow("bounds/textestimates.txt", 7, [](const auto& head, const data::Row& row) {
-        const auto check = [&](auto text, o_char type) {
-            using Text = decltype(text);
-            if ((' ' + head[0] + ' ').find(std::string(" ") + current.NameGet(type) + ' ') ==
-                std::string::npos)
-                return;
-            unsigned short op = OperatorOf(row[2]);
-            Text ends[] = {row[0].c_str(), row[1].c_str()};
-            Text value(row[3].c_str());
-            for (const unsigned char format : {KoFMT_MEMORY, KoFMT_BIG}) {
-                const auto form = [&](Text& of) {
-                    const auto* bytes = reinterpret_cast<const unsigned char*>(&of);
-                    return format == KoFMT_MEMORY ? Bytes(bytes, bytes + sizeof of)
-                                                  : Stored(current, type, &of, format);
-                };
-                Bytes low = form(ends[0]);
-                Bytes high = form(ends[1]);
-                Bytes asked = form(value);
-                KoIdxBounds keys{row[0] == "-" ? nullptr : low.data(),
-                                 row[1] == "-" ? nullptr : high.data(), 0, 0};
-                const float share = current.EvalAndBound(type, &keys, op, asked.data(), format, 1,
-                                                         nullptr, nullptr);
-                EXPECT_GE(share, std::stof(row[4]));
-                EXPECT_LE(share, std::stof(row[5]));
-                EXPECT_EQ(current.EvalAndBound(type, nullptr, op, asked.data(), format, 1, nullptr,
-                                               nullptr),
-                          0.0F);
-            }
-        };
-        check(KoString(), KoSTRING_T);
-        check(KoIString(), KoISTRING_T);
-        check(KoCaseIString(), KoCASEISTRING_T);
-    });
-}
-
-// What a prefix selects holds every text that begins with it, and the operators share the index.
+// The estimates of single conditions are among those of core/bounds_test.cpp. What a prefix selects
+// holds every text that begins with it, and the operators share the index.
 TEST(StringBounds, EstimatesOfPartsFitTogether)
 {
     static const char* const kTexts[] = {"",       ".",     "a",       "abc",    "ab.c-d",
