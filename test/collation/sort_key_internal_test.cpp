@@ -240,28 +240,13 @@ TEST(SortKey, OrdersAllShortTexts)
 
 TEST(SortKey, TextsOfAnyLengthComeBack)
 {
-    const struct {
-        unsigned char codeSet, language;
-        unsigned length;
-        char16_t unit;
-        const char* reason;
-    } rows[] = {
-        {1, 0, 65531, u'-', "the longest gap"},
-        {1, 100, 65531, u'\xBD', "the most orders"},
-        {32, 0, 65531, u'\x81', "undefined positions"},
-        {20, 0, 40000, u'a', "too many for 16-bit characters"},
-        {253, 100, 32765, u'\u516C', "the longest 16-bit text"},
-        {0, 0, 65531, u'x', "plain bytes"},
-        {1, 0, 64, u'\xBE', "the longest that is short"},
-        {1, 0, 65, u'\xBE', "a little longer"},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.reason);
-        std::u16string units(row.length, row.unit);
+    data::ForEachRow("collation/longkeys.txt", 5, [](const auto&, const data::Row& row) {
+        std::u16string units(std::stoul(row[2]), data::ParseUnits(row[3])[0]);
         units[0] = u' ';
         units[40] = u'-';
-        const KoString text = Text(units, row.codeSet, row.language);
-        ASSERT_EQ(text.Len(), row.length);
+        const KoString text = Text(units, static_cast<unsigned char>(std::stoi(row[0])),
+                                   static_cast<unsigned char>(std::stoi(row[1])));
+        ASSERT_EQ(text.Len(), units.size());
         const KoText parts = StringAccess::Get(text);
         Key key(ko::SortKeyLength(parts, KoCMP_PLAIN));
         EXPECT_EQ(
@@ -273,7 +258,7 @@ TEST(SortKey, TextsOfAnyLengthComeBack)
         const auto cut = static_cast<unsigned>(key.size()) - 1;
         EXPECT_EQ(ko::ReadSortKey(back, key.data(), cut, KoCMP_PLAIN, taken), -1);
         EXPECT_TRUE(back == KoString("before") && taken == 1);
-    }
+    });
 }
 
 TEST(SortKey, WordsWithoutKeys)

@@ -1,7 +1,6 @@
 #include "support/fixtures.h"
 
 #include <cmath>
-#include <map>
 #include <random>
 
 /// Hashes spread: every bit of a value turns every bit of its hash in half of all cases, and values
@@ -11,17 +10,18 @@
 namespace
 {
 
-using Kind = const char*;
-
-unsigned HashOf(Kind type, Bytes& bytes, unsigned count)
+/// Of elements in memory, or least significant byte first.
+unsigned HashOf(o_char id, const void* values, unsigned count, unsigned char format = KoFMT_MEMORY)
 {
-    static const KoTypeMgr manager;
-    static std::map<Kind, int> ids;
-    const auto id = static_cast<o_char>(ids.try_emplace(type, FindType(type)).first->second);
     int status = 77;
-    const unsigned hash = manager.Hash(id, 0, bytes.data(), count, KoFMT_LITTLE, status);
+    const unsigned hash = KoTypeMgr().Hash(id, 0, values, count, format, status);
     EXPECT_EQ(status, 0);
     return hash;
+}
+template <class T>
+unsigned HashOf(o_char id, std::initializer_list<T> values)
+{
+    return HashOf(id, values.begin(), static_cast<unsigned>(values.size()));
 }
 
 TEST(Hash, EveryBitTurnsHalfOfTheHash)
@@ -29,28 +29,29 @@ TEST(Hash, EveryBitTurnsHalfOfTheHash)
     constexpr unsigned kValues = 1000;
     constexpr double kFurthest = 6.0; // standard deviations, of some 10^4 counts
     const struct {
-        Kind type;
+        o_char type;
         unsigned count;
         unsigned bytes;
         const char* reason;
-    } rows[] = {{"o_2b", 3, 6, "words that are sign-extended"},
-                {"o_4b", 4, 16, "every place"},
-                {"o_double", 2, 16, "bits of floating numbers"},
-                {"KoDateTimeN", 2, 22, "fields and nanoseconds"},
-                {"d_Timestamp", 1, 10, "date and time"},
-                {"KoClassId", 2, 8, "class and version"}};
+    } rows[] = {{Ko2B_T, 3, 6, "words that are sign-extended"},
+                {Ko4B_T, 4, 16, "every place"},
+                {KoDOUBLE_T, 2, 16, "bits of floating numbers"},
+                {KoDATIME_N_T, 2, 22, "fields and nanoseconds"},
+                {D_TIMESTAMP_T, 1, 10, "date and time"},
+                {KoCLID_T, 2, 8, "class and version"}};
     std::mt19937 random(1);
     for (const auto& row : rows) {
-        SCOPED_TRACE(testing::Message() << row.type << ": " << row.reason);
+        SCOPED_TRACE(row.reason);
         Bytes value(row.bytes);
         std::vector<unsigned> turned(std::size_t{32} * 8 * row.bytes);
         for (unsigned i = 0; i < kValues; ++i) {
             for (unsigned char& byte : value)
                 byte = static_cast<unsigned char>(random());
-            const unsigned hash = HashOf(row.type, value, row.count);
+            const unsigned hash = HashOf(row.type, value.data(), row.count, KoFMT_LITTLE);
             for (std::size_t bit = 0; bit < turned.size() / 32; ++bit) {
                 value[bit / 8] ^= static_cast<unsigned char>(1U << bit % 8);
-                const unsigned changed = hash ^ HashOf(row.type, value, row.count);
+                const unsigned changed =
+                    hash ^ HashOf(row.type, value.data(), row.count, KoFMT_LITTLE);
                 value[bit / 8] ^= static_cast<unsigned char>(1U << bit % 8);
                 for (unsigned out = 0; out < 32; ++out)
                     turned[32 * bit + out] += changed >> out & 1U;
@@ -65,20 +66,6 @@ TEST(Hash, EveryBitTurnsHalfOfTheHash)
 // ---- buckets
 
 constexpr unsigned kKeys = 10000;
-
-template <class T>
-unsigned HashOf(o_char id, const T* values, unsigned count)
-{
-    int status = 77;
-    const unsigned hash = KoTypeMgr().Hash(id, 0, values, count, KoFMT_MEMORY, status);
-    EXPECT_EQ(status, 0);
-    return hash;
-}
-template <class T>
-unsigned HashOf(o_char id, std::initializer_list<T> values)
-{
-    return HashOf(id, values.begin(), static_cast<unsigned>(values.size()));
-}
 
 /// A text of digits.
 template <class T>
