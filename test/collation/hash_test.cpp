@@ -36,9 +36,7 @@ TEST(StrHash, FollowsTheRule)
         ASSERT_EQ(Hash(text, len), SimpleHash(text, len < 0 ? ~0U : static_cast<unsigned>(len)))
             << data::FormatText(text) << " " << len;
     }
-    KoString null;
-    null.SetNullValue();
-    EXPECT_EQ(Hash(null, 0), 0xFEFE7575U);
+    EXPECT_EQ(Hash(NullText(), 0), 0xFEFE7575U);
     EXPECT_EQ(Hash(KoString(KoCS_NULL, 0)), 0xFEFE7575U);
     EXPECT_EQ(Hash("abc", 0), 0U);
     EXPECT_EQ(Hash("abc", -2), 0U);
@@ -73,9 +71,7 @@ TEST(StrHash, OfCharactersAsTheyStand)
     wide.SetCodeSetCode(230);
     EXPECT_EQ(HashKoString(wide), (0x2DU * 9 + 0x4E) * 9 + 0xE9 - 0x100);
     EXPECT_EQ(HashKoString7(wide), (0x2DU * 9 + 0x4E) * 9 + 0x69);
-    KoString null;
-    null.SetNullValue();
-    EXPECT_EQ(HashKoString(null), 0U);
+    EXPECT_EQ(HashKoString(NullText()), 0U);
 }
 
 // ---- stored records

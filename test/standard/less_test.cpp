@@ -4,10 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
-#include <set>
-#include <unordered_map>
-
 namespace
 {
 
@@ -119,23 +115,6 @@ TYPED_TEST(Less, IsTheOrderOfKeysAndStrictAndWeak)
             EXPECT_EQ(std::hash<TypeParam>()(values[1]), ko::HashOf()(values[1]));
         }
     }
-}
-
-TEST(Less, ContainersHoldPatternsAsTexts)
-{
-    std::map<KoString, int, ko::Less> ordered;
-    std::unordered_map<KoString, int, ko::HashOf, ko::Equal> hashed;
-    std::set<KoString, ko::Less> caseless(ko::Less{KoCMP_IGNORE_CASE});
-    for (const char* text : {"abc", "a*", "*", "?", "ABC", "a\\*"}) {
-        ++ordered[KoString(text)];
-        ++hashed[KoString(text)];
-        caseless.insert(KoString(text));
-    }
-    EXPECT_EQ(ordered.size(), 6U);
-    EXPECT_EQ(hashed.size(), 6U);
-    EXPECT_EQ(caseless.size(), 5U) << "abc and ABC are one";
-    EXPECT_EQ(hashed.count(KoString("a?c")), 0U);
-    EXPECT_TRUE(KoString("abc") == KoString("a*")) << "what the operators do";
 }
 
 TEST(Less, LocalReferencesHaveOneToo)

@@ -29,10 +29,8 @@ TEST(Find, ComparesTheBeginningOfTheRest)
     EXPECT_EQ(Text(u"a\u20ACb", 253).Find('b'), 2);
     EXPECT_EQ(Text(u"a\u00E9", 1).Find(static_cast<unsigned short>(0xE9)), 1);
     EXPECT_EQ(bytes.Find('\0'), -1);
-    KoString null;
-    null.SetNullValue();
-    EXPECT_EQ(null.Find('a'), -1);
-    EXPECT_EQ(bytes.Find(null), -1);
+    EXPECT_EQ(NullText().Find('a'), -1);
+    EXPECT_EQ(bytes.Find(NullText()), -1);
 }
 
 TEST(Find, WildcardsOfTheProcessMayChange)
