@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <limits>
 
 /// Stored dates and times: their order and hash, which are taken from the bytes.
@@ -48,11 +49,8 @@ Fields Draw(Random& random, const std::string& parts)
 Bytes StoredOf(Fields fields, const std::string& parts, o_char id)
 {
     if (id == D_TIME_T || id == D_TIMESTAMP_T) {
-        // The zone stands before a clock without it, and the clock with it decides first.
-        int* const time = &*(fields.end() - 6);
-        time[0] -= time[4];
-        time[1] -= time[5];
-        std::rotate(time, time + 4, time + 6);
+        // The zone stands before the clock, which decides first.
+        std::rotate(fields.end() - 6, fields.end() - 2, fields.end());
     }
     Bytes bytes;
     for (std::size_t i = 0; i < parts.size(); ++i)
