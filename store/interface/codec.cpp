@@ -4,7 +4,7 @@
 namespace ko::store
 {
 
-struct Codec::State {
+struct KOSTORE_HIDDEN Codec::State {
     inner::Attribute attribute;
     inner::FieldReader reader;
     inner::Value value;

@@ -39,7 +39,7 @@ auto Reading(const std::string& store, const Step& step)
 namespace ko::store
 {
 
-struct Snapshot::State : inner::Moment {
+struct KOSTORE_HIDDEN Snapshot::State : inner::Moment {
     using Moment::Moment;
 };
 

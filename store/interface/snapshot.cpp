@@ -30,7 +30,7 @@ std::vector<std::size_t> PlacesOf(const inner::Schema& schema,
 
 } // namespace
 
-struct Cursor::State {
+struct KOSTORE_HIDDEN Cursor::State {
     std::shared_ptr<inner::Moment> moment;
     std::vector<std::size_t> places;
     inner::Answer answer;

@@ -45,7 +45,7 @@ auto Opening(const std::string& address, const Step& step)
 
 } // namespace
 
-struct Store::State {
+struct KOSTORE_HIDDEN Store::State {
     std::shared_ptr<inner::ObjectStore> objects;
 
     /// The place of an attribute as the store is now.

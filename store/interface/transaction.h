@@ -13,7 +13,7 @@
 namespace ko::store
 {
 
-struct Transaction::State {
+struct KOSTORE_HIDDEN Transaction::State {
     explicit State(inner::ObjectChange& given);
 
     /// Ends the change where something went wrong that the caller's function passed over.

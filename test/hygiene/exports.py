@@ -68,6 +68,9 @@ def exported_symbols():
 def outer_name(symbol):
     """The class or function that a symbol belongs to."""
     symbol = re.sub(r"^(vtable|typeinfo|typeinfo name|guard variable|VTT) for ", "", symbol)
+    symbol = re.sub(r"^ko::store::(?!inner::)", "", symbol)
+    if "::State::" in symbol:  # what a class of the store keeps to itself
+        return symbol
     if match := re.match(r"operator[^\w(]+", symbol):
         return match[0]
     return re.match(r"\w*", symbol)[0]
