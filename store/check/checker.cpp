@@ -72,10 +72,7 @@ private:
 
     bool IsSound(std::size_t attribute, std::string_view form) const
     {
-        std::size_t at = 0;
-        return Manager().Validate(m_schema.attributes[attribute].type.Id(), form.data(),
-                                  form.size(), kStoreFormat, 1, at) == 0 &&
-               at == form.size();
+        return m_schema.attributes[attribute].type.IsForm(form);
     }
 
     void CheckTexts()
@@ -225,15 +222,12 @@ std::uint64_t CheckRows(Snapshot& snapshot, const std::string& scratch, std::ost
     return Checker(snapshot, scratch, out).Run();
 }
 
-std::uint64_t CheckStore(const std::string& address, std::ostream& out)
+CheckResult CheckStore(const std::string& address, std::ostream& out)
 {
     CheckEngine(address);
     const auto store = ObjectStore::Open(address, Mode::Read);
     const auto snapshot = store->Read();
-    const std::uint64_t faults = CheckRows(*snapshot, address, out);
-    if (faults == 0)
-        out << address << ": " << snapshot->GetCounts().objects << " objects, no faults\n";
-    return faults;
+    return {snapshot->GetCounts().objects, CheckRows(*snapshot, address, out)};
 }
 
 } // namespace ko::store::inner

@@ -1,6 +1,6 @@
 #include "import/importer.h"
 
-#include "base/arguments.h"
+#include "base/listed.h"
 #include "base/same_file.h"
 #include "base/visible.h"
 #include "engine/engine.h"
@@ -100,7 +100,7 @@ void CheckNames(const ImportRequest& request)
                                               other.path);
     };
     const Name csv{"the CSV file", request.csv};
-    const Name schema{"the schema", request.schema};
+    const Name schema{"the schema", request.schemaFile};
     const Name rejects{"the file for rejected rows", request.rejects};
     for (const std::string& path : FilesOfStore(request.store)) {
         const Name written{path == request.store ? "the store" : "a file of the store", path};
@@ -220,8 +220,9 @@ ImportResult Import(const ImportRequest& request, const Schema& schema, std::ost
         } catch (const Conflict&) {
             // The next run begins with the first row.
             if (run == kMostRuns)
-                throw Error(ErrorCode::Io, request.store + ": other changes came between " +
-                                               std::to_string(kMostRuns) + " times: try again");
+                throw Error(ErrorCode::Conflict, request.store + ": other changes came between " +
+                                                     std::to_string(kMostRuns) +
+                                                     " times: try again");
         }
     }
 }

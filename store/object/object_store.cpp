@@ -48,8 +48,9 @@ void ObjectStore::Run(const Once& once)
         } catch (const Conflict&) {
             m_dictionaries->Forget();
             if (run == kMostRuns)
-                throw Error(ErrorCode::Io, m_name + ": other changes came between " +
-                                               std::to_string(kMostRuns) + " times: try again");
+                throw Error(ErrorCode::Conflict, m_name + ": other changes came between " +
+                                                     std::to_string(kMostRuns) +
+                                                     " times: try again");
         } catch (...) {
             m_dictionaries->Forget();
             throw;

@@ -10,7 +10,8 @@
 #include <map>
 #include <random>
 
-using namespace ko::store;
+using ko::store::Error;
+using ko::store::ErrorCode;
 using namespace ko::store::inner;
 
 namespace

@@ -11,7 +11,6 @@
 namespace
 {
 
-using namespace ko::store;
 using namespace ko::store::inner;
 namespace lmdb = ko::store::inner::lmdb;
 using lmdb::kPageHeader;

@@ -20,7 +20,7 @@
 namespace
 {
 
-using namespace ko::store;
+using ko::store::Error;
 using namespace ko::store::inner;
 
 TEST(LmdbEngine, OutlivesKilledLoaders)

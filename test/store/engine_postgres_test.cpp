@@ -10,7 +10,7 @@
 namespace
 {
 
-using namespace ko::store;
+using ko::store::Error;
 using namespace ko::store::inner;
 using namespace std::chrono_literals;
 using postgres::Existing;

@@ -9,7 +9,7 @@
 namespace
 {
 
-using namespace ko::store;
+using ko::store::Error;
 using namespace ko::store::inner;
 
 struct Kind {

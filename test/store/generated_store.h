@@ -83,7 +83,10 @@ private:
             for (char& byte : form)
                 byte = static_cast<char>(m_random() % 3 == 0 ? m_random() % 24 : m_random() % 2);
             Value value(attribute.type);
-            if (form.empty() || !value.LoadUntrusted(form, kStoreFormat) || value.IsNull())
+            if (form.empty() || !attribute.type.IsForm(form))
+                continue;
+            value.Load(form);
+            if (value.IsNull())
                 continue;
             std::string text;
             value.Print(text, attribute.Format());

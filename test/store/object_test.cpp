@@ -12,7 +12,8 @@
 #include <set>
 #include <sstream>
 
-using namespace ko::store;
+using ko::store::Error;
+using ko::store::ErrorCode;
 using namespace ko::store::inner;
 
 namespace

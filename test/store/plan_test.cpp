@@ -2,14 +2,13 @@
 #include "store/random_predicate.h"
 #include "store/test_files.h"
 
-#include "explain.h"
 #include "import/importer.h"
+#include "query/explain.h"
 #include "query/planner.h"
 #include "query/scan.h"
 #include <kostore.h>
 
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <cstdlib>
@@ -17,9 +16,8 @@
 namespace
 {
 
-using namespace ko::store;
+using ko::store::Error;
 using namespace ko::store::inner;
-using namespace kotm;
 
 /// The objects of a range that pass a test, in the order in which they come.
 std::vector<std::uint64_t> Found(Snapshot& snapshot, const std::optional<IndexRange>& range,
@@ -124,7 +122,8 @@ public:
     Sample()
     {
         const std::string schema = ReadAll(KOTM_EXAMPLES "/birdstrikes.schema.json");
-        ImportRequest request{m_folder.Path("store"), KOTM_EXAMPLES "/birdstrikes.csv", "", false};
+        const ko::store::ImportRequest request{
+            m_folder.Path("store"), KOTM_EXAMPLES "/birdstrikes.csv", {}};
         std::ostringstream messages;
         Import(request, Schema::FromJson(schema, "schema"), messages);
         path = request.store;
@@ -144,22 +143,20 @@ TEST(Plan, NeverChangesTheAnswerOnTheSample)
 TEST(Plan, ExplainsItsChoice)
 {
     const Sample sample;
-    const auto explain = [&](const std::string& predicate, bool json) {
-        std::ostringstream out;
-        Explain({sample.path, predicate, json}, out);
-        return out.str();
-    };
-    const auto plan = nlohmann::json::parse(
-        explain("speed > 340 and (state = \"Texas\" or state = \"Ohio\")", true));
-    EXPECT_EQ(plan["plan"]["index"], "speed");
-    EXPECT_EQ(plan["plan"]["from"], "340");
-    EXPECT_EQ(plan["plan"]["to"], "(last)");
-    ASSERT_EQ(plan["conditions"].size(), 3U);
-    EXPECT_EQ(plan["conditions"][1]["narrowed"]["from"], "Texas");
-    EXPECT_LT(plan["plan"]["read"], 200) << "a small part of the objects";
-    EXPECT_EQ(plan["objects"], 10000);
+    const auto snapshot = ObjectStore::Open(sample.path, Mode::Read)->Read();
+    const auto plan = Explain(*snapshot, "speed > 340 and (state = \"Texas\" or state = \"Ohio\")");
+    ASSERT_TRUE(plan.part);
+    EXPECT_EQ(plan.part->attribute, "speed");
+    EXPECT_EQ(plan.part->from, "340");
+    EXPECT_EQ(plan.part->to, "(last)");
+    ASSERT_EQ(plan.comparisons.size(), 3U);
+    EXPECT_EQ(plan.comparisons[1].from, "Texas");
+    EXPECT_LT(plan.read, 200U) << "a small part of the objects";
+    EXPECT_EQ(plan.objects, 10000U);
 
-    const std::string table = explain("species = \"*hawk*\"i and not phase = \"Climb\"", false);
+    const std::string table =
+        RunKotm("explain " + sample.path + " 'species = \"*hawk*\"i and not phase = \"Climb\"'")
+            .out;
     for (const char* part : {"plan: all objects", "species = \"*hawk*\"i", "not phase", "100 %"})
         EXPECT_NE(table.find(part), std::string::npos) << part << "\n" << table;
 }

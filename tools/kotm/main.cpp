@@ -1,18 +1,12 @@
-#include "base/arguments.h"
-#include "base/utf8.h"
-#include "base/version.h"
-#include "base/visible.h"
-#include "check/checker.h"
-#include "engine/broken_page.h"
+#include "arguments.h"
 #include "explain.h"
-#include "import/importer.h"
-#include "object/object_store.h"
 #include "query.h"
+#include "text.h"
 #include "type_commands.h"
-#include <kostore.h>
 
 #include <CLI/CLI.hpp>
-#include <kotmsdll.h>
+#include <kostore.h>
+#include <kotms.h>
 
 #include <unistd.h>
 
@@ -26,15 +20,34 @@
 namespace
 {
 
+using ko::store::EndOnBrokenPages;
+using ko::store::Error;
+using ko::store::ErrorCode;
+using ko::store::ImportRequest;
+using ko::store::ImportResult;
+using ko::store::Store;
 using namespace kotm;
-using namespace ko::store;
-using namespace ko::store::inner;
 
-/// The program's exit status. Errors end it with the numbers of their codes.
+/// The program's exit status.
 enum class Exit : int {
     Done = 0,
     Rejected = 1, ///< some rows were rejected, the others are stored
+    Usage = 2,
+    Damaged = 3,
+    Io = 4, ///< whatever else keeps a store from being worked with
 };
+
+Exit ExitOf(ErrorCode code)
+{
+    switch (code) {
+    case ErrorCode::Usage:
+        return Exit::Usage;
+    case ErrorCode::Damaged:
+        return Exit::Damaged;
+    default:
+        return Exit::Io;
+    }
+}
 
 std::string ReadFile(const std::string& path)
 {
@@ -46,15 +59,6 @@ std::string ReadFile(const std::string& path)
     return text.str();
 }
 
-/// Only "check" looks at the pages of a store before LMDB does, which trusts them. A file that
-/// becomes shorter, or that the disk no longer gives, is a fault too while it is mapped.
-void ExpectBrokenPages()
-{
-    lmdb::SetBrokenPageHandler(lmdb::EndOnBrokenPage);
-    for (const int fault : {SIGSEGV, SIGBUS})
-        std::signal(fault, [](int) { lmdb::EndOnBrokenPage(); });
-}
-
 /// "A=FORMAT", as --print takes it.
 void AddPrint(QueryRequest& request, const std::string& argument)
 {
@@ -62,20 +66,21 @@ void AddPrint(QueryRequest& request, const std::string& argument)
     if (at == 0 || at == std::string::npos || at + 1 == argument.size())
         throw Error(ErrorCode::Usage, "--print: \"" + argument + "\" is not ATTRIBUTE=FORMAT");
     const std::string format = argument.substr(at + 1);
-    for (std::size_t i = 0; i < format.size();) {
-        if (DecodeUtf8(format, i) < 0)
-            throw Error(ErrorCode::Usage, "--print: the format " + Quoted(format) + " is no UTF-8");
-    }
+    KoString text;
+    std::size_t place = 0;
+    if (KoReadMBS(format.data(), format.size(), 0, text, place) == KoMBS_MALFORMED)
+        throw Error(ErrorCode::Usage, "--print: the format " + Quoted(format) + " is no UTF-8");
     request.prints[argument.substr(0, at)] = format;
 }
 
-Exit RunImport(const ImportRequest& request, const std::string& schemaPath)
+Exit RunImport(ImportRequest request)
 {
-    const Schema schema = Schema::FromJson(ReadFile(schemaPath), schemaPath);
-    ExpectBrokenPages();
-    const ImportResult result = Import(request, schema, std::cerr);
-    std::cerr << "rows read " << result.Read() << ", stored " << result.stored << ", rejected "
-              << result.rejected << '\n';
+    request.schema = ko::store::Schema::FromJson(ReadFile(request.schemaFile), request.schemaFile);
+    request.messages = &std::cerr;
+    EndOnBrokenPages();
+    const ImportResult result = ko::store::Import(request);
+    std::cerr << "rows read " << result.stored + result.rejected << ", stored " << result.stored
+              << ", rejected " << result.rejected << '\n';
     return result.rejected == 0 ? Exit::Done : Exit::Rejected;
 }
 
@@ -115,6 +120,13 @@ std::vector<std::string> OptionsFirst(const CLI::App& command, std::vector<std::
     return ordered;
 }
 
+/// Without the fifth number, that of a build.
+std::string Version()
+{
+    const std::string version = ko_version();
+    return version.substr(0, version.rfind('.'));
+}
+
 /// Builds the command line; each subcommand sets `run` when it is chosen.
 class Commands
 {
@@ -122,7 +134,7 @@ public:
     Commands()
     {
         m_app.require_subcommand(1);
-        m_app.set_version_flag("--version", "kotm " + LibraryVersion());
+        m_app.set_version_flag("--version", "kotm " + Version());
         AddTypes();
         AddConvert();
         AddInspect();
@@ -238,15 +250,15 @@ private:
         CLI::App* command = m_app.add_subcommand("import", "Store the rows of a CSV file");
         command->add_option("STORE", m_import.store, "Store, made where there is none")->required();
         command->add_option("CSV", m_import.csv, "CSV file with a header, in UTF-8")->required();
-        command->add_option("--schema", m_schema, "Schema of the class, in JSON")->required();
+        command->add_option("--schema", m_import.schemaFile, "Schema of the class, in JSON")
+            ->required();
         CLI::Option* rejects =
             command->add_option("--rejects", m_import.rejects, "File for rejected rows");
         On(command, [this, rejects] {
             if (rejects->count() != 0 && m_import.rejects.empty())
                 throw Error(ErrorCode::Usage, "--rejects: the name of a file is missing");
-            m_import.schema = m_schema;
             m_import.progress = isatty(STDERR_FILENO) != 0;
-            return RunImport(m_import, m_schema);
+            return RunImport(m_import);
         });
     }
 
@@ -276,7 +288,7 @@ private:
                 RowWriter::Kind::Table, RowWriter::Kind::Csv, RowWriter::Kind::Json};
             m_query.output = kKinds[ReadWord("--output", m_output, {"table", "csv", "json"})];
             m_query.toTerminal = isatty(STDOUT_FILENO) != 0;
-            ExpectBrokenPages();
+            EndOnBrokenPages();
             Query(m_query, std::cout);
             return Exit::Done;
         });
@@ -291,7 +303,7 @@ private:
         command->add_option("--output", m_output, "table or json")->capture_default_str();
         On(command, [this] {
             m_explain.json = ReadWord("--output", m_output, {"table", "json"}) == 1;
-            ExpectBrokenPages();
+            EndOnBrokenPages();
             Explain(m_explain, std::cout);
             return Exit::Done;
         });
@@ -302,10 +314,12 @@ private:
         CLI::App* command = m_app.add_subcommand("check", "Look for damage in a store");
         command->add_option("STORE", m_checked, "Store")->required();
         On(command, [this] {
-            ExpectBrokenPages();
-            if (CheckStore(m_checked, std::cout) == 0)
-                return Exit::Done;
-            return static_cast<Exit>(ErrorCode::Damaged);
+            EndOnBrokenPages();
+            const ko::store::CheckResult result = ko::store::Check(m_checked, std::cout);
+            if (result.faults != 0)
+                return Exit::Damaged;
+            std::cout << m_checked << ": " << result.objects << " objects, no faults\n";
+            return Exit::Done;
         });
     }
 
@@ -317,20 +331,16 @@ private:
         command->add_option("ATTRIBUTE", m_attribute, "Attribute")->required();
         On(command, [this] {
             const bool drops = ReadWord("ACTION", m_action, {"add", "drop"}) == 1;
-            ExpectBrokenPages();
-            const auto store = ObjectStore::Open(m_changed, Mode::Grow);
-            const Schema& schema = store->GetSchema();
-            const Attribute* attribute = schema.Find(m_attribute);
-            if (attribute == nullptr)
-                throw Error(ErrorCode::Usage, schema.NoAttribute(m_attribute));
-            if (attribute->index != drops)
+            EndOnBrokenPages();
+            const Store store = Store::Open(m_changed, ko::store::Mode::Grow);
+            const ko::store::Schema schema = store.GetSchema();
+            if (schema.attributes[schema.Place(m_attribute)].index != drops)
                 throw Error(ErrorCode::Usage, m_changed + ": the attribute " + Quoted(m_attribute) +
                                                   (drops ? " has no index" : " has an index"));
-            const auto place = static_cast<std::size_t>(attribute - schema.attributes.data());
             if (drops)
-                store->DropIndex(place);
+                store.DropIndex(m_attribute);
             else
-                store->AddIndex(place);
+                store.AddIndex(m_attribute);
             return Exit::Done;
         });
     }
@@ -341,8 +351,8 @@ private:
             "reindex", "Make all indexes anew, under the order of this program");
         command->add_option("STORE", m_changed, "Store")->required();
         On(command, [this] {
-            ExpectBrokenPages();
-            ObjectStore::Open(m_changed, Mode::Grow)->Reindex();
+            EndOnBrokenPages();
+            Store::Open(m_changed, ko::store::Mode::Grow).Reindex();
             return Exit::Done;
         });
     }
@@ -356,7 +366,6 @@ private:
     std::string m_format = std::to_string(KoFMT_LITTLE);
     std::string m_word = "0x10";
     bool m_key = false;
-    std::string m_schema;
     ImportRequest m_import;
     QueryRequest m_query;
     ExplainRequest m_explain;
@@ -379,8 +388,8 @@ struct Context {
 int Guarded(int argc, char** argv)
 {
     const auto fail = [](ErrorCode code, const char* message, const std::string& lines = {}) {
-        std::cerr << "kotm: " << Visible(message) << '\n' << lines;
-        return static_cast<int>(code);
+        std::cerr << "kotm: " << ko::store::Visible(message) << '\n' << lines;
+        return static_cast<int>(ExitOf(code));
     };
     try {
         const Context context;

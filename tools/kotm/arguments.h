@@ -1,12 +1,12 @@
-#ifndef KO_STORE_BASE_ARGUMENTS_H
-#define KO_STORE_BASE_ARGUMENTS_H
+#ifndef KOTM_ARGUMENTS_H
+#define KOTM_ARGUMENTS_H
 
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
 
-namespace ko::store::inner
+namespace kotm
 {
 
 /// A count that an option takes: decimal digits, up to 64 bits. Throws Error (ErrorCode::Usage).
@@ -29,9 +29,9 @@ std::vector<std::string> ReadNames(const char* option, std::string_view text);
 /// none.
 std::string Nearest(std::string_view given, const std::vector<std::string>& words);
 
-/// "a, b and 3 more": no more of the names than a message has room for, each in quotes.
+/// The words, each in quotes, with commas between them.
 std::string Listed(const std::vector<std::string>& names);
 
-} // namespace ko::store::inner
+} // namespace kotm
 
 #endif

@@ -1,13 +1,17 @@
-#include "base/arguments.h"
+#include "arguments.h"
 
-#include "base/visible.h"
+#include "text.h"
+
 #include <kostore.h>
 
 #include <algorithm>
 #include <charconv>
 
-namespace ko::store::inner
+namespace kotm
 {
+
+using ko::store::Error;
+using ko::store::ErrorCode;
 
 namespace
 {
@@ -101,13 +105,10 @@ std::string Nearest(std::string_view given, const std::vector<std::string>& word
 
 std::string Listed(const std::vector<std::string>& names)
 {
-    constexpr std::size_t kMost = 20;
     std::string list;
-    for (std::size_t i = 0; i < std::min(names.size(), kMost); ++i)
-        list += (i == 0 ? "" : ", ") + Quoted(names[i]);
-    if (names.size() > kMost)
-        list += " and " + std::to_string(names.size() - kMost) + " more";
+    for (const std::string& name : names)
+        list += (list.empty() ? "" : ", ") + Quoted(name);
     return list;
 }
 
-} // namespace ko::store::inner
+} // namespace kotm
