@@ -34,7 +34,8 @@ ObjectStore::~ObjectStore() = default;
 
 std::unique_ptr<Snapshot> ObjectStore::Read() const
 {
-    return std::make_unique<Snapshot>(m_engine->Read(), m_engine->About().viewsLast, m_name);
+    return std::make_unique<Snapshot>(m_engine->Read(), m_engine->About().viewsLast, m_name,
+                                      m_memory);
 }
 
 template <class Once>

@@ -60,6 +60,7 @@ private:
 
     std::unique_ptr<Engine> m_engine;
     std::string m_name;
+    std::shared_ptr<StoreMemory> m_memory = std::make_shared<StoreMemory>();
     Description m_description;
     std::mutex m_changing;
     std::unique_ptr<Dictionaries> m_dictionaries; ///< kept between changes
