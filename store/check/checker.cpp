@@ -230,9 +230,9 @@ std::uint64_t CheckStore(const std::string& address, std::ostream& out)
     CheckEngine(address);
     const auto store = ObjectStore::Open(address, Mode::Read);
     const auto snapshot = store->Read();
-    const std::uint64_t faults = CheckRows(*snapshot, address, out);
+    const std::uint64_t faults = CheckRows(*snapshot, ScratchOfStore(address), out);
     if (faults == 0)
-        out << address << ": " << snapshot->GetCounts().objects << " objects, no faults\n";
+        out << store->Name() << ": " << snapshot->GetCounts().objects << " objects, no faults\n";
     return faults;
 }
 

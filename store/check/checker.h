@@ -17,7 +17,7 @@ namespace ko::store::inner
 /// the engine's own parts are damaged.
 std::uint64_t CheckStore(const std::string& address, std::ostream& out);
 
-/// The same for the rows alone; `scratch` names the place of temporary files.
+/// The same for the rows alone; `scratch` is the path beside which temporary files come and go.
 std::uint64_t CheckRows(Snapshot& snapshot, const std::string& scratch, std::ostream& out);
 
 } // namespace ko::store::inner

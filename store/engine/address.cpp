@@ -3,6 +3,8 @@
 #include "engine/lmdb_store.h"
 #include "engine/postgres.h"
 
+#include <cstdlib>
+
 namespace ko::store::inner
 {
 
@@ -39,6 +41,19 @@ void CheckEngine(const std::string& address)
 std::vector<std::string> FilesOfStore(const std::string& address)
 {
     return postgres::IsAddress(address) ? std::vector<std::string>() : lmdb::FilesOfStore(address);
+}
+
+std::string NameOfStore(const std::string& address)
+{
+    return postgres::IsAddress(address) ? postgres::NameOfStore(address) : address;
+}
+
+std::string ScratchOfStore(const std::string& address)
+{
+    if (!postgres::IsAddress(address))
+        return address;
+    const char* const folder = std::getenv("TMPDIR");
+    return std::string(folder != nullptr && *folder != '\0' ? folder : "/tmp") + "/kostore";
 }
 
 } // namespace ko::store::inner

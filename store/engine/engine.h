@@ -181,6 +181,11 @@ void CheckEngine(const std::string& address);
 /// The files that belong to the store or come and go while it is written, none of which may be an
 /// input or another output. Empty where the address names no file.
 std::vector<std::string> FilesOfStore(const std::string& address);
+/// What sentences call the store: its address, of a database without user and password.
+std::string NameOfStore(const std::string& address);
+/// A path beside which temporary files may come and go while the store is written or checked: the
+/// store's own, and for a database one in TMPDIR or /tmp.
+std::string ScratchOfStore(const std::string& address);
 
 } // namespace ko::store::inner
 

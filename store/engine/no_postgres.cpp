@@ -32,6 +32,10 @@ void CheckEngine(const std::string&)
 {
     Refuse();
 }
+std::string NameOfStore(const std::string&)
+{
+    Refuse();
+}
 std::size_t Clean(const std::string&)
 {
     Refuse();

@@ -21,11 +21,13 @@ constexpr unsigned kMostRuns = 10;
 
 std::shared_ptr<ObjectStore> ObjectStore::Open(const std::string& address, Mode mode)
 {
-    return std::make_shared<ObjectStore>(OpenEngine(address, mode), address);
+    return std::make_shared<ObjectStore>(OpenEngine(address, mode), NameOfStore(address),
+                                         ScratchOfStore(address));
 }
 
-ObjectStore::ObjectStore(std::unique_ptr<Engine> engine, std::string name)
-    : m_engine(std::move(engine)), m_name(std::move(name)), m_description(Read()->About()),
+ObjectStore::ObjectStore(std::unique_ptr<Engine> engine, std::string name, std::string scratch)
+    : m_engine(std::move(engine)), m_name(std::move(name)), m_scratch(std::move(scratch)),
+      m_description(Read()->About()),
       m_dictionaries(std::make_unique<Dictionaries>(LayoutOf(m_description.schema)))
 {
 }
@@ -74,7 +76,7 @@ void ObjectStore::MakeIndexes(Writer& writer, Snapshot& now, Description descrip
     EntryChanges entries(writer);
     for (const std::size_t attribute : attributes)
         entries.Clear({BeforeAttribute(attribute), BehindAttribute(attribute)});
-    IndexFeed feed(now, std::move(attributes), m_name);
+    IndexFeed feed(now, std::move(attributes), m_scratch);
     feed.AddAll();
     for (std::size_t i = 0; i < feed.Attributes().size(); ++i)
         entries.Fill(feed.Entries(i));

@@ -25,8 +25,9 @@ public:
     /// Throws Error as OpenEngine does, and (ErrorCode::Damaged) where what is there is no store of
     /// objects in this format.
     static std::shared_ptr<ObjectStore> Open(const std::string& address, Mode mode);
-    /// The same for an engine at hand; `name` begins sentences.
-    ObjectStore(std::unique_ptr<Engine> engine, std::string name);
+    /// The same for an engine at hand; `name` begins sentences, and `scratch` is the path beside
+    /// which temporary files come and go.
+    ObjectStore(std::unique_ptr<Engine> engine, std::string name, std::string scratch);
     ~ObjectStore();
 
     const std::string& Name() const { return m_name; }
@@ -60,6 +61,7 @@ private:
 
     std::unique_ptr<Engine> m_engine;
     std::string m_name;
+    std::string m_scratch;
     std::shared_ptr<StoreMemory> m_memory = std::make_shared<StoreMemory>();
     Description m_description;
     std::mutex m_changing;

@@ -118,10 +118,8 @@ void Snapshot::NeedIndexes() const
 {
     if (!IndexesServe())
         throw Error(ErrorCode::Damaged,
-                    m_store +
-                        ": its indexes were made under another order of values: "
-                        "\"kotm reindex " +
-                        m_store + "\" makes them anew");
+                    m_store + ": its indexes were made under another order of values: "
+                              "\"kotm reindex\" makes them anew");
 }
 
 /// The bytes of a block, whose checksum is proved when they are met first.

@@ -21,7 +21,7 @@ void FillServer(Place& place)
         {"name": "kind", "column": "kind", "type": "KoString"},
         {"name": "note", "column": "note", "type": "KoString"}]})",
                                            "schema");
-    const auto bulk = Bulk::Create(place.Load(), schema, testing::TempDir() + "trips");
+    const auto bulk = Bulk::Create(place.Load(), schema, Scratch());
     for (std::uint64_t i = 1; i <= kObjects; ++i) {
         const std::string texts[] = {std::to_string(i), "kind " + std::to_string(i * 7 % 3000),
                                      std::to_string(i * i) +
@@ -74,7 +74,7 @@ TEST(RoundTrips, OfFinds)
     SocketProxy proxy(PostgresServer::Shared().Socket());
     DatabasePlace place(proxy.Folder());
     ASSERT_NO_FATAL_FAILURE(FillServer(place));
-    ObjectStore store(place.Open(Mode::Change), "store");
+    ObjectStore store(place.Open(Mode::Change), "store", Scratch());
     const auto trips = [&](const std::function<void()>& call) {
         const int before = proxy.Trips();
         call();

@@ -140,7 +140,7 @@ inline void ExpectObjects(Snapshot& now, const Objects& objects)
     ASSERT_FALSE(now.Value(0, 0, room) || now.Value(now.GetCounts().nextNumber, 0, room) ||
                  now.Value(kMaxObjectNumber, 0, room));
     std::ostringstream told;
-    EXPECT_EQ(ko::store::inner::CheckRows(now, "/tmp/check", told), 0U) << told.str();
+    EXPECT_EQ(ko::store::inner::CheckRows(now, Scratch(), told), 0U) << told.str();
 }
 
 /// Changes some objects; the model gets the same.
