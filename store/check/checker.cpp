@@ -72,10 +72,7 @@ private:
 
     bool IsSound(std::size_t attribute, std::string_view form) const
     {
-        std::size_t at = 0;
-        return Manager().Validate(m_schema.attributes[attribute].type.Id(), form.data(),
-                                  form.size(), kStoreFormat, 1, at) == 0 &&
-               at == form.size();
+        return m_schema.attributes[attribute].type.IsSound(form);
     }
 
     void CheckTexts()

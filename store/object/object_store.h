@@ -36,6 +36,7 @@ public:
     const Description& About() const { return m_description; }
     const Schema& GetSchema() const { return m_description.schema; }
     unsigned SlotsOfBlock() const { return m_description.slotsOfBlock; }
+    const Traits& EngineTraits() const { return m_engine->About(); }
 
     std::unique_ptr<Snapshot> Read() const;
 

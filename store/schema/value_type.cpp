@@ -88,6 +88,13 @@ std::size_t ValueType::MeasureAt(std::string_view bytes, unsigned char format) c
     return size <= bytes.size() ? size : 0;
 }
 
+bool ValueType::IsSound(std::string_view form) const
+{
+    std::size_t at = 0;
+    return Manager().Validate(m_id, form.data(), form.size(), kStoreFormat, 1, at) == 0 &&
+           at == form.size();
+}
+
 Value::Value(const ValueType& type) : m_type(type), m_value(Manager().Create(type.Id(), 1))
 {
     if (m_value == nullptr)

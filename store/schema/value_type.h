@@ -66,6 +66,9 @@ public:
     /// The same for a fixed-length type without looking at a value; 0 for a variable one.
     std::size_t FixedSize() const { return m_fixedSize; }
 
+    /// True for bytes that are a form of the type in the store's format, and nothing more.
+    bool IsSound(std::string_view form) const;
+
 private:
     std::size_t MeasureAt(std::string_view bytes, unsigned char format) const;
     bool TakesAnyText() const;
