@@ -40,5 +40,9 @@ std::size_t Clean(const std::string&)
 {
     Refuse();
 }
+std::string GrantStatements(const std::string&, const std::string&, const std::string&)
+{
+    Refuse();
+}
 
 } // namespace ko::store::inner::postgres

@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -54,7 +55,15 @@ public:
     /// Makes all indexes anew, under this program's order.
     void Reindex();
 
+    /// Joins the small rows that single changes leave in indexes, beside readers and other writers,
+    /// in transactions of bounded size: what was joined before an error stays so. Returns how many
+    /// rows the indexes have less.
+    std::uint64_t Compact();
+
 private:
+    std::optional<Range> FindJoinable(const std::string& from) const;
+    template <class Call>
+    void Repeat(const Call& call) const;
     template <class Once>
     void Run(const Once& once);
     void MakeIndexes(Writer& writer, Snapshot& now, Description description,
