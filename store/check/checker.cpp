@@ -227,7 +227,7 @@ CheckResult CheckStore(const std::string& address, std::ostream& out)
     CheckEngine(address);
     const auto store = ObjectStore::Open(address, Mode::Read);
     const auto snapshot = store->Read();
-    return {snapshot->GetCounts().objects, CheckRows(*snapshot, address, out)};
+    return {snapshot->GetCounts().objects, CheckRows(*snapshot, ScratchOfStore(address), out)};
 }
 
 } // namespace ko::store::inner

@@ -18,8 +18,8 @@ namespace ko::store::inner
 /// are damaged.
 CheckResult CheckStore(const std::string& address, std::ostream& out);
 
-/// The same for the rows alone, of which it returns the number of faults; `scratch` names the place
-/// of temporary files.
+/// The same for the rows alone, of which it returns the number of faults; `scratch` is the path
+/// beside which temporary files come and go.
 std::uint64_t CheckRows(Snapshot& snapshot, const std::string& scratch, std::ostream& out);
 
 } // namespace ko::store::inner

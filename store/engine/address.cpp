@@ -2,6 +2,9 @@
 #include "engine/lmdb_check.h"
 #include "engine/lmdb_store.h"
 #include "engine/postgres.h"
+#include <kostore.h>
+
+#include <cstdlib>
 
 namespace ko::store::inner
 {
@@ -39,6 +42,32 @@ void CheckEngine(const std::string& address)
 std::vector<std::string> FilesOfStore(const std::string& address)
 {
     return postgres::IsAddress(address) ? std::vector<std::string>() : lmdb::FilesOfStore(address);
+}
+
+std::size_t Clean(const std::string& address)
+{
+    return postgres::IsAddress(address) ? postgres::Clean(address) : lmdb::Clean(address);
+}
+
+std::string GrantStatements(const std::string& address, const std::string& reader,
+                            const std::string& writer)
+{
+    if (postgres::IsAddress(address))
+        return postgres::GrantStatements(address, reader, writer);
+    throw Error(ErrorCode::Usage, address + ": is a file, whose permissions say who may read it");
+}
+
+std::string NameOfStore(const std::string& address)
+{
+    return postgres::IsAddress(address) ? postgres::NameOfStore(address) : address;
+}
+
+std::string ScratchOfStore(const std::string& address)
+{
+    if (!postgres::IsAddress(address))
+        return address;
+    const char* const folder = std::getenv("TMPDIR");
+    return std::string(folder != nullptr && *folder != '\0' ? folder : "/tmp") + "/kostore";
 }
 
 } // namespace ko::store::inner

@@ -181,6 +181,20 @@ void CheckEngine(const std::string& address);
 /// The files that belong to the store or come and go while it is written, none of which may be an
 /// input or another output. Empty where the address names no file.
 std::vector<std::string> FilesOfStore(const std::string& address);
+/// Clears away what loaders of this store left behind that were killed, and in a database what was
+/// replaced a minute ago or earlier. Returns how many of such it were. Throws Error (ErrorCode::Io)
+/// while a loader is at work.
+std::size_t Clean(const std::string& address);
+/// The statements by which an administrator of a database lets one role read a store and another
+/// change its objects as well; an empty role is left out. They hold for the store as it is now: one
+/// that replaces it needs them again. Throws Error: ErrorCode::Usage for a path.
+std::string GrantStatements(const std::string& address, const std::string& reader,
+                            const std::string& writer);
+/// What sentences call the store: its address, of a database without user and password.
+std::string NameOfStore(const std::string& address);
+/// A path beside which temporary files may come and go while the store is written or checked: the
+/// store's own, and for a database one in TMPDIR or /tmp.
+std::string ScratchOfStore(const std::string& address);
 
 } // namespace ko::store::inner
 

@@ -38,9 +38,12 @@ std::unique_ptr<Engine> OpenEngine(const std::string& address, Mode mode);
 std::unique_ptr<Loader> StartLoad(const std::string& address, Existing existing);
 bool StoreExists(const std::string& address);
 void CheckEngine(const std::string& address);
+std::string NameOfStore(const std::string& address);
 /// Drops what loaders of this store left behind that were killed, and generations that were
 /// replaced a minute ago or earlier; not while a loader is at work. Returns how many were dropped.
 std::size_t Clean(const std::string& address);
+std::string GrantStatements(const std::string& address, const std::string& reader,
+                            const std::string& writer);
 
 } // namespace ko::store::inner::postgres
 

@@ -1,5 +1,6 @@
 #include "engine/postgres_address.h"
 
+#include "engine/postgres.h"
 #include <kostore.h>
 
 #include <libpq-fe.h>
@@ -100,6 +101,11 @@ void Address::ReadUrl(const std::string& url)
     m_options = said["options"];
     m_shown = host + (said.contains("port") ? ":" + said["port"] : "") + "/" + said["dbname"] +
               "#" + m_store;
+}
+
+std::string NameOfStore(const std::string& address)
+{
+    return Address(address).Shown();
 }
 
 } // namespace ko::store::inner::postgres

@@ -126,11 +126,14 @@ Answer Connection::Receive()
         m_expected.pop_front();
         try {
             Answer answer = Take(expectation);
-            if (expectation.what == Expected::Answer)
+            if (expectation.what == Expected::Answer && !expectation.forgone)
                 return answer;
         } catch (const SqlError&) {
-            if (IsSound())
-                Drain();
+            if (!IsSound())
+                throw;
+            if (expectation.forgone)
+                continue;
+            Drain();
             throw;
         }
     }
@@ -164,6 +167,12 @@ void Connection::Abandon()
     Sync();
     if (PQflush(m_connection.get()) < 0)
         Lose();
+}
+
+void Connection::Forgo()
+{
+    for (Expectation& expectation : m_expected)
+        expectation.forgone = true;
 }
 
 SqlError Connection::ErrorOf(const PGresult* result)

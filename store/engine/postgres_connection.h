@@ -116,6 +116,9 @@ public:
     void Drain();
     /// Ends a transaction without waiting for it.
     void Abandon();
+    /// Nobody asks for the answers that are still to come, or whether there was an error: they are
+    /// passed over when they come before another.
+    void Forgo();
 
     void BeginCopy(const Statement& statement);
     void Copy(std::string_view bytes);
@@ -128,6 +131,7 @@ private:
     struct Expectation {
         Expected what;
         std::string name; ///< of what is prepared
+        bool forgone = false;
     };
     struct Finish {
         void operator()(PGconn* connection) const { PQfinish(connection); }

@@ -42,20 +42,12 @@ Pool::Pool(const std::string& address, Mode mode) : m_address(address), m_mode(m
 
 std::unique_ptr<Connection> Pool::Take()
 {
-    for (;;) {
-        std::unique_ptr<Connection> connection;
-        {
-            const std::lock_guard guard(m_mutex);
-            if (m_idle.empty())
-                break;
-            connection = std::move(m_idle.back());
+    {
+        const std::lock_guard guard(m_mutex);
+        if (!m_idle.empty()) {
+            auto connection = std::move(m_idle.back());
             m_idle.pop_back();
-        }
-        try {
-            connection->Drain();
             return connection;
-        } catch (const SqlError&) {
-            Forget();
         }
     }
     try {
@@ -72,6 +64,7 @@ void Pool::Give(std::unique_ptr<Connection> connection, bool inTransaction) noex
             return;
         if (inTransaction)
             connection->Abandon();
+        connection->Forgo(); // to wait for it would be a round trip
         const std::lock_guard guard(m_mutex);
         if (m_idle.size() < kMostIdle)
             m_idle.push_back(std::move(connection));

@@ -9,18 +9,6 @@ namespace ko::store::inner::postgres
 namespace
 {
 
-/// As an identifier.
-std::string Quote(const std::string& name)
-{
-    std::string quoted = "\"";
-    for (const char c : name) {
-        if (c == '"')
-            quoted += '"';
-        quoted += c;
-    }
-    return quoted + '"';
-}
-
 std::string Text(std::initializer_list<std::string_view> parts)
 {
     std::string text;
@@ -30,6 +18,17 @@ std::string Text(std::initializer_list<std::string_view> parts)
 }
 
 } // namespace
+
+std::string QuoteName(const std::string& name)
+{
+    std::string quoted = "\"";
+    for (const char c : name) {
+        if (c == '"')
+            quoted += '"';
+        quoted += c;
+    }
+    return quoted + '"';
+}
 
 Statement Generation::Make(std::string name, std::string text)
 {
@@ -75,7 +74,7 @@ void Generation::MakeForSpace(Space space, bool ascending)
         "", Text({"select count(*) from ", table, " where length(key) < 1 or length(key) > 511"}));
 }
 
-Generation::Generation(const std::string& schema, bool ascending) : m_schema(Quote(schema))
+Generation::Generation(const std::string& schema, bool ascending) : m_schema(QuoteName(schema))
 {
     std::string touched;
     for (std::size_t i = 0; i < kSpaces; ++i) {

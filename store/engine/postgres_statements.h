@@ -33,6 +33,9 @@ private:
     std::string_view m_text = "";
 };
 
+/// A name as an identifier.
+std::string QuoteName(const std::string& name);
+
 // The statements keep to what other engines of the protocol know as well: no cursors, no advisory
 // locks, no sequences, no joins of large tables, no "on conflict do update" outside the catalog.
 

@@ -38,7 +38,10 @@ public:
 
     void Get(Space space, std::span<const std::string_view> keys, const Found& found) override
     {
-        Run([&] { Session::Get(space, keys, found); });
+        if (space == Space::Description && m_description.Rows() < kDescription)
+            GetDescription(keys, found);
+        else
+            Run([&] { Session::Get(space, keys, found); });
     }
     std::unique_ptr<Cursor> Walk(Space space, const Range& range, Direction direction) override
     {
@@ -50,15 +53,36 @@ public:
     }
 
 private:
+    /// Rows that a description mostly has fewer of.
+    static constexpr std::size_t kDescription = 8;
+
+    /// Everybody asks for the description first: it comes with the beginning.
     void Begin()
     {
         m_begun = true;
         m_connection->Send(kBeginReading);
         m_connection->Send(Statements().Touch());
+        m_connection->Send(
+            Statements().Page(Space::Description, Direction::Forwards, false),
+            Parameters().Add(std::string_view("")).Add(static_cast<std::int64_t>(kDescription)));
         m_connection->Sync();
         m_connection->Receive();
         m_connection->Receive();
+        m_description = m_connection->Receive();
     }
+
+    void GetDescription(std::span<const std::string_view> keys, const Found& found) const
+    {
+        for (std::size_t i = 0; i < keys.size(); ++i) {
+            CheckSizes(keys[i], {});
+            for (std::size_t row = 0; row < m_description.Rows(); ++row) {
+                if (m_description.Bytes(row, 0) == keys[i])
+                    found(i, m_description.Bytes(row, 1));
+            }
+        }
+    }
+
+    Answer m_description; ///< its first rows
 };
 
 class PostgresWriter : public Writer, private Session

@@ -131,7 +131,8 @@ public:
         const std::string difference = m_objects->GetSchema().DifferenceTo(m_schema);
         if (!difference.empty())
             throw Error(ErrorCode::Usage,
-                        m_request.store + ": has another schema than the one given: " + difference);
+                        NameOfStore(m_request.store) +
+                            ": has another schema than the one given: " + difference);
         Rejects rejects(m_request.rejects, m_messages, rejectsTold);
         const std::uint64_t before = m_objects->GetCounts().objects;
         {
@@ -149,11 +150,11 @@ private:
     {
         const std::string& store = m_request.store;
         if (!StoreExists(store)) {
-            m_objects = Bulk::Create(StartLoad(store), m_schema, store);
+            m_objects = Bulk::Create(StartLoad(store), m_schema, ScratchOfStore(store));
             return;
         }
         m_engine = OpenEngine(store, Mode::Grow);
-        m_objects = Bulk::Grow(*m_engine, store, store);
+        m_objects = Bulk::Grow(*m_engine, NameOfStore(store), ScratchOfStore(store));
     }
 
     void ReadRows(Rejects& rejects, Progress& progress)
@@ -220,9 +221,9 @@ ImportResult Import(const ImportRequest& request, const Schema& schema, std::ost
         } catch (const Conflict&) {
             // The next run begins with the first row.
             if (run == kMostRuns)
-                throw Error(ErrorCode::Conflict, request.store + ": other changes came between " +
-                                                     std::to_string(kMostRuns) +
-                                                     " times: try again");
+                throw Error(ErrorCode::Conflict,
+                            NameOfStore(request.store) + ": other changes came between " +
+                                std::to_string(kMostRuns) + " times: try again");
         }
     }
 }

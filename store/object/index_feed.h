@@ -16,7 +16,7 @@ namespace ko::store::inner
 class IndexFeed
 {
 public:
-    /// `scratch` names the place of temporary files.
+    /// `scratch` is the path beside which temporary files come and go.
     IndexFeed(Snapshot& snapshot, std::vector<std::size_t> attributes, const std::string& scratch);
 
     /// Takes the objects of a block; blocks come in ascending order.

@@ -39,6 +39,8 @@ bool NumberedObjects::Next()
 {
     if (m_numbers.empty())
         return false;
+    if (m_fetched == 0)
+        m_fetched = m_snapshot.Fetch(m_numbers, m_attributes);
     const std::uint64_t block = m_snapshot.BlockOf(m_numbers.front());
     m_block = {m_snapshot.Block(block), block * m_snapshot.SlotsOfBlock()};
     if (m_block.view == nullptr)
@@ -52,6 +54,7 @@ bool NumberedObjects::Next()
         SetBit(m_slots, slot);
     }
     m_numbers = m_numbers.subspan(taken);
+    m_fetched -= std::min(taken, m_fetched);
     return true;
 }
 

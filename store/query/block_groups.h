@@ -45,9 +45,10 @@ private:
 class NumberedObjects : public BlockGroups
 {
 public:
-    /// The numbers stay where they are.
-    NumberedObjects(Snapshot& snapshot, std::span<const std::uint64_t> numbers)
-        : m_snapshot(snapshot), m_numbers(numbers)
+    /// The numbers stay where they are, and so do the attributes that will be asked for.
+    NumberedObjects(Snapshot& snapshot, std::span<const std::uint64_t> numbers,
+                    std::span<const std::size_t> attributes)
+        : m_snapshot(snapshot), m_numbers(numbers), m_attributes(attributes)
     {
     }
     /// Throws Error (ErrorCode::Damaged) for an object that does not exist.
@@ -56,6 +57,8 @@ public:
 private:
     Snapshot& m_snapshot;
     std::span<const std::uint64_t> m_numbers; ///< those that are left
+    std::span<const std::size_t> m_attributes;
+    std::size_t m_fetched = 0; ///< of these
 };
 
 } // namespace ko::store::inner

@@ -101,10 +101,18 @@ void RangeWalk::TakeAlikes(std::vector<std::uint64_t>& numbers)
         m_row.insert(m_row.end(), m_walk->Numbers().begin(), m_walk->Numbers().end());
         m_isAhead = m_walk->Next();
     } while (m_isAhead && m_walk->Key().valueKey == key);
+    if (m_row.size() == 1 && !atEdge) {
+        numbers.push_back(m_row.front());
+        return;
+    }
     std::sort(m_row.begin(), m_row.end()); // as the objects lie
 
     std::vector<std::pair<std::string, std::uint64_t>> found;
-    for (const std::uint64_t number : m_row) {
+    std::size_t fetched = 0;
+    for (std::size_t i = 0; i < m_row.size(); ++i) {
+        const std::uint64_t number = m_row[i];
+        if (i == fetched)
+            fetched += m_snapshot.Fetch(std::span(m_row).subspan(i), {&m_range.attribute, 1});
         const std::string_view form = FormOf(number);
         if (form.empty() || (atEdge && !IsInside(form)))
             continue;
@@ -125,8 +133,18 @@ void RangeWalk::TakeAlikes(std::vector<std::uint64_t>& numbers)
         numbers.push_back(number);
 }
 
+void RangeWalk::Collect(std::vector<std::uint64_t>& numbers)
+{
+    m_walk->ReadMany();
+    while (Next(numbers)) {
+    }
+}
+
 std::uint64_t RangeWalk::Count(std::uint64_t most)
 {
+    constexpr std::uint64_t kMany = 10'000;
+    if (most > kMany)
+        m_walk->ReadMany();
     std::uint64_t count = 0;
     while (count < most && Advance()) {
         if (!IsAtCutEdge()) {

@@ -31,6 +31,8 @@ public:
     /// Appends the objects of the next entries, maybe none; false at the end. Those of equal values
     /// come by their numbers, for ScanOrder::Backwards from the highest on.
     bool Next(std::vector<std::uint64_t>& numbers);
+    /// Appends all that are left.
+    void Collect(std::vector<std::uint64_t>& numbers);
     /// Counts the objects that are left, up to a row of entries more than `most`.
     std::uint64_t Count(std::uint64_t most);
 

@@ -46,6 +46,7 @@ private:
     Snapshot& m_snapshot;
     ScanOrder m_order;
     std::optional<BlockFilter> m_filter;
+    std::vector<std::size_t> m_tested;     ///< attributes
     std::optional<RangeWalk> m_walk;       ///< of an index
     std::unique_ptr<BlockGroups> m_groups; ///< once it is known which objects to look at
     std::vector<std::uint64_t> m_candidates;

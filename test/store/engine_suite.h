@@ -109,6 +109,37 @@ private:
     const std::string m_name = PostgresServer::NewName();
 };
 
+/// Each makes a place of its own.
+struct PlaceKind {
+    const char* name;
+    std::unique_ptr<Place> (*make)();
+    Mode mode; ///< of whoever changes a store
+};
+
+template <class Of>
+std::unique_ptr<Place> MakePlace()
+{
+    return std::make_unique<Of>();
+}
+
+/// A test of every engine that can be used here.
+class OverEngines : public testing::TestWithParam<PlaceKind>
+{
+protected:
+    void SetUp() override
+    {
+        if (const std::string why = m_place->WhyNot(); !why.empty())
+            GTEST_SKIP() << why;
+    }
+    std::unique_ptr<Place> m_place = GetParam().make();
+};
+
+/// A path beside which temporary files come and go.
+inline std::string Scratch()
+{
+    return testing::TempDir() + "kostore";
+}
+
 /// Short ones that differ in bytes at the ends of their order, and some of the longest.
 inline std::string RandomKey(std::mt19937& random)
 {

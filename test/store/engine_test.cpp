@@ -12,37 +12,19 @@ namespace
 using ko::store::Error;
 using namespace ko::store::inner;
 
-struct Kind {
-    const char* name;
-    std::unique_ptr<Place> (*make)();
-    Mode mode; ///< of whoever changes a store
-};
-
-template <class Of>
-std::unique_ptr<Place> Make()
-{
-    return std::make_unique<Of>();
-}
-
-class EveryEngine : public testing::TestWithParam<Kind>
+class EveryEngine : public OverEngines
 {
 protected:
-    void SetUp() override
-    {
-        if (const std::string why = m_place->WhyNot(); !why.empty())
-            GTEST_SKIP() << why;
-    }
     std::unique_ptr<Engine> ToChange() { return m_place->Open(GetParam().mode); }
     Models Now() { return Everything(*m_place->Open(Mode::Read)->Read()); }
-
-    std::unique_ptr<Place> m_place = GetParam().make();
 };
 
 INSTANTIATE_TEST_SUITE_P(Engines, EveryEngine,
-                         testing::Values(Kind{"Memory", Make<MemoryPlace>, Mode::Change},
-                                         Kind{"Lmdb", Make<FilePlace>, Mode::Change},
-                                         Kind{"LmdbGrowing", Make<FilePlace>, Mode::Grow},
-                                         Kind{"Postgres", Make<DatabasePlace>, Mode::Change}),
+                         testing::Values(PlaceKind{"Memory", MakePlace<MemoryPlace>, Mode::Change},
+                                         PlaceKind{"Lmdb", MakePlace<FilePlace>, Mode::Change},
+                                         PlaceKind{"LmdbGrowing", MakePlace<FilePlace>, Mode::Grow},
+                                         PlaceKind{"Postgres", MakePlace<DatabasePlace>,
+                                                   Mode::Change}),
                          [](const auto& info) { return info.param.name; });
 
 std::string Bytes(std::initializer_list<int> values)

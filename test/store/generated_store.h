@@ -47,7 +47,8 @@ public:
                 schema.attributes.push_back(attribute);
         }
         Fill(schema, forms, objects);
-        store = std::make_shared<ObjectStore>(m_engine.Open(Mode::Change), "generated");
+        store = std::make_shared<ObjectStore>(m_engine.Open(Mode::Change), "generated",
+                                              testing::TempDir() + "kotm");
         store->Change([&](ObjectChange& change) {
             for (std::uint64_t number = 3; number <= objects; number += 1 + m_random() % 40)
                 change.Erase(number);

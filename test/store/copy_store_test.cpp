@@ -1,0 +1,129 @@
+#include "store/things.h"
+
+#include "object/copy_store.h"
+
+namespace
+{
+
+using namespace ko::store;
+using namespace ko::store::inner;
+
+using Makers = std::vector<std::pair<const char*, std::unique_ptr<Place> (*)()>>;
+
+/// Those that can be used here.
+Makers Places()
+{
+    Makers places = {{"memory", MakePlace<MemoryPlace>}, {"LMDB", MakePlace<FilePlace>}};
+    if (DatabasePlace().WhyNot().empty())
+        places.emplace_back("PostgreSQL", MakePlace<DatabasePlace>);
+    return places;
+}
+
+/// Several blocks, and then objects that are erased, a whole block of them as well.
+void FillThings(Place& place, Objects& model)
+{
+    Values values(11);
+    AddAll(*Bulk::Create(place.Load(), values.GetSchema(), Scratch()), values, 700, model);
+    ObjectStore store(place.Open(Mode::Change), "store", Scratch());
+    store.Change([&](ObjectChange& change) {
+        for (std::uint64_t number = 1; number <= 700; number += number < 200 ? 1 : 7) {
+            change.Erase(number);
+            model.erase(number);
+        }
+        change.Erase(700);
+        model.erase(700);
+    });
+}
+
+// Every engine to every engine and back, which gives the rows that there were but for blocks.
+TEST(CopyStores, BetweenAllEngines)
+{
+    const Makers places = Places();
+    for (const auto& [fromName, makeFrom] : places) {
+        const auto from = makeFrom();
+        Objects model;
+        FillThings(*from, model);
+        const ObjectStore source(from->Open(Mode::Read), "source", Scratch());
+        Models all = Everything(*from->Open(Mode::Read)->Read());
+        for (const auto& [toName, makeTo] : places) {
+            SCOPED_TRACE(std::string(fromName) + " to " + toName);
+            const auto to = makeTo();
+            EXPECT_EQ(CopyStore(source, *to->Load(), Scratch()), model.size());
+            EXPECT_THROW(CopyStore(source, *to->Load(), Scratch()), Error) << "there is one";
+            to->Check();
+            ObjectStore copy(to->Open(Mode::Change), "copy", Scratch());
+            EXPECT_EQ(copy.SlotsOfBlock() == source.SlotsOfBlock(),
+                      copy.EngineTraits().blockBytes == source.EngineTraits().blockBytes);
+            ASSERT_NO_FATAL_FAILURE(ExpectObjects(*copy.Read(), model));
+            EXPECT_EQ(copy.Read()->GetCounts().nextNumber, source.Read()->GetCounts().nextNumber);
+            Models copied = Everything(*to->Open(Mode::Read)->Read());
+            for (const Space space :
+                 {Space::Texts, Space::Large, Space::Entries, Space::Statistics})
+                EXPECT_TRUE(copied[space] == all[space]) << SpaceName(space);
+            EXPECT_EQ(copied[Space::Description][std::string(Counts::kKey)],
+                      all[Space::Description][std::string(Counts::kKey)]);
+            // It goes on as any store does.
+            copy.Change([&](ObjectChange& change) { change.Erase(699); });
+        }
+    }
+}
+
+TEST(CopyStores, MakeIndexesOfAnotherOrderAnew)
+{
+    MemoryPlace from;
+    Objects model;
+    FillThings(from, model);
+    Description other = ObjectStore(from.Open(Mode::Read), "store", Scratch()).About();
+    other.order ^= 1;
+    const auto writer = from.Open(Mode::Change)->Write();
+    writer->Put(Space::Description, Description::kKey, other.Write());
+    for (const auto& [key, value] : Walk(*writer, Space::Entries, {}, Direction::Forwards, 100))
+        writer->Erase(Space::Entries, key);
+    writer->Commit();
+    FilePlace to;
+    CopyStore(ObjectStore(from.Open(Mode::Read), "store", Scratch()), *to.Load(), Scratch());
+    ExpectObjects(*ObjectStore(to.Open(Mode::Read), "copy", Scratch()).Read(), model);
+}
+
+// One changed byte anywhere, and there is no copy.
+TEST(CopyStores, RefuseDamage)
+{
+    MemoryPlace from;
+    Objects model;
+    FillThings(from, model);
+    const auto engine = from.Open(Mode::Change);
+    std::mt19937 random(5);
+    const Models all = Everything(*engine->Read());
+    for (const auto& [space, rows] : all) {
+        for (int i = 0; i < 12; ++i) {
+            const auto row =
+                std::next(rows.begin(), static_cast<std::ptrdiff_t>(random() % rows.size()));
+            std::string changed = row->second;
+            changed[random() % changed.size()] ^= static_cast<char>(1 << random() % 8);
+            const auto put = [&](const std::string* value) {
+                Change(*engine, [&](Writer& writer) {
+                    if (value != nullptr)
+                        writer.Put(space, row->first, *value);
+                    else
+                        writer.Erase(space, row->first);
+                });
+            };
+            const std::string* const kHarms[] = {&changed, nullptr};
+            // Entries that are missing are for the check to find.
+            for (const std::string* const harm :
+                 std::span(kHarms, space == Space::Entries ? 1 : 2)) {
+                put(harm);
+                MemoryPlace to;
+                const auto copy = [&] {
+                    CopyStore(ObjectStore(from.Open(Mode::Read), "store", Scratch()), *to.Load(),
+                              Scratch());
+                };
+                EXPECT_THROW(copy(), Error) << SpaceName(space);
+                EXPECT_FALSE(to.Exists());
+            }
+            put(&row->second);
+        }
+    }
+}
+
+} // namespace

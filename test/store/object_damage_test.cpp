@@ -1,0 +1,153 @@
+#include "store/things.h"
+
+#include "block/checksum.h"
+#include "object/fingerprint.h"
+
+using namespace ko::store;
+using namespace ko::store::inner;
+
+namespace
+{
+
+/// What reading everything meets: true where it is damage.
+bool ReadingMeetsDamage(Engine& engine)
+{
+    try {
+        Snapshot now(engine.Read(), engine.About().viewsLast, "store");
+        std::string room;
+        for (const auto walk = now.Blocks(); walk->Next();) {
+            for (unsigned slot = 0; slot < walk->Block().Slots(); ++slot) {
+                for (std::size_t i = 0; walk->Block().Has(slot) && i < 6; ++i)
+                    now.Form(walk->Block(), walk->FirstObject() + slot, i, room);
+            }
+        }
+        for (const auto walk = now.Entries({}, Direction::Forwards); walk->Next();) {
+        }
+        return false;
+    } catch (const Error& failure) {
+        return failure.Code() == ErrorCode::Damaged;
+    }
+}
+
+bool CheckFindsDamage(Engine& engine)
+{
+    try {
+        Snapshot now(engine.Read(), engine.About().viewsLast, "store");
+        std::ostringstream told;
+        return CheckRows(now, Scratch(), told) != 0;
+    } catch (const Error& failure) {
+        return failure.Code() == ErrorCode::Damaged;
+    }
+}
+
+// Every byte of every row, every row that goes, and every row that stands under another's key as
+// well: the check finds it, and so does who reads the row.
+TEST(ObjectStore, EveryChangedByteIsFound)
+{
+    Values values(8);
+    Objects model;
+    MemoryPlace place;
+    AddAll(*Bulk::Create(place.Load(), values.GetSchema(), Scratch()), values, 25, model);
+    const auto engine = place.Open(Mode::Change);
+    const auto put = [&](Space space, const std::string& key, const std::string* value) {
+        const auto writer = engine->Write();
+        if (value != nullptr)
+            writer->Put(space, key, *value);
+        else
+            writer->Erase(space, key);
+        writer->Commit();
+    };
+    std::size_t changes = 0;
+    for (std::size_t number = 0; number < kSpaces; ++number) {
+        const auto space = static_cast<Space>(number);
+        const Pairs rows = Walk(*engine->Read(), space, {}, Direction::Forwards, 64);
+        EXPECT_EQ(rows.empty(), space == Space::Statistics);
+        for (std::size_t row = 0; row < rows.size(); ++row) {
+            const auto& [key, value] = rows[row];
+            const std::size_t step = space == Space::Large ? 97 : 1; // these are long
+            for (std::size_t i = value.size() % step; i < value.size(); i += step, ++changes) {
+                std::string changed = value;
+                changed[i] = static_cast<char>(changed[i] ^ 1 << i % 8);
+                put(space, key, &changed);
+                ASSERT_TRUE(CheckFindsDamage(*engine)) << RowName(space) << row << " at " << i;
+                ASSERT_TRUE(ReadingMeetsDamage(*engine)) << RowName(space) << row << " at " << i;
+            }
+            put(space, key, nullptr);
+            EXPECT_TRUE(CheckFindsDamage(*engine)) << RowName(space) << row << " is gone";
+            const std::string& other = rows[(row + 1) % rows.size()].second;
+            if (rows.size() > 1) {
+                put(space, key, &other);
+                EXPECT_TRUE(CheckFindsDamage(*engine)) << RowName(space) << row << " is another";
+            }
+            put(space, key, &value);
+            std::string beside = key;
+            beside.back() = static_cast<char>(beside.back() ^ 0x40);
+            std::string sealed(value.substr(0, value.size() - kSealBytes));
+            Seal(space, beside, sealed);
+            put(space, beside, &sealed);
+            EXPECT_TRUE(CheckFindsDamage(*engine)) << RowName(space) << row << " stands twice";
+            put(space, beside, nullptr);
+        }
+    }
+    EXPECT_GT(changes, 2000U);
+    EXPECT_FALSE(CheckFindsDamage(*engine) || ReadingMeetsDamage(*engine));
+}
+
+// Whoever changes an order on purpose changes this number with it: stores then ask for "reindex".
+TEST(ObjectStore, KnowTheirOrder)
+{
+    Schema all;
+    for (int id = 0; id < 100; ++id) {
+        const auto type = static_cast<o_char>(id);
+        void* const value = Manager().IsValidType(type) != 0 ? Manager().Create(type, 1) : nullptr;
+        if (value == nullptr)
+            continue;
+        Manager().Delete(type, value, 1);
+        all.attributes.push_back({Manager().NameGet(type), "", ValueType(type), {}, false, 0});
+    }
+    EXPECT_GT(all.attributes.size(), 40U);
+    EXPECT_EQ(FingerprintOfOrder(all), 16567911699466005638U);
+
+    FilePlace place;
+    Values values(9);
+    Objects model;
+    AddAll(*Bulk::Create(place.Load(), values.GetSchema(), Scratch()), values, 25, model);
+    {
+        ObjectStore store(place.Open(Mode::Change), "store", Scratch());
+        Description other = store.About();
+        other.order ^= 1;
+        const auto writer = place.Open(Mode::Change)->Write();
+        writer->Put(Space::Description, Description::kKey, other.Write());
+        writer->Commit();
+        EXPECT_THROW(store.Change([](ObjectChange& change) { change.Erase(1); }), Error);
+        EXPECT_EQ(store.Read()->GetCounts().objects, 25U);
+    }
+    const std::string path = place.Path();
+    const struct {
+        const char* reason;
+        std::string arguments;
+        int status;
+        std::string output;
+    } kCases[] = {
+        {"objects are read", "query " + path + " --count", 0, "25\n"},
+        {"without an index", "query " + path + " --columns id --limit 1 --output csv", 0, "id\n"},
+        {"what is damaged is something else", "check " + path, 3, "kotm reindex"},
+        {"an index", "query " + path + " --order title", 3, "kotm reindex"},
+        {"another index", "index " + path + " add note", 3, "kotm reindex"},
+        {"the way out", "reindex " + path, 0, ""},
+        {"all is well", "check " + path, 0, "no faults"},
+        {"there is one", "index " + path + " add title", 2, "has an index"},
+        {"no attribute", "index " + path + " drop size", 2, "has no attribute"},
+        {"no action", "index " + path + " make title", 2, "make"},
+        {"it goes", "index " + path + " drop title", 0, ""},
+        {"and comes", "index " + path + " add title", 0, ""},
+        {"all is well again", "check " + path, 0, "no faults"},
+    };
+    for (const auto& c : kCases) {
+        const Outcome run = RunKotm(c.arguments);
+        EXPECT_EQ(run.status, c.status) << c.reason << "\n" << run.out;
+        EXPECT_NE(run.out.find(c.output), std::string::npos) << c.reason << "\n" << run.out;
+    }
+}
+
+} // namespace
