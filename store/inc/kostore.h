@@ -258,6 +258,9 @@ public:
     void DropIndex(const std::string& attribute) const;
     /// Makes all indexes anew, under this library's order of values.
     void Reindex() const;
+    /// Joins the small rows that single changes leave in indexes, beside readers and other writers.
+    /// Returns how many rows the indexes have less. What was joined before an error stays so.
+    std::uint64_t Compact() const;
 
 private:
     struct State;
@@ -298,6 +301,30 @@ struct CheckResult {
 /// the value of every object and nothing else. Tells of the first 100 faults, a visible line each.
 /// Throws Error: Damaged where it cannot be read so far; Missing; Io.
 KOSTORE_API CheckResult Check(const std::string& address, std::ostream& faults);
+
+/// Copies a store to another address, between files and databases too: every object under its
+/// number, and all indexes. Nobody sees anything of the copy before all of it is there, and memory
+/// is bounded. Returns the number of objects. Throws Error, and there is then no copy: Damaged for
+/// a source that is; Missing; Exists; Io.
+KOSTORE_API std::uint64_t Copy(const std::string& from, const std::string& to);
+
+/// Clears away what imports and copies to this address left behind that were killed, and in a
+/// database what another store replaced a minute ago or earlier. Returns how many of such it were.
+/// Throws Error (Io), also while an import is at work.
+KOSTORE_API std::size_t Clean(const std::string& address);
+
+/// The statements by which an administrator of a database lets the role `reader` read a store and
+/// the role `writer` change its objects as well; an empty role is left out. They hold for the store
+/// as it is now: one that replaces it needs them again. Throws Error: Usage for a path; Missing;
+/// Io.
+KOSTORE_API std::string GrantStatements(const std::string& address, const std::string& reader,
+                                        const std::string& writer);
+
+/// An address as sentences call it: that of a database without user and password.
+KOSTORE_API std::string NameOf(const std::string& address);
+/// Overwrites a password that an address has, in the place where it stands: other programs see the
+/// arguments of this one. Returns whether there was one. Copy the address before.
+KOSTORE_API bool HidePassword(char* address);
 
 /// For programs, not for libraries: reading a store whose file is damaged, becomes shorter or lies
 /// on a disk that fails can lead out of the map of the file. From now on SIGSEGV and SIGBUS end

@@ -5,6 +5,7 @@
 #include "interface/moment.h"
 #include "interface/transaction.h"
 #include "object/bulk.h"
+#include "object/copy_store.h"
 #include "object/object_store.h"
 #include "query/answer.h"
 
@@ -43,6 +44,19 @@ auto Opening(const std::string& address, const Step& step)
     }
 }
 
+/// Runs something that makes a store. Where there is one, the engine's sentence stays.
+template <class Step>
+auto Making(const std::string& address, const Step& step)
+{
+    try {
+        return step();
+    } catch (const Error& error) {
+        if (error.Code() != ErrorCode::Io || !inner::StoreExists(address))
+            throw;
+        throw Error(ErrorCode::Exists, error.what(), error.Lines());
+    }
+}
+
 } // namespace
 
 struct KOSTORE_HIDDEN Store::State {
@@ -64,13 +78,10 @@ Store::Store(std::shared_ptr<State> state) : m_state(std::move(state))
 Store Store::Create(const std::string& address, const Schema& schema)
 {
     const inner::Schema given = inner::ToInner(schema);
-    try {
-        inner::Bulk::Create(inner::StartLoad(address), given, address)->Commit();
-    } catch (const Error& error) {
-        if (error.Code() != ErrorCode::Io || !inner::StoreExists(address))
-            throw;
-        throw Error(ErrorCode::Exists, error.what(), error.Lines());
-    }
+    Making(address, [&] {
+        inner::Bulk::Create(inner::StartLoad(address), given, inner::ScratchOfStore(address))
+            ->Commit();
+    });
     return Open(address, Mode::Change);
 }
 
@@ -140,6 +151,11 @@ void Store::Reindex() const
     m_state->objects->Reindex();
 }
 
+std::uint64_t Store::Compact() const
+{
+    return m_state->objects->Compact();
+}
+
 ImportResult Import(const ImportRequest& request)
 {
     std::ostream nowhere(nullptr);
@@ -150,6 +166,32 @@ ImportResult Import(const ImportRequest& request)
 CheckResult Check(const std::string& address, std::ostream& faults)
 {
     return Opening(address, [&] { return inner::CheckStore(address, faults); });
+}
+
+std::uint64_t Copy(const std::string& from, const std::string& to)
+{
+    return Opening(from, [&] { return Making(to, [&] { return inner::CopyStore(from, to); }); });
+}
+
+std::size_t Clean(const std::string& address)
+{
+    return inner::Clean(address);
+}
+
+std::string GrantStatements(const std::string& address, const std::string& reader,
+                            const std::string& writer)
+{
+    return Opening(address, [&] { return inner::GrantStatements(address, reader, writer); });
+}
+
+std::string NameOf(const std::string& address)
+{
+    return inner::NameOfStore(address);
+}
+
+bool HidePassword(char* address)
+{
+    return inner::HidePassword(address);
 }
 
 void EndOnBrokenPages()

@@ -2,6 +2,8 @@
 
 #include "text.h"
 
+#include <CLI/CLI.hpp>
+#include <kombs.h>
 #include <kostore.h>
 
 #include <algorithm>
@@ -109,6 +111,60 @@ std::string Listed(const std::vector<std::string>& names)
     for (const std::string& name : names)
         list += (list.empty() ? "" : ", ") + Quoted(name);
     return list;
+}
+
+std::pair<std::string, std::string> ReadPrint(const std::string& argument)
+{
+    const std::size_t at = argument.find('=');
+    if (at == 0 || at == std::string::npos || at + 1 == argument.size())
+        throw Error(ErrorCode::Usage, "--print: \"" + argument + "\" is not ATTRIBUTE=FORMAT");
+    std::string format = argument.substr(at + 1);
+    KoString text;
+    std::size_t place = 0;
+    if (KoReadMBS(format.data(), format.size(), 0, text, place) == KoMBS_MALFORMED)
+        throw Error(ErrorCode::Usage, "--print: the format " + Quoted(format) + " is no UTF-8");
+    return {argument.substr(0, at), std::move(format)};
+}
+
+std::vector<std::string> OptionsFirst(const CLI::App& command, std::vector<std::string> words)
+{
+    std::vector<std::string> ordered = {words[0]};
+    std::vector<std::string> texts = {"--"};
+    bool sound = true;
+    for (std::size_t i = 1; i < words.size() && sound; ++i) {
+        if (words[i] == "--") {
+            texts.insert(texts.end(), words.begin() + static_cast<std::ptrdiff_t>(i) + 1,
+                         words.end());
+            break;
+        }
+        const bool isHelp = words[i] == "-h" || words[i] == "--help";
+        const bool isOption = isHelp || words[i].starts_with("--");
+        (isOption ? ordered : texts).push_back(words[i]);
+        if (!isOption)
+            continue;
+        const std::size_t equals = words[i].find('=');
+        sound = command.get_option_no_throw(words[i].substr(0, equals)) != nullptr;
+        if (!isHelp && equals == std::string::npos) {
+            sound = sound && ++i < words.size();
+            if (sound)
+                ordered.push_back(words[i]);
+        }
+    }
+    if (texts.size() > 1)
+        ordered.insert(ordered.end(), texts.begin(), texts.end());
+    if (!sound)
+        ordered = std::move(words);
+    std::reverse(ordered.begin(), ordered.end());
+    return ordered;
+}
+
+std::vector<std::string> TakeWords(int argc, char** argv, bool& hidden)
+{
+    std::vector<std::string> words(argv + std::min(argc, 1), argv + argc);
+    hidden = false;
+    for (int i = 1; i < argc; ++i)
+        hidden |= ko::store::HidePassword(argv[i]);
+    return words;
 }
 
 } // namespace kotm

@@ -4,7 +4,13 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
+
+namespace CLI
+{
+class App;
+}
 
 namespace kotm
 {
@@ -31,6 +37,19 @@ std::string Nearest(std::string_view given, const std::vector<std::string>& word
 
 /// The words, each in quotes, with commas between them.
 std::string Listed(const std::vector<std::string>& names);
+
+/// Attribute and format of "A=FORMAT", as --print takes it. Throws Error (ErrorCode::Usage).
+std::pair<std::string, std::string> ReadPrint(const std::string& argument);
+
+/// The words of a command that takes texts, the last one first, as the parser wants them. Options
+/// and their values are moved before a "--" and all other words, so that a text may begin with a
+/// hyphen, as "-inf" does; one that begins with two stands after a "--" of the caller. Where an
+/// option is unknown or lacks its value, the words stay as they are for the parser to say so.
+std::vector<std::string> OptionsFirst(const CLI::App& command, std::vector<std::string> words);
+
+/// The words behind the name of a program. What they have of passwords is then overwritten in
+/// `argv`, which other programs see; `hidden` tells whether there was any.
+std::vector<std::string> TakeWords(int argc, char** argv, bool& hidden);
 
 } // namespace kotm
 

@@ -1,6 +1,7 @@
 #include "arguments.h"
 #include "explain.h"
 #include "query.h"
+#include "store_commands.h"
 #include "text.h"
 #include "type_commands.h"
 
@@ -12,10 +13,8 @@
 
 #include <algorithm>
 #include <csignal>
-#include <fstream>
 #include <iostream>
 #include <new>
-#include <sstream>
 
 namespace
 {
@@ -24,7 +23,6 @@ using ko::store::EndOnBrokenPages;
 using ko::store::Error;
 using ko::store::ErrorCode;
 using ko::store::ImportRequest;
-using ko::store::ImportResult;
 using ko::store::Store;
 using namespace kotm;
 
@@ -47,77 +45,6 @@ Exit ExitOf(ErrorCode code)
     default:
         return Exit::Io;
     }
-}
-
-std::string ReadFile(const std::string& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream text;
-    text << file.rdbuf();
-    if (!file || text.fail())
-        throw Error(ErrorCode::Io, path + ": cannot be read");
-    return text.str();
-}
-
-/// "A=FORMAT", as --print takes it.
-void AddPrint(QueryRequest& request, const std::string& argument)
-{
-    const std::size_t at = argument.find('=');
-    if (at == 0 || at == std::string::npos || at + 1 == argument.size())
-        throw Error(ErrorCode::Usage, "--print: \"" + argument + "\" is not ATTRIBUTE=FORMAT");
-    const std::string format = argument.substr(at + 1);
-    KoString text;
-    std::size_t place = 0;
-    if (KoReadMBS(format.data(), format.size(), 0, text, place) == KoMBS_MALFORMED)
-        throw Error(ErrorCode::Usage, "--print: the format " + Quoted(format) + " is no UTF-8");
-    request.prints[argument.substr(0, at)] = format;
-}
-
-Exit RunImport(ImportRequest request)
-{
-    request.schema = ko::store::Schema::FromJson(ReadFile(request.schemaFile), request.schemaFile);
-    request.messages = &std::cerr;
-    EndOnBrokenPages();
-    const ImportResult result = ko::store::Import(request);
-    std::cerr << "rows read " << result.stored + result.rejected << ", stored " << result.stored
-              << ", rejected " << result.rejected << '\n';
-    return result.rejected == 0 ? Exit::Done : Exit::Rejected;
-}
-
-/// The words of a command that takes texts, the last one first, as the parser wants them. Options
-/// and their values are moved before a "--" and all other words, so that a text may begin with a
-/// hyphen, as "-inf" does; one that begins with two stands after a "--" of the caller. Where an
-/// option is unknown or lacks its value, the words stay as they are for the parser to say so.
-std::vector<std::string> OptionsFirst(const CLI::App& command, std::vector<std::string> words)
-{
-    std::vector<std::string> ordered = {words[0]};
-    std::vector<std::string> texts = {"--"};
-    bool sound = true;
-    for (std::size_t i = 1; i < words.size() && sound; ++i) {
-        if (words[i] == "--") {
-            texts.insert(texts.end(), words.begin() + static_cast<std::ptrdiff_t>(i) + 1,
-                         words.end());
-            break;
-        }
-        const bool isHelp = words[i] == "-h" || words[i] == "--help";
-        const bool isOption = isHelp || words[i].starts_with("--");
-        (isOption ? ordered : texts).push_back(words[i]);
-        if (!isOption)
-            continue;
-        const std::size_t equals = words[i].find('=');
-        sound = command.get_option_no_throw(words[i].substr(0, equals)) != nullptr;
-        if (!isHelp && equals == std::string::npos) {
-            sound = sound && ++i < words.size();
-            if (sound)
-                ordered.push_back(words[i]);
-        }
-    }
-    if (texts.size() > 1)
-        ordered.insert(ordered.end(), texts.begin(), texts.end());
-    if (!sound)
-        ordered = std::move(words);
-    std::reverse(ordered.begin(), ordered.end());
-    return ordered;
 }
 
 /// Without the fifth number, that of a build.
@@ -145,18 +72,25 @@ public:
         AddCheck();
         AddIndex();
         AddReindex();
+        AddCompact();
+        AddCopy();
+        AddClean();
+        AddGrant();
     }
 
-    Exit Run(int argc, char** argv)
+    /// Takes the words behind the program's name.
+    Exit Run(std::vector<std::string> words)
     {
-        if (argc > 1)
-            RequireCommand(argv[1]);
+        if (!words.empty())
+            RequireCommand(words[0]);
         try {
-            const std::string name = argc > 1 ? argv[1] : "";
-            if (name == "convert" || name == "sortkey")
-                m_app.parse(OptionsFirst(*m_app.get_subcommand(name), {argv + 1, argv + argc}));
-            else
-                m_app.parse(argc, argv);
+            const std::string name = words.empty() ? "" : words[0];
+            if (name == "convert" || name == "sortkey") {
+                words = OptionsFirst(*m_app.get_subcommand(name), std::move(words));
+            } else {
+                std::reverse(words.begin(), words.end());
+            }
+            m_app.parse(std::move(words));
         } catch (const CLI::Success& wish) {
             m_app.exit(wish, std::cout, std::cerr);
             return Exit::Done;
@@ -258,7 +192,8 @@ private:
             if (rejects->count() != 0 && m_import.rejects.empty())
                 throw Error(ErrorCode::Usage, "--rejects: the name of a file is missing");
             m_import.progress = isatty(STDERR_FILENO) != 0;
-            return RunImport(m_import);
+            EndOnBrokenPages();
+            return Import(m_import, std::cerr).rejected == 0 ? Exit::Done : Exit::Rejected;
         });
     }
 
@@ -278,8 +213,10 @@ private:
         command->add_option("--output", m_output, "table, csv or json")->capture_default_str();
         command->add_flag("--count", m_query.count, "Print the number of objects alone");
         On(command, [this] {
-            for (const std::string& print : m_prints)
-                AddPrint(m_query, print);
+            for (const std::string& print : m_prints) {
+                auto [attribute, format] = ReadPrint(print);
+                m_query.prints[std::move(attribute)] = std::move(format);
+            }
             if (m_columns)
                 m_query.columns = ReadNames("--columns", *m_columns);
             if (m_limit)
@@ -315,11 +252,7 @@ private:
         command->add_option("STORE", m_checked, "Store")->required();
         On(command, [this] {
             EndOnBrokenPages();
-            const ko::store::CheckResult result = ko::store::Check(m_checked, std::cout);
-            if (result.faults != 0)
-                return Exit::Damaged;
-            std::cout << m_checked << ": " << result.objects << " objects, no faults\n";
-            return Exit::Done;
+            return Check(m_checked, std::cout) ? Exit::Done : Exit::Damaged;
         });
     }
 
@@ -332,15 +265,7 @@ private:
         On(command, [this] {
             const bool drops = ReadWord("ACTION", m_action, {"add", "drop"}) == 1;
             EndOnBrokenPages();
-            const Store store = Store::Open(m_changed, ko::store::Mode::Grow);
-            const ko::store::Schema schema = store.GetSchema();
-            if (schema.attributes[schema.Place(m_attribute)].index != drops)
-                throw Error(ErrorCode::Usage, m_changed + ": the attribute " + Quoted(m_attribute) +
-                                                  (drops ? " has no index" : " has an index"));
-            if (drops)
-                store.DropIndex(m_attribute);
-            else
-                store.AddIndex(m_attribute);
+            ChangeIndex(m_changed, m_attribute, drops);
             return Exit::Done;
         });
     }
@@ -353,6 +278,59 @@ private:
         On(command, [this] {
             EndOnBrokenPages();
             Store::Open(m_changed, ko::store::Mode::Grow).Reindex();
+            return Exit::Done;
+        });
+    }
+
+    void AddCopy()
+    {
+        CLI::App* command = m_app.add_subcommand(
+            "copy", "Copy a store to another address, between files and databases");
+        command->add_option("FROM", m_checked, "Store")->required();
+        command->add_option("TO", m_changed, "Address where there is none")->required();
+        On(command, [this] {
+            EndOnBrokenPages();
+            const std::uint64_t objects = ko::store::Copy(m_checked, m_changed);
+            std::cerr << "objects copied " << objects << '\n';
+            return Exit::Done;
+        });
+    }
+
+    void AddCompact()
+    {
+        CLI::App* command =
+            m_app.add_subcommand("compact", "Join the small rows that changes leave in indexes");
+        command->add_option("STORE", m_changed, "Store")->required();
+        On(command, [this] {
+            EndOnBrokenPages();
+            const std::uint64_t rows = Store::Open(m_changed, ko::store::Mode::Change).Compact();
+            std::cerr << "index rows joined " << rows << '\n';
+            return Exit::Done;
+        });
+    }
+
+    void AddClean()
+    {
+        CLI::App* command =
+            m_app.add_subcommand("clean", "Clear away what killed imports left behind");
+        command->add_option("STORE", m_changed, "Store")->required();
+        On(command, [this] {
+            std::cerr << "leftovers removed " << ko::store::Clean(m_changed) << '\n';
+            return Exit::Done;
+        });
+    }
+
+    void AddGrant()
+    {
+        CLI::App* command = m_app.add_subcommand(
+            "grant", "Print the statements that let roles of a database use a store");
+        command->add_option("STORE", m_changed, "Store in a database")->required();
+        command->add_option("--reader", m_reader, "Role that may read it");
+        command->add_option("--writer", m_writer, "Role that may change its objects");
+        On(command, [this] {
+            if (m_reader.empty() && m_writer.empty())
+                throw Error(ErrorCode::Usage, "grant: --reader or --writer is missing");
+            std::cout << ko::store::GrantStatements(m_changed, m_reader, m_writer);
             return Exit::Done;
         });
     }
@@ -377,6 +355,8 @@ private:
     std::string m_changed; ///< a store
     std::string m_action;
     std::string m_attribute;
+    std::string m_reader; ///< a role
+    std::string m_writer;
 };
 
 /// The library's context, for as long as the program runs.
@@ -393,7 +373,12 @@ int Guarded(int argc, char** argv)
     };
     try {
         const Context context;
-        const Exit status = Commands().Run(argc, argv);
+        bool hidden;
+        std::vector<std::string> words = TakeWords(argc, argv, hidden);
+        if (hidden)
+            std::cerr << "kotm: other programs may have seen the password of the address: use "
+                         "PGPASSWORD or a password file\n";
+        const Exit status = Commands().Run(std::move(words));
         std::cout.flush();
         if (!std::cout)
             return fail(ErrorCode::Io, "standard output cannot be written");
