@@ -441,6 +441,24 @@ TEST(ObjectStore, EveryChangedByteIsFound)
     EXPECT_FALSE(CheckFindsDamage(*engine) || ReadingMeetsDamage(*engine));
 }
 
+TEST(ObjectStore, GivesUpAfterTenConflicts)
+{
+    MemoryStore memory;
+    Bulk::Create(memory.StartLoad(), Values(1).GetSchema(), "scratch")->Commit();
+    ObjectStore store(memory.Open(Mode::Change), "memory");
+    unsigned runs = 0;
+    try {
+        store.Change([&](ObjectChange&) {
+            ++runs;
+            throw Conflict();
+        });
+        ADD_FAILURE();
+    } catch (const Error& error) {
+        EXPECT_EQ(error.Code(), ErrorCode::Conflict) << error.what();
+    }
+    EXPECT_EQ(runs, 10U);
+}
+
 // Whoever changes an order on purpose changes this number with it: stores then ask for "reindex".
 TEST(ObjectStore, KnowTheirOrder)
 {
