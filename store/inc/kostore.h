@@ -22,7 +22,7 @@
 ///
 /// Values go in and out as their stored forms: the type's bytes, least significant first, as they
 /// stand in the store, and no bytes at all for null. So a million rows come out without a
-/// conversion or a copy of each value. FormOf and ValueOf lead from and to ko::Value, and Codec
+/// conversion of each value. FormOf and ValueOf lead from and to ko::Value, and Codec
 /// reads and prints values as texts. What goes in is validated first: nothing that its type would
 /// not write gets into a store.
 ///
@@ -30,10 +30,10 @@
 /// stream of the caller throws. What threw has changed nothing, unless it says otherwise.
 ///
 /// Moments. A Snapshot sees the store as it was when it was made, with all of a change or none of
-/// it, whatever is written meanwhile; so do its cursors, and a function of Store that reads sees
-/// one moment. A reader never waits for a writer. Snapshots and cursors may outlive the Store, and
-/// cursors the snapshot. While one of them lives, the file of a store that changes grows: keep them
-/// for an answer, not for ever.
+/// it, whatever is written meanwhile, as far as the database of a store has such moments; so do its
+/// cursors, and a function of Store that reads sees one moment. A reader never waits for a writer.
+/// Snapshots and cursors may outlive the Store, and cursors the snapshot. While one of them lives,
+/// the file of a store that changes grows: keep them for an answer, not for ever.
 ///
 /// Threads. A Store and its copies serve several threads at once, whose changes wait for each
 /// other. A Snapshot and all of its cursors together serve one thread at a time, and so do a Codec
@@ -82,6 +82,15 @@ struct Batch {
     ko::Value Value(std::size_t row, std::size_t column) const
     {
         return ValueOf(attributes[column].type, Form(row, column));
+    }
+    /// The column of an attribute. Throws Error (Usage) where it is none.
+    std::size_t Find(std::string_view attribute) const
+    {
+        for (std::size_t column = 0; column < attributes.size(); ++column) {
+            if (attributes[column].name == attribute)
+                return column;
+        }
+        throw Error(ErrorCode::Usage, "no column is called " + std::string(attribute));
     }
 };
 

@@ -15,7 +15,6 @@
 #include <vector>
 
 #define KOSTORE_API __attribute__((visibility("default")))
-#define KOSTORE_HIDDEN __attribute__((visibility("hidden")))
 
 /// What kostore.h, where the rules are, speaks of: errors, schemas and values.
 namespace ko::store

@@ -1,3 +1,4 @@
+#include "base/hidden.h"
 #include "interface/schema_values.h"
 #include "schema/field_reader.h"
 

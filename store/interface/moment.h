@@ -1,6 +1,7 @@
 #ifndef KO_STORE_INTERFACE_MOMENT_H
 #define KO_STORE_INTERFACE_MOMENT_H
 
+#include "base/hidden.h"
 #include "interface/schema_values.h"
 #include "object/snapshot.h"
 

@@ -1,3 +1,4 @@
+#include "base/hidden.h"
 #include "interface/moment.h"
 #include "query/answer.h"
 #include "query/explain.h"

@@ -1,3 +1,4 @@
+#include "base/hidden.h"
 #include "check/checker.h"
 #include "engine/broken_page.h"
 #include "engine/engine.h"

@@ -1,6 +1,7 @@
 #ifndef KO_STORE_INTERFACE_TRANSACTION_H
 #define KO_STORE_INTERFACE_TRANSACTION_H
 
+#include "base/hidden.h"
 #include "object/object_change.h"
 #include <kostore.h>
 

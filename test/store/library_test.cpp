@@ -134,6 +134,8 @@ TEST_F(Library, GivesEveryRowOnce)
         std::vector<std::map<std::uint32_t, std::string>> codes(width);
         std::size_t coded = 0;
         for (Batch batch = cursor.Next(); !batch.Empty(); batch = cursor.Next()) {
+            EXPECT_EQ(batch.Find(cursor.Attributes()[width - 1].name), width - 1);
+            EXPECT_THROW(batch.Find("nothing"), Error);
             for (std::size_t row = 0; row < batch.Rows(); ++row) {
                 ++met[batch.numbers[row]];
                 const Object object = now.Find(batch.numbers[row]).value();

@@ -190,4 +190,21 @@ TEST(ObjectStore, ChangesHappenOnceOrNotAtAll)
     }
 }
 
+TEST(ObjectStore, GivesUpAfterTenConflicts)
+{
+    MemoryStore memory;
+    Bulk::Create(memory.StartLoad(), Values(1).GetSchema(), "scratch")->Commit();
+    ObjectStore store(memory.Open(Mode::Change), "memory", "scratch");
+    unsigned runs = 0;
+    try {
+        store.Change([&](ObjectChange&) {
+            ++runs;
+            throw Conflict();
+        });
+        ADD_FAILURE();
+    } catch (const Error& error) {
+        EXPECT_EQ(error.Code(), ErrorCode::Conflict) << error.what();
+    }
+    EXPECT_EQ(runs, 10U);
+}
 } // namespace
