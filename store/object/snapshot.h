@@ -178,6 +178,7 @@ private:
     };
 
     std::string_view Proved(std::uint64_t block, std::string_view key, std::string_view sealed);
+    void CloseBlocks();
     void FetchBlocks(std::vector<std::uint64_t>& blocks);
     void FetchForms(std::span<const std::uint64_t> numbers,
                     std::span<const std::size_t> attributes);

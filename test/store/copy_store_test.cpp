@@ -94,7 +94,9 @@ TEST(CopyStores, RefuseDamage)
     const auto engine = from.Open(Mode::Change);
     std::mt19937 random(5);
     const Models all = Everything(*engine->Read());
-    for (const auto& [space, rows] : all) {
+    for (const auto& one : all) {
+        const Space space = one.first;
+        const Model& rows = one.second;
         for (int i = 0; i < 12; ++i) {
             const auto row =
                 std::next(rows.begin(), static_cast<std::ptrdiff_t>(random() % rows.size()));

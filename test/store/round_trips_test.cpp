@@ -90,7 +90,7 @@ TEST(RoundTrips, OfFinds)
                   {"values by themselves", nullptr, 3},
                   {"all of it", "kind != \"kind 7\" and note != \"5\"", 3}};
     for (const auto& c : kCases) {
-        for (const std::uint64_t n : {1, 100, 4'000, 25'000}) {
+        for (const std::uint64_t n : {1U, 100U, 4'000U, 25'000U}) {
             std::unique_ptr<Snapshot> now;
             EXPECT_LE(trips([&] { now = store.Read(); }), 1);
             std::uint64_t found = 0;
