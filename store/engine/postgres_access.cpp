@@ -73,7 +73,8 @@ void Session::SendAhead()
         m_connection = m_pool->Take();
     if (!m_begun) {
         m_begun = true;
-        SendCounted(m_begin);
+        m_connection->Send(m_begin);
+        CountAhead(1);
     }
     SendGathered();
 }

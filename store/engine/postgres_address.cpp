@@ -5,6 +5,7 @@
 #include <libpq-fe.h>
 
 #include <algorithm>
+#include <charconv>
 #include <cstdlib>
 #include <map>
 #include <memory>
@@ -16,6 +17,7 @@ namespace
 {
 
 constexpr std::size_t kLongestName = 1024;
+constexpr std::size_t kLongestSchema = 63;
 
 struct FreeOptions {
     void operator()(PQconninfoOption* options) const { PQconninfoFree(options); }
@@ -46,6 +48,21 @@ std::map<std::string, std::string> OfEnvironment(const PQconninfoOption* options
     return said;
 }
 
+/// With the bytes that a URL writes as %xx.
+std::string Unescape(const std::string& text)
+{
+    std::string bytes;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        unsigned byte = 0;
+        const char* const digits = text.data() + i + 1;
+        const bool escapes = text[i] == '%' && i + 2 < text.size() &&
+                             std::from_chars(digits, digits + 2, byte, 16).ptr == digits + 2;
+        bytes += escapes ? static_cast<char>(byte) : text[i];
+        i += escapes ? 2 : 0;
+    }
+    return bytes;
+}
+
 bool IsNear(const std::string& host)
 {
     return host.empty() || host[0] == '/' || host[0] == '@' || host == "localhost" ||
@@ -60,7 +77,30 @@ Address::Address(const std::string& text)
     m_store = hash == std::string::npos ? "kotm" : text.substr(hash + 1);
     if (m_store.empty() || m_store.size() > kLongestName || m_store.find('\0') != std::string::npos)
         throw Error(ErrorCode::Usage, "the name of a store in a database has 1 to 1,024 bytes");
-    ReadUrl(text.substr(0, hash));
+    std::string url = text.substr(0, hash);
+    TakeSchema(url);
+    ReadUrl(url);
+}
+
+/// The one parameter that libpq does not know.
+void Address::TakeSchema(std::string& url)
+{
+    constexpr std::string_view kKey = "schema=";
+    std::size_t at = url.find('?');
+    while (at != std::string::npos && url.compare(at + 1, kKey.size(), kKey) != 0)
+        at = url.find('&', at + 1);
+    if (at == std::string::npos)
+        return;
+    const std::size_t from = at + 1 + kKey.size();
+    const std::size_t end = std::min(url.find('&', from), url.size());
+    m_schema = Unescape(url.substr(from, end - from));
+    if (m_schema.empty() || m_schema.size() > kLongestSchema ||
+        m_schema.find('\0') != std::string::npos)
+        throw Error(ErrorCode::Usage, "the name of a schema in a database has 1 to 63 bytes");
+    // What follows moves to where it stood, behind its question mark.
+    url.erase(at + 1, end < url.size() ? end - at : end - at - 1);
+    if (url.back() == '?' || url.back() == '&')
+        url.pop_back();
 }
 
 void Address::ReadUrl(const std::string& url)

@@ -1,5 +1,6 @@
 #include "engine/postgres_catalog.h"
 
+#include "engine/postgres_prepared.h"
 #include <kostore.h>
 
 #include <random>
@@ -58,7 +59,8 @@ Lease::Lease(const Address& address, bool loads)
       m_where{static_cast<std::int64_t>(RandomNumber() >> 2), {}},
       m_owner(std::to_string(RandomNumber()) + std::to_string(RandomNumber()))
 {
-    m_where.schema = "ko_" + std::to_string(m_where.generation);
+    m_where.schema =
+        address.Schema().empty() ? Where::NameOfOwn(m_where.generation) : address.Schema();
     const Answer version = m_connection->Run(kVersion);
     const std::string_view product = version.Bytes(0, 0);
     const bool spreads = product.find("CockroachDB") != std::string_view::npos ||
@@ -68,7 +70,7 @@ Lease::Lease(const Address& address, bool loads)
     try {
         DropLeftovers();
         if (loads)
-            MakeTables();
+            m_where.IsPrepared() ? TakePrepared() : MakeTables();
     } catch (...) {
         GiveBack();
         throw;
@@ -103,10 +105,9 @@ void Lease::DropLeftovers()
                                           .Add(m_where.generation)
                                           .Add(Milliseconds(LimitsInForce().replaced)));
     for (std::size_t i = 0; i < leftovers.Rows(); ++i) {
-        const Generation generation{std::string(leftovers.Bytes(i, 1))};
+        const Where left{leftovers.Number(i, 0), std::string(leftovers.Bytes(i, 1))};
         try {
-            m_connection->Run(generation.Drop());
-            m_connection->Run(kForgetGeneration, Parameters().Add(leftovers.Number(i, 0)));
+            Clear(*m_connection, left);
             ++m_dropped;
         } catch (const SqlError& error) {
             if (!error.IsConflict() && !error.Is("42501"))
@@ -115,11 +116,38 @@ void Lease::DropLeftovers()
     }
 }
 
-void Lease::MakeTables()
+void Lease::NoteGeneration()
 {
     m_connection->Run(
         kNoteGeneration,
         Parameters().Add(m_where.generation).Add(m_address.Store()).Add(m_where.schema));
+    m_isNoted = true;
+}
+
+/// Nothing of it is changed before it is known that nobody else has it.
+void Lease::TakePrepared()
+{
+    try {
+        CheckTables(*m_connection, m_address, m_where.schema, ErrorCode::Io);
+        NoteGeneration();
+    } catch (const SqlError& error) {
+        if (!error.Is("23505"))
+            throw;
+        throw Error(ErrorCode::Io, m_address.Shown() + ": the schema " + m_where.schema +
+                                       " has another store, or what is left of one");
+    }
+    if (!AreEmpty(*m_connection, *m_statements)) {
+        m_connection->Run(kForgetGeneration, Parameters().Add(m_where.generation));
+        m_isNoted = false;
+        throw Error(ErrorCode::Io, m_address.Shown() + ": the tables of the schema " +
+                                       m_where.schema + " are not empty");
+    }
+    m_isSpread = IsSpreadOverServers(*m_connection, m_where.schema);
+}
+
+void Lease::MakeTables()
+{
+    NoteGeneration();
     std::vector<const Statement*> makes{&m_statements->MakeSchema(), &m_statements->MakeMarks()};
     for (std::size_t i = 0; i < kSpaces; ++i)
         makes.push_back(&m_statements->MakeTable(static_cast<Space>(i)));
@@ -256,8 +284,8 @@ void Lease::GiveBack() noexcept
         // One in the middle of something has that rolled back when it is closed.
         m_connection.reset();
         m_connection = Connect(m_address, Connection::Purpose::Load, false);
-        m_connection->Run(m_statements->Drop());
-        m_connection->Run(kForgetGeneration, Parameters().Add(m_where.generation));
+        if (m_isNoted)
+            Clear(*m_connection, m_where);
     } catch (const std::exception&) {
         // The next loader finds what is left in the catalog.
     }

@@ -170,8 +170,10 @@ SqlError Connection::ErrorOf(const PGresult* result)
 {
     const char* const state = PQresultErrorField(result, PG_DIAG_SQLSTATE);
     const char* const message = PQresultErrorField(result, PG_DIAG_MESSAGE_PRIMARY);
+    const char* const severity = PQresultErrorField(result, PG_DIAG_SEVERITY_NONLOCALIZED);
     SqlError error(state != nullptr ? state : "08006",
-                   FirstLine(message != nullptr ? message : PQresultErrorMessage(result)));
+                   FirstLine(message != nullptr ? message : PQresultErrorMessage(result)),
+                   severity != nullptr && std::string_view(severity) == "ERROR");
     if (error.IsLost() || PQstatus(m_connection.get()) != CONNECTION_OK)
         m_sound = false;
     if (error.Is("26000") || error.Is("42P05"))

@@ -24,15 +24,17 @@ namespace ko::store::inner::postgres
 class SqlError : public std::exception
 {
 public:
-    SqlError(std::string state, std::string message)
-        : m_state(std::move(state)), m_message(std::move(message))
+    /// `goesOn`: the session that was told so serves further.
+    SqlError(std::string state, std::string message, bool goesOn = false)
+        : m_state(std::move(state)), m_message(std::move(message)), m_goesOn(goesOn)
     {
     }
     const char* what() const noexcept override { return m_message.c_str(); }
     bool Is(std::string_view state) const { return m_state == state; }
     /// The transaction can be run again.
     bool IsConflict() const;
-    /// The connection serves no more, and what became of the last statement is not known.
+    /// The connection serves no more, and what became of the last statement is not known. Not where
+    /// a server tells that it has lost another one.
     bool IsLost() const;
     /// A table or a schema that is not there.
     bool IsMissing() const { return Is("42P01") || Is("3F000"); }
@@ -42,6 +44,7 @@ public:
 private:
     std::string m_state;
     std::string m_message;
+    bool m_goesOn;
 };
 
 /// The parameters of a statement, in the binary form. Views and not copies of what they are given.

@@ -1,5 +1,7 @@
 #include "engine/postgres_pool.h"
 
+#include "engine/postgres_prepared.h"
+
 #include <kostore.h>
 
 #include <random>
@@ -30,6 +32,9 @@ Pool::Pool(const std::string& address, Mode mode) : m_address(address), m_mode(m
             throw Error(ErrorCode::Io,
                         m_address.Shown() + ": there is no such store in the database");
         m_where = *found;
+        // Every schema of the other kind was made by a loader, on this server.
+        m_isSpread = m_where.IsPrepared() && IsSpreadOverServers(*connection, m_where.schema);
+        Adapt(*connection);
         m_statements = std::make_unique<Generation>(m_where.schema);
         m_idle.push_back(std::move(connection));
     } catch (const SqlError& error) {
@@ -38,6 +43,12 @@ Pool::Pool(const std::string& address, Mode mode) : m_address(address), m_mode(m
     std::random_device random;
     for (int i = 0; i < 4; ++i)
         m_marks += std::to_string(random()) + ".";
+}
+
+void Pool::Adapt(Connection& connection) const
+{
+    if (m_isSpread && !m_address.HasOption("plan_cache_mode"))
+        connection.Run(kSetPlansByValues);
 }
 
 std::unique_ptr<Connection> Pool::Take()
@@ -59,7 +70,9 @@ std::unique_ptr<Connection> Pool::Take()
         }
     }
     try {
-        return Connect(m_address, PurposeOf(m_mode), true);
+        auto connection = Connect(m_address, PurposeOf(m_mode), true);
+        Adapt(*connection);
+        return connection;
     } catch (const SqlError& error) {
         error.Fail(m_address);
     }

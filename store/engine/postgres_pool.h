@@ -22,6 +22,8 @@ public:
     const Address& Of() const { return m_address; }
     const Where& Place() const { return m_where; }
     const Generation& Statements() const { return *m_statements; }
+    /// Tables are spread over foreign servers.
+    bool IsSpread() const { return m_isSpread; }
 
     /// A connection outside any transaction. Throws Error where none can be had.
     std::unique_ptr<Connection> Take();
@@ -42,11 +44,13 @@ public:
     [[noreturn]] void FailReplaced() const;
 
 private:
+    void Adapt(Connection& connection) const;
     bool ReadMark(Connection& connection, const std::string& mark);
 
     const Address m_address;
     const Mode m_mode;
     Where m_where;
+    bool m_isSpread = false;
     std::unique_ptr<Generation> m_statements;
     std::string m_marks; ///< what all marks begin with
     std::mutex m_mutex;  ///< of what follows

@@ -28,7 +28,7 @@ bool SqlError::IsConflict() const
 
 bool SqlError::IsLost() const
 {
-    return m_state.starts_with("08") || Is("57P01") || Is("57P02") || Is("57P03") || Is("25P03");
+    return !m_goesOn && (m_state.starts_with("08") || m_state.starts_with("57P0") || Is("25P03"));
 }
 
 void SqlError::Fail(const Address& address) const
