@@ -1,6 +1,5 @@
 #include "engine/postgres_catalog.h"
 
-#include "engine/postgres_prepared.h"
 #include <kostore.h>
 
 #include <random>

@@ -1,7 +1,7 @@
 #ifndef KO_ENGINE_POSTGRES_CATALOG_H
 #define KO_ENGINE_POSTGRES_CATALOG_H
 
-#include "engine/postgres_connection.h"
+#include "engine/postgres_schema.h"
 
 #include <cstdint>
 #include <memory>
@@ -11,19 +11,6 @@
 
 namespace ko::store::inner::postgres
 {
-
-/// Where a store has its tables.
-struct Where {
-    std::int64_t generation;
-    std::string schema;
-
-    static std::string NameOfOwn(std::int64_t generation)
-    {
-        return "ko_" + std::to_string(generation);
-    }
-    /// An administrator made the schema: it is emptied and never dropped.
-    bool IsPrepared() const { return schema != NameOfOwn(generation); }
-};
 
 /// Absent where there is no such store, or no catalog. Throws SqlError.
 std::optional<Where> FindStore(Connection& connection, const Address& address);

@@ -33,15 +33,18 @@ public:
     bool Is(std::string_view state) const { return m_state == state; }
     /// The transaction can be run again.
     bool IsConflict() const;
-    /// The connection serves no more, and what became of the last statement is not known. Not where
-    /// a server tells that it has lost another one.
+    /// The connection serves no more, and what became of the last statement is not known.
     bool IsLost() const;
+    /// The server tells that it has lost another one, and serves further itself.
+    bool IsElsewhere() const { return m_goesOn && TellsOfLoss(); }
     /// A table or a schema that is not there.
     bool IsMissing() const { return Is("42P01") || Is("3F000"); }
     /// A sentence for the user, with ErrorCode::Damaged where the server says that its files are.
     [[noreturn]] void Fail(const Address& address) const;
 
 private:
+    bool TellsOfLoss() const;
+
     std::string m_state;
     std::string m_message;
     bool m_goesOn;

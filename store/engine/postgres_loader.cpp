@@ -1,7 +1,7 @@
 #include "engine/postgres.h"
 #include "engine/postgres_access.h"
 #include "engine/postgres_catalog.h"
-#include "engine/postgres_prepared.h"
+#include "engine/postgres_schema.h"
 #include <kostore.h>
 
 #include <chrono>

@@ -1,7 +1,5 @@
 #include "engine/postgres_pool.h"
 
-#include "engine/postgres_prepared.h"
-
 #include <kostore.h>
 
 #include <random>
@@ -13,6 +11,7 @@ namespace ko::store::inner::postgres
 namespace
 {
 
+constexpr int kAttempts = 3;
 constexpr std::size_t kMostIdle = 16;
 constexpr std::size_t kMostFinished = 64;
 
@@ -69,12 +68,15 @@ std::unique_ptr<Connection> Pool::Take()
             Forget();
         }
     }
-    try {
-        auto connection = Connect(m_address, PurposeOf(m_mode), true);
-        Adapt(*connection);
-        return connection;
-    } catch (const SqlError& error) {
-        error.Fail(m_address);
+    for (int attempt = 1;; ++attempt) {
+        try {
+            auto connection = Connect(m_address, PurposeOf(m_mode), true);
+            Adapt(*connection);
+            return connection;
+        } catch (const SqlError& error) {
+            if (!error.IsLost() || attempt == kAttempts)
+                error.Fail(m_address);
+        }
     }
 }
 

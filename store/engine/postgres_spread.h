@@ -41,6 +41,8 @@ public:
     /// Makes the change, by a connection outside of transactions. Throws SqlError as long as
     /// nothing has been made of it, and then Error.
     void Commit(Connection& connection);
+    /// Throws the Error for a change that some servers may have made.
+    [[noreturn]] void FailInPart(const std::string& why) const;
 
 private:
     static constexpr std::size_t kMostBytes = 64U << 20;
@@ -49,7 +51,6 @@ private:
     bool KeepsTurn();
     void SplitEntries(Connection& connection, Step& added, Step& removed);
     void Make(Connection& connection, const Step& step);
-    [[noreturn]] void FailInPart(const std::string& why) const;
 
     std::shared_ptr<Pool> m_pool;
     std::unique_ptr<Connection> m_turn;

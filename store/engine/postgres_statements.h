@@ -55,8 +55,9 @@ inline constexpr Statement kSetIdleReading{"", "set idle_in_transaction_session_
 // A sequential scan of a serializable transaction conflicts with every change of the table.
 inline constexpr Statement kSetNoScans{"", "set enable_seqscan = off"};
 inline constexpr Statement kSetGenericPlans{"", "set plan_cache_mode = force_generic_plan"};
-// Which servers have any of a list of keys is seen by the keys alone.
-inline constexpr Statement kSetPlansByValues{"", "set plan_cache_mode = auto"};
+// Which servers have any of a list of keys is seen by the keys alone: a plan for all lists asks every
+// server, and fails when one is down.
+inline constexpr Statement kSetPlansByValues{"", "set plan_cache_mode = force_custom_plan"};
 
 // The catalog.
 inline constexpr Statement kMakeCatalog[] = {

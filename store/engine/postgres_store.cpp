@@ -175,7 +175,9 @@ bool PostgresWriter::TryCommit(const std::string& mark)
         if (m_connection->Receive().Done() != "COMMIT")
             throw Conflict();
         return current;
-    } catch (const SqlError&) {
+    } catch (const SqlError& error) {
+        if (m_spread && error.IsElsewhere())
+            m_spread->FailInPart(error.what());
         if (m_connection->IsSound())
             throw;
     }

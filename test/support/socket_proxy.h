@@ -14,6 +14,7 @@
 
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -34,6 +35,9 @@ public:
         m_folder = mkdtemp(name.data());
         m_listener = Socket(m_folder + "/.s.PGSQL.5432", bind);
         listen(m_listener, 20);
+        // A server may be a client too, and another user.
+        chmod(m_folder.c_str(), 0755);
+        chmod((m_folder + "/.s.PGSQL.5432").c_str(), 0777);
         m_threads.emplace_back([this] { Accept(); });
     }
     ~SocketProxy()

@@ -2,8 +2,11 @@
 #define KO_TEST_SUPPORT_SPREAD_SERVERS_H
 
 #include "support/postgres_server.h"
+#include "support/socket_proxy.h"
 
 #include <string>
+#include <utility>
+#include <vector>
 
 /// Two servers behind the shared one, which is their coordinator by its own means.
 class SpreadServers
@@ -18,7 +21,7 @@ public:
             const std::string name = "s" + std::to_string(i);
             made += Coordinator().Ask(
                 "create server " + name + " foreign data wrapper postgres_fdw options(host '" +
-                servers[i].Folder() +
+                (i == 0 ? servers[0].Folder() : proxy.Folder()) +
                 "', dbname 'postgres', fetch_size '2000', batch_size '1000', async_capable 'true', "
                 "connect_timeout '3'); create user mapping for postgres server " +
                 name + " options(user 'postgres')");
@@ -72,6 +75,7 @@ public:
     }
 
     PostgresServer servers[2];
+    SocketProxy proxy{servers[1].Socket()}; ///< between the coordinator and the second one
 
 private:
     std::string m_whyNot;

@@ -1,4 +1,4 @@
-#include "engine/postgres_prepared.h"
+#include "engine/postgres_schema.h"
 
 #include <string_view>
 

@@ -1,16 +1,29 @@
-#ifndef KO_ENGINE_POSTGRES_PREPARED_H
-#define KO_ENGINE_POSTGRES_PREPARED_H
+#ifndef KO_ENGINE_POSTGRES_SCHEMA_H
+#define KO_ENGINE_POSTGRES_SCHEMA_H
 
-#include "engine/postgres_catalog.h"
+#include "engine/postgres_connection.h"
 
 #include <kostore.h>
 
+#include <cstdint>
 #include <string>
 
 namespace ko::store::inner::postgres
 {
 
-// Schemas whose tables somebody else made, partitioned or spread over servers as it suited them.
+/// Where a store has its tables.
+struct Where {
+    std::int64_t generation;
+    std::string schema;
+
+    static std::string NameOfOwn(std::int64_t generation)
+    {
+        return "ko_" + std::to_string(generation);
+    }
+    /// An administrator made the schema: it is emptied and never dropped.
+    bool IsPrepared() const { return schema != NameOfOwn(generation); }
+};
+
 // All throw SqlError.
 
 /// Throws Error with the code where a schema has not the tables of a store, with the columns and
