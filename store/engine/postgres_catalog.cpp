@@ -11,7 +11,7 @@ namespace ko::store::inner::postgres
 namespace
 {
 
-constexpr int kAttempts = 10;
+constexpr unsigned kAttempts = 10;
 
 std::uint64_t RandomNumber()
 {
@@ -22,6 +22,20 @@ std::uint64_t RandomNumber()
 std::int64_t Milliseconds(std::chrono::milliseconds time)
 {
     return time.count();
+}
+
+/// Statements that are transactions by themselves.
+Answer RunAgain(Connection& connection, const Statement& statement, const Parameters& parameters)
+{
+    for (unsigned attempt = 1;; ++attempt) {
+        try {
+            return connection.Run(statement, parameters);
+        } catch (const SqlError& error) {
+            if (!error.IsConflict() || attempt == kAttempts)
+                throw;
+        }
+        PauseBefore(attempt);
+    }
 }
 
 /// One after another, what is there already left as it is: two may make it at once.
@@ -83,12 +97,12 @@ void Lease::Claim()
     parameters.Add(Milliseconds(LimitsInForce().lease));
     std::uint64_t claimed = 0;
     try {
-        claimed = m_connection->Run(kClaim, parameters).Changed();
+        claimed = RunAgain(*m_connection, kClaim, parameters).Changed();
     } catch (const SqlError& error) {
         if (!error.IsMissing())
             throw;
         MakeCatalog(*m_connection);
-        claimed = m_connection->Run(kClaim, parameters).Changed();
+        claimed = RunAgain(*m_connection, kClaim, parameters).Changed();
     }
     if (claimed == 0)
         throw Error(ErrorCode::Io,
@@ -117,9 +131,8 @@ void Lease::DropLeftovers()
 
 void Lease::NoteGeneration()
 {
-    m_connection->Run(
-        kNoteGeneration,
-        Parameters().Add(m_where.generation).Add(m_address.Store()).Add(m_where.schema));
+    RunAgain(*m_connection, kNoteGeneration,
+             Parameters().Add(m_where.generation).Add(m_address.Store()).Add(m_where.schema));
     m_isNoted = true;
 }
 
@@ -194,7 +207,7 @@ void Lease::Renew()
 
 void Lease::Publish(bool replace)
 {
-    for (int attempt = 1;; ++attempt) {
+    for (unsigned attempt = 1;; ++attempt) {
         try {
             TryPublish(replace);
             m_keeps = true;
@@ -209,6 +222,7 @@ void Lease::Publish(bool replace)
             if (!error.IsConflict() || attempt == kAttempts)
                 throw;
             m_connection->Run(kRollback);
+            PauseBefore(attempt);
         }
     }
 }
@@ -239,8 +253,8 @@ void Lease::TryPublish(bool replace)
             connection.Receive();
         connection.Receive();
         connection.Receive();
-    } catch (const SqlError&) {
-        m_keeps = !connection.IsSound();
+    } catch (const SqlError& error) {
+        m_keeps = !connection.IsSound() || error.IsUnknown();
         throw;
     }
 }
@@ -253,16 +267,8 @@ void Lease::FindOutcome()
         m_connection = Connect(m_address, Connection::Purpose::Load, true);
         Parameters mine;
         mine.Add(m_address.Store()).Add(m_owner);
-        for (int attempt = 1;; ++attempt) {
-            try {
-                if (m_connection->Run(kRelease, mine).Changed() == 1)
-                    m_keeps = false;
-                break;
-            } catch (const SqlError& error) {
-                if (!error.IsConflict() || attempt == kAttempts)
-                    throw;
-            }
-        }
+        if (RunAgain(*m_connection, kRelease, mine).Changed() == 1)
+            m_keeps = false;
         const auto found = FindStore(*m_connection, m_address);
         if (found && found->generation == m_where.generation)
             return;

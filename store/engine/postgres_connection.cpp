@@ -300,13 +300,19 @@ std::uint64_t Connection::EndCopy()
     return answer.Changed();
 }
 
+void PauseBefore(unsigned attempt)
+{
+    thread_local std::mt19937 random(std::random_device{}());
+    const unsigned most = std::min(1U << std::min(attempt, 10U), 1000U);
+    std::this_thread::sleep_for(std::chrono::milliseconds(random() % (most + 1)));
+}
+
 std::unique_ptr<Connection> Connect(const Address& address, Connection::Purpose purpose,
                                     bool patient)
 {
     using namespace std::chrono;
     const auto end = steady_clock::now() + LimitsInForce().reconnect;
-    std::mt19937 random(std::random_device{}());
-    for (milliseconds pause(1);; pause = std::min(2 * pause, milliseconds(1000))) {
+    for (unsigned attempt = 1;; ++attempt) {
         try {
             return std::make_unique<Connection>(address, purpose);
         } catch (const SqlError& error) {
@@ -314,8 +320,7 @@ std::unique_ptr<Connection> Connect(const Address& address, Connection::Purpose 
             if (!mayHelp || steady_clock::now() > end)
                 throw;
         }
-        std::this_thread::sleep_for(
-            milliseconds(1 + random() % static_cast<std::uint64_t>(pause.count())));
+        PauseBefore(attempt);
     }
 }
 

@@ -37,6 +37,8 @@ public:
     bool IsLost() const;
     /// The server tells that it has lost another one, and serves further itself.
     bool IsElsewhere() const { return m_goesOn && TellsOfLoss(); }
+    /// The server cannot tell what became of a commit.
+    bool IsUnknown() const { return Is("40003") || Is("08007"); }
     /// A table or a schema that is not there.
     bool IsMissing() const { return Is("42P01") || Is("3F000"); }
     /// A sentence for the user, with ErrorCode::Damaged where the server says that its files are.
@@ -153,6 +155,9 @@ private:
     std::set<std::string, std::less<>> m_prepared;
     bool m_sound = true;
 };
+
+/// Waits before something is run again that met another change, longer each time.
+void PauseBefore(unsigned attempt);
 
 /// Connects. Where `patient`, it tries again until the limit for that is over: what was served
 /// before is refused for a time only. Otherwise it waits for nothing but a server that is starting.

@@ -110,6 +110,7 @@ std::string Pool::NewMark()
 
 void Pool::Finish(std::string mark, Connection& connection) noexcept
 {
+    m_conflicts = 0;
     try {
         std::vector<std::string> finished;
         {

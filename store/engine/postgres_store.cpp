@@ -178,7 +178,7 @@ bool PostgresWriter::TryCommit(const std::string& mark)
     } catch (const SqlError& error) {
         if (m_spread && error.IsElsewhere())
             m_spread->FailInPart(error.what());
-        if (m_connection->IsSound())
+        if (m_connection->IsSound() && !error.IsUnknown())
             throw;
     }
     if (!m_pool->WasMade(mark))
