@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <map>
 #include <memory>
+#include <sstream>
 
 namespace ko::store::inner::postgres
 {
@@ -33,6 +34,12 @@ std::map<std::string, std::string> Said(const PQconninfoOption* options)
             said[options->keyword] = options->val;
     }
     return said;
+}
+
+std::string Value(const std::map<std::string, std::string>& said, const char* key)
+{
+    const auto found = said.find(key);
+    return found == said.end() ? "" : found->second;
 }
 
 /// Those that a variable of the environment says.
@@ -63,10 +70,32 @@ std::string Unescape(const std::string& text)
     return bytes;
 }
 
-bool IsNear(const std::string& host)
+/// A socket or this machine; of several hosts all of them.
+bool IsNear(const std::string& hosts)
 {
-    return host.empty() || host[0] == '/' || host[0] == '@' || host == "localhost" ||
-           host == "::1" || host.starts_with("127.");
+    std::istringstream list(hosts + ",");
+    for (std::string host; std::getline(list, host, ',');) {
+        const bool isLoopback =
+            host.starts_with("127.") && host.find_first_not_of("0123456789.") == std::string::npos;
+        if (!host.empty() && host[0] != '/' && host[0] != '@' && host != "localhost" &&
+            host != "::1" && !isLoopback)
+            return false;
+    }
+    return true;
+}
+
+/// A password with a '@', '/' or '#' in it that is not written as %40, %2F or %23 ends where it
+/// should not, and its rest would be shown as a host, a port or the name of a database.
+bool MayShowPassword(const std::string& url, const std::string& host, const std::string& port)
+{
+    for (std::size_t at = host.find('@'); at != std::string::npos; at = host.find('@', at + 1)) {
+        if (at > 0 && host[at - 1] != ',')
+            return true;
+    }
+    const std::size_t query = std::min(url.find('?'), url.size());
+    const std::size_t path = std::min(url.find('/', url.find("//") + 2), query);
+    return url.find('@', path) < query ||
+           port.find_first_not_of("0123456789,") != std::string::npos;
 }
 
 } // namespace
@@ -103,13 +132,18 @@ void Address::TakeSchema(std::string& url)
         url.pop_back();
 }
 
-void Address::ReadUrl(const std::string& url)
+void Address::ReadUrl(const std::string& text)
 {
-    const Options parsed(PQconninfoParse(url.c_str(), nullptr));
+    const Options parsed(PQconninfoParse(text.c_str(), nullptr));
     if (!parsed)
         throw Error(ErrorCode::Usage, "the address of the database is no URL of the form "
                                       "postgresql://user@host:port/database#STORE");
     const Options defaults(PQconndefaults());
+    if (const auto url = Said(parsed.get());
+        MayShowPassword(text, Value(url, "host"), Value(url, "port")))
+        throw Error(ErrorCode::Usage,
+                    "in the address of the database, write %40 for a @ in a user, "
+                    "a password or a name, %2F for a slash and %23 for a #");
     auto said = Said(parsed.get());
     const auto environment = OfEnvironment(defaults.get());
     m_parameters.assign(said.begin(), said.end());

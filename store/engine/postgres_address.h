@@ -38,7 +38,7 @@ public:
 
 private:
     void TakeSchema(std::string& url);
-    void ReadUrl(const std::string& url);
+    void ReadUrl(const std::string& text);
 
     std::vector<std::pair<std::string, std::string>> m_parameters;
     std::string m_options;

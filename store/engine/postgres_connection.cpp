@@ -26,6 +26,17 @@ std::string FirstLine(const char* message)
     return line;
 }
 
+/// Whatever the client library and the server say about a connection that fails.
+std::string WithoutPassword(std::string message, const PGconn* connection)
+{
+    const char* const password = PQpass(connection);
+    const std::string_view hidden = password != nullptr ? password : "";
+    for (std::size_t at = 0;
+         !hidden.empty() && (at = message.find(hidden, at)) != std::string::npos; ++at)
+        message.replace(at, hidden.size(), "*");
+    return message;
+}
+
 } // namespace
 
 Connection::Connection(const Address& address, Purpose purpose)
@@ -52,7 +63,7 @@ Connection::Connection(const Address& address, Purpose purpose)
         throw SqlError(ping == PQPING_OK       ? "08004"
                        : ping == PQPING_REJECT ? "57P03"
                                                : "08001",
-                       FirstLine(PQerrorMessage(connection)));
+                       WithoutPassword(FirstLine(PQerrorMessage(connection)), connection));
     }
     PQsetNoticeProcessor(
         connection, [](void*, const char*) {}, nullptr);
