@@ -6,6 +6,9 @@
 
 #include <cstdlib>
 
+#include <algorithm>
+#include <string_view>
+
 namespace ko::store::inner
 {
 
@@ -23,6 +26,45 @@ std::unique_ptr<Loader> StartLoad(const std::string& address)
     if (postgres::IsAddress(address))
         return postgres::StartLoad(address, postgres::Existing::Refuse);
     return lmdb::StartLoad(address);
+}
+
+bool HidePassword(char* address)
+{
+    if (!postgres::IsAddress(address))
+        return false;
+    const std::string_view url = address;
+    bool any = false;
+    const auto hide = [&](std::size_t from, std::string_view ends) {
+        for (std::size_t i = from; i < url.size() && ends.find(url[i]) == std::string_view::npos;
+             ++i) {
+            address[i] = '*';
+            any = true;
+        }
+    };
+    // A '@', '/' or '#' that should have been written as %40, %2F or %23 is hidden as well, with
+    // all that may belong to a password.
+    const std::size_t user = url.find("//") + 2;
+    const std::size_t query = std::min(url.find('?', user), url.size());
+    const std::size_t host = url.substr(0, query).rfind('@');
+    const std::size_t colon = url.find(':', user);
+    if (host != std::string_view::npos && colon < host) {
+        std::fill(address + colon + 1, address + host, '*');
+        any = host > colon + 1;
+    }
+    for (const std::string_view key : {"password=", "sslpassword="}) {
+        for (std::size_t at = url.find(key, query); at != std::string_view::npos;
+             at = url.find(key, at + 1)) {
+            if (url[at - 1] == '?' || url[at - 1] == '&')
+                hide(at + key.size(), "&#");
+        }
+    }
+    return any;
+}
+
+std::string ShownAddress(std::string address)
+{
+    HidePassword(address.data());
+    return address;
 }
 
 bool StoreExists(const std::string& address)

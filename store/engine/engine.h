@@ -173,6 +173,13 @@ std::unique_ptr<Engine> OpenEngine(const std::string& address, Mode mode);
 /// is at work there.
 std::unique_ptr<Loader> StartLoad(const std::string& address);
 
+/// Overwrites a password that an address has, in the place where it stands and however long it is:
+/// other programs see the arguments of this one. Returns whether there was one. What is needed of
+/// the address is to be copied before.
+bool HidePassword(char* address);
+/// An address as messages may show it.
+std::string ShownAddress(std::string address);
+
 /// True where something stands at the address, whether it is a sound store or not.
 bool StoreExists(const std::string& address);
 /// Checks what the engine itself is built of before it trusts it, all of it. Throws Error

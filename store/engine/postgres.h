@@ -22,6 +22,9 @@ namespace ko::store::inner::postgres
 /// Four rows of such a size as its blocks have fill a page of the server.
 inline constexpr Traits kTraits{"PostgreSQL", 1980, true, true, false};
 
+/// Where tables are spread over servers, of which each commits for itself and has its own moments.
+inline constexpr Traits kSpreadTraits{"PostgreSQL", 1980, false, false, false};
+
 /// True for an address that is a database's.
 inline bool IsAddress(const std::string& address)
 {
@@ -35,6 +38,9 @@ enum class Existing {
 };
 
 std::unique_ptr<Engine> OpenEngine(const std::string& address, Mode mode);
+/// Where the address names a schema (`?schema=NAME`), the store is loaded into that: its tables are
+/// empty, have the columns that those of a store have, and are stored as whoever made them wished,
+/// partitions on other servers included. Throws Error where they are not such.
 std::unique_ptr<Loader> StartLoad(const std::string& address, Existing existing);
 bool StoreExists(const std::string& address);
 void CheckEngine(const std::string& address);

@@ -70,6 +70,7 @@ void Generation::MakeForSpace(Space space, bool ascending)
                                ascending ? " asc))" : "))"}));
     // Values between 2 and 8 thousand bytes would be compressed, or stand in a table of their own.
     m_keep[i] = Make("", Text({"alter table ", table, " set (toast_tuple_target = 8160)"}));
+    m_empty[i] = Make("", Text({"delete from ", table}));
     m_badKeys[i] = Make(
         "", Text({"select count(*) from ", table, " where length(key) < 1 or length(key) > 511"}));
 }
@@ -94,6 +95,9 @@ Generation::Generation(const std::string& schema, bool ascending) : m_schema(Quo
                                 "where name = $2::text and generation = $3::bigint"}));
     m_unmark = Make("", Text({"insert into ", marks, "(mark, made) values($1::bytea, false)"}));
     m_readMark = Make("", Text({"select made from ", marks, " where mark = $1::bytea"}));
+    m_takeTurn = Make("", Text({"insert into ", marks, "(mark, made) values('turn', true)"}));
+    m_entrySizes = Make("", Text({"select key, length(value)::bigint from ", m_schema, ".",
+                                  SpaceName(Space::Entries), " where key = any($1::bytea[])"}));
     m_eraseMarks =
         Make("erase marks", Text({"delete from ", marks, " where mark = any($1::bytea[])"}));
 }

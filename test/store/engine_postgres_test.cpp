@@ -27,31 +27,6 @@ protected:
     static PostgresServer& Server() { return PostgresServer::Shared(); }
 };
 
-void Add(Writer& writer, const std::string& key, int more)
-{
-    const auto now = writer.GetOne(Space::Blocks, key);
-    writer.Put(Space::Blocks, key, std::to_string((now ? std::stoi(*now) : 0) + more));
-}
-
-int ValueOf(Place& place, const std::string& key)
-{
-    return std::stoi(*place.Open(Mode::Read)->Read()->GetOne(Space::Blocks, key));
-}
-
-/// A loader whose name may still be leased by one that was killed.
-void LoadAgain(Place& place, const std::string& version, unsigned rows = kRows)
-{
-    for (int i = 0; i < 200; ++i) {
-        const std::string sentence = Sentence([&] { Load(place, version, rows); });
-        if (sentence.find("under way") == std::string::npos) {
-            EXPECT_EQ(sentence, "");
-            return;
-        }
-        std::this_thread::sleep_for(20ms);
-    }
-    ADD_FAILURE() << "the lease does not end";
-}
-
 // Money moves between accounts, so that the sum stays; each writer also takes the largest number of
 // a walk and adds one, which two must not do from the same state.
 TEST_F(PostgresEngine, LetsWritersMeetOnHotRows)
@@ -110,66 +85,6 @@ TEST_F(PostgresEngine, IsSerializable)
     second->Erase(Space::Blocks, "b");
     first->Commit();
     EXPECT_THROW(second->Commit(), Conflict);
-}
-
-TEST_F(PostgresEngine, OutlivesKilledLoaders)
-{
-    DatabasePlace first;
-    Killer killer(1, [&] { return (Load(first, "1 "), true); });
-    int killed = 0;
-    for (int i = 0; i < 10; ++i) {
-        DatabasePlace place;
-        killed += killer.Kill([&] { return (Load(place, "1 "), true); });
-        if (!place.Exists())
-            LoadAgain(place, "2 ");
-        ASSERT_NE(VersionOf(place), "");
-        const std::string left = Server().Ask(
-            "select count(*) from kotms.generations where name='" + place.Name() + "'");
-        EXPECT_EQ(left, "1");
-    }
-    EXPECT_GT(killed, 2);
-    EXPECT_EQ(
-        Server().Ask("select count(*) from pg_namespace n where nspname like 'ko\\_%' and not "
-                     "exists(select from kotms.generations where schema_name=nspname)"),
-        "0");
-}
-
-// What was committed is there, and nothing else, whenever the server dies.
-TEST_F(PostgresEngine, OutlivesKilledServers)
-{
-    DatabasePlace counted;
-    Create(counted, {{Space::Blocks, {{"n", "0"}}}});
-    std::atomic<bool> ended{false};
-    std::atomic<int> made{0};
-    const auto engine = counted.Open(Mode::Change);
-    std::thread writer([&] {
-        for (; !ended; ++made)
-            Change(*engine, [](Writer& w) { Add(w, "n", 1); });
-    });
-    std::mt19937 random(4711); // NOLINT(cert-msc51-cpp)
-    for (int i = 0; i < 4; ++i) {
-        DatabasePlace place;
-        std::string sentence;
-        std::thread loader([&] { sentence = Sentence([&] { Load(place, "1 "); }); });
-        std::this_thread::sleep_for(std::chrono::milliseconds(random() % 250));
-        Server().Kill();
-        loader.join();
-        const bool started = Server().Start();
-        EXPECT_TRUE(started);
-        if (!started)
-            break;
-        EXPECT_TRUE(!sentence.empty() || place.Exists());
-        if (!place.Exists())
-            LoadAgain(place, "2 ");
-        EXPECT_NE(VersionOf(place), "");
-        const int before = made;
-        for (int wait = 0; wait < 500 && made < before + 3; ++wait)
-            std::this_thread::sleep_for(20ms);
-        EXPECT_GE(made, before + 3);
-    }
-    ended = true;
-    writer.join();
-    EXPECT_EQ(ValueOf(counted, "n"), made);
 }
 
 TEST_F(PostgresEngine, ReplacesStoresAllAtOnce)
