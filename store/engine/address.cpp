@@ -61,12 +61,6 @@ bool HidePassword(char* address)
     return any;
 }
 
-std::string ShownAddress(std::string address)
-{
-    HidePassword(address.data());
-    return address;
-}
-
 bool StoreExists(const std::string& address)
 {
     return postgres::IsAddress(address) ? postgres::StoreExists(address)

@@ -177,8 +177,6 @@ std::unique_ptr<Loader> StartLoad(const std::string& address);
 /// other programs see the arguments of this one. Returns whether there was one. What is needed of
 /// the address is to be copied before.
 bool HidePassword(char* address);
-/// An address as messages may show it.
-std::string ShownAddress(std::string address);
 
 /// True where something stands at the address, whether it is a sound store or not.
 bool StoreExists(const std::string& address);
