@@ -56,6 +56,7 @@ void Snapshot::FetchBlocks(std::vector<std::uint64_t>& blocks)
     }
     blocks.erase(std::remove_if(blocks.begin(), blocks.end(), isHere), blocks.end());
     std::vector<std::string> keys;
+    keys.reserve(blocks.size());
     for (const std::uint64_t block : blocks)
         keys.push_back(BlockKey(block));
     const std::vector<std::string_view> views(keys.begin(), keys.end());

@@ -101,7 +101,8 @@ TEST(CopyStores, RefuseDamage)
             const auto row =
                 std::next(rows.begin(), static_cast<std::ptrdiff_t>(random() % rows.size()));
             std::string changed = row->second;
-            changed[random() % changed.size()] ^= static_cast<char>(1 << random() % 8);
+            char& byte = changed[random() % changed.size()];
+            byte = static_cast<char>(byte ^ 1 << random() % 8);
             const auto put = [&](const std::string* value) {
                 Change(*engine, [&](Writer& writer) {
                     if (value != nullptr)

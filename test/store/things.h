@@ -93,6 +93,7 @@ inline void AddAll(Bulk& bulk, Values& values, std::size_t count, Objects& objec
 {
     std::vector<FormMemo> memos(values.GetSchema().attributes.size());
     std::vector<FormMemo*> pointers;
+    pointers.reserve(memos.size());
     for (FormMemo& memo : memos)
         pointers.push_back(&memo);
     for (std::size_t i = 0; i < count; ++i) {
