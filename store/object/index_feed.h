@@ -23,6 +23,8 @@ public:
     void Add(std::uint64_t block, BlockView& objects);
     void AddAll();
 
+    /// How many objects there were.
+    std::uint64_t Objects() const { return m_objects; }
     const std::vector<std::size_t>& Attributes() const { return m_attributes; }
     /// That of the attribute at a place in Attributes.
     EntryBuilder& Entries(std::size_t place) { return m_entries[place]; }
@@ -32,6 +34,7 @@ private:
     std::vector<std::size_t> m_attributes;
     std::vector<EntryBuilder> m_entries;
     std::vector<std::vector<std::uint64_t>> m_hints; ///< of dictionary entries
+    std::uint64_t m_objects = 0;
     std::string m_room;
 };
 

@@ -41,8 +41,9 @@ ObjectStore::~ObjectStore() = default;
 
 std::unique_ptr<Snapshot> ObjectStore::Read() const
 {
-    return std::make_unique<Snapshot>(m_engine->Read(), m_engine->About().viewsLast, m_name,
-                                      m_memory);
+    const Traits& engine = m_engine->About();
+    return std::make_unique<Snapshot>(m_engine->Read(), engine.viewsLast, m_name, m_memory,
+                                      engine.snapshots);
 }
 
 /// Runs a call again where another change came between.
@@ -94,6 +95,10 @@ void ObjectStore::MakeIndexes(Writer& writer, Snapshot& now, Description descrip
         entries.Clear({BeforeAttribute(attribute), BehindAttribute(attribute)});
     IndexFeed feed(now, std::move(attributes), m_scratch);
     feed.AddAll();
+    // A change that broke over several servers may have left them wrong.
+    Counts counts = now.GetCounts();
+    if (std::exchange(counts.objects, feed.Objects()) != feed.Objects())
+        writer.Put(Space::Description, Counts::kKey, counts.Write());
     for (std::size_t i = 0; i < feed.Attributes().size(); ++i)
         entries.Fill(feed.Entries(i));
     description.order = FingerprintOfOrder(description.schema);

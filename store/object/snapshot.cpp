@@ -87,9 +87,9 @@ struct Snapshot::OpenBlock {
 };
 
 Snapshot::Snapshot(std::shared_ptr<Reader> reader, bool viewsLast, std::string store,
-                   std::shared_ptr<StoreMemory> memory)
-    : m_reader(std::move(reader)), m_viewsLast(viewsLast), m_store(std::move(store)),
-      m_memory(std::move(memory))
+                   std::shared_ptr<StoreMemory> memory, bool isOneMoment)
+    : m_reader(std::move(reader)), m_viewsLast(viewsLast), m_isOneMoment(isOneMoment),
+      m_store(std::move(store)), m_memory(std::move(memory))
 {
     const std::string_view keys[] = {Counts::kKey, Description::kKey};
     std::string values[2];

@@ -79,9 +79,9 @@ class Snapshot
 public:
     /// `store` begins sentences. `viewsLast`: what the reader hands out stays where it is as long
     /// as the reader. `memory` is that of the open store, for snapshots of what is committed alone.
-    /// Users ask ObjectStore::Read.
+    /// `isOneMoment`: as Traits::snapshots. Users ask ObjectStore::Read.
     Snapshot(std::shared_ptr<Reader> reader, bool viewsLast, std::string store,
-             std::shared_ptr<StoreMemory> memory = nullptr);
+             std::shared_ptr<StoreMemory> memory = nullptr, bool isOneMoment = true);
     ~Snapshot();
     Snapshot(const Snapshot&) = delete;
     Snapshot& operator=(const Snapshot&) = delete;
@@ -113,6 +113,11 @@ public:
     /// left to who asks for it.
     std::size_t Fetch(std::span<const std::uint64_t> numbers,
                       std::span<const std::size_t> attributes = {});
+
+    /// False where each question may be answered from a later moment than the one before, and a
+    /// change that broke may be there in part: an index may name objects that are gone, or that
+    /// have another value now.
+    bool IsOneMoment() const { return m_isOneMoment; }
 
     /// True where Fetch does something: what is wanted had best be asked for together.
     bool IsAfar() const { return !m_viewsLast; }
@@ -190,6 +195,7 @@ private:
 
     std::shared_ptr<Reader> m_reader;
     bool m_viewsLast; ///< what the reader hands out stays where it is
+    bool m_isOneMoment;
     std::string m_store;
     std::shared_ptr<StoreMemory> m_memory; ///< may be null
     std::shared_ptr<const Described> m_described;

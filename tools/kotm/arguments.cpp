@@ -3,8 +3,8 @@
 #include "text.h"
 
 #include <CLI/CLI.hpp>
-#include <kombs.h>
 #include <kostore.h>
+#include <kotms.h>
 
 #include <algorithm>
 #include <charconv>
