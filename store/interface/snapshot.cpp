@@ -22,6 +22,7 @@ std::vector<std::size_t> PlacesOf(const inner::Schema& schema,
                                   const std::vector<std::string>& names)
 {
     std::vector<std::size_t> places;
+    places.reserve(names.empty() ? schema.attributes.size() : names.size());
     for (const std::string& name : names)
         places.push_back(inner::PlaceOf(schema, name));
     for (std::size_t i = 0; names.empty() && i < schema.attributes.size(); ++i)

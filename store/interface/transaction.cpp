@@ -55,6 +55,7 @@ std::uint64_t Transaction::Insert(const std::vector<Field>& fields)
     return m_state.Run([&] {
         const auto forms = m_state.FormsOf(fields);
         std::vector<std::string_view> all;
+        all.reserve(forms.size());
         for (const auto& form : forms)
             all.push_back(form ? std::string_view(*form) : std::string_view());
         return m_state.change.Insert(all);
