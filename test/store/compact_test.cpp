@@ -11,7 +11,8 @@
 namespace
 {
 
-using namespace ko::store;
+using ko::store::Error;
+using ko::store::ErrorCode;
 using namespace ko::store::inner;
 
 class Compacting : public OverEngines

@@ -5,7 +5,8 @@
 namespace
 {
 
-using namespace ko::store;
+using ko::store::Error;
+using ko::store::ErrorCode;
 using namespace ko::store::inner;
 
 using Makers = std::vector<std::pair<const char*, std::unique_ptr<Place> (*)()>>;

@@ -10,7 +10,8 @@
 namespace
 {
 
-using namespace ko::store;
+using ko::store::Error;
+using ko::store::ErrorCode;
 using namespace ko::store::inner;
 using namespace std::chrono_literals;
 

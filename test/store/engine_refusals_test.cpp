@@ -7,7 +7,8 @@
 namespace
 {
 
-using namespace ko::store;
+using ko::store::Error;
+using ko::store::ErrorCode;
 using namespace ko::store::inner;
 using namespace std::chrono_literals;
 using Harm = SocketProxy::Harm;

@@ -6,6 +6,7 @@
 #include "engine/postgres_limits.h"
 #include "engine/postgres_statements.h"
 #include "import/importer.h"
+#include "object/index_feed.h"
 #include "object/object_change.h"
 #include "object/object_store.h"
 #include "query/predicate.h"
@@ -16,7 +17,9 @@
 namespace
 {
 
-using namespace ko::store;
+using ko::store::Error;
+using ko::store::ErrorCode;
+using ko::store::ImportRequest;
 using namespace ko::store::inner;
 using namespace std::chrono_literals;
 using postgres::Existing;
@@ -135,15 +138,17 @@ protected:
             csv += line + "\n";
         const TestFolder folder;
         std::ostringstream messages;
+        ImportRequest request;
+        request.store = store;
+        request.csv = folder.Write("csv", csv);
         ko::store::inner::Import(
-            {store, folder.Write("csv", csv), "", false},
-            Schema::FromJson(ReadAll(KOTM_EXAMPLES "/birdstrikes.schema.json"), "schema"),
+            request, Schema::FromJson(ReadAll(KOTM_EXAMPLES "/birdstrikes.schema.json"), "schema"),
             messages);
     }
     static std::string Check(const std::string& store)
     {
         std::ostringstream out;
-        return CheckStore(store, out) == 0 ? "" : out.str();
+        return CheckStore(store, out).faults == 0 ? "" : out.str();
     }
     static std::vector<std::uint64_t> Find(ObjectStore& store, const std::string& text,
                                            std::size_t attribute, ScanOrder order)

@@ -11,7 +11,8 @@
 namespace
 {
 
-using namespace ko::store;
+using ko::store::Error;
+using ko::store::ErrorCode;
 using namespace ko::store::inner;
 
 /// What a condition finds by the plan that the store makes for it, how many, and what it finds by

@@ -3,7 +3,8 @@
 #include "block/checksum.h"
 #include "object/fingerprint.h"
 
-using namespace ko::store;
+using ko::store::Error;
+using ko::store::ErrorCode;
 using namespace ko::store::inner;
 
 namespace

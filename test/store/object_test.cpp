@@ -1,7 +1,8 @@
 #include "store/things.h"
 #include "support/failing_engine.h"
 
-using namespace ko::store;
+using ko::store::Error;
+using ko::store::ErrorCode;
 using namespace ko::store::inner;
 
 namespace

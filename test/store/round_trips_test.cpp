@@ -7,7 +7,8 @@
 namespace
 {
 
-using namespace ko::store;
+using ko::store::Error;
+using ko::store::ErrorCode;
 using namespace ko::store::inner;
 
 constexpr std::uint64_t kObjects = 30'000;
