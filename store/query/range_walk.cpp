@@ -169,13 +169,19 @@ std::uint64_t RangeWalk::Count(std::uint64_t most)
     if (most > kMany)
         m_walk->ReadMany();
     std::uint64_t count = 0;
-    while (count < most && Advance()) {
-        if (m_snapshot.IsOneMoment() && !IsAtCutEdge()) {
+    std::vector<std::uint64_t> numbers;
+    while (count < most) {
+        numbers.clear();
+        if (!m_snapshot.IsOneMoment()) {
+            if (!Next(numbers))
+                break;
+        } else if (!Advance()) {
+            break;
+        } else if (IsAtCutEdge()) {
+            TakeAlikes(numbers);
+        } else {
             count += m_walk->Numbers().count;
-            continue;
         }
-        std::vector<std::uint64_t> numbers;
-        TakeAlikes(numbers);
         count += numbers.size();
     }
     return count;

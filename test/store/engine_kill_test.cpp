@@ -122,11 +122,11 @@ TEST_F(KilledPostgres, LeavesNothingAtAnyStep)
             proxy.PlanAt(step, SocketProxy::Harm::CutBefore, [&] {
                 while (!killsServer && client == 0)
                     std::this_thread::yield();
+                killed = true;
                 if (killsServer)
                     Server().Kill();
                 else
                     kill(client, SIGKILL);
-                killed = true;
             });
             const pid_t child = fork();
             if (child == 0)
