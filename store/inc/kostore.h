@@ -132,6 +132,12 @@ struct Object {
     }
 };
 
+/// The objects with one value of an attribute.
+struct Group {
+    std::string form; ///< empty: null
+    std::uint64_t objects = 0;
+};
+
 /// How a predicate would be answered, and what is true of its parts.
 struct Explanation {
     /// A part of an index, its ends printed as the attribute prints values: "null", "(first)",
@@ -177,6 +183,10 @@ public:
     /// The objects that meet a predicate, but no more than `most` are looked for.
     std::uint64_t Count(const std::string& predicate,
                         std::uint64_t most = std::numeric_limits<std::uint64_t>::max());
+    /// How many objects that meet a predicate have each value of an attribute, in the order of the
+    /// values, null first: so the lowest and the highest one as well. Values that are equal count
+    /// together, under the form that comes first as bytes. Takes memory for each value.
+    std::vector<Group> CountBy(const std::string& attribute, const std::string& predicate = {});
     /// An object; absent where there is none of the number.
     std::optional<Object> Find(std::uint64_t number);
     Cursor Select(const Query& query);

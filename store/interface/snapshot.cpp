@@ -122,6 +122,15 @@ std::uint64_t Snapshot::Count(const std::string& predicate, std::uint64_t most)
     });
 }
 
+std::vector<Group> Snapshot::CountBy(const std::string& attribute, const std::string& predicate)
+{
+    inner::Snapshot& snapshot = *m_state->snapshot;
+    return inner::Reading(snapshot.Name(), [&] {
+        return inner::Answer(snapshot, {predicate}, false)
+            .CountBy(m_state->schema->Place(attribute));
+    });
+}
+
 std::optional<Object> Snapshot::Find(std::uint64_t number)
 {
     inner::Snapshot& snapshot = *m_state->snapshot;

@@ -1,5 +1,7 @@
 #include "query/answer.h"
 
+#include "query/value_counts.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -97,6 +99,14 @@ Answer::Answer(Snapshot& snapshot, const Query& query, bool count)
     }
     if (!query.order.empty() && !count)
         ChooseOrder(query);
+}
+
+std::vector<Group> Answer::CountBy(std::size_t attribute)
+{
+    ValueCounts counts(m_snapshot, attribute);
+    Start().Each(attribute,
+                 [&](const BlockAt& block, const SlotBits& slots) { counts.Add(block, slots); });
+    return counts.Groups();
 }
 
 void Answer::ChooseOrder(const Query& query)

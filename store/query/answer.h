@@ -29,6 +29,8 @@ public:
     std::span<const std::uint64_t> Next(std::size_t most);
     /// How many there are, up to the limit.
     std::uint64_t Count();
+    /// How many there are with each value of an attribute, null first, without a limit.
+    std::vector<Group> CountBy(std::size_t attribute);
 
 private:
     void ChooseOrder(const Query& query);

@@ -97,6 +97,15 @@ void Scan::CollectNumbers()
     m_groups = std::make_unique<NumberedObjects>(m_snapshot, m_candidates, m_tested);
 }
 
+/// In the order of their numbers.
+void Scan::StartGroups()
+{
+    if (m_groups == nullptr && m_walk)
+        CollectNumbers();
+    if (m_groups == nullptr)
+        m_groups = std::make_unique<AllObjects>(m_snapshot, m_first, m_last);
+}
+
 /// Leaves the objects of a group that meet the condition, and counts them.
 std::uint64_t Scan::Test(BlockGroups& group)
 {
@@ -217,13 +226,20 @@ std::uint64_t Scan::Count(std::uint64_t most)
         count += m_walk->Count(most - std::min(count, most));
         return std::min(count, most);
     }
-    if (m_groups == nullptr && m_walk)
-        CollectNumbers();
-    if (m_groups == nullptr)
-        m_groups = std::make_unique<AllObjects>(m_snapshot, m_first, m_last);
+    StartGroups();
     while (count < most && m_groups->Next())
         count += Test(*m_groups);
     return std::min(count, most);
+}
+
+void Scan::Each(std::size_t attribute, const Take& take)
+{
+    m_tested.push_back(attribute);
+    StartGroups();
+    while (m_groups->Next()) {
+        if (Test(*m_groups) != 0)
+            take(m_groups->Block(), m_groups->Slots());
+    }
 }
 
 } // namespace ko::store::inner

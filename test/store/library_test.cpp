@@ -341,4 +341,30 @@ TEST_F(Library, ImportsIndexesAndExplains)
     EXPECT_EQ(Check(request.store, faults).faults, 0U) << faults.str();
 }
 
+// Values in dictionaries, in blocks and by themselves, found through an index and without one.
+TEST_F(Library, CountsByValue)
+{
+    Snapshot now = Filled("store", 900).Read();
+    for (const char* const predicate : {"", "id < 800", "kind = \"kind 1*\"", "weight is null"}) {
+        for (const char* const attribute : {"id", "weight", "kind", "note", "day"}) {
+            std::map<std::string, std::uint64_t> counts;
+            std::vector<std::string> ordered;
+            Cursor cursor = now.Select({predicate, {attribute}, attribute});
+            for (Batch batch = cursor.Next(); !batch.Empty(); batch = cursor.Next()) {
+                for (const std::string_view form : batch.columns[0].forms) {
+                    if (++counts[std::string(form)] == 1)
+                        ordered.emplace_back(form);
+                }
+            }
+            std::vector<std::string> groups;
+            for (const Group& group : now.CountBy(attribute, predicate)) {
+                EXPECT_EQ(group.objects, counts[group.form]) << predicate << ' ' << attribute;
+                groups.push_back(group.form);
+            }
+            EXPECT_EQ(groups, ordered) << predicate << ' ' << attribute;
+        }
+    }
+    EXPECT_THROW(now.CountBy("none"), Error);
+}
+
 } // namespace
