@@ -8,8 +8,6 @@
 namespace
 {
 
-using ko::store::Error;
-using ko::store::ErrorCode;
 using namespace ko::store::inner;
 using namespace std::chrono_literals;
 using Harm = SocketProxy::Harm;
