@@ -2,9 +2,10 @@
 """Dependencies point one way, and nothing unfinished stands in the sources: sources.py ROOT
 
 A library sees the libraries below it through their inc/ folders only, and so does the tool; tests,
-benchmarks and fuzz targets see every inc/ folder, tests and benchmarks also the rooms of the store, and no
-src/, but for those of inner parts (*_internal_*). The rooms of a library include rooms above them in its
-list only. No file includes itself through others, and no pair of a header and its source does.
+benchmarks and fuzz targets see every inc/ folder, tests and benchmarks also the rooms of the store,
+benchmarks and fuzz targets what tests share, and none src/, but for those of inner parts (*_internal_*).
+The rooms of a library include rooms above them in its list only. No file includes itself through others,
+and no pair of a header and its source does.
 """
 import pathlib
 import re
@@ -27,7 +28,7 @@ REACH = {
     "tools/kotm": ["tools/kotm", STORE, *INC],
     "test": ["test", "bindings/rocksdb", "store", STORE, *INC],
     "bench": ["bench", "test", "store", STORE, *INC],
-    "fuzz": ["fuzz", *INC],
+    "fuzz": ["fuzz", "test", *INC],
     "bindings": ["bindings/rocksdb", TMS, INTL, BASE],
     "examples": ["bindings/rocksdb", STORE, TMS, INTL, BASE],
 }

@@ -1,6 +1,7 @@
 #include "store/things.h"
 
 #include "check/checker.h"
+#include "engine/postgres.h"
 #include "object/copy_store.h"
 #include "query/scan.h"
 
@@ -15,27 +16,16 @@ using ko::store::Error;
 using ko::store::ErrorCode;
 using namespace ko::store::inner;
 
-class Compacting : public OverEngines
+class Compacting : public ObjectStores
 {
 protected:
-    std::unique_ptr<ObjectStore> Open(Mode mode = Mode::Change)
-    {
-        return std::make_unique<ObjectStore>(m_place->Open(mode), "store", Scratch());
-    }
     std::size_t RowsOfIndexes()
     {
-        return Walk(*m_place->Open(Mode::Read)->Read(), Space::Entries, {}, Direction::Forwards,
-                    500)
-            .size();
+        return Everything(*m_place->Open(Mode::Read)->Read())[Space::Entries].size();
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(Engines, Compacting,
-                         testing::Values(PlaceKind{"Memory", MakePlace<MemoryPlace>, Mode::Change},
-                                         PlaceKind{"Lmdb", MakePlace<FilePlace>, Mode::Change},
-                                         PlaceKind{"Postgres", MakePlace<DatabasePlace>,
-                                                   Mode::Change}),
-                         [](const auto& info) { return info.param.name; });
+INSTANTIATE_TEST_SUITE_P(Engines, Compacting, kEnginePlaces, NameOfPlace);
 
 // Objects that go leave rows of a part of their numbers.
 TEST_P(Compacting, JoinsWhatChangesLeave)
@@ -160,14 +150,19 @@ TEST(Granting, LetsReadersReadAndWritersWrite)
     FilePlace copy;
     EXPECT_EQ(CopyStore(reader, copy.Path()), 60U);
     EXPECT_THROW(ObjectStore::Open(reader, Mode::Change)->Change(erase), Error);
-    EXPECT_THROW(Clean(reader), Error);
 
     const auto changing = ObjectStore::Open(writer, Mode::Change);
     changing->Change(erase);
     EXPECT_EQ(changing->Read()->GetCounts().objects, 59U);
     changing->Compact();
     changing->DropIndex(0);
-    EXPECT_THROW(StartLoad(server.Address("another", "some%20writer")), Error);
+    for (const std::string& address : {reader, writer}) {
+        EXPECT_THROW(StartLoad(server.Address("another", address == reader ? "its%20%22reader%22"
+                                                                           : "some%20writer")),
+                     Error);
+        EXPECT_THROW(postgres::StartLoad(address, postgres::Existing::Replace), Error);
+        EXPECT_THROW(Clean(address), Error);
+    }
     const std::string schema =
         server.Ask("select schema_name from kotms.stores where name='" + place.Name() + "'");
     for (const char* const harm : {"drop schema % cascade", "drop table %.blocks",

@@ -1,3 +1,5 @@
+#include "support/data_file.h"
+
 #include "engine/engine.h"
 #include "engine/postgres_address.h"
 #include <kostore.h>
@@ -13,90 +15,36 @@ using ko::store::Error;
 using ko::store::ErrorCode;
 using namespace ko::store::inner;
 
-TEST(EngineAddress, HidesPasswords)
+// As the file says and explains.
+TEST(EngineAddress, HidesPasswordsAndChoosesSafeSettings)
 {
-    const struct {
-        std::string address;
-        std::string shown;
-    } kAddresses[] = {
-        {"postgresql://u:secret@h/db#s", "postgresql://u:******@h/db#s"},
-        {"postgres://u:s%40t@h:1/db", "postgres://u:*****@h:1/db"},
-        {"postgresql://u@h/db?a=b&password=secret#s", "postgresql://u@h/db?a=b&password=******#s"},
-        {"postgresql:///?sslpassword=x&password=y", "postgresql:///?sslpassword=*&password=*"},
-        {"postgresql://u:a@b@h/db", "postgresql://u:***@h/db"},
-        {"postgresql://u:a/b@h/db", "postgresql://u:***@h/db"},
-        {"postgresql://u:a#b@h/db#s", "postgresql://u:***@h/db#s"},
-        // Nothing to hide.
-        {"postgresql://u:@h/db", "postgresql://u:@h/db"},
-        {"postgresql://u@h:5433/db?nopassword=x#password=y", ""},
-        {"postgresql://h:5433/db", ""},
-        {"postgresql://", ""},
-        {"/a/u:secret@h", ""},
-    };
-    for (const auto& c : kAddresses) {
-        std::string argument = c.address;
-        const bool hidden = ko::store::inner::HidePassword(argument.data());
-        EXPECT_EQ(hidden, argument != c.address);
-        EXPECT_EQ(argument, c.shown.empty() ? c.address : c.shown);
-    }
-}
-
-// What is not written as an address asks for it would show parts of a password in messages.
-TEST(EngineAddress, RefusesWhatCouldShowAPassword)
-{
-    for (const char* const address :
-         {"postgresql://u:a@secret@h/db", "postgresql://u:a/secret@h/db",
-          "postgresql://u:12/secret@h/db", "postgresql://u:secret#b@h/db",
-          "postgresql://u:secret/b", "postgresql://u:secret@h:1x/db"}) {
-        try {
-            EXPECT_EQ(postgres::Address(address).Shown(), "refused");
-        } catch (const Error& error) {
-            EXPECT_EQ(error.Code(), ErrorCode::Usage);
-            EXPECT_EQ(std::string(error.what()).find("secret"), std::string::npos) << error.what();
+    for (const char* const variable : {"PGHOST", "PGSSLMODE", "PGSERVICE", "PGHOSTADDR"})
+        unsetenv(variable);
+    data::ForEachRow("addresses.txt", 4, [](const auto& head, const data::Row& row) {
+        if (head[0] == "shown") {
+            std::string argument = row[0];
+            EXPECT_EQ(ko::store::inner::HidePassword(argument.data()), row[1] != "=");
+            EXPECT_EQ(argument, row[1] == "=" ? row[0] : row[1]);
+        } else if (head[0] == "refused") {
+            try {
+                EXPECT_EQ(postgres::Address(row[0]).Shown(), "refused");
+            } catch (const Error& error) {
+                EXPECT_EQ(error.Code(), ErrorCode::Usage);
+                EXPECT_EQ(std::string(error.what()).find("secret"), std::string::npos);
+            }
+        } else {
+            const postgres::Address address(row[0]);
+            const std::map<std::string, std::string> settings(address.Parameters().begin(),
+                                                              address.Parameters().end());
+            const auto found = settings.find(row[1]);
+            EXPECT_EQ(found == settings.end() || found->second.empty() ? "-" : found->second,
+                      row[2]);
         }
-    }
+    });
     EXPECT_EQ(postgres::Address("postgresql://u:secret@h:5/d%40b?host=@c&schema=a"
                                 "&connect_timeout=3")
                   .Schema(),
               "a");
-}
-
-TEST(EngineAddress, ChoosesSafeSettings)
-{
-    const struct {
-        const char* address;
-        const char* key;
-        const char* value; ///< empty: libpq's own
-    } kSettings[] = {
-        {"postgresql://h/db", "sslmode", "verify-full"},
-        {"postgresql://h/db?sslmode=require", "sslmode", "require"},
-        {"postgresql://h/db?hostaddr=10.0.0.1", "sslmode", "verify-full"},
-        {"postgresql://127.example/db", "sslmode", "verify-full"},
-        {"postgresql://127.0.0.1,h/db", "sslmode", "verify-full"},
-        {"postgresql:///db?host=/tmp,h", "sslmode", "verify-full"},
-        {"postgresql://h/db?service=s", "sslmode", ""},
-        {"postgresql:///db", "sslmode", ""},
-        {"postgresql:///db?host=/tmp,@here", "sslmode", ""},
-        {"postgresql://localhost/db", "sslmode", ""},
-        {"postgresql://127.0.0.1,[::1]/db", "sslmode", ""},
-        {"postgresql://h/db", "connect_timeout", "10"},
-        {"postgresql://h/db?connect_timeout=2", "connect_timeout", "2"},
-        {"postgresql://h/db", "keepalives_idle", "30"},
-        {"postgresql://h/db", "tcp_user_timeout", "30000"},
-        {"postgresql://h/db", "gssencmode", "disable"},
-        {"postgresql://h/db?gssencmode=prefer", "gssencmode", "prefer"},
-        {"postgresql://h/db?client_encoding=LATIN1", "client_encoding", "UTF8"},
-        {"postgresql://h/db?schema=a&application_name=mine#s", "application_name", "mine"},
-    };
-    for (const char* const variable : {"PGHOST", "PGSSLMODE", "PGSERVICE", "PGHOSTADDR"})
-        unsetenv(variable);
-    for (const auto& c : kSettings) {
-        const postgres::Address address(c.address);
-        const std::map<std::string, std::string> settings(address.Parameters().begin(),
-                                                          address.Parameters().end());
-        const auto found = settings.find(c.key);
-        EXPECT_EQ(found == settings.end() ? "" : found->second, c.value) << c.address;
-    }
 }
 
 } // namespace

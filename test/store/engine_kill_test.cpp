@@ -22,16 +22,9 @@ int Kills(int few)
     return many != nullptr ? std::atoi(many) : few;
 }
 
-class KilledPostgres : public testing::Test
+class KilledPostgres : public OverPostgres
 {
 protected:
-    void SetUp() override
-    {
-        if (const std::string why = DatabasePlace().WhyNot(); !why.empty())
-            GTEST_SKIP() << why;
-        postgres::LimitsInForce() = {10s, 20s, 300ms, 0ms};
-    }
-    static PostgresServer& Server() { return PostgresServer::Shared(); }
     /// Generations of a store in the catalog, and schemas that stand in none.
     static std::string Left(const DatabasePlace& place)
     {
@@ -41,22 +34,6 @@ protected:
                             place.Name() + "'");
     }
 };
-
-TEST_F(KilledPostgres, OutlivesKilledLoaders)
-{
-    DatabasePlace first;
-    Killer killer(1, [&] { return (Load(first, "1 "), true); });
-    int killed = 0;
-    for (int i = 0; i < Kills(4); ++i) {
-        DatabasePlace place;
-        killed += killer.Kill([&] { return (Load(place, "1 "), true); });
-        if (!place.Exists())
-            LoadAgain(place, "2 ");
-        ASSERT_NE(VersionOf(place), "");
-        EXPECT_EQ(Left(place), "1, 0");
-    }
-    EXPECT_GT(killed, 0);
-}
 
 // What was committed is there, and nothing else, whenever the server dies.
 TEST_F(KilledPostgres, OutlivesKilledServers)

@@ -3,6 +3,7 @@
 
 #include "store/engine_suite.h"
 
+#include "engine/postgres_limits.h"
 #include <kostore.h>
 
 #include <sys/wait.h>
@@ -116,6 +117,20 @@ inline void LoadAgain(Place& place, const std::string& version, unsigned rows = 
     }
     ADD_FAILURE() << "the lease does not end";
 }
+
+/// A test of stores in a database, with short limits.
+class OverPostgres : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        using namespace std::chrono_literals;
+        if (const std::string why = DatabasePlace().WhyNot(); !why.empty())
+            GTEST_SKIP() << why;
+        ko::store::inner::postgres::LimitsInForce() = {10s, 20s, 300ms, 0ms};
+    }
+    static PostgresServer& Server() { return PostgresServer::Shared(); }
+};
 
 /// Kills processes that do the same at random moments, up to three times as late as one of them
 /// took that was left alone; returns how many were met alive.

@@ -1,4 +1,5 @@
 #include "store/engine_processes.h"
+#include "support/data_file.h"
 #include "support/socket_proxy.h"
 
 #include "engine/postgres.h"
@@ -7,88 +8,43 @@
 namespace
 {
 
-using ko::store::Error;
-using ko::store::ErrorCode;
 using namespace ko::store::inner;
 using namespace std::chrono_literals;
 using Harm = SocketProxy::Harm;
 
-class RefusingPostgres : public testing::Test
+class RefusingPostgres : public OverPostgres
 {
 protected:
-    void SetUp() override
-    {
-        if (const std::string why = DatabasePlace().WhyNot(); !why.empty())
-            GTEST_SKIP() << why;
-        postgres::LimitsInForce() = {10s, 20s, 300ms, 0ms};
-    }
-
     SocketProxy m_proxy{PostgresServer::Shared().Socket()};
 };
 
-struct Refused {
-    const char* at; ///< what the refused batch has in it
-    const char* state;
-    bool fatal;
-    Harm harm;
-    int times;
-    const char* told; ///< in the sentence; empty: it is done, and once
-};
-
-constexpr Refused kChanges[] = {
-    {"get blocks", "40001", false, Harm::Reply, 3, ""},
-    {"insert blocks", "40P01", false, Harm::Reply, 1, ""},
-    {"insert blocks", "55P03", false, Harm::Reply, 1, ""},
-    {"insert blocks", "23505", false, Harm::Reply, 1, ""},
-    {"get blocks", "08006", true, Harm::Reply, 1, ""},
-    {"get blocks", "57P02", true, Harm::Reply, 1, ""},
-    {"insert blocks", "57P01", true, Harm::Reply, 1, ""},
-    {"insert blocks", "57P01", true, Harm::ReplyAfter, 1, ""},
-    {"insert blocks", "08007", false, Harm::Reply, 1, ""},
-    {"insert blocks", "40003", false, Harm::ReplyAfter, 1, ""},
-    {"_timeout", "42704", false, Harm::Reply, 99, ""},
-    {"get blocks", "57014", false, Harm::Reply, 1, "the server refuses (57014)"},
-    {"get blocks", "42501", false, Harm::Reply, 1, "the server refuses (42501)"},
-    {"insert blocks", "53100", false, Harm::Reply, 1, "the server refuses (53100)"},
-    {"insert blocks", "53200", false, Harm::Reply, 1, "the server refuses (53200)"},
-    {"get blocks", "XX001", false, Harm::Reply, 1, "the server refuses (XX001)"},
-    {"get blocks", "99999", false, Harm::Reply, 1, "the server refuses (99999)"},
-    // Each ends the use of prepared statements, which have these names.
-    {"get blocks", "26000", false, Harm::Reply, 99, ""},
-    {"insert blocks", "42P05", false, Harm::Reply, 99, ""},
-};
-
-constexpr Refused kLoads[] = {
-    {"insert into kotms.imports", "40001", false, Harm::Reply, 3, ""},
-    {"insert into kotms.generations", "40P01", false, Harm::Reply, 1, ""},
-    {"insert into kotms.stores", "40001", false, Harm::Reply, 2, ""},
-    {"insert into kotms.stores", "40003", false, Harm::ReplyAfter, 1, ""},
-    {"insert into kotms.stores", "57P01", true, Harm::ReplyAfter, 1, ""},
-    {"insert into kotms.stores", "08007", false, Harm::Reply, 1, "before the store was published"},
-    {"insert into kotms.stores", "23505", false, Harm::Reply, 1, "there is a store already"},
-    {"toast_tuple_target", "0A000", false, Harm::Reply, 99, ""},
-    {"user", "57P03", true, Harm::Reply, 6, ""},
-    {"user", "53300", true, Harm::Reply, 1, "the server refuses"},
-    {"user", "28P01", true, Harm::Reply, 1, "the server refuses"},
-    {"copy \"ko_", "53100", false, Harm::Reply, 1, "the server refuses (53100)"},
-    {"analyze", "53200", false, Harm::Reply, 1, "the server refuses (53200)"},
-    {"create schema \"ko_", "42501", false, Harm::Reply, 1, "the server refuses (42501)"},
-};
+/// The refusals of a section of the file, which says what they are.
+void ForEachRefusal(const std::string& section, SocketProxy& proxy,
+                    const std::function<void(const std::string& told)>& visit)
+{
+    data::ForEachRow("refusals.txt", 7, [&](const auto& head, const data::Row& row) {
+        if (head[0] != section)
+            return;
+        proxy.PlanReply(row[0], SocketProxy::Refusal(row[1], row[2] == "fatal"), std::stoi(row[4]),
+                        row[3] == "after" ? Harm::ReplyAfter : Harm::Reply);
+        visit(row[5] == "-" ? "" : row[5]);
+    });
+}
 
 // In processes of their own: what is learned of a server is remembered.
 template <class Call>
-void Expect(const SocketProxy& proxy, const Refused& c, Call call)
+void Expect(const SocketProxy& proxy, const std::string& told, Call call)
 {
     const int before = proxy.Replies();
     const int ended = InProcess([&] {
         const auto start = std::chrono::steady_clock::now();
         const std::string sentence = Sentence(call);
-        const bool told = sentence.find(c.told) != std::string::npos &&
-                          sentence.empty() == std::string_view(c.told).empty();
-        if (!told || sentence.find("secret") != std::string::npos)
+        const bool right = sentence.find(told) != std::string::npos &&
+                           sentence.empty() == told.empty() &&
+                           sentence.find("secret") == std::string::npos;
+        if (!right)
             std::fprintf(stderr, "told: %s\n", sentence.c_str());
-        return told && sentence.find("secret") == std::string::npos &&
-               std::chrono::steady_clock::now() - start < 8s;
+        return right && std::chrono::steady_clock::now() - start < 8s;
     });
     EXPECT_EQ(ended, 0);
     EXPECT_GT(proxy.Replies(), before);
@@ -99,31 +55,27 @@ TEST_F(RefusingPostgres, MakesAChangeOnceOrTellsWhyNot)
     DatabasePlace place(m_proxy.Folder());
     Create(place, {{Space::Blocks, {{"n", "0"}}}});
     int made = 0;
-    for (const Refused& c : kChanges) {
-        SCOPED_TRACE(std::string(c.at) + " " + c.state);
-        m_proxy.PlanReply(c.at, SocketProxy::Refusal(c.state, c.fatal), c.times, c.harm);
-        Expect(m_proxy, c, [&] {
+    ForEachRefusal("changes", m_proxy, [&](const std::string& told) {
+        Expect(m_proxy, told, [&] {
             Change(*place.Open(Mode::Change), [](Writer& writer) { Add(writer, "n", 1); });
         });
         m_proxy.PlanReply("", {}, 0);
-        made += std::string_view(c.told).empty() ? 1 : 0;
+        made += told.empty() ? 1 : 0;
         EXPECT_EQ(ValueOf(place, "n"), made);
-    }
+    });
 }
 
 TEST_F(RefusingPostgres, MakesAStoreOnceOrTellsWhyNot)
 {
-    for (const Refused& c : kLoads) {
-        SCOPED_TRACE(std::string(c.at) + " " + c.state);
+    ForEachRefusal("loads", m_proxy, [&](const std::string& told) {
         DatabasePlace place(m_proxy.Folder());
-        m_proxy.PlanReply(c.at, SocketProxy::Refusal(c.state, c.fatal), c.times, c.harm);
-        Expect(m_proxy, c, [&] { Load(place, "1 ", 20); });
+        Expect(m_proxy, told, [&] { Load(place, "1 ", 20); });
         m_proxy.PlanReply("", {}, 0);
-        EXPECT_EQ(place.Exists(), std::string_view(c.told).empty());
+        EXPECT_EQ(place.Exists(), told.empty());
         if (!place.Exists())
             LoadAgain(place, "2 ", 20);
         EXPECT_NE(VersionOf(place, 20), "");
-    }
+    });
 }
 
 // What other engines are asked for is not what this server takes.
@@ -131,18 +83,18 @@ TEST_F(RefusingPostgres, TellsEnginesByTheirVersions)
 {
     const struct {
         const char* version;
-        Refused expected;
+        const char* told;
     } kVersions[] = {
-        {"CockroachDB CCL v25.1.0 (x86_64-pc-linux-gnu)", {"", "", false, {}, 1, "(42601)"}},
-        {"PostgreSQL 11.2-YB-2.20.0.0-b0 on x86_64", {"", "", false, {}, 1, "(42601)"}},
-        {"PostgreSQL 16.1 on x86_64, Citus 12.1", {"", "", false, {}, 1, ""}},
-        {"", {"", "", false, {}, 1, ""}},
+        {"CockroachDB CCL v25.1.0 (x86_64-pc-linux-gnu)", "(42601)"},
+        {"PostgreSQL 11.2-YB-2.20.0.0-b0 on x86_64", "(42601)"},
+        {"PostgreSQL 16.1 on x86_64, Citus 12.1", ""},
+        {"", ""},
     };
     for (const auto& c : kVersions) {
         SCOPED_TRACE(c.version);
         DatabasePlace place(m_proxy.Folder());
         m_proxy.PlanReply("select version()", SocketProxy::Text(c.version));
-        Expect(m_proxy, c.expected, [&] { Load(place, "1 ", 20); });
+        Expect(m_proxy, c.told, [&] { Load(place, "1 ", 20); });
     }
 }
 

@@ -1,11 +1,11 @@
 #include "store/engine_processes.h"
+#include "store/sample.h"
 #include "support/spread_servers.h"
 
 #include "check/checker.h"
 #include "engine/postgres.h"
 #include "engine/postgres_limits.h"
 #include "engine/postgres_statements.h"
-#include "import/importer.h"
 #include "object/index_feed.h"
 #include "object/object_change.h"
 #include "object/object_store.h"
@@ -19,7 +19,6 @@ namespace
 
 using ko::store::Error;
 using ko::store::ErrorCode;
-using ko::store::ImportRequest;
 using namespace ko::store::inner;
 using namespace std::chrono_literals;
 using postgres::Existing;
@@ -32,15 +31,9 @@ std::string SchemaAddress(const std::string& store, const std::string& schema)
     return PostgresServer::Shared().Address(store, "postgres", "", "&schema=" + schema);
 }
 
-class PreparedSchema : public testing::Test
+class PreparedSchema : public OverPostgres
 {
 protected:
-    void SetUp() override
-    {
-        if (const std::string why = DatabasePlace().WhyNot(); !why.empty())
-            GTEST_SKIP() << why;
-        postgres::LimitsInForce() = {10s, 20s, 300ms, 0ms};
-    }
     static std::string Ask(const std::string& statement)
     {
         return PostgresServer::Shared().Ask(statement);
@@ -129,22 +122,6 @@ protected:
         EXPECT_EQ(Servers().Prepare(schema, "\\x0000000000" + block, "\\x0008"), "");
         return SchemaAddress(PostgresServer::NewName(), schema);
     }
-    static void Import(const std::string& store, unsigned rows)
-    {
-        std::ifstream sample(KOTM_EXAMPLES "/birdstrikes.csv");
-        std::string csv;
-        std::string line;
-        for (unsigned i = 0; i <= rows && std::getline(sample, line); ++i)
-            csv += line + "\n";
-        const TestFolder folder;
-        std::ostringstream messages;
-        ImportRequest request;
-        request.store = store;
-        request.csv = folder.Write("csv", csv);
-        ko::store::inner::Import(
-            request, Schema::FromJson(ReadAll(KOTM_EXAMPLES "/birdstrikes.schema.json"), "schema"),
-            messages);
-    }
     static std::string Check(const std::string& store)
     {
         std::ostringstream out;
@@ -175,7 +152,7 @@ TEST_F(SpreadStore, AnswersAsAFileDoes)
     const std::string file = folder.Path("store");
     const std::string address = Prepare("wide", "08");
     for (const std::string& store : {file, address})
-        Import(store, 2000);
+        ImportSample(store, 2000);
     for (const char* const table : {"wide.blocks", "wide.entries"})
         for (const int i : {0, 1})
             EXPECT_GT(
@@ -213,7 +190,7 @@ TEST_F(SpreadStore, AnswersAsAFileDoes)
         });
     }
     compare();
-    Import(address, 50); // into what is there
+    ImportSample(address, 50); // into what is there
     EXPECT_EQ(Check(address), "");
 }
 
@@ -245,7 +222,7 @@ TEST_F(SpreadStore, ServesWhatIsThereWhenAServerIsDown)
 {
     const std::string address = Prepare("down", "02");
     const std::string none = Prepare("none", "02");
-    Import(address, 400);
+    ImportSample(address, 400);
     const auto store = ObjectStore::Open(address, Mode::Change);
     const auto state = [&](std::uint64_t from, std::uint64_t to) {
         store->Change(
@@ -263,7 +240,7 @@ TEST_F(SpreadStore, ServesWhatIsThereWhenAServerIsDown)
     };
     const std::string sentences[] = {
         find("speed > 100", kSpeed), Sentence([&] { reader->Value(399, kState, room); }),
-        Sentence([&] { state(3, 399); }), Sentence([&] { Import(none, 400); })};
+        Sentence([&] { state(3, 399); }), Sentence([&] { ImportSample(none, 400); })};
     for (const std::string& sentence : sentences)
         EXPECT_NE(sentence.find("could not connect to server \"s1\" (08001)"), std::string::npos)
             << sentence;
@@ -279,7 +256,7 @@ TEST_F(SpreadStore, LeavesAtMostEntriesTooMany)
     SocketProxy client(SpreadServers::Coordinator().Socket());
     const std::string name = PostgresServer::NewName();
     EXPECT_EQ(Servers().Prepare("torn", "\\x000000000001", "\\x0008"), "");
-    Import(SchemaAddress(name, "torn"), 120);
+    ImportSample(SchemaAddress(name, "torn"), 120);
     int harmed = 0;
     int inPart = 0;
     for (SocketProxy* const proxy : {&client, &Servers().proxy}) {

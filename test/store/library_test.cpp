@@ -119,6 +119,7 @@ TEST_F(Library, GivesEveryRowOnce)
         {"backwards", {"", {"kind", "note", "@id"}, "kind", true}, 2823},
         {"sorted without an index", {"", {"note", "weight"}, "note"}, 2823},
         {"sorted, the first of them", {"", {"day", "kind"}, "weight", true, 700}, 700},
+        {"of an index, the first of them", {"", {"note"}, "kind", true, 40}, 40},
         {"by number, backwards", {"weight is null", {"id", "kind"}, "@id", true}, 941},
         {"few in every block", {"id < 100", {"note", "kind", "id", "day"}}, 94},
         {"one of an index", {"id = 1234", {}, "kind"}, 1},
@@ -133,12 +134,18 @@ TEST_F(Library, GivesEveryRowOnce)
         std::map<std::uint64_t, unsigned> met;
         std::vector<std::map<std::uint32_t, std::string>> codes(width);
         std::size_t coded = 0;
+        std::optional<std::pair<ko::Value, std::uint64_t>> last;
         for (Batch batch = cursor.Next(); !batch.Empty(); batch = cursor.Next()) {
             EXPECT_EQ(batch.Find(cursor.Attributes()[width - 1].name), width - 1);
             EXPECT_THROW(batch.Find("nothing"), Error);
             for (std::size_t row = 0; row < batch.Rows(); ++row) {
                 ++met[batch.numbers[row]];
                 const Object object = now.Find(batch.numbers[row]).value();
+                if (!query.order.empty() && query.order != kObjectId) {
+                    const std::pair next(object.Value(query.order), object.number);
+                    ASSERT_TRUE(!last || (query.descending ? next < *last : *last < next));
+                    last = next;
+                }
                 for (std::size_t i = 0; i < width; ++i) {
                     if (cursor.Attributes()[i].name == kObjectId)
                         ASSERT_EQ(batch.Form(row, i).size(), 10U);
@@ -156,6 +163,15 @@ TEST_F(Library, GivesEveryRowOnce)
         }
         EXPECT_TRUE(cursor.Next().Empty()) << "and from then on";
         EXPECT_EQ(met.size(), rows);
+        std::uint64_t before = 1; // of all objects, those that come before the last one
+        for (std::uint64_t number = 1; last && query.predicate.empty() && number <= 3000;
+             ++number) {
+            if (const auto object = now.Find(number); object) {
+                const std::pair one(object->Value(query.order), number);
+                before += (query.descending ? *last < one : one < *last) ? 1 : 0;
+            }
+        }
+        EXPECT_TRUE(!last || !query.predicate.empty() || before == rows) << before;
         for (const auto& [number, times] : met)
             ASSERT_EQ(times, 1U) << number;
         EXPECT_TRUE(rows < 700 || coded > rows / 2) << "kinds repeat";
@@ -169,6 +185,7 @@ TEST_F(Library, RefusesWithASentence)
     const Store store = Filled("store", 40);
     const std::string path = m_folder.Path("store");
     const std::string garbage = m_folder.Write("garbage", std::string(20000, 'x'));
+    const ko::Type date = ko::Type::Find("KoDate").value();
     const ko::Value number = ko::Value::Parse(ko::Type::Find("o_2b").value(), "3").value();
     const auto insertForm = [&](std::size_t at, std::string_view form) {
         store.Change([&](Transaction& change) {
@@ -182,63 +199,49 @@ TEST_F(Library, RefusesWithASentence)
         Store::Create(name, {"C", {{attribute, "c", ko::Type::Find(type).value()}}});
     };
     using Code = ErrorCode;
+    using Fields = std::vector<Field>;
+    const auto insert = [&](const Fields& of) { return [&, of] { store.Insert(of); }; };
+    const auto update = [&](const Fields& of) { return [&, of] { store.Update(1, of); }; };
+    const auto form = [&](std::size_t at, std::string_view bytes) {
+        return [&, at, bytes] { insertForm(at, bytes); };
+    };
+    const auto made = [&](const char* attribute) {
+        return [&, attribute] { create(path + "2", attribute, "o_4b"); };
+    };
+    const auto select = [&](const Query& query) { return [&, query] { store.Select(query); }; };
     const struct {
         std::function<void()> call;
         Code code;
         const char* sentence;
     } kFaults[] = {
-        {[&] {
-             store.Insert({{"id", "1"}, {"wight", "1"}});
-         },
-         Code::Usage, "no attribute \"wight\""},
-        {[&] {
-             store.Insert({{"id", "1"}, {"id", "2"}});
-         },
-         Code::Usage, "id: is named twice"},
-        {[&] {
-             store.Insert({{"kind", "x"}});
-         },
-         Code::Usage, "id: there is no null value"},
-        {[&] {
-             store.Insert({{"id", number}});
-         },
-         Code::Usage, "the type o_2b where o_4b"},
-        {[&] {
-             store.Update(1, {{"id", "1x"}});
-         },
-         Code::Usage, "\"1x\" is no value of the type o_4b"},
-        {[&] {
-             store.Update(1, {{"kind", "a\xFF"}});
-         },
-         Code::Usage, "no UTF-8"},
-        {[&] {
-             store.Update(1, {{"weight", "1"}, {"day", "2024"}});
-         },
-         Code::Usage, "format"},
-        {[&] { insertForm(0, "123"); }, Code::Usage, "id: the bytes are no value"},
-        {[&] { insertForm(2, "\x09"); }, Code::Usage, "kind: the bytes are no value"},
-        {[&] { insertForm(0, ""); }, Code::Usage, "id: there is no null value"},
+        {insert({{"id", "1"}, {"wight", "1"}}), Code::Usage, "no attribute \"wight\""},
+        {insert({{"id", "1"}, {"id", "2"}}), Code::Usage, "id: is named twice"},
+        {insert({{"kind", "x"}}), Code::Usage, "id: there is no null value"},
+        {insert({{"id", number}}), Code::Usage, "the type o_2b where o_4b"},
+        {update({{"id", "1x"}}), Code::Usage, "\"1x\" is no value of the type o_4b"},
+        {update({{"kind", "a\xFF"}}), Code::Usage, "no UTF-8"},
+        {update({{"weight", "1"}, {"day", "2024"}}), Code::Usage, "format"},
+        {form(0, ""), Code::Usage, "id: there is no null value"},
+        {form(0, "123"), Code::Usage, "id: the bytes are no value"},
+        {form(1, "too long"), Code::Usage, "weight: the bytes are no value"},
+        {form(2, "\x09"), Code::Usage, "kind: the bytes are no value"},
+        {form(2, {"\5\0\1\0a", 5}), Code::Usage, "kind: the bytes are no value"}, // without an end
+        {form(4, "\xE8\x07\x02"), Code::Usage, "day: the bytes are no value"},
         {[&] { store.Change([](Transaction& change) { change.InsertForms({}); }); }, Code::Usage,
          "0 values where objects have 5"},
         {[&] { store.Count("id >"); }, Code::Usage, "character 5"},
-        {[&] {
-             store.Select({"", {"nothing"}});
-         },
-         Code::Usage, "no attribute \"nothing\""},
-        {[&] {
-             store.Select({"", {}, "nothing"});
-         },
-         Code::Usage, "no attribute \"nothing\""},
+        {select({"", {"nothing"}}), Code::Usage, "no attribute \"nothing\""},
+        {select({"", {}, "nothing"}), Code::Usage, "no attribute \"nothing\""},
         {[&] { store.AddIndex("nothing"); }, Code::Usage, "no attribute \"nothing\""},
         {[&] { Schema::FromJson("{", "there"); }, Code::Usage, "there: line 1"},
-        {[&] { create(path + "2", "and", "o_4b"); }, Code::Usage, "no word of a predicate"},
-        {[&] { create(path + "2", "a\xFF", "o_4b"); }, Code::Usage, "no UTF-8"},
+        {made("and"), Code::Usage, "no word of a predicate"},
+        {made("a\xFF"), Code::Usage, "no UTF-8"},
         {[&] {
-             Store::Create(path + "2", {"C", {}});
+             Store::Create(path + "2", Schema{"C", {}});
          },
          Code::Usage, "empty"},
         {[&] {
-             Codec({"", "", ko::Type::Find("KoDate").value()}).Form("x");
+             Codec(Attribute{"", "", date}).Form("x");
          },
          Code::Usage, "\"x\" is no value"},
         {[&] { create(path, "a", "o_4b"); }, Code::Exists, "exists"},

@@ -1,6 +1,7 @@
 #include "store/things.h"
 
 #include "block/checksum.h"
+#include "object/copy_store.h"
 #include "object/fingerprint.h"
 
 using ko::store::Error;
@@ -15,13 +16,7 @@ bool ReadingMeetsDamage(Engine& engine)
 {
     try {
         Snapshot now(engine.Read(), engine.About().viewsLast, "store");
-        std::string room;
-        for (const auto walk = now.Blocks(); walk->Next();) {
-            for (unsigned slot = 0; slot < walk->Block().Slots(); ++slot) {
-                for (std::size_t i = 0; walk->Block().Has(slot) && i < 6; ++i)
-                    now.Form(walk->Block(), walk->FirstObject() + slot, i, room);
-            }
-        }
+        ObjectsOf(now);
         for (const auto walk = now.Entries({}, Direction::Forwards); walk->Next();) {
         }
         return false;
@@ -42,7 +37,7 @@ bool CheckFindsDamage(Engine& engine)
 }
 
 // Every byte of every row, every row that goes, and every row that stands under another's key as
-// well: the check finds it, and so does who reads the row.
+// well: the check finds it, so does who reads the row, and no copy is made of it.
 TEST(ObjectStore, EveryChangedByteIsFound)
 {
     Values values(8);
@@ -58,6 +53,17 @@ TEST(ObjectStore, EveryChangedByteIsFound)
             writer->Erase(space, key);
         writer->Commit();
     };
+    const auto copies = [&] {
+        MemoryPlace to;
+        try {
+            CopyStore(ObjectStore(place.Open(Mode::Read), "store", Scratch()), *to.Load(),
+                      Scratch());
+            return true;
+        } catch (const Error&) {
+            EXPECT_FALSE(to.Exists());
+            return false;
+        }
+    };
     std::size_t changes = 0;
     for (std::size_t number = 0; number < kSpaces; ++number) {
         const auto space = static_cast<Space>(number);
@@ -72,9 +78,12 @@ TEST(ObjectStore, EveryChangedByteIsFound)
                 put(space, key, &changed);
                 ASSERT_TRUE(CheckFindsDamage(*engine)) << RowName(space) << row << " at " << i;
                 ASSERT_TRUE(ReadingMeetsDamage(*engine)) << RowName(space) << row << " at " << i;
+                ASSERT_FALSE(i % 8 == 0 && copies()) << RowName(space) << row << " at " << i;
             }
             put(space, key, nullptr);
             EXPECT_TRUE(CheckFindsDamage(*engine)) << RowName(space) << row << " is gone";
+            EXPECT_FALSE(space != Space::Entries && copies())
+                << "entries are for the check to find";
             const std::string& other = rows[(row + 1) % rows.size()].second;
             if (rows.size() > 1) {
                 put(space, key, &other);
@@ -91,7 +100,7 @@ TEST(ObjectStore, EveryChangedByteIsFound)
         }
     }
     EXPECT_GT(changes, 2000U);
-    EXPECT_FALSE(CheckFindsDamage(*engine) || ReadingMeetsDamage(*engine));
+    EXPECT_FALSE(CheckFindsDamage(*engine) || ReadingMeetsDamage(*engine) || !copies());
 }
 
 // Whoever changes an order on purpose changes this number with it: stores then ask for "reindex".

@@ -27,15 +27,12 @@ void FillServer(Place& place)
         const std::string texts[] = {std::to_string(i), "kind " + std::to_string(i * 7 % 3000),
                                      std::to_string(i * i) +
                                          (i % 500 == 0 ? std::string(1500, 'l') : "")};
-        std::string forms[3];
+        Object forms;
         FormMemo memos[3];
         FormMemo* pointers[] = {&memos[0], &memos[1], &memos[2]};
-        for (std::size_t at = 0; at < 3; ++at) {
-            TextFault fault;
-            FieldReader reader(schema.attributes[at]);
-            ASSERT_EQ(reader.Read(texts[at], forms[at], fault), FieldReader::Result::Present);
-        }
-        bulk->Add(Views({forms[0], forms[1], forms[2]}), pointers);
+        for (std::size_t at = 0; at < 3; ++at)
+            forms.push_back(FormOf(schema.attributes[at], texts[at]));
+        bulk->Add(Views(forms), pointers);
     }
     bulk->Commit();
 }

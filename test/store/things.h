@@ -25,6 +25,15 @@ using ko::store::inner::Snapshot;
 using ko::store::inner::TextFault;
 using ko::store::inner::ValueKeys;
 
+class ObjectStores : public OverEngines
+{
+protected:
+    std::unique_ptr<ObjectStore> Open(Mode mode = Mode::Change)
+    {
+        return std::make_unique<ObjectStore>(m_place->Open(mode), "store", Scratch());
+    }
+};
+
 /// Values of one size with a null value and without, texts that repeat, texts as long as index keys
 /// are and longer, and values that stand by themselves.
 inline constexpr const char* kThingSchema = R"({"class": "Thing", "attributes": [
@@ -37,6 +46,15 @@ inline constexpr const char* kThingSchema = R"({"class": "Thing", "attributes": 
 
 using Object = std::vector<std::string>;
 using Objects = std::map<std::uint64_t, Object>;
+
+inline std::string FormOf(const ko::store::inner::Attribute& attribute, const std::string& text)
+{
+    std::string form;
+    TextFault fault;
+    EXPECT_NE(FieldReader(attribute).Read(text, form, fault), FieldReader::Result::Refused)
+        << text << fault.reason;
+    return form;
+}
 
 class Values
 {
@@ -64,12 +82,7 @@ public:
                                      Below(8) == 0 ? longTexts[1] : std::to_string(m_random()),
                                      Below(3) == 0 ? ""
                                                    : "2024-02-" + std::to_string(10 + Below(9))};
-        std::string form;
-        TextFault fault;
-        FieldReader reader(m_schema.attributes[attribute]);
-        EXPECT_NE(reader.Read(texts[attribute], form, fault), FieldReader::Result::Refused)
-            << texts[attribute] << fault.reason;
-        return form;
+        return FormOf(m_schema.attributes[attribute], texts[attribute]);
     }
     Object Make()
     {
@@ -104,21 +117,29 @@ inline void AddAll(Bulk& bulk, Values& values, std::size_t count, Objects& objec
     bulk.Commit();
 }
 
+/// The objects of a store, block by block.
+inline Objects ObjectsOf(Snapshot& now)
+{
+    const std::size_t attributes = now.GetSchema().attributes.size();
+    std::string room;
+    Objects found;
+    for (const auto walk = now.Blocks(); walk->Next();) {
+        for (unsigned slot = 0; slot < walk->Block().Slots(); ++slot) {
+            const std::uint64_t number = walk->FirstObject() + slot;
+            for (std::size_t i = 0; walk->Block().Has(slot) && i < attributes; ++i)
+                found[number].emplace_back(now.Form(walk->Block(), number, i, room));
+        }
+    }
+    return found;
+}
+
 /// Everything in a store: the objects block by block and by their numbers, every index forwards and
 /// backwards.
 inline void ExpectObjects(Snapshot& now, const Objects& objects)
 {
     const Schema& schema = now.GetSchema();
     std::string room;
-    Objects found;
-    for (const auto walk = now.Blocks(); walk->Next();) {
-        for (unsigned slot = 0; slot < walk->Block().Slots(); ++slot) {
-            const std::uint64_t number = walk->FirstObject() + slot;
-            for (std::size_t i = 0; walk->Block().Has(slot) && i < schema.attributes.size(); ++i)
-                found[number].emplace_back(now.Form(walk->Block(), number, i, room));
-        }
-    }
-    ASSERT_TRUE(found == objects);
+    ASSERT_TRUE(ObjectsOf(now) == objects);
     ASSERT_EQ(now.GetCounts().objects, objects.size());
     for (std::size_t i = 0; i < schema.attributes.size(); ++i) {
         ValueKeys keys(i, schema.attributes[i].type);

@@ -1,5 +1,5 @@
-#ifndef KO_FUZZ_PAGE_END_H
-#define KO_FUZZ_PAGE_END_H
+#ifndef KO_TEST_SUPPORT_PAGE_END_H
+#define KO_TEST_SUPPORT_PAGE_END_H
 
 #include <cstddef>
 #include <cstring>
