@@ -34,41 +34,31 @@ void OpenBlockView(BlockView& view, std::string_view key, std::string_view bytes
 
 } // namespace
 
-BlockWalk::BlockWalk(std::unique_ptr<Cursor> cursor, const BlockLayout& layout,
+BlockWalk::BlockWalk(std::unique_ptr<RowWalk> rows, const BlockLayout& layout,
                      unsigned slotsOfBlock)
-    : m_cursor(std::move(cursor)), m_slotsOfBlock(slotsOfBlock), m_block(layout)
+    : m_rows(std::move(rows)), m_slotsOfBlock(slotsOfBlock), m_block(layout)
 {
 }
 
 bool BlockWalk::Next()
 {
-    if (m_at == m_rows.size()) {
-        m_rows = m_cursor->Next(kBlocksAtOnce);
-        m_at = 0;
-    }
-    if (m_rows.empty())
+    if (!m_rows->Next(kBlocksAtOnce))
         return false;
-    const Row& row = m_rows[m_at++];
-    const std::string_view bytes = Unseal(Space::Blocks, row.key, row.value);
-    if (row.key.size() != kNumberBytes)
-        FailDamaged(Space::Blocks, row.key, "has no number");
-    m_number = GetNumber(row.key.data());
-    OpenBlockView(m_block, row.key, bytes, m_slotsOfBlock);
+    const std::string_view key = m_rows->Key();
+    if (key.size() != kNumberBytes)
+        FailDamaged(Space::Blocks, key, "has no number");
+    m_number = GetNumber(key.data());
+    OpenBlockView(m_block, key, m_rows->Bytes(), m_slotsOfBlock);
     return true;
 }
 
 bool EntryWalk::Next()
 {
-    if (m_at == m_rows.size()) {
-        m_rows = m_cursor->Next(m_atOnce);
-        m_at = 0;
-    }
-    if (m_rows.empty())
+    if (!m_rows->Next(m_atOnce))
         return false;
-    const Row& row = m_rows[m_at++];
-    const std::string_view bytes = Unseal(Space::Entries, row.key, row.value);
-    if (!m_key.Open(row.key) || !m_numbers.Decode(m_key.first, bytes))
-        FailDamaged(Space::Entries, row.key, "holds no numbers of objects");
+    const std::string_view key = m_rows->Key();
+    if (!m_key.Open(key) || !m_numbers.Decode(m_key.first, m_rows->Bytes()))
+        FailDamaged(Space::Entries, key, "holds no numbers of objects");
     return true;
 }
 
@@ -158,7 +148,11 @@ BlockView* Snapshot::Block(std::uint64_t block)
     m_reader->Get(Space::Blocks, keys, [&](std::size_t, std::string_view sealed) {
         take(m_viewsLast ? sealed : open->bytes.assign(sealed));
     });
-    return open->isOpen ? &open->view : nullptr;
+    if (open->isOpen)
+        return &open->view;
+    if (m_viewsLast)
+        ProveGap(*m_reader, Space::Blocks, key);
+    return nullptr;
 }
 
 void Snapshot::CloseBlocks()
@@ -175,13 +169,19 @@ BlockView* Snapshot::BlockWith(std::uint64_t number)
     return block != nullptr && block->Has(SlotOf(number)) ? block : nullptr;
 }
 
+/// A server looks after its own pages, and more rows cost round trips there.
+std::unique_ptr<RowWalk> Snapshot::Walk(Space space, const Range& range, Direction direction)
+{
+    return std::make_unique<RowWalk>(*m_reader, space, range, direction, m_viewsLast);
+}
+
 std::unique_ptr<BlockWalk> Snapshot::Blocks(std::uint64_t first, std::uint64_t last)
 {
     Range range{BlockKey(first), {}};
     if (last < kMaxObjectNumber)
         range.high = BlockKey(last + 1);
-    return std::make_unique<BlockWalk>(m_reader->Walk(Space::Blocks, range, Direction::Forwards),
-                                       Layout(), SlotsOfBlock());
+    return std::make_unique<BlockWalk>(Walk(Space::Blocks, range, Direction::Forwards), Layout(),
+                                       SlotsOfBlock());
 }
 
 std::string_view Snapshot::Large(std::size_t attribute, std::uint64_t number, std::string& room)
@@ -279,7 +279,7 @@ const TextRow& Snapshot::FindTexts(std::size_t attribute, std::uint32_t entry)
 
 std::unique_ptr<EntryWalk> Snapshot::Entries(const Range& keys, Direction direction)
 {
-    return std::make_unique<EntryWalk>(m_reader->Walk(Space::Entries, keys, direction));
+    return std::make_unique<EntryWalk>(Walk(Space::Entries, keys, direction));
 }
 
 std::uint64_t Snapshot::CountRowsRoughly(const Range& keys)

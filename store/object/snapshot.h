@@ -8,6 +8,7 @@
 #include "index/entry_key.h"
 #include "index/number_row.h"
 #include "object/description.h"
+#include "object/row_walk.h"
 #include "object/store_memory.h"
 
 #include <cstdint>
@@ -27,7 +28,7 @@ namespace ko::store::inner
 class BlockWalk
 {
 public:
-    BlockWalk(std::unique_ptr<Cursor> cursor, const BlockLayout& layout, unsigned slotsOfBlock);
+    BlockWalk(std::unique_ptr<RowWalk> rows, const BlockLayout& layout, unsigned slotsOfBlock);
 
     /// Moves to the next block; false behind the last one. Throws Error (ErrorCode::Damaged).
     bool Next();
@@ -38,9 +39,7 @@ public:
     BlockView& Block() { return m_block; }
 
 private:
-    std::unique_ptr<Cursor> m_cursor;
-    std::span<const Row> m_rows;
-    std::size_t m_at = 0;
+    std::unique_ptr<RowWalk> m_rows;
     unsigned m_slotsOfBlock;
     std::uint64_t m_number = 0;
     BlockView m_block;
@@ -51,7 +50,7 @@ private:
 class EntryWalk
 {
 public:
-    explicit EntryWalk(std::unique_ptr<Cursor> cursor) : m_cursor(std::move(cursor)) {}
+    explicit EntryWalk(std::unique_ptr<RowWalk> rows) : m_rows(std::move(rows)) {}
 
     /// Moves to the next row; false behind the last one. Throws Error (ErrorCode::Damaged).
     bool Next();
@@ -64,9 +63,7 @@ public:
 private:
     static constexpr std::size_t kFewAtOnce = 64;
 
-    std::unique_ptr<Cursor> m_cursor;
-    std::span<const Row> m_rows;
-    std::size_t m_at = 0;
+    std::unique_ptr<RowWalk> m_rows;
     std::size_t m_atOnce = kFewAtOnce; ///< rows that are asked for
     EntryKey m_key;
     NumberRow m_numbers;
@@ -122,8 +119,8 @@ public:
     /// True where Fetch does something: what is wanted had best be asked for together.
     bool IsAfar() const { return !m_viewsLast; }
 
-    /// A block, its checksum proved; null where there is none. Valid until another block is asked
-    /// for; the last few are kept open.
+    /// A block, its checksum proved; null where there is none, which the rows beside it prove.
+    /// Valid until another block is asked for; the last few are kept open.
     BlockView* Block(std::uint64_t block);
     /// The block that an object stands in; null where there is no such object.
     BlockView* BlockWith(std::uint64_t number);
@@ -190,6 +187,7 @@ private:
     void FetchLarge(std::span<const std::string> keys);
     bool HasText(std::size_t attribute, std::uint32_t entry);
     void ReadTexts(std::span<const std::string> keys);
+    std::unique_ptr<RowWalk> Walk(Space space, const Range& range, Direction direction);
     const TextRow& FindTexts(std::size_t attribute, std::uint32_t entry);
     std::string_view Large(std::size_t attribute, std::uint64_t number, std::string& room);
 

@@ -28,7 +28,8 @@ protected:
     SlotBits m_slots;
 };
 
-/// All objects with numbers from `first` to `last`.
+/// All objects with numbers from `first` to `last`. Where these are all of the store, Next throws
+/// Error (ErrorCode::Damaged) behind the last block if there were not as many as the store counts.
 class AllObjects : public BlockGroups
 {
 public:
@@ -36,8 +37,11 @@ public:
     bool Next() override;
 
 private:
+    Snapshot& m_snapshot;
     std::uint64_t m_first;
     std::uint64_t m_last;
+    bool m_isWhole;
+    std::uint64_t m_met = 0;
     std::unique_ptr<BlockWalk> m_walk;
 };
 

@@ -298,7 +298,8 @@ TEST_F(SpreadStore, LeavesAtMostEntriesTooMany)
                 for (const std::size_t attribute : IndexedAttributes(now->GetSchema())) {
                     const IndexRange all = IndexRange::All(attribute);
                     EXPECT_EQ(Scan(*now, &all, ScanOrder::Forwards, nullptr).Count(1000), 120U)
-                        << attribute << ": entries too many are passed over\n" << found.str();
+                        << attribute << ": entries too many are passed over\n"
+                        << found.str();
                 }
                 ObjectStore::Open(address, Mode::Grow)->Reindex();
                 EXPECT_EQ(Check(address), "") << sentence;
