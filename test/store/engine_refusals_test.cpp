@@ -176,7 +176,7 @@ TEST_F(RefusingPostgres, RunsAFunctionAgainThatMetAConflict)
     const auto change = [&](Then then, int conflicts) {
         int runs = 0;
         m_proxy.PlanReply("get blocks", SocketProxy::Refusal("40001"), conflicts);
-        const std::string sentence = Sentence([&] {
+        std::string sentence = Sentence([&] {
             store.Change([&](ko::store::Transaction& transaction) {
                 ++runs;
                 try {
