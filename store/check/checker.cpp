@@ -97,8 +97,14 @@ private:
                     m_snapshot.Layout()[of] != 0)
                     FailDamaged(Space::Texts, row.key, "belongs to no attribute");
                 finish(of);
+                // Where there are no moments, what is more than the counts say is of a change that
+                // broke or goes on. The next one writes over it.
+                const std::uint32_t most =
+                    m_snapshot.IsOneMoment() ? kMostEntries : m_snapshot.Texts(of);
+                if (at * kEntriesInRow >= most)
+                    return;
                 const std::uint32_t before = dictionary.Size();
-                if (!dictionary.LoadRow(at, bytes))
+                if (!dictionary.LoadRow(at, bytes, most))
                     FailDamaged(Space::Texts, row.key, "holds no entries, or one twice");
                 for (std::uint32_t i = before; i < dictionary.Size(); ++i) {
                     if (!IsSound(of, dictionary.Form(i)))

@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <ostream>
+#include <thread>
 
 namespace ko::store::inner
 {
@@ -23,6 +24,7 @@ namespace
 /// What the texts that are known of all attributes together may take.
 constexpr std::size_t kTextMemory = 4U << 20;
 constexpr unsigned kMostRuns = 10;
+constexpr std::chrono::milliseconds kPause{200}; ///< before a store is opened again
 
 /// A bar that is drawn anew at each whole percent.
 class Progress
@@ -125,9 +127,13 @@ public:
             m_readers.emplace_back(attribute, kTextMemory / schema.attributes.size());
     }
 
-    ImportResult Do(std::uint64_t& rejectsTold)
+    /// `isAgain`: after a run that ended in a conflict.
+    ImportResult Do(bool isAgain, std::uint64_t& rejectsTold)
     {
-        Open();
+        if (isAgain)
+            OpenAgain();
+        else
+            Open();
         const std::string difference = m_objects->GetSchema().DifferenceTo(m_schema);
         if (!difference.empty())
             throw Error(ErrorCode::Usage,
@@ -155,6 +161,23 @@ private:
         }
         m_engine = OpenEngine(store, Mode::Grow);
         m_objects = Bulk::Grow(*m_engine, NameOfStore(store), ScratchOfStore(store));
+    }
+
+    /// A first connection that fails is an error at once, but here the store was met before.
+    void OpenAgain()
+    {
+        using std::chrono::steady_clock;
+        const auto end = steady_clock::now() + PatienceInForce();
+        for (;;) {
+            try {
+                return Open();
+            } catch (const Error& error) {
+                if (error.Code() != ErrorCode::Io || steady_clock::now() > end)
+                    throw;
+            }
+            m_engine.reset(); // it may be the only one to write
+            std::this_thread::sleep_for(kPause);
+        }
     }
 
     void ReadRows(Rejects& rejects, Progress& progress)
@@ -217,7 +240,7 @@ ImportResult Import(const ImportRequest& request, const Schema& schema, std::ost
     std::uint64_t told = 0;
     for (unsigned run = 1;; ++run) {
         try {
-            return Run(request, schema, messages).Do(told);
+            return Run(request, schema, messages).Do(run > 1, told);
         } catch (const Conflict&) {
             // The next run begins with the first row.
             if (run == kMostRuns)

@@ -204,7 +204,8 @@ private:
 
 /// A change under way; it sees what it wrote. Functions throw Error (Usage) for values that the
 /// attributes do not take, for attributes that do not exist or are named twice: they have done
-/// nothing then, and the change may go on. After any other exception the change is lost.
+/// nothing then, and the change may go on. After any other exception the change is lost; where it
+/// is Error (Conflict), the function is run again whatever it does about it (Store::Change).
 class KOSTORE_API Transaction
 {
 public:

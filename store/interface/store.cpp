@@ -111,7 +111,13 @@ void Store::Change(const std::function<void(Transaction&)>& change) const
     m_state->objects->Change([&](inner::ObjectChange& once) {
         Transaction::State state(once);
         Transaction transaction(state);
-        change(transaction);
+        try {
+            change(transaction);
+        } catch (...) {
+            if (state.isConflict)
+                state.Finish();
+            throw;
+        }
         state.Finish();
     });
 }

@@ -98,6 +98,24 @@ private:
         }
     }
 
+    /// Of a change that broke: whoever writes next to the dictionary writes over it.
+    bool IsBehindTexts(std::size_t attribute, std::uint32_t row) const
+    {
+        return attribute < m_from.Layout().size() && m_from.Layout()[attribute] == 0 &&
+               row * kEntriesInRow >= m_from.Texts(attribute);
+    }
+
+    /// Copies the first entries of a row.
+    void CutTexts(const Row& row, std::uint32_t entries)
+    {
+        Dictionary first;
+        if (!first.LoadRow(0, SealedBytes(row.value), entries))
+            FailDamaged(Space::Texts, row.key, "holds an entry twice");
+        first.WriteRow(0, m_bytes);
+        Seal(Space::Texts, row.key, m_bytes);
+        m_to.Append(Space::Texts, row.key, m_bytes);
+    }
+
     void CopyTexts()
     {
         std::vector<std::uint32_t> sizes(m_schema.attributes.size());
@@ -107,12 +125,20 @@ private:
             TextRow texts;
             const bool isRow = texts.Open(Unseal(Space::Texts, row.key, row.value)) &&
                                ReadTextKey(row.key, attribute, number);
+            if (isRow && IsBehindTexts(attribute, number))
+                return;
             bool isSound = isRow && attribute < sizes.size() &&
                            sizes[attribute] == number * std::uint64_t{kEntriesInRow};
             for (unsigned i = 0; isSound && i < texts.Count(); ++i)
                 isSound = IsSound(attribute, texts.Form(i));
             if (!isSound)
                 FailDamaged(Space::Texts, row.key, "holds no entries of a dictionary");
+            if (const std::uint32_t left = m_from.Texts(attribute) - sizes[attribute];
+                texts.Count() > left) {
+                CutTexts(row, left);
+                sizes[attribute] += left;
+                return;
+            }
             sizes[attribute] += texts.Count();
             m_to.Append(Space::Texts, row.key, row.value);
         });

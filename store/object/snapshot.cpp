@@ -248,7 +248,9 @@ void Snapshot::ReadTexts(std::span<const std::string> keys)
             sealed = *(kept.bytes = std::make_shared<const std::string>(sealed));
         if (!kept.texts.Open(Unseal(Space::Texts, keys[i], sealed)))
             FailDamaged(Space::Texts, keys[i], "holds no entries of a dictionary");
-        if (!m_viewsLast && m_memory)
+        // What is more than the counts say is not committed: later entries may be others.
+        if (!m_viewsLast && m_memory &&
+            kept.texts.Count() <= Texts(attribute) - row * kEntriesInRow)
             m_memory->Keep(attribute, row, kept);
     });
 }

@@ -4,6 +4,10 @@
 
 #include "engine/postgres.h"
 #include "engine/postgres_limits.h"
+#include "import/importer.h"
+
+#include <sstream>
+#include <stdexcept>
 
 namespace
 {
@@ -76,6 +80,82 @@ TEST_F(RefusingPostgres, MakesAStoreOnceOrTellsWhyNot)
             LoadAgain(place, "2 ", 20);
         EXPECT_NE(VersionOf(place, 20), "");
     });
+}
+
+constexpr char kThing[] =
+    R"({"class": "Thing", "attributes": [{"name": "id", "column": "id", "type": "o_4b"}]})";
+
+// The connection is lost, and the server takes no new one for a while.
+TEST_F(RefusingPostgres, ImportsAgainWhenTheServerIsThereAgain)
+{
+    const TestFolder folder;
+    DatabasePlace place(m_proxy.Folder());
+    const auto import = [&] {
+        std::ostringstream messages;
+        ko::store::ImportRequest request;
+        request.store = place.Address();
+        request.csv = folder.Write("csv", "id\n1\n2\n");
+        Import(request, Schema::FromJson(kThing, "schema"), messages);
+    };
+    import();
+    const struct {
+        std::chrono::milliseconds patience;
+        const char* told;
+        std::uint64_t objects;
+    } kCases[] = {{10s, "", 4}, {0s, "the server refuses", 4}, {10s, "", 6}};
+    for (const auto& c : kCases) {
+        PatienceInForce() = c.patience;
+        m_proxy.PlanAt("get blocks", Harm::Reply,
+                       [&] { m_proxy.PlanReply("user", SocketProxy::Refusal("57P01", true), 3); });
+        const int before = m_proxy.Replies();
+        const std::string sentence = Sentence(import);
+        m_proxy.PlanReply("", {}, 0);
+        EXPECT_NE(sentence.find(c.told), std::string::npos) << sentence;
+        EXPECT_EQ(sentence.empty(), std::string_view(c.told).empty()) << sentence;
+        EXPECT_EQ(m_proxy.Replies() - before, sentence.empty() ? 4 : 3) << "each asks why";
+        EXPECT_EQ(ko::store::Store::Open(place.Address()).Count(), c.objects);
+    }
+}
+
+// A function that changes a store meets an Error where another change came between, and is run
+// again whatever it does about it.
+TEST_F(RefusingPostgres, RunsAFunctionAgainThatMetAConflict)
+{
+    DatabasePlace place(m_proxy.Folder());
+    using ko::store::Store;
+    const Store store = Store::Create(place.Address(), ko::store::Schema::FromJson(kThing, "s"));
+    enum class Then { Throw, PassOver, GoOn, ThrowAnother };
+    const auto change = [&](Then then, int conflicts) {
+        int runs = 0;
+        m_proxy.PlanReply("get blocks", SocketProxy::Refusal("40001"), conflicts);
+        std::string sentence = Sentence([&] {
+            store.Change([&](ko::store::Transaction& transaction) {
+                ++runs;
+                try {
+                    transaction.Insert({{"id", "7"}});
+                } catch (const Error& error) {
+                    EXPECT_EQ(error.Code(), ErrorCode::Conflict);
+                    if (then == Then::Throw)
+                        throw;
+                    if (then == Then::ThrowAnother)
+                        throw std::runtime_error("not this time");
+                    if (then == Then::GoOn) {
+                        EXPECT_THROW(transaction.Insert({{"id", "8"}}), Error);
+                    }
+                }
+            });
+        });
+        m_proxy.PlanReply("", {}, 0);
+        EXPECT_EQ(runs, std::min(conflicts + 1, 10));
+        return sentence;
+    };
+    std::uint64_t made = 0;
+    for (const Then then : {Then::Throw, Then::PassOver, Then::GoOn, Then::ThrowAnother}) {
+        EXPECT_EQ(change(then, 3), "");
+        EXPECT_EQ(store.Count(), ++made);
+        EXPECT_NE(change(then, 99).find("came between 10 times"), std::string::npos);
+        EXPECT_EQ(store.Count(), made);
+    }
 }
 
 // What other engines are asked for is not what this server takes.

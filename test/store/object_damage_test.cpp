@@ -103,6 +103,83 @@ TEST(ObjectStore, EveryChangedByteIsFound)
     EXPECT_FALSE(CheckFindsDamage(*engine) || ReadingMeetsDamage(*engine) || !copies());
 }
 
+/// A store in memory that says of itself what one says that is spread over servers.
+class ManyMoments : public Engine
+{
+public:
+    explicit ManyMoments(std::unique_ptr<Engine> inner)
+        : m_inner(std::move(inner)), m_traits(m_inner->About())
+    {
+        m_traits.snapshots = false;
+    }
+    const Traits& About() const override { return m_traits; }
+    std::unique_ptr<Reader> Read() override { return m_inner->Read(); }
+    std::unique_ptr<Writer> Write() override { return m_inner->Write(); }
+
+private:
+    std::unique_ptr<Engine> m_inner;
+    Traits m_traits;
+};
+
+// A change that broke has left entries of a dictionary that the counts do not have: nobody minds
+// them, and others come in their place.
+TEST(ObjectStore, TakesAsManyTextsAsTheCountsSay)
+{
+    constexpr std::size_t kKind = 3;
+    for (const unsigned surplus : {2U, 40U}) { // in the last row, and in one more
+        SCOPED_TRACE(surplus);
+        Values values(10);
+        Objects model;
+        MemoryPlace place;
+        AddAll(*Bulk::Create(place.Load(), values.GetSchema(), Scratch()), values, 200, model);
+        const auto form = [&](const std::string& text) {
+            std::string bytes;
+            TextFault fault;
+            FieldReader(values.GetSchema().attributes[kKind]).Read(text, bytes, fault);
+            return bytes;
+        };
+        Change(*place.Open(Mode::Change), [&](Writer& writer) {
+            Dictionary torn;
+            const std::string first = *writer.GetOne(Space::Texts, TextKey(kKind, 0));
+            EXPECT_TRUE(torn.LoadRow(0, SealedBytes(first)));
+            for (unsigned i = 0; i < 2 * surplus; ++i)
+                torn.Place(form("torn " + std::to_string(i / 2)));
+            EXPECT_EQ(torn.Size(), torn.SavedSize() + surplus);
+            for (std::uint32_t row = 0; row < torn.Rows(); ++row) {
+                std::string bytes;
+                torn.WriteRow(row, bytes);
+                Seal(Space::Texts, TextKey(kKind, row), bytes);
+                writer.Put(Space::Texts, TextKey(kKind, row), bytes);
+            }
+        });
+        EXPECT_TRUE(CheckFindsDamage(*place.Open(Mode::Read))) << "where no change is torn";
+
+        const auto open = [&] { return std::make_unique<ManyMoments>(place.Open(Mode::Change)); };
+        ObjectStore store(open(), "store", Scratch());
+        ASSERT_NO_FATAL_FAILURE(ExpectObjects(*store.Read(), model));
+        MemoryPlace copy;
+        CopyStore(store, *copy.Load(), Scratch());
+        ASSERT_NO_FATAL_FAILURE(
+            ExpectObjects(*ObjectStore(copy.Open(Mode::Read), "copy", Scratch()).Read(), model));
+        store.Reindex();
+        ASSERT_NO_FATAL_FAILURE(ExpectObjects(*store.Read(), model));
+        // An entry more than there were, and then so many that no row has any of the others.
+        for (const unsigned kinds : {1U, 60U}) {
+            store.Change([&](ObjectChange& change) {
+                for (unsigned i = 0; i < 2 * kinds; ++i) {
+                    Object object = values.Make();
+                    object[kKind] = form("new " + std::to_string(kinds + i / 2));
+                    model[change.Insert(Views(object))] = object;
+                }
+            });
+            ASSERT_NO_FATAL_FAILURE(ExpectObjects(*store.Read(), model)) << kinds;
+        }
+        AddAll(*Bulk::Grow(*open(), "store", Scratch()), values, 50, model);
+        ASSERT_NO_FATAL_FAILURE(ExpectObjects(*store.Read(), model));
+        EXPECT_FALSE(CheckFindsDamage(*place.Open(Mode::Read))) << "nothing is left of it";
+    }
+}
+
 // Whoever changes an order on purpose changes this number with it: stores then ask for "reindex".
 TEST(ObjectStore, KnowTheirOrder)
 {
