@@ -26,6 +26,11 @@ TEST(EngineAddress, HidesPasswords)
         {"postgresql://u:a@b@h/db", "postgresql://u:***@h/db"},
         {"postgresql://u:a/b@h/db", "postgresql://u:***@h/db"},
         {"postgresql://u:a#b@h/db#s", "postgresql://u:***@h/db#s"},
+        // libpq takes all up to the '@' as the password, and unescapes the names of parameters.
+        {"postgresql://u:Geh?e@/db", "postgresql://u:*****@/db"},
+        {"postgresql://h:1?password=a@b", "postgresql://h:**************"},
+        {"postgresql:///db?pass%77ord=secret&a=b", "postgresql:///db?pass%77ord=******&a=b"},
+        {" POSTGRESQL://u:secret@h/db", " POSTGRESQL://u:******@h/db"},
         // Nothing to hide.
         {"postgresql://u:@h/db", "postgresql://u:@h/db"},
         {"postgresql://u@h:5433/db?nopassword=x#password=y", ""},
@@ -47,7 +52,9 @@ TEST(EngineAddress, RefusesWhatCouldShowAPassword)
     for (const char* const address :
          {"postgresql://u:a@secret@h/db", "postgresql://u:a/secret@h/db",
           "postgresql://u:12/secret@h/db", "postgresql://u:secret#b@h/db",
-          "postgresql://u:secret/b", "postgresql://u:secret@h:1x/db"}) {
+          "postgresql://u:secret/b", "postgresql://u:secret@h:1x/db",
+          "postgresql://u:12?schema=secret@h/db", "postgresql://u:12/a?secret=b@h/db",
+          "postgresql://h/db?sslmode=%secret", "postgresql://h/db?nokey=secret"}) {
         try {
             EXPECT_EQ(postgres::Address(address).Shown(), "refused");
         } catch (const Error& error) {
@@ -59,6 +66,35 @@ TEST(EngineAddress, RefusesWhatCouldShowAPassword)
                                 "&connect_timeout=3")
                   .Schema(),
               "a");
+}
+
+// Taken for a path, they would stand in messages with their password.
+TEST(EngineAddress, RefusesOtherWaysToWriteADatabase)
+{
+    const struct {
+        std::string address;
+        std::string sentence; ///< a part of it; empty: none
+    } kAddresses[] = {
+        {" postgresql://u:secret@h/db", "begins with postgresql://"},
+        {"host=h password = secret", "begins with postgresql://"},
+        {"dbname=db user=secret", "begins with postgresql://"},
+        {"postgresql://h/db?sslmod=secret", "\"sslmod\""},
+        {"PostgreSQL://u:secret@h/db#s", ""},
+        {"user=ann/birds", ""},
+        {"nopassword=a", ""},
+    };
+    for (const auto& c : kAddresses) {
+        try {
+            NameOfStore(c.address);
+            EXPECT_EQ(c.sentence, "") << c.address;
+        } catch (const Error& error) {
+            const std::string told = error.what();
+            EXPECT_EQ(error.Code(), ErrorCode::Usage);
+            EXPECT_FALSE(c.sentence.empty()) << told;
+            EXPECT_NE(told.find(c.sentence), std::string::npos) << told;
+            EXPECT_EQ(told.find("secret"), std::string::npos) << told;
+        }
+    }
 }
 
 TEST(EngineAddress, ChoosesSafeSettings)
