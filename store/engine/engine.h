@@ -23,9 +23,10 @@ namespace ko::store::inner
 //
 // Errors are exceptions. Error has a sentence for the user: ErrorCode::Damaged for a store that
 // cannot be trusted, ErrorCode::Io for whatever else the system refuses, a key or a value of
-// another size than allowed, and an append out of order. Conflict means that the whole change can
-// be run again. After either, an object that threw answers nothing but its destructor, which keeps
-// nothing of a change.
+// another size than allowed, and an append out of order. Functions of an address throw
+// ErrorCode::Usage where it is none that they read. Conflict means that the whole change can be run
+// again. After either, an object that threw answers nothing but its destructor, which keeps nothing
+// of a change.
 //
 // Threads: an Engine serves several at once. Readers, writers, cursors and loaders serve one at a
 // time; a writer and a loader stay with the thread that began them. None of them is carried over a
@@ -53,11 +54,22 @@ struct Range {
 
 enum class Direction { Forwards, Backwards };
 
-/// Another change came between: the caller runs its own again, from the first read on.
+/// Another change came between, or the connection to a server was lost: the caller runs its own
+/// change again, from the first read on.
 class Conflict : public std::exception
 {
 public:
-    const char* what() const noexcept override { return "another change came between"; }
+    enum class Cause { OtherChange, LostConnection };
+
+    explicit Conflict(Cause cause = Cause::OtherChange) : m_cause(cause) {}
+    bool IsLoss() const { return m_cause == Cause::LostConnection; }
+    const char* what() const noexcept override
+    {
+        return IsLoss() ? "the connection was lost" : "other changes came between";
+    }
+
+private:
+    Cause m_cause;
 };
 
 /// A walk over a range, from its lower end upwards or from its upper end downwards. It ends before

@@ -25,12 +25,6 @@ inline constexpr Traits kTraits{"PostgreSQL", 1980, true, true, false};
 /// Where tables are spread over servers, of which each commits for itself and has its own moments.
 inline constexpr Traits kSpreadTraits{"PostgreSQL", 1980, false, false, false};
 
-/// True for an address that is a database's.
-inline bool IsAddress(const std::string& address)
-{
-    return address.starts_with("postgresql://") || address.starts_with("postgres://");
-}
-
 /// What a loader does about a store that is there already.
 enum class Existing {
     Refuse,

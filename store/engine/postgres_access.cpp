@@ -55,7 +55,8 @@ void Session::Fail(const SqlError& error)
     // What is inserted has been erased before: when it is there, another change has inserted it.
     if (error.IsConflict() || error.IsLost() || error.Is("23505")) {
         PauseBefore(m_pool->NoteConflict());
-        throw Conflict();
+        throw Conflict(error.IsLost() ? Conflict::Cause::LostConnection
+                                      : Conflict::Cause::OtherChange);
     }
     if (error.IsMissing())
         m_pool->FailReplaced();

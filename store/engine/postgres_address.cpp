@@ -1,12 +1,13 @@
 #include "engine/postgres_address.h"
 
 #include "engine/postgres.h"
+#include "engine/url.h"
 #include <kostore.h>
 
 #include <libpq-fe.h>
 
 #include <algorithm>
-#include <charconv>
+#include <cctype>
 #include <cstdlib>
 #include <map>
 #include <memory>
@@ -56,21 +57,6 @@ std::map<std::string, std::string> OfEnvironment(const PQconninfoOption* options
     return said;
 }
 
-/// With the bytes that a URL writes as %xx.
-std::string Unescape(const std::string& text)
-{
-    std::string bytes;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        unsigned byte = 0;
-        const char* const digits = text.data() + i + 1;
-        const bool escapes = text[i] == '%' && i + 2 < text.size() &&
-                             std::from_chars(digits, digits + 2, byte, 16).ptr == digits + 2;
-        bytes += escapes ? static_cast<char>(byte) : text[i];
-        i += escapes ? 2 : 0;
-    }
-    return bytes;
-}
-
 /// A socket or this machine; of several hosts all of them.
 bool IsNear(const std::string& hosts)
 {
@@ -99,6 +85,42 @@ bool MayShowPassword(const std::string& url, const std::string& host, const std:
            port.find_first_not_of("0123456789,") != std::string::npos;
 }
 
+[[noreturn]] void FailUnescaped()
+{
+    throw Error(ErrorCode::Usage,
+                "in the address of the database, write %40 for a @ in a user, a password or a "
+                "name, %2F for a slash, %3F for a ? and %23 for a #");
+}
+
+/// Says what is wrong with a URL that the client library does not read, and nothing of a value in
+/// it: behind a '@' a key may be part of a password.
+[[noreturn]] void FailUnread(const std::string& url, const PQconninfoOption* known)
+{
+    const auto isKnown = [&](const std::string& key) {
+        for (const PQconninfoOption* option = known;
+             option != nullptr && option->keyword != nullptr; ++option) {
+            if (key == option->keyword)
+                return true;
+        }
+        return key == "ssl";
+    };
+    const std::size_t query = url.find('?');
+    const bool mayTell = query != std::string::npos && url.find('@', query) == std::string::npos;
+    for (std::size_t at = query; mayTell && at < url.size();) {
+        const std::size_t end = std::min(url.find('&', at + 1), url.size());
+        const std::size_t equals = std::min(url.find('=', at), end);
+        const std::string key = Unescape(url.substr(at + 1, equals - at - 1));
+        if (equals < end && !isKnown(key) &&
+            key.find_first_not_of("abcdefghijklmnopqrstuvwxyz_") == std::string::npos)
+            throw Error(ErrorCode::Usage, "the address of the database has the parameter \"" + key +
+                                              "\", which libpq does not know");
+        at = end;
+    }
+    throw Error(ErrorCode::Usage, "the address of the database is no URL of the form "
+                                  "postgresql://user@host:port/database#STORE, or has a parameter "
+                                  "that libpq does not know or a wrong %xx");
+}
+
 } // namespace
 
 Address::Address(const std::string& text)
@@ -108,6 +130,14 @@ Address::Address(const std::string& text)
     if (m_store.empty() || m_store.size() > kLongestName || m_store.find('\0') != std::string::npos)
         throw Error(ErrorCode::Usage, "the name of a store in a database has 1 to 1,024 bytes");
     std::string url = text.substr(0, hash);
+    // libpq knows the scheme in lower case.
+    const auto scheme =
+        url.begin() + static_cast<std::ptrdiff_t>(std::min(url.find(':'), url.size()));
+    std::transform(url.begin(), scheme, url.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    // libpq takes a question mark before the end of the user as part of a password.
+    if (const std::size_t end = EndOfUser(url); end != std::string::npos && url.find('?') < end)
+        FailUnescaped();
     TakeSchema(url);
     ReadUrl(url);
 }
@@ -135,16 +165,13 @@ void Address::TakeSchema(std::string& url)
 
 void Address::ReadUrl(const std::string& text)
 {
+    const Options defaults(PQconndefaults());
     const Options parsed(PQconninfoParse(text.c_str(), nullptr));
     if (!parsed)
-        throw Error(ErrorCode::Usage, "the address of the database is no URL of the form "
-                                      "postgresql://user@host:port/database#STORE");
-    const Options defaults(PQconndefaults());
+        FailUnread(text, defaults.get());
     if (const auto url = Said(parsed.get());
         MayShowPassword(text, Value(url, "host"), Value(url, "port")))
-        throw Error(ErrorCode::Usage,
-                    "in the address of the database, write %40 for a @ in a user, "
-                    "a password or a name, %2F for a slash and %23 for a #");
+        FailUnescaped();
     auto said = Said(parsed.get());
     const auto environment = OfEnvironment(defaults.get());
     m_parameters.assign(said.begin(), said.end());

@@ -105,8 +105,18 @@ void Lease::Claim()
         claimed = RunAgain(*m_connection, kClaim, parameters).Changed();
     }
     if (claimed == 0)
-        throw Error(ErrorCode::Io,
-                    m_address.Shown() + ": another import of the store is under way");
+        FailClaimed();
+}
+
+/// Whether the other one was killed nobody knows before its lease ends.
+void Lease::FailClaimed()
+{
+    const Answer ends = RunAgain(*m_connection, kLeaseEnds, Parameters().Add(m_address.Store()));
+    throw Error(ErrorCode::Io,
+                m_address.Shown() + ": another import of the store is under way" +
+                    (ends.Rows() == 0 ? std::string()
+                                      : "; if it was killed, its place is free in " +
+                                            std::to_string(ends.Number(0, 0)) + " s"));
 }
 
 /// One that somebody still reads is left for the next time.

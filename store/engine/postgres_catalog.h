@@ -52,6 +52,7 @@ private:
     void RunAll(const std::vector<const Statement*>& statements);
     void TryPublish(bool replace);
     void FindOutcome();
+    [[noreturn]] void FailClaimed();
     [[noreturn]] void FailTaken() const;
     void GiveBack() noexcept;
 

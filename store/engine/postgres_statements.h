@@ -81,6 +81,9 @@ inline constexpr Statement kClaim{"",
     "values($1::text, $2::bigint, $3::text, now() + $4::bigint * interval '1 millisecond') "
     "on conflict(name) do update set generation = excluded.generation, owner = excluded.owner, "
     "expires = excluded.expires where kotms.imports.expires < now()"};
+inline constexpr Statement kLeaseEnds{"",
+    "select greatest(1, ceil(extract(epoch from expires - now())))::bigint from kotms.imports "
+    "where name = $1::text"};
 inline constexpr Statement kRenew{"",
     "update kotms.imports set expires = now() + $3::bigint * interval '1 millisecond' "
     "where name = $1::text and owner = $2::text"};

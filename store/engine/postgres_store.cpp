@@ -206,7 +206,7 @@ bool PostgresWriter::TryCommit(const std::string& mark)
             throw;
     }
     if (!m_pool->WasMade(mark))
-        throw Conflict();
+        throw Conflict(Conflict::Cause::LostConnection);
     return true;
 }
 

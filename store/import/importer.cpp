@@ -241,11 +241,11 @@ ImportResult Import(const ImportRequest& request, const Schema& schema, std::ost
     for (unsigned run = 1;; ++run) {
         try {
             return Run(request, schema, messages).Do(run > 1, told);
-        } catch (const Conflict&) {
+        } catch (const Conflict& conflict) {
             // The next run begins with the first row.
             if (run == kMostRuns)
                 throw Error(ErrorCode::Conflict,
-                            NameOfStore(request.store) + ": other changes came between " +
+                            NameOfStore(request.store) + ": " + conflict.what() + " " +
                                 std::to_string(kMostRuns) + " times: try again");
         }
     }

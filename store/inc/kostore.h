@@ -31,7 +31,9 @@
 ///
 /// Moments. A Snapshot sees the store as it was when it was made, with all of a change or none of
 /// it, whatever is written meanwhile, as far as the database of a store has such moments; so do its
-/// cursors, and a function of Store that reads sees one moment. A reader never waits for a writer.
+/// cursors, and a function of Store that reads sees one moment. A reader never waits for a writer,
+/// but up to ten seconds for others of this process where another one has made the file of the
+/// store larger than its map here.
 /// Snapshots and cursors may outlive the Store, and cursors the snapshot. While one of them lives,
 /// the file of a store that changes grows: keep them for an answer, not for ever.
 ///
@@ -234,7 +236,9 @@ private:
 enum class Mode {
     Read,
     Change, ///< for transactions of moderate size, in turn with others
-    Grow,   ///< for transactions of any size in bounded memory, as the only one that writes
+    /// For transactions of any size, as the only one that writes. Memory is bounded unless this
+    /// process has the file of the store open in another mode already.
+    Grow,
 };
 
 /// An open store. Copies stand for the same one.
@@ -291,9 +295,9 @@ private:
 // ---- whole stores, by their addresses
 
 struct ImportRequest {
-    std::string store;                ///< made where there is none
-    std::string csv;                  ///< path of a file in UTF-8, with a header
-    Schema schema;                    ///< of the store as well, where there is one
+    std::string store; ///< made where there is none
+    std::string csv;   ///< path of a file in UTF-8, with a header
+    Schema schema;     ///< of the store as well, where there is one, which keeps the indexes it has
     std::string rejects{};            ///< file for rejected rows; empty: their places are told
     std::string schemaFile{};         ///< where the schema comes from: not to be written over
     std::ostream* messages = nullptr; ///< told of rejected rows, and of progress

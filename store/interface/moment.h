@@ -30,8 +30,11 @@ auto Reading(const std::string& store, const Step& step)
 {
     try {
         return step();
-    } catch (const Conflict&) {
-        throw Error(ErrorCode::Conflict, store + ": the moment that was read is gone: try again");
+    } catch (const Conflict& conflict) {
+        throw Error(ErrorCode::Conflict,
+                    store + ": " +
+                        (conflict.IsLoss() ? conflict.what() : "the moment that was read is gone") +
+                        ": try again");
     }
 }
 

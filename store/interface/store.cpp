@@ -37,7 +37,7 @@ template <class Step>
 auto Opening(const std::string& address, const Step& step)
 {
     try {
-        return inner::Reading(address, step);
+        return inner::Reading(inner::NameOfStore(address), step);
     } catch (const Error& error) {
         if (error.Code() != ErrorCode::Io || inner::StoreExists(address))
             throw;

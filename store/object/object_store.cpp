@@ -54,9 +54,9 @@ void ObjectStore::Repeat(const Call& call) const
         try {
             call();
             return;
-        } catch (const Conflict&) {
+        } catch (const Conflict& conflict) {
             if (run == kMostRuns)
-                throw Error(ErrorCode::Conflict, m_name + ": other changes came between " +
+                throw Error(ErrorCode::Conflict, m_name + ": " + conflict.what() + " " +
                                                      std::to_string(kMostRuns) +
                                                      " times: try again");
         }

@@ -47,7 +47,8 @@ struct Schema {
     /// The same as compact JSON.
     std::string ToJson() const;
     /// The first thing in which this schema, that of a store, differs from one given for it: "its
-    /// attribute "a" has an index"; empty where nothing does.
+    /// attribute "a" is the column "b", not "c""; empty where nothing does. Indexes come and go in
+    /// a store, and count for nothing here.
     std::string DifferenceTo(const Schema& given) const;
 
     /// The attribute of that name, or null.

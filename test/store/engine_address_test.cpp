@@ -47,4 +47,33 @@ TEST(EngineAddress, HidesPasswordsAndChoosesSafeSettings)
               "a");
 }
 
+// Taken for a path, they would stand in messages with their password.
+TEST(EngineAddress, RefusesOtherWaysToWriteADatabase)
+{
+    const struct {
+        std::string address;
+        std::string sentence; ///< a part of it; empty: none
+    } kAddresses[] = {
+        {" postgresql://u:secret@h/db", "begins with postgresql://"},
+        {"host=h password = secret", "begins with postgresql://"},
+        {"dbname=db user=secret", "begins with postgresql://"},
+        {"postgresql://h/db?sslmod=secret", "\"sslmod\""},
+        {"PostgreSQL://u:secret@h/db#s", ""},
+        {"user=ann/birds", ""},
+        {"nopassword=a", ""},
+    };
+    for (const auto& c : kAddresses) {
+        try {
+            NameOfStore(c.address);
+            EXPECT_EQ(c.sentence, "") << c.address;
+        } catch (const Error& error) {
+            const std::string told = error.what();
+            EXPECT_EQ(error.Code(), ErrorCode::Usage);
+            EXPECT_FALSE(c.sentence.empty()) << told;
+            EXPECT_NE(told.find(c.sentence), std::string::npos) << told;
+            EXPECT_EQ(told.find("secret"), std::string::npos) << told;
+        }
+    }
+}
+
 } // namespace

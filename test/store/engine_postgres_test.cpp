@@ -96,6 +96,15 @@ TEST_F(PostgresEngine, LetsOneLoaderPublish)
     Fill(*other, {{Space::Blocks, {{"a", "other"}}}});
     other->Publish();
     EXPECT_EQ(place.Open(Mode::Read)->Read()->GetOne(Space::Blocks, "a"), "other");
+    // Who comes too early is told for how long.
+    postgres::LimitsInForce().lease = 20s;
+    DatabasePlace busy;
+    const auto first = busy.Load();
+    const std::string sentence = Sentence([&] { busy.Load(); });
+    const std::size_t at = sentence.find("its place is free in ");
+    ASSERT_NE(at, std::string::npos) << sentence;
+    const int seconds = std::stoi(sentence.substr(at + 21));
+    EXPECT_TRUE(seconds > 10 && seconds <= 20) << sentence;
 }
 
 TEST_F(PostgresEngine, TakesAnyName)
@@ -146,6 +155,15 @@ TEST_F(PostgresEngine, SurvivesLostConnections)
             if (!proxy.HasHarmed())
                 break;
             ++harmed;
+        }
+        proxy.Plan(1 << 30, harm);
+        const auto reader = engine->Read();
+        proxy.Plan(1, harm);
+        try {
+            reader->GetOne(Space::Blocks, "n");
+            ADD_FAILURE() << "what was lost is not told";
+        } catch (const Conflict& conflict) {
+            EXPECT_TRUE(conflict.IsLoss());
         }
         proxy.Plan(1 << 30, harm);
         postgres::LimitsInForce().silence = 10s;

@@ -64,6 +64,21 @@ TEST_F(ImportFiles, NoOutputIsAnInputOrTheStore)
     EXPECT_TRUE(ReadAll(path("other.new")) == kRows);
 }
 
+// The file that a store was made with still fits it.
+TEST_F(ImportFiles, AStoreKeepsTheIndexesThatItHas)
+{
+    ASSERT_EQ(Import(m_store, m_csv, "").status, 1);
+    for (const char* const change : {" drop title", " add latin"}) {
+        const std::string index = "index " + m_store + change;
+        EXPECT_EQ(RunKotm(index).status, 0) << change;
+        const Outcome run = Import(m_store, m_csv, "");
+        EXPECT_EQ(run.status, 1) << run.out;
+        EXPECT_EQ(RunKotm(index).status, 2) << "it has been changed already";
+    }
+    EXPECT_EQ(RunKotm("query " + m_store + " --count").out, "3\n");
+    EXPECT_EQ(RunKotm("check " + m_store).status, 0);
+}
+
 TEST_F(ImportFiles, RejectsAreReplacedByACompleteImport)
 {
     const std::string kept = m_folder.Write("kept", "of last week");

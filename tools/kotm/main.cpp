@@ -315,7 +315,8 @@ private:
             m_app.add_subcommand("clean", "Clear away what killed imports left behind");
         command->add_option("STORE", m_changed, "Store")->required();
         On(command, [this] {
-            std::cerr << "leftovers removed " << ko::store::Clean(m_changed) << '\n';
+            const std::size_t removed = ko::store::Clean(m_changed);
+            std::cerr << "leftovers removed " << removed << '\n';
             return Exit::Done;
         });
     }
