@@ -12,6 +12,7 @@
 namespace
 {
 
+using ko::store::ErrorCode;
 using namespace ko::store::inner;
 using namespace std::chrono_literals;
 using Harm = SocketProxy::Harm;
