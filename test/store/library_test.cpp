@@ -50,7 +50,7 @@ protected:
     /// A store with some objects less than it had, so that numbers are missing.
     Store Filled(const std::string& name, unsigned objects)
     {
-        const Store store = Store::Create(m_folder.Path(name), ThingSchema());
+        Store store = Store::Create(m_folder.Path(name), ThingSchema());
         store.Change([&](Transaction& change) {
             for (unsigned i = 1; i <= objects; ++i) {
                 const std::vector<std::string> forms = FormsOf(i);
