@@ -172,7 +172,11 @@ private:
             try {
                 return Open();
             } catch (const Error& error) {
-                if (error.Code() != ErrorCode::Io || steady_clock::now() > end)
+                // One that came or went between the question and the answer is asked for again.
+                const bool mayHelp = error.Code() == ErrorCode::Io ||
+                                     error.Code() == ErrorCode::Missing ||
+                                     error.Code() == ErrorCode::Exists;
+                if (!mayHelp || steady_clock::now() > end)
                     throw;
             }
             m_engine.reset(); // it may be the only one to write

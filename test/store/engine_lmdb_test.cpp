@@ -2,7 +2,7 @@
 
 #include "engine/lmdb_environment.h"
 #include "engine/lmdb_file.h"
-#include "engine/locked_file.h"
+#include "engine/unfinished_file.h"
 #include <kostore.h>
 
 #include <sys/resource.h>
@@ -145,6 +145,110 @@ TEST(LmdbEngine, TakesAFreeNameInEveryWay)
         file.TakeName(path, way);
         EXPECT_EQ(ReadAll(path), "new");
         EXPECT_FALSE(std::filesystem::exists(folder.Path("b")));
+    }
+}
+
+// What stands in the names that a new store needs is destroyed only where a loader left it.
+TEST(LmdbEngine, LeavesTheFilesOfOthersAlone)
+{
+    const TestFolder folder;
+    const std::string store = folder.Path("store");
+    const std::string fresh = store + ".new";
+    const std::string other = folder.Path("other");
+    const auto publish = [&] {
+        const auto loader = StartLoad(other);
+        loader->Append(Space::Blocks, "a", "1");
+        loader->Publish();
+    };
+    const auto mark = [&](lmdb::Mark as) {
+        publish();
+        lmdb::LockedFile file(other, false);
+        lmdb::SetMark(file, as);
+    };
+    const struct {
+        const char* reason;
+        std::function<void()> leave;
+        bool isLeft;
+    } kCases[] = {
+        {"a loader was killed",
+         [&] {
+             InProcess([&] {
+                 const auto loader = StartLoad(store);
+                 loader->Append(Space::Blocks, "a", std::string(1U << 20, 'x'));
+                 return kill(getpid(), SIGKILL) == 0;
+             });
+         },
+         true},
+        {"one was killed at its first step", [&] { folder.Write("store.new", ""); }, true},
+        {"one was killed before it wrote a row",
+         [&] {
+             MDB_env* const env = lmdb::MakeEnvironment(fresh);
+             mdb_env_open(env, fresh.c_str(), MDB_NOSUBDIR | MDB_NOLOCK, 0666);
+             mdb_env_close(env);
+         },
+         true},
+        {"one was killed before it took the first of two names away",
+         [&] {
+             mark(lmdb::Mark::Naming);
+             std::filesystem::create_hard_link(other, fresh);
+         },
+         true},
+        {"a whole store that nobody has yet",
+         [&] {
+             mark(lmdb::Mark::Naming);
+             std::filesystem::rename(other, fresh);
+         },
+         false},
+        {"somebody's store",
+         [&] {
+             publish();
+             std::filesystem::rename(other, fresh);
+         },
+         false},
+        {"a second name of somebody's store",
+         [&] {
+             publish();
+             std::filesystem::create_hard_link(other, fresh);
+         },
+         false},
+        {"an unfinished store that somebody has given another name",
+         [&] {
+             mark(lmdb::Mark::Unfinished);
+             std::filesystem::create_hard_link(other, fresh);
+         },
+         false},
+        {"a short text", [&] { folder.Write("store.new", "x"); }, false},
+        {"a long text", [&] { folder.Write("store.new", std::string(10'000, 'x')); }, false},
+        {"zeros", [&] { folder.Write("store.new", std::string(10'000, '\0')); }, false}};
+    for (const auto& c : kCases) {
+        SCOPED_TRACE(c.reason);
+        for (const bool cleans : {false, true}) {
+            c.leave();
+            const std::string left = ReadAll(fresh);
+            const std::string second = ReadAll(other);
+            const std::string sentence =
+                Sentence([&] { cleans ? void(Clean(store)) : StartLoad(store)->Publish(); });
+            EXPECT_EQ(sentence.find(fresh + ": is in the way") == 0, !c.isLeft) << sentence;
+            EXPECT_EQ(sentence.empty(), c.isLeft) << sentence;
+            EXPECT_EQ(std::filesystem::exists(fresh), !c.isLeft);
+            EXPECT_TRUE(c.isLeft || ReadAll(fresh) == left);
+            EXPECT_TRUE(ReadAll(other) == second);
+            for (const std::string& path : {store, fresh, other})
+                std::filesystem::remove(path);
+        }
+    }
+    publish();
+    for (const std::string& bytes :
+         {std::string("notes"), std::string("n"), std::string(), std::string(20, '\0')}) {
+        const bool isLocks = bytes.empty() || bytes.front() == '\0';
+        for (const std::string& path : {store, other}) {
+            std::ofstream(path + "-lock") << bytes;
+            const std::string sentence = Sentence([&] {
+                path == store ? StartLoad(store)->Publish() : void(OpenEngine(other, Mode::Read));
+            });
+            EXPECT_EQ(sentence.find(path + "-lock: is in the way") == 0, !isLocks) << sentence;
+            EXPECT_TRUE(isLocks || ReadAll(path + "-lock") == bytes);
+        }
     }
 }
 
