@@ -5,7 +5,9 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cstddef>
 #include <cstdlib>
+#include <cstring>
 
 namespace ko::store::inner::lmdb
 {
@@ -14,12 +16,17 @@ namespace
 {
 
 std::atomic<BrokenPageHandler> s_handler{nullptr};
+char s_prefix[32] = ""; // a copy: a handler of signals calls nothing that takes memory
 
 void Tell() noexcept
 {
     constexpr char kMessage[] =
-        "kotm: reading the store went wrong: it is damaged if \"kotm check\" finds a fault in it\n";
-    [[maybe_unused]] const ssize_t put = write(STDERR_FILENO, kMessage, sizeof kMessage - 1);
+        "reading the store went wrong: it is damaged if a check of it finds a fault\n";
+    char line[sizeof s_prefix + sizeof kMessage];
+    const std::size_t size = std::strlen(s_prefix);
+    std::memcpy(line, s_prefix, size);
+    std::memcpy(line + size, kMessage, sizeof kMessage - 1);
+    [[maybe_unused]] const ssize_t put = write(STDERR_FILENO, line, size + sizeof kMessage - 1);
 }
 
 } // namespace
@@ -27,6 +34,11 @@ void Tell() noexcept
 void SetBrokenPageHandler(BrokenPageHandler handler)
 {
     s_handler = handler;
+}
+
+void SetBrokenPagePrefix(const char* prefix) noexcept
+{
+    std::strncpy(s_prefix, prefix, sizeof s_prefix - 1);
 }
 
 void MeetBrokenPage() noexcept

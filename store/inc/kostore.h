@@ -323,13 +323,15 @@ struct CheckResult {
 
 /// Reads all of a store, and trusts none of it: pages, checksums, values, and that each index has
 /// the value of every object and nothing else. Tells of the first 100 faults, a visible line each.
-/// Throws Error: Damaged where it cannot be read so far; Missing; Io.
+/// Throws Error: Damaged where it cannot be read so far; Missing; Io; Conflict where faults may be
+/// those of a change that came between, of a store that is spread over servers.
 KOSTORE_API CheckResult Check(const std::string& address, std::ostream& faults);
 
 /// Copies a store to another address, between files and databases too: every object under its
 /// number, and all indexes. Nobody sees anything of the copy before all of it is there, and memory
 /// is bounded. Returns the number of objects. Throws Error, and there is then no copy: Damaged for
-/// a source that is; Missing; Exists; Io.
+/// a source that is; Missing; Exists; Io; Conflict where a source that is spread over servers was
+/// changed meanwhile.
 KOSTORE_API std::uint64_t Copy(const std::string& from, const std::string& to);
 
 /// Clears away what imports and copies to this address left behind that were killed, and in a
@@ -354,7 +356,9 @@ KOSTORE_API bool HidePassword(char* address);
 /// on a disk that fails can lead out of the map of the file. From now on SIGSEGV and SIGBUS end
 /// this process with a sentence and the status 3, and so does a damaged page from which there is no
 /// way back; otherwise the process aborts there. Only Check finds such damage before it is met.
-KOSTORE_API void EndOnBrokenPages();
+/// The sentence is one line on standard error and begins with `prefix`, of which 31 bytes count:
+/// "name of the program: ", say.
+KOSTORE_API void EndOnBrokenPages(const char* prefix = "");
 
 } // namespace ko::store
 

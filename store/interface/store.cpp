@@ -179,8 +179,9 @@ bool HidePassword(char* address)
     return inner::HidePassword(address);
 }
 
-void EndOnBrokenPages()
+void EndOnBrokenPages(const char* prefix)
 {
+    inner::lmdb::SetBrokenPagePrefix(prefix);
     inner::lmdb::SetBrokenPageHandler(inner::lmdb::EndOnBrokenPage);
     for (const int fault : {SIGSEGV, SIGBUS})
         std::signal(fault, [](int) { inner::lmdb::EndOnBrokenPage(); });

@@ -20,7 +20,8 @@ namespace ko::store::inner
 /// Returns the number of objects.
 std::uint64_t CopyStore(const std::string& from, const std::string& to);
 
-/// The same for a store that is open, into a loader. `scratch` is the path beside which temporary
+/// The same for a store that is open, into a loader. Throws Conflict where the store has no single
+/// moments and was changed meanwhile. `scratch` is the path beside which temporary
 /// files come and go.
 std::uint64_t CopyStore(const ObjectStore& from, Loader& to, const std::string& scratch);
 

@@ -43,6 +43,18 @@ private:
     std::string_view m_bytes;
 };
 
+/// Calls each(row) for every row of a range as it stands, nothing proved.
+template <class Each>
+void EachRow(Reader& reader, Space space, const Each& each, const Range& range = {})
+{
+    constexpr std::size_t kAtOnce = 64;
+    const auto cursor = reader.Walk(space, range, Direction::Forwards);
+    for (auto rows = cursor->Next(kAtOnce); !rows.empty(); rows = cursor->Next(kAtOnce)) {
+        for (const Row& row : rows)
+            each(row);
+    }
+}
+
 /// Proves the rows beside a key that is not there.
 void ProveGap(Reader& reader, Space space, std::string_view key);
 

@@ -195,9 +195,28 @@ std::string_view Snapshot::Large(std::size_t attribute, std::uint64_t number, st
     m_reader->Get(Space::Large, keys, [&](std::size_t, std::string_view sealed) {
         form = Unseal(Space::Large, key, m_viewsLast ? sealed : room.assign(sealed));
     });
-    if (form.empty())
+    if (form.empty()) {
+        // A value goes after the block that had it.
+        if (!m_isOneMoment && !IsLargeNow(attribute, number))
+            throw Conflict();
         FailDamaged(Space::Large, key, "is missing");
+    }
     return form;
+}
+
+/// What the block of an object says at this moment, whatever was read of it before.
+bool Snapshot::IsLargeNow(std::size_t attribute, std::uint64_t number)
+{
+    const std::string key = BlockKey(BlockOf(number));
+    const auto sealed = m_reader->GetOne(Space::Blocks, key);
+    if (!sealed)
+        return false;
+    BlockView block(Layout());
+    OpenBlockView(block, key, Unseal(Space::Blocks, key, *sealed), SlotsOfBlock());
+    Cell cell;
+    std::string room;
+    return block.Has(SlotOf(number)) && block.At(attribute, SlotOf(number), cell, room) &&
+           cell.kind == Cell::Kind::Large;
 }
 
 std::optional<std::string_view> Snapshot::Value(std::uint64_t number, std::size_t attribute,
@@ -274,9 +293,44 @@ const TextRow& Snapshot::FindTexts(std::size_t attribute, std::uint32_t entry)
             keys.push_back(TextKey(attribute, static_cast<std::uint32_t>(i)));
     }
     ReadTexts(keys);
-    if (!HasText(attribute, entry))
-        FailDamaged(Space::Texts, TextKey(attribute, row), "lacks an entry that an object has");
-    return dictionary.rows[row].texts;
+    if (HasText(attribute, entry))
+        return dictionary.rows[row].texts;
+    if (const TextRow* const later = FindLaterTexts(attribute, entry))
+        return *later;
+    FailDamaged(Space::Texts, TextKey(attribute, row), "lacks an entry that an object has");
+}
+
+/// A block may be of a later moment than the counts, where there are such: its texts, and the
+/// counts that have them, were there before it. Null where that does not explain the entry.
+const TextRow* Snapshot::FindLaterTexts(std::size_t attribute, std::uint32_t entry)
+{
+    if (m_isOneMoment || entry >= CountsNow().texts[attribute])
+        return nullptr;
+    const std::uint32_t row = entry / kEntriesInRow;
+    const std::string key = TextKey(attribute, row);
+    auto sealed = m_reader->GetOne(Space::Texts, key);
+    KeptTexts later;
+    if (!sealed)
+        return nullptr;
+    later.bytes = std::make_shared<const std::string>(*std::move(sealed));
+    if (!later.texts.Open(Unseal(Space::Texts, key, *later.bytes)) ||
+        later.texts.Count() <= entry % kEntriesInRow)
+        return nullptr;
+    std::vector<KeptTexts>& rows = m_texts[attribute].rows;
+    rows.resize(std::max<std::size_t>(rows.size(), row + 1));
+    m_outgrown.push_back(std::exchange(rows[row], std::move(later))); // views of it stay
+    return &rows[row].texts;
+}
+
+Counts Snapshot::CountsNow()
+{
+    return Counts::Read(m_reader->GetOne(Space::Description, Counts::kKey).value_or(""),
+                        GetSchema().attributes.size(), m_store);
+}
+
+bool Snapshot::HasChanged()
+{
+    return !m_isOneMoment && CountsNow().Write() != m_counts.Write();
 }
 
 std::unique_ptr<EntryWalk> Snapshot::Entries(const Range& keys, Direction direction)

@@ -116,6 +116,10 @@ public:
     /// have another value now.
     bool IsOneMoment() const { return m_isOneMoment; }
 
+    /// True where IsOneMoment is false and the counts have changed since they were read: what was
+    /// read may be of several moments, and what seems damaged may be sound.
+    bool HasChanged();
+
     /// True where Fetch does something: what is wanted had best be asked for together.
     bool IsAfar() const { return !m_viewsLast; }
 
@@ -189,6 +193,9 @@ private:
     void ReadTexts(std::span<const std::string> keys);
     std::unique_ptr<RowWalk> Walk(Space space, const Range& range, Direction direction);
     const TextRow& FindTexts(std::size_t attribute, std::uint32_t entry);
+    Counts CountsNow();
+    const TextRow* FindLaterTexts(std::size_t attribute, std::uint32_t entry);
+    bool IsLargeNow(std::size_t attribute, std::uint64_t number);
     std::string_view Large(std::size_t attribute, std::uint64_t number, std::string& room);
 
     std::shared_ptr<Reader> m_reader;
@@ -202,6 +209,7 @@ private:
     std::vector<std::unique_ptr<OpenBlock>> m_blocks;         ///< by their numbers' remainders
     std::vector<bool> m_proved;                               ///< blocks whose checksums are right
     std::vector<KeptDictionary> m_texts;                      ///< by attribute
+    std::vector<KeptTexts> m_outgrown;                        ///< rows that were read again
     std::unordered_map<std::uint64_t, std::string> m_fetched; ///< blocks, sealed
     std::map<std::string, std::string, std::less<>> m_fetchedLarge; ///< values, sealed
     std::size_t m_fetchedLargeBytes = 0;

@@ -357,7 +357,7 @@ TEST(LmdbEngine, FindsFaultsOfPages)
         if (!fault.empty()) {
             EXPECT_NE(fault.find(place.Path() + ": "), std::string::npos) << fault;
             const auto use = [&] { // without checking first, as most commands do
-                ko::store::EndOnBrokenPages();
+                ko::store::EndOnBrokenPages("test: ");
                 return Sentence([&] {
                            Rewrite(*place.Open(Mode::Change), "4 ");
                            Everything(*place.Open(Mode::Read)->Read());

@@ -103,6 +103,16 @@ TEST(ObjectStore, EveryChangedByteIsFound)
     EXPECT_FALSE(CheckFindsDamage(*engine) || ReadingMeetsDamage(*engine) || !copies());
 }
 
+constexpr std::size_t kKind = 3;
+
+std::string FormOfKind(const Values& values, const std::string& text)
+{
+    std::string bytes;
+    TextFault fault;
+    FieldReader(values.GetSchema().attributes[kKind]).Read(text, bytes, fault);
+    return bytes;
+}
+
 /// A store in memory that says of itself what one says that is spread over servers.
 class ManyMoments : public Engine
 {
@@ -121,23 +131,112 @@ private:
     Traits m_traits;
 };
 
+/// Each look is at what is there by then.
+class LaterReader : public Reader
+{
+public:
+    explicit LaterReader(Engine& engine) : m_engine(engine) {}
+    void Get(Space space, std::span<const std::string_view> keys, const Found& found) override
+    {
+        m_engine.Read()->Get(space, keys, found);
+    }
+    std::unique_ptr<Cursor> Walk(Space space, const Range& range, Direction direction) override
+    {
+        m_walked.push_back(m_engine.Read());
+        return m_walked.back()->Walk(space, range, direction);
+    }
+    std::uint64_t CountRoughly(Space space, const Range& range) override
+    {
+        return m_engine.Read()->CountRoughly(space, range);
+    }
+
+private:
+    Engine& m_engine;
+    std::vector<std::unique_ptr<Reader>> m_walked;
+};
+
+// What a reader has not yet seen of a change is read again, or asked for again, and no damage; what
+// no change explains is.
+TEST(ObjectStore, TellsLaterMomentsFromDamage)
+{
+    Values values(10);
+    Objects model;
+    MemoryPlace place;
+    AddAll(*Bulk::Create(place.Load(), values.GetSchema(), Scratch()), values, 200, model);
+    const auto form = [&](const std::string& text) { return FormOfKind(values, text); };
+    ObjectStore store(place.Open(Mode::Change), "store", Scratch());
+    const auto engine = place.Open(Mode::Change);
+    const auto read = [&] {
+        return std::make_unique<Snapshot>(std::make_shared<LaterReader>(*engine), false, "store",
+                                          nullptr, false);
+    };
+    const auto outcome = [&](Snapshot& now, std::uint64_t number) -> std::string {
+        try {
+            std::string room;
+            return std::string(now.Value(number, kKind, room).value_or("gone"));
+        } catch (const Conflict&) {
+            return "conflict";
+        } catch (const Error& error) {
+            return error.Code() == ErrorCode::Damaged ? "damaged" : error.what();
+        }
+    };
+    const auto add = [&](const std::string& text) {
+        Object object = values.Make();
+        object[kKind] = text;
+        std::uint64_t number = 0;
+        store.Change([&](ObjectChange& change) { number = change.Insert(Views(object)); });
+        return number;
+    };
+    // New entries, in the last row and in rows that were not there.
+    const auto before = read();
+    const std::string first = outcome(*before, 1);
+    std::vector<std::uint64_t> numbers;
+    for (unsigned i = 0; i < 200; ++i)
+        numbers.push_back(add(form("later " + std::to_string(i / 2))));
+    for (unsigned i = 0; i < 200; ++i)
+        EXPECT_EQ(outcome(*before, numbers[i]), form("later " + std::to_string(i / 2)));
+    EXPECT_EQ(outcome(*before, 1), first);
+    EXPECT_TRUE(before->HasChanged());
+    EXPECT_FALSE(read()->HasChanged());
+    std::ostringstream told;
+    EXPECT_THROW(CheckRows(*before, Scratch(), told), Conflict);
+
+    // A value that stands by itself goes while its block is at hand.
+    const std::uint64_t large = add(form(std::string(3000, 'l')));
+    for (const bool changes : {true, false}) {
+        const auto now = read();
+        std::string room;
+        EXPECT_TRUE(now->Value(large, 0, room));
+        if (changes)
+            store.Change([&](ObjectChange& change) { change.Update(large, kKind, form("short")); });
+        else
+            Change(*engine,
+                   [&](Writer& writer) { writer.Erase(Space::Large, LargeKey(large, kKind)); });
+        EXPECT_EQ(outcome(*now, large), changes ? "conflict" : "damaged");
+        if (changes)
+            store.Change([&](ObjectChange& change) {
+                change.Update(large, kKind, form(std::string(3000, 'l')));
+            });
+    }
+    // An entry that no counts have.
+    Change(*engine, [&](Writer& writer) {
+        for (std::uint32_t row = 0; row < 20; ++row)
+            writer.Erase(Space::Texts, TextKey(kKind, row));
+    });
+    EXPECT_EQ(outcome(*read(), numbers[0]), "damaged");
+}
+
 // A change that broke has left entries of a dictionary that the counts do not have: nobody minds
 // them, and others come in their place.
 TEST(ObjectStore, TakesAsManyTextsAsTheCountsSay)
 {
-    constexpr std::size_t kKind = 3;
     for (const unsigned surplus : {2U, 40U}) { // in the last row, and in one more
         SCOPED_TRACE(surplus);
         Values values(10);
         Objects model;
         MemoryPlace place;
         AddAll(*Bulk::Create(place.Load(), values.GetSchema(), Scratch()), values, 200, model);
-        const auto form = [&](const std::string& text) {
-            std::string bytes;
-            TextFault fault;
-            FieldReader(values.GetSchema().attributes[kKind]).Read(text, bytes, fault);
-            return bytes;
-        };
+        const auto form = [&](const std::string& text) { return FormOfKind(values, text); };
         Change(*place.Open(Mode::Change), [&](Writer& writer) {
             Dictionary torn;
             const std::string first = *writer.GetOne(Space::Texts, TextKey(kKind, 0));

@@ -78,6 +78,12 @@ TEST(RoundTrips, OfFinds)
         call();
         return proxy.Trips() - before;
     };
+    // What went wrong is not asked for a second time.
+    const int opens = trips([&] { OpenEngine(place.Address(), Mode::Read); });
+    DatabasePlace none(proxy.Folder());
+    EXPECT_LE(
+        trips([&] { EXPECT_THROW(ko::store::Store::Open(none.Address()), ko::store::Error); }),
+        opens);
     Find(*store.Read(), kObjects, nullptr, 3);
     const struct {
         const char* reason;

@@ -192,7 +192,7 @@ private:
             if (rejects->count() != 0 && m_import.rejects.empty())
                 throw Error(ErrorCode::Usage, "--rejects: the name of a file is missing");
             m_import.progress = isatty(STDERR_FILENO) != 0;
-            EndOnBrokenPages();
+            EndOnBrokenPages("kotm: ");
             return Import(m_import, std::cerr).rejected == 0 ? Exit::Done : Exit::Rejected;
         });
     }
@@ -225,7 +225,7 @@ private:
                 RowWriter::Kind::Table, RowWriter::Kind::Csv, RowWriter::Kind::Json};
             m_query.output = kKinds[ReadWord("--output", m_output, {"table", "csv", "json"})];
             m_query.toTerminal = isatty(STDOUT_FILENO) != 0;
-            EndOnBrokenPages();
+            EndOnBrokenPages("kotm: ");
             Query(m_query, std::cout);
             return Exit::Done;
         });
@@ -240,7 +240,7 @@ private:
         command->add_option("--output", m_output, "table or json")->capture_default_str();
         On(command, [this] {
             m_explain.json = ReadWord("--output", m_output, {"table", "json"}) == 1;
-            EndOnBrokenPages();
+            EndOnBrokenPages("kotm: ");
             Explain(m_explain, std::cout);
             return Exit::Done;
         });
@@ -251,7 +251,7 @@ private:
         CLI::App* command = m_app.add_subcommand("check", "Look for damage in a store");
         command->add_option("STORE", m_checked, "Store")->required();
         On(command, [this] {
-            EndOnBrokenPages();
+            EndOnBrokenPages("kotm: ");
             return Check(m_checked, std::cout) ? Exit::Done : Exit::Damaged;
         });
     }
@@ -264,7 +264,7 @@ private:
         command->add_option("ATTRIBUTE", m_attribute, "Attribute")->required();
         On(command, [this] {
             const bool drops = ReadWord("ACTION", m_action, {"add", "drop"}) == 1;
-            EndOnBrokenPages();
+            EndOnBrokenPages("kotm: ");
             ChangeIndex(m_changed, m_attribute, drops);
             return Exit::Done;
         });
@@ -276,7 +276,7 @@ private:
             "reindex", "Make all indexes anew, under the order of this program");
         command->add_option("STORE", m_changed, "Store")->required();
         On(command, [this] {
-            EndOnBrokenPages();
+            EndOnBrokenPages("kotm: ");
             Store::Open(m_changed, ko::store::Mode::Grow).Reindex();
             return Exit::Done;
         });
@@ -289,7 +289,7 @@ private:
         command->add_option("FROM", m_checked, "Store")->required();
         command->add_option("TO", m_changed, "Address where there is none")->required();
         On(command, [this] {
-            EndOnBrokenPages();
+            EndOnBrokenPages("kotm: ");
             const std::uint64_t objects = ko::store::Copy(m_checked, m_changed);
             std::cerr << "objects copied " << objects << '\n';
             return Exit::Done;
@@ -302,7 +302,7 @@ private:
             m_app.add_subcommand("compact", "Join the small rows that changes leave in indexes");
         command->add_option("STORE", m_changed, "Store")->required();
         On(command, [this] {
-            EndOnBrokenPages();
+            EndOnBrokenPages("kotm: ");
             const std::uint64_t rows = Store::Open(m_changed, ko::store::Mode::Change).Compact();
             std::cerr << "index rows joined " << rows << '\n';
             return Exit::Done;
