@@ -42,8 +42,11 @@ ObjectStore::~ObjectStore() = default;
 std::unique_ptr<Snapshot> ObjectStore::Read() const
 {
     const Traits& engine = m_engine->About();
+    Snapshot::ReadAgain again;
+    if (!engine.snapshots)
+        again = [from = m_engine] { return from->Read(); };
     return std::make_unique<Snapshot>(m_engine->Read(), engine.viewsLast, m_name, m_memory,
-                                      engine.snapshots);
+                                      std::move(again));
 }
 
 /// Runs a call again where another change came between.

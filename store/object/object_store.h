@@ -69,7 +69,7 @@ private:
     void MakeIndexes(Writer& writer, Snapshot& now, Description description,
                      std::vector<std::size_t> attributes) const;
 
-    std::unique_ptr<Engine> m_engine;
+    std::shared_ptr<Engine> m_engine;
     std::string m_name;
     std::string m_scratch;
     std::shared_ptr<StoreMemory> m_memory = std::make_shared<StoreMemory>();

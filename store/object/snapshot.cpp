@@ -77,8 +77,8 @@ struct Snapshot::OpenBlock {
 };
 
 Snapshot::Snapshot(std::shared_ptr<Reader> reader, bool viewsLast, std::string store,
-                   std::shared_ptr<StoreMemory> memory, bool isOneMoment)
-    : m_reader(std::move(reader)), m_viewsLast(viewsLast), m_isOneMoment(isOneMoment),
+                   std::shared_ptr<StoreMemory> memory, ReadAgain again)
+    : m_reader(std::move(reader)), m_viewsLast(viewsLast), m_again(std::move(again)),
       m_store(std::move(store)), m_memory(std::move(memory))
 {
     const std::string_view keys[] = {Counts::kKey, Description::kKey};
@@ -195,28 +195,36 @@ std::string_view Snapshot::Large(std::size_t attribute, std::uint64_t number, st
     m_reader->Get(Space::Large, keys, [&](std::size_t, std::string_view sealed) {
         form = Unseal(Space::Large, key, m_viewsLast ? sealed : room.assign(sealed));
     });
-    if (form.empty()) {
-        // A value goes after the block that had it.
-        if (!m_isOneMoment && !IsLargeNow(attribute, number))
-            throw Conflict();
+    if (form.empty() && m_again)
+        form = Unseal(Space::Large, key, room = ReadLaterLarge(attribute, number));
+    if (form.empty())
         FailDamaged(Space::Large, key, "is missing");
-    }
     return form;
 }
 
-/// What the block of an object says at this moment, whatever was read of it before.
-bool Snapshot::IsLargeNow(std::size_t attribute, std::uint64_t number)
+/// A block may be of a later moment than its large values, which were there before it, or of an
+/// earlier one than those that have gone since. Returns the value, sealed; throws Conflict where
+/// the block has gone on as well.
+std::string Snapshot::ReadLaterLarge(std::size_t attribute, std::uint64_t number)
 {
     const std::string key = BlockKey(BlockOf(number));
-    const auto sealed = m_reader->GetOne(Space::Blocks, key);
-    if (!sealed)
-        return false;
-    BlockView block(Layout());
-    OpenBlockView(block, key, Unseal(Space::Blocks, key, *sealed), SlotsOfBlock());
-    Cell cell;
-    std::string room;
-    return block.Has(SlotOf(number)) && block.At(attribute, SlotOf(number), cell, room) &&
-           cell.kind == Cell::Kind::Large;
+    for (int look = 0; look < 2;
+         ++look) { // the value may come between its own look and the block's
+        const auto now = m_again();
+        if (auto value = now->GetOne(Space::Large, LargeKey(number, attribute)))
+            return *std::move(value);
+        const auto sealed = now->GetOne(Space::Blocks, key);
+        if (!sealed)
+            throw Conflict();
+        BlockView block(Layout());
+        OpenBlockView(block, key, Unseal(Space::Blocks, key, *sealed), SlotsOfBlock());
+        Cell cell;
+        std::string room;
+        if (!block.Has(SlotOf(number)) || !block.At(attribute, SlotOf(number), cell, room) ||
+            cell.kind != Cell::Kind::Large)
+            throw Conflict();
+    }
+    FailDamaged(Space::Large, LargeKey(number, attribute), "is missing");
 }
 
 std::optional<std::string_view> Snapshot::Value(std::uint64_t number, std::size_t attribute,
@@ -304,11 +312,14 @@ const TextRow& Snapshot::FindTexts(std::size_t attribute, std::uint32_t entry)
 /// counts that have them, were there before it. Null where that does not explain the entry.
 const TextRow* Snapshot::FindLaterTexts(std::size_t attribute, std::uint32_t entry)
 {
-    if (m_isOneMoment || entry >= CountsNow().texts[attribute])
+    if (!m_again)
+        return nullptr;
+    const auto now = m_again();
+    if (entry >= ReadCounts(*now).texts[attribute])
         return nullptr;
     const std::uint32_t row = entry / kEntriesInRow;
     const std::string key = TextKey(attribute, row);
-    auto sealed = m_reader->GetOne(Space::Texts, key);
+    auto sealed = now->GetOne(Space::Texts, key);
     KeptTexts later;
     if (!sealed)
         return nullptr;
@@ -322,15 +333,15 @@ const TextRow* Snapshot::FindLaterTexts(std::size_t attribute, std::uint32_t ent
     return &rows[row].texts;
 }
 
-Counts Snapshot::CountsNow()
+Counts Snapshot::ReadCounts(Reader& reader) const
 {
-    return Counts::Read(m_reader->GetOne(Space::Description, Counts::kKey).value_or(""),
+    return Counts::Read(reader.GetOne(Space::Description, Counts::kKey).value_or(""),
                         GetSchema().attributes.size(), m_store);
 }
 
 bool Snapshot::HasChanged()
 {
-    return !m_isOneMoment && CountsNow().Write() != m_counts.Write();
+    return m_again && ReadCounts(*m_again()).Write() != m_counts.Write();
 }
 
 std::unique_ptr<EntryWalk> Snapshot::Entries(const Range& keys, Direction direction)

@@ -12,6 +12,7 @@
 #include "object/store_memory.h"
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -74,11 +75,14 @@ private:
 class Snapshot
 {
 public:
+    using ReadAgain = std::function<std::unique_ptr<Reader>()>;
+
     /// `store` begins sentences. `viewsLast`: what the reader hands out stays where it is as long
     /// as the reader. `memory` is that of the open store, for snapshots of what is committed alone.
-    /// `isOneMoment`: as Traits::snapshots. Users ask ObjectStore::Read.
+    /// `again`: where readers have no single moment, gives one that begins now. Users ask
+    /// ObjectStore::Read.
     Snapshot(std::shared_ptr<Reader> reader, bool viewsLast, std::string store,
-             std::shared_ptr<StoreMemory> memory = nullptr, bool isOneMoment = true);
+             std::shared_ptr<StoreMemory> memory = nullptr, ReadAgain again = {});
     ~Snapshot();
     Snapshot(const Snapshot&) = delete;
     Snapshot& operator=(const Snapshot&) = delete;
@@ -114,7 +118,7 @@ public:
     /// False where each question may be answered from a later moment than the one before, and a
     /// change that broke may be there in part: an index may name objects that are gone, or that
     /// have another value now.
-    bool IsOneMoment() const { return m_isOneMoment; }
+    bool IsOneMoment() const { return !m_again; }
 
     /// True where IsOneMoment is false and the counts have changed since they were read: what was
     /// read may be of several moments, and what seems damaged may be sound.
@@ -193,14 +197,14 @@ private:
     void ReadTexts(std::span<const std::string> keys);
     std::unique_ptr<RowWalk> Walk(Space space, const Range& range, Direction direction);
     const TextRow& FindTexts(std::size_t attribute, std::uint32_t entry);
-    Counts CountsNow();
+    Counts ReadCounts(Reader& reader) const;
     const TextRow* FindLaterTexts(std::size_t attribute, std::uint32_t entry);
-    bool IsLargeNow(std::size_t attribute, std::uint64_t number);
+    std::string ReadLaterLarge(std::size_t attribute, std::uint64_t number);
     std::string_view Large(std::size_t attribute, std::uint64_t number, std::string& room);
 
     std::shared_ptr<Reader> m_reader;
-    bool m_viewsLast; ///< what the reader hands out stays where it is
-    bool m_isOneMoment;
+    bool m_viewsLast;  ///< what the reader hands out stays where it is
+    ReadAgain m_again; ///< null where there is one moment
     std::string m_store;
     std::shared_ptr<StoreMemory> m_memory; ///< may be null
     std::shared_ptr<const Described> m_described;

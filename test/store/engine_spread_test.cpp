@@ -11,6 +11,7 @@
 #include "object/object_store.h"
 #include "query/predicate.h"
 #include "query/scan.h"
+#include "schema/field_reader.h"
 
 #include <sstream>
 
@@ -191,6 +192,39 @@ TEST_F(SpreadStore, AnswersAsAFileDoes)
     }
     compare();
     ImportSample(address, 50); // into what is there
+    EXPECT_EQ(Check(address), "");
+}
+
+// The second server is met after a change that the coordinator's moment does not have.
+TEST_F(SpreadStore, ReadsWhatCameAfterItsCounts)
+{
+    const std::string address = Prepare("later", "02");
+    ImportSample(address, 400);
+    const auto store = ObjectStore::Open(address, Mode::Change);
+    const auto form = [&](unsigned i) {
+        std::string bytes;
+        TextFault fault;
+        FieldReader(store->About().schema.attributes[kSpecies])
+            .Read(i == 0 ? std::string(3000, 'l') : "later " + std::to_string(i / 2), bytes, fault);
+        return bytes;
+    };
+    const auto early = store->Read();
+    std::vector<std::uint64_t> numbers;
+    store->Change([&](ObjectChange& change) {
+        numbers.clear();
+        std::vector<std::string> forms;
+        for (std::size_t i = 0; i < change.GetSchema().attributes.size(); ++i)
+            forms.push_back(change.Form(1, i));
+        for (unsigned i = 0; i < 160; ++i) {
+            forms[kSpecies] = form(i);
+            numbers.push_back(
+                change.Insert(std::vector<std::string_view>(forms.begin(), forms.end())));
+        }
+    });
+    std::string room;
+    for (unsigned i = 0; i < 160; ++i)
+        EXPECT_EQ(early->Value(numbers[i], kSpecies, room), form(i)) << i;
+    EXPECT_TRUE(early->HasChanged());
     EXPECT_EQ(Check(address), "");
 }
 

@@ -9,6 +9,7 @@ namespace
 {
 
 using ko::store::Error;
+using ko::store::ErrorCode;
 using namespace ko::store::inner;
 using namespace std::string_literals;
 
