@@ -4,6 +4,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstddef>
 #include <cstdlib>
@@ -24,8 +25,8 @@ void Tell() noexcept
         "reading the store went wrong: it is damaged if a check of it finds a fault\n";
     char line[sizeof s_prefix + sizeof kMessage];
     const std::size_t size = std::strlen(s_prefix);
-    std::memcpy(line, s_prefix, size);
-    std::memcpy(line + size, kMessage, sizeof kMessage - 1);
+    std::copy_n(s_prefix, size, line);
+    std::copy_n(kMessage, sizeof kMessage - 1, line + size);
     [[maybe_unused]] const ssize_t put = write(STDERR_FILENO, line, size + sizeof kMessage - 1);
 }
 

@@ -203,14 +203,16 @@ TEST(ObjectStore, TellsLaterMomentsFromDamage)
     for (unsigned i = 0; i < 200; ++i)
         EXPECT_EQ(outcome(*before, numbers[i]), form("later " + std::to_string(i / 2)));
     EXPECT_EQ(outcome(*before, 1), first);
+    EXPECT_GT(read({})->Texts(kKind), before->Texts(kKind) + 2 * kEntriesInRow);
     EXPECT_TRUE(before->HasChanged());
     EXPECT_FALSE(read({})->HasChanged());
     std::ostringstream told;
     EXPECT_THROW(CheckRows(*before, Scratch(), told), Conflict);
 
     // A value that stands by itself comes before its block, and goes while that is at hand.
+    const auto without = read({Space::Description, Space::Texts, Space::Large});
     const std::uint64_t large = add(form(std::string(3000, 'l')));
-    EXPECT_EQ(outcome(*before, large), form(std::string(3000, 'l')));
+    EXPECT_EQ(outcome(*without, large), form(std::string(3000, 'l')));
     for (const bool changes : {true, false}) {
         const auto now = read({});
         std::string room;
@@ -231,7 +233,10 @@ TEST(ObjectStore, TellsLaterMomentsFromDamage)
         for (std::uint32_t row = 0; row < 20; ++row)
             writer.Erase(Space::Texts, TextKey(kKind, row));
     });
-    EXPECT_EQ(outcome(*read({}), numbers[0]), "damaged");
+    const auto torn = read({});
+    EXPECT_GT(std::count_if(numbers.begin(), numbers.end(),
+                            [&](auto number) { return outcome(*torn, number) == "damaged"; }),
+              90);
 }
 
 // A change that broke has left entries of a dictionary that the counts do not have: nobody minds
