@@ -69,7 +69,10 @@ std::unique_ptr<LockedFile> ClaimUnfinished(const std::string& path, bool create
             throw Error(ErrorCode::Io, SystemError(path));
         return ClaimUnfinished(path, create);
     }
-    if (named || (!Has(*file, Mark::Unfinished) && !IsBlank(*file, path)))
+    // One that takes its name, and has not yet got it, belongs to an import that was never told
+    // whole.
+    const bool ours = Has(*file, Mark::Unfinished) || Has(*file, Mark::Naming);
+    if (named || (!ours && !IsBlank(*file, path)))
         throw Error(ErrorCode::Io, path + ": is in the way of a new store: it is a file of "
                                           "somebody's own, not one that an import left unfinished");
     return file;
