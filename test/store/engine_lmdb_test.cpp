@@ -31,20 +31,20 @@ TEST(LmdbEngine, OutlivesKilledWriters)
         const auto size = std::filesystem::file_size(place.Path());
         Killer killer(3, [&] { return (Rewrite(*place.Open(mode), "1 "), true); });
         int last = 1;
-        int killed = 0;
-        for (int i = 0; i < 20; ++i) {
-            killed += killer.Kill([&]() -> bool {
+        int kills = 0;
+        for (; kills < 20 || (last <= 5 && kills < 400); ++kills) { // on a busy machine few get far
+            const bool killed = killer.Kill([&]() -> bool {
                 const auto engine = place.Open(mode);
                 for (int version = last + 1;; ++version) {
                     const auto kept = engine->Read();
                     Rewrite(*engine, std::to_string(version) + " ");
                 }
             });
+            EXPECT_TRUE(killed);
             const int version = std::stoi(VersionOf(place));
             EXPECT_GE(version, last);
             last = version;
         }
-        EXPECT_EQ(killed, 20);
         EXPECT_GT(last, 5);
         Rewrite(*place.Open(Mode::Change), "last ");
         EXPECT_EQ(VersionOf(place), "last ");
