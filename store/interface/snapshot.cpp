@@ -13,8 +13,8 @@ namespace ko::store
 namespace
 {
 
-/// Objects that an answer is asked for together: their blocks are fetched in one round trip, where it
-/// takes any.
+/// Objects that an answer is asked for together: their blocks are fetched in one round trip, where
+/// it takes any.
 constexpr std::size_t kLooked = 4000;
 /// Rows of a batch: it ends behind this many, and mostly with a block, which then is unpacked once.
 constexpr std::size_t kEnough = 256;

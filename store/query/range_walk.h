@@ -37,6 +37,10 @@ public:
     void Collect(std::vector<std::uint64_t>& numbers);
     /// Counts the objects that are left, up to a row of entries more than `most`.
     std::uint64_t Count(std::uint64_t most);
+    /// Counts the entries where few rows hold them all, and a round trip reads them; absent where
+    /// they are more. Those at cut edges count whether they lie inside or not. Nothing else may
+    /// have been asked for.
+    std::optional<std::uint64_t> CountFew();
 
 private:
     Range Keys();

@@ -119,11 +119,13 @@ std::uint64_t Scan::Test(BlockGroups& group)
     return count;
 }
 
-void Scan::Append(const BlockGroups& group, const SlotBits& slots)
+/// What is found is read soon.
+void Scan::Append(BlockGroups& group)
 {
+    group.Keep();
     for (unsigned word = 0; word < group.Block().Words(); ++word) {
         const std::uint64_t first = group.Block().firstObject + std::uint64_t{word} * 64;
-        for (std::uint64_t left = slots[word]; left != 0; left &= left - 1)
+        for (std::uint64_t left = group.Slots()[word]; left != 0; left &= left - 1)
             m_found.push_back(first + static_cast<unsigned>(std::countr_zero(left)));
     }
 }
@@ -141,7 +143,7 @@ bool Scan::NextBlock()
     if (!m_groups->Next())
         return false;
     if (Test(*m_groups) != 0)
-        Append(*m_groups, m_groups->Slots());
+        Append(*m_groups);
     return true;
 }
 
@@ -155,7 +157,7 @@ bool Scan::NextBlocksBackwards()
     AllObjects window(m_snapshot, first, m_last);
     while (window.Next()) {
         if (Test(window) != 0)
-            Append(window, window.Slots());
+            Append(window);
     }
     std::reverse(m_found.begin(), m_found.end());
     m_last = first - 1;
@@ -183,7 +185,7 @@ bool Scan::NextInOrder(std::size_t most)
     NumberedObjects groups(m_snapshot, m_candidates, m_tested);
     while (groups.Next()) {
         if (Test(groups) != 0)
-            Append(groups, groups.Slots());
+            Append(groups);
     }
     std::vector<std::uint64_t> passed;
     passed.swap(m_found);
