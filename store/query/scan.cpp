@@ -134,11 +134,12 @@ bool Scan::NextBlock()
 {
     if (m_groups == nullptr)
         CollectNumbers();
-    if (m_walk && !m_filter) { // nothing to look at in blocks
+    if (m_walk && !m_filter) { // nothing to look at in blocks: all of them are found at once
+        if (m_candidates.empty())
+            return false;
         m_looked += m_candidates.size();
-        m_found = std::move(m_candidates);
-        m_candidates.clear();
-        return !m_found.empty();
+        m_found.swap(m_candidates);
+        return true;
     }
     if (!m_groups->Next())
         return false;
@@ -208,8 +209,9 @@ std::span<const std::uint64_t> Scan::Next(std::size_t most)
     if (m_taken == m_found.size()) {
         m_found.clear();
         m_taken = 0;
-        // The few that are asked for first may not meet the condition.
-        const bool together = m_filter && m_snapshot.IsAfar() && m_order == ScanOrder::Numbers;
+        // What they have is read together, and the few that are looked at first may not meet the
+        // condition.
+        const bool together = m_snapshot.IsAfar() && m_order == ScanOrder::Numbers;
         const std::size_t enough = together ? std::min(most, kMostTogether) : 1;
         for (std::size_t look = most; m_found.size() < enough && NextFound(look);)
             look = std::min(look, kMostTogether) * 2;
