@@ -43,7 +43,7 @@ public:
     }
 
 private:
-    /// Twenty times what a thousand rows of entries cost, which RangeWalk::CountFew reads.
+    /// Many times what the rows of entries cost that RangeWalk::CountFew reads.
     static constexpr double kCountingPays = 1'000'000.0;
     /// A block is looked up and its checksum proved, whatever is wanted of it.
     static constexpr double kBlockCost = 2000.0;

@@ -346,8 +346,8 @@ Plan MakePlan(Snapshot& snapshot, const Condition& condition, bool countOnly)
         plan.ranges.emplace(attribute, part.range);
         consider(part.range, part.share);
     }
-    // An estimate knows the ends of an index and nothing of what lies between. Before all objects
-    // are read for it, it is proved.
+    // An estimate knows the ends of an index and nothing of what lies between: before all objects
+    // are read because of one, the entries are counted.
     for (const auto& [attribute, part] : estimate.parts) {
         if (plan.range || !Costs::IsWorthCounting(lowestCost))
             break;

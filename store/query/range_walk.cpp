@@ -192,10 +192,10 @@ std::optional<std::uint64_t> RangeWalk::CountFew()
     constexpr std::size_t kFew = 1000;
     m_walk->ReadMany();
     std::uint64_t count = 0;
-    for (std::size_t rows = 0; m_walk->Next(); ++rows) {
-        if (rows == kFew)
-            return std::nullopt;
+    for (std::size_t rows = 0; m_walk->Next();) {
         count += m_walk->Numbers().count;
+        if (++rows == kFew)
+            return std::nullopt;
     }
     return count;
 }

@@ -37,9 +37,9 @@ public:
     void Collect(std::vector<std::uint64_t>& numbers);
     /// Counts the objects that are left, up to a row of entries more than `most`.
     std::uint64_t Count(std::uint64_t most);
-    /// Counts the entries where few rows hold them all, and a round trip reads them; absent where
-    /// they are more. Those at cut edges count whether they lie inside or not. Nothing else may
-    /// have been asked for.
+    /// Counts the objects where fewer than a thousand rows of entries hold them all, which one
+    /// round trip reads; absent where they are more. Those at cut edges count whether they lie
+    /// inside or not. Afterwards the walk serves no more.
     std::optional<std::uint64_t> CountFew();
 
 private:
