@@ -122,6 +122,7 @@ void Snapshot::FetchForms(std::span<const std::uint64_t> numbers,
         }
     }
     std::vector<std::string> texts;
+    texts.reserve(rows.size());
     for (const auto& [attribute, row] : rows)
         texts.push_back(TextKey(attribute, row));
     std::sort(texts.begin(), texts.end());
