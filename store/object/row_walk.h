@@ -25,6 +25,8 @@ public:
     /// Of the row, without its checksum. Valid until Next.
     std::string_view Key() const { return m_key; }
     std::string_view Bytes() const { return m_bytes; }
+    /// The same with it.
+    std::string_view Sealed() const { return m_rows[m_at - 1].value; }
 
 private:
     void ProveStart(Reader& reader, const Range& range) const;

@@ -137,12 +137,9 @@ BlockView* Snapshot::Block(std::uint64_t block)
         OpenBlockView(open->view, key, Proved(block, key, sealed), SlotsOfBlock());
         open->isOpen = true;
     };
-    if (!m_fetched.empty()) {
-        const auto fetched = m_fetched.find(block);
-        if (fetched != m_fetched.end()) {
-            take(fetched->second);
-            return &open->view;
-        }
+    if (const std::string* const fetched = FindFetched(block); fetched != nullptr) {
+        take(*fetched);
+        return &open->view;
     }
     const std::string_view keys[] = {key};
     m_reader->Get(Space::Blocks, keys, [&](std::size_t, std::string_view sealed) {

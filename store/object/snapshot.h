@@ -36,6 +36,8 @@ public:
     std::uint64_t Number() const { return m_number; }
     /// The number of the object in slot 0.
     std::uint64_t FirstObject() const { return m_number * m_slotsOfBlock; }
+    /// Its bytes with their checksum. Valid until Next.
+    std::string_view Sealed() const { return m_rows->Sealed(); }
     /// Valid until Next.
     BlockView& Block() { return m_block; }
 
@@ -135,6 +137,8 @@ public:
     /// The blocks from `first` to `last`.
     std::unique_ptr<BlockWalk> Blocks(std::uint64_t first = 0,
                                       std::uint64_t last = kMaxObjectNumber);
+    /// Keeps the block that a walk is at for Block, where that would cost a round trip otherwise.
+    void Keep(const BlockWalk& walk);
 
     /// The form of a cell of an object; empty for an absent value. It points to where the cell's
     /// form does, into the snapshot (until its end), or into `room`.
@@ -189,6 +193,9 @@ private:
 
     std::string_view Proved(std::uint64_t block, std::string_view key, std::string_view sealed);
     void CloseBlocks();
+    std::size_t MostFetched() const;
+    const std::string* FindFetched(std::uint64_t block) const;
+    void MakeRoom(std::span<const std::uint64_t> wanted);
     void FetchBlocks(std::vector<std::uint64_t>& blocks);
     void FetchForms(std::span<const std::uint64_t> numbers,
                     std::span<const std::size_t> attributes);
@@ -210,11 +217,13 @@ private:
     std::shared_ptr<const Described> m_described;
     unsigned m_slotsOfBlock = 0;
     Counts m_counts;
-    std::vector<std::unique_ptr<OpenBlock>> m_blocks;         ///< by their numbers' remainders
-    std::vector<bool> m_proved;                               ///< blocks whose checksums are right
-    std::vector<KeptDictionary> m_texts;                      ///< by attribute
-    std::vector<KeptTexts> m_outgrown;                        ///< rows that were read again
-    std::unordered_map<std::uint64_t, std::string> m_fetched; ///< blocks, sealed
+    std::vector<std::unique_ptr<OpenBlock>> m_blocks; ///< by their numbers' remainders
+    std::vector<bool> m_proved;                       ///< blocks whose checksums are right
+    std::vector<KeptDictionary> m_texts;              ///< by attribute
+    std::vector<KeptTexts> m_outgrown;                ///< rows that were read again
+    using FetchedBlocks = std::unordered_map<std::uint64_t, std::string>; // by number, sealed
+    FetchedBlocks m_fetched;
+    FetchedBlocks m_fetchedBefore;                                  ///< which go first
     std::map<std::string, std::string, std::less<>> m_fetchedLarge; ///< values, sealed
     std::size_t m_fetchedLargeBytes = 0;
 };

@@ -11,8 +11,8 @@ namespace ko::store::inner
 namespace
 {
 
-/// Objects that are asked for together where all of them are needed.
-constexpr std::size_t kTogether = 4096;
+/// Objects that are asked for together where all of them are needed: as many as are fetched so.
+constexpr std::size_t kTogether = 4000;
 
 /// Holds the objects of an answer that no index brings in order, or the first `limit` of them.
 class Sorter
@@ -150,7 +150,11 @@ void Answer::Sort()
     std::string room;
     Scan& scan = Start();
     for (auto numbers = scan.Next(kTogether); !numbers.empty(); numbers = scan.Next(kTogether)) {
-        for (const std::uint64_t number : numbers) {
+        std::size_t fetched = 0;
+        for (std::size_t i = 0; i < numbers.size(); ++i) {
+            const std::uint64_t number = numbers[i];
+            if (i == fetched && !byId)
+                fetched += m_snapshot.Fetch(numbers.subspan(i), {&*m_order, 1});
             const auto form = byId ? std::string_view() : m_snapshot.Value(number, *m_order, room);
             if (!form)
                 FailNoObject(m_snapshot, number);

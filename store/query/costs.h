@@ -35,7 +35,16 @@ public:
         return met * kBlockCost + found * kFetchCost;
     }
 
+    /// Whether to count a range before the estimate decides for a way that costs so much.
+    static bool IsWorthCounting(double cost) { return cost > kCountingPays; }
+    double ShareOf(std::uint64_t objects) const
+    {
+        return std::min(static_cast<double>(objects) / std::max(m_objects, 1.0), 1.0);
+    }
+
 private:
+    /// Many times what the rows of entries cost that RangeWalk::CountFew reads.
+    static constexpr double kCountingPays = 1'000'000.0;
     /// A block is looked up and its checksum proved, whatever is wanted of it.
     static constexpr double kBlockCost = 2000.0;
     /// An object, where a condition tests whole columns: 3 for a text of a dictionary, 12 for a

@@ -3,6 +3,7 @@
 #include "query/costs.h"
 #include "query/index_ends.h"
 #include "query/operators.h"
+#include "query/range_walk.h"
 
 #include <kotypevl.h>
 
@@ -331,16 +332,29 @@ Plan MakePlan(Snapshot& snapshot, const Condition& condition, bool countOnly)
     plan.share = estimate.share;
     const Costs costs(snapshot);
     double lowestCost = costs.InOrder(1.0);
+    const auto consider = [&](const IndexRange& range, double share) {
+        const double cost = range.attribute == kObjectIdIndex ? costs.InOrder(share)
+                            : countOnly && range.exact        ? costs.Entries(share)
+                                                              : costs.ByIndex(share);
+        if (cost >= lowestCost)
+            return;
+        lowestCost = cost;
+        plan.range = range;
+        plan.rangeShare = share;
+    };
     for (const auto& [attribute, part] : estimate.parts) {
         plan.ranges.emplace(attribute, part.range);
-        const double cost = attribute == kObjectIdIndex     ? costs.InOrder(part.share)
-                            : countOnly && part.range.exact ? costs.Entries(part.share)
-                                                            : costs.ByIndex(part.share);
-        if (cost >= lowestCost)
+        consider(part.range, part.share);
+    }
+    // An estimate knows the ends of an index and nothing of what lies between: before all objects
+    // are read because of one, the entries are counted.
+    for (const auto& [attribute, part] : estimate.parts) {
+        if (plan.range || !Costs::IsWorthCounting(lowestCost))
+            break;
+        if (attribute == kObjectIdIndex || !(HasLow(part.range) || part.range.high))
             continue;
-        lowestCost = cost;
-        plan.range = part.range;
-        plan.rangeShare = part.share;
+        if (const auto count = RangeWalk(snapshot, part.range, ScanOrder::Numbers).CountFew())
+            consider(part.range, costs.ShareOf(*count));
     }
     return plan;
 }

@@ -187,4 +187,17 @@ std::uint64_t RangeWalk::Count(std::uint64_t most)
     return count;
 }
 
+std::optional<std::uint64_t> RangeWalk::CountFew()
+{
+    constexpr std::size_t kFew = 1000;
+    m_walk->ReadMany();
+    std::uint64_t count = 0;
+    for (std::size_t rows = 0; m_walk->Next();) {
+        count += m_walk->Numbers().count;
+        if (++rows == kFew)
+            return std::nullopt;
+    }
+    return count;
+}
+
 } // namespace ko::store::inner

@@ -37,6 +37,10 @@ public:
     void Collect(std::vector<std::uint64_t>& numbers);
     /// Counts the objects that are left, up to a row of entries more than `most`.
     std::uint64_t Count(std::uint64_t most);
+    /// Counts the objects where fewer than a thousand rows of entries hold them all, which one
+    /// round trip reads; absent where they are more. Those at cut edges count whether they lie
+    /// inside or not. Afterwards the walk serves no more.
+    std::optional<std::uint64_t> CountFew();
 
 private:
     Range Keys();

@@ -119,11 +119,13 @@ std::uint64_t Scan::Test(BlockGroups& group)
     return count;
 }
 
-void Scan::Append(const BlockGroups& group, const SlotBits& slots)
+/// What is found is read soon.
+void Scan::Append(BlockGroups& group)
 {
+    group.Keep();
     for (unsigned word = 0; word < group.Block().Words(); ++word) {
         const std::uint64_t first = group.Block().firstObject + std::uint64_t{word} * 64;
-        for (std::uint64_t left = slots[word]; left != 0; left &= left - 1)
+        for (std::uint64_t left = group.Slots()[word]; left != 0; left &= left - 1)
             m_found.push_back(first + static_cast<unsigned>(std::countr_zero(left)));
     }
 }
@@ -132,16 +134,17 @@ bool Scan::NextBlock()
 {
     if (m_groups == nullptr)
         CollectNumbers();
-    if (m_walk && !m_filter) { // nothing to look at in blocks
+    if (m_walk && !m_filter) { // nothing to look at in blocks: all of them are found at once
+        if (m_candidates.empty())
+            return false;
         m_looked += m_candidates.size();
-        m_found = std::move(m_candidates);
-        m_candidates.clear();
-        return !m_found.empty();
+        m_found.swap(m_candidates);
+        return true;
     }
     if (!m_groups->Next())
         return false;
     if (Test(*m_groups) != 0)
-        Append(*m_groups, m_groups->Slots());
+        Append(*m_groups);
     return true;
 }
 
@@ -155,7 +158,7 @@ bool Scan::NextBlocksBackwards()
     AllObjects window(m_snapshot, first, m_last);
     while (window.Next()) {
         if (Test(window) != 0)
-            Append(window, window.Slots());
+            Append(window);
     }
     std::reverse(m_found.begin(), m_found.end());
     m_last = first - 1;
@@ -183,7 +186,7 @@ bool Scan::NextInOrder(std::size_t most)
     NumberedObjects groups(m_snapshot, m_candidates, m_tested);
     while (groups.Next()) {
         if (Test(groups) != 0)
-            Append(groups, groups.Slots());
+            Append(groups);
     }
     std::vector<std::uint64_t> passed;
     passed.swap(m_found);
@@ -206,8 +209,9 @@ std::span<const std::uint64_t> Scan::Next(std::size_t most)
     if (m_taken == m_found.size()) {
         m_found.clear();
         m_taken = 0;
-        // The few that are asked for first may not meet the condition.
-        const bool together = m_filter && m_snapshot.IsAfar() && m_order == ScanOrder::Numbers;
+        // What they have is read together, and the few that are looked at first may not meet the
+        // condition.
+        const bool together = m_snapshot.IsAfar() && m_order == ScanOrder::Numbers;
         const std::size_t enough = together ? std::min(most, kMostTogether) : 1;
         for (std::size_t look = most; m_found.size() < enough && NextFound(look);)
             look = std::min(look, kMostTogether) * 2;

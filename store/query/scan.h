@@ -46,7 +46,7 @@ private:
     bool NextBlock();
     bool NextBlocksBackwards();
     bool NextInOrder(std::size_t most);
-    void Append(const BlockGroups& group, const SlotBits& slots);
+    void Append(BlockGroups& group);
     std::uint64_t Test(BlockGroups& group);
 
     Snapshot& m_snapshot;

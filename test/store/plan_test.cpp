@@ -2,6 +2,7 @@
 #include "store/generated_store.h"
 #include "store/random_predicate.h"
 #include "store/sample.h"
+#include "store/things.h"
 
 #include "object/copy_store.h"
 #include "query/explain.h"
@@ -167,6 +168,39 @@ TEST(Plan, ExplainsItsChoice)
             .out;
     for (const char* part : {"plan: all objects", "species = \"*hawk*\"i", "not phase", "100 %"})
         EXPECT_NE(table.find(part), std::string::npos) << part << "\n" << table;
+}
+
+// One low value makes all others look alike: whatever is below one of them seems to be nearly all.
+TEST(Plan, CountsBeforeItReadsEverything)
+{
+    constexpr std::uint64_t kObjects = 120'000;
+    FilePlace place;
+    const Schema schema = Schema::FromJson(
+        R"({"class": "Thing", "attributes": [
+            {"name": "size", "column": "size", "type": "o_4b", "index": true}]})",
+        "schema");
+    const auto bulk = Bulk::Create(place.Load(), schema, Scratch());
+    for (std::uint64_t i = 1; i <= kObjects; ++i) {
+        const auto size = i == kObjects ? 0 : 1'000'000 + i % 500;
+        const std::vector<std::string> forms{FormOf(schema.attributes[0], std::to_string(size))};
+        FormMemo memo;
+        FormMemo* memos[] = {&memo};
+        bulk->Add(Views(forms), memos);
+    }
+    bulk->Commit();
+    const auto snapshot = ObjectStore::Open(place.Path(), Mode::Read)->Read();
+    const struct {
+        const char* text;
+        double share; ///< of the index that is read; 1: all objects are
+    } kCases[] = {
+        {"size < 1000005", 0.01}, {"size < 1000250", 1.0}, {"size < 1000000", 1.0 / kObjects}};
+    for (const auto& c : kCases) {
+        const Condition condition =
+            Condition::Make(ParsePredicate(c.text), c.text, snapshot->GetSchema());
+        const Plan plan = MakePlan(*snapshot, condition, false);
+        EXPECT_EQ(plan.range.has_value(), c.share < 1.0) << c.text;
+        EXPECT_NEAR(plan.rangeShare, c.share, 0.0001) << c.text;
+    }
 }
 
 } // namespace
