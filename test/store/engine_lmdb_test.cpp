@@ -118,11 +118,11 @@ TEST(LmdbEngine, TakesTurnsWithOtherProcesses)
             Rewrite(*place.Open(Mode::Change), std::to_string(i) + " ");
         return true;
     };
-    std::thread others([&] { EXPECT_EQ(InProcess(write), 0); });
+    const pid_t other = StartProcess(write);
     for (int i = 0; i < 20; ++i)
         EXPECT_FALSE(VersionOf(place).empty());
     EXPECT_TRUE(write());
-    others.join();
+    EXPECT_EQ(EndOf(other), 0);
     EXPECT_EQ(VersionOf(place), "19 ");
     const auto only = place.Open(Mode::Grow);
     EXPECT_NE(InProcess([&] { return Sentence([&] { place.Open(Mode::Grow); }).empty(); }), 0);
