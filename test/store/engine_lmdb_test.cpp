@@ -15,7 +15,6 @@
 #include <cstdlib>
 #include <functional>
 #include <random>
-#include <thread>
 
 namespace
 {
