@@ -1,0 +1,415 @@
+// How far the estimates that statistics give are from the truth, over tables of many kinds: the
+// median, the 90th and the 99th percentile of the larger of estimate and truth through the smaller,
+// at least one object each, for random single conditions and for predicates of two or three. Then
+// what gathering took for each value and an estimate for each predicate.
+//
+//     statistics_accuracy [CONDITIONS [ROWS [SEED [CSV SCHEMA.json]]]]
+
+#include "store/random_predicate.h"
+#include "store/test_files.h"
+
+#include "block/dictionary.h"
+#include "import/csv_reader.h"
+#include "query/condition_question.h"
+#include "schema/field_reader.h"
+#include "statistics/estimator.h"
+#include "statistics/statistics_builder.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <map>
+#include <random>
+#include <unordered_map>
+
+namespace
+{
+
+using namespace ko::store;
+using namespace ko::store::inner;
+using Clock = std::chrono::steady_clock;
+
+double Nanoseconds(Clock::time_point since)
+{
+    return std::chrono::duration<double, std::nano>(Clock::now() - since).count();
+}
+
+/// Rows in memory: of each attribute the texts and forms of its values, and of each row which one.
+struct Table {
+    explicit Table(Schema schema_) : schema(std::move(schema_))
+    {
+        for (const Attribute& attribute : schema.attributes)
+            columns.emplace_back(attribute);
+    }
+
+    struct Column {
+        explicit Column(const Attribute& attribute) : reader(attribute) {}
+
+        void Add(const std::string& text)
+        {
+            const auto [at, isNew] = known.try_emplace(text, 0);
+            if (isNew) {
+                std::string form;
+                TextFault fault;
+                if (reader.Read(text, form, fault) == FieldReader::Result::Refused)
+                    throw std::runtime_error("\"" + text + "\" is refused: " + fault.reason);
+                at->second = static_cast<std::uint32_t>(forms.size());
+                forms.push_back(form);
+                texts.push_back(text);
+            }
+            rows.push_back(at->second);
+        }
+
+        FieldReader reader;
+        std::unordered_map<std::string, std::uint32_t> known;
+        std::vector<std::string> texts;
+        std::vector<std::string> forms; ///< empty: null
+        std::vector<std::uint32_t> rows;
+    };
+
+    std::size_t Rows() const { return columns[0].rows.size(); }
+
+    Schema schema;
+    std::vector<Column> columns;
+};
+
+/// Statistics that were gathered as an import does, and read back.
+struct Gathered {
+    explicit Gathered(const Table& table)
+    {
+        const std::size_t attributes = table.columns.size();
+        StatisticsBuilder builder(table.schema, 16U << 20);
+        std::vector<Dictionary> dictionaries(attributes);
+        std::vector<std::vector<std::uint32_t>> hints;
+        std::vector<Cell> cells(table.Rows() * attributes);
+        for (std::size_t i = 0; i < attributes; ++i) {
+            const Table::Column& column = table.columns[i];
+            hints.emplace_back(column.forms.size());
+            for (std::size_t row = 0; row < table.Rows(); ++row) {
+                const std::string& form = column.forms[column.rows[row]];
+                const bool varies = table.schema.attributes[i].type.FixedSize() == 0;
+                cells[row * attributes + i] =
+                    varies ? dictionaries[i].Place(form) : Cell::OfForm(form);
+            }
+        }
+        auto start = Clock::now();
+        for (std::size_t row = 0; row < table.Rows(); ++row) {
+            builder.Begin(row + 1);
+            for (std::size_t i = 0; i < attributes; ++i) {
+                const std::uint32_t value = table.columns[i].rows[row];
+                builder.Add(i, cells[row * attributes + i], table.columns[i].forms[value],
+                            hints[i][value]);
+            }
+        }
+        perValue = Nanoseconds(start) / static_cast<double>(table.Rows() * attributes);
+        start = Clock::now();
+        builder.Finish([&](std::size_t attribute,
+                           std::uint32_t entry) { return dictionaries[attribute].Form(entry); },
+                       [&](std::string_view key, std::string_view sealed) {
+                           rows[std::string(key)] = sealed;
+                           bytes += sealed.size();
+                       });
+        finish = Nanoseconds(start);
+        statistics = Statistics::Open(table.schema, [this](const std::string& key) {
+            const auto row = rows.find(key);
+            return row == rows.end() ? std::nullopt : std::optional<std::string_view>(row->second);
+        });
+        start = Clock::now();
+        for (std::size_t i = 0; i < attributes; ++i)
+            statistics->RestBefore(i);
+        load = Nanoseconds(start);
+    }
+
+    double perValue;
+    double finish;
+    double load;
+    std::size_t bytes = 0;
+    std::map<std::string, std::string> rows;
+    std::unique_ptr<Statistics> statistics;
+};
+
+/// Random conditions and the number of rows that meet them.
+class Conditions
+{
+public:
+    Conditions(const Table& table, unsigned seed) : m_table(table), m_random(seed) {}
+
+    std::size_t Below(std::size_t end) { return m_random() % end; }
+
+    std::string Single()
+    {
+        const std::size_t at = Below(m_table.columns.size());
+        const Attribute& attribute = m_table.schema.attributes[at];
+        const Table::Column& column = m_table.columns[at];
+        // Half of the literals are as frequent as their values, half are any of these.
+        const std::size_t value =
+            Below(2) == 0 ? column.rows[Below(column.rows.size())] : Below(column.forms.size());
+        const std::string& text = column.texts[value];
+        if (column.forms[value].empty() || Below(20) == 0)
+            return attribute.name + (Below(2) == 0 ? " is null" : " is not null");
+        static const char* const kOperators[] = {" = ",  " = ", " != ", " < ",
+                                                 " <= ", " > ", " >= "};
+        if (attribute.type.HasPatterns() && Below(4) == 0)
+            return attribute.name + " = " + Pattern(text);
+        return attribute.name + kOperators[Below(7)] + RandomPredicates::Quoted(text);
+    }
+
+    /// Two or three conditions, "and" twice as often as "or", some with "not".
+    std::string Several()
+    {
+        static const char* const kBetween[] = {" and ", " and ", " or "};
+        const auto one = [&] { return (Below(10) == 0 ? "not " : "") + Single(); };
+        if (Below(2) == 0)
+            return one() + kBetween[Below(3)] + one();
+        const std::string two = "(" + one() + kBetween[Below(3)] + one() + ")";
+        return two + kBetween[Below(3)] + one();
+    }
+
+    std::size_t Truth(const Condition& condition)
+    {
+        const std::vector<Truth_> truths = OfRows(condition);
+        return static_cast<std::size_t>(std::count(truths.begin(), truths.end(), kTrue));
+    }
+
+private:
+    enum Truth_ : std::uint8_t { kFalse, kUnknown, kTrue };
+
+    std::string Pattern(const std::string& text)
+    {
+        const auto part = [&](std::size_t from, std::size_t size) {
+            const std::size_t begin = RandomPredicates::Cut(text, from);
+            const std::size_t end = RandomPredicates::Cut(text, from + size);
+            std::string quoted = RandomPredicates::Quoted(text.substr(begin, end - begin));
+            return quoted.substr(1, quoted.size() - 2);
+        };
+        switch (Below(3)) {
+        case 0:
+            return "\"" + part(0, 1 + Below(6)) + "*\"";
+        case 1:
+            return "\"*" + part(Below(text.size() + 1), 2 + Below(4)) + "*\"";
+        default:
+            return RandomPredicates::Quoted(text) + "i";
+        }
+    }
+
+    std::vector<Truth_> OfRows(const Condition& condition)
+    {
+        std::vector<Truth_> truths(m_table.Rows());
+        if (condition.parts.empty()) {
+            const Table::Column& column = m_table.columns[condition.attribute];
+            std::vector<Truth_> ofValue;
+            for (const std::string& form : column.forms) {
+                const Truth truth = condition.Test(form);
+                ofValue.push_back(truth == Truth::True      ? kTrue
+                                  : truth == Truth::Unknown ? kUnknown
+                                                            : kFalse);
+            }
+            for (std::size_t row = 0; row < truths.size(); ++row)
+                truths[row] = ofValue[column.rows[row]];
+            return truths;
+        }
+        truths = OfRows(condition.parts[0]);
+        if (condition.kind == Predicate::Kind::Not) {
+            for (Truth_& truth : truths)
+                truth = static_cast<Truth_>(kTrue - truth);
+        }
+        for (std::size_t part = 1; part < condition.parts.size(); ++part) {
+            const std::vector<Truth_> others = OfRows(condition.parts[part]);
+            for (std::size_t row = 0; row < truths.size(); ++row)
+                truths[row] = condition.kind == Predicate::Kind::And
+                                  ? std::min(truths[row], others[row])
+                                  : std::max(truths[row], others[row]);
+        }
+        return truths;
+    }
+
+    const Table& m_table;
+    std::mt19937_64 m_random;
+};
+
+struct Errors {
+    struct One {
+        double error;
+        double estimate;
+        double truth;
+        std::string predicate;
+    };
+    std::vector<One> all;
+    std::vector<double> times;
+
+    void Print(const char* table, const char* kind)
+    {
+        const auto percentile = [](auto& sorted, std::size_t percent) -> auto&
+        {
+            return sorted[std::min(sorted.size() - 1, sorted.size() * percent / 100)];
+        };
+        std::sort(all.begin(), all.end(),
+                  [](const One& a, const One& b) { return a.error < b.error; });
+        std::sort(times.begin(), times.end());
+        std::printf("%-12s %-10s %8.3f %8.3f %8.2f %10.1f %10.1f\n", table, kind,
+                    percentile(all, 50).error, percentile(all, 90).error, percentile(all, 99).error,
+                    percentile(times, 50) / 1000, percentile(times, 99) / 1000);
+        if (std::getenv("KOTM_WORST") == nullptr)
+            return;
+        for (std::size_t i = all.size() - std::min<std::size_t>(all.size(), 25); i < all.size();
+             ++i)
+            std::printf("    %8.2f  estimate %.1f truth %.0f  %s\n", all[i].error, all[i].estimate,
+                        all[i].truth, all[i].predicate.c_str());
+    }
+};
+
+Errors::One Measure(const Table& table, Statistics& statistics, Conditions& conditions,
+                    const std::string& predicate, std::vector<double>& times)
+{
+    const Condition condition = Condition::Make(ParsePredicate(predicate), predicate, table.schema);
+    const auto start = Clock::now();
+    const Question question = QuestionOf(condition);
+    const double estimate = std::max(Estimator(statistics).Of(question).objects, 1.0);
+    times.push_back(Nanoseconds(start));
+    const double truth = std::max(static_cast<double>(conditions.Truth(condition)), 1.0);
+    return {std::max(estimate / truth, truth / estimate), estimate, truth, predicate};
+}
+
+void Report(const char* name, const Table& table, std::size_t count, unsigned seed, Errors& singles,
+            Errors& several)
+{
+    const Gathered gathered(table);
+    Conditions conditions(table, seed);
+    Errors single;
+    Errors more;
+    for (std::size_t i = 0; i < count; ++i) {
+        single.all.push_back(
+            Measure(table, *gathered.statistics, conditions, conditions.Single(), single.times));
+        more.all.push_back(
+            Measure(table, *gathered.statistics, conditions, conditions.Several(), more.times));
+    }
+    for (const auto& [from, to] : {std::pair(&single, &singles), std::pair(&more, &several)}) {
+        to->all.insert(to->all.end(), from->all.begin(), from->all.end());
+        to->times.insert(to->times.end(), from->times.begin(), from->times.end());
+    }
+    single.Print(name, "single");
+    more.Print(name, "several");
+    std::printf(
+        "    %zu objects, %zu attributes: gathering %.1f ns a value and %.1f ms in the end; "
+        "%.2f MB, loaded in %.2f ms\n",
+        table.Rows(), table.columns.size(), gathered.perValue, gathered.finish / 1e6,
+        static_cast<double>(gathered.bytes) / 1e6, gathered.load / 1e6);
+    std::fflush(stdout);
+}
+
+Table FromCsv(const std::string& path, const std::string& schemaPath)
+{
+    Table table(Schema::FromJson(ReadAll(schemaPath), schemaPath));
+    CsvReader csv(path);
+    std::vector<std::size_t> columns;
+    if (csv.Next() != CsvReader::Result::Row)
+        throw std::runtime_error(path + " has no header");
+    for (const Attribute& attribute : table.schema.attributes) {
+        const auto found = std::find(csv.Fields().begin(), csv.Fields().end(), attribute.column);
+        columns.push_back(static_cast<std::size_t>(found - csv.Fields().begin()));
+    }
+    while (csv.Next() == CsvReader::Result::Row) {
+        for (std::size_t i = 0; i < columns.size(); ++i)
+            table.columns[i].Add(std::string(csv.Fields()[columns[i]]));
+    }
+    return table;
+}
+
+/// Rows at random out of those of a table, with other numbers and dates.
+Table Enlarged(const Table& small, std::size_t rows, std::mt19937_64& random)
+{
+    Table table(small.schema);
+    for (std::size_t row = 0; row < rows; ++row) {
+        const std::size_t from = random() % small.Rows();
+        for (std::size_t i = 0; i < small.columns.size(); ++i) {
+            std::string text = small.columns[i].texts[small.columns[i].rows[from]];
+            const ValueType& type = small.schema.attributes[i].type;
+            if (type.NumberKind() == ValueType::Number::Integer && !text.empty() && text != "0")
+                text = std::to_string(std::stoll(text) + static_cast<long long>(random() % 20));
+            table.columns[i].Add(text);
+        }
+    }
+    return table;
+}
+
+/// Frequencies that fall by a power of the rank, correlated attributes, nearly nothing but null,
+/// one value, long common beginnings, dates, floating numbers, and numbers that never repeat.
+Table Generated(std::size_t rows, std::mt19937_64& random)
+{
+    Table table(Schema::FromJson(R"({"class": "Made", "attributes": [
+      {"name": "zipf", "column": "zipf", "type": "o_4b"},
+      {"name": "word", "column": "word", "type": "KoString"},
+      {"name": "like", "column": "like", "type": "KoString"},
+      {"name": "near", "column": "near", "type": "o_4b"},
+      {"name": "rare", "column": "rare", "type": "KoNull_int"},
+      {"name": "one", "column": "one", "type": "o_4b"},
+      {"name": "path", "column": "path", "type": "KoString"},
+      {"name": "day", "column": "day", "type": "KoDate", "format": "%Y-%m-%d"},
+      {"name": "size", "column": "size", "type": "o_double"},
+      {"name": "id", "column": "id", "type": "o_8b"}]})",
+                                 "made"));
+    const auto uniform = [&] { return static_cast<double>(random() >> 11) * 0x1p-53; };
+    const auto rank = [&](double most) { return std::floor(std::pow(most, uniform())); };
+    for (std::size_t row = 0; row < rows; ++row) {
+        const int zipf = static_cast<int>(rank(100'000));
+        const auto word = static_cast<unsigned>(rank(30'000));
+        std::string spelled;
+        for (unsigned left = word * 2654435761U % 100'000; left != 0; left /= 26)
+            spelled += static_cast<char>('a' + left % 26);
+        const double size = std::exp(3.0 * std::sqrt(-2.0 * std::log(1.0 - uniform())) *
+                                     std::cos(6.283185307179586 * uniform()));
+        char text[64];
+        const auto add = [&](std::size_t at, const std::string& value) {
+            table.columns[at].Add(value);
+        };
+        add(0, std::to_string(zipf));
+        add(1, spelled.empty() ? "a" : spelled);
+        add(2, (uniform() < 0.9 ? spelled.substr(0, 2) : std::to_string(random() % 50)) + "-like");
+        add(3, std::to_string(zipf / 10 + static_cast<int>(random() % 20)));
+        add(4, uniform() < 0.9 ? "" : std::to_string(random() % 5000));
+        add(5, "7");
+        std::snprintf(text, sizeof text, "/archive/of/all/files/%02u/%06u.dat",
+                      static_cast<unsigned>(rank(40)), static_cast<unsigned>(random() % 900'000));
+        add(6, text);
+        std::snprintf(text, sizeof text, "%04u-%02u-%02u", static_cast<unsigned>(2024 - rank(30)),
+                      static_cast<unsigned>(1 + random() % 12),
+                      static_cast<unsigned>(1 + random() % 28));
+        add(7, text);
+        std::snprintf(text, sizeof text, "%.9g", size);
+        add(8, text);
+        add(9, std::to_string(row * 3 + 1'000'000));
+    }
+    return table;
+}
+
+} // namespace
+
+int main(int count, char** arguments)
+{
+    const auto number = [&](int at, unsigned long otherwise) {
+        return count > at ? std::strtoul(arguments[at], nullptr, 10) : otherwise;
+    };
+    const std::size_t conditions = number(1, 1500);
+    const std::size_t rows = number(2, 200'000);
+    const auto seed = static_cast<unsigned>(number(3, 1));
+    std::printf("%-12s %-10s %8s %8s %8s %10s %10s\n", "table", "predicates", "median", "90", "99",
+                "us median", "us 99");
+    Errors singles;
+    Errors several;
+    if (count > 5) {
+        Report("file", FromCsv(arguments[4], arguments[5]), conditions, seed, singles, several);
+        return 0;
+    }
+    std::mt19937_64 random(seed);
+    const Table sample =
+        FromCsv(KOTM_EXAMPLES "/birdstrikes.csv", KOTM_EXAMPLES "/birdstrikes.schema.json");
+    Report("sample", sample, conditions, seed, singles, several);
+    Report("enlarged", Enlarged(sample, rows, random), conditions, seed, singles, several);
+    Report("generated", Generated(rows, random), conditions, seed, singles, several);
+    singles.Print("all", "single");
+    several.Print("all", "several");
+    return 0;
+}

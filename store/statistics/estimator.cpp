@@ -1,0 +1,317 @@
+#include "statistics/estimator.h"
+
+#include "block/bits.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace ko::store::inner
+{
+
+namespace
+{
+
+using Kind = Question::Kind;
+
+/// Predicates of more comparisons are not tested on the sample: cells are 2 to the power of these.
+constexpr std::size_t kMostLeaves = 6;
+constexpr unsigned kMostFits = 20;
+/// How sure single estimates that were combined are, as so many objects of the sample.
+constexpr double kCombinedWeight = 0.5;
+/// What is not known to be nothing is more than that.
+constexpr double kLeast = 0.5;
+
+/// Which of 64 bytes are not 0.
+std::uint64_t Pack(const std::uint8_t* bytes)
+{
+    std::uint64_t bits = 0;
+    for (unsigned i = 0; i < 8; ++i) {
+        const auto eight = GetLittle<std::uint64_t>(reinterpret_cast<const char*>(bytes) + 8 * i);
+        bits |= (eight * 0x0102040810204080) >> 56 << 8 * i;
+    }
+    return bits;
+}
+
+/// Bits of the first objects whose code is one that `isMet` says 1 of; 0 for all others.
+template <class IsMet>
+void Mark(const SampleColumn& column, std::size_t objects, std::vector<std::uint64_t>& met,
+          const IsMet& isMet)
+{
+    constexpr std::size_t kAtOnce = 64;
+    met.assign((objects + kAtOnce - 1) / kAtOnce, 0);
+    for (std::size_t begin = 0; begin < objects; begin += kAtOnce) {
+        std::uint8_t bytes[kAtOnce] = {};
+        const std::uint16_t* const codes = column.Codes().data() + begin;
+        const std::size_t count = std::min(kAtOnce, objects - begin);
+        if (count == kAtOnce) {
+            for (std::size_t i = 0; i < kAtOnce; ++i)
+                bytes[i] = isMet(codes[i]);
+        } else {
+            for (std::size_t i = 0; i < count; ++i)
+                bytes[i] = isMet(codes[i]);
+        }
+        met[begin / kAtOnce] = Pack(bytes);
+    }
+}
+
+void MarkTruth(const SampleColumn& column, const SampleTruth& truth,
+               std::vector<std::uint64_t>& met)
+{
+    if (!truth.isRange) {
+        Mark(column, truth.objects, met,
+             [codes = truth.ofCode.data()](std::uint16_t code) { return codes[code]; });
+        return;
+    }
+    const std::uint16_t begin = truth.range.begin;
+    const auto size = static_cast<std::uint16_t>(truth.range.end - begin);
+    if (!truth.outside) {
+        Mark(column, truth.objects, met, [=](std::uint16_t code) {
+            return static_cast<std::uint8_t>(static_cast<std::uint16_t>(code - begin) < size);
+        });
+        return;
+    }
+    Mark(column, truth.objects, met, [=](std::uint16_t code) {
+        return static_cast<std::uint8_t>(static_cast<std::uint16_t>(code - begin) >= size &&
+                                         code != SampleColumn::kNull);
+    });
+}
+
+/// Whether the objects of a cell meet the predicate: bit i of `cell` tells of leaf i.
+bool Holds(const Question& question, const std::vector<unsigned>& bits, std::size_t cell,
+           std::size_t& next)
+{
+    if (question.kind == Kind::Nothing)
+        return false;
+    if (question.parts.empty())
+        return (cell >> bits[next++] & 1) != 0;
+    const bool isAnd = question.kind == Kind::And;
+    bool holds = isAnd;
+    for (const Question& part : question.parts) {
+        const bool one = Holds(part, bits, cell, next);
+        holds = isAnd ? holds && one : holds || one;
+    }
+    return holds;
+}
+
+bool IsEnd(const Question& question, unsigned side)
+{
+    const unsigned bits = question.comparison.bits & ~unsigned{KoQOP_EQUAL};
+    return question.kind == Kind::Compare && question.comparison.IsPlain() && bits == side;
+}
+
+} // namespace
+
+AttributeEstimate& Estimator::OfAttribute(std::size_t attribute)
+{
+    return m_attributes.try_emplace(attribute, m_statistics, attribute).first->second;
+}
+
+void Estimator::MarkNulls(std::size_t attribute, bool nulls, Leaf& leaf)
+{
+    const SampleColumn& column = m_statistics.Column(attribute);
+    leaf.objects = column.Objects();
+    Mark(column, leaf.objects, leaf.met, [=](std::uint16_t code) {
+        return static_cast<std::uint8_t>((code == SampleColumn::kNull) == nulls);
+    });
+}
+
+Estimator::Leaf Estimator::MakeLeaf(const Question& question)
+{
+    Leaf leaf;
+    if (question.kind != Kind::Compare) {
+        const Summary& summary = m_statistics.Of(question.attribute);
+        const bool nulls = question.kind == Kind::Null;
+        leaf.estimate.objects = static_cast<double>(nulls ? summary.nulls : summary.Values());
+        MarkNulls(question.attribute, nulls, leaf);
+        return leaf;
+    }
+    const AttributeEstimate& attribute = OfAttribute(question.attribute);
+    const SampleTruth truth = attribute.Test(question.comparison);
+    leaf.estimate = attribute.Of(question.comparison, truth);
+    leaf.objects = truth.objects;
+    MarkTruth(m_statistics.Column(question.attribute), truth, leaf.met);
+    return leaf;
+}
+
+std::size_t Estimator::LeafOf(const Question& question)
+{
+    const auto [at, isNew] = m_leafOf.try_emplace(&question, m_leaves.size());
+    if (isNew)
+        m_leaves.push_back(MakeLeaf(question));
+    return at->second;
+}
+
+/// Two comparisons of an "and" that are the ends of one range become one leaf: what lies between
+/// them is what both have beyond all values, which no sample knows as well.
+void Estimator::JoinRanges(const Question& question)
+{
+    for (const Question& low : question.parts) {
+        if (!IsEnd(low, KoQOP_GREATER) || m_leafOf.count(&low) != 0)
+            continue;
+        for (const Question& high : question.parts) {
+            if (!IsEnd(high, KoQOP_LESS) || high.attribute != low.attribute ||
+                m_leafOf.count(&high) != 0)
+                continue;
+            Leaf range = MakeLeaf(low);
+            const Leaf other = MakeLeaf(high);
+            const auto values = static_cast<double>(m_statistics.Of(low.attribute).Values());
+            range.estimate.objects =
+                std::max(range.estimate.objects + other.estimate.objects - values, 0.0);
+            for (std::size_t i = 0; i < range.met.size(); ++i)
+                range.met[i] &= other.met[i];
+            m_leafOf[&low] = m_leafOf[&high] = m_leaves.size();
+            m_leaves.push_back(std::move(range));
+            break;
+        }
+    }
+}
+
+void Estimator::Gather(const Question& question, Tree& tree)
+{
+    if (question.kind == Kind::And)
+        JoinRanges(question);
+    for (const Question& part : question.parts)
+        Gather(part, tree);
+    if (!question.parts.empty() || question.kind == Kind::Nothing)
+        return;
+    const std::size_t leaf = LeafOf(question);
+    tree.order.push_back(leaf);
+    if (std::find(tree.leaves.begin(), tree.leaves.end(), leaf) == tree.leaves.end())
+        tree.leaves.push_back(leaf);
+}
+
+/// What the single estimates make of a predicate. Of conditions that have to hold together the
+/// rarest counts in full, the next one by its square root, and so on: conditions depend on each
+/// other more often than they exclude each other.
+double Estimator::Combined(const Question& question, const Tree& tree, std::size_t& next) const
+{
+    if (question.kind == Kind::Nothing)
+        return 0.0;
+    if (question.parts.empty())
+        return m_leaves[tree.order[next++]].estimate.objects;
+    const double all = std::max(Objects(), 1.0);
+    std::vector<double> shares;
+    std::vector<std::size_t> joined;
+    for (const Question& part : question.parts) {
+        const std::size_t leaf =
+            part.parts.empty() && part.kind != Kind::Nothing ? tree.order[next] : m_leaves.size();
+        const double share = Combined(part, tree, next) / all;
+        // Both ends of a range are one leaf.
+        if (leaf != m_leaves.size() &&
+            std::find(joined.begin(), joined.end(), leaf) != joined.end())
+            continue;
+        joined.push_back(leaf);
+        shares.push_back(share);
+    }
+    double share = 1.0;
+    if (question.kind == Kind::And) {
+        std::sort(shares.begin(), shares.end());
+        double power = 1.0;
+        for (const double one : shares) {
+            share *= std::pow(one, power);
+            power /= 2.0;
+        }
+        return share * all;
+    }
+    for (const double one : shares)
+        share *= 1.0 - one;
+    return (1.0 - share) * all;
+}
+
+/// How many of the sample's first objects meet which of the leaves: a cell for each set of them.
+std::vector<double> Estimator::CountCells(const Tree& tree, std::size_t objects) const
+{
+    std::vector<double> cells(std::size_t{1} << tree.leaves.size());
+    for (std::size_t word = 0; word * 64 < objects; ++word) {
+        const std::uint64_t inside = objects - word * 64 >= 64
+                                         ? ~std::uint64_t{0}
+                                         : (std::uint64_t{1} << (objects - word * 64)) - 1;
+        for (std::size_t cell = 0; cell < cells.size(); ++cell) {
+            std::uint64_t met = inside;
+            for (std::size_t i = 0; i < tree.leaves.size() && met != 0; ++i) {
+                const std::uint64_t bits = m_leaves[tree.leaves[i]].met[word];
+                met &= (cell >> i & 1) != 0 ? bits : ~bits;
+            }
+            cells[cell] += CountBits(met);
+        }
+    }
+    return cells;
+}
+
+/// Weighs the cells so that all together are 1, and those of every leaf its estimate.
+std::vector<double> Estimator::FitCells(const Tree& tree, std::vector<double> cells) const
+{
+    for (unsigned fit = 0; fit < kMostFits; ++fit) {
+        double change = 0.0;
+        for (std::size_t i = 0; i < tree.leaves.size(); ++i) {
+            double met = 0.0;
+            double all = 0.0;
+            for (std::size_t cell = 0; cell < cells.size(); ++cell) {
+                all += cells[cell];
+                met += (cell >> i & 1) != 0 ? cells[cell] : 0.0;
+            }
+            const double share =
+                std::min(m_leaves[tree.leaves[i]].estimate.objects / std::max(Objects(), 1.0), 1.0);
+            for (std::size_t cell = 0; cell < cells.size(); ++cell) {
+                const bool holds = (cell >> i & 1) != 0;
+                const double now = holds ? met : all - met;
+                if (now > 0.0 && met > 0.0 && met < all)
+                    cells[cell] *= (holds ? share : 1.0 - share) / now;
+                else
+                    cells[cell] /= all;
+            }
+            change = std::max(change, std::abs(met / all - share) / std::max(share, 1e-9));
+        }
+        if (change < 1e-3)
+            break;
+    }
+    return cells;
+}
+
+Estimate Estimator::OnSample(const Question& question, const Tree& tree, double combined) const
+{
+    std::size_t objects = m_statistics.Sample();
+    for (const std::size_t leaf : tree.leaves)
+        objects = std::min(objects, m_leaves[leaf].objects);
+    if (objects == 0 || tree.leaves.size() > kMostLeaves)
+        return {std::max(combined, kLeast), Estimate::Source::Combined};
+    std::vector<unsigned> bits;
+    for (const std::size_t leaf : tree.order)
+        bits.push_back(static_cast<unsigned>(
+            std::find(tree.leaves.begin(), tree.leaves.end(), leaf) - tree.leaves.begin()));
+    const std::vector<double> cells = CountCells(tree, objects);
+    const std::vector<double> fitted = FitCells(tree, cells);
+    double hits = 0.0;
+    double share = 0.0;
+    for (std::size_t cell = 0; cell < cells.size(); ++cell) {
+        std::size_t next = 0;
+        if (!Holds(question, bits, cell, next))
+            continue;
+        hits += cells[cell];
+        share += fitted[cell];
+    }
+    const auto sampled = static_cast<double>(objects);
+    if (sampled == Objects())
+        return {hits, Estimate::Source::Sample};
+    if (hits >= kEnoughHits)
+        return {share * Objects(), Estimate::Source::Sample};
+    const double rate = sampled / Objects();
+    const double weight = kCombinedWeight;
+    const double most = std::max(combined, kLeast);
+    return {(weight + share * sampled) / (weight / most + rate), Estimate::Source::Combined};
+}
+
+Estimate Estimator::Of(const Question& question)
+{
+    Tree tree;
+    Gather(question, tree);
+    if (tree.leaves.empty())
+        return {};
+    if (tree.leaves.size() == 1 &&
+        tree.order.size() == question.parts.size() + (question.parts.empty() ? 1 : 0))
+        return m_leaves[tree.leaves[0]].estimate;
+    std::size_t next = 0;
+    return OnSample(question, tree, Combined(question, tree, next));
+}
+
+} // namespace ko::store::inner
