@@ -16,10 +16,10 @@
 #include "statistics/statistics_builder.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <functional>
 #include <map>
 #include <random>
@@ -30,11 +30,18 @@ namespace
 
 using namespace ko::store;
 using namespace ko::store::inner;
-using Clock = std::chrono::steady_clock;
 
-double Nanoseconds(Clock::time_point since)
+/// Time of the processor, so that other programs have no part in it.
+double Now()
 {
-    return std::chrono::duration<double, std::nano>(Clock::now() - since).count();
+    std::timespec now{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return static_cast<double>(now.tv_sec) * 1e9 + static_cast<double>(now.tv_nsec);
+}
+
+double Nanoseconds(double since)
+{
+    return Now() - since;
 }
 
 /// Rows in memory: of each attribute the texts and forms of its values, and of each row which one.
@@ -95,7 +102,7 @@ struct Gathered {
                     varies ? dictionaries[i].Place(form) : Cell::OfForm(form);
             }
         }
-        auto start = Clock::now();
+        double start = Now();
         for (std::size_t row = 0; row < table.Rows(); ++row) {
             builder.Begin(row + 1);
             for (std::size_t i = 0; i < attributes; ++i) {
@@ -105,7 +112,7 @@ struct Gathered {
             }
         }
         perValue = Nanoseconds(start) / static_cast<double>(table.Rows() * attributes);
-        start = Clock::now();
+        start = Now();
         builder.Finish([&](std::size_t attribute,
                            std::uint32_t entry) { return dictionaries[attribute].Form(entry); },
                        [&](std::string_view key, std::string_view sealed) {
@@ -117,7 +124,7 @@ struct Gathered {
             const auto row = rows.find(key);
             return row == rows.end() ? std::nullopt : std::optional<std::string_view>(row->second);
         });
-        start = Clock::now();
+        start = Now();
         for (std::size_t i = 0; i < attributes; ++i)
             statistics->RestBefore(i);
         load = Nanoseconds(start);
@@ -168,14 +175,14 @@ public:
         return two + kBetween[Below(3)] + one();
     }
 
-    std::size_t Truth(const Condition& condition)
+    std::size_t Count(const Condition& condition)
     {
-        const std::vector<Truth_> truths = OfRows(condition);
+        const std::vector<Kept> truths = OfRows(condition);
         return static_cast<std::size_t>(std::count(truths.begin(), truths.end(), kTrue));
     }
 
 private:
-    enum Truth_ : std::uint8_t { kFalse, kUnknown, kTrue };
+    enum Kept : std::uint8_t { kFalse, kUnknown, kTrue };
 
     std::string Pattern(const std::string& text)
     {
@@ -195,12 +202,12 @@ private:
         }
     }
 
-    std::vector<Truth_> OfRows(const Condition& condition)
+    std::vector<Kept> OfRows(const Condition& condition)
     {
-        std::vector<Truth_> truths(m_table.Rows());
+        std::vector<Kept> truths(m_table.Rows());
         if (condition.parts.empty()) {
             const Table::Column& column = m_table.columns[condition.attribute];
-            std::vector<Truth_> ofValue;
+            std::vector<Kept> ofValue;
             for (const std::string& form : column.forms) {
                 const Truth truth = condition.Test(form);
                 ofValue.push_back(truth == Truth::True      ? kTrue
@@ -213,11 +220,11 @@ private:
         }
         truths = OfRows(condition.parts[0]);
         if (condition.kind == Predicate::Kind::Not) {
-            for (Truth_& truth : truths)
-                truth = static_cast<Truth_>(kTrue - truth);
+            for (Kept& truth : truths)
+                truth = static_cast<Kept>(kTrue - truth);
         }
         for (std::size_t part = 1; part < condition.parts.size(); ++part) {
-            const std::vector<Truth_> others = OfRows(condition.parts[part]);
+            const std::vector<Kept> others = OfRows(condition.parts[part]);
             for (std::size_t row = 0; row < truths.size(); ++row)
                 truths[row] = condition.kind == Predicate::Kind::And
                                   ? std::min(truths[row], others[row])
@@ -265,11 +272,11 @@ Errors::One Measure(const Table& table, Statistics& statistics, Conditions& cond
                     const std::string& predicate, std::vector<double>& times)
 {
     const Condition condition = Condition::Make(ParsePredicate(predicate), predicate, table.schema);
-    const auto start = Clock::now();
+    const double start = Now();
     const Question question = QuestionOf(condition);
     const double estimate = std::max(Estimator(statistics).Of(question).objects, 1.0);
     times.push_back(Nanoseconds(start));
-    const double truth = std::max(static_cast<double>(conditions.Truth(condition)), 1.0);
+    const double truth = std::max(static_cast<double>(conditions.Count(condition)), 1.0);
     return {std::max(estimate / truth, truth / estimate), estimate, truth, predicate};
 }
 

@@ -22,6 +22,12 @@ int Order(o_char type, std::string_view a, std::string_view b)
     return ComparePersistent(type, a, b, kPlainOperator, status);
 }
 
+/// The objects of a value, of which the mean one has so many, and the sample a few of this one.
+double OfOneValue(double mean, double hits, double rate)
+{
+    return (kMeanWeight + hits) / (kMeanWeight / mean + rate);
+}
+
 /// The ends of a range of keys that an evaluator allocates.
 struct OwnedBounds : KoIdxBounds {
     OwnedBounds() : KoIdxBounds{} {}
@@ -287,19 +293,24 @@ Estimate AttributeEstimate::OfOthers(const Comparison& comparison, const SampleT
         for (std::uint16_t code = narrowed.codes.begin; code < narrowed.codes.end; ++code)
             add(code, restOf(code));
     }
-    double rest = narrowed.rest;
-    if ((comparison.bits & KoQOP_EQUAL) != 0) {
-        // No less than one value has.
-        const double distinct = std::max(static_cast<double>(m_summary.distinct) -
-                                             static_cast<double>(m_summary.common.size()),
-                                         1.0);
-        rest = std::max(rest, m_rest / distinct);
-    }
-    const double share = hits >= kEnoughHits ? hits / all : (hits + kHalf) / (all + kHalf);
-    return {common + rest * share, hits >= kEnoughHits ? Estimate::Source::Sample
-                                   : hits > 0.0 || all > 0.0 || common == 0.0
-                                       ? Estimate::Source::Histogram
-                                       : Estimate::Source::CommonValues};
+    const auto source = hits >= kEnoughHits          ? Estimate::Source::Sample
+                        : all > 0.0 || common == 0.0 ? Estimate::Source::Histogram
+                                                     : Estimate::Source::CommonValues;
+    if (hits >= kEnoughHits)
+        return {common + narrowed.rest * hits / all, source};
+    if (comparison.bits != KoQOP_EQUAL)
+        return {common + narrowed.rest * (hits + kHalf) / (all + kHalf), source};
+    // No less than one value has; and no more, as far as the sample does not know of another,
+    // where there are no wildcards.
+    const double distinct = std::max(static_cast<double>(m_summary.distinct) -
+                                         static_cast<double>(m_summary.common.size()),
+                                     1.0);
+    const double mean = m_rest / distinct;
+    const double rate = static_cast<double>(m_restBefore.back()) / m_rest;
+    const bool isOneValue = (comparison.cmpOp & kPlainOperator) != 0 && !isSome;
+    return {common + (isOneValue ? OfOneValue(mean, hits, rate)
+                                 : std::max(narrowed.rest, mean) * (hits + kHalf) / (all + kHalf)),
+            source};
 }
 
 Estimate AttributeEstimate::Of(const Comparison& comparison, const SampleTruth& truth) const
