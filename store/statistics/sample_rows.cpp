@@ -7,34 +7,44 @@
 namespace ko::store::inner
 {
 
-/// Keeps what comes first, in its order. `more`: other objects may come after it.
-void SampleRows::Shrink(bool more)
+/// Keeps what comes first in the order of samples.
+void SampleRows::Shrink()
 {
-    std::vector<std::uint32_t> order(m_rows.size());
-    std::iota(order.begin(), order.end(), 0U);
-    std::sort(order.begin(), order.end(), [this](std::uint32_t a, std::uint32_t b) {
-        return m_rows[a].order < m_rows[b].order;
-    });
-    order.resize(std::min(order.size(), kMostSample));
-    std::vector<Row> rows;
-    std::vector<SampleCode> codes;
+    if (m_rows.size() <= kMostSample)
+        return;
+    std::vector<std::uint64_t> order;
+    order.reserve(m_rows.size());
+    for (const Row& row : m_rows)
+        order.push_back(row.order);
+    std::nth_element(order.begin(), order.begin() + kMostSample, order.end());
+    m_last = order[kMostSample];
     std::vector<FormList> forms(m_attributes);
-    rows.reserve(more ? 2 * kMostSample : order.size());
-    codes.reserve(rows.capacity() * m_attributes);
-    for (const std::uint32_t at : order) {
-        rows.push_back(m_rows[at]);
+    std::size_t kept = 0;
+    for (std::size_t row = 0; row < m_rows.size(); ++row) {
+        if (m_rows[row].order >= m_last)
+            continue;
+        m_rows[kept] = m_rows[row];
         for (std::size_t i = 0; i < m_attributes; ++i) {
-            SampleCode code = Code(at, i);
+            SampleCode code = m_codes[row * m_attributes + i];
             if (code.What() == SampleCode::kForm)
                 code = SampleCode(SampleCode::kForm, forms[i].Add(m_forms[i][code.Index()]));
-            codes.push_back(code);
+            m_codes[kept * m_attributes + i] = code;
         }
+        ++kept;
     }
-    m_rows = std::move(rows);
-    m_codes = std::move(codes);
+    m_rows.resize(kept);
+    m_codes.resize(kept * m_attributes, SampleCode(SampleCode::kAbsent));
     m_forms = std::move(forms);
-    if (m_rows.size() == kMostSample)
-        m_last = m_rows.back().order;
+}
+
+void SampleRows::Finish()
+{
+    Shrink();
+    m_sorted.resize(m_rows.size());
+    std::iota(m_sorted.begin(), m_sorted.end(), 0U);
+    std::sort(m_sorted.begin(), m_sorted.end(), [this](std::uint32_t a, std::uint32_t b) {
+        return m_rows[a].order < m_rows[b].order;
+    });
 }
 
 } // namespace ko::store::inner

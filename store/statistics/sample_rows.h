@@ -68,14 +68,14 @@ class SampleRows
 public:
     explicit SampleRows(std::size_t attributes) : m_attributes(attributes), m_forms(attributes) {}
 
-    /// True where the object may belong to the sample: all of its values are to be put, then.
-    bool Takes(std::uint64_t number)
+    /// True where the object, with its SampleOrder, may belong to the sample: all of its values are
+    /// to be put, then.
+    bool Takes(std::uint64_t number, std::uint64_t order)
     {
-        const std::uint64_t order = SampleOrder(number);
         if (order > m_last)
             return false;
         if (m_rows.size() == 2 * kMostSample)
-            Shrink(true);
+            Shrink();
         m_rows.push_back({order, number});
         return true;
     }
@@ -90,22 +90,24 @@ public:
         std::uint64_t number;
     };
     /// No more objects come: the rest is the sample, in its order.
-    void Finish() { Shrink(false); }
-    const std::vector<Row>& Rows() const { return m_rows; }
+    void Finish();
+    std::size_t Count() const { return m_sorted.size(); }
+    std::uint64_t Number(std::size_t row) const { return m_rows[m_sorted[row]].number; }
     SampleCode Code(std::size_t row, std::size_t attribute) const
     {
-        return m_codes[row * m_attributes + attribute];
+        return m_codes[m_sorted[row] * m_attributes + attribute];
     }
     const FormList& Forms(std::size_t attribute) const { return m_forms[attribute]; }
 
 private:
-    void Shrink(bool more);
+    void Shrink();
 
     std::size_t m_attributes;
     std::uint64_t m_last = UINT64_MAX; ///< of the order, that may belong to it
     std::vector<Row> m_rows;
-    std::vector<SampleCode> m_codes; ///< of each row those of all attributes
-    std::vector<FormList> m_forms;   ///< by attribute, of values without a number
+    std::vector<SampleCode> m_codes;     ///< of each row those of all attributes
+    std::vector<std::uint32_t> m_sorted; ///< rows in the sample's order
+    std::vector<FormList> m_forms;       ///< by attribute, of values without a number
 };
 
 } // namespace ko::store::inner

@@ -11,10 +11,9 @@ namespace ko::store::inner
 namespace
 {
 
-/// What a known value of one size takes beside its bytes: its count, and its places in a table.
-constexpr std::size_t kBytesOfKnown = sizeof(std::uint64_t) + 4 * sizeof(std::uint32_t);
+/// Values of one size that are counted one by one, of each attribute.
 constexpr std::size_t kFewestKnown = 1024;
-constexpr std::size_t kMostKnown = 65'536;
+constexpr std::size_t kMostKnown = 16'384;
 
 void PutSealed(const StatisticsBuilder::Put& put, std::size_t attribute, char part,
                std::string bytes)
@@ -30,33 +29,42 @@ StatisticsBuilder::StatisticsBuilder(const Schema& schema, std::size_t memory)
     : m_sample(schema.attributes.size())
 {
     std::size_t fixed = 1;
-    for (const Attribute& attribute : schema.attributes)
+    for (const inner::Attribute& attribute : schema.attributes)
         fixed += attribute.type.FixedSize() != 0 ? 1 : 0;
-    for (const Attribute& attribute : schema.attributes) {
+    for (const inner::Attribute& attribute : schema.attributes) {
         const std::size_t size = attribute.type.FixedSize();
         const std::size_t most =
-            std::clamp(memory / fixed / (size + kBytesOfKnown), kFewestKnown, kMostKnown);
-        m_counts.emplace_back(attribute.type.Id(), FixedValues(size, size == 0 ? 0 : most));
+            std::clamp(memory / fixed / (size + FixedValues::kMemory), kFewestKnown, kMostKnown);
+        m_counts.push_back({size == 0, 0, 0, {}, FixedValues(size, most)});
+        m_attributes.push_back({attribute.type.Id()});
     }
 }
 
-/// The number of a value that is met without one, or kNone.
-std::uint32_t StatisticsBuilder::Place(Counts& counts, std::string_view form, std::uint32_t& hint)
+void StatisticsBuilder::Count(std::size_t attribute, const Cell& cell, std::string_view form,
+                              std::uint32_t& hint)
 {
-    const std::uint32_t before = counts.fixed.Count();
-    if (before != 0 || !counts.fixed.IsFull()) {
-        const std::uint32_t known = counts.fixed.Add(form);
-        if (known != FixedValues::kNone) {
-            if (known == before)
-                counts.distinct.Add(form);
+    Counts& counts = m_counts[attribute];
+    std::uint32_t known = FixedValues::kNone;
+    if (cell.kind == Cell::Kind::Entry) {
+        known = cell.entry;
+        if (known >= counts.entries.size())
+            counts.entries.resize(std::size_t{known} * 2 + 16);
+        counts.entries[known] += m_weight;
+    } else if (hint != 0) {
+        known = hint - 1;
+        counts.fixed.Count(known, m_weight);
+    } else if (cell.kind != Cell::Kind::Absent) {
+        // A form that becomes an entry of a dictionary has been here before.
+        Skip(counts, attribute, form);
+        if (!counts.varies && m_weight != 0)
+            known = counts.fixed.Add(form, m_weight);
+        if (known != FixedValues::kNone)
             hint = known + 1;
-            return known;
-        }
+        else if (!counts.varies)
+            counts.others += m_weight;
     }
-    // A form that becomes an entry of a dictionary has been here before.
-    counts.distinct.Add(form);
-    ++counts.others;
-    return FixedValues::kNone;
+    if (m_takes)
+        Take(attribute, cell, known, form);
 }
 
 void StatisticsBuilder::Take(std::size_t attribute, const Cell& cell, std::uint32_t known,
@@ -78,25 +86,25 @@ void StatisticsBuilder::Resume(Statistics& before, std::span<const std::uint32_t
     m_objectsBefore = m_objects;
     m_firstNew = before.NextNumber();
     m_next = m_firstNew;
-    for (std::size_t i = 0; i < m_counts.size(); ++i) {
-        Counts& counts = m_counts[i];
-        counts.before = before.Of(i);
-        counts.columnBefore = before.Column(i);
-        counts.oldEntries = entries[i];
-        counts.distinct.Merge(counts.before.registers);
-        if (counts.before.registers.empty()) {
+    for (std::size_t i = 0; i < m_attributes.size(); ++i) {
+        Attribute& about = m_attributes[i];
+        about.before = before.Of(i);
+        about.columnBefore = before.Column(i);
+        about.oldEntries = entries[i];
+        about.distinct.Merge(about.before.registers);
+        if (about.before.registers.empty()) {
             // The sample has every value.
-            for (std::uint16_t code = SampleColumn::kFirst; code < counts.columnBefore.EndCode();
+            for (std::uint16_t code = SampleColumn::kFirst; code < about.columnBefore.EndCode();
                  ++code)
-                counts.distinct.Add(counts.columnBefore.Form(code));
+                about.distinct.Add(about.columnBefore.Form(code));
         }
     }
     const std::vector<std::uint64_t>& numbers = before.SampleNumbers();
     for (std::size_t row = 0; row < numbers.size(); ++row) {
-        if (!m_sample.Takes(numbers[row]))
+        if (!m_sample.Takes(numbers[row], SampleOrder(numbers[row])))
             continue;
-        for (std::size_t i = 0; i < m_counts.size(); ++i) {
-            const SampleColumn& column = m_counts[i].columnBefore;
+        for (std::size_t i = 0; i < m_attributes.size(); ++i) {
+            const SampleColumn& column = m_attributes[i].columnBefore;
             const std::uint16_t code =
                 row < column.Objects() ? column.Codes()[row] : SampleColumn::kUnkept;
             if (code >= SampleColumn::kFirst)
@@ -110,10 +118,10 @@ void StatisticsBuilder::Resume(Statistics& before, std::span<const std::uint32_t
 
 /// The values of the objects that were there. Those inside buckets are taken to be as many as the
 /// sample's there.
-void StatisticsBuilder::AddBefore(const Counts& counts, ValueList& values) const
+void StatisticsBuilder::AddBefore(const Attribute& attribute, ValueList& values) const
 {
-    const Summary& summary = counts.before;
-    const SampleColumn& column = counts.columnBefore;
+    const Summary& summary = attribute.before;
+    const SampleColumn& column = attribute.columnBefore;
     for (const Summary::Common& one : summary.common)
         values.Add(one.form, static_cast<double>(one.count), 1.0);
     std::uint16_t begin = SampleColumn::kFirst;
@@ -146,7 +154,7 @@ void StatisticsBuilder::AddBefore(const Counts& counts, ValueList& values) const
 
 /// Divides the objects whose value is not known by a number: as the sample has them. Values that
 /// it met once stand for the ones that it did not meet as well.
-void StatisticsBuilder::Weigh(Counts& counts, ValueList& values, double others) const
+void StatisticsBuilder::Weigh(const Attribute& attribute, ValueList& values, double others) const
 {
     double known = 0.0;
     double once = 0.0;
@@ -161,7 +169,7 @@ void StatisticsBuilder::Weigh(Counts& counts, ValueList& values, double others) 
         hits += value.newHits;
         (value.newHits > 1 ? more : once) += value.newHits == 0 ? 0.0 : 1.0;
     }
-    const double unseen = std::max(counts.distinct.Count() - known - more, once);
+    const double unseen = std::max(attribute.distinct.Count() - known - more, once);
     for (ValueList::Value& value : values.Values()) {
         if (!isUnknown(value))
             continue;
@@ -171,105 +179,147 @@ void StatisticsBuilder::Weigh(Counts& counts, ValueList& values, double others) 
     }
 }
 
+/// Everything that the store has of the attribute is in the sample.
+bool StatisticsBuilder::IsWhole(const Attribute& attribute) const
+{
+    return m_sample.Count() == m_objects &&
+           (m_objectsBefore == 0 || attribute.columnBefore.Objects() == m_objectsBefore);
+}
+
+/// The values that are known by a number. Returns how many objects have another one.
+double StatisticsBuilder::AddKnown(std::size_t attribute, const Text& text, ValueList& values,
+                                   Additions& additions) const
+{
+    const Counts& counts = m_counts[attribute];
+    const auto all = static_cast<double>(m_objects - m_objectsBefore - counts.nulls);
+    auto others = std::min(static_cast<double>(counts.others), all);
+    double known = 0.0;
+    for (std::uint32_t i = 0; i < counts.fixed.Size(); ++i) {
+        const auto count = static_cast<double>(counts.fixed.Count(i));
+        known += count;
+        additions.ofKnown.push_back(values.Add(counts.fixed.Form(i), count, 1.0));
+    }
+    for (std::uint32_t i = 0; i < counts.entries.size(); ++i) {
+        additions.ofKnown.push_back(0);
+        // The first object with a form that became an entry was counted with the others. One that
+        // was not counted since may be in the sample all the same.
+        const bool isNew = i >= m_attributes[attribute].oldEntries;
+        const std::string_view form = text(attribute, i);
+        if (form.empty())
+            continue;
+        const bool first = isNew && others >= 1.0;
+        const double count = static_cast<double>(counts.entries[i]) + (first ? 1.0 : 0.0);
+        others -= first ? 1.0 : 0.0;
+        known += count;
+        additions.ofKnown.back() = values.Add(form, count, 1.0);
+    }
+    // Counts that stand for others are somewhat off all together; that is known.
+    if (known > 0.0 && m_objects - m_objectsBefore > kAllCounted) {
+        for (ValueList::Value& value : values.Values())
+            value.objects *= (all - others) / known;
+    }
+    return others;
+}
+
+/// The value that a row of the sample has; null for an absent one, and one too large to be kept.
+ValueList::Value* StatisticsBuilder::ValueOf(std::size_t row, std::size_t attribute,
+                                             ValueList& values, const Additions& additions) const
+{
+    const SampleCode code = m_sample.Code(row, attribute);
+    if (code.What() == SampleCode::kKnown)
+        return &values.Of(additions.ofKnown[code.Index()]);
+    return code.What() == SampleCode::kForm ? &values.Of(additions.ofForms + code.Index())
+                                            : nullptr;
+}
+
+/// The sample's column. Its values get codes in their order, as many as there is room for.
+std::string StatisticsBuilder::MakeColumn(std::size_t attribute, ValueList& values,
+                                          const Additions& additions) const
+{
+    std::size_t bytes = 0;
+    std::size_t rows = 0;
+    for (; rows < m_sample.Count(); ++rows) {
+        ValueList::Value* const value = ValueOf(rows, attribute, values, additions);
+        if (value == nullptr || value->code != 0)
+            continue;
+        bytes += value->form.size();
+        if (bytes > SampleColumn::kMostBytes)
+            break;
+        value->code = SampleColumn::kFirst; // until all are known
+    }
+    FormList forms;
+    for (ValueList::Value& value : values.Values()) {
+        if (value.code != 0)
+            value.code = static_cast<std::uint16_t>(SampleColumn::kFirst + forms.Add(value.form));
+    }
+    std::vector<std::uint16_t> codes;
+    for (std::size_t row = 0; row < rows; ++row) {
+        const ValueList::Value* const value = ValueOf(row, attribute, values, additions);
+        const bool absent = m_sample.Code(row, attribute).What() == SampleCode::kAbsent;
+        codes.push_back(value != nullptr ? value->code
+                        : absent         ? SampleColumn::kNull
+                                         : SampleColumn::kUnkept);
+    }
+    return SampleColumn::Write(codes, forms);
+}
+
 void StatisticsBuilder::FinishAttribute(std::size_t attribute, const Text& text, const Put& put)
 {
-    Counts& counts = m_counts[attribute];
-    const std::size_t rows = m_sample.Rows().size();
-    const FormList& forms = m_sample.Forms(attribute);
-    Summary summary;
-    summary.objects = m_objects;
-    summary.nulls = counts.nulls + counts.before.nulls;
-    const bool whole = rows == m_objects &&
-                       (m_objectsBefore == 0 || counts.columnBefore.Objects() == m_objectsBefore);
-    const bool isFixed = !counts.fixed.IsFull();
-
-    // What is known by numbers, what was there before, and what the sample has.
-    ValueList values(counts.type);
-    constexpr std::uint32_t kNone = UINT32_MAX;
-    std::vector<std::uint32_t> ofKnown(counts.known.size(), kNone);
-    std::uint64_t others = counts.others;
-    for (std::uint32_t i = 0; i < counts.known.size(); ++i) {
-        if (counts.known[i] == 0)
-            continue;
-        const bool varies = counts.fixed.Count() == 0;
-        // The first object with a form that became an entry was counted with the others.
-        const bool first = varies && i >= counts.oldEntries && others > 0;
-        others -= first ? 1 : 0;
-        const std::string_view form = varies ? text(attribute, i) : counts.fixed.Form(i);
-        ofKnown[i] = values.Add(form, static_cast<double>(counts.known[i] + (first ? 1 : 0)), 1.0);
-    }
+    const Counts& counts = m_counts[attribute];
+    const Attribute& about = m_attributes[attribute];
+    ValueList values(about.type);
+    Additions additions;
+    const double others = AddKnown(attribute, text, values, additions);
     if (m_objectsBefore != 0)
-        AddBefore(counts, values);
-    const auto ofForms = static_cast<std::uint32_t>(values.Values().size());
+        AddBefore(about, values);
+    const FormList& forms = m_sample.Forms(attribute);
+    additions.ofForms = static_cast<std::uint32_t>(values.Values().size());
     for (std::size_t i = 0; i < forms.Count(); ++i)
         values.Add(forms[i], 0.0, 0.0);
     values.Sort();
-
-    const auto valueOf = [&](SampleCode code) -> ValueList::Value* {
-        if (code.What() == SampleCode::kKnown)
-            return &values.Of(ofKnown[code.Index()]);
-        return code.What() == SampleCode::kForm ? &values.Of(ofForms + code.Index()) : nullptr;
-    };
-    for (std::size_t row = 0; row < rows; ++row) {
-        if (ValueList::Value* const value = valueOf(m_sample.Code(row, attribute))) {
+    for (std::size_t row = 0; row < m_sample.Count(); ++row) {
+        if (ValueList::Value* const value = ValueOf(row, attribute, values, additions)) {
             ++value->hits;
-            value->newHits += m_sample.Rows()[row].number >= m_firstNew ? 1 : 0;
+            value->newHits += m_sample.Number(row) >= m_firstNew ? 1 : 0;
         }
     }
+    const bool whole = IsWhole(about);
     if (whole) {
         for (ValueList::Value& value : values.Values()) {
             value.objects = value.hits;
             value.distinct = 1.0;
         }
     } else {
-        Weigh(counts, values, static_cast<double>(others));
+        Weigh(about, values, others);
     }
+    const std::string column = MakeColumn(attribute, values, additions);
 
-    // The sample's values get codes in their order, as many as there is room for.
-    FormList kept;
-    std::vector<std::uint16_t> codes;
-    std::size_t bytes = 0;
-    std::size_t keptRows = 0;
-    for (; keptRows < rows; ++keptRows) {
-        ValueList::Value* const value = valueOf(m_sample.Code(keptRows, attribute));
-        if (value == nullptr || value->code != 0)
-            continue;
-        bytes += value->form.size();
-        if (bytes > SampleColumn::kMostBytes)
-            break;
-        value->code = 1; // for now
-    }
-    for (ValueList::Value& value : values.Values()) {
-        if (value.code != 0)
-            value.code = static_cast<std::uint16_t>(SampleColumn::kFirst + kept.Add(value.form));
-    }
-    for (std::size_t row = 0; row < keptRows; ++row) {
-        const SampleCode code = m_sample.Code(row, attribute);
-        const ValueList::Value* const value = valueOf(code);
-        codes.push_back(value != nullptr                     ? value->code
-                        : code.What() == SampleCode::kAbsent ? SampleColumn::kNull
-                                                             : SampleColumn::kUnkept);
-    }
-    values.SumUp(summary);
-    summary.exact = whole || (isFixed && m_objectsBefore == 0);
+    Summary summary;
+    summary.objects = m_objects;
+    summary.nulls = counts.nulls + about.before.nulls;
+    const bool allKnown = !counts.varies && !counts.fixed.IsFull() && m_objects <= kAllCounted &&
+                          m_objectsBefore == 0;
+    summary.exact = whole || allKnown;
     summary.distinct = whole ? values.Values().size()
-                       : summary.exact
-                           ? counts.fixed.Count()
-                           : static_cast<std::uint64_t>(std::llround(counts.distinct.Count()));
+                       : allKnown
+                           ? counts.fixed.Size()
+                           : static_cast<std::uint64_t>(std::llround(about.distinct.Count()));
     if (!whole)
-        summary.registers = counts.distinct.Registers();
+        summary.registers = about.distinct.Registers();
+    values.SumUp(summary);
     PutSealed(put, attribute, kSummaryPart, summary.Write());
-    PutSealed(put, attribute, kSamplePart, SampleColumn::Write(codes, kept));
+    PutSealed(put, attribute, kSamplePart, column);
 }
 
 void StatisticsBuilder::Finish(const Text& text, const Put& put)
 {
     m_sample.Finish();
-    for (std::size_t i = 0; i < m_counts.size(); ++i)
+    for (std::size_t i = 0; i < m_attributes.size(); ++i) {
         FinishAttribute(i, text, put);
+    }
     SampleObjects objects{m_objects, m_next, {}};
-    for (const SampleRows::Row& row : m_sample.Rows())
-        objects.numbers.push_back(row.number);
+    for (std::size_t row = 0; row < m_sample.Count(); ++row)
+        objects.numbers.push_back(m_sample.Number(row));
     PutSealed(put, kNoAttribute, kSamplePart, objects.Write());
 }
 

@@ -24,10 +24,11 @@ namespace ko::store::inner
 /// on how many they are.
 ///
 /// Values that are known by a number are counted one by one: entries of dictionaries, and forms of
-/// one size for as long as there is room. So what repeats is counted exactly, but for the objects
-/// that came before a form was an entry, of which there is one unless a dictionary forgot it. The
-/// other values are counted all together, and divided as those of the sample are. A store of no
-/// more objects than a sample has is its own sample, and everything about it is exact.
+/// one size for as long as there is room. The other values are counted all together, and divided as
+/// those of the sample are. Null values are counted exactly; and so are known values up to
+/// kAllCounted objects, but for the one that came before a form was an entry where a dictionary
+/// forgot it. Of the objects after these one in kThinned is counted, for all of them. A store of
+/// no more objects than a sample has is its own sample, and everything about it is exact.
 class StatisticsBuilder
 {
 public:
@@ -41,9 +42,12 @@ public:
     /// The next object; numbers ascend, and are greater than those of objects that are there.
     void Begin(std::uint64_t number)
     {
+        const std::uint64_t order = SampleOrder(number);
         m_next = number + 1;
         ++m_objects;
-        m_takes = m_sample.Takes(number);
+        m_takes = m_sample.Takes(number, order);
+        if (m_objects - m_objectsBefore > kAllCounted)
+            m_weight = order % kThinned == 0 ? kThinned : 0;
     }
     /// Its value of an attribute; attributes come in their order, all of them. `form` is looked at
     /// where the cell is no entry. `hint` is 0 or what was left there when the same form of a type
@@ -51,20 +55,12 @@ public:
     void Add(std::size_t attribute, const Cell& cell, std::string_view form, std::uint32_t& hint)
     {
         Counts& counts = m_counts[attribute];
-        std::uint32_t known = FixedValues::kNone;
         if (cell.kind == Cell::Kind::Absent)
             ++counts.nulls;
-        else if (cell.kind == Cell::Kind::Entry)
-            known = cell.entry;
-        else
-            known = hint != 0 ? hint - 1 : Place(counts, form, hint);
-        if (known != FixedValues::kNone) {
-            if (known >= counts.known.size())
-                counts.known.resize(std::size_t{known} * 2 + 16);
-            ++counts.known[known];
-        }
-        if (m_takes)
-            Take(attribute, cell, known, form);
+        if (m_weight != 0 || m_takes)
+            Count(attribute, cell, form, hint);
+        else if (cell.kind > Cell::Kind::Absent && cell.kind != Cell::Kind::Entry && hint == 0)
+            Skip(counts, attribute, form);
     }
 
     /// Hands over every row, ascending by key and sealed. `text` tells an entry of the dictionary
@@ -74,29 +70,53 @@ public:
     void Finish(const Text& text, const Put& put);
 
 private:
+    /// What is touched for every value of an attribute, close together.
     struct Counts {
-        Counts(o_char type_, FixedValues fixed_) : type(type_), fixed(std::move(fixed_)) {}
-
+        bool varies;
+        std::uint64_t nulls;
+        std::uint64_t others;               ///< objects whose value is not known by a number
+        std::vector<std::uint64_t> entries; ///< objects with each entry of the dictionary
+        FixedValues fixed;                  ///< no room for any where forms vary
+    };
+    struct Attribute {
         o_char type;
-        FixedValues fixed; ///< no room for any where forms vary
-        std::uint64_t nulls = 0;
-        std::uint64_t others = 0;         ///< objects whose value is not known by a number
-        std::vector<std::uint64_t> known; ///< objects of each known value
+        HyperLogLog distinct{};
         std::uint32_t oldEntries = 0;
-        HyperLogLog distinct;
-        Summary before;
-        SampleColumn columnBefore;
+        Summary before{};
+        SampleColumn columnBefore{};
+    };
+    /// Which additions to a list of values are whose.
+    struct Additions {
+        std::vector<std::uint32_t> ofKnown; ///< by number
+        std::uint32_t ofForms = 0;          ///< of the first form of the sample
     };
 
-    std::uint32_t Place(Counts& counts, std::string_view form, std::uint32_t& hint);
+    static constexpr std::uint64_t kAllCounted = 1U << 17;
+    static constexpr std::uint64_t kThinned = 8;
+
+    void Count(std::size_t attribute, const Cell& cell, std::string_view form, std::uint32_t& hint);
+    void Skip(Counts& counts, std::size_t attribute, std::string_view form)
+    {
+        m_attributes[attribute].distinct.Add(form);
+        counts.others += counts.varies ? 1 : 0;
+    }
     void Take(std::size_t attribute, const Cell& cell, std::uint32_t known, std::string_view form);
-    void AddBefore(const Counts& counts, ValueList& values) const;
-    void Weigh(Counts& counts, ValueList& values, double others) const;
+    bool IsWhole(const Attribute& attribute) const;
+    double AddKnown(std::size_t attribute, const Text& text, ValueList& values,
+                    Additions& additions) const;
+    void AddBefore(const Attribute& attribute, ValueList& values) const;
+    ValueList::Value* ValueOf(std::size_t row, std::size_t attribute, ValueList& values,
+                              const Additions& additions) const;
+    void Weigh(const Attribute& attribute, ValueList& values, double others) const;
+    std::string MakeColumn(std::size_t attribute, ValueList& values,
+                           const Additions& additions) const;
     void FinishAttribute(std::size_t attribute, const Text& text, const Put& put);
 
+    std::vector<Attribute> m_attributes;
     std::vector<Counts> m_counts;
     SampleRows m_sample;
     bool m_takes = false;
+    std::uint64_t m_weight = 1; ///< how many objects the current one stands for
     std::uint64_t m_objects = 0;
     std::uint64_t m_objectsBefore = 0;
     std::uint64_t m_firstNew = 1;
