@@ -92,7 +92,7 @@ private:
     };
 
     static constexpr std::uint64_t kAllCounted = 1U << 17;
-    static constexpr std::uint64_t kThinned = 8;
+    static constexpr std::uint64_t kThinned = 16;
 
     void Count(std::size_t attribute, const Cell& cell, std::string_view form, std::uint32_t& hint);
     void Skip(Counts& counts, std::size_t attribute, std::string_view form)
