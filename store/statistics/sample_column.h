@@ -43,6 +43,14 @@ public:
         const std::size_t begin = at == 0 ? 0 : m_ends[at - 1];
         return std::string_view(m_forms).substr(begin, m_ends[at] - begin);
     }
+    /// Of the forms of the codes from `begin` to before `end`.
+    std::size_t Bytes(std::uint16_t begin, std::uint16_t end) const
+    {
+        const auto before = [this](std::size_t code) {
+            return code == kFirst ? 0 : m_ends[code - kFirst - 1];
+        };
+        return end <= begin ? 0 : before(end) - before(begin);
+    }
     /// How many objects have one of the codes from `begin` to before `end`.
     std::uint32_t Count(std::uint16_t begin, std::uint16_t end) const
     {

@@ -29,7 +29,7 @@ const char* const kSchema = R"({"class": "Any", "attributes": [
 class Model
 {
 public:
-    Model() : m_dictionary(4096)
+    Model()
     {
         for (const Attribute& attribute : schema.attributes)
             m_readers.emplace_back(attribute);
@@ -130,7 +130,8 @@ std::vector<std::vector<std::string>> Rows(std::size_t count, unsigned seed)
 const struct {
     const char* predicate;
     const char* reason;
-    double error; ///< the larger of estimate and truth through the smaller, in a large store
+    double error;        ///< the larger of estimate and truth through the smaller, in a large store
+    bool partly = false; ///< a plan has no time to test all of the sample's values
 } kPredicates[] = {
     {"number is null", "nulls are counted", 1.0},
     {"number is not null", "and so is the rest", 1.0},
@@ -144,8 +145,8 @@ const struct {
     {"number > 20 and number <= 40", "the ends of a range are not independent", 1.1},
     {"number > 40 and number < 20", "a range with nothing in it", 1.0},
     {"text = \"The a*\"", "a pattern with a beginning that all share", 1.1},
-    {"text = \"THE B-0\"i", "equal to more values than one", 1.1},
-    {"text = \"*-1?\"", "a pattern that begins with a wildcard", 1.2},
+    {"text = \"THE B-0\"i", "equal to more values than one", 1.1, true},
+    {"text = \"*-1?\"", "a pattern that begins with a wildcard", 1.2, true},
     {"wide < 500000", "values that hardly repeat", 1.05},
     {"number = 27 and text = \"The b*\"", "one condition follows from the other", 1.2},
     {"number = 27 and text = \"The c*\"", "the two exclude each other: few, and not none", 20.0},
@@ -164,7 +165,8 @@ void ExpectEstimates(Model& model, bool exact)
         const double truth = std::max(model.Count(condition), 1.0);
         const Question question = QuestionOf(condition);
         const double estimate = std::max(Estimator(*statistics).Of(question).objects, 1.0);
-        EXPECT_LE(std::max(estimate / truth, truth / estimate), exact ? 1.0 : row.error + 1e-9)
+        EXPECT_LE(std::max(estimate / truth, truth / estimate),
+                  exact && !row.partly ? 1.0 : row.error + 1e-9)
             << row.predicate << " (" << row.reason << "): " << estimate << " for " << truth;
     }
 }
@@ -242,7 +244,7 @@ TEST(Statistics, SayWhatIsWrongWithARow)
         std::string bytes = row->second.substr(0, row->second.size() - kSealBytes);
         if (random() % 4 == 0)
             bytes.resize(random() % bytes.size());
-        for (unsigned changes = 1 + random() % 3; changes > 0 && !bytes.empty(); --changes)
+        for (auto changes = 1 + random() % 3; changes > 0 && !bytes.empty(); --changes)
             bytes[random() % std::min<std::size_t>(bytes.size(), i % 2 == 0 ? 64 : SIZE_MAX)] =
                 static_cast<char>(random());
         bytes.shrink_to_fit();
