@@ -3,8 +3,7 @@
 #include "query/costs.h"
 #include "query/index_ends.h"
 #include "query/operators.h"
-
-#include <kotypevl.h>
+#include "statistics/owned_bounds.h"
 
 #include <algorithm>
 
@@ -50,18 +49,6 @@ bool HasLow(const IndexRange& range)
 {
     return !range.low.form.empty();
 }
-
-/// The ends of a key range that an evaluator allocates.
-struct OwnedBounds : KoIdxBounds {
-    OwnedBounds() : KoIdxBounds{} {}
-    OwnedBounds(const OwnedBounds&) = delete;
-    OwnedBounds& operator=(const OwnedBounds&) = delete;
-    ~OwnedBounds()
-    {
-        KoFree(low);
-        KoFree(high);
-    }
-};
 
 class Planner
 {

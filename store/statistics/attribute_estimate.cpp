@@ -1,5 +1,7 @@
 #include "statistics/attribute_estimate.h"
 
+#include "statistics/owned_bounds.h"
+
 #include <algorithm>
 
 namespace ko::store::inner
@@ -10,8 +12,8 @@ namespace
 
 /// Values that are tested for one comparison where order does not help, and their bytes, so that a
 /// plan takes no longer than it may: a pattern takes 50 ns, and 10 for each byte.
-constexpr unsigned kMostTests = 1500;
-constexpr std::size_t kMostTestedBytes = 24'000;
+constexpr unsigned kMostTests = 1200;
+constexpr std::size_t kMostTestedBytes = 12'000;
 /// How sure the mean of a bucket is of one of its values, as so many objects of the sample.
 constexpr double kMeanWeight = 0.5;
 /// What takes the place of a hit where there is none.
@@ -28,18 +30,6 @@ double OfOneValue(double mean, double hits, double rate)
 {
     return (kMeanWeight + hits) / (kMeanWeight / mean + rate);
 }
-
-/// The ends of a range of keys that an evaluator allocates.
-struct OwnedBounds : KoIdxBounds {
-    OwnedBounds() : KoIdxBounds{} {}
-    OwnedBounds(const OwnedBounds&) = delete;
-    OwnedBounds& operator=(const OwnedBounds&) = delete;
-    ~OwnedBounds()
-    {
-        KoFree(low);
-        KoFree(high);
-    }
-};
 
 /// Evaluators take their operands unqualified and do not write to them.
 char* Unqualified(std::string_view form)

@@ -25,7 +25,7 @@ constexpr double kLeast = 0.5;
 std::uint64_t Pack(const std::uint8_t* bytes)
 {
     std::uint64_t bits = 0;
-    for (unsigned i = 0; i < 8; ++i) {
+    for (std::size_t i = 0; i < 8; ++i) {
         const auto eight = GetLittle<std::uint64_t>(reinterpret_cast<const char*>(bytes) + 8 * i);
         bits |= (eight * 0x0102040810204080) >> 56 << 8 * i;
     }
