@@ -137,7 +137,9 @@ void AttributeEstimate::SplitBucket(std::size_t at, std::string_view form, Split
         share = ShareBelow(low, code < end ? m_column.Form(code) : bucket.high, form);
     }
     split.source = all == 0.0 ? Estimate::Source::Evaluator : Estimate::Source::Histogram;
-    split.below += inside * (count(begin, code) + share) / (all + 1.0);
+    // Nothing is known to be below the lowest value.
+    if (at != 0 || Order(m_type, form, m_summary.lowest) > 0)
+        split.below += inside * (count(begin, code) + share) / (all + 1.0);
     if (bucket.distinct > 1 && inside > 0.0) {
         const double mean = inside / static_cast<double>(bucket.distinct - 1);
         const double rate = all / inside;

@@ -16,8 +16,9 @@ using Kind = Question::Kind;
 /// Predicates of more comparisons are not tested on the sample: cells are 2 to the power of these.
 constexpr std::size_t kMostLeaves = 6;
 constexpr unsigned kMostFits = 20;
-/// How sure single estimates that were combined are, as so many objects of the sample.
-constexpr double kCombinedWeight = 0.5;
+/// How sure single estimates that were combined are, as so many objects of the sample. It is also
+/// what no hits at all count as: conditions that exclude each other are frequent among these.
+constexpr double kCombinedWeight = 0.2;
 /// What is not known to be nothing is more than that.
 constexpr double kLeast = 0.5;
 

@@ -14,6 +14,8 @@ namespace
 /// Values of one size that are counted one by one, of each attribute.
 constexpr std::size_t kFewestKnown = 1024;
 constexpr std::size_t kMostKnown = 16'384;
+/// So many counted objects tell how many a value has, where each stands for others.
+constexpr std::uint64_t kSureOfThinned = 8;
 
 void PutSealed(const StatisticsBuilder::Put& put, std::size_t attribute, char part,
                std::string bytes)
@@ -306,7 +308,9 @@ void StatisticsBuilder::FinishAttribute(std::size_t attribute, const Text& text,
                            : static_cast<std::uint64_t>(std::llround(about.distinct.Count()));
     if (!whole)
         summary.registers = about.distinct.Registers();
-    values.SumUp(summary);
+    // Fewer objects than several that stand for others may be one value's by chance.
+    const bool thinned = m_objects - m_objectsBefore > kAllCounted;
+    values.SumUp(summary, thinned ? static_cast<double>(kSureOfThinned * kThinned) : 0.0);
     PutSealed(put, attribute, kSummaryPart, summary.Write());
     PutSealed(put, attribute, kSamplePart, column);
 }

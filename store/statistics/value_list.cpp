@@ -80,7 +80,7 @@ void ValueList::Sort()
 }
 
 /// The values that have more objects than the others, as many as may be.
-std::vector<bool> ValueList::ChooseCommon() const
+std::vector<bool> ValueList::ChooseCommon(double least) const
 {
     double objects = 0.0;
     double distinct = 0.0;
@@ -96,7 +96,7 @@ std::vector<bool> ValueList::ChooseCommon() const
         // What stands for several values, or was met in the sample alone, is no sure count.
         const bool sure = value.distinct <= 1.0 || value.hits >= kFewestHits;
         const bool most = value.objects > kMoreThanMean * objects / distinct;
-        if (value.objects >= 1.0 && sure && (all || most))
+        if (value.objects >= std::max(least, 1.0) && sure && (all || most))
             order.push_back(i);
     }
     const std::size_t count = std::min(order.size(), kMostCommon);
@@ -112,33 +112,45 @@ std::vector<bool> ValueList::ChooseCommon() const
     return common;
 }
 
+double ValueList::Distinct(const Summary& summary, const std::vector<bool>& common) const
+{
+    double rest = 0.0;
+    for (std::size_t i = 0; i < m_values.size(); ++i)
+        rest += common[i] ? 0.0 : m_values[i].distinct;
+    const auto there =
+        static_cast<double>(summary.distinct) - static_cast<double>(summary.common.size());
+    return rest > 0.0 ? std::max(1.0, there / rest) : 1.0;
+}
+
 /// The values from `begin` to before `end`, of which the last one is not common.
-void ValueList::AddBucket(Summary& summary, std::size_t begin, std::size_t end,
-                          const std::vector<bool>& common) const
+Summary::Bucket ValueList::MakeBucket(std::size_t begin, std::size_t end,
+                                      const std::vector<bool>& common, double distinct,
+                                      double least) const
 {
     double objects = 0.0;
-    double distinct = 0.0;
+    double values = 0.0;
     for (std::size_t i = begin; i < end; ++i) {
         if (!common[i]) {
             objects += m_values[i].objects;
-            distinct += m_values[i].distinct;
+            values += m_values[i].distinct * distinct;
         }
     }
+    values = std::max(values, 1.0);
     const Value& high = m_values[end - 1];
-    Summary::Bucket bucket;
-    bucket.high = high.form;
-    bucket.count = static_cast<std::uint64_t>(std::llround(objects));
-    bucket.ofHigh = std::min(bucket.count, static_cast<std::uint64_t>(std::llround(
-                                               high.objects / std::max(1.0, high.distinct))));
-    bucket.distinct = static_cast<std::uint64_t>(std::max(1.0, std::round(distinct)));
-    summary.buckets.push_back(std::move(bucket));
+    const double ofHigh = high.objects < least ? std::min(high.objects, objects / values)
+                                               : high.objects / std::max(1.0, high.distinct);
+    const auto rounded = [](double number) {
+        return static_cast<std::uint64_t>(std::llround(number));
+    };
+    return {std::string(high.form), rounded(objects), std::min(rounded(ofHigh), rounded(objects)),
+            rounded(values), 0};
 }
 
-void ValueList::SumUp(Summary& summary) const
+void ValueList::SumUp(Summary& summary, double least) const
 {
     if (m_values.empty())
         return;
-    const std::vector<bool> common = ChooseCommon();
+    const std::vector<bool> common = ChooseCommon(least);
     double rest = 0.0;
     for (std::size_t i = 0; i < m_values.size(); ++i) {
         if (common[i])
@@ -150,6 +162,7 @@ void ValueList::SumUp(Summary& summary) const
     }
     summary.lowest = m_values.front().form;
     summary.highest = m_values.back().form;
+    const double distinct = Distinct(summary, common);
     // A bucket ends with the value that fills it, so that one with many objects is its high end.
     std::size_t begin = 0;
     std::size_t last = m_values.size();
@@ -163,7 +176,7 @@ void ValueList::SumUp(Summary& summary) const
         const double full = rest / static_cast<double>(kMostBuckets) *
                             static_cast<double>(summary.buckets.size() + 1);
         if (i + 1 == last || (seen >= full && summary.buckets.size() + 1 < kMostBuckets)) {
-            AddBucket(summary, begin, i + 1, common);
+            summary.buckets.push_back(MakeBucket(begin, i + 1, common, distinct, least));
             begin = i + 1;
         }
     }

@@ -39,13 +39,16 @@ public:
     /// The value of an addition.
     Value& Of(std::uint32_t addition) { return m_values[m_valueOf[addition]]; }
 
-    /// Common values and buckets, out of what the values say; the rest of `summary` stays.
-    void SumUp(Summary& summary) const;
+    /// Common values and buckets, out of what the values say; the rest of `summary` is there
+    /// already. Numbers of objects below `least` are taken for no more than the mean.
+    void SumUp(Summary& summary, double least) const;
 
 private:
-    std::vector<bool> ChooseCommon() const;
-    void AddBucket(Summary& summary, std::size_t begin, std::size_t end,
-                   const std::vector<bool>& common) const;
+    std::vector<bool> ChooseCommon(double least) const;
+    /// Values that are not common, for each that the list has.
+    double Distinct(const Summary& summary, const std::vector<bool>& common) const;
+    Summary::Bucket MakeBucket(std::size_t begin, std::size_t end, const std::vector<bool>& common,
+                               double distinct, double least) const;
     void SetSampleEnds(Summary& summary) const;
 
     o_char m_type;
