@@ -201,14 +201,21 @@ double StatisticsBuilder::AddKnown(std::size_t attribute, const Text& text, Valu
         known += count;
         additions.ofKnown.push_back(values.Add(counts.fixed.Form(i), count, 1.0));
     }
+    // An entry that was not counted has no objects, or few that others stand for: then it matters
+    // where the sample has it.
+    std::vector<bool> occurs(counts.entries.size());
+    for (std::size_t row = 0; row < m_sample.Count() && !occurs.empty(); ++row) {
+        const SampleCode code = m_sample.Code(row, attribute);
+        if (code.What() == SampleCode::kKnown)
+            occurs[code.Index()] = true;
+    }
     for (std::uint32_t i = 0; i < counts.entries.size(); ++i) {
         additions.ofKnown.push_back(0);
-        // The first object with a form that became an entry was counted with the others. One that
-        // was not counted since may be in the sample all the same.
+        if (counts.entries[i] == 0 && !occurs[i])
+            continue;
+        // The first object with a form that became an entry was counted with the others.
         const bool isNew = i >= m_attributes[attribute].oldEntries;
         const std::string_view form = text(attribute, i);
-        if (form.empty())
-            continue;
         const bool first = isNew && others >= 1.0;
         const double count = static_cast<double>(counts.entries[i]) + (first ? 1.0 : 0.0);
         others -= first ? 1.0 : 0.0;
