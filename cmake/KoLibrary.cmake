@@ -1,12 +1,17 @@
 # One shared library of the system: its exported headers in FOLDER/inc, its sources in FOLDER/src and
 # the rooms below it, its module name on Windows. INC names other exported headers, SOURCES what is compiled
-# beside. With a FILE_DESCRIPTION the Windows module carries a version resource.
+# beside; ROOMS the folder of rooms of a library that has no src/, of which SOURCES are all. With a
+# FILE_DESCRIPTION the Windows module carries a version resource.
 function(ko_library target)
-  cmake_parse_arguments(arg "" "EXPORT_NAME;FOLDER;INC;MODULE;FILE_DESCRIPTION" "LIBRARIES;SOURCES" ${ARGN})
+  cmake_parse_arguments(arg "" "EXPORT_NAME;FOLDER;INC;ROOMS;MODULE;FILE_DESCRIPTION" "LIBRARIES;SOURCES" ${ARGN})
   if(NOT arg_INC)
     set(arg_INC ${CMAKE_CURRENT_SOURCE_DIR}/${arg_FOLDER}/inc)
   endif()
-  file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${arg_FOLDER}/src/*.cpp)
+  set(sources)
+  if(NOT arg_ROOMS)
+    set(arg_ROOMS ${arg_FOLDER}/src)
+    file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${arg_ROOMS}/*.cpp)
+  endif()
   list(APPEND sources ${arg_SOURCES})
   add_library(${target} SHARED ${sources})
   add_library(ko::${arg_EXPORT_NAME} ALIAS ${target})
@@ -27,7 +32,7 @@ function(ko_library target)
     ${target} PUBLIC $<BUILD_INTERFACE:${arg_INC}>
                      $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/kotms>)
   # An include of an inner header names its room.
-  target_include_directories(${target} PRIVATE ${arg_FOLDER}/src)
+  target_include_directories(${target} PRIVATE ${arg_ROOMS})
   target_compile_features(${target} PUBLIC cxx_std_20)
   target_link_libraries(${target} PUBLIC ${arg_LIBRARIES})
   set_target_properties(${target} PROPERTIES EXPORT_NAME ${arg_EXPORT_NAME})
@@ -38,7 +43,7 @@ function(ko_library target)
       enable_language(RC)
       set(KO_MODULE ${arg_MODULE})
       set(KO_FILE_DESCRIPTION ${arg_FILE_DESCRIPTION})
-      configure_file(cmake/version.rc.in ${CMAKE_CURRENT_BINARY_DIR}/${target}.rc @ONLY)
+      configure_file(${PROJECT_SOURCE_DIR}/cmake/version.rc.in ${CMAKE_CURRENT_BINARY_DIR}/${target}.rc @ONLY)
       target_sources(${target} PRIVATE ${CMAKE_CURRENT_BINARY_DIR}/${target}.rc)
     endif()
   else()
@@ -46,7 +51,7 @@ function(ko_library target)
     target_compile_options(${target} PRIVATE -fno-semantic-interposition)
     # Templates of the standard library keep default visibility whatever the flags say; the version
     # script takes them back, so that only what a header marks is exported.
-    set(map ${CMAKE_CURRENT_SOURCE_DIR}/cmake/exports.map)
+    set(map ${PROJECT_SOURCE_DIR}/cmake/exports.map)
     target_link_options(${target} PRIVATE -Wl,--version-script=${map})
     set_target_properties(${target} PROPERTIES VERSION ${PROJECT_VERSION}
                                                SOVERSION ${PROJECT_VERSION_MAJOR}
@@ -70,13 +75,17 @@ function(ko_install_package name)
   write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/${name}ConfigVersion.cmake
                                    COMPATIBILITY SameMajorVersion)
   install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${name}ConfigVersion.cmake DESTINATION ${folder})
+  ko_install_pkgconfig(${name})
+endfunction()
 
+# NAME.pc of cmake/NAME.pc.in.
+function(ko_install_pkgconfig name)
   set(folder ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
   file(RELATIVE_PATH KO_PC_TO_PREFIX /${folder} /)
   set(KO_PC_LIBS "-lkotms -lkointl -lkobase")
   if(WIN32)
     set(KO_PC_LIBS "-lMC120Ctms100x64 -lMC120Cin100x64 -lMC120Cbs100x64")
   endif()
-  configure_file(cmake/${name}.pc.in ${CMAKE_CURRENT_BINARY_DIR}/${name}.pc @ONLY)
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/${name}.pc.in ${CMAKE_CURRENT_BINARY_DIR}/${name}.pc @ONLY)
   install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${name}.pc DESTINATION ${folder})
 endfunction()

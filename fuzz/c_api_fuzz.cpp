@@ -1,5 +1,5 @@
-#include "page_end.h"
 #include "require.h"
+#include "support/page_end.h"
 
 #include <ko.h>
 
@@ -79,6 +79,25 @@ ko_status Pack(const Input& in, const Bytes& text, const char* format, Bytes& by
     return status;
 }
 
+ko_status FromKey(const Input& in, const Bytes& key, Bytes& bytes)
+{
+    const PageEnd page(key.data(), key.size());
+    return Make(bytes, [&](void* out, std::size_t* size) {
+        return ko_from_key(in.type, page.Bytes(), key.size(), in.word, in.order, out, size);
+    });
+}
+
+/// The value in the other order.
+Bytes Turned(const Input& in, const Bytes& bytes, ko_order order)
+{
+    Bytes turned;
+    const ko_status status = Make(turned, [&](void* out, std::size_t* size) {
+        return ko_convert(in.type, bytes.data(), bytes.size(), in.order, order, out, size);
+    });
+    Require(status == KO_OK, "every value has both orders");
+    return turned;
+}
+
 int Compare(const Input& in, const Bytes& a, const Bytes& b)
 {
     int order = 2;
@@ -100,27 +119,14 @@ bool IsNull(const Input& in, const Bytes& bytes)
 void UseValue(const Input& in, const Bytes& bytes)
 {
     Bytes text;
-    Bytes other;
     IsNull(in, bytes);
     Text(in, bytes, in.format, text);
     const ko_status shown = Text(in, bytes, nullptr, text);
     Require(shown == KO_OK || shown == KO_TOO_LONG, "every value has a text");
-
     Input turned = in;
     turned.order = in.order == KO_BIG ? KO_LITTLE : KO_BIG;
-    Bytes back;
-    Require(Make(other,
-                 [&](void* out, std::size_t* size) {
-                     return ko_convert(in.type, bytes.data(), bytes.size(), in.order, turned.order,
-                                       out, size);
-                 }) == KO_OK,
-            "every value has both orders");
-    Require(Make(back,
-                 [&](void* out, std::size_t* size) {
-                     return ko_convert(in.type, other.data(), other.size(), turned.order, in.order,
-                                       out, size);
-                 }) == KO_OK,
-            "and goes back");
+    const Bytes other = Turned(in, bytes, turned.order);
+    Bytes back = Turned(turned, other, in.order);
     Bytes keys[2];
     const ko_status keyed = Key(in, bytes, keys[0]);
     if ((in.word & ~0x3F0U) != 0) {
@@ -143,9 +149,7 @@ void UseValue(const Input& in, const Bytes& bytes)
                     KO_OK &&
                 hashes[0] == hashes[1],
             "a hash for all orders");
-    const ko_status made = Make(back, [&](void* out, std::size_t* size) {
-        return ko_from_key(in.type, keys[0].data(), keys[0].size(), in.word, in.order, out, size);
-    });
+    const ko_status made = FromKey(in, keys[0], back);
     Require(made == KO_NOT_SUPPORTED || (made == KO_OK && Compare(in, bytes, back) == 0),
             "a value from its key");
 }
@@ -169,14 +173,13 @@ bool UseBytes(const Input& in, const Bytes& bytes)
     return whole == KO_OK;
 }
 
-/// Texts, and what is read of them.
-void UseText(const Input& in, const Bytes& text)
+/// Texts, and what is read of them; true where it is a value, of the type's own format in `bytes`.
+bool UseText(const Input& in, const Bytes& text, Bytes& bytes)
 {
-    Bytes bytes;
     if (Pack(in, text, in.format, bytes) == KO_OK)
         Require(UseBytes(in, bytes), "what is read is a value");
     if (Pack(in, text, nullptr, bytes) != KO_OK)
-        return;
+        return false;
     Bytes printed;
     Bytes again;
     Require(Text(in, bytes, nullptr, printed) == KO_OK, "what is read has a text");
@@ -184,10 +187,13 @@ void UseText(const Input& in, const Bytes& text)
     // Nulls of one type may hold different bytes and have one text.
     Require(again == bytes || (IsNull(in, again) && IsNull(in, bytes)),
             "a text gives its value back");
+    return true;
 }
 
 void UsePair(const Input& in, const Bytes& a, const Bytes& b)
 {
+    if ((in.word & ~0x3F0U) != 0)
+        return;
     Bytes keys[2];
     const int order = Compare(in, a, b);
     if (IsPlainBytes(in, a) != IsPlainBytes(in, b))
@@ -195,11 +201,11 @@ void UsePair(const Input& in, const Bytes& a, const Bytes& b)
     if (Key(in, a, keys[0]) != KO_OK || Key(in, b, keys[1]) != KO_OK)
         return;
     Require(Compare(in, b, a) == -order, "the other way round");
+    const auto keyOrder = keys[0] <=> keys[1];
+    Require(keyOrder == (order <=> 0), "keys have the order of the values");
     const std::size_t both = std::min(keys[0].size(), keys[1].size());
-    int keyOrder = std::memcmp(keys[0].data(), keys[1].data(), both);
-    if (keyOrder == 0)
-        keyOrder = (keys[0].size() > both ? 1 : 0) - (keys[1].size() > both ? 1 : 0);
-    Require((keyOrder > 0) - (keyOrder < 0) == order, "keys have the order of the values");
+    Require(order == 0 || std::memcmp(keys[0].data(), keys[1].data(), both) != 0,
+            "no key begins another");
 }
 
 } // namespace
@@ -214,23 +220,26 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     in.word = static_cast<unsigned>(data[2] << 4 | (data[3] & 3) << 8);
     if (data[3] < 0xF0)
         in.word &= 0x3F0;
-    const std::uint8_t* const zero = std::find(data + 4, end, std::uint8_t{0});
-    const std::string format(data + 4, zero);
+    const std::uint8_t* at = data + 4;
+    const std::string format = Next(at, end);
     in.format = format.c_str();
-    if (end - zero < 2)
+    if (at == end)
         return 0;
-    const auto first = std::min<std::ptrdiff_t>(zero[1], end - zero - 2);
-    const Bytes a(zero + 2, zero + 2 + first);
-    const Bytes b(zero + 2 + first, end);
+    const std::uint8_t* const split = at + 1 + std::min<std::ptrdiff_t>(*at, end - at - 1);
+    const Bytes a(at + 1, split);
+    const Bytes b(split, end);
 
-    const bool areValues = UseBytes(in, a) && UseBytes(in, b);
-    if (areValues && (in.word & ~0x3F0U) == 0)
+    if (UseBytes(in, a) && UseBytes(in, b))
         UsePair(in, a, b);
-    UseText(in, a);
+    Bytes packed[2];
+    const bool first = UseText(in, a, packed[0]);
+    if (UseText(in, b, packed[1]) && first)
+        UsePair(in, packed[0], packed[1]);
     Bytes value;
-    Make(value, [&](void* out, std::size_t* room) {
-        return ko_from_key(in.type, b.data(), b.size(), in.word, in.order, out, room);
-    });
+    Bytes key;
+    if (FromKey(in, b, value) == KO_OK)
+        Require(Key(in, value, key) == KO_OK && key == b,
+                "a key that is read is the key of its value");
     int order = 0;
     ko_collate(reinterpret_cast<const char*>(a.data()), a.size(),
                reinterpret_cast<const char*>(b.data()), b.size(), in.word, &order);

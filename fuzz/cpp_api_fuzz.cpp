@@ -2,9 +2,7 @@
 
 #include <ko.hpp>
 
-#include <cstdint>
 #include <sstream>
-#include <string>
 
 // ko.hpp with whatever strangers hand it: the first four bytes of the input choose type, word,
 // language and code set, then stand a text for null, a format and two texts, each up to a zero. The
@@ -12,14 +10,6 @@
 
 namespace
 {
-
-std::string Next(const std::uint8_t*& at, const std::uint8_t* end)
-{
-    const std::uint8_t* const zero = std::find(at, end, std::uint8_t{0});
-    const std::string text(at, zero);
-    at = zero == end ? end : zero + 1;
-    return text;
-}
 
 ko::BytesView AsBytes(const std::string& text)
 {
@@ -32,11 +22,12 @@ void Use(const ko::Value& value, const char* format, ko::Word word, const ko::Se
     (void)value.Text(format, settings);
     std::ostringstream out;
     out << value;
-    const auto little = value.Store(ko::Order::little);
-    Require(little.has_value(), "a value can be stored");
-    const auto back = ko::Value::Load(value.Type(), *little, ko::Order::little);
-    Require(back && *back == value && back->IsNull() == value.IsNull(), "and loaded");
-    Require(std::hash<ko::Value>()(*back) == std::hash<ko::Value>()(value), "with the same hash");
+    const auto back = value.Store(ko::Order::little).and_then([&](const ko::Bytes& little) {
+        return ko::Value::Load(value.Type(), little, ko::Order::little);
+    });
+    Require(back && *back == value && back->IsNull() == value.IsNull() &&
+                std::hash<ko::Value>()(*back) == std::hash<ko::Value>()(value),
+            "a value can be stored and loaded");
     const ko::Value copy = *back;
     Require(copy == value && !ko::ValueLess{word}(copy, value), "a copy is equal");
     const auto key = value.SortKey(word);

@@ -37,19 +37,15 @@ public:
     {
         s_manager.ScanFromKoString(m_id, m_value, text, format, 1);
     }
-    KoString Print(const char* format)
+    void Print(KoString& text, const char* format)
     {
-        KoString text;
         s_manager.PrintToKoString(m_id, text, m_value, format, 1);
-        return text;
     }
-    bool Equals(void* other)
+    bool Equals(const Value& other) { return Equals(other.m_value); }
+    bool Equals(const void* other)
     {
-        int status = 0;
-        return s_manager.Cmp(m_id, 0, m_value, 0, other, kKoCmpStrictBit, 1, KoFMT_MEMORY,
-                             status) == 0;
+        return s_manager.Cmp(m_id, m_value, other, kKoCmpStrictBit, 1, KoFMT_MEMORY) == 0;
     }
-    bool Equals(Value& other) { return Equals(other.m_value); }
     bool ComesBackFromText()
     {
         const std::unique_ptr<KoTypeConvertData> texts(s_manager.ConvertTo(m_id, m_value, 1));
@@ -100,6 +96,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         return 0;
     Require(value.Equals(valueWide), "both widths read alike");
     Require(value.ComesBackFromText(), "the value of its own text");
-    value.Print(format.get());
+    value.Print(text, format.get());
     return 0;
 }

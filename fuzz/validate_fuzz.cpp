@@ -1,5 +1,5 @@
-#include "page_end.h"
 #include "require.h"
+#include "support/page_end.h"
 
 #include <kotms.h>
 

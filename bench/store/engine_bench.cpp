@@ -18,7 +18,6 @@
 namespace
 {
 
-using namespace ko::store;
 using namespace ko::store::inner;
 
 constexpr std::uint32_t kRows = 1'000'000;

@@ -18,7 +18,6 @@
 namespace
 {
 
-using namespace ko::store;
 using namespace ko::store::inner;
 
 double ErrorOf(Snapshot& snapshot, const std::string& predicate)
@@ -104,7 +103,7 @@ int main()
 {
     const TestFolder folder;
     const auto import = [&](const char* name, const std::string& csv, const std::string& schema) {
-        const ImportRequest request{folder.Path(name), csv, "", false};
+        const ko::store::ImportRequest request{folder.Path(name), csv, {}};
         Import(request, Schema::FromJson(schema, name), std::cerr);
         return request.store;
     };

@@ -136,7 +136,7 @@ std::uint64_t ImportWithSqlite(const Data& data, const std::string& csvPath,
 std::uint64_t ImportWithKotm(const Data& data, const std::string& csvPath, const std::string& path)
 {
     std::ostringstream messages;
-    return ko::store::inner::Import({path, csvPath, "", false}, data.schema, messages).stored;
+    return ko::store::inner::Import({path, csvPath, {}}, data.schema, messages).stored;
 }
 
 using Importer = std::uint64_t (*)(const Data&, const std::string&, const std::string&);

@@ -24,7 +24,6 @@
 namespace
 {
 
-using namespace ko::store;
 using namespace ko::store::inner;
 
 constexpr char kSchema[] = R"({"class": "Row", "attributes": [
@@ -73,8 +72,8 @@ void Fill(Data& data)
     db.Run("COMMIT");
     csv.close();
     std::ostringstream messages;
-    if (Import({data.store, path, "", false}, Schema::FromJson(kSchema, "schema"), messages)
-            .stored != data.rows)
+    if (Import({data.store, path, {}}, Schema::FromJson(kSchema, "schema"), messages).stored !=
+        data.rows)
         Fail("rows are missing");
 }
 

@@ -24,7 +24,8 @@
 namespace
 {
 
-using namespace ko::store;
+using ko::store::Error;
+using ko::store::ErrorCode;
 using namespace ko::store::inner;
 
 /// Time of the processor, so that other programs have no part in it.

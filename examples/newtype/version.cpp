@@ -50,15 +50,6 @@ struct VersionOps : ElementOps<KoVersion, VersionOps, KoVERSION_T> {
     }
     static constexpr KoStoreFunc Load = Store;
     static unsigned FormSize(unsigned char) { return kSize; }
-    static unsigned NullSizeGet(unsigned count) { return count * kSize; }
-    static unsigned SizeGet(const void*, unsigned char, unsigned char, unsigned count)
-    {
-        return count * kSize;
-    }
-    static unsigned SizeGetFromMemFile(MemFile*, unsigned char, unsigned count)
-    {
-        return count * kSize;
-    }
 
     // Order, hash and sort key go by one number; any bytes are a version, so that validation needs
     // nothing of its own.

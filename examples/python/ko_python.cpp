@@ -117,23 +117,24 @@ PyObject* Compare(PyObject*, PyObject* arguments)
     };
     return Call(arguments, "sy#y#|O&", work, &a.data, &a.size, &b.data, &b.size, ToWord, &word);
 }
-PyObject* Key(PyObject*, PyObject* arguments)
+/// What ko::SortKey or ko::Hash makes of a value.
+template <class Make>
+PyObject* Made(PyObject* arguments, Make make)
 {
     Span value;
     unsigned word = KO_PLAIN;
     const auto work = [&](ko::Type type) {
-        return ko::SortKey(type, value.Bytes(), static_cast<ko::Word>(word | KO_PLAIN));
+        return make(type, value.Bytes(), static_cast<ko::Word>(word | KO_PLAIN), ko::Order::big);
     };
     return Call(arguments, "sy#|O&", work, &value.data, &value.size, ToWord, &word);
 }
+PyObject* Key(PyObject*, PyObject* arguments)
+{
+    return Made(arguments, ko::SortKey);
+}
 PyObject* Hash(PyObject*, PyObject* arguments)
 {
-    Span value;
-    unsigned word = KO_PLAIN;
-    const auto work = [&](ko::Type type) {
-        return ko::Hash(type, value.Bytes(), static_cast<ko::Word>(word | KO_PLAIN));
-    };
-    return Call(arguments, "sy#|O&", work, &value.data, &value.size, ToWord, &word);
+    return Made(arguments, ko::Hash);
 }
 
 PyMethodDef functions[] = {

@@ -94,9 +94,21 @@ int StepSequence(void* value, unsigned char format, unsigned char kind)
 /// and over `Store`, `Load` and
 ///
 ///     static unsigned FormSize(unsigned char format);  // bytes of an element to compare
+///
+/// Types whose stored elements have another length than this hide the three sizes.
 template <class T, class Ops, KoTypeId id>
 struct ElementOps : ValueOps<T, Ops> {
     static_assert(sizeof(T) == kTypeRows[id].memLen);
+
+    static unsigned NullSizeGet(unsigned count) { return Ops::FormSize(KoFMT_LITTLE) * count; }
+    static unsigned SizeGet(const void*, unsigned char, unsigned char format, unsigned count)
+    {
+        return Ops::FormSize(format) * count;
+    }
+    static unsigned SizeGetFromMemFile(MemFile*, unsigned char format, unsigned count)
+    {
+        return Ops::FormSize(format) * count;
+    }
 
     static KoTypeConvertData* ConvertTo(void* value, unsigned count)
     {

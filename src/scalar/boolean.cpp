@@ -63,12 +63,6 @@ struct BooleanOps : ElementOps<KoBoolean, BooleanOps, KoBOOLEAN_T> {
         return CharStore(destination, source, format, count);
     }
     static constexpr KoStoreFunc Load = Store;
-    static unsigned NullSizeGet(unsigned count) { return count; }
-    static unsigned SizeGet(const void*, unsigned char, unsigned char, unsigned count)
-    {
-        return count;
-    }
-    static unsigned SizeGetFromMemFile(MemFile*, unsigned char, unsigned count) { return count; }
     static unsigned FormSize(unsigned char) { return 1; }
 
     static float EvalAndBound(KoIdxBounds* bounds, unsigned short& op, void* value, unsigned char,

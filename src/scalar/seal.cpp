@@ -34,15 +34,7 @@ struct SealOps : ElementOps<KoSeal, SealOps, KoSEAL_T> {
         return ShortStore(destination, source, format, count * kWords);
     }
     static constexpr KoStoreFunc Load = Store;
-    static unsigned NullSizeGet(unsigned count) { return count * kSize; }
-    static unsigned SizeGet(const void*, unsigned char, unsigned char, unsigned count)
-    {
-        return count * kSize;
-    }
-    static unsigned SizeGetFromMemFile(MemFile*, unsigned char, unsigned count)
-    {
-        return count * kSize;
-    }
+    static unsigned FormSize(unsigned char) { return kSize; }
 
     static o_u8b Number(const unsigned char* at, bool swap)
     {
@@ -69,7 +61,6 @@ struct SealOps : ElementOps<KoSeal, SealOps, KoSEAL_T> {
                         });
     }
 
-    static unsigned FormSize(unsigned char) { return kSize; }
     static o_u8b NumberAt(const unsigned char* at, unsigned char format)
     {
         return Number(at, KoNeedsSwap(format));

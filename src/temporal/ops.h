@@ -179,15 +179,7 @@ struct TemporalOps : ElementOps<typename Type::Value, TemporalOps<Type>, Type::k
             return nullptr;
     }();
 
-    static unsigned NullSizeGet(unsigned count) { return Layout::kStoredSize * count; }
-    static unsigned SizeGet(const void*, unsigned char, unsigned char format, unsigned count)
-    {
-        return Layout::Size(format) * count;
-    }
-    static unsigned SizeGetFromMemFile(MemFile*, unsigned char format, unsigned count)
-    {
-        return Layout::Size(format) * count;
-    }
+    static unsigned FormSize(unsigned char format) { return Layout::Size(format); }
 
     static int Cmp(unsigned char format, unsigned length1, void* value1, unsigned length2,
                    void* value2, unsigned short cmpOp, unsigned count, int& status)
@@ -217,8 +209,6 @@ struct TemporalOps : ElementOps<typename Type::Value, TemporalOps<Type>, Type::k
     {
         return EvaluateBounds<TemporalAxis<Type>>(bounds, op, value, format, count, newBounds);
     }
-
-    static unsigned FormSize(unsigned char format) { return Layout::Size(format); }
 
     /// Where fields of -1 are wildcards there is no order.
     static bool HasKeys(unsigned short cmpOp)

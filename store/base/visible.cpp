@@ -46,41 +46,19 @@ bool IsHidden(int character) noexcept
            within(0x2028, 0x202E) || within(0x2066, 0x206F) || character == 0xFEFF;
 }
 
-std::string Visible(std::string_view utf8)
+std::string Visible(std::string_view utf8, std::size_t most)
 {
     std::string visible;
-    for (std::size_t at = 0; at < utf8.size();)
+    std::size_t at = 0;
+    for (std::size_t count = 0; at < utf8.size() && count < most; ++count)
         AppendVisible(visible, utf8, at);
-    return visible;
+    return visible + (at < utf8.size() ? "..." : "");
 }
 
 std::string Quoted(std::string_view utf8)
 {
     constexpr std::size_t kMost = 40;
-    std::string quoted = "\"";
-    std::size_t at = 0;
-    for (std::size_t count = 0; at < utf8.size() && count < kMost; ++count)
-        AppendVisible(quoted, utf8, at);
-    return quoted + (at < utf8.size() ? "...\"" : "\"");
-}
-
-std::string VisibleJson(std::string_view json)
-{
-    std::string visible;
-    for (std::size_t at = 0; at < json.size();) {
-        const std::size_t start = at;
-        const int character = DecodeUtf8(json, at);
-        // Below them JSON has escapes of its own, and line breaks between its parts.
-        if (character < 0x7F || !IsHidden(character)) {
-            at = std::max(at, start + 1);
-            visible.append(json.substr(start, at - start));
-            continue;
-        }
-        char code[8];
-        std::snprintf(code, sizeof code, "\\u%04x", static_cast<unsigned>(character) & 0xFFFF);
-        visible += code;
-    }
-    return visible;
+    return '"' + Visible(utf8, kMost) + '"';
 }
 
 } // namespace ko::store::inner

@@ -1,6 +1,7 @@
 #ifndef KO_STORE_BASE_VISIBLE_H
 #define KO_STORE_BASE_VISIBLE_H
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -13,14 +14,12 @@ namespace ko::store::inner
 bool IsHidden(int character) noexcept;
 
 /// A text for people: hidden characters stand as their codes, \n, \t, \x1B or \u009B, and bytes
-/// that are no UTF-8 as \xFF. No text of a file speaks to the terminal then.
-std::string Visible(std::string_view utf8);
+/// that are no UTF-8 as \xFF. No text of a file speaks to the terminal then. Three dots stand for
+/// what is behind `most` characters.
+std::string Visible(std::string_view utf8, std::size_t most = std::string_view::npos);
 
 /// The same in quotes, cut to what a message has room for.
 std::string Quoted(std::string_view utf8);
-
-/// JSON text with its hidden characters escaped: it means the same.
-std::string VisibleJson(std::string_view json);
 
 } // namespace ko::store::inner
 

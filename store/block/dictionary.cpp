@@ -156,13 +156,13 @@ Cell Dictionary::Place(std::string_view form)
     return Cell::OfEntry(Size() - 1);
 }
 
-bool Dictionary::LoadRow(std::uint32_t row, std::string_view bytes)
+bool Dictionary::LoadRow(std::uint32_t row, std::string_view bytes, std::uint32_t size)
 {
     TextRow texts;
     if (Size() != std::size_t{row} * kEntriesInRow || !texts.Open(bytes) ||
         Size() + texts.Count() > kMostEntries)
         return false;
-    for (unsigned i = 0; i < texts.Count(); ++i) {
+    for (unsigned i = 0; i < texts.Count() && Size() < size; ++i) {
         if (Find(texts.Form(i)) != kNone)
             return false;
         Add(HashBytes(texts.Form(i)), texts.Form(i));

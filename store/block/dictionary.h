@@ -63,9 +63,11 @@ public:
     /// not too long after the first: forms that are met once never fill the dictionary.
     Cell Place(std::string_view form);
 
-    /// Takes the next row of a dictionary that is read. False where it is damaged, does not follow
-    /// the one before, or holds a form twice.
-    bool LoadRow(std::uint32_t row, std::string_view bytes);
+    /// Takes the next row of a dictionary that is read, and of its entries no more than make a
+    /// dictionary of `size`: those behind them are of a change that broke, or is not seen yet, and
+    /// others may come in their place. False where it is damaged, does not follow the one before,
+    /// or holds a form twice.
+    bool LoadRow(std::uint32_t row, std::string_view bytes, std::uint32_t size = kMostEntries);
     /// Writes a row over `bytes`.
     void WriteRow(std::uint32_t row, std::string& bytes) const;
     std::uint32_t Rows() const { return (Size() + kEntriesInRow - 1) / kEntriesInRow; }

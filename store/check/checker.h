@@ -2,6 +2,7 @@
 #define KO_STORE_CHECK_CHECKER_H
 
 #include "object/snapshot.h"
+#include <kostore.h>
 
 #include <cstdint>
 #include <iosfwd>
@@ -13,11 +14,12 @@ namespace ko::store::inner
 /// Checks what the engine is built of, then every row of a store: checksums, the layout of blocks
 /// and the values in them, dictionaries, large values, counts, and that each index has the value of
 /// every object once and nothing else. Faults go to `out`, a line each, with the row that has them,
-/// the first 100 of them. Returns their number. Throws Error where the store cannot be opened, or
-/// the engine's own parts are damaged.
-std::uint64_t CheckStore(const std::string& address, std::ostream& out);
+/// the first 100 of them. Throws Error where the store cannot be opened, or the engine's own parts
+/// are damaged.
+CheckResult CheckStore(const std::string& address, std::ostream& out);
 
-/// The same for the rows alone; `scratch` names the place of temporary files.
+/// The same for the rows alone, of which it returns the number of faults; `scratch` is the path
+/// beside which temporary files come and go.
 std::uint64_t CheckRows(Snapshot& snapshot, const std::string& scratch, std::ostream& out);
 
 } // namespace ko::store::inner

@@ -23,9 +23,10 @@ namespace ko::store::inner
 //
 // Errors are exceptions. Error has a sentence for the user: ErrorCode::Damaged for a store that
 // cannot be trusted, ErrorCode::Io for whatever else the system refuses, a key or a value of
-// another size than allowed, and an append out of order. Conflict means that the whole change can
-// be run again. After either, an object that threw answers nothing but its destructor, which keeps
-// nothing of a change.
+// another size than allowed, and an append out of order. Functions of an address throw
+// ErrorCode::Usage where it is none that they read. Conflict means that the whole change can be run
+// again. After either, an object that threw answers nothing but its destructor, which keeps nothing
+// of a change.
 //
 // Threads: an Engine serves several at once. Readers, writers, cursors and loaders serve one at a
 // time; a writer and a loader stay with the thread that began them. None of them is carried over a
@@ -53,11 +54,22 @@ struct Range {
 
 enum class Direction { Forwards, Backwards };
 
-/// Another change came between: the caller runs its own again, from the first read on.
+/// Another change came between, or the connection to a server was lost: the caller runs its own
+/// change again, from the first read on.
 class Conflict : public std::exception
 {
 public:
-    const char* what() const noexcept override { return "another change came between"; }
+    enum class Cause { OtherChange, LostConnection };
+
+    explicit Conflict(Cause cause = Cause::OtherChange) : m_cause(cause) {}
+    bool IsLoss() const { return m_cause == Cause::LostConnection; }
+    const char* what() const noexcept override
+    {
+        return IsLoss() ? "the connection was lost" : "other changes came between";
+    }
+
+private:
+    Cause m_cause;
 };
 
 /// A walk over a range, from its lower end upwards or from its upper end downwards. It ends before
@@ -173,6 +185,11 @@ std::unique_ptr<Engine> OpenEngine(const std::string& address, Mode mode);
 /// is at work there.
 std::unique_ptr<Loader> StartLoad(const std::string& address);
 
+/// Overwrites a password that an address has, in the place where it stands and however long it is:
+/// other programs see the arguments of this one. Returns whether there was one. What is needed of
+/// the address is to be copied before.
+bool HidePassword(char* address);
+
 /// True where something stands at the address, whether it is a sound store or not.
 bool StoreExists(const std::string& address);
 /// Checks what the engine itself is built of before it trusts it, all of it. Throws Error
@@ -181,6 +198,20 @@ void CheckEngine(const std::string& address);
 /// The files that belong to the store or come and go while it is written, none of which may be an
 /// input or another output. Empty where the address names no file.
 std::vector<std::string> FilesOfStore(const std::string& address);
+/// Clears away what loaders of this store left behind that were killed, and in a database what was
+/// replaced a minute ago or earlier. Returns how many of such it were. Throws Error (ErrorCode::Io)
+/// while a loader is at work.
+std::size_t Clean(const std::string& address);
+/// The statements by which an administrator of a database lets one role read a store and another
+/// change its objects as well; an empty role is left out. They hold for the store as it is now: one
+/// that replaces it needs them again. Throws Error: ErrorCode::Usage for a path.
+std::string GrantStatements(const std::string& address, const std::string& reader,
+                            const std::string& writer);
+/// What sentences call the store: its address, of a database without user and password.
+std::string NameOfStore(const std::string& address);
+/// A path beside which temporary files may come and go while the store is written or checked: the
+/// store's own, and for a database one in TMPDIR or /tmp.
+std::string ScratchOfStore(const std::string& address);
 
 } // namespace ko::store::inner
 

@@ -348,8 +348,13 @@ Environment::Claim::Claim(std::shared_ptr<Environment> environment, unsigned mil
         m_lock = std::move(of.m_firstLock);
         if (!m_lock)
             m_lock = std::make_unique<LockedFile>(of.m_path, false, milliseconds);
-        if (!std::exchange(of.m_trusted, true))
-            CheckFreePages(of.m_path);
+        // Large changes write into the map of the file, where a damaged page leads anywhere.
+        if (!std::exchange(of.m_trusted, true)) {
+            if (of.IsLarge())
+                CheckPages(of.m_path);
+            else
+                CheckFreePages(of.m_path);
+        }
     } catch (...) {
         if (m_lock)
             of.CutOff(*m_lock);

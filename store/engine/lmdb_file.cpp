@@ -1,5 +1,6 @@
 #include "engine/lmdb_file.h"
 
+#include "engine/locked_file.h"
 #include <kostore.h>
 
 #include <fcntl.h>
@@ -7,7 +8,6 @@
 #include <unistd.h>
 
 #include <bit>
-#include <cerrno>
 #include <cstring>
 
 namespace ko::store::inner::lmdb
@@ -19,11 +19,6 @@ namespace
 // In the byte order and word size of the machine that wrote the file.
 constexpr std::uint32_t kMagic = 0xBEEFC0DE;
 constexpr std::uint32_t kVersion = 1;
-
-std::string SystemError(const std::string& path)
-{
-    return path + ": " + std::strerror(errno);
-}
 
 constexpr std::uint64_t kSmallestPage = 512;
 constexpr std::uint64_t kLargestPage = 32768;

@@ -178,4 +178,15 @@ std::vector<std::string> FilesOfStore(const std::string& path)
     return {path, NewPath(path), LockPath(FollowLinks(path))};
 }
 
+std::size_t Clean(const std::string& path)
+{
+    const std::string file = NewPath(path);
+    if (!StoreExists(file))
+        return 0;
+    const LockedFile lock(file, false);
+    if (std::remove(file.c_str()) != 0)
+        throw Error(ErrorCode::Io, file + ": " + std::strerror(errno));
+    return 1;
+}
+
 } // namespace ko::store::inner::lmdb

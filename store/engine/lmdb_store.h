@@ -23,6 +23,8 @@ std::unique_ptr<Engine> OpenEngine(const std::string& path, Mode mode);
 std::unique_ptr<Loader> StartLoad(const std::string& path);
 bool StoreExists(const std::string& path);
 std::vector<std::string> FilesOfStore(const std::string& path);
+/// Takes away the file PATH.new of a loader that was killed, under its lock.
+std::size_t Clean(const std::string& path);
 
 } // namespace ko::store::inner::lmdb
 

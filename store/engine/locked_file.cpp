@@ -18,13 +18,13 @@
 namespace ko::store::inner::lmdb
 {
 
-namespace
-{
-
 std::string SystemError(const std::string& path)
 {
     return path + ": " + std::strerror(errno);
 }
+
+namespace
+{
 
 /// Takes the lock before the time is over; errno says why not.
 bool Lock(int file, unsigned milliseconds)

@@ -7,6 +7,9 @@
 namespace ko::store::inner::lmdb
 {
 
+/// A sentence about a file of which the system has just refused something, from errno.
+std::string SystemError(const std::string& path);
+
 /// How a file gets a name that nothing has: by the first of these that the file system can do.
 enum class Naming {
     Rename, ///< in one step

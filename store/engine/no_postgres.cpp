@@ -32,7 +32,15 @@ void CheckEngine(const std::string&)
 {
     Refuse();
 }
+std::string NameOfStore(const std::string&)
+{
+    Refuse();
+}
 std::size_t Clean(const std::string&)
+{
+    Refuse();
+}
+std::string GrantStatements(const std::string&, const std::string&, const std::string&)
 {
     Refuse();
 }

@@ -22,11 +22,8 @@ namespace ko::store::inner::postgres
 /// Four rows of such a size as its blocks have fill a page of the server.
 inline constexpr Traits kTraits{"PostgreSQL", 1980, true, true, false};
 
-/// True for an address that is a database's.
-inline bool IsAddress(const std::string& address)
-{
-    return address.starts_with("postgresql://") || address.starts_with("postgres://");
-}
+/// Where tables are spread over servers, of which each commits for itself and has its own moments.
+inline constexpr Traits kSpreadTraits{"PostgreSQL", 1980, false, false, false};
 
 /// What a loader does about a store that is there already.
 enum class Existing {
@@ -35,12 +32,18 @@ enum class Existing {
 };
 
 std::unique_ptr<Engine> OpenEngine(const std::string& address, Mode mode);
+/// Where the address names a schema (`?schema=NAME`), the store is loaded into that: its tables are
+/// empty, have the columns that those of a store have, and are stored as whoever made them wished,
+/// partitions on other servers included. Throws Error where they are not such.
 std::unique_ptr<Loader> StartLoad(const std::string& address, Existing existing);
 bool StoreExists(const std::string& address);
 void CheckEngine(const std::string& address);
+std::string NameOfStore(const std::string& address);
 /// Drops what loaders of this store left behind that were killed, and generations that were
 /// replaced a minute ago or earlier; not while a loader is at work. Returns how many were dropped.
 std::size_t Clean(const std::string& address);
+std::string GrantStatements(const std::string& address, const std::string& reader,
+                            const std::string& writer);
 
 } // namespace ko::store::inner::postgres
 

@@ -53,8 +53,11 @@ void Session::Fail(const SqlError& error)
     if (error.IsLost())
         m_pool->Forget();
     // What is inserted has been erased before: when it is there, another change has inserted it.
-    if (error.IsConflict() || error.IsLost() || error.Is("23505"))
-        throw Conflict();
+    if (error.IsConflict() || error.IsLost() || error.Is("23505")) {
+        PauseBefore(m_pool->NoteConflict());
+        throw Conflict(error.IsLost() ? Conflict::Cause::LostConnection
+                                      : Conflict::Cause::OtherChange);
+    }
     if (error.IsMissing())
         m_pool->FailReplaced();
     error.Fail(m_pool->Of());
@@ -73,7 +76,8 @@ void Session::SendAhead()
         m_connection = m_pool->Take();
     if (!m_begun) {
         m_begun = true;
-        SendCounted(m_begin);
+        m_connection->Send(m_begin);
+        CountAhead(1);
     }
     SendGathered();
 }

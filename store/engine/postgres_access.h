@@ -49,11 +49,7 @@ protected:
     virtual void SendGathered() {}
     void SendAhead();
     void ReceiveAhead();
-    void SendCounted(const Statement& statement, const Parameters& parameters = {})
-    {
-        m_connection->Send(statement, parameters);
-        ++m_ahead;
-    }
+    void CountAhead(std::size_t sent) { m_ahead += sent; }
     [[noreturn]] void Fail(const SqlError& error);
     const Generation& Statements() const { return m_pool->Statements(); }
 

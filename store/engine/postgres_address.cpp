@@ -1,13 +1,17 @@
 #include "engine/postgres_address.h"
 
+#include "engine/postgres.h"
+#include "engine/url.h"
 #include <kostore.h>
 
 #include <libpq-fe.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cstdlib>
 #include <map>
 #include <memory>
+#include <sstream>
 
 namespace ko::store::inner::postgres
 {
@@ -16,6 +20,7 @@ namespace
 {
 
 constexpr std::size_t kLongestName = 1024;
+constexpr std::size_t kLongestSchema = 63;
 
 struct FreeOptions {
     void operator()(PQconninfoOption* options) const { PQconninfoFree(options); }
@@ -33,6 +38,12 @@ std::map<std::string, std::string> Said(const PQconninfoOption* options)
     return said;
 }
 
+std::string Value(const std::map<std::string, std::string>& said, const char* key)
+{
+    const auto found = said.find(key);
+    return found == said.end() ? "" : found->second;
+}
+
 /// Those that a variable of the environment says.
 std::map<std::string, std::string> OfEnvironment(const PQconninfoOption* options)
 {
@@ -46,10 +57,68 @@ std::map<std::string, std::string> OfEnvironment(const PQconninfoOption* options
     return said;
 }
 
-bool IsNear(const std::string& host)
+/// A socket or this machine; of several hosts all of them.
+bool IsNear(const std::string& hosts)
 {
-    return host.empty() || host[0] == '/' || host[0] == '@' || host == "localhost" ||
-           host == "::1" || host.starts_with("127.");
+    std::istringstream list(hosts + ",");
+    for (std::string host; std::getline(list, host, ',');) {
+        const bool isLoopback =
+            host.starts_with("127.") && host.find_first_not_of("0123456789.") == std::string::npos;
+        if (!host.empty() && host[0] != '/' && host[0] != '@' && host != "localhost" &&
+            host != "::1" && !isLoopback)
+            return false;
+    }
+    return true;
+}
+
+/// A password with a '@', '/' or '#' in it that is not written as %40, %2F or %23 ends where it
+/// should not, and its rest would be shown as a host, a port or the name of a database.
+bool MayShowPassword(const std::string& url, const std::string& host, const std::string& port)
+{
+    for (std::size_t at = host.find('@'); at != std::string::npos; at = host.find('@', at + 1)) {
+        if (at > 0 && host[at - 1] != ',')
+            return true;
+    }
+    const std::size_t query = std::min(url.find('?'), url.size());
+    const std::size_t path = std::min(url.find('/', url.find("//") + 2), query);
+    return url.find('@', path) < query ||
+           port.find_first_not_of("0123456789,") != std::string::npos;
+}
+
+[[noreturn]] void FailUnescaped()
+{
+    throw Error(ErrorCode::Usage,
+                "in the address of the database, write %40 for a @ in a user, a password or a "
+                "name, %2F for a slash, %3F for a ? and %23 for a #");
+}
+
+/// Says what is wrong with a URL that the client library does not read, and nothing of a value in
+/// it: behind a '@' a key may be part of a password.
+[[noreturn]] void FailUnread(const std::string& url, const PQconninfoOption* known)
+{
+    const auto isKnown = [&](const std::string& key) {
+        for (const PQconninfoOption* option = known;
+             option != nullptr && option->keyword != nullptr; ++option) {
+            if (key == option->keyword)
+                return true;
+        }
+        return key == "ssl";
+    };
+    const std::size_t query = url.find('?');
+    const bool mayTell = query != std::string::npos && url.find('@', query) == std::string::npos;
+    for (std::size_t at = query; mayTell && at < url.size();) {
+        const std::size_t end = std::min(url.find('&', at + 1), url.size());
+        const std::size_t equals = std::min(url.find('=', at), end);
+        const std::string key = Unescape(url.substr(at + 1, equals - at - 1));
+        if (equals < end && !isKnown(key) &&
+            key.find_first_not_of("abcdefghijklmnopqrstuvwxyz_") == std::string::npos)
+            throw Error(ErrorCode::Usage, "the address of the database has the parameter \"" + key +
+                                              "\", which libpq does not know");
+        at = end;
+    }
+    throw Error(ErrorCode::Usage, "the address of the database is no URL of the form "
+                                  "postgresql://user@host:port/database#STORE, or has a parameter "
+                                  "that libpq does not know or a wrong %xx");
 }
 
 } // namespace
@@ -60,16 +129,49 @@ Address::Address(const std::string& text)
     m_store = hash == std::string::npos ? "kotm" : text.substr(hash + 1);
     if (m_store.empty() || m_store.size() > kLongestName || m_store.find('\0') != std::string::npos)
         throw Error(ErrorCode::Usage, "the name of a store in a database has 1 to 1,024 bytes");
-    ReadUrl(text.substr(0, hash));
+    std::string url = text.substr(0, hash);
+    // libpq knows the scheme in lower case.
+    const auto scheme =
+        url.begin() + static_cast<std::ptrdiff_t>(std::min(url.find(':'), url.size()));
+    std::transform(url.begin(), scheme, url.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    // libpq takes a question mark before the end of the user as part of a password.
+    if (const std::size_t end = EndOfUser(url); end != std::string::npos && url.find('?') < end)
+        FailUnescaped();
+    TakeSchema(url);
+    ReadUrl(url);
 }
 
-void Address::ReadUrl(const std::string& url)
+/// The one parameter that libpq does not know.
+void Address::TakeSchema(std::string& url)
 {
-    const Options parsed(PQconninfoParse(url.c_str(), nullptr));
-    if (!parsed)
-        throw Error(ErrorCode::Usage, "the address of the database is no URL of the form "
-                                      "postgresql://user@host:port/database#STORE");
+    constexpr std::string_view kKey = "schema=";
+    std::size_t at = url.find('?');
+    while (at != std::string::npos && url.compare(at + 1, kKey.size(), kKey) != 0)
+        at = url.find('&', at + 1);
+    if (at == std::string::npos)
+        return;
+    const std::size_t from = at + 1 + kKey.size();
+    const std::size_t end = std::min(url.find('&', from), url.size());
+    m_schema = Unescape(url.substr(from, end - from));
+    if (m_schema.empty() || m_schema.size() > kLongestSchema ||
+        m_schema.find('\0') != std::string::npos)
+        throw Error(ErrorCode::Usage, "the name of a schema in a database has 1 to 63 bytes");
+    // What follows moves to where it stood, behind its question mark.
+    url.erase(at + 1, end < url.size() ? end - at : end - at - 1);
+    if (url.back() == '?' || url.back() == '&')
+        url.pop_back();
+}
+
+void Address::ReadUrl(const std::string& text)
+{
     const Options defaults(PQconndefaults());
+    const Options parsed(PQconninfoParse(text.c_str(), nullptr));
+    if (!parsed)
+        FailUnread(text, defaults.get());
+    if (const auto url = Said(parsed.get());
+        MayShowPassword(text, Value(url, "host"), Value(url, "port")))
+        FailUnescaped();
     auto said = Said(parsed.get());
     const auto environment = OfEnvironment(defaults.get());
     m_parameters.assign(said.begin(), said.end());
@@ -100,6 +202,11 @@ void Address::ReadUrl(const std::string& url)
     m_options = said["options"];
     m_shown = host + (said.contains("port") ? ":" + said["port"] : "") + "/" + said["dbname"] +
               "#" + m_store;
+}
+
+std::string NameOfStore(const std::string& address)
+{
+    return Address(address).Shown();
 }
 
 } // namespace ko::store::inner::postgres

@@ -11,7 +11,7 @@ namespace ko::store::inner::postgres
 namespace
 {
 
-constexpr int kAttempts = 10;
+constexpr unsigned kAttempts = 10;
 
 std::uint64_t RandomNumber()
 {
@@ -22,6 +22,20 @@ std::uint64_t RandomNumber()
 std::int64_t Milliseconds(std::chrono::milliseconds time)
 {
     return time.count();
+}
+
+/// Statements that are transactions by themselves.
+Answer RunAgain(Connection& connection, const Statement& statement, const Parameters& parameters)
+{
+    for (unsigned attempt = 1;; ++attempt) {
+        try {
+            return connection.Run(statement, parameters);
+        } catch (const SqlError& error) {
+            if (!error.IsConflict() || attempt == kAttempts)
+                throw;
+        }
+        PauseBefore(attempt);
+    }
 }
 
 /// One after another, what is there already left as it is: two may make it at once.
@@ -58,7 +72,8 @@ Lease::Lease(const Address& address, bool loads)
       m_where{static_cast<std::int64_t>(RandomNumber() >> 2), {}},
       m_owner(std::to_string(RandomNumber()) + std::to_string(RandomNumber()))
 {
-    m_where.schema = "ko_" + std::to_string(m_where.generation);
+    m_where.schema =
+        address.Schema().empty() ? Where::NameOfOwn(m_where.generation) : address.Schema();
     const Answer version = m_connection->Run(kVersion);
     const std::string_view product = version.Bytes(0, 0);
     const bool spreads = product.find("CockroachDB") != std::string_view::npos ||
@@ -68,7 +83,7 @@ Lease::Lease(const Address& address, bool loads)
     try {
         DropLeftovers();
         if (loads)
-            MakeTables();
+            m_where.IsPrepared() ? TakePrepared() : MakeTables();
     } catch (...) {
         GiveBack();
         throw;
@@ -82,16 +97,26 @@ void Lease::Claim()
     parameters.Add(Milliseconds(LimitsInForce().lease));
     std::uint64_t claimed = 0;
     try {
-        claimed = m_connection->Run(kClaim, parameters).Changed();
+        claimed = RunAgain(*m_connection, kClaim, parameters).Changed();
     } catch (const SqlError& error) {
         if (!error.IsMissing())
             throw;
         MakeCatalog(*m_connection);
-        claimed = m_connection->Run(kClaim, parameters).Changed();
+        claimed = RunAgain(*m_connection, kClaim, parameters).Changed();
     }
     if (claimed == 0)
-        throw Error(ErrorCode::Io,
-                    m_address.Shown() + ": another import of the store is under way");
+        FailClaimed();
+}
+
+/// Whether the other one was killed nobody knows before its lease ends.
+void Lease::FailClaimed()
+{
+    const Answer ends = RunAgain(*m_connection, kLeaseEnds, Parameters().Add(m_address.Store()));
+    throw Error(ErrorCode::Io,
+                m_address.Shown() + ": another import of the store is under way" +
+                    (ends.Rows() == 0 ? std::string()
+                                      : "; if it was killed, its place is free in " +
+                                            std::to_string(ends.Number(0, 0)) + " s"));
 }
 
 /// One that somebody still reads is left for the next time.
@@ -103,10 +128,9 @@ void Lease::DropLeftovers()
                                           .Add(m_where.generation)
                                           .Add(Milliseconds(LimitsInForce().replaced)));
     for (std::size_t i = 0; i < leftovers.Rows(); ++i) {
-        const Generation generation{std::string(leftovers.Bytes(i, 1))};
+        const Where left{leftovers.Number(i, 0), std::string(leftovers.Bytes(i, 1))};
         try {
-            m_connection->Run(generation.Drop());
-            m_connection->Run(kForgetGeneration, Parameters().Add(leftovers.Number(i, 0)));
+            Clear(*m_connection, left);
             ++m_dropped;
         } catch (const SqlError& error) {
             if (!error.IsConflict() && !error.Is("42501"))
@@ -115,11 +139,37 @@ void Lease::DropLeftovers()
     }
 }
 
+void Lease::NoteGeneration()
+{
+    RunAgain(*m_connection, kNoteGeneration,
+             Parameters().Add(m_where.generation).Add(m_address.Store()).Add(m_where.schema));
+    m_isNoted = true;
+}
+
+/// Nothing of it is changed before it is known that nobody else has it.
+void Lease::TakePrepared()
+{
+    try {
+        CheckTables(*m_connection, m_address, m_where.schema, ErrorCode::Io);
+        NoteGeneration();
+    } catch (const SqlError& error) {
+        if (!error.Is("23505"))
+            throw;
+        throw Error(ErrorCode::Io, m_address.Shown() + ": the schema " + m_where.schema +
+                                       " has another store, or what is left of one");
+    }
+    if (!AreEmpty(*m_connection, *m_statements)) {
+        m_connection->Run(kForgetGeneration, Parameters().Add(m_where.generation));
+        m_isNoted = false;
+        throw Error(ErrorCode::Io, m_address.Shown() + ": the tables of the schema " +
+                                       m_where.schema + " are not empty");
+    }
+    m_isSpread = IsSpreadOverServers(*m_connection, m_where.schema);
+}
+
 void Lease::MakeTables()
 {
-    m_connection->Run(
-        kNoteGeneration,
-        Parameters().Add(m_where.generation).Add(m_address.Store()).Add(m_where.schema));
+    NoteGeneration();
     std::vector<const Statement*> makes{&m_statements->MakeSchema(), &m_statements->MakeMarks()};
     for (std::size_t i = 0; i < kSpaces; ++i)
         makes.push_back(&m_statements->MakeTable(static_cast<Space>(i)));
@@ -167,7 +217,7 @@ void Lease::Renew()
 
 void Lease::Publish(bool replace)
 {
-    for (int attempt = 1;; ++attempt) {
+    for (unsigned attempt = 1;; ++attempt) {
         try {
             TryPublish(replace);
             m_keeps = true;
@@ -182,6 +232,7 @@ void Lease::Publish(bool replace)
             if (!error.IsConflict() || attempt == kAttempts)
                 throw;
             m_connection->Run(kRollback);
+            PauseBefore(attempt);
         }
     }
 }
@@ -212,8 +263,8 @@ void Lease::TryPublish(bool replace)
             connection.Receive();
         connection.Receive();
         connection.Receive();
-    } catch (const SqlError&) {
-        m_keeps = !connection.IsSound();
+    } catch (const SqlError& error) {
+        m_keeps = !connection.IsSound() || error.IsUnknown();
         throw;
     }
 }
@@ -226,16 +277,8 @@ void Lease::FindOutcome()
         m_connection = Connect(m_address, Connection::Purpose::Load, true);
         Parameters mine;
         mine.Add(m_address.Store()).Add(m_owner);
-        for (int attempt = 1;; ++attempt) {
-            try {
-                if (m_connection->Run(kRelease, mine).Changed() == 1)
-                    m_keeps = false;
-                break;
-            } catch (const SqlError& error) {
-                if (!error.IsConflict() || attempt == kAttempts)
-                    throw;
-            }
-        }
+        if (RunAgain(*m_connection, kRelease, mine).Changed() == 1)
+            m_keeps = false;
         const auto found = FindStore(*m_connection, m_address);
         if (found && found->generation == m_where.generation)
             return;
@@ -256,8 +299,8 @@ void Lease::GiveBack() noexcept
         // One in the middle of something has that rolled back when it is closed.
         m_connection.reset();
         m_connection = Connect(m_address, Connection::Purpose::Load, false);
-        m_connection->Run(m_statements->Drop());
-        m_connection->Run(kForgetGeneration, Parameters().Add(m_where.generation));
+        if (m_isNoted)
+            Clear(*m_connection, m_where);
     } catch (const std::exception&) {
         // The next loader finds what is left in the catalog.
     }

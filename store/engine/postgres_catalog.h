@@ -1,7 +1,7 @@
 #ifndef KO_ENGINE_POSTGRES_CATALOG_H
 #define KO_ENGINE_POSTGRES_CATALOG_H
 
-#include "engine/postgres_connection.h"
+#include "engine/postgres_schema.h"
 
 #include <cstdint>
 #include <memory>
@@ -12,28 +12,26 @@
 namespace ko::store::inner::postgres
 {
 
-/// Where a store has its tables.
-struct Where {
-    std::int64_t generation;
-    std::string schema;
-};
-
 /// Absent where there is no such store, or no catalog. Throws SqlError.
 std::optional<Where> FindStore(Connection& connection, const Address& address);
 
 /// The right to load a store, which one loader has at a time, and the schema that it fills. It is
-/// given back by the destructor, and the schema dropped with it unless it was published.
+/// given back by the destructor, and the schema dropped, or emptied, with it unless it was
+/// published.
 class Lease
 {
 public:
     /// Claims the lease, drops what loaders before left behind, and makes the tables if it
-    /// `loads`. Throws SqlError, and Error where another loader is at work.
+    /// `loads`, or looks at those of the schema that the address names. Throws SqlError, and Error
+    /// where another loader is at work.
     Lease(const Address& address, bool loads);
     ~Lease() { GiveBack(); }
     Lease(const Lease&) = delete;
     Lease& operator=(const Lease&) = delete;
 
     Connection& Session() { return *m_connection; }
+    /// Tables of the schema are spread over foreign servers.
+    bool IsSpread() const { return m_isSpread; }
     const Generation& Statements() const { return *m_statements; }
     /// Within a transaction of what it protects. Throws Error where another loader has taken it.
     void Renew();
@@ -49,9 +47,12 @@ private:
     void Claim();
     void DropLeftovers();
     void MakeTables();
+    void TakePrepared();
+    void NoteGeneration();
     void RunAll(const std::vector<const Statement*>& statements);
     void TryPublish(bool replace);
     void FindOutcome();
+    [[noreturn]] void FailClaimed();
     [[noreturn]] void FailTaken() const;
     void GiveBack() noexcept;
 
@@ -61,6 +62,8 @@ private:
     std::string m_owner;
     std::unique_ptr<Generation> m_statements;
     std::size_t m_dropped = 0;
+    bool m_isNoted = false; ///< in the catalog, for whoever clears away
+    bool m_isSpread = false;
     bool m_keeps = false; ///< the schema is, or may be, the store's
 };
 

@@ -26,6 +26,17 @@ std::string FirstLine(const char* message)
     return line;
 }
 
+/// Whatever the client library and the server say about a connection that fails.
+std::string WithoutPassword(std::string message, const PGconn* connection)
+{
+    const char* const password = PQpass(connection);
+    const std::string_view hidden = password != nullptr ? password : "";
+    for (std::size_t at = 0;
+         !hidden.empty() && (at = message.find(hidden, at)) != std::string::npos; ++at)
+        message.replace(at, hidden.size(), "*");
+    return message;
+}
+
 } // namespace
 
 Connection::Connection(const Address& address, Purpose purpose)
@@ -52,7 +63,7 @@ Connection::Connection(const Address& address, Purpose purpose)
         throw SqlError(ping == PQPING_OK       ? "08004"
                        : ping == PQPING_REJECT ? "57P03"
                                                : "08001",
-                       FirstLine(PQerrorMessage(connection)));
+                       WithoutPassword(FirstLine(PQerrorMessage(connection)), connection));
     }
     PQsetNoticeProcessor(
         connection, [](void*, const char*) {}, nullptr);
@@ -126,11 +137,14 @@ Answer Connection::Receive()
         m_expected.pop_front();
         try {
             Answer answer = Take(expectation);
-            if (expectation.what == Expected::Answer)
+            if (expectation.what == Expected::Answer && !expectation.forgone)
                 return answer;
         } catch (const SqlError&) {
-            if (IsSound())
-                Drain();
+            if (!IsSound())
+                throw;
+            if (expectation.forgone)
+                continue;
+            Drain();
             throw;
         }
     }
@@ -166,12 +180,20 @@ void Connection::Abandon()
         Lose();
 }
 
+void Connection::Forgo()
+{
+    for (Expectation& expectation : m_expected)
+        expectation.forgone = true;
+}
+
 SqlError Connection::ErrorOf(const PGresult* result)
 {
     const char* const state = PQresultErrorField(result, PG_DIAG_SQLSTATE);
     const char* const message = PQresultErrorField(result, PG_DIAG_MESSAGE_PRIMARY);
+    const char* const severity = PQresultErrorField(result, PG_DIAG_SEVERITY_NONLOCALIZED);
     SqlError error(state != nullptr ? state : "08006",
-                   FirstLine(message != nullptr ? message : PQresultErrorMessage(result)));
+                   FirstLine(message != nullptr ? message : PQresultErrorMessage(result)),
+                   severity != nullptr && std::string_view(severity) == "ERROR");
     if (error.IsLost() || PQstatus(m_connection.get()) != CONNECTION_OK)
         m_sound = false;
     if (error.Is("26000") || error.Is("42P05"))
@@ -298,13 +320,19 @@ std::uint64_t Connection::EndCopy()
     return answer.Changed();
 }
 
+void PauseBefore(unsigned attempt)
+{
+    thread_local std::mt19937 random(std::random_device{}());
+    const unsigned most = std::min(1U << std::min(attempt, 10U), 1000U);
+    std::this_thread::sleep_for(std::chrono::milliseconds(random() % (most + 1)));
+}
+
 std::unique_ptr<Connection> Connect(const Address& address, Connection::Purpose purpose,
                                     bool patient)
 {
     using namespace std::chrono;
     const auto end = steady_clock::now() + LimitsInForce().reconnect;
-    std::mt19937 random(std::random_device{}());
-    for (milliseconds pause(1);; pause = std::min(2 * pause, milliseconds(1000))) {
+    for (unsigned attempt = 1;; ++attempt) {
         try {
             return std::make_unique<Connection>(address, purpose);
         } catch (const SqlError& error) {
@@ -312,8 +340,7 @@ std::unique_ptr<Connection> Connect(const Address& address, Connection::Purpose 
             if (!mayHelp || steady_clock::now() > end)
                 throw;
         }
-        std::this_thread::sleep_for(
-            milliseconds(1 + random() % static_cast<std::uint64_t>(pause.count())));
+        PauseBefore(attempt);
     }
 }
 

@@ -24,8 +24,9 @@ namespace ko::store::inner::postgres
 class SqlError : public std::exception
 {
 public:
-    SqlError(std::string state, std::string message)
-        : m_state(std::move(state)), m_message(std::move(message))
+    /// `goesOn`: the session that was told so serves further.
+    SqlError(std::string state, std::string message, bool goesOn = false)
+        : m_state(std::move(state)), m_message(std::move(message)), m_goesOn(goesOn)
     {
     }
     const char* what() const noexcept override { return m_message.c_str(); }
@@ -34,14 +35,21 @@ public:
     bool IsConflict() const;
     /// The connection serves no more, and what became of the last statement is not known.
     bool IsLost() const;
+    /// The server tells that it has lost another one, and serves further itself.
+    bool IsElsewhere() const { return m_goesOn && TellsOfLoss(); }
+    /// The server cannot tell what became of a commit.
+    bool IsUnknown() const { return Is("40003") || Is("08007"); }
     /// A table or a schema that is not there.
     bool IsMissing() const { return Is("42P01") || Is("3F000"); }
     /// A sentence for the user, with ErrorCode::Damaged where the server says that its files are.
     [[noreturn]] void Fail(const Address& address) const;
 
 private:
+    bool TellsOfLoss() const;
+
     std::string m_state;
     std::string m_message;
+    bool m_goesOn;
 };
 
 /// The parameters of a statement, in the binary form. Views and not copies of what they are given.
@@ -116,6 +124,9 @@ public:
     void Drain();
     /// Ends a transaction without waiting for it.
     void Abandon();
+    /// Nobody asks for the answers that are still to come, or whether there was an error: they are
+    /// passed over when they come before another.
+    void Forgo();
 
     void BeginCopy(const Statement& statement);
     void Copy(std::string_view bytes);
@@ -128,6 +139,7 @@ private:
     struct Expectation {
         Expected what;
         std::string name; ///< of what is prepared
+        bool forgone = false;
     };
     struct Finish {
         void operator()(PGconn* connection) const { PQfinish(connection); }
@@ -147,6 +159,9 @@ private:
     std::set<std::string, std::less<>> m_prepared;
     bool m_sound = true;
 };
+
+/// Waits before something is run again that met another change, longer each time.
+void PauseBefore(unsigned attempt);
 
 /// Connects. Where `patient`, it tries again until the limit for that is over: what was served
 /// before is refused for a time only. Otherwise it waits for nothing but a server that is starting.

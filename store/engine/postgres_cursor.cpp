@@ -9,7 +9,7 @@ namespace ko::store::inner::postgres
 namespace
 {
 
-constexpr std::size_t kMostRows = 5000;
+constexpr std::size_t kMostRows = 16'000;
 constexpr std::size_t kPageBytes = 1U << 20;
 // Before the size of the rows is known.
 constexpr std::size_t kMostAtFirst = 1000;

@@ -1,6 +1,7 @@
 #include "engine/postgres.h"
 #include "engine/postgres_access.h"
 #include "engine/postgres_catalog.h"
+#include "engine/postgres_schema.h"
 #include <kostore.h>
 
 #include <chrono>
@@ -13,6 +14,7 @@ namespace
 {
 
 constexpr std::size_t kBuffer = 1U << 20;         // of a space
+constexpr std::size_t kInserted = 5000;           // rows at once
 constexpr std::uint64_t kTransaction = 64U << 20; // bytes
 constexpr std::string_view kCopyHead("PGCOPY\n\377\r\n\0\0\0\0\0\0\0\0\0", 19);
 constexpr std::string_view kCopyEnd("\377\377", 2);
@@ -23,6 +25,17 @@ void AppendField(std::string& to, std::string_view bytes)
     for (int shift = 24; shift >= 0; shift -= 8)
         to += static_cast<char>(bytes.size() >> shift);
     to += bytes;
+}
+
+/// The reverse.
+std::string_view TakeField(std::string_view& from)
+{
+    std::size_t size = 0;
+    for (int i = 0; i < 4; ++i)
+        size = size << 8 | static_cast<unsigned char>(from[static_cast<std::size_t>(i)]);
+    const std::string_view bytes = from.substr(4, size);
+    from.remove_prefix(4 + size);
+    return bytes;
 }
 
 /// A table is copied to at a time, so rows of each space are gathered. Each transaction renews the
@@ -43,7 +56,7 @@ public:
         });
     }
 
-    const Traits& About() const override { return kTraits; }
+    const Traits& About() const override { return m_lease->IsSpread() ? kSpreadTraits : kTraits; }
 
     void Append(Space space, std::string_view key, std::string_view value) override
     {
@@ -99,6 +112,20 @@ private:
             connection.Run(kBegin);
             m_state = State::Begun;
         }
+        std::string& rows = m_buffers[static_cast<std::size_t>(space)].rows;
+        if (m_lease->IsSpread())
+            Insert(space, rows);
+        else
+            Copy(space, rows);
+        m_sinceCommit += rows.size();
+        rows.clear();
+        if (m_sinceCommit >= kTransaction || Clock::now() > m_renewed + LimitsInForce().lease / 4)
+            Commit();
+    }
+
+    void Copy(Space space, const std::string& rows)
+    {
+        Connection& connection = m_lease->Session();
         if (m_state == State::Copying && space != m_copied)
             EndCopy();
         if (m_state == State::Begun) {
@@ -107,12 +134,24 @@ private:
             m_state = State::Copying;
             m_copied = space;
         }
-        std::string& rows = m_buffers[static_cast<std::size_t>(space)].rows;
         connection.Copy(rows);
-        m_sinceCommit += rows.size();
-        rows.clear();
-        if (m_sinceCommit >= kTransaction || Clock::now() > m_renewed + LimitsInForce().lease / 4)
-            Commit();
+    }
+
+    /// What is copied to tables of other servers is sent on row by row; what is inserted is not.
+    void Insert(Space space, std::string_view rows)
+    {
+        while (!rows.empty()) {
+            std::vector<std::string_view> keys;
+            std::vector<std::string_view> values;
+            while (!rows.empty() && keys.size() < kInserted) {
+                rows.remove_prefix(kTwoFields.size());
+                keys.push_back(TakeField(rows));
+                values.push_back(TakeField(rows));
+            }
+            using Views = std::span<const std::string_view>;
+            m_lease->Session().Run(m_lease->Statements().Insert(space),
+                                   Parameters().Add(Views(keys)).Add(Views(values)));
+        }
     }
 
     void EndCopy()
@@ -180,20 +219,9 @@ void CheckEngine(const std::string& text)
             throw Error(ErrorCode::Io,
                         address.Shown() + ": there is no such store in the database");
         const Generation generation(found->schema);
-        const Answer columns = connection.Run(kDescribeTables, Parameters().Add(found->schema));
+        CheckTables(connection, address, found->schema, ErrorCode::Damaged);
         for (std::size_t i = 0; i < kSpaces; ++i) {
             const auto space = static_cast<Space>(i);
-            int sound = 0;
-            for (std::size_t row = 0; row < columns.Rows(); ++row) {
-                const std::string_view name = columns.Bytes(row, 1);
-                if (columns.Bytes(row, 0) == SpaceName(space) && columns.Bytes(row, 2) == "bytea" &&
-                    (name == "key" || name == "value"))
-                    ++sound;
-            }
-            if (sound != 2)
-                throw Error(ErrorCode::Damaged, address.Shown() + ": its table of " +
-                                                    SpaceName(space) +
-                                                    " has no columns of key and value");
             if (connection.Run(generation.CountBadKeys(space)).Number(0, 0) != 0)
                 throw Error(ErrorCode::Damaged, address.Shown() + ": its table of " +
                                                     SpaceName(space) +

@@ -11,6 +11,7 @@ namespace ko::store::inner::postgres
 namespace
 {
 
+constexpr int kAttempts = 3;
 constexpr std::size_t kMostIdle = 16;
 constexpr std::size_t kMostFinished = 64;
 
@@ -30,6 +31,9 @@ Pool::Pool(const std::string& address, Mode mode) : m_address(address), m_mode(m
             throw Error(ErrorCode::Io,
                         m_address.Shown() + ": there is no such store in the database");
         m_where = *found;
+        // Every schema of the other kind was made by a loader, on this server.
+        m_isSpread = m_where.IsPrepared() && IsSpreadOverServers(*connection, m_where.schema);
+        Adapt(*connection);
         m_statements = std::make_unique<Generation>(m_where.schema);
         m_idle.push_back(std::move(connection));
     } catch (const SqlError& error) {
@@ -40,28 +44,31 @@ Pool::Pool(const std::string& address, Mode mode) : m_address(address), m_mode(m
         m_marks += std::to_string(random()) + ".";
 }
 
+void Pool::Adapt(Connection& connection) const
+{
+    if (m_isSpread && !m_address.HasOption("plan_cache_mode"))
+        connection.Run(kSetPlansByValues);
+}
+
 std::unique_ptr<Connection> Pool::Take()
 {
-    for (;;) {
-        std::unique_ptr<Connection> connection;
-        {
-            const std::lock_guard guard(m_mutex);
-            if (m_idle.empty())
-                break;
-            connection = std::move(m_idle.back());
+    {
+        const std::lock_guard guard(m_mutex);
+        if (!m_idle.empty()) {
+            auto connection = std::move(m_idle.back());
             m_idle.pop_back();
-        }
-        try {
-            connection->Drain();
             return connection;
-        } catch (const SqlError&) {
-            Forget();
         }
     }
-    try {
-        return Connect(m_address, PurposeOf(m_mode), true);
-    } catch (const SqlError& error) {
-        error.Fail(m_address);
+    for (int attempt = 1;; ++attempt) {
+        try {
+            auto connection = Connect(m_address, PurposeOf(m_mode), true);
+            Adapt(*connection);
+            return connection;
+        } catch (const SqlError& error) {
+            if (!error.IsLost() || attempt == kAttempts)
+                error.Fail(m_address);
+        }
     }
 }
 
@@ -72,6 +79,7 @@ void Pool::Give(std::unique_ptr<Connection> connection, bool inTransaction) noex
             return;
         if (inTransaction)
             connection->Abandon();
+        connection->Forgo(); // to wait for it would be a round trip
         const std::lock_guard guard(m_mutex);
         if (m_idle.size() < kMostIdle)
             m_idle.push_back(std::move(connection));
@@ -95,6 +103,7 @@ std::string Pool::NewMark()
 
 void Pool::Finish(std::string mark, Connection& connection) noexcept
 {
+    m_conflicts = 0;
     try {
         std::vector<std::string> finished;
         {

@@ -3,6 +3,7 @@
 
 #include "engine/postgres_catalog.h"
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -22,6 +23,8 @@ public:
     const Address& Of() const { return m_address; }
     const Where& Place() const { return m_where; }
     const Generation& Statements() const { return *m_statements; }
+    /// Tables are spread over foreign servers.
+    bool IsSpread() const { return m_isSpread; }
 
     /// A connection outside any transaction. Throws Error where none can be had.
     std::unique_ptr<Connection> Take();
@@ -30,6 +33,8 @@ public:
     /// Closes what nobody uses: a connection has been lost, so others may be.
     void Forget();
 
+    /// Returns how many there have been since the last change was made.
+    unsigned NoteConflict() { return ++m_conflicts; }
     /// A mark that no other change has.
     std::string NewMark();
     /// Notes the mark of a change whose outcome is known. Now and then they are erased, many at
@@ -42,14 +47,17 @@ public:
     [[noreturn]] void FailReplaced() const;
 
 private:
+    void Adapt(Connection& connection) const;
     bool ReadMark(Connection& connection, const std::string& mark);
 
     const Address m_address;
     const Mode m_mode;
     Where m_where;
+    bool m_isSpread = false;
     std::unique_ptr<Generation> m_statements;
     std::string m_marks; ///< what all marks begin with
-    std::mutex m_mutex;  ///< of what follows
+    std::atomic<unsigned> m_conflicts{0};
+    std::mutex m_mutex; ///< of what follows
     std::uint64_t m_lastMark = 0;
     std::vector<std::string> m_finished;
     std::vector<std::unique_ptr<Connection>> m_idle;

@@ -9,18 +9,6 @@ namespace ko::store::inner::postgres
 namespace
 {
 
-/// As an identifier.
-std::string Quote(const std::string& name)
-{
-    std::string quoted = "\"";
-    for (const char c : name) {
-        if (c == '"')
-            quoted += '"';
-        quoted += c;
-    }
-    return quoted + '"';
-}
-
 std::string Text(std::initializer_list<std::string_view> parts)
 {
     std::string text;
@@ -30,6 +18,17 @@ std::string Text(std::initializer_list<std::string_view> parts)
 }
 
 } // namespace
+
+std::string QuoteName(const std::string& name)
+{
+    std::string quoted = "\"";
+    for (const char c : name) {
+        if (c == '"')
+            quoted += '"';
+        quoted += c;
+    }
+    return quoted + '"';
+}
 
 Statement Generation::Make(std::string name, std::string text)
 {
@@ -71,11 +70,12 @@ void Generation::MakeForSpace(Space space, bool ascending)
                                ascending ? " asc))" : "))"}));
     // Values between 2 and 8 thousand bytes would be compressed, or stand in a table of their own.
     m_keep[i] = Make("", Text({"alter table ", table, " set (toast_tuple_target = 8160)"}));
+    m_empty[i] = Make("", Text({"delete from ", table}));
     m_badKeys[i] = Make(
         "", Text({"select count(*) from ", table, " where length(key) < 1 or length(key) > 511"}));
 }
 
-Generation::Generation(const std::string& schema, bool ascending) : m_schema(Quote(schema))
+Generation::Generation(const std::string& schema, bool ascending) : m_schema(QuoteName(schema))
 {
     std::string touched;
     for (std::size_t i = 0; i < kSpaces; ++i) {
@@ -95,6 +95,9 @@ Generation::Generation(const std::string& schema, bool ascending) : m_schema(Quo
                                 "where name = $2::text and generation = $3::bigint"}));
     m_unmark = Make("", Text({"insert into ", marks, "(mark, made) values($1::bytea, false)"}));
     m_readMark = Make("", Text({"select made from ", marks, " where mark = $1::bytea"}));
+    m_takeTurn = Make("", Text({"insert into ", marks, "(mark, made) values('turn', true)"}));
+    m_entrySizes = Make("", Text({"select key, length(value)::bigint from ", m_schema, ".",
+                                  SpaceName(Space::Entries), " where key = any($1::bytea[])"}));
     m_eraseMarks =
         Make("erase marks", Text({"delete from ", marks, " where mark = any($1::bytea[])"}));
 }

@@ -33,6 +33,9 @@ private:
     std::string_view m_text = "";
 };
 
+/// A name as an identifier.
+std::string QuoteName(const std::string& name);
+
 // The statements keep to what other engines of the protocol know as well: no cursors, no advisory
 // locks, no sequences, no joins of large tables, no "on conflict do update" outside the catalog.
 
@@ -55,6 +58,9 @@ inline constexpr Statement kSetIdleReading{"", "set idle_in_transaction_session_
 // A sequential scan of a serializable transaction conflicts with every change of the table.
 inline constexpr Statement kSetNoScans{"", "set enable_seqscan = off"};
 inline constexpr Statement kSetGenericPlans{"", "set plan_cache_mode = force_generic_plan"};
+// Which servers have any of a list of keys is seen by the keys alone: a plan for all lists asks every
+// server, and fails when one is down.
+inline constexpr Statement kSetPlansByValues{"", "set plan_cache_mode = force_custom_plan"};
 
 // The catalog.
 inline constexpr Statement kMakeCatalog[] = {
@@ -64,7 +70,7 @@ inline constexpr Statement kMakeCatalog[] = {
     // Written before the schema is made: what may be cleared away. A generation that another one
     // replaced has the time of that.
     {"", "create table if not exists kotms.generations(generation bigint primary key, name text not null, "
-         "schema_name text not null, replaced timestamptz)"},
+         "schema_name text not null unique, replaced timestamptz)"},
     // The lease: one loader of a name at a time.
     {"", "create table if not exists kotms.imports(name text primary key, generation bigint not null, "
          "owner text not null, expires timestamptz not null)"}};
@@ -75,6 +81,9 @@ inline constexpr Statement kClaim{"",
     "values($1::text, $2::bigint, $3::text, now() + $4::bigint * interval '1 millisecond') "
     "on conflict(name) do update set generation = excluded.generation, owner = excluded.owner, "
     "expires = excluded.expires where kotms.imports.expires < now()"};
+inline constexpr Statement kLeaseEnds{"",
+    "select greatest(1, ceil(extract(epoch from expires - now())))::bigint from kotms.imports "
+    "where name = $1::text"};
 inline constexpr Statement kRenew{"",
     "update kotms.imports set expires = now() + $3::bigint * interval '1 millisecond' "
     "where name = $1::text and owner = $2::text"};
@@ -100,6 +109,11 @@ inline constexpr Statement kReplace{"",
 inline constexpr Statement kDescribeTables{"",
     "select table_name::text, column_name::text, data_type::text from information_schema.columns "
     "where table_schema = $1::text"};
+inline constexpr Statement kCountForeignTables{"",
+    "with recursive part(oid) as (select c.oid from pg_catalog.pg_class c "
+    "join pg_catalog.pg_namespace n on n.oid = c.relnamespace where n.nspname = $1::text "
+    "union all select i.inhrelid from pg_catalog.pg_inherits i join part p on i.inhparent = p.oid) "
+    "select count(*) from part p join pg_catalog.pg_class c on c.oid = p.oid where c.relkind = 'f'"};
 // clang-format on
 
 /// The statements about one generation of a store, which has a schema of its own.
@@ -133,6 +147,7 @@ public:
     const Statement& MakeTable(Space space) const { return m_make[Index(space)]; }
     /// Keeps long values in their rows, where the engine can.
     const Statement& KeepInRow(Space space) const { return m_keep[Index(space)]; }
+    const Statement& Empty(Space space) const { return m_empty[Index(space)]; }
     const Statement& CountBadKeys(Space space) const { return m_badKeys[Index(space)]; }
     /// Reads nothing, and keeps the tables from being dropped before the transaction ends.
     const Statement& Touch() const { return m_touch; }
@@ -144,6 +159,10 @@ public:
     const Statement& Unmark() const { return m_unmark; }
     const Statement& ReadMark() const { return m_readMark; }
     const Statement& EraseMarks() const { return m_eraseMarks; }
+    /// Waits until no other transaction has the turn, and takes it until this one ends.
+    const Statement& TakeTurn() const { return m_takeTurn; }
+    /// Keys of entries and the sizes of their values.
+    const Statement& EntrySizes() const { return m_entrySizes; }
 
 private:
     using BySpace = std::array<Statement, kSpaces>;
@@ -154,11 +173,11 @@ private:
 
     std::string m_schema;            ///< quoted
     std::deque<std::string> m_texts; ///< that the statements are views of
-    BySpace m_get, m_erase, m_insert, m_copy, m_analyze, m_make, m_keep, m_badKeys;
+    BySpace m_get, m_erase, m_insert, m_copy, m_analyze, m_make, m_keep, m_empty, m_badKeys;
     std::array<Statement, 2> m_count[kSpaces], m_explain[kSpaces];
     std::array<std::array<Statement, 2>, 2> m_page[kSpaces];
     Statement m_touch, m_makeSchema, m_makeMarks, m_drop, m_mark, m_unmark, m_readMark,
-        m_eraseMarks;
+        m_eraseMarks, m_takeTurn, m_entrySizes;
 };
 
 } // namespace ko::store::inner::postgres

@@ -1,8 +1,8 @@
 #include "engine/postgres.h"
 #include "engine/postgres_access.h"
+#include "engine/postgres_spread.h"
 #include <kostore.h>
 
-#include <map>
 #include <optional>
 #include <utility>
 
@@ -38,7 +38,10 @@ public:
 
     void Get(Space space, std::span<const std::string_view> keys, const Found& found) override
     {
-        Run([&] { Session::Get(space, keys, found); });
+        if (space == Space::Description && m_description.Rows() < kDescription)
+            GetDescription(keys, found);
+        else
+            Run([&] { Session::Get(space, keys, found); });
     }
     std::unique_ptr<Cursor> Walk(Space space, const Range& range, Direction direction) override
     {
@@ -50,21 +53,46 @@ public:
     }
 
 private:
+    /// Rows that a description mostly has fewer of.
+    static constexpr std::size_t kDescription = 8;
+
+    /// Everybody asks for the description first: it comes with the beginning.
     void Begin()
     {
         m_begun = true;
         m_connection->Send(kBeginReading);
         m_connection->Send(Statements().Touch());
+        m_connection->Send(
+            Statements().Page(Space::Description, Direction::Forwards, false),
+            Parameters().Add(std::string_view("")).Add(static_cast<std::int64_t>(kDescription)));
         m_connection->Sync();
         m_connection->Receive();
         m_connection->Receive();
+        m_description = m_connection->Receive();
     }
+
+    void GetDescription(std::span<const std::string_view> keys, const Found& found) const
+    {
+        for (std::size_t i = 0; i < keys.size(); ++i) {
+            CheckSizes(keys[i], {});
+            for (std::size_t row = 0; row < m_description.Rows(); ++row) {
+                if (m_description.Bytes(row, 0) == keys[i])
+                    found(i, m_description.Bytes(row, 1));
+            }
+        }
+    }
+
+    Answer m_description; ///< its first rows
 };
 
 class PostgresWriter : public Writer, private Session
 {
 public:
-    explicit PostgresWriter(std::shared_ptr<Pool> pool) : Session(std::move(pool), kBeginChange) {}
+    explicit PostgresWriter(std::shared_ptr<Pool> pool) : Session(std::move(pool), kBeginChange)
+    {
+        if (m_pool->IsSpread())
+            Run([&] { m_spread = std::make_unique<SpreadChange>(m_pool); });
+    }
 
     void Get(Space space, std::span<const std::string_view> keys, const Found& found) override
     {
@@ -91,14 +119,15 @@ public:
     void Commit() override;
 
 private:
-    using Gathered = std::map<std::string, std::optional<std::string>, std::less<>>;
-
     std::uint64_t Changes() const override { return m_changes; }
     void SendGathered() override;
     void Gather(Space space, std::string_view key, std::optional<std::string> value);
     bool TryCommit(const std::string& mark);
 
-    Gathered m_gathered[kSpaces];
+    void CommitSpread();
+
+    std::unique_ptr<SpreadChange> m_spread; ///< of a store that is spread over servers
+    Rows m_gathered[kSpaces];
     std::size_t m_bytes = 0; ///< of what is gathered
     std::uint64_t m_changes = 0;
 };
@@ -107,8 +136,10 @@ void PostgresWriter::Gather(Space space, std::string_view key, std::optional<std
 {
     ++m_changes;
     m_bytes += key.size() + (value ? value->size() : 0);
-    Gathered& gathered = m_gathered[static_cast<std::size_t>(space)];
-    gathered.insert_or_assign(std::string(key), std::move(value));
+    if (m_spread)
+        m_spread->Note(space, key, value);
+    m_gathered[static_cast<std::size_t>(space)].insert_or_assign(std::string(key),
+                                                                 std::move(value));
     if (m_bytes < kMostGathered)
         return;
     Run([&] {
@@ -118,37 +149,32 @@ void PostgresWriter::Gather(Space space, std::string_view key, std::optional<std
     });
 }
 
-// What is put is erased and inserted: two plain statements, of which one serves for what is erased
-// anyway, and which engines take that know no "on conflict do update" for tables spread over
-// servers. Keys ascend, so that two writers lock what both change in one order.
 void PostgresWriter::SendGathered()
 {
     for (std::size_t i = 0; i < kSpaces; ++i) {
-        std::vector<std::string_view> erased;
-        std::vector<std::string_view> keys;
-        std::vector<std::string_view> values;
-        for (const auto& [key, value] : m_gathered[i]) {
-            erased.push_back(key);
-            if (value) {
-                keys.push_back(key);
-                values.push_back(*value);
-            }
-        }
-        const auto space = static_cast<Space>(i);
-        using Views = std::span<const std::string_view>;
-        if (!erased.empty())
-            SendCounted(Statements().Erase(space), Parameters().Add(Views(erased)));
-        if (!keys.empty())
-            SendCounted(Statements().Insert(space),
-                        Parameters().Add(Views(keys)).Add(Views(values)));
+        CountAhead(SendRows(*m_connection, Statements(), static_cast<Space>(i), m_gathered[i]));
         m_gathered[i].clear();
     }
     m_bytes = 0;
 }
 
+void PostgresWriter::CommitSpread()
+{
+    if (!m_connection)
+        m_connection = m_pool->Take();
+    if (m_begun)
+        m_connection->Run(kRollback);
+    m_begun = true; // whatever of it is left when this fails
+    m_spread->Commit(*m_connection);
+    m_begun = false;
+    m_spread.reset();
+}
+
 void PostgresWriter::Commit()
 {
     Run([&] {
+        if (m_spread && !m_spread->IsLarge())
+            return CommitSpread();
         const std::string mark = m_pool->NewMark();
         const bool current = TryCommit(mark);
         m_begun = false;
@@ -173,12 +199,14 @@ bool PostgresWriter::TryCommit(const std::string& mark)
         if (m_connection->Receive().Done() != "COMMIT")
             throw Conflict();
         return current;
-    } catch (const SqlError&) {
-        if (m_connection->IsSound())
+    } catch (const SqlError& error) {
+        if (m_spread && error.IsElsewhere())
+            m_spread->FailInPart(error.what());
+        if (m_connection->IsSound() && !error.IsUnknown())
             throw;
     }
     if (!m_pool->WasMade(mark))
-        throw Conflict();
+        throw Conflict(Conflict::Cause::LostConnection);
     return true;
 }
 
@@ -189,7 +217,7 @@ public:
         : m_pool(std::make_shared<Pool>(address, mode)), m_mode(mode)
     {
     }
-    const Traits& About() const override { return kTraits; }
+    const Traits& About() const override { return m_pool->IsSpread() ? kSpreadTraits : kTraits; }
     std::unique_ptr<Reader> Read() override { return std::make_unique<PostgresReader>(m_pool); }
     std::unique_ptr<Writer> Write() override
     {

@@ -21,14 +21,20 @@ void AppendNumber(std::string& to, std::uint64_t number, int bytes)
 
 bool SqlError::IsConflict() const
 {
-    // The last two: a pooler that mixes up prepared statements, which are done without from then
-    // on.
-    return Is("40001") || Is("40P01") || Is("55P03") || Is("26000") || Is("42P05");
+    // A server behind the one that is asked may be connected to anew, where it can be. The last
+    // two: a pooler that mixes up prepared statements, which are done without from then on.
+    return (IsElsewhere() && !Is("08001")) || Is("40001") || Is("40P01") || Is("55P03") ||
+           Is("26000") || Is("42P05");
 }
 
 bool SqlError::IsLost() const
 {
-    return m_state.starts_with("08") || Is("57P01") || Is("57P02") || Is("57P03") || Is("25P03");
+    return !m_goesOn && TellsOfLoss();
+}
+
+bool SqlError::TellsOfLoss() const
+{
+    return m_state.starts_with("08") || m_state.starts_with("57P0") || Is("25P03");
 }
 
 void SqlError::Fail(const Address& address) const

@@ -1,6 +1,6 @@
 #include "import/importer.h"
 
-#include "base/arguments.h"
+#include "base/listed.h"
 #include "base/same_file.h"
 #include "base/visible.h"
 #include "engine/engine.h"
@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <ostream>
+#include <thread>
 
 namespace ko::store::inner
 {
@@ -23,6 +24,7 @@ namespace
 /// What the texts that are known of all attributes together may take.
 constexpr std::size_t kTextMemory = 4U << 20;
 constexpr unsigned kMostRuns = 10;
+constexpr std::chrono::milliseconds kPause{200}; ///< before a store is opened again
 
 /// A bar that is drawn anew at each whole percent.
 class Progress
@@ -100,7 +102,7 @@ void CheckNames(const ImportRequest& request)
                                               other.path);
     };
     const Name csv{"the CSV file", request.csv};
-    const Name schema{"the schema", request.schema};
+    const Name schema{"the schema", request.schemaFile};
     const Name rejects{"the file for rejected rows", request.rejects};
     for (const std::string& path : FilesOfStore(request.store)) {
         const Name written{path == request.store ? "the store" : "a file of the store", path};
@@ -125,13 +127,18 @@ public:
             m_readers.emplace_back(attribute, kTextMemory / schema.attributes.size());
     }
 
-    ImportResult Do(std::uint64_t& rejectsTold)
+    /// `isAgain`: after a run that ended in a conflict.
+    ImportResult Do(bool isAgain, std::uint64_t& rejectsTold)
     {
-        Open();
+        if (isAgain)
+            OpenAgain();
+        else
+            Open();
         const std::string difference = m_objects->GetSchema().DifferenceTo(m_schema);
         if (!difference.empty())
             throw Error(ErrorCode::Usage,
-                        m_request.store + ": has another schema than the one given: " + difference);
+                        NameOfStore(m_request.store) +
+                            ": has another schema than the one given: " + difference);
         Rejects rejects(m_request.rejects, m_messages, rejectsTold);
         const std::uint64_t before = m_objects->GetCounts().objects;
         {
@@ -149,11 +156,28 @@ private:
     {
         const std::string& store = m_request.store;
         if (!StoreExists(store)) {
-            m_objects = Bulk::Create(StartLoad(store), m_schema, store);
+            m_objects = Bulk::Create(StartLoad(store), m_schema, ScratchOfStore(store));
             return;
         }
         m_engine = OpenEngine(store, Mode::Grow);
-        m_objects = Bulk::Grow(*m_engine, store, store);
+        m_objects = Bulk::Grow(*m_engine, NameOfStore(store), ScratchOfStore(store));
+    }
+
+    /// A first connection that fails is an error at once, but here the store was met before.
+    void OpenAgain()
+    {
+        using std::chrono::steady_clock;
+        const auto end = steady_clock::now() + PatienceInForce();
+        for (;;) {
+            try {
+                return Open();
+            } catch (const Error& error) {
+                if (error.Code() != ErrorCode::Io || steady_clock::now() > end)
+                    throw;
+            }
+            m_engine.reset(); // it may be the only one to write
+            std::this_thread::sleep_for(kPause);
+        }
     }
 
     void ReadRows(Rejects& rejects, Progress& progress)
@@ -216,12 +240,13 @@ ImportResult Import(const ImportRequest& request, const Schema& schema, std::ost
     std::uint64_t told = 0;
     for (unsigned run = 1;; ++run) {
         try {
-            return Run(request, schema, messages).Do(told);
-        } catch (const Conflict&) {
+            return Run(request, schema, messages).Do(run > 1, told);
+        } catch (const Conflict& conflict) {
             // The next run begins with the first row.
             if (run == kMostRuns)
-                throw Error(ErrorCode::Io, request.store + ": other changes came between " +
-                                               std::to_string(kMostRuns) + " times: try again");
+                throw Error(ErrorCode::Conflict,
+                            NameOfStore(request.store) + ": " + conflict.what() + " " +
+                                std::to_string(kMostRuns) + " times: try again");
         }
     }
 }

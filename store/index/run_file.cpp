@@ -68,8 +68,10 @@ std::size_t RunFile::Read(char* to, std::size_t most, std::uint64_t offset) cons
     do {
         got = pread(m_file, to, most, static_cast<off_t>(offset));
     } while (got < 0 && errno == EINTR);
-    if (got <= 0)
+    if (got < 0)
         Fail();
+    if (got == 0)
+        throw Error(ErrorCode::Io, m_name + ": the temporary file has ended early");
     return static_cast<std::size_t>(got);
 }
 

@@ -193,7 +193,13 @@ void Bulk::ChooseSlots()
         m_builder.Write(bytes);
         first.Open(bytes);
     }
-    const std::size_t size = bytes.size() / std::max(first.CountObjects(), 1U) + 1;
+    // Without any object: that of fixed forms, and so many bytes of each other one.
+    constexpr std::size_t kGuessed = 16;
+    std::size_t size = 1;
+    for (const std::size_t fixed : m_layout)
+        size += fixed != 0 ? fixed : kGuessed;
+    if (first.CountObjects() != 0)
+        size = bytes.size() / first.CountObjects() + 1;
     const unsigned slots = SlotsFor(m_blockBytes, size);
     m_description.slotsOfBlock = slots;
     BlockBuilder builder(m_layout, slots);

@@ -37,7 +37,7 @@ public:
 class Bulk
 {
 public:
-    /// Begins a new store. `scratch` names the place of temporary files, which have no names.
+    /// Begins a new store. `scratch` is the path beside which temporary files come and go.
     static std::unique_ptr<Bulk> Create(std::unique_ptr<Loader> loader, const Schema& schema,
                                         const std::string& scratch);
     /// Adds to a store that was opened to grow; `name` begins sentences. Its calls may throw

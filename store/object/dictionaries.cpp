@@ -42,7 +42,7 @@ Dictionary& Dictionaries::Of(std::size_t attribute, std::uint32_t size, Reader& 
     for (auto some = cursor->Next(rows + 1); !some.empty(); some = cursor->Next(rows + 1)) {
         for (const Row& text : some) {
             const std::string_view bytes = Unseal(Space::Texts, text.key, text.value);
-            if (text.key != key || !dictionary->LoadRow(row, bytes))
+            if (text.key != key || !dictionary->LoadRow(row, bytes, size))
                 FailDamaged(Space::Texts, text.key, "holds no entries of a dictionary");
             key = TextKey(attribute, ++row);
         }

@@ -2,7 +2,9 @@
 
 #include "block/checksum.h"
 #include "index/entry_key.h"
+#include "object/row_join.h"
 
+#include <utility>
 #include <vector>
 
 namespace ko::store::inner
@@ -44,6 +46,46 @@ void EntryChanges::Clear(const Range& range)
         for (const std::string& key : keys)
             m_writer.Erase(Space::Entries, key);
     } while (!keys.empty());
+}
+
+std::string EntryChanges::Join(const Range& range, std::size_t most, std::uint64_t& gone)
+{
+    RowJoin join;
+    std::vector<std::string> keys;
+    std::vector<std::pair<std::string, std::string>> puts;
+    std::string last;
+    std::string bytes;
+    const auto finish = [&] {
+        if (join.Rows() > 1) {
+            join.Write(bytes);
+            puts.emplace_back(last, bytes);
+            gone += join.Rows() - 1;
+        }
+    };
+    // What is written while a walk goes on makes it slower.
+    const auto cursor = m_writer.Walk(Space::Entries, range, Direction::Forwards);
+    std::size_t seen = 0;
+    for (auto rows = cursor->Next(most); !rows.empty() && seen < most;
+         rows = cursor->Next(most - seen)) {
+        seen += rows.size();
+        for (const Row& row : rows) {
+            if (join.Takes(row)) {
+                keys.emplace_back(row.key);
+                continue;
+            }
+            finish();
+            last = row.key;
+            join.Start(row);
+        }
+        if (seen == most)
+            break;
+    }
+    finish();
+    for (const std::string& key : keys)
+        m_writer.Erase(Space::Entries, key);
+    for (const auto& [key, value] : puts)
+        Put(key, value);
+    return last;
 }
 
 bool EntryChanges::First(const Range& range, Direction direction, std::string& found,

@@ -31,6 +31,10 @@ public:
     void Fill(EntryBuilder& entries);
     /// Takes away all rows of a range.
     void Clear(const Range& range);
+    /// Joins neighbouring rows of one value as long as they are one row together, among the first
+    /// `most` rows of a range. Returns the key of the last row that there is now of these; empty
+    /// where there are none. `gone` grows by the rows that are no more.
+    std::string Join(const Range& range, std::size_t most, std::uint64_t& gone);
 
 private:
     bool AtOrBefore(std::string_view key, std::string& found, std::string& value) override;

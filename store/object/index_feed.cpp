@@ -39,6 +39,8 @@ IndexFeed::IndexFeed(Snapshot& snapshot, std::vector<std::size_t> attributes,
 void IndexFeed::Add(std::uint64_t block, BlockView& objects)
 {
     const std::uint64_t first = block * m_snapshot.SlotsOfBlock();
+    for (unsigned slot = 0; slot < objects.Slots(); ++slot)
+        m_objects += objects.Has(slot) ? 1 : 0;
     for (std::size_t i = 0; i < m_attributes.size(); ++i) {
         const std::size_t attribute = m_attributes[i];
         const Column* const column = objects.Values(attribute);

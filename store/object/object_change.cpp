@@ -139,21 +139,9 @@ struct ObjectChange::State {
     /// A form that may be stored, empty for the null value.
     std::string_view Normal(std::size_t attribute, std::string_view form) const
     {
-        const Attribute& description = now.GetSchema().attributes[attribute];
-        if (form.empty() || form == nulls[attribute]) {
-            if (!description.type.HasNull())
-                throw Error(ErrorCode::Usage, description.name +
-                                                  ": there is no null value in the type " +
-                                                  description.type.Name());
-            return {};
-        }
-        std::size_t at = 0;
-        if (Manager().Validate(description.type.Id(), form.data(), form.size(), kStoreFormat, 1,
-                               at) != 0 ||
-            at != form.size())
-            throw Error(ErrorCode::Usage, description.name +
-                                              ": the bytes are no value of the type " +
-                                              description.type.Name());
+        if (form == nulls[attribute])
+            form = {};
+        now.GetSchema().attributes[attribute].RequireForm(form);
         return form;
     }
 

@@ -5,6 +5,7 @@
 #include "object/fingerprint.h"
 #include "object/index_feed.h"
 #include "object/object_change.h"
+#include "object/row_join.h"
 #include <kostore.h>
 
 #include <utility>
@@ -16,16 +17,22 @@ namespace
 {
 
 constexpr unsigned kMostRuns = 10;
+/// Rows of an index that one transaction joins.
+constexpr std::size_t kJoinedAtOnce = 1000;
+/// And that a walk asks for.
+constexpr std::size_t kRowsAtOnce = 256;
 
 } // namespace
 
 std::shared_ptr<ObjectStore> ObjectStore::Open(const std::string& address, Mode mode)
 {
-    return std::make_shared<ObjectStore>(OpenEngine(address, mode), address);
+    return std::make_shared<ObjectStore>(OpenEngine(address, mode), NameOfStore(address),
+                                         ScratchOfStore(address));
 }
 
-ObjectStore::ObjectStore(std::unique_ptr<Engine> engine, std::string name)
-    : m_engine(std::move(engine)), m_name(std::move(name)), m_description(Read()->About()),
+ObjectStore::ObjectStore(std::unique_ptr<Engine> engine, std::string name, std::string scratch)
+    : m_engine(std::move(engine)), m_name(std::move(name)), m_scratch(std::move(scratch)),
+      m_description(Read()->About()),
       m_dictionaries(std::make_unique<Dictionaries>(LayoutOf(m_description.schema)))
 {
 }
@@ -34,27 +41,40 @@ ObjectStore::~ObjectStore() = default;
 
 std::unique_ptr<Snapshot> ObjectStore::Read() const
 {
-    return std::make_unique<Snapshot>(m_engine->Read(), m_engine->About().viewsLast, m_name);
+    const Traits& engine = m_engine->About();
+    return std::make_unique<Snapshot>(m_engine->Read(), engine.viewsLast, m_name, m_memory,
+                                      engine.snapshots);
+}
+
+/// Runs a call again where another change came between.
+template <class Call>
+void ObjectStore::Repeat(const Call& call) const
+{
+    for (unsigned run = 1;; ++run) {
+        try {
+            call();
+            return;
+        } catch (const Conflict& conflict) {
+            if (run == kMostRuns)
+                throw Error(ErrorCode::Conflict, m_name + ": " + conflict.what() + " " +
+                                                     std::to_string(kMostRuns) +
+                                                     " times: try again");
+        }
+    }
 }
 
 template <class Once>
 void ObjectStore::Run(const Once& once)
 {
     const std::lock_guard guard(m_changing);
-    for (unsigned run = 1;; ++run) {
+    Repeat([&] {
         try {
             once(std::shared_ptr<Writer>(m_engine->Write()));
-            return;
-        } catch (const Conflict&) {
-            m_dictionaries->Forget();
-            if (run == kMostRuns)
-                throw Error(ErrorCode::Io, m_name + ": other changes came between " +
-                                               std::to_string(kMostRuns) + " times: try again");
         } catch (...) {
             m_dictionaries->Forget();
             throw;
         }
-    }
+    });
 }
 
 void ObjectStore::Change(const std::function<void(ObjectChange&)>& change)
@@ -73,8 +93,12 @@ void ObjectStore::MakeIndexes(Writer& writer, Snapshot& now, Description descrip
     EntryChanges entries(writer);
     for (const std::size_t attribute : attributes)
         entries.Clear({BeforeAttribute(attribute), BehindAttribute(attribute)});
-    IndexFeed feed(now, std::move(attributes), m_name);
+    IndexFeed feed(now, std::move(attributes), m_scratch);
     feed.AddAll();
+    // A change that broke over several servers may have left them wrong.
+    Counts counts = now.GetCounts();
+    if (std::exchange(counts.objects, feed.Objects()) != feed.Objects())
+        writer.Put(Space::Description, Counts::kKey, counts.Write());
     for (std::size_t i = 0; i < feed.Attributes().size(); ++i)
         entries.Fill(feed.Entries(i));
     description.order = FingerprintOfOrder(description.schema);
@@ -117,6 +141,47 @@ void ObjectStore::Reindex()
         EntryChanges(*writer).Clear({});
         MakeIndexes(*writer, now, now.About(), IndexedAttributes(now.GetSchema()));
     });
+}
+
+/// Where the next rows are that can be joined, from a key on; absent: there are none any more.
+std::optional<Range> ObjectStore::FindJoinable(const std::string& from) const
+{
+    const auto reader = m_engine->Read();
+    const auto cursor = reader->Walk(Space::Entries, {from, {}}, Direction::Forwards);
+    RowJoin join;
+    std::string last;
+    for (auto rows = cursor->Next(kRowsAtOnce); !rows.empty(); rows = cursor->Next(kRowsAtOnce)) {
+        for (const Row& row : rows) {
+            if (join.Takes(row))
+                return Range{last, {}};
+            join.Start(row);
+            last = row.key;
+        }
+    }
+    return {};
+}
+
+std::uint64_t ObjectStore::Compact()
+{
+    std::uint64_t gone = 0;
+    std::string from;
+    for (;;) {
+        std::optional<Range> range;
+        Repeat([&] { range = FindJoinable(from); });
+        if (!range)
+            return gone;
+        std::uint64_t here = 0;
+        Run([&](const std::shared_ptr<Writer>& writer) {
+            here = 0;
+            from = EntryChanges(*writer).Join(*range, kJoinedAtOnce, here);
+            if (here != 0)
+                writer->Commit();
+        });
+        gone += here;
+        // The last one may go on; a row alone has been looked at.
+        if (from <= range->low)
+            from = range->low + '\0';
+    }
 }
 
 } // namespace ko::store::inner

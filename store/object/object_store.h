@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -25,8 +26,9 @@ public:
     /// Throws Error as OpenEngine does, and (ErrorCode::Damaged) where what is there is no store of
     /// objects in this format.
     static std::shared_ptr<ObjectStore> Open(const std::string& address, Mode mode);
-    /// The same for an engine at hand; `name` begins sentences.
-    ObjectStore(std::unique_ptr<Engine> engine, std::string name);
+    /// The same for an engine at hand; `name` begins sentences, and `scratch` is the path beside
+    /// which temporary files come and go.
+    ObjectStore(std::unique_ptr<Engine> engine, std::string name, std::string scratch);
     ~ObjectStore();
 
     const std::string& Name() const { return m_name; }
@@ -35,6 +37,7 @@ public:
     const Description& About() const { return m_description; }
     const Schema& GetSchema() const { return m_description.schema; }
     unsigned SlotsOfBlock() const { return m_description.slotsOfBlock; }
+    const Traits& EngineTraits() const { return m_engine->About(); }
 
     std::unique_ptr<Snapshot> Read() const;
 
@@ -52,7 +55,15 @@ public:
     /// Makes all indexes anew, under this program's order.
     void Reindex();
 
+    /// Joins the small rows that single changes leave in indexes, beside readers and other writers,
+    /// in transactions of bounded size: what was joined before an error stays so. Returns how many
+    /// rows the indexes have less.
+    std::uint64_t Compact();
+
 private:
+    std::optional<Range> FindJoinable(const std::string& from) const;
+    template <class Call>
+    void Repeat(const Call& call) const;
     template <class Once>
     void Run(const Once& once);
     void MakeIndexes(Writer& writer, Snapshot& now, Description description,
@@ -60,6 +71,8 @@ private:
 
     std::unique_ptr<Engine> m_engine;
     std::string m_name;
+    std::string m_scratch;
+    std::shared_ptr<StoreMemory> m_memory = std::make_shared<StoreMemory>();
     Description m_description;
     std::mutex m_changing;
     std::unique_ptr<Dictionaries> m_dictionaries; ///< kept between changes

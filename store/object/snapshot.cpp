@@ -1,7 +1,6 @@
 #include "object/snapshot.h"
 
 #include "block/checksum.h"
-#include "object/fingerprint.h"
 #include <kostore.h>
 
 #include <algorithm>
@@ -13,9 +12,9 @@ namespace ko::store::inner
 namespace
 {
 
-/// Rows that a walk asks for at once: of blocks, and of an index.
+/// Rows that a walk asks for at once: of blocks, and of an index of which many are wanted.
 constexpr std::size_t kBlocksAtOnce = 16;
-constexpr std::size_t kEntriesAtOnce = 64;
+constexpr std::size_t kManyAtOnce = 1000;
 /// Blocks that are kept open, where their bytes stay and where they are copies.
 constexpr std::size_t kOpenBlocks = 1024;
 constexpr std::size_t kCopiedBlocks = 64;
@@ -23,6 +22,7 @@ constexpr std::size_t kCopiedBlocks = 64;
 constexpr std::size_t kProvedBlocks = 1U << 24;
 /// At most 2^10 rows of a dictionary are asked for at once.
 constexpr std::size_t kMostDoublings = 10;
+constexpr std::size_t kDoublingsAfar = 5; ///< each time, where a question costs a round trip
 /// The numbers in so few rows are counted.
 constexpr std::uint64_t kFewRows = 16;
 
@@ -34,42 +34,37 @@ void OpenBlockView(BlockView& view, std::string_view key, std::string_view bytes
 
 } // namespace
 
-BlockWalk::BlockWalk(std::unique_ptr<Cursor> cursor, const BlockLayout& layout,
+BlockWalk::BlockWalk(std::unique_ptr<RowWalk> rows, const BlockLayout& layout,
                      unsigned slotsOfBlock)
-    : m_cursor(std::move(cursor)), m_slotsOfBlock(slotsOfBlock), m_block(layout)
+    : m_rows(std::move(rows)), m_slotsOfBlock(slotsOfBlock), m_block(layout)
 {
 }
 
 bool BlockWalk::Next()
 {
-    if (m_at == m_rows.size()) {
-        m_rows = m_cursor->Next(kBlocksAtOnce);
-        m_at = 0;
-    }
-    if (m_rows.empty())
+    if (!m_rows->Next(kBlocksAtOnce))
         return false;
-    const Row& row = m_rows[m_at++];
-    const std::string_view bytes = Unseal(Space::Blocks, row.key, row.value);
-    if (row.key.size() != kNumberBytes)
-        FailDamaged(Space::Blocks, row.key, "has no number");
-    m_number = GetNumber(row.key.data());
-    OpenBlockView(m_block, row.key, bytes, m_slotsOfBlock);
+    const std::string_view key = m_rows->Key();
+    if (key.size() != kNumberBytes)
+        FailDamaged(Space::Blocks, key, "has no number");
+    m_number = GetNumber(key.data());
+    OpenBlockView(m_block, key, m_rows->Bytes(), m_slotsOfBlock);
     return true;
 }
 
 bool EntryWalk::Next()
 {
-    if (m_at == m_rows.size()) {
-        m_rows = m_cursor->Next(kEntriesAtOnce);
-        m_at = 0;
-    }
-    if (m_rows.empty())
+    if (!m_rows->Next(m_atOnce))
         return false;
-    const Row& row = m_rows[m_at++];
-    const std::string_view bytes = Unseal(Space::Entries, row.key, row.value);
-    if (!m_key.Open(row.key) || !m_numbers.Decode(m_key.first, bytes))
-        FailDamaged(Space::Entries, row.key, "holds no numbers of objects");
+    const std::string_view key = m_rows->Key();
+    if (!m_key.Open(key) || !m_numbers.Decode(m_key.first, m_rows->Bytes()))
+        FailDamaged(Space::Entries, key, "holds no numbers of objects");
     return true;
+}
+
+void EntryWalk::ReadMany()
+{
+    m_atOnce = kManyAtOnce;
 }
 
 struct Snapshot::OpenBlock {
@@ -81,8 +76,10 @@ struct Snapshot::OpenBlock {
     BlockView view;
 };
 
-Snapshot::Snapshot(std::shared_ptr<Reader> reader, bool viewsLast, std::string store)
-    : m_reader(std::move(reader)), m_viewsLast(viewsLast), m_store(std::move(store))
+Snapshot::Snapshot(std::shared_ptr<Reader> reader, bool viewsLast, std::string store,
+                   std::shared_ptr<StoreMemory> memory, bool isOneMoment)
+    : m_reader(std::move(reader)), m_viewsLast(viewsLast), m_isOneMoment(isOneMoment),
+      m_store(std::move(store)), m_memory(std::move(memory))
 {
     const std::string_view keys[] = {Counts::kKey, Description::kKey};
     std::string values[2];
@@ -91,32 +88,37 @@ Snapshot::Snapshot(std::shared_ptr<Reader> reader, bool viewsLast, std::string s
     if (values[1].empty())
         throw Error(ErrorCode::Damaged, m_store + ": is no store of this program (it has no \"" +
                                             std::string(Description::kKey) + "\")");
-    m_description = Description::Read(values[1], m_store);
+    m_described = m_memory ? m_memory->Describe(values[1], m_store)
+                           : std::make_shared<const Described>(values[1], m_store);
+    m_slotsOfBlock = About().slotsOfBlock;
     const std::size_t attributes = GetSchema().attributes.size();
     m_counts = Counts::Read(values[0], attributes, m_store);
-    m_layout = LayoutOf(GetSchema());
     m_blocks.resize(m_viewsLast ? kOpenBlocks : kCopiedBlocks);
     m_texts.resize(attributes);
 }
 
 Snapshot::~Snapshot() = default;
 
-bool Snapshot::IndexesServe() const
-{
-    const auto& attributes = GetSchema().attributes;
-    return std::none_of(attributes.begin(), attributes.end(),
-                        [](const Attribute& attribute) { return attribute.index; }) ||
-           FingerprintOfOrder(GetSchema()) == m_description.order;
-}
-
 void Snapshot::NeedIndexes() const
 {
     if (!IndexesServe())
         throw Error(ErrorCode::Damaged,
-                    m_store +
-                        ": its indexes were made under another order of values: "
-                        "\"kotm reindex " +
-                        m_store + "\" makes them anew");
+                    m_store + ": its indexes were made under another order of values: "
+                              "\"kotm reindex\" makes them anew");
+}
+
+/// The bytes of a block, whose checksum is proved when they are met first.
+std::string_view Snapshot::Proved(std::uint64_t block, std::string_view key,
+                                  std::string_view sealed)
+{
+    if (block < m_proved.size() && m_proved[block])
+        return SealedBytes(sealed);
+    const std::string_view bytes = Unseal(Space::Blocks, key, sealed);
+    if (block >= m_proved.size() && block < kProvedBlocks)
+        m_proved.resize(std::min<std::size_t>(kProvedBlocks, 2 * block + 64));
+    if (block < m_proved.size())
+        m_proved[block] = true;
+    return bytes;
 }
 
 BlockView* Snapshot::Block(std::uint64_t block)
@@ -127,26 +129,38 @@ BlockView* Snapshot::Block(std::uint64_t block)
     if (block > kMaxObjectNumber)
         return nullptr;
     if (!open)
-        open = std::make_unique<OpenBlock>(m_layout);
+        open = std::make_unique<OpenBlock>(Layout());
     open->number = block;
     open->isOpen = false;
     const std::string key = BlockKey(block);
+    const auto take = [&](std::string_view sealed) {
+        OpenBlockView(open->view, key, Proved(block, key, sealed), SlotsOfBlock());
+        open->isOpen = true;
+    };
+    if (!m_fetched.empty()) {
+        const auto fetched = m_fetched.find(block);
+        if (fetched != m_fetched.end()) {
+            take(fetched->second);
+            return &open->view;
+        }
+    }
     const std::string_view keys[] = {key};
     m_reader->Get(Space::Blocks, keys, [&](std::size_t, std::string_view sealed) {
-        if (!m_viewsLast)
-            sealed = open->bytes.assign(sealed);
-        std::string_view bytes = SealedBytes(sealed);
-        if (block >= m_proved.size() || !m_proved[block]) {
-            bytes = Unseal(Space::Blocks, key, sealed);
-            if (block >= m_proved.size() && block < kProvedBlocks)
-                m_proved.resize(std::min<std::size_t>(kProvedBlocks, 2 * block + 64));
-            if (block < m_proved.size())
-                m_proved[block] = true;
-        }
-        OpenBlockView(open->view, key, bytes, SlotsOfBlock());
-        open->isOpen = true;
+        take(m_viewsLast ? sealed : open->bytes.assign(sealed));
     });
-    return open->isOpen ? &open->view : nullptr;
+    if (open->isOpen)
+        return &open->view;
+    if (m_viewsLast)
+        ProveGap(*m_reader, Space::Blocks, key);
+    return nullptr;
+}
+
+void Snapshot::CloseBlocks()
+{
+    for (const auto& open : m_blocks) {
+        if (open)
+            open->isOpen = false;
+    }
 }
 
 BlockView* Snapshot::BlockWith(std::uint64_t number)
@@ -155,18 +169,27 @@ BlockView* Snapshot::BlockWith(std::uint64_t number)
     return block != nullptr && block->Has(SlotOf(number)) ? block : nullptr;
 }
 
+/// A server looks after its own pages, and more rows cost round trips there.
+std::unique_ptr<RowWalk> Snapshot::Walk(Space space, const Range& range, Direction direction)
+{
+    return std::make_unique<RowWalk>(*m_reader, space, range, direction, m_viewsLast);
+}
+
 std::unique_ptr<BlockWalk> Snapshot::Blocks(std::uint64_t first, std::uint64_t last)
 {
     Range range{BlockKey(first), {}};
     if (last < kMaxObjectNumber)
         range.high = BlockKey(last + 1);
-    return std::make_unique<BlockWalk>(m_reader->Walk(Space::Blocks, range, Direction::Forwards),
-                                       m_layout, SlotsOfBlock());
+    return std::make_unique<BlockWalk>(Walk(Space::Blocks, range, Direction::Forwards), Layout(),
+                                       SlotsOfBlock());
 }
 
 std::string_view Snapshot::Large(std::size_t attribute, std::uint64_t number, std::string& room)
 {
     const std::string key = LargeKey(number, attribute);
+    const auto fetched = m_fetchedLarge.find(key);
+    if (fetched != m_fetchedLarge.end())
+        return Unseal(Space::Large, key, room.assign(fetched->second));
     const std::string_view keys[] = {key};
     std::string_view form;
     m_reader->Get(Space::Large, keys, [&](std::size_t, std::string_view sealed) {
@@ -195,42 +218,70 @@ std::string_view Snapshot::Form(BlockView& block, std::uint64_t number, std::siz
     return Form(attribute, cell, number, room);
 }
 
-/// Reads the row of an entry, and others behind it, twice as many each time: many entries then cost
-/// few round trips, and a single one no more than its row.
-const TextRow& Snapshot::FindTexts(std::size_t attribute, std::uint32_t entry)
+/// Whether the row of an entry is at hand; where the store has kept it, it is taken from there.
+bool Snapshot::HasText(std::size_t attribute, std::uint32_t entry)
 {
     std::vector<KeptTexts>& rows = m_texts[attribute].rows;
     const std::uint32_t row = entry / kEntriesInRow;
     if (rows.empty())
         rows.resize((Texts(attribute) + kEntriesInRow - 1) / kEntriesInRow);
-    if (row < rows.size() && rows[row].texts.Count() > entry % kEntriesInRow)
-        return rows[row].texts;
-    std::vector<std::string> keys;
-    const std::size_t most = std::size_t{1}
-                             << std::min<std::size_t>(m_texts[attribute].reads++, kMostDoublings);
-    for (std::size_t i = row; i < rows.size() && keys.size() < most; ++i) {
-        if (rows[i].texts.Count() == 0)
-            keys.push_back(TextKey(attribute, static_cast<std::uint32_t>(i)));
+    if (row >= rows.size())
+        return false;
+    if (rows[row].texts.Count() == 0 && m_memory && !m_viewsLast) {
+        const KeptTexts kept = m_memory->Texts(attribute, row);
+        // Only what serves for all entries: views of it stay.
+        if (kept.texts.Count() >= std::min(kEntriesInRow, Texts(attribute) - row * kEntriesInRow))
+            rows[row] = kept;
     }
+    return rows[row].texts.Count() > entry % kEntriesInRow;
+}
+
+void Snapshot::ReadTexts(std::span<const std::string> keys)
+{
     const std::vector<std::string_view> views(keys.begin(), keys.end());
     m_reader->Get(Space::Texts, views, [&](std::size_t i, std::string_view sealed) {
-        std::size_t found = 0;
-        std::uint32_t at = 0;
-        ReadTextKey(keys[i], found, at);
-        KeptTexts& kept = rows[at];
-        const std::string_view bytes =
-            Unseal(Space::Texts, keys[i], m_viewsLast ? sealed : kept.bytes.assign(sealed));
-        if (!kept.texts.Open(bytes))
+        std::size_t attribute = 0;
+        std::uint32_t row = 0;
+        ReadTextKey(keys[i], attribute, row);
+        KeptTexts& kept = m_texts[attribute].rows[row];
+        if (!m_viewsLast)
+            sealed = *(kept.bytes = std::make_shared<const std::string>(sealed));
+        if (!kept.texts.Open(Unseal(Space::Texts, keys[i], sealed)))
             FailDamaged(Space::Texts, keys[i], "holds no entries of a dictionary");
+        // What is more than the counts say is not committed: later entries may be others.
+        if (!m_viewsLast && m_memory &&
+            kept.texts.Count() <= Texts(attribute) - row * kEntriesInRow)
+            m_memory->Keep(attribute, row, kept);
     });
-    if (row >= rows.size() || rows[row].texts.Count() <= entry % kEntriesInRow)
+}
+
+/// Reads the row of an entry, and others behind it, twice as many each time: many entries then cost
+/// few round trips, and a single one no more than its row.
+const TextRow& Snapshot::FindTexts(std::size_t attribute, std::uint32_t entry)
+{
+    KeptDictionary& dictionary = m_texts[attribute];
+    const std::uint32_t row = entry / kEntriesInRow;
+    if (row < dictionary.rows.size() && dictionary.rows[row].texts.Count() > entry % kEntriesInRow)
+        return dictionary.rows[row].texts;
+    if (HasText(attribute, entry))
+        return dictionary.rows[row].texts;
+    std::vector<std::string> keys;
+    const std::size_t most = std::size_t{1}
+                             << std::min<std::size_t>(dictionary.reads, kMostDoublings);
+    dictionary.reads += m_viewsLast ? 1 : kDoublingsAfar;
+    for (std::size_t i = row; i < dictionary.rows.size() && keys.size() < most; ++i) {
+        if (dictionary.rows[i].texts.Count() == 0)
+            keys.push_back(TextKey(attribute, static_cast<std::uint32_t>(i)));
+    }
+    ReadTexts(keys);
+    if (!HasText(attribute, entry))
         FailDamaged(Space::Texts, TextKey(attribute, row), "lacks an entry that an object has");
-    return rows[row].texts;
+    return dictionary.rows[row].texts;
 }
 
 std::unique_ptr<EntryWalk> Snapshot::Entries(const Range& keys, Direction direction)
 {
-    return std::make_unique<EntryWalk>(m_reader->Walk(Space::Entries, keys, direction));
+    return std::make_unique<EntryWalk>(Walk(Space::Entries, keys, direction));
 }
 
 std::uint64_t Snapshot::CountRowsRoughly(const Range& keys)

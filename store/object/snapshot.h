@@ -8,13 +8,17 @@
 #include "index/entry_key.h"
 #include "index/number_row.h"
 #include "object/description.h"
+#include "object/row_walk.h"
+#include "object/store_memory.h"
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
 #include <span>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 namespace ko::store::inner
@@ -24,7 +28,7 @@ namespace ko::store::inner
 class BlockWalk
 {
 public:
-    BlockWalk(std::unique_ptr<Cursor> cursor, const BlockLayout& layout, unsigned slotsOfBlock);
+    BlockWalk(std::unique_ptr<RowWalk> rows, const BlockLayout& layout, unsigned slotsOfBlock);
 
     /// Moves to the next block; false behind the last one. Throws Error (ErrorCode::Damaged).
     bool Next();
@@ -35,9 +39,7 @@ public:
     BlockView& Block() { return m_block; }
 
 private:
-    std::unique_ptr<Cursor> m_cursor;
-    std::span<const Row> m_rows;
-    std::size_t m_at = 0;
+    std::unique_ptr<RowWalk> m_rows;
     unsigned m_slotsOfBlock;
     std::uint64_t m_number = 0;
     BlockView m_block;
@@ -48,18 +50,21 @@ private:
 class EntryWalk
 {
 public:
-    explicit EntryWalk(std::unique_ptr<Cursor> cursor) : m_cursor(std::move(cursor)) {}
+    explicit EntryWalk(std::unique_ptr<RowWalk> rows) : m_rows(std::move(rows)) {}
 
     /// Moves to the next row; false behind the last one. Throws Error (ErrorCode::Damaged).
     bool Next();
+    /// Many rows will be wanted: they are asked for together from now on.
+    void ReadMany();
     /// Attribute and sort key of the row's value; see EntryKey::MayBeCut. Valid until Next.
     const EntryKey& Key() const { return m_key; }
     const NumberRow& Numbers() const { return m_numbers; }
 
 private:
-    std::unique_ptr<Cursor> m_cursor;
-    std::span<const Row> m_rows;
-    std::size_t m_at = 0;
+    static constexpr std::size_t kFewAtOnce = 64;
+
+    std::unique_ptr<RowWalk> m_rows;
+    std::size_t m_atOnce = kFewAtOnce; ///< rows that are asked for
     EntryKey m_key;
     NumberRow m_numbers;
 };
@@ -70,21 +75,23 @@ class Snapshot
 {
 public:
     /// `store` begins sentences. `viewsLast`: what the reader hands out stays where it is as long
-    /// as the reader. Users ask ObjectStore::Read.
-    Snapshot(std::shared_ptr<Reader> reader, bool viewsLast, std::string store);
+    /// as the reader. `memory` is that of the open store, for snapshots of what is committed alone.
+    /// `isOneMoment`: as Traits::snapshots. Users ask ObjectStore::Read.
+    Snapshot(std::shared_ptr<Reader> reader, bool viewsLast, std::string store,
+             std::shared_ptr<StoreMemory> memory = nullptr, bool isOneMoment = true);
     ~Snapshot();
     Snapshot(const Snapshot&) = delete;
     Snapshot& operator=(const Snapshot&) = delete;
 
     /// What begins sentences.
     const std::string& Name() const { return m_store; }
-    const Description& About() const { return m_description; }
-    const Schema& GetSchema() const { return m_description.schema; }
+    const Description& About() const { return m_described->Get(); }
+    const Schema& GetSchema() const { return About().schema; }
     const Counts& GetCounts() const { return m_counts; }
-    const BlockLayout& Layout() const { return m_layout; }
-    unsigned SlotsOfBlock() const { return m_description.slotsOfBlock; }
+    const BlockLayout& Layout() const { return m_described->Layout(); }
+    unsigned SlotsOfBlock() const { return m_slotsOfBlock; }
     /// False: there are indexes, and they were made under another order.
-    bool IndexesServe() const;
+    bool IndexesServe() const { return m_described->IndexesServe(); }
     /// Ends with Error (ErrorCode::Damaged), which says what to do, where IndexesServe is false.
     void NeedIndexes() const;
 
@@ -96,8 +103,24 @@ public:
         return static_cast<unsigned>(number % SlotsOfBlock());
     }
 
-    /// A block, its checksum proved; null where there is none. Valid until another block is asked
-    /// for; the last few are kept open.
+    /// Reads what will be asked for of the first of these objects, so many as go together, and
+    /// returns how many of them: their blocks, and of `attributes` the rows of dictionaries and the
+    /// values that stand by themselves. Where each question costs a round trip that saves most of
+    /// them, elsewhere it does nothing. It counts as asking for another block. What is not there is
+    /// left to who asks for it.
+    std::size_t Fetch(std::span<const std::uint64_t> numbers,
+                      std::span<const std::size_t> attributes = {});
+
+    /// False where each question may be answered from a later moment than the one before, and a
+    /// change that broke may be there in part: an index may name objects that are gone, or that
+    /// have another value now.
+    bool IsOneMoment() const { return m_isOneMoment; }
+
+    /// True where Fetch does something: what is wanted had best be asked for together.
+    bool IsAfar() const { return !m_viewsLast; }
+
+    /// A block, its checksum proved; null where there is none, which the rows beside it prove.
+    /// Valid until another block is asked for; the last few are kept open.
     BlockView* Block(std::uint64_t block);
     /// The block that an object stands in; null where there is no such object.
     BlockView* BlockWith(std::uint64_t number);
@@ -151,27 +174,37 @@ public:
 
 private:
     struct OpenBlock;
-    struct KeptTexts { ///< a row of a dictionary
-        TextRow texts;
-        std::string bytes; ///< where the reader's do not stay
-    };
     struct KeptDictionary {
         std::vector<KeptTexts> rows;
         std::size_t reads = 0;
     };
 
+    std::string_view Proved(std::uint64_t block, std::string_view key, std::string_view sealed);
+    void CloseBlocks();
+    void FetchBlocks(std::vector<std::uint64_t>& blocks);
+    void FetchForms(std::span<const std::uint64_t> numbers,
+                    std::span<const std::size_t> attributes);
+    void FetchLarge(std::span<const std::string> keys);
+    bool HasText(std::size_t attribute, std::uint32_t entry);
+    void ReadTexts(std::span<const std::string> keys);
+    std::unique_ptr<RowWalk> Walk(Space space, const Range& range, Direction direction);
     const TextRow& FindTexts(std::size_t attribute, std::uint32_t entry);
     std::string_view Large(std::size_t attribute, std::uint64_t number, std::string& room);
 
     std::shared_ptr<Reader> m_reader;
     bool m_viewsLast; ///< what the reader hands out stays where it is
+    bool m_isOneMoment;
     std::string m_store;
-    Description m_description;
+    std::shared_ptr<StoreMemory> m_memory; ///< may be null
+    std::shared_ptr<const Described> m_described;
+    unsigned m_slotsOfBlock = 0;
     Counts m_counts;
-    BlockLayout m_layout;
-    std::vector<std::unique_ptr<OpenBlock>> m_blocks; ///< by their numbers' remainders
-    std::vector<bool> m_proved;                       ///< blocks whose checksums are right
-    std::vector<KeptDictionary> m_texts;              ///< by attribute
+    std::vector<std::unique_ptr<OpenBlock>> m_blocks;         ///< by their numbers' remainders
+    std::vector<bool> m_proved;                               ///< blocks whose checksums are right
+    std::vector<KeptDictionary> m_texts;                      ///< by attribute
+    std::unordered_map<std::uint64_t, std::string> m_fetched; ///< blocks, sealed
+    std::map<std::string, std::string, std::less<>> m_fetchedLarge; ///< values, sealed
+    std::size_t m_fetchedLargeBytes = 0;
 };
 
 } // namespace ko::store::inner

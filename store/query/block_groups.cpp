@@ -1,6 +1,7 @@
 #include "query/block_groups.h"
 
 #include "query/range_walk.h"
+#include <kostore.h>
 
 #include <algorithm>
 
@@ -8,7 +9,8 @@ namespace ko::store::inner
 {
 
 AllObjects::AllObjects(Snapshot& snapshot, std::uint64_t first, std::uint64_t last)
-    : m_first(first), m_last(last)
+    : m_snapshot(snapshot), m_first(first), m_last(last),
+      m_isWhole(snapshot.IsOneMoment() && first <= 1 && last + 1 >= snapshot.GetCounts().nextNumber)
 {
     if (first <= last)
         m_walk = snapshot.Blocks(snapshot.BlockOf(first), snapshot.BlockOf(last));
@@ -16,10 +18,17 @@ AllObjects::AllObjects(Snapshot& snapshot, std::uint64_t first, std::uint64_t la
 
 bool AllObjects::Next()
 {
-    if (m_walk == nullptr || !m_walk->Next())
+    if (m_walk == nullptr || !m_walk->Next()) {
+        const std::uint64_t all = m_snapshot.GetCounts().objects;
+        if (m_isWhole && m_met != all)
+            throw Error(ErrorCode::Damaged, m_snapshot.Name() + ": is damaged: it has " +
+                                                std::to_string(all) + " objects, and " +
+                                                std::to_string(m_met) + " were found");
         return false;
+    }
     m_block = {&m_walk->Block(), m_walk->FirstObject()};
     m_block.view->Objects(m_slots);
+    m_met += CountBits(m_slots, m_block.view->Slots());
     const unsigned words = m_block.Words();
     if (m_first > m_block.firstObject) {
         const auto begin = static_cast<unsigned>(
@@ -39,6 +48,8 @@ bool NumberedObjects::Next()
 {
     if (m_numbers.empty())
         return false;
+    if (m_fetched == 0)
+        m_fetched = m_snapshot.Fetch(m_numbers, m_attributes);
     const std::uint64_t block = m_snapshot.BlockOf(m_numbers.front());
     m_block = {m_snapshot.Block(block), block * m_snapshot.SlotsOfBlock()};
     if (m_block.view == nullptr)
@@ -52,6 +63,7 @@ bool NumberedObjects::Next()
         SetBit(m_slots, slot);
     }
     m_numbers = m_numbers.subspan(taken);
+    m_fetched -= std::min(taken, m_fetched);
     return true;
 }
 

@@ -28,7 +28,8 @@ protected:
     SlotBits m_slots;
 };
 
-/// All objects with numbers from `first` to `last`.
+/// All objects with numbers from `first` to `last`. Where these are all of the store, Next throws
+/// Error (ErrorCode::Damaged) behind the last block if there were not as many as the store counts.
 class AllObjects : public BlockGroups
 {
 public:
@@ -36,8 +37,11 @@ public:
     bool Next() override;
 
 private:
+    Snapshot& m_snapshot;
     std::uint64_t m_first;
     std::uint64_t m_last;
+    bool m_isWhole;
+    std::uint64_t m_met = 0;
     std::unique_ptr<BlockWalk> m_walk;
 };
 
@@ -45,9 +49,10 @@ private:
 class NumberedObjects : public BlockGroups
 {
 public:
-    /// The numbers stay where they are.
-    NumberedObjects(Snapshot& snapshot, std::span<const std::uint64_t> numbers)
-        : m_snapshot(snapshot), m_numbers(numbers)
+    /// The numbers stay where they are, and so do the attributes that will be asked for.
+    NumberedObjects(Snapshot& snapshot, std::span<const std::uint64_t> numbers,
+                    std::span<const std::size_t> attributes)
+        : m_snapshot(snapshot), m_numbers(numbers), m_attributes(attributes)
     {
     }
     /// Throws Error (ErrorCode::Damaged) for an object that does not exist.
@@ -56,6 +61,8 @@ public:
 private:
     Snapshot& m_snapshot;
     std::span<const std::uint64_t> m_numbers; ///< those that are left
+    std::span<const std::size_t> m_attributes;
+    std::size_t m_fetched = 0; ///< of these
 };
 
 } // namespace ko::store::inner

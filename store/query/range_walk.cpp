@@ -10,21 +10,23 @@ namespace ko::store::inner
 
 void FailNoObject(const Snapshot& snapshot, std::uint64_t number)
 {
+    if (!snapshot.IsOneMoment())
+        throw Conflict();
     throw Error(ErrorCode::Damaged, snapshot.Name() + ": is damaged: an index names object " +
                                         std::to_string(number) + ", which does not exist");
 }
 
 RangeWalk::RangeWalk(Snapshot& snapshot, const IndexRange& range, ScanOrder order)
     : m_snapshot(snapshot), m_range(range), m_order(order),
-      m_type(snapshot.GetSchema().TypeId(range.attribute))
+      m_type(snapshot.GetSchema().TypeId(range.attribute)),
+      m_keys(range.attribute, snapshot.GetSchema().attributes[range.attribute].type)
 {
     snapshot.NeedIndexes();
-    ValueKeys keys(range.attribute, snapshot.GetSchema().attributes[range.attribute].type);
-    m_walk = snapshot.Entries(KeysOf(keys), order == ScanOrder::Backwards ? Direction::Backwards
-                                                                          : Direction::Forwards);
+    m_walk = snapshot.Entries(Keys(), order == ScanOrder::Backwards ? Direction::Backwards
+                                                                    : Direction::Forwards);
 }
 
-Range RangeWalk::KeysOf(ValueKeys& keys)
+Range RangeWalk::Keys()
 {
     const std::size_t attribute = m_range.attribute;
     const bool hasNull = m_snapshot.GetSchema().attributes[attribute].type.HasNull();
@@ -32,7 +34,7 @@ Range RangeWalk::KeysOf(ValueKeys& keys)
         // Null values come first, and some types have none.
         if (edge.form.empty() && (!edge.behind || !hasNull))
             return BeforeAttribute(attribute);
-        const std::string_view key = keys.Of(edge.form);
+        const std::string_view key = m_keys.Of(edge.form);
         if (!ValueKeys::MayBeCut(key))
             return edge.behind ? BehindValue(key) : BeforeValue(key);
         cut = key;
@@ -66,12 +68,29 @@ bool RangeWalk::IsInside(std::string_view form) const
     return m_cutHigh.empty() || order(*m_range.high) < (m_range.high->behind ? 1 : 0);
 }
 
-std::string_view RangeWalk::FormOf(std::uint64_t number)
+/// The value of an object; absent where the object may have gone.
+std::optional<std::string_view> RangeWalk::FormOf(std::uint64_t number)
 {
     const auto form = m_snapshot.Value(number, m_range.attribute, m_room);
-    if (!form)
+    if (!form && m_snapshot.IsOneMoment())
         FailNoObject(m_snapshot, number);
-    return *form;
+    return form;
+}
+
+/// Leaves, of ascending numbers from a place on, those of objects whose value has the key still.
+void RangeWalk::DropStale(std::string_view key, std::vector<std::uint64_t>& numbers,
+                          std::size_t from)
+{
+    std::size_t kept = from;
+    std::size_t fetched = from;
+    for (std::size_t i = from; i < numbers.size(); ++i) {
+        if (i == fetched)
+            fetched += m_snapshot.Fetch(std::span(numbers).subspan(i), {&m_range.attribute, 1});
+        const auto form = FormOf(numbers[i]);
+        if (form && m_keys.Of(*form) == key)
+            numbers[kept++] = numbers[i];
+    }
+    numbers.resize(kept);
 }
 
 bool RangeWalk::Next(std::vector<std::uint64_t>& numbers)
@@ -86,6 +105,8 @@ bool RangeWalk::Next(std::vector<std::uint64_t>& numbers)
     const NumberRow& row = m_walk->Numbers();
     const std::size_t size = numbers.size();
     numbers.insert(numbers.end(), row.begin(), row.end());
+    if (!m_snapshot.IsOneMoment())
+        DropStale(std::string(key.valueKey), numbers, size);
     if (m_order == ScanOrder::Backwards)
         std::reverse(numbers.begin() + static_cast<std::ptrdiff_t>(size), numbers.end());
     return true;
@@ -102,16 +123,26 @@ void RangeWalk::TakeAlikes(std::vector<std::uint64_t>& numbers)
         m_isAhead = m_walk->Next();
     } while (m_isAhead && m_walk->Key().valueKey == key);
     std::sort(m_row.begin(), m_row.end()); // as the objects lie
+    if (!m_snapshot.IsOneMoment())
+        DropStale(key, m_row, 0);
+    if (m_row.size() == 1 && !atEdge) {
+        numbers.push_back(m_row.front());
+        return;
+    }
 
     std::vector<std::pair<std::string, std::uint64_t>> found;
-    for (const std::uint64_t number : m_row) {
-        const std::string_view form = FormOf(number);
-        if (form.empty() || (atEdge && !IsInside(form)))
+    std::size_t fetched = 0;
+    for (std::size_t i = 0; i < m_row.size(); ++i) {
+        const std::uint64_t number = m_row[i];
+        if (i == fetched)
+            fetched += m_snapshot.Fetch(std::span(m_row).subspan(i), {&m_range.attribute, 1});
+        const auto form = FormOf(number);
+        if (!form || form->empty() || (atEdge && !IsInside(*form)))
             continue;
         if (m_order == ScanOrder::Numbers)
             numbers.push_back(number);
         else
-            found.emplace_back(form, number);
+            found.emplace_back(*form, number);
     }
     const bool backwards = m_order == ScanOrder::Backwards;
     std::stable_sort(found.begin(), found.end(), [&](const auto& a, const auto& b) {
@@ -125,16 +156,32 @@ void RangeWalk::TakeAlikes(std::vector<std::uint64_t>& numbers)
         numbers.push_back(number);
 }
 
+void RangeWalk::Collect(std::vector<std::uint64_t>& numbers)
+{
+    m_walk->ReadMany();
+    while (Next(numbers)) {
+    }
+}
+
 std::uint64_t RangeWalk::Count(std::uint64_t most)
 {
+    constexpr std::uint64_t kMany = 10'000;
+    if (most > kMany)
+        m_walk->ReadMany();
     std::uint64_t count = 0;
-    while (count < most && Advance()) {
-        if (!IsAtCutEdge()) {
+    std::vector<std::uint64_t> numbers;
+    while (count < most) {
+        numbers.clear();
+        if (!m_snapshot.IsOneMoment()) {
+            if (!Next(numbers))
+                break;
+        } else if (!Advance()) {
+            break;
+        } else if (IsAtCutEdge()) {
+            TakeAlikes(numbers);
+        } else {
             count += m_walk->Numbers().count;
-            continue;
         }
-        std::vector<std::uint64_t> numbers;
-        TakeAlikes(numbers);
         count += numbers.size();
     }
     return count;

@@ -13,14 +13,16 @@
 namespace ko::store::inner
 {
 
-/// Ends with Error (ErrorCode::Damaged): an index names an object that does not exist.
+/// An index names an object that does not exist. Ends with Error (ErrorCode::Damaged), or where the
+/// object may have gone meanwhile with Conflict.
 [[noreturn]] void FailNoObject(const Snapshot& snapshot, std::uint64_t number);
 
 /// Walks the entries of an index range.
 ///
 /// Where the key of an edge was cut, entries with the same key may lie on either side of the edge:
 /// there the objects' values decide. They decide as well in which order objects come whose keys
-/// were cut to the same one.
+/// were cut to the same one. Where a snapshot is not one moment, objects that are gone or have
+/// another value are passed over.
 class RangeWalk
 {
 public:
@@ -31,21 +33,25 @@ public:
     /// Appends the objects of the next entries, maybe none; false at the end. Those of equal values
     /// come by their numbers, for ScanOrder::Backwards from the highest on.
     bool Next(std::vector<std::uint64_t>& numbers);
+    /// Appends all that are left.
+    void Collect(std::vector<std::uint64_t>& numbers);
     /// Counts the objects that are left, up to a row of entries more than `most`.
     std::uint64_t Count(std::uint64_t most);
 
 private:
-    Range KeysOf(ValueKeys& keys);
+    Range Keys();
     bool Advance();
     bool IsAtCutEdge() const;
     bool IsInside(std::string_view form) const;
-    std::string_view FormOf(std::uint64_t number);
+    std::optional<std::string_view> FormOf(std::uint64_t number);
+    void DropStale(std::string_view key, std::vector<std::uint64_t>& numbers, std::size_t from);
     void TakeAlikes(std::vector<std::uint64_t>& numbers);
 
     Snapshot& m_snapshot;
     const IndexRange& m_range;
     ScanOrder m_order;
     o_char m_type;
+    ValueKeys m_keys;
     std::string m_cutLow; ///< value's key of the low edge; empty where it was not cut
     std::string m_cutHigh;
     std::unique_ptr<EntryWalk> m_walk;

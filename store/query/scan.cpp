@@ -45,13 +45,26 @@ void SortNumbers(std::vector<std::uint64_t>& numbers)
     }
 }
 
+/// Those that a condition asks about.
+void AddAttributes(const Condition& condition, std::vector<std::size_t>& attributes)
+{
+    for (const Condition& part : condition.parts)
+        AddAttributes(part, attributes);
+    const bool isLeaf = condition.parts.empty() && condition.attribute != kObjectIdIndex;
+    if (isLeaf &&
+        std::find(attributes.begin(), attributes.end(), condition.attribute) == attributes.end())
+        attributes.push_back(condition.attribute);
+}
+
 } // namespace
 
 Scan::Scan(Snapshot& snapshot, const IndexRange* range, ScanOrder order, const Condition* test)
     : m_snapshot(snapshot), m_order(order)
 {
-    if (test != nullptr)
+    if (test != nullptr) {
         m_filter.emplace(*test, snapshot);
+        AddAttributes(*test, m_tested);
+    }
     if (range != nullptr && range->attribute != kObjectIdIndex)
         m_walk.emplace(snapshot, *range, order);
     else
@@ -79,10 +92,18 @@ void Scan::StartOfIds(const IndexRange* range)
 void Scan::CollectNumbers()
 {
     m_candidates.reserve(kMostRowNumbers);
-    while (m_walk->Next(m_candidates)) {
-    }
+    m_walk->Collect(m_candidates);
     SortNumbers(m_candidates);
-    m_groups = std::make_unique<NumberedObjects>(m_snapshot, m_candidates);
+    m_groups = std::make_unique<NumberedObjects>(m_snapshot, m_candidates, m_tested);
+}
+
+/// In the order of their numbers.
+void Scan::StartGroups()
+{
+    if (m_groups == nullptr && m_walk)
+        CollectNumbers();
+    if (m_groups == nullptr)
+        m_groups = std::make_unique<AllObjects>(m_snapshot, m_first, m_last);
 }
 
 /// Leaves the objects of a group that meet the condition, and counts them.
@@ -159,7 +180,7 @@ bool Scan::NextInOrder(std::size_t most)
     }
     const std::vector<std::uint64_t> inOrder = m_candidates;
     SortNumbers(m_candidates);
-    NumberedObjects groups(m_snapshot, m_candidates);
+    NumberedObjects groups(m_snapshot, m_candidates, m_tested);
     while (groups.Next()) {
         if (Test(groups) != 0)
             Append(groups, groups.Slots());
@@ -186,7 +207,9 @@ std::span<const std::uint64_t> Scan::Next(std::size_t most)
         m_found.clear();
         m_taken = 0;
         // The few that are asked for first may not meet the condition.
-        for (std::size_t look = most; m_found.empty() && NextFound(look);)
+        const bool together = m_filter && m_snapshot.IsAfar() && m_order == ScanOrder::Numbers;
+        const std::size_t enough = together ? std::min(most, kMostTogether) : 1;
+        for (std::size_t look = most; m_found.size() < enough && NextFound(look);)
             look = std::min(look, kMostTogether) * 2;
     }
     const std::size_t count = std::min(most, m_found.size() - m_taken);
@@ -203,13 +226,20 @@ std::uint64_t Scan::Count(std::uint64_t most)
         count += m_walk->Count(most - std::min(count, most));
         return std::min(count, most);
     }
-    if (m_groups == nullptr && m_walk)
-        CollectNumbers();
-    if (m_groups == nullptr)
-        m_groups = std::make_unique<AllObjects>(m_snapshot, m_first, m_last);
+    StartGroups();
     while (count < most && m_groups->Next())
         count += Test(*m_groups);
     return std::min(count, most);
+}
+
+void Scan::Each(std::size_t attribute, const Take& take)
+{
+    m_tested.push_back(attribute);
+    StartGroups();
+    while (m_groups->Next()) {
+        if (Test(*m_groups) != 0)
+            take(m_groups->Block(), m_groups->Slots());
+    }
 }
 
 } // namespace ko::store::inner

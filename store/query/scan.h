@@ -6,6 +6,7 @@
 #include "query/range_walk.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <span>
@@ -30,12 +31,17 @@ public:
     std::span<const std::uint64_t> Next(std::size_t most);
     /// How many are left, but at most `most`. Entries are enough for it where nothing is tested.
     std::uint64_t Count(std::uint64_t most);
+    /// Hands over all objects that are left, of which Next was not asked: blocks in ascending
+    /// order, and in each the slots of objects. `attribute` is one that the caller will look at.
+    using Take = std::function<void(const BlockAt& block, const SlotBits& slots)>;
+    void Each(std::size_t attribute, const Take& take);
     /// The objects that the scan has looked at.
     std::uint64_t Looked() const { return m_looked; }
 
 private:
     void StartOfIds(const IndexRange* range);
     void CollectNumbers();
+    void StartGroups();
     bool NextFound(std::size_t most);
     bool NextBlock();
     bool NextBlocksBackwards();
@@ -46,6 +52,7 @@ private:
     Snapshot& m_snapshot;
     ScanOrder m_order;
     std::optional<BlockFilter> m_filter;
+    std::vector<std::size_t> m_tested;     ///< attributes
     std::optional<RangeWalk> m_walk;       ///< of an index
     std::unique_ptr<BlockGroups> m_groups; ///< once it is known which objects to look at
     std::vector<std::uint64_t> m_candidates;

@@ -1,6 +1,6 @@
 #include "schema/schema.h"
 
-#include "base/arguments.h"
+#include "base/listed.h"
 #include "base/visible.h"
 
 #include <kointl.h>
@@ -165,6 +165,14 @@ Attribute ReadAttribute(const json& object, const std::string& where, ErrorCode 
 }
 
 } // namespace
+
+void Attribute::RequireForm(std::string_view form) const
+{
+    if (form.empty() && !type.HasNull())
+        throw Error(ErrorCode::Usage, name + ": there is no null value in the type " + type.Name());
+    if (!form.empty() && !type.IsForm(form))
+        throw Error(ErrorCode::Usage, name + ": the bytes are no value of the type " + type.Name());
+}
 
 Schema Schema::FromJson(const std::string& text, const std::string& source, ErrorCode code)
 {

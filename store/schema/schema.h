@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace ko::store::inner
@@ -21,11 +22,14 @@ struct Attribute {
     unsigned char codeSet = 0; ///< 0: chosen for each text
 
     const char* Format() const { return format ? format->c_str() : nullptr; }
+    /// Throws Error (ErrorCode::Usage) for bytes that are no value of the attribute; empty ones are
+    /// the null value, which not every type has.
+    void RequireForm(std::string_view form) const;
 };
 
 /// What stands for an object's own id where an attribute is named, and in the place of an
 /// attribute's index: no attribute can have this name.
-inline constexpr const char* kObjectIdName = "@id";
+inline constexpr const char* kObjectIdName = kObjectId;
 inline constexpr std::size_t kObjectIdIndex = static_cast<std::size_t>(-1);
 
 /// A class of objects: its attributes in the order of their bits and forms in a record.
@@ -43,7 +47,8 @@ struct Schema {
     /// The same as compact JSON.
     std::string ToJson() const;
     /// The first thing in which this schema, that of a store, differs from one given for it: "its
-    /// attribute "a" has an index"; empty where nothing does.
+    /// attribute "a" is the column "b", not "c""; empty where nothing does. Indexes come and go in
+    /// a store, and count for nothing here.
     std::string DifferenceTo(const Schema& given) const;
 
     /// The attribute of that name, or null.

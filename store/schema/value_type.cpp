@@ -119,22 +119,6 @@ void Value::Load(std::string_view bytes, unsigned char format)
     Manager().Load(m_type.Id(), m_value, bytes.data(), format, 1);
 }
 
-bool Value::LoadUntrusted(std::string_view bytes, unsigned char format)
-{
-    if (bytes.empty() || m_type.SizeAt(bytes, format) != bytes.size())
-        return false;
-    // A form that is read beyond its end gives another value with other bytes after it.
-    std::string stored[2];
-    for (const char behind : {'\0', 'U'}) {
-        std::string copy(bytes);
-        copy.append(64, behind).append(64, '\0');
-        if (Manager().Load(m_type.Id(), m_value, copy.data(), format, 1) != bytes.size())
-            return false;
-        Store(stored[behind == 'U' ? 1 : 0]);
-    }
-    return stored[0] == stored[1];
-}
-
 void Value::Print(std::string& utf8, const char* format) const
 {
     if (format == nullptr) {

@@ -65,6 +65,13 @@ public:
     }
     /// The same for a fixed-length type without looking at a value; 0 for a variable one.
     std::size_t FixedSize() const { return m_fixedSize; }
+    /// True for the persistent form of one value, as the type writes it, and nothing else.
+    bool IsForm(std::string_view bytes) const
+    {
+        std::size_t at = 0;
+        return Manager().Validate(m_id, bytes.data(), bytes.size(), kStoreFormat, 1, at) == 0 &&
+               at == bytes.size();
+    }
 
 private:
     std::size_t MeasureAt(std::string_view bytes, unsigned char format) const;
@@ -94,12 +101,8 @@ public:
 
     /// Appends the persistent form.
     void Store(std::string& bytes, unsigned char format = kStoreFormat) const;
-    /// Reads a persistent form that SizeAt has measured. The bytes after it are read by no type
-    /// whose form is sound; for bytes of unknown origin see LoadUntrusted.
+    /// Reads a persistent form. Bytes of unknown origin are asked for with ValueType::IsForm first.
     void Load(std::string_view bytes, unsigned char format = kStoreFormat);
-    /// The same for bytes that may be anything. False where they are not exactly one form; no
-    /// other bytes are read.
-    bool LoadUntrusted(std::string_view bytes, unsigned char format);
     bool IsNull() const { return Manager().IsNullValue(m_type.Id(), m_value) != 0; }
     void SetNull() { Manager().SetNullValue(m_type.Id(), m_value); }
     /// Appends the text as UTF-8. A null format, where none was asked for, is the type's own; but

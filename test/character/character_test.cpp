@@ -97,7 +97,7 @@ TEST(Iterator, WalksBothWaysOverEveryKindOfText)
 {
     std::mt19937 random(3);
     for (int round = 0; round < 300; ++round) {
-        const unsigned char codeSet = kCodeSets[random() % std::size(kCodeSets)];
+        const auto codeSet = static_cast<unsigned char>(1 + random() % (round % 2 == 0 ? 46 : 253));
         const bool wide = KoCodeSetWidth(codeSet) == 2;
         Codes units(random() % 20, u'\0');
         for (char16_t& unit : units)

@@ -1,4 +1,5 @@
 #include "support/fixtures.h"
+#include "support/intl.h"
 
 #include <gtest/gtest.h>
 
@@ -15,20 +16,12 @@ unsigned SimpleHash(const KoString& text, unsigned limit)
 {
     if (text.IsNullValue())
         return 0xFEFE7575U;
-    const KoCodeSet& codeSet = *KoLanguageContext::QueryCodeSet(text.CodeSet());
+    CollationKeys keys = KeysOf(text, limit);
+    if (limit != ~0U)
+        keys.resize(limit);
     unsigned hash = 0;
-    unsigned done = 0;
-    for (const o_u2b character : UnitsOf(text)) {
-        o_u2b orders[3] = {character};
-        const unsigned count = text.CodeSet() == 0 ? 1 : codeSet.GetOrders(character, orders);
-        for (unsigned i = 0; i < count && done < limit; ++i, ++done)
-            hash =
-                9 * hash + (text.CodeSet() == 0
-                                ? character
-                                : KoCollationKey(orders[i], codeSet.GetVariant(text.Language())));
-    }
-    for (; limit != ~0U && done < limit; ++done)
-        hash *= 9;
+    for (const o_u4b key : keys)
+        hash = 9 * hash + key;
     return hash;
 }
 
@@ -41,11 +34,9 @@ TEST(StrHash, FollowsTheRule)
             text.SetCodeSetCode(KoCS_NONE);
         const auto len = static_cast<short>(i % 3 == 0 ? random.Below(9) : -1U);
         ASSERT_EQ(Hash(text, len), SimpleHash(text, len < 0 ? ~0U : static_cast<unsigned>(len)))
-            << Show(text) << " " << len;
+            << data::FormatText(text) << " " << len;
     }
-    KoString null;
-    null.SetNullValue();
-    EXPECT_EQ(Hash(null, 0), 0xFEFE7575U);
+    EXPECT_EQ(Hash(NullText(), 0), 0xFEFE7575U);
     EXPECT_EQ(Hash(KoString(KoCS_NULL, 0)), 0xFEFE7575U);
     EXPECT_EQ(Hash("abc", 0), 0U);
     EXPECT_EQ(Hash("abc", -2), 0U);
@@ -80,9 +71,7 @@ TEST(StrHash, OfCharactersAsTheyStand)
     wide.SetCodeSetCode(230);
     EXPECT_EQ(HashKoString(wide), (0x2DU * 9 + 0x4E) * 9 + 0xE9 - 0x100);
     EXPECT_EQ(HashKoString7(wide), (0x2DU * 9 + 0x4E) * 9 + 0x69);
-    KoString null;
-    null.SetNullValue();
-    EXPECT_EQ(HashKoString(null), 0U);
+    EXPECT_EQ(HashKoString(NullText()), 0U);
 }
 
 // ---- stored records
@@ -118,7 +107,7 @@ TEST(StrRecords, CutKeysDecideAsWholeTextsOrSayThatTheyDoNot)
         int status = 0;
         const int whole = Compare(a, 0, b, 0, cmpOp, format, status);
         ASSERT_EQ(Sign(whole), Sign(left.Compare(right, -1, cmpOp)))
-            << Show(left) << " and " << Show(right) << " under " << cmpOp;
+            << data::FormatText(left) << " and " << data::FormatText(right) << " under " << cmpOp;
         a.resize(cut(a));
         if (random.Below(2) == 0)
             b.resize(cut(b));
@@ -129,7 +118,8 @@ TEST(StrRecords, CutKeysDecideAsWholeTextsOrSayThatTheyDoNot)
         }
         ++decided;
         ASSERT_EQ(Sign(order), Sign(whole))
-            << Show(left) << " and " << Show(right) << " under " << cmpOp << ", " << a.size();
+            << data::FormatText(left) << " and " << data::FormatText(right) << " under " << cmpOp
+            << ", " << a.size();
     }
     EXPECT_GT(decided, 20000U);
 }

@@ -1,4 +1,5 @@
 #include "support/data_file.h"
+#include "support/intl.h"
 
 #include "collation/sort_key.h"
 
@@ -15,16 +16,6 @@ namespace
 using Key = std::vector<unsigned char>;
 
 constexpr unsigned kRoom = 4096;
-
-/// Every word without wildcards.
-std::vector<o_u2b> Words()
-{
-    std::vector<o_u2b> all;
-    for (const unsigned plain : {KoCMP_PLAIN, KoCMP_NO_WILDCARDS})
-        for (unsigned options = 0; options < 16; ++options)
-            all.push_back(static_cast<o_u2b>(plain | (options & 7U) << 5U | (options & 8U) << 6U));
-    return all;
-}
 
 Key KeyOf(const KoString& text, o_u2b word)
 {
@@ -89,9 +80,9 @@ void ExpectOrder(const KoString& a, const Key& x, const KoString& b, const Key& 
     const int order = Sign(a.Compare(b, -1, word));
     const auto compared = x <=> y;
     if (Sign(compared < 0 ? -1 : compared > 0) != order || Begins(x, y) || Begins(y, x))
-        ADD_FAILURE() << Show(a) << " and " << Show(b) << " under " << std::hex << word
-                      << " compare as " << order << ": " << data::FormatBytes(x) << " and "
-                      << data::FormatBytes(y);
+        ADD_FAILURE() << data::FormatText(a) << " and " << data::FormatText(b) << " under "
+                      << std::hex << word << " compare as " << order << ": " << data::FormatBytes(x)
+                      << " and " << data::FormatBytes(y);
 }
 
 /// The text comes back from its key.
@@ -100,17 +91,18 @@ void ExpectBack(const KoString& text, const Key& key, o_u2b word)
     KoString back = "before";
     unsigned taken = 0;
     ASSERT_EQ(ko::ReadSortKey(back, key.data(), static_cast<unsigned>(key.size()), word, taken), 0)
-        << Show(text);
+        << data::FormatText(text);
     EXPECT_EQ(taken, key.size());
     EXPECT_EQ(back.IsNullValue(), text.IsNullValue());
-    EXPECT_EQ(text.Compare(back, -1, KoCMP_PLAIN), 0) << Show(text) << " and " << Show(back);
+    EXPECT_EQ(text.Compare(back, -1, KoCMP_PLAIN), 0)
+        << data::FormatText(text) << " and " << data::FormatText(back);
 }
 
 /// Texts of every kind that keys treat differently.
-class AwkwardTexts
+class AwkwardTexts : public Random
 {
 public:
-    explicit AwkwardTexts(unsigned seed) : m_random(seed) {}
+    using Random::Random;
 
     KoString Next(bool plain)
     {
@@ -131,12 +123,10 @@ public:
         for (unsigned more = Below(most + 1); more > 0; --more)
             units += Unit(codeSet, kind);
         m_last = units;
-        return Text(units, codeSet, language);
+        return ::Text(units, codeSet, language);
     }
 
 private:
-    unsigned Below(unsigned end) { return static_cast<unsigned>(m_random() % end); }
-
     char16_t Unit(unsigned char codeSet, unsigned kind)
     {
         static constexpr char16_t kAscii[] = u"aaabABzZ019  --_.(\t\r\x7F";
@@ -157,7 +147,6 @@ private:
                              : kWide[Below(std::size(kWide) - 1)];
     }
 
-    std::mt19937 m_random;
     std::u16string m_last;
 };
 
@@ -198,7 +187,7 @@ TEST(SortKey, OrdersAsTheComparisonDoes)
     const char* const asked = std::getenv("KO_SORT_KEY_PAIRS");
     const double pairs = asked != nullptr ? std::strtod(asked, nullptr) : 1e6;
     constexpr unsigned kPool = 100;
-    const std::vector<o_u2b> words = Words();
+    const std::vector<o_u2b> words = PlainWords();
     AwkwardTexts texts(1);
     const auto pools = static_cast<unsigned>(pairs / (kPool * (kPool + 1) / 2.0)) + 1;
     for (unsigned pool = 0; pool < pools && !testing::Test::HasFailure(); ++pool) {
@@ -251,28 +240,13 @@ TEST(SortKey, OrdersAllShortTexts)
 
 TEST(SortKey, TextsOfAnyLengthComeBack)
 {
-    const struct {
-        unsigned char codeSet, language;
-        unsigned length;
-        char16_t unit;
-        const char* reason;
-    } rows[] = {
-        {1, 0, 65531, u'-', "the longest gap"},
-        {1, 100, 65531, u'\xBD', "the most orders"},
-        {32, 0, 65531, u'\x81', "undefined positions"},
-        {20, 0, 40000, u'a', "too many for 16-bit characters"},
-        {253, 100, 32765, u'\u516C', "the longest 16-bit text"},
-        {0, 0, 65531, u'x', "plain bytes"},
-        {1, 0, 64, u'\xBE', "the longest that is short"},
-        {1, 0, 65, u'\xBE', "a little longer"},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.reason);
-        std::u16string units(row.length, row.unit);
+    data::ForEachRow("collation/longkeys.txt", 5, [](const auto&, const data::Row& row) {
+        std::u16string units(std::stoul(row[2]), data::ParseUnits(row[3])[0]);
         units[0] = u' ';
         units[40] = u'-';
-        const KoString text = Text(units, row.codeSet, row.language);
-        ASSERT_EQ(text.Len(), row.length);
+        const KoString text = Text(units, static_cast<unsigned char>(std::stoi(row[0])),
+                                   static_cast<unsigned char>(std::stoi(row[1])));
+        ASSERT_EQ(text.Len(), units.size());
         const KoText parts = StringAccess::Get(text);
         Key key(ko::SortKeyLength(parts, KoCMP_PLAIN));
         EXPECT_EQ(
@@ -284,7 +258,7 @@ TEST(SortKey, TextsOfAnyLengthComeBack)
         const auto cut = static_cast<unsigned>(key.size()) - 1;
         EXPECT_EQ(ko::ReadSortKey(back, key.data(), cut, KoCMP_PLAIN, taken), -1);
         EXPECT_TRUE(back == KoString("before") && taken == 1);
-    }
+    });
 }
 
 TEST(SortKey, WordsWithoutKeys)

@@ -7,7 +7,7 @@ import re
 import sys
 
 ROOT = pathlib.Path(sys.argv[1]).resolve()
-HEADERS = ["inc", "platform/intl/inc", "platform/base/inc", "bindings"]
+HEADERS = ["inc", "platform/intl/inc", "platform/base/inc", "store/inc", "bindings"]
 COMPILED = [ROOT / "test/interface/header_examples_test.cpp", *(ROOT / "test/bindings").glob("*_test.cpp")]
 LONGEST = {"cpp": 22, "c": 24}
 

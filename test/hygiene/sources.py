@@ -1,10 +1,11 @@
 #!/usr/bin/env python3
 """Dependencies point one way, and nothing unfinished stands in the sources: sources.py ROOT
 
-A library sees the libraries below it through their inc/ folders only; tests, benchmarks, fuzz targets
-and the tool see every inc/ folder and no src/, but for those of inner parts (*_internal_*). The rooms of
-a library include rooms above them in its list only. No file includes itself through others, and no pair
-of a header and its source does.
+A library sees the libraries below it through their inc/ folders only, and so does the tool; tests,
+benchmarks and fuzz targets see every inc/ folder, tests and benchmarks also the rooms of the store,
+benchmarks and fuzz targets what tests share, and none src/, but for those of inner parts (*_internal_*).
+The rooms of a library include rooms above them in its list only. No file includes itself through others,
+and no pair of a header and its source does.
 """
 import pathlib
 import re
@@ -13,6 +14,7 @@ import sys
 ROOT = pathlib.Path(sys.argv[1]).resolve()
 BASE, INTL, TMS = "platform/base/inc", "platform/intl/inc", "inc"
 INC = [BASE, INTL, TMS]
+STORE = "store/inc"
 # Folder of sources: the folders its includes may reach. The first is its own include root.
 REACH = {
     "platform/base/inc": [BASE],
@@ -21,19 +23,21 @@ REACH = {
     "platform/intl/src": ["platform/intl/src", INTL, BASE],
     "inc": [TMS, INTL, BASE],
     "src": ["src", *INC],
-    "store": ["store", *INC],
-    "tools/kotm": ["tools/kotm", "store", *INC],
-    "test": ["test", "bindings/rocksdb", "tools/kotm", "store", *INC],
-    "bench": ["bench", "test", "store", *INC],
-    "fuzz": ["fuzz", *INC],
+    "store/inc": [STORE, *INC],
+    "store": ["store", STORE, *INC],
+    "tools/kotm": ["tools/kotm", STORE, *INC],
+    "test": ["test", "bindings/rocksdb", "store", STORE, *INC],
+    "bench": ["bench", "test", "store", STORE, *INC],
+    "fuzz": ["fuzz", "test", *INC],
     "bindings": ["bindings/rocksdb", TMS, INTL, BASE],
-    "examples": ["bindings/rocksdb", TMS, INTL, BASE],
+    "examples": ["bindings/rocksdb", STORE, TMS, INTL, BASE],
 }
 # The rooms of a folder from above down; those of one row do not see each other.
 ROOMS = {
     "src": [["number"], ["core"], ["collation"], ["character"], ["string"], ["caseless"],
             ["scalar", "identity", "blob", "temporal"], ["manager"], ["interface"]],
-    "store": [["base"], ["schema"], ["engine"], ["block"], ["index"], ["statistics"], ["object"], ["import"], ["query"], ["check"]],
+    "store": [["base"], ["schema"], ["engine"], ["block"], ["index"], ["statistics"], ["object"], ["import"], ["query"], ["check"],
+              ["interface"]],
 }
 # Folders whose headers and sources have inner tests and benchmarks.
 INTERNAL = re.compile(r"_internal_(test|bench)\.cpp$")
@@ -44,9 +48,16 @@ SENDER = "store/engine/postgres_connection.cpp"
 UNFINISHED = re.compile(r"\b(TODO|FIXME|HACK|not (yet )?implemented)\b")
 
 
+def belongs(path, folder):
+    """Whether a file is of a folder, and not of another one that lies in it."""
+    below = [other for other in REACH if other.startswith(folder + "/")]
+    return path.is_relative_to(ROOT / folder) and not any(path.is_relative_to(ROOT / other) for other in below)
+
+
 def headers_of(folder):
     """Every header of a folder by the name that an include has for it."""
-    return {str(path.relative_to(ROOT / folder)): path for path in sorted((ROOT / folder).rglob("*.h"))}
+    return {str(path.relative_to(ROOT / folder)): path for path in sorted((ROOT / folder).rglob("*.h"))
+            if belongs(path, folder)}
 
 
 def room_row(path, folder):
@@ -89,7 +100,7 @@ def main():
     faults, seen, files, units = [], 0, {}, {}
     for folder, reach in REACH.items():
         for path in sorted((ROOT / folder).rglob("*")):
-            if path.suffix not in (".h", ".cpp") or "consumer" in path.parts:
+            if path.suffix not in (".h", ".cpp") or "consumer" in path.parts or not belongs(path, folder):
                 continue
             seen += 1
             name = str(path.relative_to(ROOT))
@@ -119,7 +130,7 @@ def main():
                 files.setdefault(name, set()).add(to)
                 if name.rpartition(".")[0] != to.rpartition(".")[0]:
                     units.setdefault(name.rpartition(".")[0], set()).add(to.rpartition(".")[0])
-                if own and target.is_relative_to(ROOT / folder):
+                if own and belongs(target, folder):
                     row, room = room_row(target, folder)
                     if room != own[1] and row >= own[0]:
                         faults.append(f"{at}: {own[1]}/ stands above {room}/ or beside it")

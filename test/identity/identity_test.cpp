@@ -128,13 +128,12 @@ TEST(Identity, EqualityReadsWhatIsStoredButTheTag)
     EXPECT_FALSE(KoClassId({2, 1}) > KoClassId({2, 1}));
 }
 
-TEST(Identity, InMemoryThereIsNoOrder)
+// That in memory there is no order, manager/golden_test.cpp holds.
+TEST(Identity, BoundsCutElementsOff)
 {
-    KoObjId ids[] = {{0, 1, 0}, {0, 2, 0}, {5, 1, 0}};
+    KoObjId ids[] = {{0, 1, 0}, {5, 1, 0}};
     int status = 1;
-    EXPECT_EQ(KoObjId::Compare(KoFMT_MEMORY, 0, &ids[0], 0, &ids[1], 0, 1, status), 1);
-    EXPECT_EQ(KoObjId::Compare(KoFMT_MEMORY, 0, &ids[1], 0, &ids[0], 0, 1, status), 1);
-    EXPECT_EQ(KoObjId::Compare(KoFMT_MEMORY, 0, &ids[0], 0, &ids[2], 0, 1, status), 0);
+    EXPECT_EQ(KoObjId::Compare(KoFMT_MEMORY, 0, &ids[0], 0, &ids[1], 0, 1, status), 0) << "tags";
     EXPECT_EQ(status, 0);
     EXPECT_EQ(KoObjId::Compare(KoFMT_MEMORY, 12, &ids[0], 24, &ids[0], 0, 2, status), 0);
     EXPECT_EQ(status, KoRC_TRUNCATED);
@@ -142,9 +141,6 @@ TEST(Identity, InMemoryThereIsNoOrder)
     KoObjId::Store(stored, ids, KoFMT_LITTLE, 2);
     EXPECT_EQ(KoObjId::Compare(KoFMT_LITTLE, 20, stored, 10, stored, 0, 2, status), 0);
     EXPECT_EQ(status, KoRC_TRUNCATED);
-    KoRef refs[] = {kRef, With(kRef, &KoRef::originId)};
-    EXPECT_EQ(KoRef::Compare(KoFMT_MEMORY, 0, &refs[0], 0, &refs[1], 0, 1, status), 1);
-    EXPECT_EQ(KoRef::Compare(KoFMT_MEMORY, 0, &refs[1], 0, &refs[0], 0, 1, status), 1);
 }
 
 /// What a class prints under a format; null is its own.

@@ -83,13 +83,6 @@ TEST(Golden, LinesHold)
     });
 }
 
-/// True for identities: their order is that of the bytes of format 1 read as numbers, the same
-/// bytes of format 2 have another one, and in memory they are equal or not.
-bool IsIdentity(o_char id)
-{
-    return id == KoOBJID_T || id == KoCLID_T || id == KoREF_T;
-}
-
 /// The lines of a section ascend, in memory and in both persistent forms.
 TEST(Golden, LinesAscend)
 {

@@ -1,7 +1,6 @@
 #include "support/fixtures.h"
 
 #include <cmath>
-#include <map>
 #include <random>
 
 /// Hashes spread: every bit of a value turns every bit of its hash in half of all cases, and values
@@ -11,17 +10,18 @@
 namespace
 {
 
-using Kind = const char*;
-
-unsigned HashOf(Kind type, Bytes& bytes, unsigned count)
+/// Of elements in memory, or least significant byte first.
+unsigned HashOf(o_char id, const void* values, unsigned count, unsigned char format = KoFMT_MEMORY)
 {
-    static const KoTypeMgr manager;
-    static std::map<Kind, int> ids;
-    const auto id = static_cast<o_char>(ids.try_emplace(type, FindType(type)).first->second);
     int status = 77;
-    const unsigned hash = manager.Hash(id, 0, bytes.data(), count, KoFMT_LITTLE, status);
+    const unsigned hash = KoTypeMgr().Hash(id, 0, values, count, format, status);
     EXPECT_EQ(status, 0);
     return hash;
+}
+template <class T>
+unsigned HashOf(o_char id, std::initializer_list<T> values)
+{
+    return HashOf(id, values.begin(), static_cast<unsigned>(values.size()));
 }
 
 TEST(Hash, EveryBitTurnsHalfOfTheHash)
@@ -29,28 +29,29 @@ TEST(Hash, EveryBitTurnsHalfOfTheHash)
     constexpr unsigned kValues = 1000;
     constexpr double kFurthest = 6.0; // standard deviations, of some 10^4 counts
     const struct {
-        Kind type;
+        o_char type;
         unsigned count;
         unsigned bytes;
         const char* reason;
-    } rows[] = {{"o_2b", 3, 6, "words that are sign-extended"},
-                {"o_4b", 4, 16, "every place"},
-                {"o_double", 2, 16, "bits of floating numbers"},
-                {"KoDateTimeN", 2, 22, "fields and nanoseconds"},
-                {"d_Timestamp", 1, 10, "date and time"},
-                {"KoClassId", 2, 8, "class and version"}};
+    } rows[] = {{Ko2B_T, 3, 6, "words that are sign-extended"},
+                {Ko4B_T, 4, 16, "every place"},
+                {KoDOUBLE_T, 2, 16, "bits of floating numbers"},
+                {KoDATIME_N_T, 2, 22, "fields and nanoseconds"},
+                {D_TIMESTAMP_T, 1, 10, "date and time"},
+                {KoCLID_T, 2, 8, "class and version"}};
     std::mt19937 random(1);
     for (const auto& row : rows) {
-        SCOPED_TRACE(testing::Message() << row.type << ": " << row.reason);
+        SCOPED_TRACE(row.reason);
         Bytes value(row.bytes);
         std::vector<unsigned> turned(std::size_t{32} * 8 * row.bytes);
         for (unsigned i = 0; i < kValues; ++i) {
             for (unsigned char& byte : value)
                 byte = static_cast<unsigned char>(random());
-            const unsigned hash = HashOf(row.type, value, row.count);
+            const unsigned hash = HashOf(row.type, value.data(), row.count, KoFMT_LITTLE);
             for (std::size_t bit = 0; bit < turned.size() / 32; ++bit) {
                 value[bit / 8] ^= static_cast<unsigned char>(1U << bit % 8);
-                const unsigned changed = hash ^ HashOf(row.type, value, row.count);
+                const unsigned changed =
+                    hash ^ HashOf(row.type, value.data(), row.count, KoFMT_LITTLE);
                 value[bit / 8] ^= static_cast<unsigned char>(1U << bit % 8);
                 for (unsigned out = 0; out < 32; ++out)
                     turned[32 * bit + out] += changed >> out & 1U;
@@ -66,41 +67,11 @@ TEST(Hash, EveryBitTurnsHalfOfTheHash)
 
 constexpr unsigned kKeys = 10000;
 
-/// Appends a number, least significant byte first.
+/// A text of digits.
 template <class T>
-void Put(Bytes& bytes, T number)
+T Digits(unsigned number)
 {
-    unsigned char raw[sizeof(T)];
-    std::memcpy(raw, &number, sizeof raw);
-    if (std::endian::native == std::endian::big)
-        std::reverse(std::begin(raw), std::end(raw));
-    bytes.insert(bytes.end(), std::begin(raw), std::end(raw));
-}
-void PutFields(Bytes& bytes, std::initializer_list<unsigned> fields)
-{
-    for (const unsigned field : fields)
-        bytes.push_back(static_cast<unsigned char>(field));
-}
-/// Two numbers below 100, of which the key is made.
-template <class T>
-void PutPair(Bytes& bytes, unsigned i)
-{
-    Put(bytes, static_cast<T>(i % 100));
-    Put(bytes, static_cast<T>(i / 100));
-}
-/// A text of a case-insensitive string.
-void PutText(Bytes& bytes, const std::string& text)
-{
-    Put(bytes, static_cast<o_u2b>(text.size() + 2));
-    bytes.push_back(0);
-    bytes.insert(bytes.end(), text.begin(), text.end());
-    bytes.push_back(0);
-}
-void PutBlob(Bytes& bytes, const std::string& contents)
-{
-    Put(bytes, static_cast<o_u4b>(contents.size() + 4));
-    Put(bytes, static_cast<o_u4b>(contents.size()));
-    bytes.insert(bytes.end(), contents.begin(), contents.end());
+    return T(std::to_string(number).c_str());
 }
 
 /// Of 10,000 hashes, the pairs that share one of 2^k buckets, taken from the highest bits, are
@@ -134,51 +105,58 @@ unsigned Reversed(unsigned hash)
 TEST(Hash, KeysInARowSpread)
 {
     const struct {
-        Kind type;
-        unsigned count;
         const char* reason;
-        void (*put)(Bytes& bytes, unsigned i);
+        unsigned (*hash)(unsigned i);
     } rows[] = {
-        {"o_double", 1, "whole numbers", [](Bytes& b, unsigned i) { Put(b, double(i)); }},
-        {"o_double", 2, "a plane", PutPair<double>},
-        {"o_2b", 1, "16 bits", [](Bytes& b, unsigned i) { Put(b, o_u2b(i)); }},
-        {"o_4b", 1, "multiples of 65536", [](Bytes& b, unsigned i) { Put(b, i << 16U); }},
-        {"o_8b", 1, "equal halves", [](Bytes& b, unsigned i) { Put(b, o_u8b{i} << 32U | i); }},
-        {"KoNull_char", 14, "null or not",
-         [](Bytes& b, unsigned i) {
-             for (unsigned bit = 0; bit < 14; ++bit)
-                 PutFields(b, {i >> bit & 1U, 0});
+        {"whole numbers", [](unsigned i) { return HashOf(KoDOUBLE_T, {double(i)}); }},
+        {"a plane of floating numbers",
+         [](unsigned i) {
+             return HashOf(KoDOUBLE_T, {double(i % 100), double(i / 100)});
          }},
-        {"KoDate", 1, "dates of 27 years",
-         [](Bytes& b, unsigned i) {
-             Put(b, o_u2b(1990 + i / 372));
-             PutFields(b, {1 + i / 31 % 12, 1 + i % 31});
+        {"16 bits", [](unsigned i) { return HashOf(Ko2B_T, {o_2b(i)}); }},
+        {"multiples of 65536", [](unsigned i) { return HashOf(Ko4B_T, {i << 16U}); }},
+        {"equal halves", [](unsigned i) { return HashOf(Ko8B_T, {o_u8b{i} << 32U | i}); }},
+        {"null or not",
+         [](unsigned i) {
+             KoNull_char values[14] = {};
+             for (KoNull_char& value : values)
+                 value.null = i >> (&value - values) & 1U ? 1 : 0;
+             return HashOf(KoNULL_1B_T, values, 14);
          }},
-        {"KoDateTimeN", 1, "milliseconds",
-         [](Bytes& b, unsigned i) {
-             PutFields(b, {0xE8, 7, 2, 29, 23, 59, i / 1000});
-             Put(b, i % 1000 * 1000000);
+        {"dates of 27 years",
+         [](unsigned i) {
+             const auto n = static_cast<int>(i);
+             return HashOf(KoDATE_T, {KoDate(1990 + n / 372, 1 + n / 31 % 12, 1 + n % 31)});
          }},
-        {"KoBlob", 1, "digits", [](Bytes& b, unsigned i) { PutBlob(b, std::to_string(i)); }},
-        {"KoIString", 1, "digits", [](Bytes& b, unsigned i) { PutText(b, std::to_string(i)); }},
-        {"KoCaseIString", 2, "pairs of numbers",
-         [](Bytes& b, unsigned i) {
-             PutText(b, std::to_string(i % 100)), PutText(b, std::to_string(i / 100));
+        {"milliseconds",
+         [](unsigned i) {
+             const auto second = static_cast<o_1b>(i / 1000);
+             const auto nanoseconds = static_cast<o_4b>(i % 1000 * 1000000);
+             return HashOf(KoDATIME_N_T, {KoDateTimeN(2024, 2, 29, 23, 59, second, nanoseconds)});
          }},
-        {"KoString", 2, "pairs of characters, whose own hashes differ",
-         [](Bytes& b, unsigned i) {
-             for (const unsigned part : {i % 100, i / 100})
-                 PutFields(b, {5, 0, KoCS_NONE, 0, 1 + part, 0, 0xFF});
+        {"blobs of numbers",
+         [](unsigned i) {
+             return HashOf(KoBLOB_T, {KoBlob(reinterpret_cast<const char*>(&i), sizeof i)});
+         }},
+        {"digits", [](unsigned i) { return HashOf(KoISTRING_T, {Digits<KoIString>(i)}); }},
+        {"pairs of numbers in texts",
+         [](unsigned i) {
+             return HashOf(KoCASEISTRING_T,
+                           {Digits<KoCaseIString>(i % 100), Digits<KoCaseIString>(i / 100)});
+         }},
+        {"pairs of characters, whose own hashes differ",
+         [](unsigned i) {
+             const auto one = [](unsigned part) {
+                 return Text(std::u16string(1, static_cast<char16_t>(1 + part)), KoCS_NONE);
+             };
+             return HashOf(KoSTRING_T, {one(i % 100), one(i / 100)});
          }},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(testing::Message() << row.type << ", " << row.count << ": " << row.reason);
+        SCOPED_TRACE(row.reason);
         std::vector<unsigned> hashes;
-        for (unsigned i = 0; i < kKeys; ++i) {
-            Bytes bytes;
-            row.put(bytes, i);
-            hashes.push_back(HashOf(row.type, bytes, row.count));
-        }
+        for (unsigned i = 0; i < kKeys; ++i)
+            hashes.push_back(row.hash(i));
         ExpectSpread(hashes);
         for (unsigned& hash : hashes)
             hash = Reversed(hash);

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <string>
 #include <vector>
 
 #ifdef _WIN32
@@ -32,15 +33,10 @@ TEST(Dll, DescribesItself)
                                             &text[2], &v[5], &text[3], &text[4]);
     EXPECT_STREQ(description, "Marblecrest Typemanager");
     EXPECT_EQ(std::vector(v, v + 6), std::vector<o_u4b>({12, 0, 2, 248, 0, 1600}));
-    EXPECT_STREQ(text[0], "MC120Ctms100x64");
-    EXPECT_STREQ(text[1], "Apr 15 2021 18:57:37");
-    EXPECT_STREQ(text[2], "unknown");
-    EXPECT_STREQ(text[4], "");
+    EXPECT_EQ(std::vector<std::string>({text[0], text[1], text[2], text[4]}),
+              std::vector<std::string>({"MC120Ctms100x64", "Apr 15 2021 18:57:37", "unknown", ""}));
 
-    const char* compiler = nullptr;
-    const char* longDescription = nullptr;
-    const char* date = nullptr;
-    const char* module = nullptr;
+    const char *compiler, *longDescription, *date, *module;
     o_u4b number = 0;
     GetKoTypeMgrInfo(nullptr, nullptr, nullptr, nullptr, nullptr);
     GetKoTypeMgrInfo(&compiler, &number, &longDescription, &date, &module);

@@ -1,4 +1,4 @@
-#include "support/data_file.h"
+#include "support/fixtures.h"
 #include "support/scoped_type.h"
 
 #include <kotms.h>
@@ -123,8 +123,6 @@ TEST(TypeMgr, ReplacesForAllManagers)
     EXPECT_STREQ(one.ExchangeFormat(KoRES_T, nullptr), "y") << "101 is the reserved type";
 }
 
-// ---- forwarding
-
 // ---- null values and sequences
 
 TEST(TypeMgr, SetNullValueFallsBackToTheTextOfZero)
@@ -146,30 +144,9 @@ struct Sequence {
 };
 Sequence sequence;
 
+// As test/data/manager/steps.txt has them.
 TEST(TypeMgr, GetValueStepsStoredValues)
 {
-    const Sequence unstored{"", 1, 0};
-    const Sequence atEnd{"", 1, 1, KoRC_OVERFLOW};
-    struct {
-        unsigned char format;
-        char kind;
-        Sequence given;
-        int result;
-        const char* calls;
-        const char* reason;
-    } const rows[] = {
-        {1, 'P', {}, KoRC_NOT_SUPPORTED, "", "an unknown kind touches nothing"},
-        {8, 2, {}, KoRC_NOT_SUPPORTED, "", "the smallest value is out of reach"},
-        {8, 'N', {}, 0, "step(8,N,44)", "memory form goes straight through"},
-        {1, 'M', {}, 0, "create load(1) step(8,M,0) store(1) destroy", "stored form"},
-        {2, 'N', {}, 0, "create load(0) step(8,N,0) store(0) destroy", "bit 1 is dropped"},
-        {0xF9, 'O', {}, 0, "create load(129) step(8,O,0) store(129) destroy", "bits 0 and 7"},
-        {1, 'N', {"", 0}, KoRC_NOT_SUPPORTED, "create load(1) destroy", "nothing to load"},
-        {1, 'N', unstored, KoRC_NOT_SUPPORTED, "create load(1) step(8,N,0) store(1) destroy",
-         "nothing stored"},
-        {1, 'N', atEnd, KoRC_OVERFLOW, "create load(1) step(8,N,0) destroy",
-         "an overflow leaves the stored value"},
-    };
     KoTypeMgr manager;
     const ScopedType type(KoBLOCKID_T);
     type->create = [](unsigned) -> void* { return sequence.calls += "create", mark; };
@@ -188,14 +165,19 @@ TEST(TypeMgr, GetValueStepsStoredValues)
         return sequence.stepped;
     };
     char value[8] = {};
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.reason);
-        sequence = row.given;
-        EXPECT_EQ(manager.GetValue(KoBLOCKID_T, value, 44, row.format,
-                                   static_cast<unsigned char>(row.kind)),
-                  row.result);
-        EXPECT_EQ(sequence.calls, row.calls);
-    }
+    data::ForEachRow("manager/steps.txt", 6, [&](const auto&, const data::Row& row) {
+        sequence = {};
+        sequence.loaded = row[2] == "nothing loaded" ? 0 : 1;
+        sequence.stored = row[2] == "nothing stored" ? 0 : 1;
+        sequence.stepped = row[2] == "overflow" ? KoRC_OVERFLOW : KoRC_OK;
+        const auto kind = static_cast<unsigned char>(row[1][0]);
+        EXPECT_EQ(manager.GetValue(KoBLOCKID_T, value, 44,
+                                   static_cast<unsigned char>(data::Hex(row[0])), kind),
+                  std::stoi(row[3]));
+        EXPECT_EQ(sequence.calls, row[4] == "-" ? "" : row[4]);
+    });
+    EXPECT_EQ(manager.GetValue(KoBLOCKID_T, value, 44, KoFMT_MEMORY, 2), KoRC_NOT_SUPPORTED)
+        << "the smallest value is out of reach";
     type->create = [](unsigned) -> void* { return nullptr; };
     EXPECT_EQ(manager.GetValue(KoBLOCKID_T, value, 0, 1, 'N'), KoRC_NOT_SUPPORTED);
 
@@ -206,46 +188,23 @@ TEST(TypeMgr, GetValueStepsStoredValues)
     EXPECT_EQ(sequence.calls, "step(129,N,4)") << "texts step their stored form themselves";
 }
 
-TEST(TypeMgr, StoreTimeStampBuildsTheMemoryForm)
+// As test/data/manager/timestamps.txt has them.
+TEST(TypeMgr, StoreTimeStampStoresMomentsOfTheType)
 {
-    static std::vector<o_1b> stored;
-    static unsigned length;
-    KoTimeStampRec clock = {2024, 2, 29, 23, 58, 5, 7};
-    o_1b y0, y1; // the year as memory holds it
-    std::memcpy(&y0, &clock.year, 1);
-    std::memcpy(&y1, reinterpret_cast<char*>(&clock.year) + 1, 1);
-    struct {
-        KoTypeId id;
-        o_4b fraction;
-        std::vector<o_1b> expected;
-        const char* reason;
-    } const rows[] = {
-        {KoDATE_T, 7, {y0, y1, 2, 29}, "the head of the record"},
-        {KoTIME_T, 7, {23, 58, 5}, "from the hour on"},
-        {KoDATIME_T, 7, {y0, y1, 2, 29, 23, 58, 5}, "date and time"},
-        {D_DATE_T, 7, {y0, y1, 2, 29}, "the standard's date"},
-        {D_TIME_T, 7, {0, 0, 23, 58, 12, 0}, "the fraction counts as seconds"},
-        {D_TIME_T, -7, {0, 0, 23, 58, -2, 0}, "downwards too"},
-        // 10^9 = 0x3B9ACA00: the low byte is kept
-        {D_TIME_T, 999999999, {0, 0, 23, 58, 0, 0}, "in single precision, cut to a byte"},
-        {D_TIME_T, 2147483647, {0, 0, 23, 58, 0, 0}, "2^31 is within the arithmetic"},
-        {D_TIMESTAMP_T, 7, {y0, y1, 2, 29, 0, 0, 23, 58, 12, 0}, "one after the other"},
-    };
     KoTypeMgr manager;
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.reason);
-        const ScopedType type(row.id);
-        length = static_cast<unsigned>(row.expected.size());
-        type->store = [](void*, const void* source, unsigned char format, unsigned count) {
-            const auto* bytes = static_cast<const o_1b*>(source);
-            stored.assign(bytes, bytes + length);
-            return format * 10U + count;
-        };
-        clock.fraction = row.fraction;
-        EXPECT_EQ(manager.StoreTimeStamp(row.id, mark, 2, &clock), 21);
-        EXPECT_EQ(stored, row.expected);
-        EXPECT_EQ(manager.StoreTimeStamp(row.id, mark, 2, nullptr), KoRC_NOT_SUPPORTED);
-    }
+    KoTimeStampRec clock = {2024, 2, 29, 23, 58, 5, 7};
+    data::ForEachRow("manager/timestamps.txt", 4, [&](const auto&, const data::Row& row) {
+        const auto id = static_cast<o_char>(FindType(row[0]));
+        clock.fraction = std::stoi(row[1]);
+        const Bytes expected = data::ParseBytes(row[2]);
+        Bytes stored(expected.size() + 1, 0xA5);
+        EXPECT_EQ(manager.StoreTimeStamp(id, stored.data(), KoFMT_BIG, &clock),
+                  static_cast<int>(expected.size()));
+        EXPECT_EQ(stored.back(), 0xA5);
+        stored.pop_back();
+        EXPECT_EQ(stored, expected);
+        EXPECT_EQ(manager.StoreTimeStamp(id, mark, 2, nullptr), KoRC_NOT_SUPPORTED);
+    });
     EXPECT_EQ(manager.StoreTimeStamp(KoSTRING_T, mark, 2, &clock), KoRC_NOT_SUPPORTED)
         << "no time stamp to store";
 }

@@ -56,12 +56,10 @@ TEST(NullTypes, StandBesideValuesAndOptionals)
 {
     KoNull_int n{5, 0};
     EXPECT_TRUE(n == 5 && 5 == n && n != 6 && n < 6 && 6 > n && n != std::nullopt);
-    n = 7;
     std::optional<int> number = n;
-    EXPECT_TRUE(number == 7 && n == number);
-    n = std::nullopt;
-    number = n;
-    EXPECT_TRUE(n.null == 1 && n.value == 0 && !number && n == number && n < number.value_or(-9));
+    EXPECT_TRUE(number == 5 && n == number);
+    number = n = std::nullopt;
+    EXPECT_TRUE(n.value == 0 && !number && n == number && n < number.value_or(-9));
     EXPECT_TRUE(n == KoNull_int::Null() && n < KoNull_int::Of(0) && std::is_eq(n <=> std::nullopt));
     n = std::optional(3);
     EXPECT_TRUE(n == 3);

@@ -84,19 +84,19 @@ void CheckSequence(KoTypeMgr& manager, o_char id)
     EXPECT_TRUE(value == T(42));
 }
 
+template <class... T>
+void CheckSequences(KoTypeMgr& manager, const KoTypeId (&ids)[sizeof...(T)])
+{
+    const KoTypeId* id = ids;
+    (CheckSequence<T>(manager, *id++), ...);
+}
+
 TEST(Scalars, Sequences)
 {
     KoTypeMgr manager;
-    CheckSequence<o_char>(manager, Ko1B_T);
-    CheckSequence<o_u1b>(manager, KoU1B_T);
-    CheckSequence<o_2b>(manager, Ko2B_T);
-    CheckSequence<o_u2b>(manager, KoU2B_T);
-    CheckSequence<o_4b>(manager, Ko4B_T);
-    CheckSequence<o_u4b>(manager, KoU4B_T);
-    CheckSequence<int>(manager, KoINT_T);
-    CheckSequence<unsigned>(manager, KoUNSIGNED_T);
-    CheckSequence<o_8b>(manager, Ko8B_T);
-    CheckSequence<o_u8b>(manager, KoU8B_T);
+    CheckSequences<o_char, o_u1b, o_2b, o_u2b, o_4b, o_u4b, int, unsigned, o_8b, o_u8b>(
+        manager, {Ko1B_T, KoU1B_T, Ko2B_T, KoU2B_T, Ko4B_T, KoU4B_T, KoINT_T, KoUNSIGNED_T, Ko8B_T,
+                  KoU8B_T});
     CheckSequence<KoInt64, o_8b>(manager, KoINT64_T);
     for (const o_char id : {KoENUM_T, KoBLOCKID_T, KoFLOAT_T, KoDOUBLE_T, KoNULL_4B_T}) {
         alignas(8) unsigned char value[16] = {};

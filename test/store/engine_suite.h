@@ -58,31 +58,11 @@ private:
     ko::store::inner::MemoryStore m_store;
 };
 
-class FilePlace : public Place
+/// A place that the library finds by its address.
+class AddressPlace : public Place
 {
 public:
-    std::string Path() const { return m_folder.Path("store"); }
-    std::unique_ptr<Loader> Load() override { return ko::store::inner::StartLoad(Path()); }
-    std::unique_ptr<Engine> Open(Mode mode) override
-    {
-        return ko::store::inner::OpenEngine(Path(), mode);
-    }
-    bool Exists() override { return ko::store::inner::StoreExists(Path()); }
-    void Check() override { ko::store::inner::CheckEngine(Path()); }
-
-private:
-    TestFolder m_folder;
-};
-
-class DatabasePlace : public Place
-{
-public:
-    /// `host`: another folder of sockets than the server's.
-    explicit DatabasePlace(std::string host = "") : m_host(std::move(host)) {}
-    std::string Address() const
-    {
-        return PostgresServer::Shared().Address(m_name, "postgres", m_host);
-    }
+    virtual std::string Address() const = 0;
     std::unique_ptr<Loader> Load() override { return ko::store::inner::StartLoad(Address()); }
     std::unique_ptr<Engine> Open(Mode mode) override
     {
@@ -90,6 +70,27 @@ public:
     }
     bool Exists() override { return ko::store::inner::StoreExists(Address()); }
     void Check() override { ko::store::inner::CheckEngine(Address()); }
+};
+
+class FilePlace : public AddressPlace
+{
+public:
+    std::string Path() const { return m_folder.Path("store"); }
+    std::string Address() const override { return Path(); }
+
+private:
+    TestFolder m_folder;
+};
+
+class DatabasePlace : public AddressPlace
+{
+public:
+    /// `host`: another folder of sockets than the server's.
+    explicit DatabasePlace(std::string host = "") : m_host(std::move(host)) {}
+    std::string Address() const override
+    {
+        return PostgresServer::Shared().Address(m_name, "postgres", m_host);
+    }
     std::string WhyNot() override
     {
         try {
@@ -108,6 +109,49 @@ private:
     const std::string m_host;
     const std::string m_name = PostgresServer::NewName();
 };
+
+/// Each makes a place of its own.
+struct PlaceKind {
+    const char* name;
+    std::unique_ptr<Place> (*make)();
+    Mode mode; ///< of whoever changes a store
+};
+
+template <class Of>
+std::unique_ptr<Place> MakePlace()
+{
+    return std::make_unique<Of>();
+}
+
+/// A test of every engine that can be used here.
+class OverEngines : public testing::TestWithParam<PlaceKind>
+{
+protected:
+    void SetUp() override
+    {
+        if (const std::string why = m_place->WhyNot(); !why.empty())
+            GTEST_SKIP() << why;
+    }
+    std::unique_ptr<Place> m_place = GetParam().make();
+};
+
+inline constexpr PlaceKind kPlaces[] = {{"Memory", MakePlace<MemoryPlace>, Mode::Change},
+                                        {"Lmdb", MakePlace<FilePlace>, Mode::Change},
+                                        {"Postgres", MakePlace<DatabasePlace>, Mode::Change},
+                                        {"LmdbGrowing", MakePlace<FilePlace>, Mode::Grow}};
+/// Those that are another's in another mode come last.
+inline const auto kEnginePlaces = testing::ValuesIn(kPlaces, kPlaces + 3);
+
+inline std::string NameOfPlace(const testing::TestParamInfo<PlaceKind>& info)
+{
+    return info.param.name;
+}
+
+/// A path beside which temporary files come and go.
+inline std::string Scratch()
+{
+    return testing::TempDir() + "kostore";
+}
 
 /// Short ones that differ in bytes at the ends of their order, and some of the longest.
 inline std::string RandomKey(std::mt19937& random)

@@ -1,15 +1,8 @@
-#include "store/test_files.h"
+#include "store/engine_processes.h"
 
-#include "engine/engine.h"
 #include "import/importer.h"
 
-#include <gtest/gtest.h>
-
-#include <signal.h>
 #include <sys/stat.h>
-#include <unistd.h>
-
-#include <vector>
 
 namespace
 {
@@ -71,6 +64,21 @@ TEST_F(ImportFiles, NoOutputIsAnInputOrTheStore)
     EXPECT_TRUE(ReadAll(path("other.new")) == kRows);
 }
 
+// The file that a store was made with still fits it.
+TEST_F(ImportFiles, AStoreKeepsTheIndexesThatItHas)
+{
+    ASSERT_EQ(Import(m_store, m_csv, "").status, 1);
+    for (const char* const change : {" drop title", " add latin"}) {
+        const std::string index = "index " + m_store + change;
+        EXPECT_EQ(RunKotm(index).status, 0) << change;
+        const Outcome run = Import(m_store, m_csv, "");
+        EXPECT_EQ(run.status, 1) << run.out;
+        EXPECT_EQ(RunKotm(index).status, 2) << "it has been changed already";
+    }
+    EXPECT_EQ(RunKotm("query " + m_store + " --count").out, "3\n");
+    EXPECT_EQ(RunKotm("check " + m_store).status, 0);
+}
+
 TEST_F(ImportFiles, RejectsAreReplacedByACompleteImport)
 {
     const std::string kept = m_folder.Write("kept", "of last week");
@@ -110,6 +118,54 @@ TEST_F(ImportFiles, OnlyPlainFilesAreStoresAndRows)
     }
     EXPECT_EQ(Import(m_store, m_csv, "--rejects " + pipe).status, 4) << "that nobody reads";
     EXPECT_EQ(Import(m_store, m_csv, "--rejects " + folder).status, 4);
+}
+
+// A new store is there whole or not at all, an old one has its old objects or all of the new ones
+// as well, and the next import goes through.
+TEST_F(ImportFiles, MayBeKilledAtAnyMoment)
+{
+    std::string csv = "Id,Title,Latin,Weight\n";
+    for (int i = 0; i < 8000; ++i)
+        csv += std::to_string(i) + ",title " + std::to_string(i * 7919 % 8000) + ",x," +
+               std::to_string(i % 100) + "\n";
+    const std::string big = m_folder.Write("big", csv);
+    const std::string small = m_folder.Write("small", "Id,Title,Latin,Weight\n1,a,b,2\n");
+    const auto import = [&]() -> bool {
+        freopen("/dev/null", "w", stderr);
+        execl(KOTM_PROGRAM, "kotm", "import", m_store.c_str(), big.c_str(), "--schema",
+              m_schema.c_str(), nullptr);
+        return false;
+    };
+    const auto isSound = [&] { return RunKotm("check " + m_store).status == 0; };
+    const auto takesMore = [&] { return Import(m_store, small, "").status == 0 && isSound(); };
+    Killer killer(1, import);
+    int killed = 0;
+    for (int i = 0; i < 20; ++i) {
+        const bool fresh = i % 2 == 0;
+        std::filesystem::remove(m_store);
+        EXPECT_TRUE(fresh || takesMore());
+        killed += killer.Kill(import);
+        if (std::filesystem::exists(m_store)) {
+            const std::string count = RunKotm("query " + m_store + " --count").out;
+            EXPECT_TRUE(count == (fresh ? "8000\n" : "8001\n") || (!fresh && count == "1\n"))
+                << count;
+            EXPECT_TRUE(isSound());
+        } else {
+            EXPECT_TRUE(fresh);
+        }
+        EXPECT_TRUE(takesMore());
+    }
+    EXPECT_GT(killed, 3);
+
+    // Killed after the store had its name, before its first one went: renamed, the store is not
+    // written over under that.
+    const std::string kept = m_folder.Path("kept");
+    std::filesystem::create_hard_link(m_store, m_store + ".new");
+    std::filesystem::rename(m_store, kept);
+    const std::string before = ReadAll(kept);
+    EXPECT_TRUE(takesMore());
+    EXPECT_TRUE(ReadAll(kept) == before);
+    EXPECT_FALSE(std::filesystem::exists(m_store + ".new"));
 }
 
 /// Starts a process that takes so many places for readers until it is killed.

@@ -1,15 +1,15 @@
+#include "store/engine_suite.h"
 #include "store/generated_store.h"
 #include "store/random_predicate.h"
-#include "store/test_files.h"
+#include "store/sample.h"
 
-#include "explain.h"
-#include "import/importer.h"
+#include "object/copy_store.h"
+#include "query/explain.h"
 #include "query/planner.h"
 #include "query/scan.h"
 #include <kostore.h>
 
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <cstdlib>
@@ -17,9 +17,8 @@
 namespace
 {
 
-using namespace ko::store;
+using ko::store::Error;
 using namespace ko::store::inner;
-using namespace kotm;
 
 /// The objects of a range that pass a test, in the order in which they come.
 std::vector<std::uint64_t> Found(Snapshot& snapshot, const std::optional<IndexRange>& range,
@@ -40,6 +39,7 @@ void Sort(Snapshot& snapshot, std::size_t attribute, std::vector<std::uint64_t>&
 {
     std::vector<std::pair<std::string, std::uint64_t>> forms;
     std::string room;
+    forms.reserve(numbers.size());
     for (const std::uint64_t number : numbers)
         forms.emplace_back(
             attribute == kObjectIdIndex ? "" : *snapshot.Value(number, attribute, room), number);
@@ -56,8 +56,10 @@ void Sort(Snapshot& snapshot, std::size_t attribute, std::vector<std::uint64_t>&
         numbers[i] = forms[i].second;
 }
 
-/// Answers by every index that narrows, by the plan, and by reading all objects.
-void CheckPlans(Snapshot& snapshot, int predicates, unsigned seed)
+/// Answers by every index that narrows, by the plan, by reading all objects, and by the plans of
+/// copies in other engines.
+void CheckPlans(Snapshot& snapshot, int predicates, unsigned seed,
+                const std::vector<Snapshot*>& copies = {})
 {
     RandomPredicates random(snapshot, seed);
     int ranges = 0;
@@ -72,6 +74,13 @@ void CheckPlans(Snapshot& snapshot, int predicates, unsigned seed)
             continue; // such as a literal that reads as null
         }
         const std::vector<std::uint64_t> all = Found(snapshot, std::nullopt, &*condition);
+        const Plan chosen = MakePlan(snapshot, *condition, false);
+        for (Snapshot* const copy : copies) {
+            ASSERT_EQ(Found(*copy, MakePlan(*copy, *condition, false).range, &*condition), all);
+            for (const auto order : {ScanOrder::Forwards, ScanOrder::Backwards})
+                ASSERT_EQ(Found(*copy, chosen.range, &*condition, order),
+                          Found(snapshot, chosen.range, &*condition, order));
+        }
         for (const bool countOnly : {false, true}) {
             const Plan plan = MakePlan(snapshot, *condition, countOnly);
             ASSERT_TRUE(plan.share >= 0.0 && plan.share <= 1.0);
@@ -110,7 +119,20 @@ TEST(Plan, NeverChangesTheAnswer)
     const GeneratedStore generated(300);
     const std::unique_ptr<Snapshot> snapshot = generated.store->Read();
     EXPECT_GE(snapshot->GetSchema().attributes.size(), 20U);
-    CheckPlans(*snapshot, Predicates(400), 1);
+    FilePlace file;
+    DatabasePlace database;
+    std::vector<std::unique_ptr<Snapshot>> now;
+    std::vector<Snapshot*> copies;
+    for (Place* const place : std::initializer_list<Place*>{&file, &database}) {
+        if (!place->WhyNot().empty())
+            continue;
+        CopyStore(*generated.store, *place->Load(), Scratch());
+        now.push_back(ObjectStore(place->Open(Mode::Read), "copy", Scratch()).Read());
+        copies.push_back(now.back().get());
+    }
+    ASSERT_TRUE(copies.size() < 2 || now[0]->SlotsOfBlock() != now[1]->SlotsOfBlock());
+    CheckPlans(*snapshot, Predicates(250), 1, copies);
+    CheckPlans(*snapshot, Predicates(250), 3);
     // A type that gives every condition one share: two ends leave no less than one of them.
     const std::string flag = "a" + std::to_string(KoBOOLEAN_T);
     const std::string text = flag + " >= \"false\" and " + flag + " <= \"true\"";
@@ -118,48 +140,31 @@ TEST(Plan, NeverChangesTheAnswer)
     EXPECT_NEAR(MakePlan(*snapshot, both, false).share, 1.0 / 3.0, 1e-6);
 }
 
-class Sample
-{
-public:
-    Sample()
-    {
-        const std::string schema = ReadAll(KOTM_EXAMPLES "/birdstrikes.schema.json");
-        ImportRequest request{m_folder.Path("store"), KOTM_EXAMPLES "/birdstrikes.csv", "", false};
-        std::ostringstream messages;
-        Import(request, Schema::FromJson(schema, "schema"), messages);
-        path = request.store;
-    }
-    std::string path;
-
-private:
-    TestFolder m_folder;
-};
-
 TEST(Plan, NeverChangesTheAnswerOnTheSample)
 {
-    const Sample sample;
-    CheckPlans(*ObjectStore::Open(sample.path, Mode::Read)->Read(), Predicates(10), 2);
+    FilePlace sample;
+    ImportSample(sample.Path(), 10'000);
+    CheckPlans(*ObjectStore::Open(sample.Path(), Mode::Read)->Read(), Predicates(10), 2);
 }
 
 TEST(Plan, ExplainsItsChoice)
 {
-    const Sample sample;
-    const auto explain = [&](const std::string& predicate, bool json) {
-        std::ostringstream out;
-        Explain({sample.path, predicate, json}, out);
-        return out.str();
-    };
-    const auto plan = nlohmann::json::parse(
-        explain("speed > 340 and (state = \"Texas\" or state = \"Ohio\")", true));
-    EXPECT_EQ(plan["plan"]["index"], "speed");
-    EXPECT_EQ(plan["plan"]["from"], "340");
-    EXPECT_EQ(plan["plan"]["to"], "(last)");
-    ASSERT_EQ(plan["conditions"].size(), 3U);
-    EXPECT_EQ(plan["conditions"][1]["narrowed"]["from"], "Texas");
-    EXPECT_LT(plan["plan"]["read"], 200) << "a small part of the objects";
-    EXPECT_EQ(plan["objects"], 10000);
+    FilePlace sample;
+    ImportSample(sample.Path(), 10'000);
+    const auto snapshot = ObjectStore::Open(sample.Path(), Mode::Read)->Read();
+    const auto plan = Explain(*snapshot, "speed > 340 and (state = \"Texas\" or state = \"Ohio\")");
+    ASSERT_TRUE(plan.part);
+    EXPECT_EQ(plan.part->attribute, "speed");
+    EXPECT_EQ(plan.part->from, "340");
+    EXPECT_EQ(plan.part->to, "(last)");
+    ASSERT_EQ(plan.comparisons.size(), 3U);
+    EXPECT_EQ(plan.comparisons[1].from, "Texas");
+    EXPECT_LT(plan.read, 200U) << "a small part of the objects";
+    EXPECT_EQ(plan.objects, 10000U);
 
-    const std::string table = explain("species = \"*hawk*\"i and not phase = \"Climb\"", false);
+    const std::string table =
+        RunKotm("explain " + sample.Path() + " 'species = \"*hawk*\"i and not phase = \"Climb\"'")
+            .out;
     for (const char* part : {"plan: all objects", "species = \"*hawk*\"i", "not phase", "100 %"})
         EXPECT_NE(table.find(part), std::string::npos) << part << "\n" << table;
 }

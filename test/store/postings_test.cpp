@@ -12,7 +12,7 @@
 #include <random>
 #include <set>
 
-using namespace ko::store;
+using ko::store::Error;
 using namespace ko::store::inner;
 
 namespace

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-using namespace ko::store;
+using ko::store::Error;
 using namespace ko::store::inner;
 
 namespace

@@ -17,7 +17,8 @@
 namespace
 {
 
-using namespace ko::store;
+using ko::store::Error;
+using ko::store::ErrorCode;
 using namespace ko::store::inner;
 
 const char* const kSchema = R"({"class": "Any", "attributes": [

@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 
-using namespace ko::store;
 using namespace ko::store::inner;
 
 namespace

@@ -4,8 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -35,10 +33,8 @@ std::string TextOf(const void* end, unsigned char format)
         return "-";
     KoString text;
     current.Load(KoSTRING_T, &text, end, format, 1);
-    const std::string shown = Show(text); // the characters stand after code set and language
-    return text.IsNullValue() ? shown
-           : text.IsEmpty()   ? "\"\""
-                              : shown.substr(shown.rfind(':') + 1);
+    const std::string shown = data::FormatText(text); // behind code set and language
+    return text.IsNullValue() ? shown : shown.substr(shown.find('"'));
 }
 
 /// The ends as they are shown, `show` of each, for a condition on a value.
@@ -101,44 +97,8 @@ TEST(StringBounds, TableOfCaselessEnds)
     });
 }
 
-TEST(StringBounds, Estimates)
-{
-    data::ForEachRow("bounds/textestimates.txt", 7, [](const auto& head, const data::Row& row) {
-        const auto check = [&](auto text, o_char type) {
-            using Text = decltype(text);
-            if ((' ' + head[0] + ' ').find(std::string(" ") + current.NameGet(type) + ' ') ==
-                std::string::npos)
-                return;
-            unsigned short op = OperatorOf(row[2]);
-            Text ends[] = {row[0].c_str(), row[1].c_str()};
-            Text value(row[3].c_str());
-            for (const unsigned char format : {KoFMT_MEMORY, KoFMT_BIG}) {
-                const auto form = [&](Text& of) {
-                    const auto* bytes = reinterpret_cast<const unsigned char*>(&of);
-                    return format == KoFMT_MEMORY ? Bytes(bytes, bytes + sizeof of)
-                                                  : Stored(current, type, &of, format);
-                };
-                Bytes low = form(ends[0]);
-                Bytes high = form(ends[1]);
-                Bytes asked = form(value);
-                KoIdxBounds keys{row[0] == "-" ? nullptr : low.data(),
-                                 row[1] == "-" ? nullptr : high.data(), 0, 0};
-                const float share = current.EvalAndBound(type, &keys, op, asked.data(), format, 1,
-                                                         nullptr, nullptr);
-                EXPECT_GE(share, std::stof(row[4]));
-                EXPECT_LE(share, std::stof(row[5]));
-                EXPECT_EQ(current.EvalAndBound(type, nullptr, op, asked.data(), format, 1, nullptr,
-                                               nullptr),
-                          0.0F);
-            }
-        };
-        check(KoString(), KoSTRING_T);
-        check(KoIString(), KoISTRING_T);
-        check(KoCaseIString(), KoCASEISTRING_T);
-    });
-}
-
-// What a prefix selects holds every text that begins with it, and the operators share the index.
+// The estimates of single conditions are among those of core/bounds_test.cpp. What a prefix selects
+// holds every text that begins with it, and the operators share the index.
 TEST(StringBounds, EstimatesOfPartsFitTogether)
 {
     static const char* const kTexts[] = {"",       ".",     "a",       "abc",    "ab.c-d",
@@ -184,7 +144,7 @@ TEST(StringBounds, EstimatesOfPartsFitTogether)
 class TextMaker : public Random
 {
 public:
-    explicit TextMaker(unsigned seed) : Random(seed) {}
+    using Random::Random;
 
     /// Takes other characters, from everywhere in the scheme of orders.
     void Turn()
@@ -227,89 +187,8 @@ private:
     std::u16string m_wide;
 };
 
-constexpr unsigned kKeys = 60;
-
-/// An index of texts of a type, and what makes more of them.
-struct Keys {
-    const KoTypeMgr& manager;
-    o_char type;
-    unsigned char format;
-    std::function<Bytes(bool pattern, bool other)> make; ///< `other`: unlike the keys
-    std::vector<Bytes> sorted{};
-    KoIdxBounds bounds{};
-
-    int PlainOrder(void* a, void* b) const
-    {
-        return manager.Cmp(type, a, b, KoCMP_PLAIN, 1, format);
-    }
-    void Fill()
-    {
-        for (unsigned i = 0; i < kKeys; ++i)
-            sorted.push_back(make(false, false));
-        std::sort(sorted.begin(), sorted.end(), [this](const Bytes& a, const Bytes& b) {
-            return PlainOrder(const_cast<unsigned char*>(a.data()),
-                              const_cast<unsigned char*>(b.data())) < 0;
-        });
-        bounds = {sorted.front().data(), sorted.back().data(), 0, 0};
-    }
-};
-
-std::string Print(const Keys& keys, const void* end)
-{
-    if (keys.type == KoSTRING_T || end == nullptr)
-        return TextOf(end, keys.format);
-    KoIString text; // of either class
-    keys.manager.Load(KoISTRING_T, &text, end, keys.format, 1);
-    return std::to_string(text.Flag()) + ":" + text.StrGet();
-}
-
-void CheckConditions(Keys keys, TextMaker& maker, int conditions)
-{
-    keys.Fill();
-    // Plain, case, accents, spaces, no wildcards, symbols.
-    static const unsigned kOptions[] = {0, 0x10, 0x20, 0x40, 0x60, 0x80, 0x50, 0x100, 0x220, 0x2B0};
-    const KoTypeMgr& manager = keys.manager;
-    const unsigned char format = keys.format;
-    for (int i = 0; i < conditions; ++i) {
-        const unsigned options = kOptions[maker.Below(std::size(kOptions))];
-        const unsigned bits = maker.Below(2) == 0 ? kEqual : 1 + maker.Below(7);
-        // A condition without a code set on keys with one, or the other way round.
-        const bool other = maker.Below(8) == 0;
-        Bytes value = keys.make(maker.Below(2) == 0, other);
-        if (maker.Below(4) == 0)
-            value = keys.sorted[maker.Below(kKeys)];
-        auto op = static_cast<unsigned short>(bits | options);
-        const bool known = (other && keys.type == KoSTRING_T) || maker.Below(4) != 0;
-        Narrowed ends;
-        const float share = manager.EvalAndBound(keys.type, known ? &keys.bounds : nullptr, op,
-                                                 value.data(), format, 1, &ends, nullptr);
-        ASSERT_TRUE(share >= 0.0F && share <= 1.0F);
-        // What a scan of the index finds between the ends, which it looks for by halves: bytes
-        // beside texts are in no one order.
-        const auto before = [&](Bytes& key, void* end) {
-            return keys.PlainOrder(key.data(), end) < 0;
-        };
-        const auto notBehind = [&](void* end, Bytes& key) {
-            return keys.PlainOrder(end, key.data()) < 0;
-        };
-        auto& sorted = keys.sorted;
-        const auto first = ends.low == nullptr
-                               ? sorted.begin()
-                               : std::lower_bound(sorted.begin(), sorted.end(), ends.low, before);
-        const auto last = ends.high == nullptr ? sorted.end()
-                                               : std::upper_bound(sorted.begin(), sorted.end(),
-                                                                  ends.high, notBehind);
-        for (auto key = sorted.begin(); key != sorted.end(); ++key) {
-            const int order = manager.Cmp(keys.type, key->data(), value.data(),
-                                          static_cast<unsigned short>(options), 1, format);
-            const unsigned met = order < 0 ? kLess : order > 0 ? kGreater : kEqual;
-            ASSERT_TRUE((bits & met) == 0 || (key >= first && key < last))
-                << "type " << int{keys.type} << " bits " << bits << " options " << options
-                << " value " << Print(keys, value.data()) << " key " << Print(keys, key->data())
-                << " low " << Print(keys, ends.low) << " high " << Print(keys, ends.high);
-        }
-    }
-}
+// Plain, case, accents, spaces, no wildcards, symbols.
+const std::vector<unsigned> kOptions = {0, 0x10, 0x20, 0x40, 0x60, 0x80, 0x50, 0x100, 0x220, 0x2B0};
 
 TEST(StringBounds, ANarrowedRangeLosesNoMatch)
 {
@@ -321,11 +200,11 @@ TEST(StringBounds, ANarrowedRangeLosesNoMatch)
         const auto collated = [&](bool pattern, bool other) {
             return Stored(current, maker.Make(bytes != other, pattern), format);
         };
-        CheckConditions({current, KoSTRING_T, format, collated}, maker, 40);
+        CheckConditions({current, KoSTRING_T, format, collated}, maker, 40, kOptions);
         const auto older = [&](bool pattern, bool other) {
             return Stored(compat, maker.Make(!other, pattern), format);
         };
-        CheckConditions({compat, KoSTRING_T, format, older}, maker, 10);
+        CheckConditions({compat, KoSTRING_T, format, older}, maker, 10, kOptions);
 
         // Texts with accents and without are not sorted together, texts and keys are.
         const bool accents = round % 4 < 2;
@@ -340,10 +219,10 @@ TEST(StringBounds, ANarrowedRangeLosesNoMatch)
             };
         };
         CheckConditions({current, KoISTRING_T, format, caseless(KoIString(), KoISTRING_T)}, maker,
-                        20);
+                        20, kOptions);
         CheckConditions(
             {current, KoCASEISTRING_T, format, caseless(KoCaseIString(), KoCASEISTRING_T)}, maker,
-            20);
+            20, kOptions);
     }
 }
 

@@ -29,10 +29,8 @@ TEST(Find, ComparesTheBeginningOfTheRest)
     EXPECT_EQ(Text(u"a\u20ACb", 253).Find('b'), 2);
     EXPECT_EQ(Text(u"a\u00E9", 1).Find(static_cast<unsigned short>(0xE9)), 1);
     EXPECT_EQ(bytes.Find('\0'), -1);
-    KoString null;
-    null.SetNullValue();
-    EXPECT_EQ(null.Find('a'), -1);
-    EXPECT_EQ(bytes.Find(null), -1);
+    EXPECT_EQ(NullText().Find('a'), -1);
+    EXPECT_EQ(bytes.Find(NullText()), -1);
 }
 
 TEST(Find, WildcardsOfTheProcessMayChange)
@@ -85,7 +83,7 @@ TEST(Find, AgreesWithComparingEveryPosition)
                 expected = static_cast<int>(i);
         }
         ASSERT_EQ(text.Find(pattern, static_cast<unsigned short>(start), cmpOp), expected)
-            << Show(text) << " " << Show(pattern) << " " << cmpOp;
+            << data::FormatText(text) << " " << data::FormatText(pattern) << " " << cmpOp;
         found += expected >= 0 ? 1 : 0;
     }
     EXPECT_GT(found, 2000);
@@ -151,7 +149,7 @@ TEST(Replace, AgreesWithEditingStepByStep)
             at = next > 65535 ? -1 : expected.Find(from, static_cast<unsigned short>(next));
         }
         ASSERT_TRUE(UnitsOf(text.ReplaceAll(from, to)) == UnitsOf(expected))
-            << Show(from) << " " << Show(to);
+            << data::FormatText(from) << " " << data::FormatText(to);
     }
 }
 

@@ -11,18 +11,8 @@ namespace
 
 constexpr o_char kId = KoSTRING_T;
 
-const KoTypeMgr& Current()
-{
-    static const KoTypeMgr manager(5);
-    return manager;
-}
-
-/// The manager whose strings are written in the older layout.
-const KoTypeMgr& Compat()
-{
-    static const KoTypeMgr manager(3);
-    return manager;
-}
+const KoTypeMgr current;
+const KoTypeMgr older(3); // whose strings are written in the older layout
 
 Bytes Stored(const KoTypeMgr& manager, const std::vector<KoString>& texts, unsigned char format)
 {
@@ -69,7 +59,7 @@ TEST(StringRecord, TheKeyFormHasRoomForWiderText)
         Bytes bytes(64);
         StringStore(bytes.data(), &row.text, row.format, 1);
         EXPECT_EQ(StringSizeGet(bytes.data(), 0, row.format, 1), row.stored);
-        EXPECT_EQ(FileSize(Current(), bytes, row.format, 1), row.stored);
+        EXPECT_EQ(FileSize(current, bytes, row.format, 1), row.stored);
     }
 }
 
@@ -77,12 +67,12 @@ TEST(StringRecord, TheOlderLayoutIsWrittenByTheOlderTypeAndReadByBoth)
 {
     const std::vector<KoString> texts = {"ab", "", NullText(), "c"};
     for (const unsigned char format : {KoFMT_LITTLE, KoFMT_BIG}) {
-        const Bytes bytes = Stored(Compat(), texts, format);
+        const Bytes bytes = Stored(older, texts, format);
         Bytes expected = {7, 0, 'a', 'b', 0, 0, 0, 'c', 0};
         if (format == KoFMT_BIG)
             std::swap(expected[0], expected[1]);
         EXPECT_EQ(bytes, expected);
-        for (const KoTypeMgr* manager : {&Current(), &Compat()}) {
+        for (const KoTypeMgr* manager : {&current, &older}) {
             EXPECT_EQ(manager->DiskLenGet(kId, bytes.data(), format, 4, format), 9U);
             EXPECT_EQ(FileSize(*manager, bytes, format, 4), 9U);
             std::vector<KoString> read(5, KoString(7, 7));
@@ -98,30 +88,30 @@ TEST(StringRecord, TheOlderLayoutIsWrittenByTheOlderTypeAndReadByBoth)
     const std::vector<KoString> both(2, half);
     const Reports reports;
     Bytes bytes(90000);
-    EXPECT_EQ(Compat().Store(kId, bytes.data(), both.data(), 1, 2), 0U);
+    EXPECT_EQ(older.Store(kId, bytes.data(), both.data(), 1, 2), 0U);
     // 16-bit text has no use there, but stays within the size that is given for it.
     const KoString wide = Text(u"\u4E2D\u6587", 253, 0);
-    EXPECT_EQ(Compat().Store(kId, bytes.data(), &wide, 1, 1),
-              Compat().DiskLenGet(kId, &wide, 1, 1, KoFMT_MEMORY));
+    EXPECT_EQ(older.Store(kId, bytes.data(), &wide, 1, 1),
+              older.DiskLenGet(kId, &wide, 1, 1, KoFMT_MEMORY));
 }
 
 TEST(StringRecord, CutKeysOfSeveralAndTheirHashes)
 {
     int status = -1;
-    const Bytes two = Stored(Current(), {"a", "b"}, KoFMT_LITTLE);
-    EXPECT_EQ(Compare(Current(), two, 7, two, 0, 1, 2, status), 0); // ends between two records
+    const Bytes two = Stored(current, {"a", "b"}, KoFMT_LITTLE);
+    EXPECT_EQ(Compare(current, two, 7, two, 0, 1, 2, status), 0); // ends between two records
     EXPECT_EQ(status, KoRC_TRUNCATED);
     char text[] = "abc";
     const auto cutKey = Exactly({10, 0, 1, 0, 'a', 'b'});
-    EXPECT_EQ(Current().Hash(kId, 6, cutKey.get(), 1, 1, status), HashString(1, 0, text, 2, 1));
+    EXPECT_EQ(current.Hash(kId, 6, cutKey.get(), 1, 1, status), HashString(1, 0, text, 2, 1));
     EXPECT_EQ(status, KoRC_TRUNCATED);
     // What the bound leaves of several hashes as the texts that are left, one as by itself.
     Bytes left = two;
-    EXPECT_EQ(Current().Hash(kId, 7, left.data(), 2, 1, status), HashString(1, 0, text, 1, 1));
+    EXPECT_EQ(current.Hash(kId, 7, left.data(), 2, 1, status), HashString(1, 0, text, 1, 1));
     EXPECT_EQ(status, KoRC_TRUNCATED);
     KoString pair[] = {"a", "b"};
-    EXPECT_EQ(Current().Hash(kId, 0, left.data(), 2, 1, status),
-              Current().Hash(kId, 0, pair, 2, KoFMT_MEMORY, status));
+    EXPECT_EQ(current.Hash(kId, 0, left.data(), 2, 1, status),
+              current.Hash(kId, 0, pair, 2, KoFMT_MEMORY, status));
 }
 
 TEST(StringRecord, NullMarksAreReported)
@@ -139,7 +129,7 @@ TEST(StringRecord, NullMarksAreReported)
     };
     for (const auto& row : rows) {
         int status = -1;
-        EXPECT_EQ(Compare(Current(), row.left, 0, row.right, 0, 1, 1, status), row.order);
+        EXPECT_EQ(Compare(current, row.left, 0, row.right, 0, 1, 1, status), row.order);
         EXPECT_EQ(status, row.status);
     }
 }
@@ -151,15 +141,14 @@ TEST(StringRecord, TranslateRefusesWhatDoesNotFitOrCannotBe)
     KoString copy;
     Bytes bytes(12, 0xEE);
     Bytes moved(12);
-    const KoTypeMgr& mgr = Current();
-    EXPECT_EQ(mgr.Translate(kId, bytes.data(), 2, 8, &text, 8, 0, 1), 0U) << "does not fit";
+    EXPECT_EQ(current.Translate(kId, bytes.data(), 2, 8, &text, 8, 0, 1), 0U) << "does not fit";
     EXPECT_EQ(bytes[0], 0xEE);
-    EXPECT_EQ(mgr.Translate(kId, &copy, 8, 0, &text, 8, 0, 1), 16U);
+    EXPECT_EQ(current.Translate(kId, &copy, 8, 0, &text, 8, 0, 1), 16U);
     EXPECT_TRUE(copy == text);
     EXPECT_EQ(reports.Texts(), "");
-    EXPECT_EQ(mgr.Translate(kId, moved.data(), 1, 12, bytes.data(), 2, 9, 1), 0U);
+    EXPECT_EQ(current.Translate(kId, moved.data(), 1, 12, bytes.data(), 2, 9, 1), 0U);
     EXPECT_EQ(reports.Texts(), "format combination not supported|src\\kotypes|1745;");
-    EXPECT_EQ(Compat().Translate(kId, moved.data(), 1, 6, &text, 8, 0, 1), 6U);
+    EXPECT_EQ(older.Translate(kId, moved.data(), 1, 6, &text, 8, 0, 1), 6U);
     EXPECT_EQ(moved[0], 4); // the older layout
 }
 

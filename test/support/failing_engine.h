@@ -1,8 +1,8 @@
 #ifndef KO_TEST_SUPPORT_FAILING_ENGINE_H
 #define KO_TEST_SUPPORT_FAILING_ENGINE_H
 
-#include <kostore.h>
 #include "engine/engine.h"
+#include <kostore.h>
 
 #include <atomic>
 #include <memory>
@@ -42,52 +42,54 @@ private:
 };
 
 /// Engines, loaders and all that they make, whose calls go through Faults.
-class FailingCursor : public ko::store::inner::Cursor
-{
-public:
-    FailingCursor(std::unique_ptr<Cursor> inner, std::shared_ptr<Faults> faults)
-        : m_inner(std::move(inner)), m_faults(std::move(faults))
-    {
-    }
-    std::span<const ko::store::inner::Row> Next(std::size_t most) override
-    {
-        return m_faults->Run([&] { return m_inner->Next(most); });
-    }
-
-private:
-    std::unique_ptr<Cursor> m_inner;
-    std::shared_ptr<Faults> m_faults;
-};
-
 template <class Base>
-class FailingAccess : public Base
+class Failing : public Base
 {
 public:
-    FailingAccess(std::unique_ptr<Base> inner, std::shared_ptr<Faults> faults)
+    Failing(std::unique_ptr<Base> inner, std::shared_ptr<Faults> faults)
         : m_inner(std::move(inner)), m_faults(std::move(faults))
     {
-    }
-    void Get(ko::store::inner::Space space, std::span<const std::string_view> keys,
-             const ko::store::inner::Reader::Found& found) override
-    {
-        m_faults->Run([&] { m_inner->Get(space, keys, found); });
-    }
-    std::unique_ptr<ko::store::inner::Cursor> Walk(ko::store::inner::Space space, const ko::store::inner::Range& range,
-                                            ko::store::inner::Direction direction) override
-    {
-        return m_faults->Run([&] {
-            return std::make_unique<FailingCursor>(m_inner->Walk(space, range, direction),
-                                                   m_faults);
-        });
-    }
-    std::uint64_t CountRoughly(ko::store::inner::Space space, const ko::store::inner::Range& range) override
-    {
-        return m_faults->Run([&] { return m_inner->CountRoughly(space, range); });
     }
 
 protected:
     std::unique_ptr<Base> m_inner;
     std::shared_ptr<Faults> m_faults;
+};
+
+class FailingCursor : public Failing<ko::store::inner::Cursor>
+{
+public:
+    using Failing::Failing;
+    std::span<const ko::store::inner::Row> Next(std::size_t most) override
+    {
+        return m_faults->Run([&] { return m_inner->Next(most); });
+    }
+};
+
+template <class Base>
+class FailingAccess : public Failing<Base>
+{
+public:
+    using Failing<Base>::Failing;
+    void Get(ko::store::inner::Space space, std::span<const std::string_view> keys,
+             const ko::store::inner::Reader::Found& found) override
+    {
+        this->m_faults->Run([&] { this->m_inner->Get(space, keys, found); });
+    }
+    std::unique_ptr<ko::store::inner::Cursor> Walk(ko::store::inner::Space space,
+                                                   const ko::store::inner::Range& range,
+                                                   ko::store::inner::Direction direction) override
+    {
+        return this->m_faults->Run([&] {
+            return std::make_unique<FailingCursor>(this->m_inner->Walk(space, range, direction),
+                                                   this->m_faults);
+        });
+    }
+    std::uint64_t CountRoughly(ko::store::inner::Space space,
+                               const ko::store::inner::Range& range) override
+    {
+        return this->m_faults->Run([&] { return this->m_inner->CountRoughly(space, range); });
+    }
 };
 
 class FailingWriter : public FailingAccess<ko::store::inner::Writer>
@@ -108,15 +110,13 @@ public:
     }
 };
 
-class FailingLoader : public ko::store::inner::Loader
+class FailingLoader : public Failing<ko::store::inner::Loader>
 {
 public:
-    FailingLoader(std::unique_ptr<Loader> inner, std::shared_ptr<Faults> faults)
-        : m_inner(std::move(inner)), m_faults(std::move(faults))
-    {
-    }
+    using Failing::Failing;
     const ko::store::inner::Traits& About() const override { return m_inner->About(); }
-    void Append(ko::store::inner::Space space, std::string_view key, std::string_view value) override
+    void Append(ko::store::inner::Space space, std::string_view key,
+                std::string_view value) override
     {
         m_faults->Run([&] { m_inner->Append(space, key, value); });
     }
@@ -124,24 +124,18 @@ public:
     {
         m_faults->Run([&] { m_inner->Publish(); });
     }
-
-private:
-    std::unique_ptr<Loader> m_inner;
-    std::shared_ptr<Faults> m_faults;
 };
 
-class FailingEngine : public ko::store::inner::Engine
+class FailingEngine : public Failing<ko::store::inner::Engine>
 {
 public:
-    FailingEngine(std::unique_ptr<Engine> inner, std::shared_ptr<Faults> faults)
-        : m_inner(std::move(inner)), m_faults(std::move(faults))
-    {
-    }
+    using Failing::Failing;
     const ko::store::inner::Traits& About() const override { return m_inner->About(); }
     std::unique_ptr<ko::store::inner::Reader> Read() override
     {
         return m_faults->Run([&] {
-            return std::make_unique<FailingAccess<ko::store::inner::Reader>>(m_inner->Read(), m_faults);
+            return std::make_unique<FailingAccess<ko::store::inner::Reader>>(m_inner->Read(),
+                                                                             m_faults);
         });
     }
     std::unique_ptr<ko::store::inner::Writer> Write() override
@@ -149,10 +143,6 @@ public:
         return m_faults->Run(
             [&] { return std::make_unique<FailingWriter>(m_inner->Write(), m_faults); });
     }
-
-private:
-    std::unique_ptr<Engine> m_inner;
-    std::shared_ptr<Faults> m_faults;
 };
 
 #endif

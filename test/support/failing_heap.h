@@ -5,9 +5,12 @@
 
 #include <cstdlib>
 #include <limits>
+#include <utility>
+#include <vector>
 
 /// While it lives, `count` allocations from number `first` (0 is the next one) on fail, and calls
-/// of the memory handler are counted. What is allocated meanwhile is released by the ordinary heap.
+/// of the memory handler are counted. What is allocated meanwhile is released by the ordinary heap,
+/// and its sizes are written down.
 class FailingHeap
 {
 public:
@@ -17,6 +20,7 @@ public:
         failing = count;
         hasFailed = false;
         handlerCalls = 0;
+        sizes.clear();
         KoSetAllocator(Allocate, std::free);
         KoSetMemoryHandler([](std::size_t) { ++handlerCalls; });
     }
@@ -32,24 +36,27 @@ public:
     /// True when an allocation was refused.
     bool HasFailed() const { return hasFailed; }
 
+    /// The sizes of what was allocated since the last call.
+    static std::vector<std::size_t> TakeSizes() { return std::exchange(sizes, {}); }
+
 private:
     static void* Allocate(std::size_t size)
     {
-        if (left > 0) {
-            --left;
-            return std::malloc(size);
+        if (left == 0 && failing > 0) {
+            --failing;
+            hasFailed = true;
+            return nullptr;
         }
-        if (failing == 0)
-            return std::malloc(size);
-        --failing;
-        hasFailed = true;
-        return nullptr;
+        left -= left > 0 ? 1 : 0;
+        sizes.push_back(size);
+        return std::malloc(size);
     }
 
     static inline int left = 0;
     static inline int failing = 0;
     static inline bool hasFailed = false;
     static inline int handlerCalls = 0;
+    static inline std::vector<std::size_t> sizes;
 };
 
 #endif

@@ -20,6 +20,26 @@ inline int FindType(const std::string& name)
     return -1;
 }
 
+/// Calls `visit(manager, id)` for every type, whose name it gives to what fails.
+template <class Visit>
+void ForEachType(Visit visit)
+{
+    KoTypeMgr manager;
+    for (o_char id = 0; id < KoTYPE_COUNT; ++id) {
+        if (id == KoRES_T)
+            continue;
+        SCOPED_TRACE(manager.NameGet(id));
+        visit(manager, id);
+    }
+}
+
+/// True for identities: a new one is null, in memory they are equal or not, and their order is that
+/// of the bytes of format 1 read as numbers.
+inline bool IsIdentity(o_char id)
+{
+    return id == KoOBJID_T || id == KoCLID_T || id == KoREF_T;
+}
+
 /// An array that a type made, with its release.
 struct Array {
     const KoTypeMgr& manager;

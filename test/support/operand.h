@@ -4,8 +4,17 @@
 #include "support/fixtures.h"
 #include "support/texts.h"
 
+#include <cstdlib>
+
 /// The forms of values: in memory, and least or most significant byte first.
 inline constexpr unsigned char kForms[] = {KoFMT_MEMORY, KoFMT_LITTLE, KoFMT_BIG};
+
+/// How much a test of drawn values does: a number, or what an environment variable asks for.
+inline unsigned long long Asked(const char* variable, unsigned long long number)
+{
+    const char* const asked = std::getenv(variable);
+    return asked != nullptr ? std::strtoull(asked, nullptr, 10) : number;
+}
 
 inline std::string Hex(const Bytes& bytes)
 {

@@ -59,13 +59,16 @@ public:
     /// Why there is none, or empty.
     const std::string& WhyNot() const { return m_whyNot; }
 
+    /// `more`: further parameters of the URL, each after "&".
     std::string Address(const std::string& store, const std::string& user = "postgres",
-                        const std::string& host = "") const
+                        const std::string& host = "", const std::string& more = "") const
     {
         return "postgresql://" + user +
-               "@/postgres?connect_timeout=2&host=" + (host.empty() ? m_folder : host) + "#" +
-               store;
+               "@/postgres?connect_timeout=2&host=" + (host.empty() ? m_folder : host) + more +
+               "#" + store;
     }
+    /// Of its socket, and the host that reaches it.
+    const std::string& Folder() const { return m_folder; }
     std::string Socket() const { return m_folder + "/.s.PGSQL.5432"; }
     static std::string NewName()
     {

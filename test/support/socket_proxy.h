@@ -6,14 +6,17 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <string_view>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -26,7 +29,36 @@ public:
         CutBefore, ///< the connection ends, the server gets nothing
         CutAfter,  ///< the server gets it, and the client no answer
         HoldBack,  ///< the client waits; the server gets it when the client has gone away
+        Reply,     ///< the client gets another answer, the server nothing
+        ReplyAfter ///< the client gets another answer than that of the server
     };
+    /// An answer to a batch of statements. After one that is `fatal` the connection ends.
+    struct Answer {
+        std::string bytes;
+        bool fatal = false;
+    };
+    static Answer Refusal(const std::string& state, bool fatal = false)
+    {
+        const std::string fields = std::string(fatal ? "SFATAL" : "SERROR") + '\0' +
+                                   (fatal ? "VFATAL" : "VERROR") + '\0' + "C" + state + '\0' +
+                                   "Mthe server refuses" + '\0' + "Dthe row was (secret)" + '\0';
+        return {Message('E', fields + '\0') + (fatal ? "" : Message('Z', "I")), fatal};
+    }
+    /// One row of one text.
+    static Answer Text(const std::string& text)
+    {
+        const auto number = [](std::size_t value, int bytes) {
+            std::string written;
+            for (int shift = 8 * (bytes - 1); shift >= 0; shift -= 8)
+                written += static_cast<char>(value >> shift);
+            return written;
+        };
+        const std::string column = number(1, 2) + "text" + '\0' + number(0, 6) + number(25, 4) +
+                                   number(0xffff, 2) + number(0, 4) + number(1, 2);
+        return {Message('1', "") + Message('2', "") + Message('T', column) +
+                Message('D', number(1, 2) + number(text.size(), 4) + text) +
+                Message('C', std::string("SELECT 1") + '\0') + Message('Z', "I")};
+    }
 
     explicit SocketProxy(std::string server) : m_server(std::move(server))
     {
@@ -34,6 +66,9 @@ public:
         m_folder = mkdtemp(name.data());
         m_listener = Socket(m_folder + "/.s.PGSQL.5432", bind);
         listen(m_listener, 20);
+        // A server may be a client too, and another user.
+        chmod(m_folder.c_str(), 0755);
+        chmod((m_folder + "/.s.PGSQL.5432").c_str(), 0777);
         m_threads.emplace_back([this] { Accept(); });
     }
     ~SocketProxy()
@@ -54,18 +89,40 @@ public:
         m_harm = harm;
         m_left = piece;
     }
-    /// Harms the next piece that has a text in it.
-    void PlanAt(const std::string& text, Harm harm)
+    /// Harms the next piece that has a text in it, after a call.
+    void PlanAt(const std::string& text, Harm harm, std::function<void()> call = {})
+    {
+        const std::lock_guard guard(m_mutex);
+        m_call = std::move(call);
+        m_harm = harm;
+        m_text = text;
+        m_times = 1;
+    }
+    /// Answers the next batches that have a text in them, so many of them.
+    void PlanReply(const std::string& text, Answer answer, int times = 1, Harm harm = Harm::Reply)
     {
         const std::lock_guard guard(m_mutex);
         m_harm = harm;
         m_text = text;
+        m_times = times;
+        m_answer = std::move(answer);
     }
+    /// How many planned answers were given.
+    int Replies() const { return m_replies; }
     bool HasHarmed() const { return m_left <= 0; }
     /// How often a client has sent something after the server had answered all.
     int Trips() const { return m_trips; }
 
 private:
+    static constexpr std::string_view kSync{"S\0\0\0\4", 5};
+
+    static std::string Message(char type, const std::string& body)
+    {
+        std::string size;
+        for (int shift = 24; shift >= 0; shift -= 8)
+            size += static_cast<char>((body.size() + 4) >> shift);
+        return type + size + body;
+    }
     template <class Call>
     static int Socket(const std::string& path, Call call)
     {
@@ -119,8 +176,7 @@ private:
                 m_trips += answered ? 1 : 0;
                 answered = false;
                 if (IsPlanned(client)) {
-                    Do(client, server);
-                    open = false;
+                    open = Do(client, server);
                 } else {
                     open = Pass(client, server);
                 }
@@ -136,15 +192,21 @@ private:
         const ssize_t size = recv(client, piece.data(), piece.size(), MSG_PEEK);
         const std::lock_guard guard(m_mutex);
         if (size > 0 && !m_text.empty() && piece.find(m_text) < static_cast<std::size_t>(size)) {
-            m_text.clear();
+            if (--m_times <= 0)
+                m_text.clear();
             return true;
         }
         return --m_left == 0;
     }
-    void Do(int client, int server)
+    /// Returns whether the connection goes on.
+    bool Do(int client, int server)
     {
+        if (const auto call = std::exchange(m_call, {}))
+            call();
         if (m_harm == Harm::CutBefore)
-            return;
+            return false;
+        if (m_harm == Harm::Reply || m_harm == Harm::ReplyAfter)
+            return Reply(client, server);
         pollfd gone{client, POLLRDHUP, 0};
         while (m_harm == Harm::HoldBack && !m_ended && poll(&gone, 1, 20) == 0)
             continue;
@@ -156,6 +218,28 @@ private:
         pollfd waited{server, POLLIN, 0};
         while (poll(&waited, 1, 50) == 1 && read(server, answer, sizeof answer) > 0)
             continue;
+        return false;
+    }
+    /// Batches are small enough here to come and go in one piece, a few in one as well.
+    bool Reply(int client, int server)
+    {
+        char piece[1 << 16];
+        char unread[1 << 16];
+        const ssize_t size = read(client, piece, sizeof piece);
+        if (m_harm == Harm::ReplyAfter &&
+            (send(server, piece, static_cast<std::size_t>(size), MSG_NOSIGNAL) != size ||
+             read(server, unread, sizeof unread) <= 0))
+            return false;
+        const std::lock_guard guard(m_mutex);
+        std::string answers = m_answer.bytes;
+        const std::string_view batches(piece, static_cast<std::size_t>(size));
+        for (auto at = batches.find(kSync); at != std::string_view::npos && !m_answer.fatal;) {
+            at = batches.find(kSync, at + 1);
+            answers += at == std::string_view::npos ? "" : m_answer.bytes;
+        }
+        ++m_replies;
+        const auto sent = send(client, answers.data(), answers.size(), MSG_NOSIGNAL);
+        return !m_answer.fatal && sent > 0;
     }
 
     const std::string m_server;
@@ -163,10 +247,14 @@ private:
     int m_listener = -1;
     std::atomic<bool> m_ended{false};
     std::atomic<int> m_trips{0};
+    std::atomic<int> m_replies{0};
     std::atomic<int> m_left{1 << 30};
     std::atomic<Harm> m_harm{};
     std::mutex m_mutex;
     std::string m_text;
+    int m_times = 0;
+    Answer m_answer;
+    std::function<void()> m_call;
     std::vector<std::thread> m_threads; ///< of the first, which accepts
 };
 

@@ -4,7 +4,6 @@
 #include <kotms.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
 #include <iterator>
 #include <random>
@@ -39,15 +38,6 @@ inline std::u16string UnitsOf(const KoString& text)
     return units;
 }
 
-/// A text in the first of code set 1 and 253 that has all of its characters.
-inline KoString Text(const std::u16string& units)
-{
-    KoString text(reinterpret_cast<const unsigned short*>(units.c_str()),
-                  static_cast<unsigned short>(units.size()));
-    KoString narrow;
-    return narrow.CopyMapped(text, KoCS_LATIN1, -1) == 0 ? narrow : text;
-}
-
 /// A text of the given code set and language, from its characters as they are.
 inline KoString Text(const std::u16string& units, unsigned char codeSet, unsigned char language = 0)
 {
@@ -61,25 +51,6 @@ inline KoString Text(const std::u16string& units, unsigned char codeSet, unsigne
     text.SetCodeSetCode(codeSet);
     text.SetLanguage(language);
     return text;
-}
-
-/// The identifiers whose code set has a table of its own, and one of either width without.
-inline constexpr unsigned char kCodeSets[] = {1,  2,  3,  4,  5,  6,  7,  8,  9,  10,  11, 13, 14,
-                                              15, 16, 20, 21, 22, 30, 31, 32, 33, 34,  35, 36, 37,
-                                              38, 40, 41, 42, 43, 44, 45, 46, 77, 230, 253};
-
-inline std::string Show(const KoString& text)
-{
-    if (text.IsNullValue())
-        return "null";
-    std::string shown =
-        std::to_string(text.CodeSet()) + ":" + std::to_string(text.Language()) + ":";
-    char hex[8];
-    for (const char16_t unit : UnitsOf(text)) {
-        std::snprintf(hex, sizeof hex, unit < 0x80 && unit >= ' ' ? "%c" : "<%X>", unit);
-        shown += hex;
-    }
-    return shown;
 }
 
 class Random

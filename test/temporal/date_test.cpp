@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <limits>
+#include <climits>
 #include <random>
 
 namespace
@@ -13,8 +13,6 @@ namespace
 
 constexpr int kDayOf1970 = 2440588;
 constexpr int kLastDay = 13689325; // 32767-12-31
-constexpr int kIntMax = std::numeric_limits<int>::max();
-constexpr int kIntMin = std::numeric_limits<int>::min();
 
 /// A date between the smallest and the largest fields, in the calendar more often than not.
 KoDate AnyDate(std::mt19937& random)
@@ -78,8 +76,8 @@ TEST(KoDate, ArithmeticIsThatOfDayNumbers)
     EXPECT_EQ(--KoDate(2024, 3, 1), KoDate(2024, 2, 29));
     // The day number wraps; nothing overflows.
     const KoDate late(32767, 127, 127);
-    EXPECT_EQ(late + kIntMax, KoDate(static_cast<int>(13692923U + 2147483647U)));
-    EXPECT_EQ(late - kIntMin, KoDate(static_cast<int>(13692923U + 2147483648U)));
+    EXPECT_EQ(late + INT_MAX, KoDate(static_cast<int>(13692923U + 2147483647U)));
+    EXPECT_EQ(late - INT_MIN, KoDate(static_cast<int>(13692923U + 2147483648U)));
 }
 
 TEST(KoDate, ValidDates)
@@ -121,7 +119,7 @@ TEST(KoDate, DivisionCutsTowardsZero)
         using KoDate::modulo;
     };
     const Derived date;
-    EXPECT_TRUE(date.divide(-5, 3) == -1 && date.divide(kIntMin, -3) == 715827882);
+    EXPECT_TRUE(date.divide(-5, 3) == -1 && date.divide(INT_MIN, -3) == 715827882);
     EXPECT_TRUE(date.modulo(-5, 3) == -2 && date.modulo(5, -3) == -2 && date.modulo(-5, -3) == 2);
     EXPECT_EQ(date.divide(5, 0) + date.modulo(5, 0), 0);
 }

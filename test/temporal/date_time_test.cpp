@@ -1,18 +1,18 @@
 #include "support/clock.h"
 #include "support/value.h"
 
-#include <kotms.h>
+#include <kostd.h>
 
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <climits>
 #include <limits>
 #include <random>
 
 namespace
 {
 
-constexpr int kIntMax = std::numeric_limits<int>::max();
 constexpr o_8b kMax = std::numeric_limits<o_8b>::max();
 constexpr o_8b kMin = std::numeric_limits<o_8b>::min();
 const KoTimeStampRec kNow = {2024, 2, 29, 23, 30, 5, 700};
@@ -23,14 +23,6 @@ KoDateTime At(int year, int month, int day, int hour, int minute, int second)
 }
 
 } // namespace
-
-// Where argument-dependent look-up finds it.
-static std::ostream& operator<<(std::ostream& out, const KoDateTimeN& value)
-{
-    return out << value.Date().Year() << '-' << value.Date().Month() << '-' << value.Date().Day()
-               << ' ' << value.Time().Hour() << ':' << value.Time().Minute() << ':'
-               << value.Time().Second() << '.' << value.NanoSeconds();
-}
 
 TEST(KoDateTime, ZonesMoveOneDayAtTheMost)
 {
@@ -154,7 +146,7 @@ TEST(KoDateTimeN, Sums)
         << "modulo 2^64";
     // Counts at their limits leave some valid time and overflow nothing.
     for (const o_8b n : {kMax, kMin}) {
-        value = KoDateTimeN(2024, 1, 1, 127, 127, 127, kIntMax);
+        value = KoDateTimeN(2024, 1, 1, 127, 127, 127, INT_MAX);
         value.AddSeconds(n);
         value.AddNanoSeconds(n);
         EXPECT_NE(KoTime(value.Time()).IsTime(), 0) << value;

@@ -29,7 +29,7 @@ TEST(TemporalText, IsAsDocumented)
     const auto root = std::filesystem::path(KO_TEST_DATA).parent_path().parent_path();
     std::ifstream document(root / "doc" / "text.md");
     ASSERT_TRUE(document);
-    const TemporalFields moment = Fields(kDateTimeN, {2024, 3, 5, 13, 5, 9, 250'000'000});
+    const TemporalFields moment{kDateTimeN, false, 2024, 3, 5, 13, 5, 9, 250'000'000};
     std::string directives;
     int spans = 0;
     bool inSection = false;

@@ -6,15 +6,12 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <limits>
+#include <climits>
 #include <random>
 #include <string>
 
 namespace
 {
-
-constexpr int kIntMax = std::numeric_limits<int>::max();
-constexpr int kIntMin = std::numeric_limits<int>::min();
 
 int Key(const d_Date& date)
 {
@@ -130,7 +127,7 @@ TEST(OdmgInterval, Arithmetic)
 {
     EXPECT_EQ(d_Interval(1, -2, 0, 0).Seconds(), -93600.0F) << "one negative part turns the whole";
     EXPECT_EQ(d_Interval(1, 2, 3, 4.5F).Seconds(), 93784.5F);
-    EXPECT_EQ(d_Interval(kIntMin).Seconds(), -2147483648.0F * 86400.0F);
+    EXPECT_EQ(d_Interval(INT_MIN).Seconds(), -2147483648.0F * 86400.0F);
     EXPECT_EQ((d_Interval(2) + d_Interval(0, 1)).Seconds(), 176400.0F);
     EXPECT_EQ((d_Interval(2) * -3).Seconds(), -518400.0F);
     EXPECT_EQ((d_Interval(3) / 2).Seconds(), 129600.0F);
@@ -151,7 +148,7 @@ TEST(OdmgTime, ConstructionAndZones)
                                        {-1, 23595900},
                                        {-86400, 0},
                                        {-100000, 20132000},
-                                       {kIntMin, 20455200}})
+                                       {INT_MIN, 20455200}})
         EXPECT_EQ(Key(d_Time(seconds)), key) << seconds;
 
     const ZoneScope zone(d_Time::GMT2);
@@ -224,7 +221,7 @@ TEST(OdmgTimestamp, SumsGoBack)
         ASSERT_EQ(to - Seconds(seconds), from) << "and back";
     }
     const d_Timestamp far = d_Timestamp(d_Date(2024, 1, 1)) + Seconds(1e38);
-    EXPECT_EQ(Key(far.date()), Key(d_Date(2024, 1, 1) + d_Interval(kIntMax)));
+    EXPECT_EQ(Key(far.date()), Key(d_Date(2024, 1, 1) + d_Interval(INT_MAX)));
 }
 
 TEST(OdmgTimestamp, PartsAndOrder)

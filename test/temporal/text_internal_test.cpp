@@ -25,7 +25,7 @@ TEST(TemporalText, PrintsFractionsAsPrintfDoes)
             char expected[40];
             std::snprintf(expected, sizeof expected, "%0*.*lf", decimals == 0 ? 2 : decimals + 3,
                           decimals, second + nano / 1e9);
-            EXPECT_EQ(Print(Fields(kOdmgInterval, {.second = second, .nanoseconds = nano}), "%f"),
+            EXPECT_EQ(Print({.kind = kOdmgInterval, .second = second, .nanoseconds = nano}, "%f"),
                       expected);
         }
     }
@@ -33,7 +33,7 @@ TEST(TemporalText, PrintsFractionsAsPrintfDoes)
 
 TEST(TemporalText, PrintsFormatsOfAnyLength)
 {
-    const TemporalFields fields = Fields(kDateTimeN, {2024, 3, 5, 13, 5, 9, 123'456'789});
+    const TemporalFields fields{kDateTimeN, false, 2024, 3, 5, 13, 5, 9, 123'456'789};
     const std::string one = Print(fields, "%X ");
     std::string format;
     std::string all = "before ";

@@ -1,118 +1,57 @@
-#include "base/arguments.h"
-#include "base/utf8.h"
-#include "base/version.h"
-#include "base/visible.h"
-#include "check/checker.h"
-#include "engine/broken_page.h"
+#include "arguments.h"
 #include "explain.h"
-#include "import/importer.h"
-#include "object/object_store.h"
 #include "query.h"
+#include "store_commands.h"
+#include "text.h"
 #include "type_commands.h"
-#include <kostore.h>
 
 #include <CLI/CLI.hpp>
-#include <kotmsdll.h>
+#include <kostore.h>
+#include <kotms.h>
 
 #include <unistd.h>
 
 #include <algorithm>
 #include <csignal>
-#include <fstream>
 #include <iostream>
 #include <new>
-#include <sstream>
 
 namespace
 {
 
+using ko::store::EndOnBrokenPages;
+using ko::store::Error;
+using ko::store::ErrorCode;
+using ko::store::ImportRequest;
+using ko::store::Store;
 using namespace kotm;
-using namespace ko::store;
-using namespace ko::store::inner;
 
-/// The program's exit status. Errors end it with the numbers of their codes.
+/// The program's exit status.
 enum class Exit : int {
     Done = 0,
     Rejected = 1, ///< some rows were rejected, the others are stored
+    Usage = 2,
+    Damaged = 3,
+    Io = 4, ///< whatever else keeps a store from being worked with
 };
 
-std::string ReadFile(const std::string& path)
+Exit ExitOf(ErrorCode code)
 {
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream text;
-    text << file.rdbuf();
-    if (!file || text.fail())
-        throw Error(ErrorCode::Io, path + ": cannot be read");
-    return text.str();
-}
-
-/// Only "check" looks at the pages of a store before LMDB does, which trusts them. A file that
-/// becomes shorter, or that the disk no longer gives, is a fault too while it is mapped.
-void ExpectBrokenPages()
-{
-    lmdb::SetBrokenPageHandler(lmdb::EndOnBrokenPage);
-    for (const int fault : {SIGSEGV, SIGBUS})
-        std::signal(fault, [](int) { lmdb::EndOnBrokenPage(); });
-}
-
-/// "A=FORMAT", as --print takes it.
-void AddPrint(QueryRequest& request, const std::string& argument)
-{
-    const std::size_t at = argument.find('=');
-    if (at == 0 || at == std::string::npos || at + 1 == argument.size())
-        throw Error(ErrorCode::Usage, "--print: \"" + argument + "\" is not ATTRIBUTE=FORMAT");
-    const std::string format = argument.substr(at + 1);
-    for (std::size_t i = 0; i < format.size();) {
-        if (DecodeUtf8(format, i) < 0)
-            throw Error(ErrorCode::Usage, "--print: the format " + Quoted(format) + " is no UTF-8");
+    switch (code) {
+    case ErrorCode::Usage:
+        return Exit::Usage;
+    case ErrorCode::Damaged:
+        return Exit::Damaged;
+    default:
+        return Exit::Io;
     }
-    request.prints[argument.substr(0, at)] = format;
 }
 
-Exit RunImport(const ImportRequest& request, const std::string& schemaPath)
+/// Without the fifth number, that of a build.
+std::string Version()
 {
-    const Schema schema = Schema::FromJson(ReadFile(schemaPath), schemaPath);
-    ExpectBrokenPages();
-    const ImportResult result = Import(request, schema, std::cerr);
-    std::cerr << "rows read " << result.Read() << ", stored " << result.stored << ", rejected "
-              << result.rejected << '\n';
-    return result.rejected == 0 ? Exit::Done : Exit::Rejected;
-}
-
-/// The words of a command that takes texts, the last one first, as the parser wants them. Options
-/// and their values are moved before a "--" and all other words, so that a text may begin with a
-/// hyphen, as "-inf" does; one that begins with two stands after a "--" of the caller. Where an
-/// option is unknown or lacks its value, the words stay as they are for the parser to say so.
-std::vector<std::string> OptionsFirst(const CLI::App& command, std::vector<std::string> words)
-{
-    std::vector<std::string> ordered = {words[0]};
-    std::vector<std::string> texts = {"--"};
-    bool sound = true;
-    for (std::size_t i = 1; i < words.size() && sound; ++i) {
-        if (words[i] == "--") {
-            texts.insert(texts.end(), words.begin() + static_cast<std::ptrdiff_t>(i) + 1,
-                         words.end());
-            break;
-        }
-        const bool isHelp = words[i] == "-h" || words[i] == "--help";
-        const bool isOption = isHelp || words[i].starts_with("--");
-        (isOption ? ordered : texts).push_back(words[i]);
-        if (!isOption)
-            continue;
-        const std::size_t equals = words[i].find('=');
-        sound = command.get_option_no_throw(words[i].substr(0, equals)) != nullptr;
-        if (!isHelp && equals == std::string::npos) {
-            sound = sound && ++i < words.size();
-            if (sound)
-                ordered.push_back(words[i]);
-        }
-    }
-    if (texts.size() > 1)
-        ordered.insert(ordered.end(), texts.begin(), texts.end());
-    if (!sound)
-        ordered = std::move(words);
-    std::reverse(ordered.begin(), ordered.end());
-    return ordered;
+    const std::string version = ko_version();
+    return version.substr(0, version.rfind('.'));
 }
 
 /// Builds the command line; each subcommand sets `run` when it is chosen.
@@ -122,7 +61,7 @@ public:
     Commands()
     {
         m_app.require_subcommand(1);
-        m_app.set_version_flag("--version", "kotm " + LibraryVersion());
+        m_app.set_version_flag("--version", "kotm " + Version());
         AddTypes();
         AddConvert();
         AddInspect();
@@ -133,18 +72,25 @@ public:
         AddCheck();
         AddIndex();
         AddReindex();
+        AddCompact();
+        AddCopy();
+        AddClean();
+        AddGrant();
     }
 
-    Exit Run(int argc, char** argv)
+    /// Takes the words behind the program's name.
+    Exit Run(std::vector<std::string> words)
     {
-        if (argc > 1)
-            RequireCommand(argv[1]);
+        if (!words.empty())
+            RequireCommand(words[0]);
         try {
-            const std::string name = argc > 1 ? argv[1] : "";
-            if (name == "convert" || name == "sortkey")
-                m_app.parse(OptionsFirst(*m_app.get_subcommand(name), {argv + 1, argv + argc}));
-            else
-                m_app.parse(argc, argv);
+            const std::string name = words.empty() ? "" : words[0];
+            if (name == "convert" || name == "sortkey") {
+                words = OptionsFirst(*m_app.get_subcommand(name), std::move(words));
+            } else {
+                std::reverse(words.begin(), words.end());
+            }
+            m_app.parse(std::move(words));
         } catch (const CLI::Success& wish) {
             m_app.exit(wish, std::cout, std::cerr);
             return Exit::Done;
@@ -238,15 +184,16 @@ private:
         CLI::App* command = m_app.add_subcommand("import", "Store the rows of a CSV file");
         command->add_option("STORE", m_import.store, "Store, made where there is none")->required();
         command->add_option("CSV", m_import.csv, "CSV file with a header, in UTF-8")->required();
-        command->add_option("--schema", m_schema, "Schema of the class, in JSON")->required();
+        command->add_option("--schema", m_import.schemaFile, "Schema of the class, in JSON")
+            ->required();
         CLI::Option* rejects =
             command->add_option("--rejects", m_import.rejects, "File for rejected rows");
         On(command, [this, rejects] {
             if (rejects->count() != 0 && m_import.rejects.empty())
                 throw Error(ErrorCode::Usage, "--rejects: the name of a file is missing");
-            m_import.schema = m_schema;
             m_import.progress = isatty(STDERR_FILENO) != 0;
-            return RunImport(m_import, m_schema);
+            EndOnBrokenPages();
+            return Import(m_import, std::cerr).rejected == 0 ? Exit::Done : Exit::Rejected;
         });
     }
 
@@ -266,8 +213,10 @@ private:
         command->add_option("--output", m_output, "table, csv or json")->capture_default_str();
         command->add_flag("--count", m_query.count, "Print the number of objects alone");
         On(command, [this] {
-            for (const std::string& print : m_prints)
-                AddPrint(m_query, print);
+            for (const std::string& print : m_prints) {
+                auto [attribute, format] = ReadPrint(print);
+                m_query.prints[std::move(attribute)] = std::move(format);
+            }
             if (m_columns)
                 m_query.columns = ReadNames("--columns", *m_columns);
             if (m_limit)
@@ -276,7 +225,7 @@ private:
                 RowWriter::Kind::Table, RowWriter::Kind::Csv, RowWriter::Kind::Json};
             m_query.output = kKinds[ReadWord("--output", m_output, {"table", "csv", "json"})];
             m_query.toTerminal = isatty(STDOUT_FILENO) != 0;
-            ExpectBrokenPages();
+            EndOnBrokenPages();
             Query(m_query, std::cout);
             return Exit::Done;
         });
@@ -291,7 +240,7 @@ private:
         command->add_option("--output", m_output, "table or json")->capture_default_str();
         On(command, [this] {
             m_explain.json = ReadWord("--output", m_output, {"table", "json"}) == 1;
-            ExpectBrokenPages();
+            EndOnBrokenPages();
             Explain(m_explain, std::cout);
             return Exit::Done;
         });
@@ -302,10 +251,8 @@ private:
         CLI::App* command = m_app.add_subcommand("check", "Look for damage in a store");
         command->add_option("STORE", m_checked, "Store")->required();
         On(command, [this] {
-            ExpectBrokenPages();
-            if (CheckStore(m_checked, std::cout) == 0)
-                return Exit::Done;
-            return static_cast<Exit>(ErrorCode::Damaged);
+            EndOnBrokenPages();
+            return Check(m_checked, std::cout) ? Exit::Done : Exit::Damaged;
         });
     }
 
@@ -317,20 +264,8 @@ private:
         command->add_option("ATTRIBUTE", m_attribute, "Attribute")->required();
         On(command, [this] {
             const bool drops = ReadWord("ACTION", m_action, {"add", "drop"}) == 1;
-            ExpectBrokenPages();
-            const auto store = ObjectStore::Open(m_changed, Mode::Grow);
-            const Schema& schema = store->GetSchema();
-            const Attribute* attribute = schema.Find(m_attribute);
-            if (attribute == nullptr)
-                throw Error(ErrorCode::Usage, schema.NoAttribute(m_attribute));
-            if (attribute->index != drops)
-                throw Error(ErrorCode::Usage, m_changed + ": the attribute " + Quoted(m_attribute) +
-                                                  (drops ? " has no index" : " has an index"));
-            const auto place = static_cast<std::size_t>(attribute - schema.attributes.data());
-            if (drops)
-                store->DropIndex(place);
-            else
-                store->AddIndex(place);
+            EndOnBrokenPages();
+            ChangeIndex(m_changed, m_attribute, drops);
             return Exit::Done;
         });
     }
@@ -341,8 +276,62 @@ private:
             "reindex", "Make all indexes anew, under the order of this program");
         command->add_option("STORE", m_changed, "Store")->required();
         On(command, [this] {
-            ExpectBrokenPages();
-            ObjectStore::Open(m_changed, Mode::Grow)->Reindex();
+            EndOnBrokenPages();
+            Store::Open(m_changed, ko::store::Mode::Grow).Reindex();
+            return Exit::Done;
+        });
+    }
+
+    void AddCopy()
+    {
+        CLI::App* command = m_app.add_subcommand(
+            "copy", "Copy a store to another address, between files and databases");
+        command->add_option("FROM", m_checked, "Store")->required();
+        command->add_option("TO", m_changed, "Address where there is none")->required();
+        On(command, [this] {
+            EndOnBrokenPages();
+            const std::uint64_t objects = ko::store::Copy(m_checked, m_changed);
+            std::cerr << "objects copied " << objects << '\n';
+            return Exit::Done;
+        });
+    }
+
+    void AddCompact()
+    {
+        CLI::App* command =
+            m_app.add_subcommand("compact", "Join the small rows that changes leave in indexes");
+        command->add_option("STORE", m_changed, "Store")->required();
+        On(command, [this] {
+            EndOnBrokenPages();
+            const std::uint64_t rows = Store::Open(m_changed, ko::store::Mode::Change).Compact();
+            std::cerr << "index rows joined " << rows << '\n';
+            return Exit::Done;
+        });
+    }
+
+    void AddClean()
+    {
+        CLI::App* command =
+            m_app.add_subcommand("clean", "Clear away what killed imports left behind");
+        command->add_option("STORE", m_changed, "Store")->required();
+        On(command, [this] {
+            const std::size_t removed = ko::store::Clean(m_changed);
+            std::cerr << "leftovers removed " << removed << '\n';
+            return Exit::Done;
+        });
+    }
+
+    void AddGrant()
+    {
+        CLI::App* command = m_app.add_subcommand(
+            "grant", "Print the statements that let roles of a database use a store");
+        command->add_option("STORE", m_changed, "Store in a database")->required();
+        command->add_option("--reader", m_reader, "Role that may read it");
+        command->add_option("--writer", m_writer, "Role that may change its objects");
+        On(command, [this] {
+            if (m_reader.empty() && m_writer.empty())
+                throw Error(ErrorCode::Usage, "grant: --reader or --writer is missing");
+            std::cout << ko::store::GrantStatements(m_changed, m_reader, m_writer);
             return Exit::Done;
         });
     }
@@ -356,7 +345,6 @@ private:
     std::string m_format = std::to_string(KoFMT_LITTLE);
     std::string m_word = "0x10";
     bool m_key = false;
-    std::string m_schema;
     ImportRequest m_import;
     QueryRequest m_query;
     ExplainRequest m_explain;
@@ -368,6 +356,8 @@ private:
     std::string m_changed; ///< a store
     std::string m_action;
     std::string m_attribute;
+    std::string m_reader; ///< a role
+    std::string m_writer;
 };
 
 /// The library's context, for as long as the program runs.
@@ -379,12 +369,17 @@ struct Context {
 int Guarded(int argc, char** argv)
 {
     const auto fail = [](ErrorCode code, const char* message, const std::string& lines = {}) {
-        std::cerr << "kotm: " << Visible(message) << '\n' << lines;
-        return static_cast<int>(code);
+        std::cerr << "kotm: " << ko::store::Visible(message) << '\n' << lines;
+        return static_cast<int>(ExitOf(code));
     };
     try {
         const Context context;
-        const Exit status = Commands().Run(argc, argv);
+        bool hidden;
+        std::vector<std::string> words = TakeWords(argc, argv, hidden);
+        if (hidden)
+            std::cerr << "kotm: other programs may have seen the password of the address: use "
+                         "PGPASSWORD or a password file\n";
+        const Exit status = Commands().Run(std::move(words));
         std::cout.flush();
         if (!std::cout)
             return fail(ErrorCode::Io, "standard output cannot be written");

@@ -1,10 +1,8 @@
 #include "output.h"
 
-#include "base/utf8.h"
-#include "base/visible.h"
-#include "schema/value_type.h"
+#include "text.h"
 
-#include <kostring.h>
+#include <kostore.h>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
@@ -13,8 +11,7 @@
 namespace kotm
 {
 
-using namespace ko::store;
-using namespace ko::store::inner;
+using ko::store::Visible;
 
 namespace
 {
@@ -27,7 +24,7 @@ class TableWriter : public RowWriter
 public:
     TableWriter(const std::vector<Column>& columns, std::ostream& out) : RowWriter(out)
     {
-        AppendUtf8(m_null, KoTypeMgr::GetNullPrintString());
+        ko::store::Codec({"", "", ko::Type::Find("KoString").value()}).Print({}, m_null);
         std::vector<std::string> header;
         for (const Column& column : columns) {
             header.push_back(Visible(column.name));

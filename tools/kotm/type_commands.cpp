@@ -1,13 +1,9 @@
 #include "type_commands.h"
 
-#include "base/visible.h"
+#include "memory_value.h"
 #include "output.h"
-#include "schema/field_reader.h"
-#include "schema/value_type.h"
-#include <kostore.h>
 
-#include <kostring.h>
-#include <nlohmann/json.hpp>
+#include <kostore.h>
 
 #include <cctype>
 #include <cstdio>
@@ -16,8 +12,9 @@
 namespace kotm
 {
 
-using namespace ko::store;
-using namespace ko::store::inner;
+using ko::store::Error;
+using ko::store::ErrorCode;
+using ko::store::Visible;
 
 namespace
 {
@@ -65,16 +62,6 @@ std::string FromHex(const std::string& hex)
     return bytes;
 }
 
-std::string LengthFault(const ValueType& type, std::string_view bytes, unsigned char format)
-{
-    const std::string given = std::to_string(bytes.size()) + " bytes";
-    if (type.FixedSize() != 0)
-        return given + " where " + type.Name() + " takes " + std::to_string(type.FixedSize());
-    const std::size_t size = type.SizeAt(bytes, format);
-    return size == 0 ? given + " do not hold a whole " + type.Name()
-                     : given + " where this " + type.Name() + " takes " + std::to_string(size);
-}
-
 std::string Capabilities(o_char id)
 {
     static constexpr struct {
@@ -88,40 +75,6 @@ std::string Capabilities(o_char id)
             names += (names.empty() ? "" : ",") + std::string(row.name);
     }
     return names;
-}
-
-/// Persistent bytes of a value as `create` makes it; for a fixed-length type, of any value.
-unsigned PersistentLength(o_char id)
-{
-    void* value = Manager().Create(id, 1);
-    if (value == nullptr)
-        return 0;
-    const unsigned length = Manager().DiskLenGet(id, value, kStoreFormat, 1, KoFMT_MEMORY);
-    Manager().Delete(id, value, 1);
-    return length;
-}
-
-std::string NoValue(const std::string& utf8, const std::string& typeName, unsigned errorAt)
-{
-    return Quoted(utf8) + " is no value of the type " + typeName + " (character " +
-           std::to_string(errorAt + 1) + ")";
-}
-
-/// Makes `value` what a text says, strictly.
-void ReadText(Value& value, const std::string& utf8, const std::string& typeName)
-{
-    KoString text;
-    TextFault fault;
-    if (!ToKoString(utf8, 0, text, fault))
-        throw Error(ErrorCode::Usage,
-                    "text, byte " + std::to_string(fault.offset + 1) + ": " + fault.reason);
-    unsigned errorAt = 0;
-    const int code =
-        Manager().ParseFromKoString(value.Type().Id(), value.Get(), text, nullptr, errorAt);
-    if (code == KoRC_NOT_SUPPORTED)
-        throw Error(ErrorCode::Usage, "the type " + typeName + " is not read from text");
-    if (code != 0)
-        throw Error(ErrorCode::Usage, NoValue(utf8, typeName, errorAt));
 }
 
 Error NoOrder(const std::string& typeName, unsigned short word)
@@ -165,13 +118,11 @@ void ConvertTexts(const std::string& typeName, const std::vector<std::string>& t
                   std::uint64_t format, std::ostream& out)
 {
     const unsigned char persistent = PersistentFormat(format);
-    Value value(ValueType::Named(typeName));
+    MemoryValue value(typeName);
     std::string lines;
     for (const std::string& utf8 : texts) {
-        ReadText(value, utf8, typeName);
-        std::string bytes;
-        value.Store(bytes, persistent);
-        lines += ToHex(bytes) + '\n';
+        value.Read(utf8);
+        lines += ToHex(value.Store(persistent)) + '\n';
     }
     out << lines;
 }
@@ -179,11 +130,11 @@ void ConvertTexts(const std::string& typeName, const std::vector<std::string>& t
 void ShowKeys(const std::string& typeName, const std::vector<std::string>& texts,
               unsigned short word, std::ostream& out)
 {
-    Value value(ValueType::Named(typeName));
-    const o_char id = value.Type().Id();
+    MemoryValue value(typeName);
+    const o_char id = value.Type();
     std::string lines;
     for (const std::string& utf8 : texts) {
-        ReadText(value, utf8, typeName);
+        value.Read(utf8);
         const unsigned length = Manager().SortKeyLen(id, value.Get(), KoFMT_MEMORY, 1, word);
         if (length == 0)
             throw NoOrder(typeName, word);
@@ -197,13 +148,13 @@ void ShowKeys(const std::string& typeName, const std::vector<std::string>& texts
 void InspectKey(const std::string& typeName, const std::string& hex, unsigned short word,
                 std::ostream& out)
 {
-    Value value(ValueType::Named(typeName));
+    MemoryValue value(typeName);
     const std::string key = FromHex(hex);
-    const int code = Manager().FromSortKey(value.Type().Id(), value.Get(), key.data(),
+    const int code = Manager().FromSortKey(value.Type(), value.Get(), key.data(),
                                            static_cast<unsigned>(key.size()), 1, word);
     // Without an order even an empty value has no key.
     if (code == KoRC_NOT_SUPPORTED &&
-        Manager().SortKeyLen(value.Type().Id(), value.Get(), KoFMT_MEMORY, 1, word) == 0)
+        Manager().SortKeyLen(value.Type(), value.Get(), KoFMT_MEMORY, 1, word) == 0)
         throw NoOrder(typeName, word);
     if (code == KoRC_NOT_SUPPORTED)
         throw Error(ErrorCode::Usage, "keys of the type " + typeName + " under the word " +
@@ -211,42 +162,33 @@ void InspectKey(const std::string& typeName, const std::string& hex, unsigned sh
     if (code != KoRC_OK)
         throw Error(ErrorCode::Usage, "the bytes are no key of the type " + typeName +
                                           " under the word " + std::to_string(word));
-    std::string text;
-    value.Print(text, nullptr);
     out << "type    " << typeName << '\n'
         << "key     " << ToHex(key) << '\n'
-        << "null    " << (value.Type().HasNull() && value.IsNull() ? "yes" : "no") << '\n'
-        << "text    " << Visible(text) << '\n';
+        << "null    " << (value.IsNull() ? "yes" : "no") << '\n'
+        << "text    " << Visible(value.Text()) << '\n';
 }
 
 void InspectForm(const std::string& typeName, const std::string& hex, std::uint64_t format,
                  std::ostream& out)
 {
     const unsigned char persistent = PersistentFormat(format);
-    const ValueType type = ValueType::Named(typeName);
+    MemoryValue value(typeName);
+    const o_char id = value.Type();
     const std::string bytes = FromHex(hex);
-    if (bytes.empty() || type.SizeAt(bytes, persistent) != bytes.size())
-        throw Error(ErrorCode::Usage, LengthFault(type, bytes, persistent));
-    Value value(type);
-    if (!value.LoadUntrusted(bytes, persistent))
-        throw Error(ErrorCode::Usage, "the bytes are no value of the type " + typeName);
-    const bool null = type.HasNull() && value.IsNull();
+    value.Load(bytes, persistent);
     int status = 0;
-    const unsigned hash = Manager().Hash(type.Id(), 0, value.Get(), 1, KoFMT_MEMORY, status);
+    const unsigned hash = Manager().Hash(id, 0, value.Get(), 1, KoFMT_MEMORY, status);
     char hashText[16];
     std::snprintf(hashText, sizeof hashText, "0x%08x", hash);
-    std::string text;
-    value.Print(text, nullptr);
-    std::string written;
-    value.Store(written, persistent);
-    out << "type    " << typeName << " (" << Manager().TypeIdNameGet(type.Id()) << ", id "
-        << static_cast<int>(type.Id()) << ")\n"
+    const std::string written = value.Store(persistent);
+    out << "type    " << typeName << " (" << Manager().TypeIdNameGet(id) << ", id "
+        << static_cast<int>(id) << ")\n"
         << "form    " << ToHex(bytes) << '\n'
         << "format  " << format << '\n'
         << "length  " << bytes.size() << '\n'
-        << "null    " << (null ? "yes" : "no") << '\n'
+        << "null    " << (value.IsNull() ? "yes" : "no") << '\n'
         << "hash    " << hashText << '\n'
-        << "text    " << Visible(text) << '\n';
+        << "text    " << Visible(value.Text()) << '\n';
     if (written != bytes)
         out << "written " << ToHex(written) << '\n';
 }

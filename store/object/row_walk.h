@@ -1,0 +1,51 @@
+#ifndef KO_STORE_OBJECT_ROW_WALK_H
+#define KO_STORE_OBJECT_ROW_WALK_H
+
+#include "engine/engine.h"
+
+#include <cstddef>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace ko::store::inner
+{
+
+/// A walk over rows whose checksums are proved, and which must stand in order. With `provesEnds`
+/// the rows beside the range are proved as well: one whose key was damaged may have left the range.
+/// Throws Error (ErrorCode::Damaged).
+class RowWalk
+{
+public:
+    RowWalk(Reader& reader, Space space, const Range& range, Direction direction, bool provesEnds);
+
+    /// Moves to the next row; false behind the last one. `atOnce`: rows to ask the engine for.
+    bool Next(std::size_t atOnce);
+    /// Of the row, without its checksum. Valid until Next.
+    std::string_view Key() const { return m_key; }
+    std::string_view Bytes() const { return m_bytes; }
+
+private:
+    void ProveStart(Reader& reader, const Range& range) const;
+    bool IsBehind() const;
+
+    Space m_space;
+    bool m_forwards;
+    bool m_provesEnds;
+    Range m_range;
+    std::unique_ptr<Cursor> m_cursor;
+    std::span<const Row> m_rows;
+    std::size_t m_at = 0;
+    bool m_hasEnded = false;
+    std::string m_last; ///< key of the row before
+    std::string_view m_key;
+    std::string_view m_bytes;
+};
+
+/// Proves the rows beside a key that is not there.
+void ProveGap(Reader& reader, Space space, std::string_view key);
+
+} // namespace ko::store::inner
+
+#endif

@@ -1,0 +1,190 @@
+#include "query/answer.h"
+
+#include "query/value_counts.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace ko::store::inner
+{
+
+namespace
+{
+
+/// Objects that are asked for together where all of them are needed.
+constexpr std::size_t kTogether = 4096;
+
+/// Holds the objects of an answer that no index brings in order, or the first `limit` of them.
+class Sorter
+{
+    struct Row {
+        std::string form;
+        std::uint64_t number;
+    };
+
+    /// The order of the index: null first, then the values, equal ones by their objects.
+    auto Order() const
+    {
+        return [this](const Row& a, const Row& b) {
+            int order = 0;
+            int status = 0;
+            if (a.form.empty() || b.form.empty())
+                order = static_cast<int>(b.form.empty()) - static_cast<int>(a.form.empty());
+            else
+                order = ComparePersistent(m_type, a.form, b.form, kPlainOperator, status);
+            if (order == 0)
+                order = a.number < b.number ? -1 : a.number > b.number ? 1 : 0;
+            return m_descending ? order > 0 : order < 0;
+        };
+    }
+
+public:
+    Sorter(o_char type, bool descending, std::uint64_t limit)
+        : m_type(type), m_descending(descending), m_limit(limit)
+    {
+    }
+
+    void Add(std::string_view form, std::uint64_t number)
+    {
+        m_rows.push_back({std::string(form), number});
+        if (m_limit < m_rows.size() / 2 && m_rows.size() >= kTogether)
+            Cut();
+    }
+
+    std::vector<std::uint64_t> Sort()
+    {
+        std::sort(m_rows.begin(), m_rows.end(), Order());
+        if (m_rows.size() > m_limit)
+            m_rows.resize(static_cast<std::size_t>(m_limit));
+        std::vector<std::uint64_t> numbers;
+        for (const Row& row : m_rows)
+            numbers.push_back(row.number);
+        return numbers;
+    }
+
+private:
+    void Cut()
+    {
+        const auto end = m_rows.begin() + static_cast<std::ptrdiff_t>(m_limit);
+        std::nth_element(m_rows.begin(), end, m_rows.end(), Order());
+        m_rows.erase(end, m_rows.end());
+    }
+
+    o_char m_type;
+    bool m_descending;
+    std::uint64_t m_limit;
+    std::vector<Row> m_rows;
+};
+
+} // namespace
+
+std::size_t PlaceOf(const Schema& schema, const std::string& name)
+{
+    if (name == kObjectIdName)
+        return kObjectIdIndex;
+    const Attribute* attribute = schema.Find(name);
+    if (attribute == nullptr)
+        throw Error(ErrorCode::Usage, schema.NoAttribute(name));
+    return static_cast<std::size_t>(attribute - schema.attributes.data());
+}
+
+Answer::Answer(Snapshot& snapshot, const Query& query, bool count)
+    : m_snapshot(snapshot), m_descending(query.descending), m_left(query.limit)
+{
+    if (!query.predicate.empty()) {
+        m_condition =
+            Condition::Make(ParsePredicate(query.predicate), query.predicate, snapshot.GetSchema());
+        m_plan = MakePlan(snapshot, *m_condition, count);
+        m_range = m_plan.range;
+    }
+    if (!query.order.empty() && !count)
+        ChooseOrder(query);
+}
+
+std::vector<Group> Answer::CountBy(std::size_t attribute)
+{
+    ValueCounts counts(m_snapshot, attribute);
+    Start().Each(attribute,
+                 [&](const BlockAt& block, const SlotBits& slots) { counts.Add(block, slots); });
+    return counts.Groups();
+}
+
+void Answer::ChooseOrder(const Query& query)
+{
+    const Schema& schema = m_snapshot.GetSchema();
+    const std::size_t order = PlaceOf(schema, query.order);
+    if (order == kObjectIdIndex) {
+        // The objects themselves lie in this order, and without another one they come in it.
+        if (m_descending) {
+            m_order = order;
+            m_mustSort = m_range && m_range->attribute != kObjectIdIndex;
+        }
+        return;
+    }
+    m_order = order;
+    if (!m_range && schema.attributes[order].index) {
+        const auto narrowed = m_plan.ranges.find(order);
+        m_range = narrowed != m_plan.ranges.end() ? narrowed->second : IndexRange::All(order);
+    }
+    m_mustSort = !m_range || m_range->attribute != order;
+}
+
+Scan& Answer::Start()
+{
+    if (!m_scan) {
+        // What lies in an exact range meets the condition.
+        const bool test = m_condition && !(m_range && m_range->exact);
+        const ScanOrder order = !m_order || m_mustSort ? ScanOrder::Numbers
+                                : m_descending         ? ScanOrder::Backwards
+                                                       : ScanOrder::Forwards;
+        m_scan.emplace(m_snapshot, m_range ? &*m_range : nullptr, order,
+                       test ? &*m_condition : nullptr);
+    }
+    return *m_scan;
+}
+
+void Answer::Sort()
+{
+    const bool byId = *m_order == kObjectIdIndex;
+    Sorter sorter(m_snapshot.GetSchema().TypeId(*m_order), m_descending, m_left);
+    std::string room;
+    Scan& scan = Start();
+    for (auto numbers = scan.Next(kTogether); !numbers.empty(); numbers = scan.Next(kTogether)) {
+        for (const std::uint64_t number : numbers) {
+            const auto form = byId ? std::string_view() : m_snapshot.Value(number, *m_order, room);
+            if (!form)
+                FailNoObject(m_snapshot, number);
+            sorter.Add(*form, number);
+        }
+    }
+    m_sorted = sorter.Sort();
+    m_isSorted = true;
+}
+
+std::span<const std::uint64_t> Answer::Next(std::size_t most)
+{
+    most = static_cast<std::size_t>(std::min<std::uint64_t>(most, m_left));
+    if (most == 0)
+        return {};
+    if (m_mustSort && !m_isSorted)
+        Sort();
+    std::span<const std::uint64_t> numbers;
+    if (m_mustSort) {
+        numbers = std::span<const std::uint64_t>(m_sorted).subspan(m_taken);
+        numbers = numbers.first(std::min(most, numbers.size()));
+        m_taken += numbers.size();
+    } else {
+        numbers = Start().Next(most);
+    }
+    m_left -= numbers.size();
+    return numbers;
+}
+
+std::uint64_t Answer::Count()
+{
+    if (!m_condition)
+        return std::min(m_snapshot.GetCounts().objects, m_left);
+    return Start().Count(m_left);
+}
+
+} // namespace ko::store::inner
