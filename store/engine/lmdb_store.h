@@ -17,7 +17,7 @@ namespace ko::store::inner::lmdb
 // never names a half-written store. PATH-lock is LMDB's.
 
 /// Blocks take eight whole pages: what is longer than half a page has pages of its own.
-inline constexpr Traits kTraits{"LMDB", 8 * 4096 - 16, true, true, true};
+inline constexpr Traits kTraits{"LMDB", 8 * 4096 - 16, true, true, true, Reach::Mapped};
 
 std::unique_ptr<Engine> OpenEngine(const std::string& path, Mode mode);
 std::unique_ptr<Loader> StartLoad(const std::string& path);

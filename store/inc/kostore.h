@@ -140,7 +140,7 @@ struct Group {
     std::uint64_t objects = 0;
 };
 
-/// How a predicate would be answered, and what is true of its parts.
+/// How a query would be answered, and what is true of the parts of its predicate.
 struct Explanation {
     /// A part of an index, its ends printed as the attribute prints values: "null", "(first)",
     /// "(last)", "(none)" for others.
@@ -149,6 +149,42 @@ struct Explanation {
         std::string from, to;
         double share = 1.0; ///< of the entries of the index, estimated
     };
+    /// Where an estimate comes from.
+    enum class Source {
+        Counted,      ///< numbers that statistics have counted, with nothing assumed
+        CommonValues, ///< the values that most objects have, tested one by one
+        Histogram,    ///< how many values lie between which
+        Sample,       ///< objects of the store, chosen at random
+        Combined,     ///< estimates of its comparisons, with a few objects of the sample
+        IndexWalk,    ///< entries of the index, counted now
+        Fallback,     ///< the two ends of an index, or a number that is assumed
+    };
+    /// Where the objects of the answer may be looked for.
+    struct Way {
+        enum class Kind {
+            AllObjects,
+            Index,   ///< `part`
+            InOrder, ///< `part` in the order that the query wants, until its limit is met
+            Both,    ///< objects that are on all of `ways`
+            Either,  ///< objects that are on one of them
+        };
+        Kind kind = Kind::AllObjects;
+        Part part{};
+        std::vector<Way> ways{};
+    };
+    /// A way that was weighed.
+    struct Alternative {
+        Way way;
+        double share = 1.0; ///< of the objects, that would be looked at, estimated
+        double cost = 0.0;  ///< estimated, in microseconds, on a machine that nobody has measured
+        bool chosen = false;
+    };
+    /// How old statistics are.
+    struct Age {
+        std::uint64_t objects = 0; ///< that the store had when they were made
+        std::uint64_t added = 0;   ///< since
+        std::uint64_t erased = 0;  ///< since, as far as the numbers tell
+    };
     struct Comparison {
         std::string predicate; ///< as it would be written
         bool hasIndex = false;
@@ -156,15 +192,19 @@ struct Explanation {
         std::string from, to;                   ///< what the comparisons leave of it
         double estimated = 0.0;                 ///< share of the objects that meet it
         double actual = 0.0;
+        Source source = Source::Fallback; ///< of the estimate
     };
 
     std::vector<Comparison> comparisons;
-    std::optional<Part> part; ///< of the index that is used; absent: all objects are read
-    double estimated = 0.0;   ///< share of the objects that are found
+    std::optional<Part> part; ///< of the index that is used; absent: none is used, or several
+    double estimated = 0.0;   ///< share of the objects that meet the predicate
     double actual = 0.0;
-    std::uint64_t read = 0; ///< objects that are looked at
-    std::uint64_t found = 0;
+    std::uint64_t read = 0;  ///< objects that are looked at
+    std::uint64_t found = 0; ///< that meet the predicate, but no more than the query wants
     std::uint64_t objects = 0;
+    Source source = Source::Fallback;      ///< of the estimate for the whole predicate
+    std::optional<Age> statistics;         ///< absent: the store has none, or they were not asked
+    std::vector<Alternative> alternatives; ///< what was weighed, from the cheapest on
 };
 
 /// A store at one moment; Store::Read makes it.
@@ -192,8 +232,10 @@ public:
     /// An object; absent where there is none of the number.
     std::optional<Object> Find(std::uint64_t number);
     Cursor Select(const Query& query);
-    /// Reads all objects.
+    /// How a predicate, or a query with its order and its limit, would be answered. Reads all
+    /// objects.
     Explanation Explain(const std::string& predicate);
+    Explanation Explain(const Query& query);
 
 private:
     friend class Store;

@@ -154,8 +154,13 @@ Cursor Snapshot::Select(const Query& query)
 
 Explanation Snapshot::Explain(const std::string& predicate)
 {
+    return Explain(Query{predicate});
+}
+
+Explanation Snapshot::Explain(const Query& query)
+{
     inner::Snapshot& snapshot = *m_state->snapshot;
-    return inner::Reading(snapshot.Name(), [&] { return inner::Explain(snapshot, predicate); });
+    return inner::Reading(snapshot.Name(), [&] { return inner::Explain(snapshot, query); });
 }
 
 } // namespace ko::store

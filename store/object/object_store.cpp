@@ -32,6 +32,7 @@ std::shared_ptr<ObjectStore> ObjectStore::Open(const std::string& address, Mode 
 
 ObjectStore::ObjectStore(std::unique_ptr<Engine> engine, std::string name, std::string scratch)
     : m_engine(std::move(engine)), m_name(std::move(name)), m_scratch(std::move(scratch)),
+      m_memory(std::make_shared<StoreMemory>(m_engine->About().reach)),
       m_description(Read()->About()),
       m_dictionaries(std::make_unique<Dictionaries>(LayoutOf(m_description.schema)))
 {

@@ -72,7 +72,7 @@ private:
     std::unique_ptr<Engine> m_engine;
     std::string m_name;
     std::string m_scratch;
-    std::shared_ptr<StoreMemory> m_memory = std::make_shared<StoreMemory>();
+    std::shared_ptr<StoreMemory> m_memory;
     Description m_description;
     std::mutex m_changing;
     std::unique_ptr<Dictionaries> m_dictionaries; ///< kept between changes

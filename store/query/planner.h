@@ -1,43 +1,73 @@
 #ifndef KO_STORE_QUERY_PLANNER_H
 #define KO_STORE_QUERY_PLANNER_H
 
-#include "object/snapshot.h"
-#include "query/condition.h"
-#include "query/index_range.h"
+#include "query/narrowing.h"
+#include "query/way.h"
+#include "statistics/question.h"
 
+#include <cstdint>
+#include <limits>
 #include <map>
 #include <optional>
-#include <string>
 #include <vector>
 
 namespace ko::store::inner
 {
 
-/// A comparison of a predicate, and what the index on its attribute tells about it.
-struct PlanTerm {
-    const Condition* condition;
-    bool negated;        ///< by an odd number of "not" around it
-    std::string lowest;  ///< form of the index's lowest value; empty: no index, or no value in it
-    std::string highest; ///< of the highest
-    std::optional<IndexRange> range; ///< what narrowing leaves of the index
-    double share;                    ///< estimated, of all objects
+/// What is wanted of the objects that meet a condition.
+struct Wanted {
+    bool countOnly = false; ///< the objects themselves are not needed where a way is exact
+    std::uint64_t limit = std::numeric_limits<std::uint64_t>::max();
+    /// They come in the order of this attribute, which is not kObjectIdIndex.
+    std::optional<std::size_t> order{};
+    bool tells = false; ///< everything is estimated, for people
+};
+
+/// How many objects meet something, as a share of all, and how it is known.
+struct Share {
+    enum class Source {
+        Statistics, ///< see `estimate`
+        Walk,       ///< entries of an index were counted
+        Types,      ///< the types' evaluators, or what is assumed
+    };
+
+    double share = 1.0;
+    Source source = Source::Types;
+    Estimate::Source estimate = Estimate::Source::Counts;
+};
+
+/// A way that was weighed.
+struct Alternative {
+    std::optional<Way> way; ///< absent: all objects
+    bool inOrder = false;   ///< its range is walked in the order that is wanted
+    double share = 1.0;     ///< of the objects that are looked at, estimated
+    double cost = 0.0;      ///< in nanoseconds
+    bool chosen = false;
+};
+
+/// How old statistics are.
+struct StatisticsAge {
+    std::uint64_t objects; ///< that the store had when they were made
+    std::uint64_t added;   ///< since
+    std::uint64_t erased;  ///< since
 };
 
 /// How to find the objects that meet a condition.
 struct Plan {
-    /// The part of an index to scan; absent: all objects are read.
-    std::optional<IndexRange> range;
-    double rangeShare = 1.0; ///< estimated share of the entries of that part
-    double share = 1.0;      ///< estimated share of the objects that meet the condition
+    std::optional<Way> way; ///< absent: all objects are read
+    bool inOrder = false;   ///< the way is a range that is walked in the order that is wanted
+    Share found;            ///< the objects that meet the condition; where Wanted::tells
+    Narrowed narrowed;
     std::vector<PlanTerm> terms;
-    /// What the condition leaves of each index. Every object of the answer lies in all of them.
-    std::map<std::size_t, IndexRange> ranges;
+    std::optional<StatisticsAge> age;      ///< of statistics that were asked; where Wanted::tells
+    std::vector<Share> shares;             ///< of the terms; where Wanted::tells
+    std::vector<Alternative> alternatives; ///< from the cheapest on; where Wanted::tells
 };
 
-/// Asks the type of every comparison with an index for its estimate, combines them, and chooses the
-/// cheapest way. `countOnly`: the objects themselves are not needed where the range is exact.
-/// `condition` has to outlive the plan.
-Plan MakePlan(Snapshot& snapshot, const Condition& condition, bool countOnly);
+/// Estimates the ways that indexes have for a condition, by statistics, by counting entries, or by
+/// the types' evaluators where there are no statistics, and chooses the cheapest. A null condition
+/// is met by all objects. It has to outlive the plan.
+Plan MakePlan(Snapshot& snapshot, const Condition* condition, const Wanted& wanted);
 
 } // namespace ko::store::inner
 

@@ -35,8 +35,8 @@ std::uint64_t Pack(const std::uint8_t* bytes)
 
 /// Bits of the first objects whose code is one that `isMet` says 1 of; 0 for all others.
 template <class IsMet>
-void Mark(const SampleColumn& column, std::size_t objects, std::vector<std::uint64_t>& met,
-          const IsMet& isMet)
+void MarkCodes(const SampleColumn& column, std::size_t objects, std::vector<std::uint64_t>& met,
+               const IsMet& isMet)
 {
     constexpr std::size_t kAtOnce = 64;
     met.assign((objects + kAtOnce - 1) / kAtOnce, 0);
@@ -59,19 +59,19 @@ void MarkTruth(const SampleColumn& column, const SampleTruth& truth,
                std::vector<std::uint64_t>& met)
 {
     if (!truth.isRange) {
-        Mark(column, truth.objects, met,
-             [codes = truth.ofCode.data()](std::uint16_t code) { return codes[code]; });
+        MarkCodes(column, truth.objects, met,
+                  [codes = truth.ofCode.data()](std::uint16_t code) { return codes[code]; });
         return;
     }
     const std::uint16_t begin = truth.range.begin;
     const auto size = static_cast<std::uint16_t>(truth.range.end - begin);
     if (!truth.outside) {
-        Mark(column, truth.objects, met, [=](std::uint16_t code) {
+        MarkCodes(column, truth.objects, met, [=](std::uint16_t code) {
             return static_cast<std::uint8_t>(static_cast<std::uint16_t>(code - begin) < size);
         });
         return;
     }
-    Mark(column, truth.objects, met, [=](std::uint16_t code) {
+    MarkCodes(column, truth.objects, met, [=](std::uint16_t code) {
         return static_cast<std::uint8_t>(static_cast<std::uint16_t>(code - begin) >= size &&
                                          code != SampleColumn::kNull);
     });
@@ -94,6 +94,21 @@ bool Holds(const Question& question, const std::vector<unsigned>& bits, std::siz
     return holds;
 }
 
+/// What a leaf asks, as bytes that differ where it differs.
+std::string KeyOf(const Question& question)
+{
+    std::string key;
+    AppendLittle(key, static_cast<std::uint8_t>(question.kind));
+    AppendLittle(key, static_cast<std::uint16_t>(question.attribute));
+    if (question.kind != Kind::Compare)
+        return key;
+    AppendLittle(key, static_cast<std::uint16_t>(question.comparison.bits));
+    AppendLittle(key, static_cast<std::uint16_t>(question.comparison.cmpOp));
+    AppendLittle(key, static_cast<std::uint32_t>(question.comparison.form.size()));
+    key += question.comparison.form;
+    return key;
+}
+
 bool IsEnd(const Question& question, unsigned side)
 {
     const unsigned bits = question.comparison.bits & ~unsigned{KoQOP_EQUAL};
@@ -107,75 +122,95 @@ AttributeEstimate& Estimator::OfAttribute(std::size_t attribute)
     return m_attributes.try_emplace(attribute, m_statistics, attribute).first->second;
 }
 
-void Estimator::MarkNulls(std::size_t attribute, bool nulls, Leaf& leaf)
+Estimator::Leaf Estimator::MakeLeaf(const Question& question)
 {
-    const SampleColumn& column = m_statistics.Column(attribute);
-    leaf.objects = column.Objects();
-    Mark(column, leaf.objects, leaf.met, [=](std::uint16_t code) {
+    Leaf leaf;
+    leaf.attribute = question.attribute;
+    if (question.kind != Kind::Compare) {
+        const Summary& summary = m_statistics.Of(question.attribute);
+        leaf.isNull = question.kind == Kind::Null;
+        leaf.isValue = !leaf.isNull;
+        leaf.estimate.objects = static_cast<double>(leaf.isNull ? summary.nulls : summary.Values());
+        leaf.objects = m_statistics.Column(question.attribute).Objects();
+        return leaf;
+    }
+    const AttributeEstimate& attribute = OfAttribute(question.attribute);
+    leaf.truth = attribute.Test(question.comparison);
+    leaf.estimate = attribute.Of(question.comparison, leaf.truth);
+    leaf.objects = leaf.truth.objects;
+    return leaf;
+}
+
+/// What lies between two ends is what both have beyond all values, which no sample knows as well.
+Estimator::Leaf Estimator::MakeRange(const Question& low, const Question& high)
+{
+    const auto values = static_cast<double>(m_statistics.Of(low.attribute).Values());
+    Leaf range = MakeLeaf(low);
+    const Leaf other = MakeLeaf(high);
+    CodeRange& codes = range.truth.range;
+    codes.end = std::max(codes.begin, other.truth.range.end);
+    range.estimate.objects =
+        std::max(range.estimate.objects + other.estimate.objects - values, 0.0);
+    return range;
+}
+
+/// Finds out which objects of the sample meet a leaf.
+void Estimator::Mark(Leaf& leaf)
+{
+    if (!leaf.met.empty())
+        return;
+    const SampleColumn& column = m_statistics.Column(leaf.attribute);
+    if (!leaf.isNull && !leaf.isValue) {
+        MarkTruth(column, leaf.truth, leaf.met);
+        return;
+    }
+    MarkCodes(column, leaf.objects, leaf.met, [nulls = leaf.isNull](std::uint16_t code) {
         return static_cast<std::uint8_t>((code == SampleColumn::kNull) == nulls);
     });
 }
 
-Estimator::Leaf Estimator::MakeLeaf(const Question& question)
-{
-    Leaf leaf;
-    if (question.kind != Kind::Compare) {
-        const Summary& summary = m_statistics.Of(question.attribute);
-        const bool nulls = question.kind == Kind::Null;
-        leaf.estimate.objects = static_cast<double>(nulls ? summary.nulls : summary.Values());
-        MarkNulls(question.attribute, nulls, leaf);
-        return leaf;
-    }
-    const AttributeEstimate& attribute = OfAttribute(question.attribute);
-    const SampleTruth truth = attribute.Test(question.comparison);
-    leaf.estimate = attribute.Of(question.comparison, truth);
-    leaf.objects = truth.objects;
-    MarkTruth(m_statistics.Column(question.attribute), truth, leaf.met);
-    return leaf;
-}
-
 std::size_t Estimator::LeafOf(const Question& question)
 {
-    const auto [at, isNew] = m_leafOf.try_emplace(&question, m_leaves.size());
+    const auto [at, isNew] = m_leafOf.try_emplace(KeyOf(question), m_leaves.size());
     if (isNew)
         m_leaves.push_back(MakeLeaf(question));
     return at->second;
 }
 
-/// Two comparisons of an "and" that are the ends of one range become one leaf: what lies between
-/// them is what both have beyond all values, which no sample knows as well.
-void Estimator::JoinRanges(const Question& question)
+/// Two comparisons of an "and" that are the ends of one range become one leaf.
+Estimator::Joined Estimator::JoinRanges(const Question& question)
 {
+    Joined joined;
     for (const Question& low : question.parts) {
-        if (!IsEnd(low, KoQOP_GREATER) || m_leafOf.count(&low) != 0)
+        if (!IsEnd(low, KoQOP_GREATER) || joined.count(&low) != 0)
             continue;
         for (const Question& high : question.parts) {
             if (!IsEnd(high, KoQOP_LESS) || high.attribute != low.attribute ||
-                m_leafOf.count(&high) != 0)
+                joined.count(&high) != 0)
                 continue;
-            Leaf range = MakeLeaf(low);
-            const Leaf other = MakeLeaf(high);
-            const auto values = static_cast<double>(m_statistics.Of(low.attribute).Values());
-            range.estimate.objects =
-                std::max(range.estimate.objects + other.estimate.objects - values, 0.0);
-            for (std::size_t i = 0; i < range.met.size(); ++i)
-                range.met[i] &= other.met[i];
-            m_leafOf[&low] = m_leafOf[&high] = m_leaves.size();
-            m_leaves.push_back(std::move(range));
+            const auto [at, isNew] =
+                m_leafOf.try_emplace(KeyOf(low) + KeyOf(high), m_leaves.size());
+            if (isNew)
+                m_leaves.push_back(MakeRange(low, high));
+            joined[&low] = joined[&high] = at->second;
             break;
         }
     }
+    return joined;
 }
 
-void Estimator::Gather(const Question& question, Tree& tree)
+void Estimator::Gather(const Question& question, Tree& tree, const Joined& joined)
 {
-    if (question.kind == Kind::And)
-        JoinRanges(question);
-    for (const Question& part : question.parts)
-        Gather(part, tree);
-    if (!question.parts.empty() || question.kind == Kind::Nothing)
+    if (!question.parts.empty()) {
+        const Joined here = question.kind == Kind::And ? JoinRanges(question) : Joined();
+        for (const Question& part : question.parts)
+            Gather(part, tree, here);
         return;
-    const std::size_t leaf = LeafOf(question);
+    }
+    if (question.kind == Kind::Nothing)
+        return;
+    const auto at = joined.find(&question);
+    const std::size_t leaf = at != joined.end() ? at->second : LeafOf(question);
     tree.order.push_back(leaf);
     if (std::find(tree.leaves.begin(), tree.leaves.end(), leaf) == tree.leaves.end())
         tree.leaves.push_back(leaf);
@@ -269,7 +304,7 @@ std::vector<double> Estimator::FitCells(const Tree& tree, std::vector<double> ce
     return cells;
 }
 
-Estimate Estimator::OnSample(const Question& question, const Tree& tree, double combined) const
+Estimate Estimator::OnSample(const Question& question, const Tree& tree, double combined)
 {
     std::size_t objects = m_statistics.Sample();
     for (const std::size_t leaf : tree.leaves)
@@ -280,6 +315,8 @@ Estimate Estimator::OnSample(const Question& question, const Tree& tree, double 
     for (const std::size_t leaf : tree.order)
         bits.push_back(static_cast<unsigned>(
             std::find(tree.leaves.begin(), tree.leaves.end(), leaf) - tree.leaves.begin()));
+    for (const std::size_t leaf : tree.leaves)
+        Mark(m_leaves[leaf]);
     const std::vector<double> cells = CountCells(tree, objects);
     const std::vector<double> fitted = FitCells(tree, cells);
     double hits = 0.0;
@@ -305,7 +342,7 @@ Estimate Estimator::OnSample(const Question& question, const Tree& tree, double 
 Estimate Estimator::Of(const Question& question)
 {
     Tree tree;
-    Gather(question, tree);
+    Gather(question, tree, {});
     if (tree.leaves.empty())
         return {};
     if (tree.leaves.size() == 1 &&

@@ -1,8 +1,8 @@
 #include "statistics/statistics.h"
 
 #include "block/checksum.h"
-#include "statistics/byte_reader.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace ko::store::inner
@@ -11,112 +11,77 @@ namespace ko::store::inner
 namespace
 {
 
-constexpr std::uint8_t kVersion = 1;
+/// The checksum of a row.
+std::string_view SealOf(std::string_view sealed)
+{
+    return sealed.substr(sealed.size() - std::min(sealed.size(), kSealBytes));
+}
 
 } // namespace
 
-std::string SampleObjects::Write() const
-{
-    std::string bytes;
-    AppendLittle(bytes, kVersion);
-    AppendLittle(bytes, static_cast<std::uint16_t>(numbers.size()));
-    AppendLittle(bytes, objects);
-    AppendLittle(bytes, nextNumber);
-    for (const std::uint64_t number : numbers)
-        AppendNumber(bytes, number);
-    return bytes;
-}
-
-SampleObjects SampleObjects::Read(std::string_view bytes)
-{
-    const auto fail = [](const char* how) {
-        FailDamaged(Space::Statistics, StatisticsKey(kNoAttribute, kSamplePart), how);
-    };
-    ByteReader reader(bytes);
-    if (reader.Next<std::uint8_t>() != kVersion)
-        fail("has a version that this program does not know");
-    const std::size_t count = reader.Next<std::uint16_t>();
-    SampleObjects sample;
-    sample.objects = reader.Next<std::uint64_t>();
-    sample.nextNumber = reader.Next<std::uint64_t>();
-    const std::string_view numbers = reader.Bytes(count * kNumberBytes);
-    if (!reader.IsWhole() || count > kMostSample || count > sample.objects)
-        fail("holds no sample");
-    for (std::size_t i = 0; i < count; ++i)
-        sample.numbers.push_back(GetNumber(numbers.data() + i * kNumberBytes));
-    return sample;
-}
-
-Statistics::Statistics(const Schema& schema, Get get, SampleObjects objects)
-    : m_get(std::move(get)), m_objects(std::move(objects))
+Statistics::Statistics(const Schema& schema, Get get, KeptStatistics* kept,
+                       std::shared_ptr<const SampleObjects> objects, bool unseen)
+    : m_get(std::move(get)), m_kept(kept), m_objects(std::move(objects)), m_unseen(unseen)
 {
     for (const Attribute& attribute : schema.attributes)
-        m_attributes.push_back({attribute.type.Id(), {}, {}, {}});
+        m_attributes.push_back({attribute.type.Id(), nullptr});
 }
 
-std::unique_ptr<Statistics> Statistics::Open(const Schema& schema, Get get)
+std::unique_ptr<Statistics> Statistics::Open(const Schema& schema, Get get, KeptStatistics* kept)
 {
     const std::string key = StatisticsKey(kNoAttribute, kSamplePart);
     const auto row = get(key);
     if (!row)
         return nullptr;
-    SampleObjects objects = SampleObjects::Read(Unseal(Space::Statistics, key, *row));
-    return std::unique_ptr<Statistics>(new Statistics(schema, std::move(get), std::move(objects)));
+    std::shared_ptr<const SampleObjects> objects;
+    if (kept != nullptr)
+        objects = kept->Objects(SealOf(*row));
+    if (objects == nullptr) {
+        objects = std::make_shared<SampleObjects>(
+            SampleObjects::Read(Unseal(Space::Statistics, key, *row)));
+        if (kept != nullptr)
+            kept->Keep(SealOf(*row), objects);
+    }
+    return std::unique_ptr<Statistics>(
+        new Statistics(schema, std::move(get), kept, std::move(objects), false));
 }
 
-std::string_view Statistics::Row(std::size_t attribute, char part)
+std::unique_ptr<Statistics> Statistics::Unseen(const Schema& schema, Get get, KeptStatistics& kept)
 {
-    const std::string key = StatisticsKey(attribute, part);
+    return std::unique_ptr<Statistics>(
+        new Statistics(schema, std::move(get), &kept, kept.Objects({}), true));
+}
+
+std::string_view Statistics::Sealed(const std::string& key) const
+{
     const auto row = m_get(key);
     if (!row)
         FailDamaged(Space::Statistics, key, "is missing");
-    return Unseal(Space::Statistics, key, *row);
+    return *row;
 }
 
-const Summary& Statistics::Of(std::size_t attribute)
+const KnownAttribute& Statistics::Load(std::size_t attribute)
 {
     OneAttribute& one = m_attributes[attribute];
-    if (!one.summary)
-        one.summary = Summary::Read(attribute, one.type, Row(attribute, kSummaryPart));
-    return *one.summary;
-}
-
-const SampleColumn& Statistics::Column(std::size_t attribute)
-{
-    OneAttribute& one = m_attributes[attribute];
-    if (one.column)
-        return *one.column;
-    const Summary& summary = Of(attribute);
-    SampleColumn column(attribute, Row(attribute, kSamplePart));
-    bool fits = column.Objects() <= Sample();
-    for (const Summary::Common& common : summary.common)
-        fits = fits && common.sampleCode < column.EndCode();
-    for (const Summary::Bucket& bucket : summary.buckets)
-        fits = fits && bucket.sampleEnd >= SampleColumn::kFirst &&
-               bucket.sampleEnd <= column.EndCode();
-    if (!fits)
-        FailDamaged(Space::Statistics, StatisticsKey(attribute, kSamplePart),
-                    "does not belong to the other rows");
-    one.column = std::move(column);
-    return *one.column;
-}
-
-const std::vector<std::uint32_t>& Statistics::RestBefore(std::size_t attribute)
-{
-    OneAttribute& one = m_attributes[attribute];
-    if (!one.restBefore.empty())
-        return one.restBefore;
-    const SampleColumn& column = Column(attribute);
-    std::vector<bool> isCommon(column.EndCode());
-    for (const Summary::Common& common : Of(attribute).common)
-        isCommon[common.sampleCode] = true;
-    one.restBefore.resize(std::size_t{column.EndCode()} + 1);
-    for (std::uint16_t code = SampleColumn::kFirst; code < column.EndCode(); ++code) {
-        const auto next = static_cast<std::uint16_t>(code + 1);
-        one.restBefore[next] =
-            one.restBefore[code] + (isCommon[code] ? 0 : column.Count(code, next));
+    if (one.known == nullptr && m_unseen)
+        one.known = m_kept->Attribute(attribute, {});
+    if (one.known != nullptr)
+        return *one.known;
+    const std::string summaryKey = StatisticsKey(attribute, kSummaryPart);
+    const std::string columnKey = StatisticsKey(attribute, kSamplePart);
+    std::string seals(SealOf(Sealed(summaryKey)));
+    seals += SealOf(Sealed(columnKey));
+    if (m_kept != nullptr)
+        one.known = m_kept->Attribute(attribute, seals);
+    if (one.known == nullptr) {
+        const std::string summary(Unseal(Space::Statistics, summaryKey, Sealed(summaryKey)));
+        one.known = std::make_shared<KnownAttribute>(
+            attribute, one.type, summary, Unseal(Space::Statistics, columnKey, Sealed(columnKey)),
+            Sample());
+        if (m_kept != nullptr)
+            m_kept->Keep(attribute, seals, one.known);
     }
-    return one.restBefore;
+    return *one.known;
 }
 
 Statistics::Age Statistics::AgeAt(std::uint64_t objects, std::uint64_t nextNumber) const

@@ -1,0 +1,115 @@
+#include "query/shares.h"
+
+#include "query/condition_question.h"
+#include "query/range_walk.h"
+
+#include <algorithm>
+
+namespace ko::store::inner
+{
+
+namespace
+{
+
+/// So many entries of a range are counted in less time than it takes to know better.
+constexpr std::uint64_t kMostCounted = 200;
+/// An edge of a longer form may have objects to look at beside it.
+constexpr std::size_t kMostEdge = 128;
+
+bool IsSame(const IndexRange::Edge& a, const IndexRange::Edge& b)
+{
+    return a.behind == b.behind && a.form == b.form;
+}
+
+bool IsSame(const IndexRange& a, const IndexRange& b)
+{
+    return a.attribute == b.attribute && IsSame(a.low, b.low) &&
+           a.high.has_value() == b.high.has_value() && (!a.high || IsSame(*a.high, *b.high));
+}
+
+} // namespace
+
+Shares::Shares(Snapshot& snapshot, Estimator* estimator)
+    : m_snapshot(snapshot), m_estimator(estimator),
+      m_objects(std::max(static_cast<double>(snapshot.GetCounts().objects), 1.0))
+{
+}
+
+/// Counts the first entries of a range; null where that costs more than it tells.
+const Shares::Counted* Shares::Walk(const IndexRange& range)
+{
+    if (m_snapshot.EngineReach() == Reach::Server || range.attribute == kObjectIdIndex ||
+        (range.low.form.empty() && !range.high) || range.low.form.size() > kMostEdge ||
+        (range.high && range.high->form.size() > kMostEdge))
+        return nullptr;
+    const auto same = std::find_if(m_counted.begin(), m_counted.end(),
+                                   [&](const Counted& one) { return IsSame(one.range, range); });
+    if (same != m_counted.end())
+        return &*same;
+    const std::uint64_t entries =
+        RangeWalk(m_snapshot, range, ScanOrder::Numbers).Count(kMostCounted);
+    m_counted.push_back({range, entries, entries < kMostCounted});
+    return &m_counted.back();
+}
+
+std::optional<std::uint64_t> Shares::Count(const IndexRange& range)
+{
+    const Counted* const counted = Walk(range);
+    if (counted == nullptr || !counted->isAll)
+        return {};
+    return counted->entries;
+}
+
+Share Shares::OfQuestion(const Question& question)
+{
+    const Estimate estimate = m_estimator->Of(question);
+    // Statistics grow old: what came since is taken to be like the rest.
+    return {std::clamp(estimate.objects / std::max(m_estimator->Objects(), 1.0), 0.0, 1.0),
+            Share::Source::Statistics, estimate.source};
+}
+
+Share Shares::OfRange(const IndexRange& range, double byTypes)
+{
+    const Counted* const counted = Walk(range);
+    if (counted != nullptr && counted->isAll)
+        return {static_cast<double>(counted->entries) / m_objects, Share::Source::Walk};
+    if (m_estimator == nullptr || range.attribute == kObjectIdIndex)
+        return {byTypes, Share::Source::Types};
+    Share share = OfQuestion(QuestionOf(range));
+    // There are more than were counted, whatever old statistics say.
+    if (counted != nullptr)
+        share.share = std::max(share.share, static_cast<double>(counted->entries) / m_objects);
+    return share;
+}
+
+Share Shares::OfWay(const Way& way, double byTypes)
+{
+    if (m_estimator == nullptr)
+        return {byTypes, Share::Source::Types};
+    return OfQuestion(QuestionOf(way));
+}
+
+Share Shares::OfCondition(const Condition& condition, bool negated, double byTypes)
+{
+    if (m_estimator == nullptr || AsksForIds(condition))
+        return {byTypes, Share::Source::Types};
+    return OfQuestion(QuestionOf(condition, negated));
+}
+
+double Shares::Rows(const IndexRange& range, double objects)
+{
+    const double full = objects / kMostRowNumbers + 1.0;
+    if (range.high && IsSame({range.low.form, true}, *range.high))
+        return full;
+    constexpr double kUnknown = 0.5;
+    double each = kUnknown; // of these there is a row
+    if (m_estimator != nullptr && range.attribute != kObjectIdIndex) {
+        const Summary& summary = m_estimator->Known().Of(range.attribute);
+        each = std::min(static_cast<double>(summary.distinct) /
+                            std::max(static_cast<double>(summary.Values()), 1.0),
+                        1.0);
+    }
+    return full + objects * each;
+}
+
+} // namespace ko::store::inner

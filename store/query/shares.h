@@ -1,0 +1,52 @@
+#ifndef KO_STORE_QUERY_SHARES_H
+#define KO_STORE_QUERY_SHARES_H
+
+#include "query/narrowing.h"
+#include "query/planner.h"
+#include "statistics/estimator.h"
+
+#include <cstdint>
+#include <map>
+#include <optional>
+
+namespace ko::store::inner
+{
+
+/// Estimates for one plan, as shares of the objects that the store has now.
+class Shares
+{
+public:
+    /// `estimator` is null where there are no statistics.
+    Shares(Snapshot& snapshot, Estimator* estimator);
+
+    bool HasStatistics() const { return m_estimator != nullptr; }
+    /// Of a range; `byTypes` is what the types say.
+    Share OfRange(const IndexRange& range, double byTypes);
+    /// The same by counting alone, where the entries are few.
+    std::optional<std::uint64_t> Count(const IndexRange& range);
+    /// Of a way of several parts.
+    Share OfWay(const Way& way, double byTypes);
+    Share OfCondition(const Condition& condition, bool negated, double byTypes);
+    /// About how many rows an index has for the objects of a range.
+    double Rows(const IndexRange& range, double objects);
+
+private:
+    /// What counting came to.
+    struct Counted {
+        IndexRange range;
+        std::uint64_t entries;
+        bool isAll; ///< and there are no more
+    };
+
+    const Counted* Walk(const IndexRange& range);
+    Share OfQuestion(const Question& question);
+
+    Snapshot& m_snapshot;
+    Estimator* m_estimator;
+    double m_objects;
+    std::vector<Counted> m_counted;
+};
+
+} // namespace ko::store::inner
+
+#endif
