@@ -91,12 +91,12 @@ long long SumByKotm(Snapshot& snapshot, const std::string& predicate, bool plann
         Condition::Make(ParsePredicate(predicate), predicate, snapshot.GetSchema());
     std::optional<Plan> plan;
     if (planned) {
-        plan = MakePlan(snapshot, condition, false);
-        if (!plan->range)
+        plan = MakePlan(snapshot, &condition, {});
+        if (!plan->way)
             Fail("the plan does not use the index");
     }
-    Scan scan(snapshot, planned ? &*plan->range : nullptr, ScanOrder::Numbers,
-              plan && plan->range->exact ? nullptr : &condition);
+    Scan scan(snapshot, planned ? &*plan->way : nullptr,
+              plan && plan->way->exact ? nullptr : &condition);
     long long sum = 0;
     std::string room;
     for (auto numbers = scan.Next(1024); !numbers.empty(); numbers = scan.Next(1024)) {

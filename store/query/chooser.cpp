@@ -40,7 +40,8 @@ void Chooser::Weigh(Weighed& weighed) const
     else if (m_wanted.countOnly && weighed.way.exact)
         weighed.cost = weighed.numbers;
     else
-        weighed.cost = weighed.numbers + m_costs.ByNumber(looked * m_costs.Objects());
+        weighed.cost =
+            weighed.numbers + m_costs.ByNumber(looked * m_costs.Objects(), !weighed.way.exact);
 }
 
 Weighed Chooser::OfRange(const Narrowed::Part& part, std::uint64_t all)

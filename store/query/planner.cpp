@@ -19,14 +19,12 @@ constexpr std::uint64_t kFewAlone = 100;
 /// Objects that an answer in the order of an index looks at together.
 constexpr double kTogether = 4096.0;
 
-std::size_t CountAttributes(const Condition& condition, std::vector<std::size_t>& attributes)
+void AddAttributes(const Condition& condition, std::vector<std::size_t>& attributes)
 {
-    std::size_t comparisons = condition.parts.empty() ? 1 : 0;
     for (const Condition& part : condition.parts)
-        comparisons += CountAttributes(part, attributes);
+        AddAttributes(part, attributes);
     if (condition.parts.empty())
         attributes.push_back(condition.attribute);
-    return comparisons;
 }
 
 class Planning
@@ -42,7 +40,7 @@ public:
         if (m_wanted.order && m_snapshot.GetSchema().IsIndexed(*m_wanted.order))
             m_snapshot.NeedIndexes();
         if (m_condition != nullptr) {
-            m_comparisons = CountAttributes(*m_condition, m_attributes);
+            AddAttributes(*m_condition, m_attributes);
             m_plan.narrowed = Narrow(m_snapshot, *m_condition, false, m_plan.terms);
             if (FindFew())
                 return std::move(m_plan);
@@ -95,8 +93,9 @@ private:
 
     void Weigh()
     {
-        const Costs costs(m_snapshot, m_comparisons);
         Shares shares(m_snapshot, m_estimator ? &*m_estimator : nullptr);
+        const Costs costs(m_snapshot,
+                          m_condition != nullptr ? shares.CostOf(*m_condition) : TestCost());
         Chooser chooser(shares, costs, m_wanted);
         const bool isLimited = m_wanted.limit < m_snapshot.GetCounts().objects;
         if (m_condition != nullptr && (isLimited || m_wanted.order || m_wanted.tells))
@@ -116,7 +115,8 @@ private:
             chosen = {best->way, false, best->share.share, best->cost, false};
         if (m_wanted.order) {
             // What is found has to be put in order.
-            const double sorting = costs.Sort(m_plan.found.share * costs.Objects());
+            const double sorting = costs.Sort(m_plan.found.share * costs.Objects(),
+                                              static_cast<double>(m_wanted.limit));
             all.cost += sorting;
             chosen.cost += sorting;
             for (Alternative& other : others)
@@ -190,7 +190,6 @@ private:
     Snapshot& m_snapshot;
     const Condition* m_condition;
     const Wanted& m_wanted;
-    std::size_t m_comparisons = 0;
     std::vector<std::size_t> m_attributes;
     std::optional<Estimator> m_estimator;
     Plan m_plan;

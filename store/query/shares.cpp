@@ -4,6 +4,7 @@
 #include "query/range_walk.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace ko::store::inner
 {
@@ -94,6 +95,57 @@ Share Shares::OfCondition(const Condition& condition, bool negated, double byTyp
     if (m_estimator == nullptr || AsksForIds(condition))
         return {byTypes, Share::Source::Types};
     return OfQuestion(QuestionOf(condition, negated));
+}
+
+/// A text that repeats is tested once and then looked up by its code; numbers are remembered as
+/// long as they are few. bench/store/plan_costs measures all this.
+TestCost Shares::TestLeaf(const Condition& condition)
+{
+    if (!condition.DependsOnValue())
+        return {1.5, 15.0};
+    if (m_estimator == nullptr || condition.attribute == kObjectIdIndex)
+        return {};
+    const Summary& summary = m_estimator->Known().Of(condition.attribute);
+    const double all = std::max(static_cast<double>(summary.objects), 1.0);
+    const double values = static_cast<double>(summary.Values()) / all;
+    const double distinct = static_cast<double>(summary.distinct) / all;
+    if (m_snapshot.GetSchema().IsText(condition.attribute))
+        return {2.0 + 110.0 * distinct, 25.0 + 100.0 * distinct};
+    return {2.0 + 11.0 * values + 8.0 * distinct, 30.0};
+}
+
+Shares::Tested Shares::Test(const Condition& condition, bool negated)
+{
+    using Kind = Predicate::Kind;
+    if (condition.kind == Kind::Not)
+        return Test(condition.parts[0], !negated);
+    if (condition.parts.empty()) {
+        constexpr double kUnknown = 1.0 / 3.0;
+        const double share = m_estimator == nullptr || condition.attribute == kObjectIdIndex
+                                 ? kUnknown
+                                 : OfCondition(condition, negated, kUnknown).share;
+        return {TestLeaf(condition), share};
+    }
+    const bool isAnd = (condition.kind == Kind::And) != negated;
+    Tested all{{0.0, 0.0}, 1.0};
+    double open = 1.0;
+    for (const Condition& part : condition.parts) {
+        const Tested one = Test(part, negated);
+        // A word of slots is looked at where any of its objects is open.
+        constexpr double kSlots = 64.0;
+        constexpr double kOfWord = 0.4;
+        all.cost.ofAll +=
+            one.cost.ofAll * std::max(open, kOfWord * (1.0 - std::pow(1.0 - open, kSlots)));
+        all.cost.ofOne += one.cost.ofOne * open;
+        open *= isAnd ? one.share : 1.0 - one.share;
+    }
+    all.share = isAnd ? open : 1.0 - open;
+    return all;
+}
+
+TestCost Shares::CostOf(const Condition& condition)
+{
+    return Test(condition, false).cost;
 }
 
 double Shares::Rows(const IndexRange& range, double objects)

@@ -1,6 +1,7 @@
 #ifndef KO_STORE_QUERY_SHARES_H
 #define KO_STORE_QUERY_SHARES_H
 
+#include "query/costs.h"
 #include "query/narrowing.h"
 #include "query/planner.h"
 #include "statistics/estimator.h"
@@ -27,6 +28,8 @@ public:
     /// Of a way of several parts.
     Share OfWay(const Way& way, double byTypes);
     Share OfCondition(const Condition& condition, bool negated, double byTypes);
+    /// What it costs to test a condition, part by part on the objects that are still open.
+    TestCost CostOf(const Condition& condition);
     /// About how many rows an index has for the objects of a range.
     double Rows(const IndexRange& range, double objects);
 
@@ -38,6 +41,13 @@ private:
         bool isAll; ///< and there are no more
     };
 
+    struct Tested {
+        TestCost cost;
+        double share;
+    };
+
+    Tested Test(const Condition& condition, bool negated);
+    TestCost TestLeaf(const Condition& condition);
     const Counted* Walk(const IndexRange& range);
     Share OfQuestion(const Question& question);
 

@@ -236,9 +236,15 @@ private:
         CLI::App* command =
             m_app.add_subcommand("explain", "Show how a query would find its objects");
         command->add_option("STORE", m_explain.store, "Store")->required();
-        command->add_option("PREDICATE", m_explain.predicate, "As for query")->required();
+        command->add_option("PREDICATE", m_explain.query.predicate, "As for query")->required();
+        CLI::Option* order =
+            command->add_option("--order", m_explain.query.order, "Attribute to sort by");
+        command->add_flag("--desc", m_explain.query.descending, "Largest first")->needs(order);
+        command->add_option("--limit", m_limit, "At most so many rows");
         command->add_option("--output", m_output, "table or json")->capture_default_str();
         On(command, [this] {
+            if (m_limit)
+                m_explain.query.limit = ReadCount("--limit", *m_limit);
             m_explain.json = ReadWord("--output", m_output, {"table", "json"}) == 1;
             EndOnBrokenPages();
             Explain(m_explain, std::cout);

@@ -1,9 +1,11 @@
-#ifndef KO_BENCH_STORE_TABLE_H
-#define KO_BENCH_STORE_TABLE_H
+#ifndef KO_TEST_STORE_GENERATED_TABLE_H
+#define KO_TEST_STORE_GENERATED_TABLE_H
 
 #include "store/test_files.h"
 
+#include "base/short_bytes.h"
 #include "import/csv_reader.h"
+#include "object/bulk.h"
 #include "schema/field_reader.h"
 
 #include <algorithm>
@@ -58,6 +60,26 @@ struct Table {
     Schema schema;
     std::vector<Column> columns;
 };
+
+/// Adds all rows to a new store.
+inline void AddRows(Table& table, Bulk& bulk)
+{
+    std::vector<FormMemo> memos(table.columns.size());
+    std::vector<FormMemo*> places(memos.size());
+    std::vector<std::string_view> row(memos.size());
+    for (Table::Column& column : table.columns) {
+        for (std::string& form : column.forms)
+            form.reserve(form.size() + kCopySlack);
+    }
+    for (std::size_t i = 0; i < table.Rows(); ++i) {
+        for (std::size_t at = 0; at < row.size(); ++at) {
+            memos[at] = {};
+            places[at] = &memos[at];
+            row[at] = table.columns[at].forms[table.columns[at].rows[i]];
+        }
+        bulk.Add(row, places);
+    }
+}
 
 inline Table FromCsv(const std::string& path, const std::string& schemaPath)
 {
