@@ -12,8 +12,8 @@ namespace
 
 /// Values that are tested for one comparison where order does not help, and their bytes, so that a
 /// plan takes no longer than it may: a pattern takes 50 ns, and 10 for each byte.
-constexpr unsigned kMostTests = 1200;
-constexpr std::size_t kMostTestedBytes = 12'000;
+constexpr unsigned kMostTests = 500;
+constexpr std::size_t kMostTestedBytes = 6'000;
 /// How sure the mean of a bucket is of one of its values, as so many objects of the sample.
 constexpr double kMeanWeight = 0.5;
 /// What takes the place of a hit where there is none.
@@ -221,6 +221,7 @@ SampleTruth AttributeEstimate::Test(const Comparison& comparison) const
         return truth;
     }
     truth.ofCode.resize(m_column.EndCode());
+    truth.tested.resize(m_column.EndCode());
     truth.range = Narrow(comparison).codes;
     if (m_column.Bytes(truth.range.begin, truth.range.end) > kMostTestedBytes ||
         truth.range.end - truth.range.begin > static_cast<int>(kMostTests)) {
@@ -228,24 +229,29 @@ SampleTruth AttributeEstimate::Test(const Comparison& comparison) const
         return truth;
     }
     for (std::uint16_t code = truth.range.begin; code < truth.range.end; ++code)
-        truth.ofCode[code] = comparison.Holds(m_type, m_column.Form(code)) ? 1 : 0;
+        TestCode(comparison, code, truth);
     return truth;
+}
+
+void AttributeEstimate::TestCode(const Comparison& comparison, std::uint16_t code,
+                                 SampleTruth& truth) const
+{
+    truth.tested[code] = true;
+    truth.ofCode[code] = comparison.Holds(m_type, m_column.Form(code)) ? 1 : 0;
 }
 
 /// Tests the values of the sample's first objects.
 void AttributeEstimate::TestSome(const Comparison& comparison, SampleTruth& truth) const
 {
-    std::vector<bool> tested(m_column.EndCode());
     unsigned tests = 0;
     std::size_t bytes = 0;
     truth.objects = 0;
     for (const std::uint16_t code : m_column.Codes()) {
-        if (code >= truth.range.begin && code < truth.range.end && !tested[code]) {
+        if (code >= truth.range.begin && code < truth.range.end && !truth.tested[code]) {
             bytes += m_column.Form(code).size();
             if (tests++ == kMostTests || bytes > kMostTestedBytes)
                 return;
-            tested[code] = true;
-            truth.ofCode[code] = comparison.Holds(m_type, m_column.Form(code)) ? 1 : 0;
+            TestCode(comparison, code, truth);
         }
         ++truth.objects;
     }
@@ -267,8 +273,12 @@ Estimate AttributeEstimate::OfOthers(const Comparison& comparison, const SampleT
         return {hits, Estimate::Source::Sample};
     }
     double common = 0.0;
-    for (const Summary::Common& one : m_summary.common)
-        common += comparison.Holds(m_type, one.form) ? static_cast<double>(one.count) : 0.0;
+    for (const Summary::Common& one : m_summary.common) {
+        // Most of them are values of the sample, and were tested with these.
+        const bool holds = truth.tested[one.sampleCode] ? truth.ofCode[one.sampleCode] != 0
+                                                        : comparison.Holds(m_type, one.form);
+        common += holds ? static_cast<double>(one.count) : 0.0;
+    }
     if (m_rest == 0.0)
         return {common, Estimate::Source::CommonValues};
     const Narrowed narrowed = Narrow(comparison);

@@ -28,6 +28,7 @@ struct SampleTruth {
     /// Else, by code of the column, not 0 where the value meets it. Codes outside of `range`, and
     /// those that were not tested, are 0.
     std::vector<std::uint8_t> ofCode;
+    std::vector<bool> tested{}; ///< by code
     /// So many objects of the sample, the first ones, have values that were tested.
     std::size_t objects = 0;
 };
@@ -65,6 +66,7 @@ private:
     Estimate OfOrder(const Comparison& comparison) const;
     Estimate OfOthers(const Comparison& comparison, const SampleTruth& truth) const;
     void TestSome(const Comparison& comparison, SampleTruth& truth) const;
+    void TestCode(const Comparison& comparison, std::uint16_t code, SampleTruth& truth) const;
 
     o_char m_type;
     const Summary& m_summary;

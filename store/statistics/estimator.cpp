@@ -3,6 +3,7 @@
 #include "block/bits.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace ko::store::inner
@@ -15,6 +16,8 @@ using Kind = Question::Kind;
 
 /// Predicates of more comparisons are not tested on the sample: cells are 2 to the power of these.
 constexpr std::size_t kMostLeaves = 6;
+/// And of more than these on a part of it, for a plan has little time.
+constexpr std::size_t kFullLeaves = 4;
 constexpr unsigned kMostFits = 20;
 /// How sure single estimates that were combined are, as so many objects of the sample. It is also
 /// what no hits at all count as: conditions that exclude each other are frequent among these.
@@ -257,21 +260,25 @@ double Estimator::Combined(const Question& question, const Tree& tree, std::size
 /// How many of the sample's first objects meet which of the leaves: a cell for each set of them.
 std::vector<double> Estimator::CountCells(const Tree& tree, std::size_t objects) const
 {
-    std::vector<double> cells(std::size_t{1} << tree.leaves.size());
+    const std::size_t count = std::size_t{1} << tree.leaves.size();
+    std::array<std::uint32_t, std::size_t{1} << kMostLeaves> counts{};
+    std::array<std::uint64_t, std::size_t{1} << kMostLeaves> met;
     for (std::size_t word = 0; word * 64 < objects; ++word) {
-        const std::uint64_t inside = objects - word * 64 >= 64
-                                         ? ~std::uint64_t{0}
-                                         : (std::uint64_t{1} << (objects - word * 64)) - 1;
-        for (std::size_t cell = 0; cell < cells.size(); ++cell) {
-            std::uint64_t met = inside;
-            for (std::size_t i = 0; i < tree.leaves.size() && met != 0; ++i) {
-                const std::uint64_t bits = m_leaves[tree.leaves[i]].met[word];
-                met &= (cell >> i & 1) != 0 ? bits : ~bits;
+        met[0] = objects - word * 64 >= 64 ? ~std::uint64_t{0}
+                                           : (std::uint64_t{1} << (objects - word * 64)) - 1;
+        // Each leaf divides every cell of those before it.
+        for (std::size_t i = 0; i < tree.leaves.size(); ++i) {
+            const std::uint64_t bits = m_leaves[tree.leaves[i]].met[word];
+            const std::size_t half = std::size_t{1} << i;
+            for (std::size_t cell = 0; cell < half; ++cell) {
+                met[cell + half] = met[cell] & bits;
+                met[cell] &= ~bits;
             }
-            cells[cell] += CountBits(met);
         }
+        for (std::size_t cell = 0; cell < count; ++cell)
+            counts[cell] += CountBits(met[cell]);
     }
-    return cells;
+    return {counts.begin(), counts.begin() + static_cast<std::ptrdiff_t>(count)};
 }
 
 /// Weighs the cells so that all together are 1, and those of every leaf its estimate.
@@ -311,6 +318,8 @@ Estimate Estimator::OnSample(const Question& question, const Tree& tree, double 
         objects = std::min(objects, m_leaves[leaf].objects);
     if (objects == 0 || tree.leaves.size() > kMostLeaves)
         return {std::max(combined, kLeast), Estimate::Source::Combined};
+    if (tree.leaves.size() > kFullLeaves)
+        objects = std::min(objects, kMostSample >> (tree.leaves.size() - kFullLeaves));
     std::vector<unsigned> bits;
     for (const std::size_t leaf : tree.order)
         bits.push_back(static_cast<unsigned>(
