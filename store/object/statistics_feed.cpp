@@ -45,6 +45,7 @@ std::uint64_t AddObjects(Snapshot& snapshot, std::uint64_t first, StatisticsBuil
             }
         }
     }
+    statistics.Passed(snapshot.GetCounts().nextNumber);
     return added;
 }
 
