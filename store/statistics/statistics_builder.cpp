@@ -53,21 +53,39 @@ void StatisticsBuilder::Count(std::size_t attribute, const Cell& cell, std::stri
         if (known >= counts.entries.size())
             counts.entries.resize(std::size_t{known} * 2 + 16);
         counts.entries[known] += m_weight;
-    } else if (hint != 0) {
-        known = hint - 1;
-        counts.fixed.Count(known, m_weight);
     } else if (cell.kind != Cell::Kind::Absent) {
-        // A form that becomes an entry of a dictionary has been here before.
-        Skip(counts, attribute, form);
-        if (!counts.varies && m_weight != 0)
-            known = counts.fixed.Add(form, m_weight);
-        if (known != FixedValues::kNone)
-            hint = known + 1;
-        else if (!counts.varies)
-            counts.others += m_weight;
+        known = CountForm(attribute, form, hint);
     }
     if (m_takes)
         Take(attribute, cell, known, form);
+}
+
+/// Returns the number of a form that is no entry; kNone where it has none. One that becomes an
+/// entry of a dictionary has been here before.
+std::uint32_t StatisticsBuilder::CountForm(std::size_t attribute, std::string_view form,
+                                           std::uint32_t& hint)
+{
+    Counts& counts = m_counts[attribute];
+    if (hint != 0 && hint < kNoRoom) {
+        counts.fixed.Count(hint - 1, m_weight);
+        return hint - 1;
+    }
+    if (hint == 0)
+        Meet(attribute, form, hint);
+    if (counts.varies) {
+        ++counts.others;
+        return FixedValues::kNone;
+    }
+    if (m_weight != 0 && hint != kNoRoom) {
+        const std::uint32_t known = counts.fixed.Add(form, m_weight);
+        if (known != FixedValues::kNone) {
+            hint = known + 1;
+            return known;
+        }
+        hint = kNoRoom;
+    }
+    counts.others += m_weight;
+    return FixedValues::kNone;
 }
 
 void StatisticsBuilder::Take(std::size_t attribute, const Cell& cell, std::uint32_t known,

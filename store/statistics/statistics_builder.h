@@ -55,17 +55,20 @@ public:
             m_weight = order % kThinned == 0 ? kThinned : 0;
     }
     /// Its value of an attribute; attributes come in their order, all of them. `form` is looked at
-    /// where the cell is no entry. `hint` is 0 or what was left there when the same form of a type
-    /// of one size was added before.
+    /// where the cell is no entry. `hint` is 0 or what was left there when the same form was added
+    /// before.
     void Add(std::size_t attribute, const Cell& cell, std::string_view form, std::uint32_t& hint)
     {
         Counts& counts = m_counts[attribute];
         if (cell.kind == Cell::Kind::Absent)
             ++counts.nulls;
-        if (m_weight != 0 || m_takes)
+        if (m_weight != 0 || m_takes) {
             Count(attribute, cell, form, hint);
-        else if (cell.kind > Cell::Kind::Absent && cell.kind != Cell::Kind::Entry && hint == 0)
-            Skip(counts, attribute, form);
+        } else if (cell.kind > Cell::Kind::Absent && cell.kind != Cell::Kind::Entry) {
+            if (hint == 0)
+                Meet(attribute, form, hint);
+            counts.others += counts.varies ? 1 : 0;
+        }
     }
 
     /// Objects of all numbers below have come, or are gone.
@@ -101,14 +104,19 @@ private:
 
     static constexpr std::uint64_t kAllCounted = 1U << 17;
     static constexpr std::uint64_t kThinned = 16;
+    // Hints; others are the number of a known value, and one more.
+    static constexpr std::uint32_t kMet = UINT32_MAX;         ///< it is one of the distinct values
+    static constexpr std::uint32_t kNoRoom = UINT32_MAX - 1U; ///< and is never known by a number
 
     /// Objects are so many that some were counted for others.
     bool IsThinned() const { return m_objects - m_objectsBefore > m_allCounted; }
     void Count(std::size_t attribute, const Cell& cell, std::string_view form, std::uint32_t& hint);
-    void Skip(Counts& counts, std::size_t attribute, std::string_view form)
+    std::uint32_t CountForm(std::size_t attribute, std::string_view form, std::uint32_t& hint);
+    /// A form that may never have been here.
+    void Meet(std::size_t attribute, std::string_view form, std::uint32_t& hint)
     {
         m_attributes[attribute].distinct.Add(form);
-        counts.others += counts.varies ? 1 : 0;
+        hint = kMet;
     }
     void Take(std::size_t attribute, const Cell& cell, std::uint32_t known, std::string_view form);
     bool IsWhole(const Attribute& attribute) const;
