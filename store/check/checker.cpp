@@ -3,6 +3,7 @@
 #include "block/checksum.h"
 #include "check/fault_list.h"
 #include "check/index_check.h"
+#include "check/statistics_check.h"
 #include "object/index_feed.h"
 #include "object/object_store.h"
 #include <kostore.h>
@@ -54,9 +55,7 @@ public:
                      m_faults);
         if (!m_snapshot.IndexesServe())
             m_faults.Try([&] { m_snapshot.NeedIndexes(); });
-        EachRow(m_reader, Space::Statistics, [&](const Row& row) {
-            m_faults.Try([&] { Unseal(Space::Statistics, row.key, row.value); });
-        });
+        CheckStatistics(m_snapshot, m_faults);
         m_faults.Finish();
         return m_faults.Count();
     }

@@ -207,6 +207,43 @@ struct Explanation {
     std::vector<Alternative> alternatives; ///< what was weighed, from the cheapest on
 };
 
+/// What is known of the values of an attribute. Values are forms, in the order of their type.
+struct AttributeStatistics {
+    /// A value that many objects have.
+    struct Common {
+        std::string form;
+        std::uint64_t objects = 0;
+    };
+    /// The values that are not common, above those of the bucket before, up to `high` and with it.
+    /// Buckets have about as many objects each.
+    struct Bucket {
+        std::string high;
+        std::uint64_t objects = 0;
+        std::uint64_t ofHigh = 0;   ///< of these, the ones with the value `high`
+        std::uint64_t distinct = 0; ///< values
+    };
+
+    std::uint64_t nulls = 0;
+    std::uint64_t distinct = 0; ///< values without null; of equal ones with several forms each
+    bool exact = false; ///< all numbers are counted; else all but `nulls` are estimates, the one of
+                        ///< `distinct` off by 1.6 % (one sigma)
+    std::string lowest; ///< of all values that were seen; empty: there are none
+    std::string highest;
+    std::vector<Common> common;  ///< up to 200, ascending
+    std::vector<Bucket> buckets; ///< up to 200, ascending
+    std::uint64_t sample = 0;    ///< objects of the sample with values that are kept
+};
+
+/// What is known of the objects of a store, as they were when an import or Store::Analyze counted
+/// them.
+struct StoreStatistics {
+    std::uint64_t objects = 0; ///< at that time
+    std::uint64_t sample = 0;  ///< of these, those whose values are kept
+    std::uint64_t added = 0;   ///< objects since then
+    std::uint64_t erased = 0;  ///< and those that are gone; objects that changed are not counted
+    std::vector<AttributeStatistics> attributes; ///< by attribute of the schema
+};
+
 /// A store at one moment; Store::Read makes it.
 class KOSTORE_API Snapshot
 {
@@ -232,6 +269,8 @@ public:
     /// An object; absent where there is none of the number.
     std::optional<Object> Find(std::uint64_t number);
     Cursor Select(const Query& query);
+    /// Absent for a store that has none: Store::Analyze makes them.
+    std::optional<StoreStatistics> GetStatistics();
     /// How a predicate, or a query with its order and its limit, would be answered. Reads all
     /// objects.
     Explanation Explain(const std::string& predicate);
@@ -327,6 +366,11 @@ public:
     /// Joins the small rows that single changes leave in indexes, beside readers and other writers.
     /// Returns how many rows the indexes have less. What was joined before an error stays so.
     std::uint64_t Compact() const;
+    /// Makes the statistics anew that plans are made by, from all objects: for a store that was
+    /// made without, and one that has changed much. Beside readers and, where the database has
+    /// moments, beside writers; memory is bounded in every mode but Mode::Read, which cannot.
+    /// Returns the number of objects. Throws as Change.
+    std::uint64_t Analyze() const;
 
 private:
     struct State;

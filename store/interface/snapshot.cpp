@@ -1,5 +1,6 @@
 #include "base/hidden.h"
 #include "interface/moment.h"
+#include "interface/tell_statistics.h"
 #include "query/answer.h"
 #include "query/explain.h"
 #include "query/gatherer.h"
@@ -150,6 +151,12 @@ Cursor Snapshot::Select(const Query& query)
 {
     return inner::Reading(m_state->snapshot->Name(),
                           [&] { return Cursor(std::make_unique<Cursor::State>(m_state, query)); });
+}
+
+std::optional<StoreStatistics> Snapshot::GetStatistics()
+{
+    inner::Snapshot& snapshot = *m_state->snapshot;
+    return inner::Reading(snapshot.Name(), [&] { return inner::TellStatistics(snapshot); });
 }
 
 Explanation Snapshot::Explain(const std::string& predicate)

@@ -19,6 +19,24 @@ std::unique_ptr<Statistics> StatisticsOf(const Schema& schema, Reader& reader)
         });
 }
 
+void ProveStatistics(const Schema& schema, Reader& reader)
+{
+    const auto statistics = StatisticsOf(schema, reader);
+    for (std::size_t i = 0; statistics && i < schema.attributes.size(); ++i)
+        statistics->Column(i);
+    const auto cursor = reader.Walk(Space::Statistics, {}, Direction::Forwards);
+    for (auto rows = cursor->Next(1); !rows.empty(); rows = cursor->Next(1)) {
+        std::size_t attribute = 0;
+        char part = 0;
+        Unseal(Space::Statistics, rows.front().key, rows.front().value);
+        if (!statistics)
+            FailDamaged(Space::Statistics, StatisticsKey(kNoAttribute, kSamplePart), "is missing");
+        if (!ReadStatisticsKey(rows.front().key, attribute, part) ||
+            (attribute >= schema.attributes.size() && attribute != kNoAttribute))
+            FailDamaged(Space::Statistics, rows.front().key, "belongs to no attribute");
+    }
+}
+
 std::uint64_t AddObjects(Snapshot& snapshot, std::uint64_t first, StatisticsBuilder& statistics)
 {
     const std::size_t attributes = snapshot.GetSchema().attributes.size();
@@ -45,6 +63,7 @@ std::uint64_t AddObjects(Snapshot& snapshot, std::uint64_t first, StatisticsBuil
             }
         }
     }
+    statistics.Passed(snapshot.GetCounts().nextNumber);
     return added;
 }
 

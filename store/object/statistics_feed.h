@@ -17,6 +17,10 @@ inline constexpr std::size_t kStatisticsMemory = 8U << 20;
 /// none. Throws Error (ErrorCode::Damaged).
 std::unique_ptr<Statistics> StatisticsOf(const Schema& schema, Reader& reader);
 
+/// Reads all rows of the statistics. Throws Error (ErrorCode::Damaged) where one is damaged, is
+/// missing, or does not belong to the others.
+void ProveStatistics(const Schema& schema, Reader& reader);
+
 /// Adds the objects that are there, from the number `first` on, to statistics. Returns how many
 /// there were.
 std::uint64_t AddObjects(Snapshot& snapshot, std::uint64_t first, StatisticsBuilder& statistics);

@@ -27,8 +27,9 @@ void PutSealed(const StatisticsBuilder::Put& put, std::size_t attribute, char pa
 
 } // namespace
 
-StatisticsBuilder::StatisticsBuilder(const Schema& schema, std::size_t memory)
-    : m_sample(schema.attributes.size())
+StatisticsBuilder::StatisticsBuilder(const Schema& schema, std::size_t memory, Counting counting)
+    : m_sample(schema.attributes.size()),
+      m_allCounted(counting == Counting::All ? UINT64_MAX : kAllCounted)
 {
     std::size_t fixed = 1;
     for (const inner::Attribute& attribute : schema.attributes)
@@ -52,21 +53,39 @@ void StatisticsBuilder::Count(std::size_t attribute, const Cell& cell, std::stri
         if (known >= counts.entries.size())
             counts.entries.resize(std::size_t{known} * 2 + 16);
         counts.entries[known] += m_weight;
-    } else if (hint != 0) {
-        known = hint - 1;
-        counts.fixed.Count(known, m_weight);
     } else if (cell.kind != Cell::Kind::Absent) {
-        // A form that becomes an entry of a dictionary has been here before.
-        Skip(counts, attribute, form);
-        if (!counts.varies && m_weight != 0)
-            known = counts.fixed.Add(form, m_weight);
-        if (known != FixedValues::kNone)
-            hint = known + 1;
-        else if (!counts.varies)
-            counts.others += m_weight;
+        known = CountForm(attribute, form, hint);
     }
     if (m_takes)
         Take(attribute, cell, known, form);
+}
+
+/// Returns the number of a form that is no entry; kNone where it has none. One that becomes an
+/// entry of a dictionary has been here before.
+std::uint32_t StatisticsBuilder::CountForm(std::size_t attribute, std::string_view form,
+                                           std::uint32_t& hint)
+{
+    Counts& counts = m_counts[attribute];
+    if (hint != 0 && hint < kNoRoom) {
+        counts.fixed.Count(hint - 1, m_weight);
+        return hint - 1;
+    }
+    if (hint == 0)
+        Meet(attribute, form, hint);
+    if (counts.varies) {
+        ++counts.others;
+        return FixedValues::kNone;
+    }
+    if (m_weight != 0 && hint != kNoRoom) {
+        const std::uint32_t known = counts.fixed.Add(form, m_weight);
+        if (known != FixedValues::kNone) {
+            hint = known + 1;
+            return known;
+        }
+        hint = kNoRoom;
+    }
+    counts.others += m_weight;
+    return FixedValues::kNone;
 }
 
 void StatisticsBuilder::Take(std::size_t attribute, const Cell& cell, std::uint32_t known,
@@ -190,7 +209,7 @@ bool StatisticsBuilder::IsWhole(const Attribute& attribute) const
 
 /// The values that are known by a number. Returns how many objects have another one.
 double StatisticsBuilder::AddKnown(std::size_t attribute, const Text& text, ValueList& values,
-                                   Additions& additions) const
+                                   Additions& additions)
 {
     const Counts& counts = m_counts[attribute];
     const auto all = static_cast<double>(m_objects - m_objectsBefore - counts.nulls);
@@ -216,6 +235,8 @@ double StatisticsBuilder::AddKnown(std::size_t attribute, const Text& text, Valu
         // The first object with a form that became an entry was counted with the others.
         const bool isNew = i >= m_attributes[attribute].oldEntries;
         const std::string_view form = text(attribute, i);
+        // The object that had the form first may be gone.
+        m_attributes[attribute].distinct.Add(form);
         const bool first = isNew && others >= 1.0;
         const double count = static_cast<double>(counts.entries[i]) + (first ? 1.0 : 0.0);
         others -= first ? 1.0 : 0.0;
@@ -223,7 +244,7 @@ double StatisticsBuilder::AddKnown(std::size_t attribute, const Text& text, Valu
         additions.ofKnown.back() = values.Add(form, count, 1.0);
     }
     // Counts that stand for others are somewhat off all together; that is known.
-    if (known > 0.0 && m_objects - m_objectsBefore > kAllCounted) {
+    if (known > 0.0 && IsThinned()) {
         for (ValueList::Value& value : values.Values())
             value.objects *= (all - others) / known;
     }
@@ -306,18 +327,18 @@ void StatisticsBuilder::FinishAttribute(std::size_t attribute, const Text& text,
     Summary summary;
     summary.objects = m_objects;
     summary.nulls = counts.nulls + about.before.nulls;
-    const bool allKnown = !counts.varies && !counts.fixed.IsFull() && m_objects <= kAllCounted &&
-                          m_objectsBefore == 0;
+    const bool allKnown =
+        !counts.varies && !counts.fixed.IsFull() && !IsThinned() && m_objectsBefore == 0;
     summary.exact = whole || allKnown;
-    summary.distinct = whole ? values.Values().size()
-                       : allKnown
-                           ? counts.fixed.Size()
-                           : static_cast<std::uint64_t>(std::llround(about.distinct.Count()));
+    // The values at hand are the fewest that there can be.
+    summary.distinct =
+        allKnown ? counts.fixed.Size()
+                 : std::max<std::uint64_t>(values.Values().size(),
+                                           whole ? 0 : std::llround(about.distinct.Count()));
     if (!whole)
         summary.registers = about.distinct.Registers();
     // Fewer objects than several that stand for others may be one value's by chance.
-    const bool thinned = m_objects - m_objectsBefore > kAllCounted;
-    values.SumUp(summary, thinned ? static_cast<double>(kSureOfThinned * kThinned) : 0.0);
+    values.SumUp(summary, IsThinned() ? static_cast<double>(kSureOfThinned * kThinned) : 0.0);
     PutSealed(put, attribute, kSummaryPart, summary.Write());
     PutSealed(put, attribute, kSamplePart, column);
 }

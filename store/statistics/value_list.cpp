@@ -28,7 +28,21 @@ struct Key {
     std::uint32_t addition;
 };
 
+std::string_view BeginningOfKey(o_char type, std::string_view form, char (&room)[kMostKey])
+{
+    return {room, std::min(kMostKey, Manager().SortKey(type, room, kMostKey, form.data(),
+                                                       kStoreFormat, 1, kPlainOperator))};
+}
+
 } // namespace
+
+int OrderOfForms(o_char type, std::string_view a, std::string_view b)
+{
+    char roomOfA[kMostKey];
+    char roomOfB[kMostKey];
+    const int order = BeginningOfKey(type, a, roomOfA).compare(BeginningOfKey(type, b, roomOfB));
+    return order != 0 ? order : a.compare(b);
+}
 
 std::uint32_t ValueList::Add(std::string_view form, double objects, double distinct)
 {

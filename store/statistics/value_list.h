@@ -12,6 +12,10 @@
 namespace ko::store::inner
 {
 
+/// The order in which statistics have two values, below 0, 0 or above: that of the operator word
+/// 0x0010 as far as the beginning of their sort keys tells it, and then that of their bytes.
+int OrderOfForms(o_char type, std::string_view a, std::string_view b);
+
 /// What is known of the values of one attribute before they are summed up: how many objects have
 /// each. The same value may be added several times; what is said of it adds up.
 class ValueList
