@@ -2,7 +2,7 @@
 #define KO_STORE_QUERY_CHOOSER_H
 
 #include "query/costs.h"
-#include "query/planner.h"
+#include "query/plan.h"
 #include "query/shares.h"
 
 #include <cstdint>
@@ -25,17 +25,16 @@ struct Weighed {
 class Chooser
 {
 public:
-    /// What is handed over outlives the chooser. `met` is the share of the objects that are found,
-    /// as far as it is known: a limit ends the find before the last of them.
+    /// What is handed over outlives the chooser.
     Chooser(Shares& shares, const Costs& costs, const Wanted& wanted);
 
     /// The cheapest way; none where no index helps.
     std::optional<Weighed> Best(const Narrowed& narrowed);
-    /// All that were weighed for a condition by itself.
+    /// What Best weighed, but within an "or"; where Wanted::tells.
     std::vector<Alternative> Told() && { return std::move(m_told); }
-    /// The share of the objects that were looked at before the limit is reached.
+    /// The share of the objects that meet the condition: a limit ends a find before the last one.
     void SetFound(double share) { m_found = share; }
-    /// Of a way, the part that is looked at before the limit is reached.
+    /// The share of the objects that are looked at, of those on a way, before the limit is met.
     double Looked(double share) const;
 
 private:

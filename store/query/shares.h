@@ -2,13 +2,12 @@
 #define KO_STORE_QUERY_SHARES_H
 
 #include "query/costs.h"
-#include "query/narrowing.h"
-#include "query/planner.h"
+#include "query/plan.h"
 #include "statistics/estimator.h"
 
 #include <cstdint>
-#include <map>
 #include <optional>
+#include <vector>
 
 namespace ko::store::inner
 {
