@@ -361,11 +361,69 @@ TEST(Plan, ExplainsItsChoice)
     EXPECT_LT(plan.read, 200U) << "a small part of the objects";
     EXPECT_EQ(plan.objects, 10000U);
 
+    using Kind = ko::store::Explanation::Way::Kind;
+    const struct {
+        const char* why;
+        Query query;
+        Kind kind;
+        std::uint64_t mostRead;
+    } cases[] = {
+        {"two values of an index", {"state = \"Ohio\" or state = \"Utah\""}, Kind::Either, 250},
+        {"a limit is met soon", {"phase = \"Climb\"", {}, "speed", true, 5}, Kind::InOrder, 200},
+        {"and not at all",
+         {"speed > 340 and state = \"Ohio\"", {}, "date", false, 5},
+         Kind::Index,
+         200},
+        {"most objects", {"speed < 340"}, Kind::AllObjects, 10'000},
+    };
+    for (const auto& one : cases) {
+        SCOPED_TRACE(one.why);
+        const auto told = Explain(*snapshot, one.query);
+        const auto chosen = std::find_if(told.alternatives.begin(), told.alternatives.end(),
+                                         [](const auto& way) { return way.chosen; });
+        ASSERT_NE(chosen, told.alternatives.end());
+        EXPECT_EQ(chosen->way.kind, one.kind);
+        EXPECT_LE(told.read, one.mostRead);
+        EXPECT_TRUE(std::all_of(told.alternatives.begin(), told.alternatives.end(),
+                                [&](const auto& way) { return way.cost >= chosen->cost; }));
+        EXPECT_NEAR(told.estimated, told.actual, 1e-9) << "the sample is the whole store";
+        EXPECT_EQ(told.source, ko::store::Explanation::Source::Sample);
+    }
+
     const std::string table =
         RunKotm("explain " + sample.Path() + " 'species = \"*hawk*\"i and not phase = \"Climb\"'")
             .out;
-    for (const char* part : {"plan: all objects", "species = \"*hawk*\"i", "not phase", "100 %"})
+    for (const char* part : {"plan: all objects", "species = \"*hawk*\"i", "not phase", "100 %",
+                             "statistics: of 10000 objects", "chosen"})
         EXPECT_NE(table.find(part), std::string::npos) << part << "\n" << table;
+}
+
+// What an open store keeps of statistics holds as long as their rows do, whoever writes them.
+TEST(Plan, SeesNewStatistics)
+{
+    for (const PlaceKind& kind : {kPlaces[0], kPlaces[1]}) {
+        SCOPED_TRACE(kind.name);
+        const GeneratedStore generated(300);
+        const std::unique_ptr<Place> place = kind.make();
+        CopyStore(*generated.store, *place->Load(), Scratch());
+        ObjectStore writing(place->Open(kind.mode), "store", Scratch());
+        const ObjectStore reading(place->Open(Mode::Read), "store", Scratch());
+        const std::string name = reading.GetSchema().attributes[0].name;
+        const auto age = [&] {
+            return *Explain(*reading.Read(), {name + " is not null"}).statistics;
+        };
+        const std::uint64_t before = reading.Read()->GetCounts().objects;
+        writing.Analyze();
+        EXPECT_EQ(age().objects, before);
+        const auto old = reading.Read();
+        writing.Change([](ObjectChange& change) { change.Erase(1); });
+        EXPECT_EQ(age().objects, before);
+        EXPECT_EQ(age().erased, 1U);
+        writing.Analyze();
+        EXPECT_EQ(age().objects, before - 1);
+        EXPECT_EQ(age().erased, 0U);
+        EXPECT_EQ(Explain(*old, {name + " is not null"}).statistics->objects, before);
+    }
 }
 
 } // namespace
