@@ -15,7 +15,7 @@ namespace
 /// So many objects are read in less time than it takes to think about them, where there are others
 /// to choose from, and where there are none.
 constexpr std::uint64_t kFew = 4;
-constexpr std::uint64_t kFewAlone = 100;
+constexpr std::uint64_t kFewAlone = 50;
 /// Objects that an answer in the order of an index looks at together.
 constexpr double kTogether = 4096.0;
 
@@ -59,9 +59,10 @@ private:
         Shares shares(m_snapshot, nullptr);
         const auto& parts = m_plan.narrowed.parts;
         const bool alone = parts.size() == 1 && m_plan.narrowed.either.empty();
-        std::uint64_t fewest = (alone ? kFewAlone : kFew) + 1;
+        const std::uint64_t few = alone ? kFewAlone : kFew;
+        std::uint64_t fewest = few + 1;
         for (const auto& [attribute, part] : parts) {
-            const auto count = shares.Count(part.range);
+            const auto count = shares.Count(part.range, few);
             if (!count || *count >= fewest)
                 continue;
             fewest = *count;
@@ -151,11 +152,9 @@ private:
 
     static Share OfTerm(Shares& shares, const PlanTerm& term)
     {
-        // A range that holds what the comparison does may have been counted.
-        if (term.range && term.range->exact) {
-            if (const auto count = shares.Count(*term.range))
-                return shares.OfRange(*term.range, term.share);
-        }
+        // A range that holds what the comparison does may be counted.
+        if (term.range && term.range->exact)
+            return shares.OfRange(*term.range, term.share);
         return shares.OfCondition(*term.condition, term.negated, term.share);
     }
 

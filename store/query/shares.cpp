@@ -37,26 +37,25 @@ Shares::Shares(Snapshot& snapshot, Estimator* estimator)
 }
 
 /// Counts the first entries of a range; null where that costs more than it tells.
-const Shares::Counted* Shares::Walk(const IndexRange& range)
+const Shares::Counted* Shares::Walk(const IndexRange& range, std::uint64_t most)
 {
     if (m_snapshot.EngineReach() == Reach::Server || range.attribute == kObjectIdIndex ||
         (range.low.form.empty() && !range.high) || range.low.form.size() > kMostEdge ||
         (range.high && range.high->form.size() > kMostEdge))
         return nullptr;
-    const auto same = std::find_if(m_counted.begin(), m_counted.end(),
-                                   [&](const Counted& one) { return IsSame(one.range, range); });
-    if (same != m_counted.end())
-        return &*same;
-    const std::uint64_t entries =
-        RangeWalk(m_snapshot, range, ScanOrder::Numbers).Count(kMostCounted);
-    m_counted.push_back({range, entries, entries < kMostCounted});
-    return &m_counted.back();
+    auto same = std::find_if(m_counted.begin(), m_counted.end(),
+                             [&](const Counted& one) { return IsSame(one.range, range); });
+    if (same == m_counted.end())
+        same = m_counted.insert(same, {range, 1, 0});
+    if (!same->IsAll() && same->most < most)
+        *same = {range, RangeWalk(m_snapshot, range, ScanOrder::Numbers).Count(most + 1), most};
+    return &*same;
 }
 
-std::optional<std::uint64_t> Shares::Count(const IndexRange& range)
+std::optional<std::uint64_t> Shares::Count(const IndexRange& range, std::uint64_t most)
 {
-    const Counted* const counted = Walk(range);
-    if (counted == nullptr || !counted->isAll)
+    const Counted* const counted = Walk(range, most);
+    if (counted == nullptr || !counted->IsAll() || counted->entries > most)
         return {};
     return counted->entries;
 }
@@ -71,15 +70,21 @@ Share Shares::OfQuestion(const Question& question)
 
 Share Shares::OfRange(const IndexRange& range, double byTypes)
 {
-    const Counted* const counted = Walk(range);
-    if (counted != nullptr && counted->isAll)
-        return {static_cast<double>(counted->entries) / m_objects, Share::Source::Walk};
-    if (m_estimator == nullptr || range.attribute == kObjectIdIndex)
-        return {byTypes, Share::Source::Types};
-    Share share = OfQuestion(QuestionOf(range));
+    Share share{byTypes, Share::Source::Types};
+    if (m_estimator != nullptr && range.attribute != kObjectIdIndex)
+        share = OfQuestion(QuestionOf(range));
+    // What is expected to be much is not counted.
+    if (share.source == Share::Source::Statistics &&
+        share.share * m_objects > static_cast<double>(kMostCounted))
+        return share;
+    const Counted* const counted = Walk(range, kMostCounted);
+    if (counted == nullptr)
+        return share;
+    const double entries = static_cast<double>(counted->entries) / m_objects;
+    if (counted->IsAll())
+        return {entries, Share::Source::Walk};
     // There are more than were counted, whatever old statistics say.
-    if (counted != nullptr)
-        share.share = std::max(share.share, static_cast<double>(counted->entries) / m_objects);
+    share.share = std::max(share.share, entries);
     return share;
 }
 

@@ -22,8 +22,8 @@ public:
     bool HasStatistics() const { return m_estimator != nullptr; }
     /// Of a range; `byTypes` is what the types say.
     Share OfRange(const IndexRange& range, double byTypes);
-    /// The same by counting alone, where the entries are few.
-    std::optional<std::uint64_t> Count(const IndexRange& range);
+    /// The entries of a range, where counting them is cheap and they are no more than `most`.
+    std::optional<std::uint64_t> Count(const IndexRange& range, std::uint64_t most);
     /// Of a way of several parts.
     Share OfWay(const Way& way, double byTypes);
     Share OfCondition(const Condition& condition, bool negated, double byTypes);
@@ -37,7 +37,8 @@ private:
     struct Counted {
         IndexRange range;
         std::uint64_t entries;
-        bool isAll; ///< and there are no more
+        std::uint64_t most; ///< so many were wanted
+        bool IsAll() const { return entries <= most; }
     };
 
     struct Tested {
@@ -47,7 +48,7 @@ private:
 
     Tested Test(const Condition& condition, bool negated);
     TestCost TestLeaf(const Condition& condition);
-    const Counted* Walk(const IndexRange& range);
+    const Counted* Walk(const IndexRange& range, std::uint64_t most);
     Share OfQuestion(const Question& question);
 
     Snapshot& m_snapshot;

@@ -5,10 +5,10 @@
 #include "store/every_way.h"
 #include "store/generated_store.h"
 #include "store/generated_table.h"
+#include "store/object_model.h"
 #include "store/random_predicate.h"
 #include "store/sample.h"
 
-#include "base/object_id.h"
 #include "object/copy_store.h"
 #include "query/answer.h"
 #include "query/explain.h"
@@ -24,135 +24,6 @@ namespace
 using ko::store::Error;
 using ko::store::Query;
 using namespace ko::store::inner;
-
-using Numbers = std::vector<std::uint64_t>;
-
-/// The objects of a store by themselves.
-class Model
-{
-public:
-    explicit Model(Snapshot& snapshot)
-        : m_schema(snapshot.GetSchema()), m_columns(m_schema.attributes.size())
-    {
-        std::string room;
-        for (std::uint64_t number = 1; number < snapshot.GetCounts().nextNumber; ++number) {
-            if (snapshot.BlockWith(number) == nullptr)
-                continue;
-            m_numbers.push_back(number);
-            for (std::size_t i = 0; i < m_columns.size(); ++i) {
-                const std::string form(*snapshot.Value(number, i, room));
-                Column& column = m_columns[i];
-                const auto [at, isNew] = column.places.try_emplace(form, column.forms.size());
-                if (isNew)
-                    column.forms.push_back(form);
-                column.rows.push_back(at->second);
-            }
-        }
-        for (std::size_t i = 0; i < m_columns.size(); ++i)
-            Rank(m_columns[i], m_schema.TypeId(i));
-    }
-
-    Numbers Meeting(const Condition& condition) const
-    {
-        const std::vector<Truth> truths = Test(condition);
-        Numbers numbers;
-        for (std::size_t row = 0; row < truths.size(); ++row) {
-            if (truths[row] == Truth::True)
-                numbers.push_back(m_numbers[row]);
-        }
-        return numbers;
-    }
-    /// Of ascending numbers, those that come first in an order.
-    Numbers InOrder(const Numbers& numbers, std::size_t attribute, bool descending,
-                    std::size_t limit) const
-    {
-        std::vector<std::pair<std::size_t, std::uint64_t>> order;
-        for (std::size_t row = 0, at = 0; row < m_numbers.size() && at < numbers.size(); ++row) {
-            if (m_numbers[row] != numbers[at])
-                continue;
-            ++at;
-            const bool byId = attribute == kObjectIdIndex;
-            order.emplace_back(byId ? 0
-                                    : m_columns[attribute].ranks[m_columns[attribute].rows[row]],
-                               m_numbers[row]);
-        }
-        std::sort(order.begin(), order.end());
-        if (descending)
-            std::reverse(order.begin(), order.end());
-        Numbers first;
-        for (std::size_t i = 0; i < std::min(limit, order.size()); ++i)
-            first.push_back(order[i].second);
-        return first;
-    }
-
-private:
-    struct Column {
-        std::map<std::string, std::size_t> places;
-        std::vector<std::string> forms;
-        std::vector<std::size_t> ranks; ///< in the order of values; null first
-        std::vector<std::size_t> rows;
-    };
-
-    static void Rank(Column& column, o_char type)
-    {
-        const auto less = [&](std::size_t a, std::size_t b) {
-            const std::string& left = column.forms[a];
-            const std::string& right = column.forms[b];
-            int status = 0;
-            if (left.empty() || right.empty())
-                return left.empty() && !right.empty();
-            return ComparePersistent(type, left, right, kPlainOperator, status) < 0;
-        };
-        std::vector<std::size_t> sorted(column.forms.size());
-        for (std::size_t i = 0; i < sorted.size(); ++i)
-            sorted[i] = i;
-        std::sort(sorted.begin(), sorted.end(), less);
-        column.ranks.resize(sorted.size());
-        for (std::size_t i = 0, rank = 0; i < sorted.size(); ++i) {
-            rank += i > 0 && less(sorted[i - 1], sorted[i]) ? 1 : 0;
-            column.ranks[sorted[i]] = rank;
-        }
-    }
-
-    std::vector<Truth> Test(const Condition& condition) const
-    {
-        std::vector<Truth> truths(m_numbers.size());
-        if (condition.parts.empty()) {
-            if (condition.attribute == kObjectIdIndex) {
-                for (std::size_t row = 0; row < truths.size(); ++row) {
-                    char id[kObjectIdBytes];
-                    PutObjectId(id, m_numbers[row]);
-                    truths[row] = condition.Test({id, sizeof id});
-                }
-                return truths;
-            }
-            const Column& column = m_columns[condition.attribute];
-            std::vector<Truth> ofForm;
-            for (const std::string& form : column.forms)
-                ofForm.push_back(condition.Test(form));
-            for (std::size_t row = 0; row < truths.size(); ++row)
-                truths[row] = ofForm[column.rows[row]];
-            return truths;
-        }
-        truths = Test(condition.parts[0]);
-        if (condition.kind == Predicate::Kind::Not) {
-            for (Truth& truth : truths)
-                truth = static_cast<Truth>(static_cast<int>(Truth::True) - static_cast<int>(truth));
-        }
-        for (std::size_t part = 1; part < condition.parts.size(); ++part) {
-            const std::vector<Truth> others = Test(condition.parts[part]);
-            const bool isAnd = condition.kind == Predicate::Kind::And;
-            for (std::size_t row = 0; row < truths.size(); ++row)
-                truths[row] =
-                    isAnd ? std::min(truths[row], others[row]) : std::max(truths[row], others[row]);
-        }
-        return truths;
-    }
-
-    const Schema& m_schema;
-    Numbers m_numbers;
-    std::vector<Column> m_columns;
-};
 
 /// What a scan or an answer finds, asked for a few objects at a time.
 template <class Source>
@@ -181,7 +52,7 @@ struct Seen {
 class Checks
 {
 public:
-    Checks(Snapshot& snapshot, const Model& model, unsigned seed)
+    Checks(Snapshot& snapshot, const ObjectModel& model, unsigned seed)
         : m_snapshot(snapshot), m_model(model), m_random(snapshot, seed)
     {
     }
@@ -268,7 +139,7 @@ private:
     }
 
     Snapshot& m_snapshot;
-    const Model& m_model;
+    const ObjectModel& m_model;
     RandomPredicates m_random;
 };
 
@@ -282,7 +153,7 @@ int Predicates(int few)
 void CheckEngines(const ObjectStore& store, int predicates, unsigned seed)
 {
     const auto snapshot = store.Read();
-    const Model model(*snapshot);
+    const ObjectModel model(*snapshot);
     Checks checks(*snapshot, model, seed);
     checks.Run(predicates);
     const Seen& seen = checks.seen;
@@ -333,7 +204,7 @@ TEST(Plan, NeverChangesTheAnswerOnSkewedTables)
             change.Erase(number);
     });
     const auto snapshot = store->Read();
-    const Model model(*snapshot);
+    const ObjectModel model(*snapshot);
     Checks(*snapshot, model, 6).Run(Predicates(60));
 }
 
@@ -342,7 +213,7 @@ TEST(Plan, NeverChangesTheAnswerOnTheSample)
     FilePlace sample;
     ImportSample(sample.Path(), 3000);
     const auto snapshot = ObjectStore::Open(sample.Path(), Mode::Read)->Read();
-    Checks(*snapshot, Model(*snapshot), 2).Run(Predicates(10));
+    Checks(*snapshot, ObjectModel(*snapshot), 2).Run(Predicates(10));
 }
 
 TEST(Plan, ExplainsItsChoice)
@@ -368,13 +239,13 @@ TEST(Plan, ExplainsItsChoice)
         Kind kind;
         std::uint64_t mostRead;
     } cases[] = {
-        {"two values of an index", {"state = \"Ohio\" or state = \"Utah\""}, Kind::Either, 250},
+        {"two values of an index", {"state = \"Ohio\" or state = \"Utah\""}, Kind::Either, 500},
         {"a limit is met soon", {"phase = \"Climb\"", {}, "speed", true, 5}, Kind::InOrder, 200},
         {"and not at all",
          {"speed > 340 and state = \"Ohio\"", {}, "date", false, 5},
          Kind::Index,
          200},
-        {"most objects", {"speed < 340"}, Kind::AllObjects, 10'000},
+        {"no index", {"phase != \"Climb\""}, Kind::AllObjects, 10'000},
     };
     for (const auto& one : cases) {
         SCOPED_TRACE(one.why);
