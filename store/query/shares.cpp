@@ -12,8 +12,12 @@ namespace ko::store::inner
 namespace
 {
 
-/// So many entries of a range are counted in less time than it takes to know better.
+/// So many entries of a range are counted in less time than it takes to know better, and so many
+/// where statistics know that they are few.
 constexpr std::uint64_t kMostCounted = 200;
+constexpr std::uint64_t kMostExpected = 50;
+/// Statistics are old when more than one in so many objects came or went since.
+constexpr std::uint64_t kOld = 100;
 /// An edge of a longer form may have objects to look at beside it.
 constexpr std::size_t kMostEdge = 128;
 
@@ -32,8 +36,15 @@ bool IsSame(const IndexRange& a, const IndexRange& b)
 
 Shares::Shares(Snapshot& snapshot, Estimator* estimator)
     : m_snapshot(snapshot), m_estimator(estimator),
-      m_objects(std::max(static_cast<double>(snapshot.GetCounts().objects), 1.0))
+      m_objects(std::max(static_cast<double>(snapshot.GetCounts().objects), 1.0)),
+      m_mostCounted(kMostCounted)
 {
+    if (estimator == nullptr)
+        return;
+    const Counts& now = snapshot.GetCounts();
+    const Statistics::Age age = estimator->Known().AgeAt(now.objects, now.nextNumber);
+    if (age.added + age.erased <= now.objects / kOld)
+        m_mostCounted = kMostExpected;
 }
 
 /// Counts the first entries of a range; null where that costs more than it tells.
@@ -75,9 +86,9 @@ Share Shares::OfRange(const IndexRange& range, double byTypes)
         share = OfQuestion(QuestionOf(range));
     // What is expected to be much is not counted.
     if (share.source == Share::Source::Statistics &&
-        share.share * m_objects > static_cast<double>(kMostCounted))
+        share.share * m_objects > static_cast<double>(m_mostCounted))
         return share;
-    const Counted* const counted = Walk(range, kMostCounted);
+    const Counted* const counted = Walk(range, m_mostCounted);
     if (counted == nullptr)
         return share;
     const double entries = static_cast<double>(counted->entries) / m_objects;

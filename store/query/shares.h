@@ -54,6 +54,7 @@ private:
     Snapshot& m_snapshot;
     Estimator* m_estimator;
     double m_objects;
+    std::uint64_t m_mostCounted;
     std::vector<Counted> m_counted;
 };
 
