@@ -4,6 +4,7 @@
 #include "check/fault_list.h"
 #include "check/index_check.h"
 #include "object/block_check.h"
+#include "check/statistics_check.h"
 #include "object/index_feed.h"
 #include "object/object_store.h"
 #include "object/row_walk.h"
@@ -43,9 +44,7 @@ public:
                      m_faults);
         if (!m_snapshot.IndexesServe())
             m_faults.Try([&] { m_snapshot.NeedIndexes(); });
-        EachRow(m_reader, Space::Statistics, [&](const Row& row) {
-            m_faults.Try([&] { Unseal(Space::Statistics, row.key, row.value); });
-        });
+        CheckStatistics(m_snapshot, m_faults);
         m_faults.Finish();
         return m_faults.Count();
     }

@@ -133,6 +133,13 @@ public:
     virtual void Commit() = 0;
 };
 
+/// What it takes an engine to reach its rows: plans go by it.
+enum class Reach {
+    Mapped, ///< they are looked at where they stand
+    Copied, ///< they stand in this process
+    Server, ///< a question is a round trip
+};
+
 /// What differs between engines and matters to a store above them.
 struct Traits {
     const char* name;       ///< for messages: "LMDB"
@@ -142,6 +149,7 @@ struct Traits {
     /// What a reader (but no writer) and its cursors hand out stays where it is as long as the
     /// reader, whatever is called.
     bool viewsLast;
+    Reach reach;
 };
 
 /// Fills a new store, of which nobody sees anything before Publish. Without it nothing stays but

@@ -18,7 +18,7 @@ namespace ko::store::inner::lmdb
 // left alone: a store is then not made, or not opened, and a sentence names the file.
 
 /// Blocks take eight whole pages: what is longer than half a page has pages of its own.
-inline constexpr Traits kTraits{"LMDB", 8 * 4096 - 16, true, true, true};
+inline constexpr Traits kTraits{"LMDB", 8 * 4096 - 16, true, true, true, Reach::Mapped};
 
 std::unique_ptr<Engine> OpenEngine(const std::string& path, Mode mode);
 std::unique_ptr<Loader> StartLoad(const std::string& path);

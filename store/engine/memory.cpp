@@ -16,7 +16,7 @@ namespace
 using Map = MemoryStore::Map;
 using Maps = MemoryStore::Maps;
 
-constexpr Traits kTraits{"memory", 4096, true, true, false};
+constexpr Traits kTraits{"memory", 4096, true, true, false, Reach::Copied};
 
 void CheckRow(std::string_view key, std::string_view value)
 {

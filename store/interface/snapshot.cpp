@@ -1,5 +1,6 @@
 #include "base/hidden.h"
 #include "interface/moment.h"
+#include "interface/tell_statistics.h"
 #include "query/answer.h"
 #include "query/explain.h"
 #include "query/gatherer.h"
@@ -161,10 +162,21 @@ Cursor Snapshot::Select(const Query& query)
                           [&] { return Cursor(std::make_unique<Cursor::State>(m_state, query)); });
 }
 
-Explanation Snapshot::Explain(const std::string& predicate)
+std::optional<StoreStatistics> Snapshot::GetStatistics()
 {
     inner::Snapshot& snapshot = *m_state->snapshot;
-    return inner::Reading(snapshot.Name(), [&] { return inner::Explain(snapshot, predicate); });
+    return inner::Reading(snapshot.Name(), [&] { return inner::TellStatistics(snapshot); });
+}
+
+Explanation Snapshot::Explain(const std::string& predicate)
+{
+    return Explain(Query{predicate});
+}
+
+Explanation Snapshot::Explain(const Query& query)
+{
+    inner::Snapshot& snapshot = *m_state->snapshot;
+    return inner::Reading(snapshot.Name(), [&] { return inner::Explain(snapshot, query); });
 }
 
 } // namespace ko::store

@@ -141,6 +141,11 @@ std::uint64_t Store::Compact() const
     return m_state->objects->Compact();
 }
 
+std::uint64_t Store::Analyze() const
+{
+    return m_state->objects->Analyze();
+}
+
 ImportResult Import(const ImportRequest& request)
 {
     std::ostream nowhere(nullptr);

@@ -5,7 +5,7 @@
 #include "object/entry_changes.h"
 #include "object/fingerprint.h"
 #include "object/index_feed.h"
-#include "object/snapshot.h"
+#include "object/statistics_feed.h"
 #include <kostore.h>
 
 #include <algorithm>
@@ -97,6 +97,7 @@ std::unique_ptr<Bulk> Bulk::Create(std::unique_ptr<Loader> loader, const Schema&
         if (bulk->m_layout[i] == 0)
             bulk->m_places[i] = &bulk->m_dictionaries.New(i);
     }
+    bulk->m_statistics.emplace(schema, kStatisticsMemory);
     return bulk;
 }
 
@@ -122,7 +123,24 @@ std::unique_ptr<Bulk> Bulk::Grow(Engine& engine, const std::string& name,
             FailDamaged(Space::Blocks, BlockKey(now.BlockOf(next)),
                         "holds other objects than it should");
     }
+    bulk->ResumeStatistics(now);
     return bulk;
+}
+
+/// Goes on from the statistics that a store has, which learn of the objects that single changes
+/// added since. A store without any is left without: those of its new objects alone would lie.
+void Bulk::ResumeStatistics(Snapshot& now)
+{
+    if (now.GetCounts().nextNumber != 1) {
+        const auto before = StatisticsOf(GetSchema(), now.Rows());
+        if (!before)
+            return;
+        m_statistics.emplace(GetSchema(), kStatisticsMemory);
+        m_statistics->Resume(*before, now.GetCounts().texts);
+        AddObjects(now, before->NextNumber(), *m_statistics);
+    } else {
+        m_statistics.emplace(GetSchema(), kStatisticsMemory);
+    }
 }
 
 Cell Bulk::Place(std::size_t attribute, std::string_view form, FormMemo& memo)
@@ -147,8 +165,12 @@ std::uint64_t Bulk::Add(std::span<const std::string_view> forms, std::span<FormM
         m_description.slotsOfBlock != 0 ? m_description.slotsOfBlock : kMostSlots;
     const auto slot = static_cast<unsigned>(number % slots);
     m_builder.Add(slot);
+    if (m_statistics)
+        m_statistics->Begin(number);
     for (std::size_t i = 0; i < forms.size(); ++i) {
         const Cell cell = Place(i, forms[i], *memos[i]);
+        if (m_statistics)
+            m_statistics->Add(i, cell, forms[i], memos[i]->value);
         if (cell.kind != Cell::Kind::Absent)
             m_builder.Put(i, slot, cell);
         if (cell.kind == Cell::Kind::Large) {
@@ -230,6 +252,13 @@ void Bulk::Commit()
                          m_counts.texts);
     for (EntryBuilder& index : m_indexes)
         m_target->PutIndex(index);
+    if (m_statistics) {
+        m_statistics->Finish(
+            [&](std::size_t i, std::uint32_t entry) { return m_places[i]->Form(entry); },
+            [&](std::string_view key, std::string_view sealed) {
+                m_target->Put(Space::Statistics, key, sealed);
+            });
+    }
     m_target->Put(Space::Description, Counts::kKey, m_counts.Write());
     if (m_isNew)
         m_target->Put(Space::Description, Description::kKey, m_description.Write());

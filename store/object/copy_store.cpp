@@ -6,6 +6,7 @@
 #include "object/fingerprint.h"
 #include "object/index_feed.h"
 #include "object/row_walk.h"
+#include "object/statistics_feed.h"
 #include <kostore.h>
 
 #include <optional>
@@ -41,10 +42,9 @@ public:
             MakeIndexes();
         else
             CopyEntries();
-        EachRow(m_from.Rows(), Space::Statistics, [&](const Row& row) {
-            Unseal(Space::Statistics, row.key, row.value);
-            m_to.Append(Space::Statistics, row.key, row.value);
-        });
+        ProveStatistics(m_schema, m_from.Rows());
+        EachRow(m_from.Rows(), Space::Statistics,
+                [&](const Row& row) { m_to.Append(Space::Statistics, row.key, row.value); });
         m_to.Append(Space::Description, Counts::kKey, m_from.GetCounts().Write());
         description.order = FingerprintOfOrder(m_schema);
         m_to.Append(Space::Description, Description::kKey, description.Write());

@@ -10,6 +10,7 @@
 #include "object/description.h"
 #include "object/row_walk.h"
 #include "object/store_memory.h"
+#include "statistics/statistics.h"
 
 #include <cstdint>
 #include <functional>
@@ -129,6 +130,9 @@ public:
     /// True where Fetch does something: what is wanted had best be asked for together.
     bool IsAfar() const { return !m_viewsLast; }
 
+    /// What it takes the engine to reach rows.
+    Reach EngineReach() const;
+
     /// A block, its checksum proved; null where there is none, which the rows beside it prove.
     /// Valid until another block is asked for; the last few are kept open.
     BlockView* Block(std::uint64_t block);
@@ -181,6 +185,13 @@ public:
     /// About how many objects these are, of the index on an attribute.
     std::uint64_t CountEntriesRoughly(std::size_t attribute, const Range& keys);
 
+    // ---- statistics
+
+    /// What is known of the values of these attributes, of which the store may have kept it from an
+    /// earlier snapshot; null where the store has no statistics, or they cannot be trusted. It goes
+    /// with the snapshot.
+    Statistics* FindStatistics(std::span<const std::size_t> attributes);
+
     /// For who checks.
     Reader& Rows() { return *m_reader; }
 
@@ -203,6 +214,7 @@ private:
     bool HasText(std::size_t attribute, std::uint32_t entry);
     void ReadTexts(std::span<const std::string> keys);
     std::unique_ptr<RowWalk> Walk(Space space, const Range& range, Direction direction);
+    std::unique_ptr<Statistics> OpenStatistics(std::span<const std::size_t> attributes);
     const TextRow& FindTexts(std::size_t attribute, std::uint32_t entry);
     Counts ReadCounts(Reader& reader) const;
     const TextRow* FindLaterTexts(std::size_t attribute, std::uint32_t entry);
@@ -226,6 +238,9 @@ private:
     FetchedBlocks m_fetchedBefore;                                  ///< which go first
     std::map<std::string, std::string, std::less<>> m_fetchedLarge; ///< values, sealed
     std::size_t m_fetchedLargeBytes = 0;
+    std::unique_ptr<Statistics> m_statistics;
+    std::vector<std::size_t> m_known;                       ///< attributes that it was asked for
+    std::map<std::string, std::string> m_fetchedStatistics; ///< sealed rows
 };
 
 } // namespace ko::store::inner

@@ -35,6 +35,8 @@ public:
     bool Next(std::vector<std::uint64_t>& numbers);
     /// Appends all that are left.
     void Collect(std::vector<std::uint64_t>& numbers);
+    /// Many rows will be wanted: they are asked for together from now on.
+    void ReadMany() { m_walk->ReadMany(); }
     /// Counts the objects that are left, up to a row of entries more than `most`.
     std::uint64_t Count(std::uint64_t most);
     /// Counts the objects where fewer than a thousand rows of entries hold them all, which one

@@ -1,6 +1,7 @@
 #include "arguments.h"
 #include "explain.h"
 #include "query.h"
+#include "statistics.h"
 #include "store_commands.h"
 #include "text.h"
 #include "type_commands.h"
@@ -9,6 +10,7 @@
 #include <kostore.h>
 #include <kotms.h>
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -69,6 +71,8 @@ public:
         AddImport();
         AddQuery();
         AddExplain();
+        AddStats();
+        AddAnalyze();
         AddCheck();
         AddIndex();
         AddReindex();
@@ -236,12 +240,49 @@ private:
         CLI::App* command =
             m_app.add_subcommand("explain", "Show how a query would find its objects");
         command->add_option("STORE", m_explain.store, "Store")->required();
-        command->add_option("PREDICATE", m_explain.predicate, "As for query")->required();
+        command->add_option("PREDICATE", m_explain.query.predicate, "As for query")->required();
+        CLI::Option* order =
+            command->add_option("--order", m_explain.query.order, "Attribute to sort by");
+        command->add_flag("--desc", m_explain.query.descending, "Largest first")->needs(order);
+        command->add_option("--limit", m_limit, "At most so many rows");
         command->add_option("--output", m_output, "table or json")->capture_default_str();
         On(command, [this] {
+            if (m_limit)
+                m_explain.query.limit = ReadCount("--limit", *m_limit);
             m_explain.json = ReadWord("--output", m_output, {"table", "json"}) == 1;
             EndOnBrokenPages("kotm: ");
             Explain(m_explain, std::cout);
+            return Exit::Done;
+        });
+    }
+
+    void AddStats()
+    {
+        CLI::App* command =
+            m_app.add_subcommand("stats", "Show what is known of the values of attributes");
+        command->add_option("STORE", m_statistics.store, "Store")->required();
+        command->add_option("ATTRIBUTE", m_statistics.attribute,
+                            "One attribute, with its common values and the histogram");
+        command->add_option("--output", m_output, "table or json")->capture_default_str();
+        On(command, [this] {
+            m_statistics.json = ReadWord("--output", m_output, {"table", "json"}) == 1;
+            winsize size{};
+            if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col != 0)
+                m_statistics.width = size.ws_col;
+            EndOnBrokenPages();
+            ShowStatistics(m_statistics, std::cout);
+            return Exit::Done;
+        });
+    }
+
+    void AddAnalyze()
+    {
+        CLI::App* command = m_app.add_subcommand(
+            "analyze", "Make the statistics of a store anew, from its objects");
+        command->add_option("STORE", m_changed, "Store")->required();
+        On(command, [this] {
+            EndOnBrokenPages();
+            Analyze(m_changed, std::cerr);
             return Exit::Done;
         });
     }
@@ -348,6 +389,7 @@ private:
     ImportRequest m_import;
     QueryRequest m_query;
     ExplainRequest m_explain;
+    StatisticsRequest m_statistics;
     std::vector<std::string> m_prints;
     std::optional<std::string> m_columns;
     std::optional<std::string> m_limit;

@@ -1,0 +1,50 @@
+#include "statistics/sample_rows.h"
+
+#include <algorithm>
+#include <numeric>
+#include <utility>
+
+namespace ko::store::inner
+{
+
+/// Keeps what comes first in the order of samples.
+void SampleRows::Shrink()
+{
+    if (m_rows.size() <= kMostSample)
+        return;
+    std::vector<std::uint64_t> order;
+    order.reserve(m_rows.size());
+    for (const Row& row : m_rows)
+        order.push_back(row.order);
+    std::nth_element(order.begin(), order.begin() + kMostSample, order.end());
+    m_last = order[kMostSample];
+    std::vector<FormList> forms(m_attributes);
+    std::size_t kept = 0;
+    for (std::size_t row = 0; row < m_rows.size(); ++row) {
+        if (m_rows[row].order >= m_last)
+            continue;
+        m_rows[kept] = m_rows[row];
+        for (std::size_t i = 0; i < m_attributes; ++i) {
+            SampleCode code = m_codes[row * m_attributes + i];
+            if (code.What() == SampleCode::kForm)
+                code = SampleCode(SampleCode::kForm, forms[i].Add(m_forms[i][code.Index()]));
+            m_codes[kept * m_attributes + i] = code;
+        }
+        ++kept;
+    }
+    m_rows.resize(kept);
+    m_codes.resize(kept * m_attributes, SampleCode(SampleCode::kAbsent));
+    m_forms = std::move(forms);
+}
+
+void SampleRows::Finish()
+{
+    Shrink();
+    m_sorted.resize(m_rows.size());
+    std::iota(m_sorted.begin(), m_sorted.end(), 0U);
+    std::sort(m_sorted.begin(), m_sorted.end(), [this](std::uint32_t a, std::uint32_t b) {
+        return m_rows[a].order < m_rows[b].order;
+    });
+}
+
+} // namespace ko::store::inner
