@@ -81,6 +81,8 @@ Share Shares::OfQuestion(const Question& question)
 
 Share Shares::OfRange(const IndexRange& range, double byTypes)
 {
+    if (range.IsNone())
+        return {0.0, Share::Source::Statistics, Estimate::Source::Counts};
     Share share{byTypes, Share::Source::Types};
     if (m_estimator != nullptr && range.attribute != kObjectIdIndex)
         share = OfQuestion(QuestionOf(range));
