@@ -59,10 +59,11 @@ public:
         Count();
         for (std::size_t i = 0; i < m_plan.terms.size(); ++i)
             m_told.comparisons.push_back(Tell(m_plan.terms[i], m_plan.shares[i], m_met[i]));
-        for (const Alternative& one : m_plan.alternatives)
+        for (const Alternative& one : m_plan.alternatives) {
             m_told.alternatives.push_back(Tell(one));
-        if (m_plan.way && m_plan.way->kind == inner::Way::Kind::Range)
-            m_told.part = m_told.alternatives.front().way.part;
+            if (one.chosen && one.way && one.way->kind == inner::Way::Kind::Range)
+                m_told.part = m_told.alternatives.back().way.part;
+        }
         if (m_plan.age)
             m_told.statistics = {m_plan.age->objects, m_plan.age->added, m_plan.age->erased};
         m_told.estimated = m_plan.found.share;

@@ -42,7 +42,8 @@ public:
         if (m_condition != nullptr) {
             AddAttributes(*m_condition, m_attributes);
             m_plan.narrowed = Narrow(m_snapshot, *m_condition, false, m_plan.terms);
-            if (FindFew())
+            FindFew();
+            if (m_plan.way && !m_wanted.tells)
                 return std::move(m_plan);
         }
         Ask();
@@ -52,10 +53,8 @@ public:
 
 private:
     /// Where an index has few entries for the condition nothing else needs to be known.
-    bool FindFew()
+    void FindFew()
     {
-        if (m_wanted.tells)
-            return false;
         Shares shares(m_snapshot, nullptr);
         const auto& parts = m_plan.narrowed.parts;
         const bool alone = parts.size() == 1 && m_plan.narrowed.either.empty();
@@ -68,7 +67,6 @@ private:
             fewest = *count;
             m_plan.way = Way::Of(part.range);
         }
-        return m_plan.way.has_value();
     }
 
     /// Statistics know nothing of conditions on ids.
@@ -129,6 +127,11 @@ private:
             }
         }
         others.push_back(all);
+        for (const Alternative& other : others) {
+            if (m_plan.way && other.way && other.way->kind == Way::Kind::Range &&
+                other.way->range.attribute == m_plan.way->range.attribute && !other.inOrder)
+                chosen = other;
+        }
         Choose(chosen, std::move(others));
     }
 

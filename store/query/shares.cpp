@@ -93,6 +93,8 @@ std::optional<std::uint64_t> Shares::CountBlindly(const IndexRange& range)
 
 Share Shares::OfRange(const IndexRange& range, double byTypes)
 {
+    if (range.IsNone())
+        return {0.0, Share::Source::Statistics, Estimate::Source::Counts};
     Share share{byTypes, Share::Source::Types};
     if (m_estimator != nullptr && range.attribute != kObjectIdIndex)
         share = OfQuestion(QuestionOf(range));
