@@ -307,7 +307,7 @@ TEST(Plan, CountsBeforeItReadsEverything)
         R"({"class": "Thing", "attributes": [
             {"name": "size", "column": "size", "type": "o_4b", "index": true}]})",
         "schema");
-    const auto bulk = Bulk::Create(place.Load(), schema, Scratch());
+    auto bulk = Bulk::Create(place.Load(), schema, Scratch());
     for (std::uint64_t i = 1; i <= kObjects; ++i) {
         const auto size = i == kObjects ? 0 : 1'000'000 + i % 500;
         const std::vector<std::string> forms{FormOf(schema.attributes[0], std::to_string(size))};
@@ -316,6 +316,7 @@ TEST(Plan, CountsBeforeItReadsEverything)
         bulk->Add(Views(forms), memos);
     }
     bulk->Commit();
+    bulk.reset();
     Change(*place.Open(Mode::Change), [](Writer& writer) { // as if it were an older store
         std::vector<std::string> keys;
         EachRow(writer, Space::Statistics, [&](const Row& row) { keys.emplace_back(row.key); });
