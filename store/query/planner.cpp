@@ -66,6 +66,8 @@ private:
                 continue;
             fewest = *count;
             m_plan.way = Way::Of(part.range);
+            m_plan.way->share = static_cast<double>(fewest) /
+                                std::max(static_cast<double>(m_snapshot.GetCounts().objects), 1.0);
         }
     }
 
