@@ -331,10 +331,10 @@ void StatisticsBuilder::FinishAttribute(std::size_t attribute, const Text& text,
         !counts.varies && !counts.fixed.IsFull() && !IsThinned() && m_objectsBefore == 0;
     summary.exact = whole || allKnown;
     // The values at hand are the fewest that there can be.
-    summary.distinct =
-        allKnown ? counts.fixed.Size()
-                 : std::max<std::uint64_t>(values.Values().size(),
-                                           whole ? 0 : std::llround(about.distinct.Count()));
+    const auto estimated = static_cast<std::uint64_t>(std::llround(about.distinct.Count()));
+    summary.distinct = allKnown
+                           ? counts.fixed.Size()
+                           : std::max<std::uint64_t>(values.Values().size(), whole ? 0 : estimated);
     if (!whole)
         summary.registers = about.distinct.Registers();
     // Fewer objects than several that stand for others may be one value's by chance.
