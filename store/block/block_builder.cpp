@@ -127,15 +127,14 @@ void BlockBuilder::Put(std::size_t attribute, unsigned slot, const Cell& cell)
         code = kLargeCode;
         break;
     case Cell::Kind::Entry:
-        code = static_cast<std::uint16_t>(kFirstCode + cell.entry);
+        PutEntry(attribute, slot, cell.entry);
         break;
     case Cell::Kind::Form:
-        code = kInlineCode;
         if (values.size != 0) {
-            CopyForm(values.forms.data() + std::size_t{slot} * values.size,
-                     cell.form.substr(0, values.size));
+            PutFixed(attribute, slot, cell.form);
             break;
         }
+        code = kInlineCode;
         // What the slot had before stays behind until the next Clear.
         values.spans[slot] = {static_cast<std::uint32_t>(values.bytes.size()),
                               static_cast<std::uint32_t>(cell.form.size())};

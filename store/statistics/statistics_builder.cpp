@@ -91,13 +91,11 @@ std::uint32_t StatisticsBuilder::CountForm(std::size_t attribute, std::string_vi
 void StatisticsBuilder::Take(std::size_t attribute, const Cell& cell, std::uint32_t known,
                              std::string_view form)
 {
-    if (cell.kind == Cell::Kind::Absent)
-        m_sample.Put(SampleCode(SampleCode::kAbsent));
-    else if (known != FixedValues::kNone)
-        m_sample.Put(SampleCode(SampleCode::kKnown, known));
+    if (known != FixedValues::kNone)
+        m_sample.Put(attribute, SampleCode(SampleCode::kKnown, known));
     else if (cell.kind == Cell::Kind::Large)
-        m_sample.Put(SampleCode(SampleCode::kLarge));
-    else
+        m_sample.Put(attribute, SampleCode(SampleCode::kLarge));
+    else if (cell.kind != Cell::Kind::Absent)
         m_sample.PutForm(attribute, form);
 }
 
@@ -131,8 +129,8 @@ void StatisticsBuilder::Resume(Statistics& before, std::span<const std::uint32_t
             if (code >= SampleColumn::kFirst)
                 m_sample.PutForm(i, column.Form(code));
             else
-                m_sample.Put(SampleCode(code == SampleColumn::kNull ? SampleCode::kAbsent
-                                                                    : SampleCode::kLarge));
+                m_sample.Put(i, SampleCode(code == SampleColumn::kNull ? SampleCode::kAbsent
+                                                                       : SampleCode::kLarge));
         }
     }
 }
