@@ -16,9 +16,9 @@ namespace ko::store::inner
 class ColumnReader
 {
 public:
-    /// `memory` is what the texts that are known may take, in bytes.
-    ColumnReader(const Attribute& attribute, std::size_t memory)
-        : m_reader(attribute), m_known(memory)
+    /// `memory` and `more` are what the texts that are known may take, in bytes: see KnownTexts.
+    ColumnReader(const Attribute& attribute, std::size_t memory, std::size_t& more)
+        : m_reader(attribute), m_known(memory, more)
     {
     }
 
