@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <functional>
 
 namespace ko::store::inner
 {
@@ -182,19 +183,28 @@ bool BlockBuilder::FindDefault(const Values& values, SlotBits& own, const char*&
         return std::string_view(values.forms.data() + std::size_t{slot} * values.size, values.size);
     };
     // The majority vote of Boyer and Moore (1981): only `common` can be in most of the slots.
-    std::string_view common;
-    unsigned votes = 0;
-    ForEach(m_objects, m_slots, [&](unsigned slot) {
-        if (votes == 0)
-            common = at(slot);
-        votes = SameBytes(common, at(slot)) ? votes + 1 : votes - 1;
-    });
     own = {};
-    ForEach(m_objects, m_slots, [&](unsigned slot) {
-        if (!SameBytes(common, at(slot)))
-            SetBit(own, slot);
-    });
-    form = common.data();
+    const auto choose = [&](const auto& valueAt, const auto& same) {
+        unsigned common = 0;
+        unsigned votes = 0;
+        ForEach(m_objects, m_slots, [&](unsigned slot) {
+            if (votes == 0)
+                common = slot;
+            votes = same(valueAt(common), valueAt(slot)) ? votes + 1 : votes - 1;
+        });
+        ForEach(m_objects, m_slots, [&](unsigned slot) {
+            if (!same(valueAt(common), valueAt(slot)))
+                SetBit(own, slot);
+        });
+        form = at(common).data();
+    };
+    if (values.size <= sizeof(std::uint64_t)) {
+        const unsigned unused = 64 - values.size * 8;
+        choose([&](unsigned slot) { return GetLittle<std::uint64_t>(at(slot).data()) << unused; },
+               std::equal_to<>());
+    } else {
+        choose(at, SameBytes);
+    }
     // The others have as many bytes each as all would have, or fewer.
     const std::size_t saved = std::size_t{m_slots - CountBits(own, m_slots)} * m_varying.size();
     return saved > values.size + BitBytes(m_slots);

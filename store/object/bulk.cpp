@@ -156,17 +156,19 @@ Cell Bulk::Place(std::size_t attribute, std::string_view form, FormMemo& memo)
     return cell;
 }
 
-/// Does what Put does for most values of objects that the statistics do not look at: those that are
-/// known from before. False, with nothing done, for others.
-inline bool Bulk::Pass(std::size_t attribute, unsigned slot, std::string_view form,
-                       const FormMemo& memo)
+/// Does what Put does, for most values: those that are known from before. `counted`: the statistics
+/// look at the object. False, with nothing done, for other values.
+inline bool Bulk::PutKnown(std::size_t attribute, unsigned slot, std::string_view form,
+                           const FormMemo& memo, bool counted)
 {
     if (form.empty()) {
         if (m_statistics)
             m_statistics->PassNull(attribute);
     } else if (memo.entry != 0) {
         m_builder.PutEntry(attribute, slot, static_cast<std::uint16_t>(memo.entry - 1));
-    } else if (memo.value != 0 && m_places[attribute] == nullptr &&
+        if (counted)
+            m_statistics->AddEntry(attribute, memo.entry - 1);
+    } else if (!counted && memo.value != 0 && m_places[attribute] == nullptr &&
                m_description.slotsOfBlock != 0) {
         m_builder.PutFixed(attribute, slot, form);
     } else {
@@ -204,7 +206,7 @@ std::uint64_t Bulk::Add(std::span<const std::string_view> forms, std::span<FormM
     m_builder.Add(slot);
     const bool counted = m_statistics && m_statistics->Begin(number);
     for (std::size_t i = 0; i < forms.size(); ++i) {
-        if (counted || !Pass(i, slot, forms[i], *memos[i]))
+        if (!PutKnown(i, slot, forms[i], *memos[i], counted))
             Put(i, slot, forms[i], *memos[i]);
     }
     for (std::size_t i = 0; i < m_indexed.size(); ++i) {

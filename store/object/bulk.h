@@ -62,7 +62,8 @@ private:
          Counts counts, const std::string& scratch);
 
     Cell Place(std::size_t attribute, std::string_view form, FormMemo& memo);
-    bool Pass(std::size_t attribute, unsigned slot, std::string_view form, const FormMemo& memo);
+    bool PutKnown(std::size_t attribute, unsigned slot, std::string_view form, const FormMemo& memo,
+                  bool counted);
     void Put(std::size_t attribute, unsigned slot, std::string_view form, FormMemo& memo);
     void ResumeStatistics(Snapshot& now);
     void ChooseSlots();

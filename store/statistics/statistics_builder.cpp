@@ -46,16 +46,11 @@ StatisticsBuilder::StatisticsBuilder(const Schema& schema, std::size_t memory, C
 void StatisticsBuilder::Count(std::size_t attribute, const Cell& cell, std::string_view form,
                               std::uint32_t& hint)
 {
-    Counts& counts = m_counts[attribute];
+    if (cell.kind == Cell::Kind::Entry)
+        return AddEntry(attribute, cell.entry);
     std::uint32_t known = FixedValues::kNone;
-    if (cell.kind == Cell::Kind::Entry) {
-        known = cell.entry;
-        if (known >= counts.entries.size())
-            counts.entries.resize(std::size_t{known} * 2 + 16);
-        counts.entries[known] += m_weight;
-    } else if (cell.kind != Cell::Kind::Absent) {
+    if (cell.kind != Cell::Kind::Absent)
         known = CountForm(attribute, form, hint);
-    }
     if (m_takes)
         Take(attribute, cell, known, form);
 }

@@ -69,6 +69,16 @@ public:
         else if (cell.kind > Cell::Kind::Absent && cell.kind != Cell::Kind::Entry)
             Pass(attribute, form, hint);
     }
+    /// Add for an entry.
+    void AddEntry(std::size_t attribute, std::uint32_t entry)
+    {
+        std::vector<std::uint64_t>& entries = m_counts[attribute].entries;
+        if (entry >= entries.size())
+            entries.resize(std::size_t{entry} * 2 + 16);
+        entries[entry] += m_weight;
+        if (m_takes)
+            m_sample.Put(attribute, SampleCode(SampleCode::kKnown, entry));
+    }
     /// An absent value.
     void PassNull(std::size_t attribute) { ++m_counts[attribute].nulls; }
     /// A value that is no entry. One of a single size whose hint is not 0 need not be told.
