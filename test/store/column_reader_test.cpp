@@ -43,7 +43,7 @@ TEST(ColumnReader, ReadsAsTheFieldReaderDoes)
             bool takes;        ///< of the memory that several share
         } rows[] = {
             {1000, 1U << 20, 50, false},       // next to no text comes again before it is forgotten
-            {10'000, 10'000, 2500, true},      // one in some does, and twice the memory is enough
+            {10'000, 1U << 20, 2000, true},    // one in some does, and more memory is enough
             {10'000, 9000, 500, false},        // the same where too little is left
             {1U << 20, 1U << 20, 3000, false}, // all are known
         };
