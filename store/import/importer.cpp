@@ -207,6 +207,8 @@ private:
                              std::to_string(m_fields));
             return;
         }
+        for (std::size_t i = 0; i < m_readers.size(); ++i)
+            m_readers[i].Expect(fields[m_columns[i]]);
         TextFault fault;
         for (std::size_t i = 0; i < m_readers.size(); ++i) {
             if (!m_readers[i].Read(fields[m_columns[i]], m_forms[i], fault)) {

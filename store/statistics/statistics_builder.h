@@ -120,7 +120,7 @@ private:
         std::uint32_t ofForms = 0;          ///< of the first form of the sample
     };
 
-    static constexpr std::uint64_t kAllCounted = 1U << 16;
+    static constexpr std::uint64_t kAllCounted = 1U << 17;
     static constexpr std::uint64_t kThinned = 16;
     // Hints; others are the number of a known value, and one more.
     static constexpr std::uint32_t kMet = UINT32_MAX;         ///< it is one of the distinct values

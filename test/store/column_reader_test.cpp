@@ -63,6 +63,7 @@ TEST(ColumnReader, ReadsAsTheFieldReaderDoes)
                     fieldReader.Read(text, expected, expectedFault) != FieldReader::Result::Refused;
                 std::string_view form;
                 TextFault fault;
+                columnReader.Expect(text);
                 ASSERT_EQ(columnReader.Read(text, form, fault), taken) << text;
                 EXPECT_EQ(fault.reason, expectedFault.reason);
                 if (!taken)
