@@ -62,6 +62,9 @@ private:
          Counts counts, const std::string& scratch);
 
     Cell Place(std::size_t attribute, std::string_view form, FormMemo& memo);
+    bool PutKnown(std::size_t attribute, unsigned slot, std::string_view form, const FormMemo& memo,
+                  bool counted);
+    void Put(std::size_t attribute, unsigned slot, std::string_view form, FormMemo& memo);
     void ResumeStatistics(Snapshot& now);
     void ChooseSlots();
     void WriteBlock(BlockBuilder& builder, std::uint64_t block);

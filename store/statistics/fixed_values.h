@@ -21,7 +21,7 @@ class FixedValues
 public:
     static constexpr std::uint32_t kNone = UINT32_MAX;
     /// What a value takes beside bytes of its own: its count, and its places in the table.
-    static constexpr std::size_t kMemory = 2 * sizeof(std::uint64_t) + 4 * sizeof(std::uint32_t);
+    static constexpr std::size_t kMemory = 2 * sizeof(std::uint64_t) + 8 * sizeof(std::uint32_t);
 
     /// `size` bytes each, at most `most` of them.
     FixedValues(std::size_t size, std::size_t most) : m_size(size), m_most(most) {}
@@ -43,22 +43,27 @@ public:
         if (std::size_t{Size()} * 2 >= m_table.size() && !IsFull())
             Grow();
         const std::uint64_t word = WordOf(form);
-        std::uint32_t& slot = m_table[SlotOf(word, form)];
-        if (slot == kNone && !IsFull()) {
-            slot = Size();
+        Slot& slot = m_table[PlaceOf(word, form)];
+        if (slot.value == kNone && !IsFull()) {
+            slot = {TagOf(word), Size()};
             m_values.push_back({word, 0});
             m_bytes += form;
         }
-        if (slot != kNone)
-            m_values[slot].count += objects;
-        return slot;
+        if (slot.value != kNone)
+            m_values[slot.value].count += objects;
+        return slot.value;
     }
 
 private:
-    /// A count stands beside what tells the form, so that both are one look at memory.
     struct Value {
         std::uint64_t word; ///< the form where it has up to 8 bytes, else its hash
         std::uint64_t count;
+    };
+    /// The tag tells most forms apart, and all of up to 4 bytes, without a look at the value: that
+    /// look would wait for memory.
+    struct Slot {
+        std::uint32_t tag;
+        std::uint32_t value;
     };
 
     bool IsShort() const { return m_size <= sizeof(std::uint64_t); }
@@ -70,27 +75,38 @@ private:
         std::memcpy(&word, form.data(), m_size);
         return word;
     }
-    std::size_t SlotOf(std::uint64_t word, std::string_view form) const
+    static std::uint32_t TagOf(std::uint64_t word)
+    {
+        return static_cast<std::uint32_t>(word ^ word >> 32);
+    }
+    bool IsOther(const Slot& slot, std::uint64_t word, std::string_view form) const
+    {
+        return slot.tag != TagOf(word) ||
+               (m_size > sizeof slot.tag &&
+                (m_values[slot.value].word != word || (!IsShort() && Form(slot.value) != form)));
+    }
+    std::size_t PlaceOf(std::uint64_t word, std::string_view form) const
     {
         const std::size_t mask = m_table.size() - 1;
         std::size_t at = (word * 0x9E3779B97F4A7C15 >> 32) & mask;
-        while (m_table[at] != kNone &&
-               (m_values[m_table[at]].word != word || (!IsShort() && Form(m_table[at]) != form)))
+        while (m_table[at].value != kNone && IsOther(m_table[at], word, form))
             at = (at + 1) & mask;
         return at;
     }
     void Grow()
     {
-        m_table.assign(m_table.empty() ? 64 : m_table.size() * 2, kNone);
-        for (std::uint32_t value = 0; value < Size(); ++value)
-            m_table[SlotOf(m_values[value].word, Form(value))] = value;
+        m_table.assign(m_table.empty() ? 64 : m_table.size() * 2, {0, kNone});
+        for (std::uint32_t value = 0; value < Size(); ++value) {
+            const std::uint64_t word = m_values[value].word;
+            m_table[PlaceOf(word, Form(value))] = {TagOf(word), value};
+        }
     }
 
     std::size_t m_size;
     std::size_t m_most;
     std::vector<Value> m_values;
     std::string m_bytes;
-    std::vector<std::uint32_t> m_table; ///< open addressing, over a power of two of slots
+    std::vector<Slot> m_table; ///< open addressing, over a power of two of slots
 };
 
 } // namespace ko::store::inner

@@ -19,16 +19,22 @@ void SampleRows::Shrink()
     std::nth_element(order.begin(), order.begin() + kMostSample, order.end());
     m_last = order[kMostSample];
     std::vector<FormList> forms(m_attributes);
+    std::vector<std::size_t> withForms;
+    for (std::size_t i = 0; i < m_attributes; ++i) {
+        if (m_forms[i].Count() != 0)
+            withForms.push_back(i);
+    }
     std::size_t kept = 0;
     for (std::size_t row = 0; row < m_rows.size(); ++row) {
         if (m_rows[row].order >= m_last)
             continue;
         m_rows[kept] = m_rows[row];
-        for (std::size_t i = 0; i < m_attributes; ++i) {
-            SampleCode code = m_codes[row * m_attributes + i];
-            if (code.What() == SampleCode::kForm)
-                code = SampleCode(SampleCode::kForm, forms[i].Add(m_forms[i][code.Index()]));
-            m_codes[kept * m_attributes + i] = code;
+        SampleCode* const codes = m_codes.data() + kept * m_attributes;
+        std::copy_n(m_codes.data() + row * m_attributes, m_attributes, codes);
+        for (const std::size_t i : withForms) {
+            if (codes[i].What() == SampleCode::kForm)
+                codes[i] =
+                    SampleCode(SampleCode::kForm, forms[i].Add(m_forms[i][codes[i].Index()]));
         }
         ++kept;
     }

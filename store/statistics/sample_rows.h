@@ -68,8 +68,8 @@ class SampleRows
 public:
     explicit SampleRows(std::size_t attributes) : m_attributes(attributes), m_forms(attributes) {}
 
-    /// True where the object, with its SampleOrder, may belong to the sample: all of its values are
-    /// to be put, then.
+    /// True where the object, with its SampleOrder, may belong to the sample: its values are to be
+    /// put, then, but for absent ones.
     bool Takes(std::uint64_t number, std::uint64_t order)
     {
         if (order > m_last)
@@ -77,12 +77,14 @@ public:
         if (m_rows.size() == 2 * kMostSample)
             Shrink();
         m_rows.push_back({order, number});
+        m_row = m_codes.size();
+        m_codes.resize(m_row + m_attributes, SampleCode(SampleCode::kAbsent));
         return true;
     }
-    void Put(SampleCode code) { m_codes.push_back(code); }
+    void Put(std::size_t attribute, SampleCode code) { m_codes[m_row + attribute] = code; }
     void PutForm(std::size_t attribute, std::string_view form)
     {
-        m_codes.emplace_back(SampleCode::kForm, m_forms[attribute].Add(form));
+        Put(attribute, SampleCode(SampleCode::kForm, m_forms[attribute].Add(form)));
     }
 
     struct Row {
@@ -106,6 +108,7 @@ private:
     std::uint64_t m_last = UINT64_MAX; ///< of the order, that may belong to it
     std::vector<Row> m_rows;
     std::vector<SampleCode> m_codes;     ///< of each row those of all attributes
+    std::size_t m_row = 0;               ///< where those of the last row begin
     std::vector<std::uint32_t> m_sorted; ///< rows in the sample's order
     std::vector<FormList> m_forms;       ///< by attribute, of values without a number
 };

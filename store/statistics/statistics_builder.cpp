@@ -46,16 +46,11 @@ StatisticsBuilder::StatisticsBuilder(const Schema& schema, std::size_t memory, C
 void StatisticsBuilder::Count(std::size_t attribute, const Cell& cell, std::string_view form,
                               std::uint32_t& hint)
 {
-    Counts& counts = m_counts[attribute];
+    if (cell.kind == Cell::Kind::Entry)
+        return AddEntry(attribute, cell.entry);
     std::uint32_t known = FixedValues::kNone;
-    if (cell.kind == Cell::Kind::Entry) {
-        known = cell.entry;
-        if (known >= counts.entries.size())
-            counts.entries.resize(std::size_t{known} * 2 + 16);
-        counts.entries[known] += m_weight;
-    } else if (cell.kind != Cell::Kind::Absent) {
+    if (cell.kind != Cell::Kind::Absent)
         known = CountForm(attribute, form, hint);
-    }
     if (m_takes)
         Take(attribute, cell, known, form);
 }
@@ -91,13 +86,11 @@ std::uint32_t StatisticsBuilder::CountForm(std::size_t attribute, std::string_vi
 void StatisticsBuilder::Take(std::size_t attribute, const Cell& cell, std::uint32_t known,
                              std::string_view form)
 {
-    if (cell.kind == Cell::Kind::Absent)
-        m_sample.Put(SampleCode(SampleCode::kAbsent));
-    else if (known != FixedValues::kNone)
-        m_sample.Put(SampleCode(SampleCode::kKnown, known));
+    if (known != FixedValues::kNone)
+        m_sample.Put(attribute, SampleCode(SampleCode::kKnown, known));
     else if (cell.kind == Cell::Kind::Large)
-        m_sample.Put(SampleCode(SampleCode::kLarge));
-    else
+        m_sample.Put(attribute, SampleCode(SampleCode::kLarge));
+    else if (cell.kind != Cell::Kind::Absent)
         m_sample.PutForm(attribute, form);
 }
 
@@ -131,8 +124,8 @@ void StatisticsBuilder::Resume(Statistics& before, std::span<const std::uint32_t
             if (code >= SampleColumn::kFirst)
                 m_sample.PutForm(i, column.Form(code));
             else
-                m_sample.Put(SampleCode(code == SampleColumn::kNull ? SampleCode::kAbsent
-                                                                    : SampleCode::kLarge));
+                m_sample.Put(i, SampleCode(code == SampleColumn::kNull ? SampleCode::kAbsent
+                                                                       : SampleCode::kLarge));
         }
     }
 }
@@ -331,10 +324,10 @@ void StatisticsBuilder::FinishAttribute(std::size_t attribute, const Text& text,
         !counts.varies && !counts.fixed.IsFull() && !IsThinned() && m_objectsBefore == 0;
     summary.exact = whole || allKnown;
     // The values at hand are the fewest that there can be.
-    summary.distinct =
-        allKnown ? counts.fixed.Size()
-                 : std::max<std::uint64_t>(values.Values().size(),
-                                           whole ? 0 : std::llround(about.distinct.Count()));
+    const auto estimated = static_cast<std::uint64_t>(std::llround(about.distinct.Count()));
+    summary.distinct = allKnown
+                           ? counts.fixed.Size()
+                           : std::max<std::uint64_t>(values.Values().size(), whole ? 0 : estimated);
     if (!whole)
         summary.registers = about.distinct.Registers();
     // Fewer objects than several that stand for others may be one value's by chance.

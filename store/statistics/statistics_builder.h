@@ -45,7 +45,9 @@ public:
     void Resume(Statistics& before, std::span<const std::uint32_t> entries);
 
     /// The next object; numbers ascend, and are greater than those of objects that are there.
-    void Begin(std::uint64_t number)
+    /// False where it is neither counted nor of the sample: Pass and PassNull then say as much as
+    /// Add, at less cost.
+    bool Begin(std::uint64_t number)
     {
         const std::uint64_t order = SampleOrder(number);
         m_next = number + 1;
@@ -53,22 +55,38 @@ public:
         m_takes = m_sample.Takes(number, order);
         if (IsThinned())
             m_weight = order % kThinned == 0 ? kThinned : 0;
+        return m_weight != 0 || m_takes;
     }
     /// Its value of an attribute; attributes come in their order, all of them. `form` is looked at
     /// where the cell is no entry. `hint` is 0 or what was left there when the same form was added
     /// before.
     void Add(std::size_t attribute, const Cell& cell, std::string_view form, std::uint32_t& hint)
     {
-        Counts& counts = m_counts[attribute];
         if (cell.kind == Cell::Kind::Absent)
-            ++counts.nulls;
-        if (m_weight != 0 || m_takes) {
+            PassNull(attribute);
+        if (m_weight != 0 || m_takes)
             Count(attribute, cell, form, hint);
-        } else if (cell.kind > Cell::Kind::Absent && cell.kind != Cell::Kind::Entry) {
-            if (hint == 0)
-                Meet(attribute, form, hint);
-            counts.others += counts.varies ? 1 : 0;
-        }
+        else if (cell.kind > Cell::Kind::Absent && cell.kind != Cell::Kind::Entry)
+            Pass(attribute, form, hint);
+    }
+    /// Add for an entry.
+    void AddEntry(std::size_t attribute, std::uint32_t entry)
+    {
+        std::vector<std::uint64_t>& entries = m_counts[attribute].entries;
+        if (entry >= entries.size())
+            entries.resize(std::size_t{entry} * 2 + 16);
+        entries[entry] += m_weight;
+        if (m_takes)
+            m_sample.Put(attribute, SampleCode(SampleCode::kKnown, entry));
+    }
+    /// An absent value.
+    void PassNull(std::size_t attribute) { ++m_counts[attribute].nulls; }
+    /// A value that is no entry. One of a single size whose hint is not 0 need not be told.
+    void Pass(std::size_t attribute, std::string_view form, std::uint32_t& hint)
+    {
+        if (hint == 0)
+            Meet(attribute, form, hint);
+        m_counts[attribute].others += m_counts[attribute].varies ? 1 : 0;
     }
 
     /// Objects of all numbers below have come, or are gone.

@@ -186,7 +186,7 @@ TEST(Statistics, OfAStoreThatIsItsOwnSampleAreExact)
 TEST(Statistics, OfALargerStoreAreOffByPartsOfABucket)
 {
     Model model;
-    model.Add(Rows(100'000, 3));
+    model.Add(Rows(60'000, 3));
     ExpectEstimates(model, false);
     const auto statistics = model.Open();
     for (std::size_t attribute : {0U, 1U}) {
@@ -211,8 +211,8 @@ TEST(Statistics, OfALargerStoreAreOffByPartsOfABucket)
     EXPECT_NEAR(static_cast<double>(statistics->Of(2).distinct),
                 static_cast<double>(different.size()),
                 0.048 * static_cast<double>(different.size()));
-    EXPECT_EQ(statistics->AgeAt(100'010, 100'021).added, 20U);
-    EXPECT_EQ(statistics->AgeAt(100'010, 100'021).erased, 10U);
+    EXPECT_EQ(statistics->AgeAt(60'010, 60'021).added, 20U);
+    EXPECT_EQ(statistics->AgeAt(60'010, 60'021).erased, 10U);
 }
 
 TEST(Statistics, GoOnWhereTheyEnded)

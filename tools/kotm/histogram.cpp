@@ -3,6 +3,7 @@
 #include "text.h"
 
 #include <algorithm>
+#include <compare>
 #include <ostream>
 #include <span>
 #include <string>
@@ -35,7 +36,7 @@ std::vector<Part> PartsOf(ko::Type type, const AttributeStatistics& about)
         const auto order =
             ko::Compare(type, std::as_bytes(std::span(a)), std::as_bytes(std::span(b)),
                         ko::Word::plain, ko::Order::little);
-        return order && *order < 0;
+        return order && std::is_lt(*order);
     };
     std::vector<Part> parts;
     auto common = about.common.begin();
