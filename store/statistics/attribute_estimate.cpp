@@ -12,8 +12,8 @@ namespace
 
 /// Values that are tested for one comparison where order does not help, and their bytes, so that a
 /// plan takes no longer than it may: a pattern takes 50 ns, and 10 for each byte.
-constexpr unsigned kMostTests = 500;
-constexpr std::size_t kMostTestedBytes = 6'000;
+constexpr unsigned kMostTests = 800;
+constexpr std::size_t kMostTestedBytes = 8'000;
 /// How sure the mean of a bucket is of one of its values, as so many objects of the sample.
 constexpr double kMeanWeight = 0.5;
 /// What takes the place of a hit where there is none.
