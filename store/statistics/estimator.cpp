@@ -19,6 +19,10 @@ constexpr std::size_t kMostLeaves = 6;
 /// And of more than these on a part of it, for a plan has little time.
 constexpr std::size_t kFullLeaves = 4;
 constexpr unsigned kMostFits = 20;
+/// A predicate is tested on so many objects of the sample first, and on all of them only where
+/// fewer than these hits, which are off by a twentieth, came of it.
+constexpr std::size_t kFirstObjects = 8192;
+constexpr double kSureHits = 400.0;
 /// How sure single estimates that were combined are, as so many objects of the sample. It is also
 /// what no hits at all count as: conditions that exclude each other are frequent among these.
 constexpr double kCombinedWeight = 0.2;
@@ -36,14 +40,16 @@ std::uint64_t Pack(const std::uint8_t* bytes)
     return bits;
 }
 
-/// Bits of the first objects whose code is one that `isMet` says 1 of; 0 for all others.
+/// Bits of the first objects whose code is one that `isMet` says 1 of; 0 for all others. Those that
+/// `met` has are known already, whole words of them.
 template <class IsMet>
 void MarkCodes(const SampleColumn& column, std::size_t objects, std::vector<std::uint64_t>& met,
                const IsMet& isMet)
 {
     constexpr std::size_t kAtOnce = 64;
-    met.assign((objects + kAtOnce - 1) / kAtOnce, 0);
-    for (std::size_t begin = 0; begin < objects; begin += kAtOnce) {
+    const std::size_t known = met.size();
+    met.resize((objects + kAtOnce - 1) / kAtOnce);
+    for (std::size_t begin = known * kAtOnce; begin < objects; begin += kAtOnce) {
         std::uint8_t bytes[kAtOnce] = {};
         const std::uint16_t* const codes = column.Codes().data() + begin;
         const std::size_t count = std::min(kAtOnce, objects - begin);
@@ -58,23 +64,23 @@ void MarkCodes(const SampleColumn& column, std::size_t objects, std::vector<std:
     }
 }
 
-void MarkTruth(const SampleColumn& column, const SampleTruth& truth,
+void MarkTruth(const SampleColumn& column, const SampleTruth& truth, std::size_t objects,
                std::vector<std::uint64_t>& met)
 {
     if (!truth.isRange) {
-        MarkCodes(column, truth.objects, met,
+        MarkCodes(column, objects, met,
                   [codes = truth.ofCode.data()](std::uint16_t code) { return codes[code]; });
         return;
     }
     const std::uint16_t begin = truth.range.begin;
     const auto size = static_cast<std::uint16_t>(truth.range.end - begin);
     if (!truth.outside) {
-        MarkCodes(column, truth.objects, met, [=](std::uint16_t code) {
+        MarkCodes(column, objects, met, [=](std::uint16_t code) {
             return static_cast<std::uint8_t>(static_cast<std::uint16_t>(code - begin) < size);
         });
         return;
     }
-    MarkCodes(column, truth.objects, met, [=](std::uint16_t code) {
+    MarkCodes(column, objects, met, [=](std::uint16_t code) {
         return static_cast<std::uint8_t>(static_cast<std::uint16_t>(code - begin) >= size &&
                                          code != SampleColumn::kNull);
     });
@@ -157,17 +163,18 @@ Estimator::Leaf Estimator::MakeRange(const Question& low, const Question& high)
     return range;
 }
 
-/// Finds out which objects of the sample meet a leaf.
-void Estimator::Mark(Leaf& leaf)
+/// Finds out which of the sample's first objects meet a leaf, in whole words unless it is all.
+void Estimator::Mark(Leaf& leaf, std::size_t objects)
 {
-    if (!leaf.met.empty())
+    if (leaf.met.size() * 64 >= objects)
         return;
+    objects = std::min((objects + 63) / 64 * 64, leaf.objects);
     const SampleColumn& column = m_statistics.Column(leaf.attribute);
     if (!leaf.isNull && !leaf.isValue) {
-        MarkTruth(column, leaf.truth, leaf.met);
+        MarkTruth(column, leaf.truth, objects, leaf.met);
         return;
     }
-    MarkCodes(column, leaf.objects, leaf.met, [nulls = leaf.isNull](std::uint16_t code) {
+    MarkCodes(column, objects, leaf.met, [nulls = leaf.isNull](std::uint16_t code) {
         return static_cast<std::uint8_t>((code == SampleColumn::kNull) == nulls);
     });
 }
@@ -324,19 +331,29 @@ Estimate Estimator::OnSample(const Question& question, const Tree& tree, double 
     for (const std::size_t leaf : tree.order)
         bits.push_back(static_cast<unsigned>(
             std::find(tree.leaves.begin(), tree.leaves.end(), leaf) - tree.leaves.begin()));
-    for (const std::size_t leaf : tree.leaves)
-        Mark(m_leaves[leaf]);
-    const std::vector<double> cells = CountCells(tree, objects);
-    const std::vector<double> fitted = FitCells(tree, cells);
-    double hits = 0.0;
-    double share = 0.0;
-    for (std::size_t cell = 0; cell < cells.size(); ++cell) {
+    std::vector<bool> holds(std::size_t{1} << tree.leaves.size());
+    for (std::size_t cell = 0; cell < holds.size(); ++cell) {
         std::size_t next = 0;
-        if (!Holds(question, bits, cell, next))
-            continue;
-        hits += cells[cell];
-        share += fitted[cell];
+        holds[cell] = Holds(question, bits, cell, next);
     }
+    const auto sum = [&](const std::vector<double>& cells) {
+        double all = 0.0;
+        for (std::size_t cell = 0; cell < cells.size(); ++cell)
+            all += holds[cell] ? cells[cell] : 0.0;
+        return all;
+    };
+    std::vector<double> cells;
+    double hits = 0.0;
+    const std::size_t most = objects;
+    for (objects = std::min(most, kFirstObjects);; objects = most) {
+        for (const std::size_t leaf : tree.leaves)
+            Mark(m_leaves[leaf], objects);
+        cells = CountCells(tree, objects);
+        hits = sum(cells);
+        if (objects == most || hits >= kSureHits)
+            break;
+    }
+    const double share = sum(FitCells(tree, std::move(cells)));
     const auto sampled = static_cast<double>(objects);
     if (sampled == Objects())
         return {hits, Estimate::Source::Sample};
@@ -344,8 +361,8 @@ Estimate Estimator::OnSample(const Question& question, const Tree& tree, double 
         return {share * Objects(), Estimate::Source::Sample};
     const double rate = sampled / Objects();
     const double weight = kCombinedWeight;
-    const double most = std::max(combined, kLeast);
-    return {(weight + share * sampled) / (weight / most + rate), Estimate::Source::Combined};
+    const double least = std::max(combined, kLeast);
+    return {(weight + share * sampled) / (weight / least + rate), Estimate::Source::Combined};
 }
 
 Estimate Estimator::Of(const Question& question)

@@ -52,7 +52,7 @@ private:
     std::size_t LeafOf(const Question& question);
     Leaf MakeLeaf(const Question& question);
     Leaf MakeRange(const Question& low, const Question& high);
-    void Mark(Leaf& leaf);
+    void Mark(Leaf& leaf, std::size_t objects);
     double Combined(const Question& question, const Tree& tree, std::size_t& next) const;
     Estimate OnSample(const Question& question, const Tree& tree, double combined);
     std::vector<double> CountCells(const Tree& tree, std::size_t objects) const;
