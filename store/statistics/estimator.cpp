@@ -345,7 +345,8 @@ Estimate Estimator::OnSample(const Question& question, const Tree& tree, double 
     std::vector<double> cells;
     double hits = 0.0;
     const std::size_t most = objects;
-    for (objects = std::min(most, kFirstObjects);; objects = most) {
+    const std::size_t first = m_statistics.IsWhole() ? most : std::min(most, kFirstObjects);
+    for (objects = first;; objects = most) {
         for (const std::size_t leaf : tree.leaves)
             Mark(m_leaves[leaf], objects);
         cells = CountCells(tree, objects);
