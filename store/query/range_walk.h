@@ -50,7 +50,7 @@ private:
     bool IsAtCutEdge() const;
     bool IsInside(std::string_view form) const;
     std::optional<std::string_view> FormOf(std::uint64_t number);
-    void DropStale(std::string_view key, std::vector<std::uint64_t>& numbers, std::size_t from);
+    void GatherKey();
     void TakeAlikes(std::vector<std::uint64_t>& numbers);
 
     Snapshot& m_snapshot;
