@@ -86,7 +86,8 @@ private:
     {
         const inner::Way* const way = m_plan.way ? &*m_plan.way : nullptr;
         if (!m_plan.inOrder) {
-            const bool isWhole = !m_query.order.empty();
+            const bool isWhole =
+                !m_query.order.empty() && PlaceOf(m_schema, m_query.order) != kObjectIdIndex;
             Scan scan(m_snapshot, way, &m_condition);
             m_told.found =
                 std::min(scan.Count(isWhole ? UINT64_MAX : m_query.limit), m_query.limit);

@@ -71,12 +71,11 @@ private:
         }
     }
 
-    /// Statistics know nothing of conditions on ids.
+    /// Statistics know nothing of ids: for conditions on these the types are asked.
     void Ask()
     {
-        const bool forIds = std::find(m_attributes.begin(), m_attributes.end(), kObjectIdIndex) !=
-                            m_attributes.end();
-        if (!forIds && !m_attributes.empty()) {
+        const bool forIds = std::erase(m_attributes, kObjectIdIndex) != 0;
+        if (!m_attributes.empty()) {
             Statistics* const statistics = m_snapshot.FindStatistics(m_attributes);
             if (statistics != nullptr && statistics->Objects() != 0)
                 m_estimator.emplace(*statistics);
@@ -86,7 +85,7 @@ private:
                 m_plan.age = {statistics->Objects(), age.added, age.erased};
             }
         }
-        if (m_condition != nullptr && (!m_estimator || m_wanted.tells)) {
+        if (m_condition != nullptr && (!m_estimator || m_wanted.tells || forIds)) {
             m_plan.terms.clear();
             m_plan.narrowed = Narrow(m_snapshot, *m_condition, true, m_plan.terms);
         }
@@ -94,7 +93,7 @@ private:
 
     void Weigh()
     {
-        Shares shares(m_snapshot, m_estimator ? &*m_estimator : nullptr);
+        Shares shares(m_snapshot, m_estimator ? &*m_estimator : nullptr, m_plan.terms);
         const Costs costs(m_snapshot,
                           m_condition != nullptr ? shares.CostOf(*m_condition) : TestCost());
         Chooser chooser(shares, costs, m_wanted);

@@ -34,8 +34,8 @@ bool IsSame(const IndexRange& a, const IndexRange& b)
 
 } // namespace
 
-Shares::Shares(Snapshot& snapshot, Estimator* estimator)
-    : m_snapshot(snapshot), m_estimator(estimator),
+Shares::Shares(Snapshot& snapshot, Estimator* estimator, std::span<const PlanTerm> terms)
+    : m_snapshot(snapshot), m_estimator(estimator), m_terms(terms),
       m_objects(std::max(static_cast<double>(snapshot.GetCounts().objects), 1.0)),
       m_mostCounted(kMostCounted)
 {
@@ -124,9 +124,32 @@ Share Shares::OfWay(const Way& way, double byTypes)
 
 Share Shares::OfCondition(const Condition& condition, bool negated, double byTypes)
 {
-    if (m_estimator == nullptr || AsksForIds(condition))
+    if (m_estimator == nullptr)
         return {byTypes, Share::Source::Types};
+    if (AsksForIds(condition))
+        return WithIds(condition, negated);
     return OfQuestion(QuestionOf(condition, negated));
+}
+
+/// Ids are taken to be independent of values.
+Share Shares::WithIds(const Condition& condition, bool negated)
+{
+    using Kind = Predicate::Kind;
+    if (condition.kind == Kind::Not)
+        return OfCondition(condition.parts[0], !negated, 1.0);
+    if (condition.parts.empty()) {
+        const auto term = std::find_if(m_terms.begin(), m_terms.end(), [&](const PlanTerm& one) {
+            return one.condition == &condition;
+        });
+        return {term != m_terms.end() ? term->share : 1.0, Share::Source::Types};
+    }
+    const bool isAnd = (condition.kind == Kind::And) != negated;
+    double all = 1.0;
+    for (const Condition& part : condition.parts) {
+        const double one = OfCondition(part, negated, 1.0).share;
+        all *= isAnd ? one : 1.0 - one;
+    }
+    return {isAnd ? all : 1.0 - all, Share::Source::Statistics, Estimate::Source::Combined};
 }
 
 /// A text that repeats is tested once and then looked up by its code; numbers are remembered as

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <vector>
 
 namespace ko::store::inner
@@ -16,8 +17,9 @@ namespace ko::store::inner
 class Shares
 {
 public:
-    /// `estimator` is null where there are no statistics.
-    Shares(Snapshot& snapshot, Estimator* estimator);
+    /// `estimator` is null where there are no statistics. `terms` are what types say of conditions
+    /// on ids, beside statistics.
+    Shares(Snapshot& snapshot, Estimator* estimator, std::span<const PlanTerm> terms = {});
 
     bool HasStatistics() const { return m_estimator != nullptr; }
     /// Of a range; `byTypes` is what the types say.
@@ -51,9 +53,11 @@ private:
     const Counted* Walk(const IndexRange& range, std::uint64_t most);
     std::optional<std::uint64_t> CountBlindly(const IndexRange& range);
     Share OfQuestion(const Question& question);
+    Share WithIds(const Condition& condition, bool negated);
 
     Snapshot& m_snapshot;
     Estimator* m_estimator;
+    std::span<const PlanTerm> m_terms;
     double m_objects;
     std::uint64_t m_mostCounted;
     std::vector<Counted> m_counted;
