@@ -89,7 +89,7 @@ TEST_P(Compacting, GoesOnBesideWriters)
     });
     const auto store = Open();
     std::uint64_t gone = 0;
-    for (int round = 0; round < 1000 && (gone == 0 || round < 20 || changes < 50); ++round) {
+    for (int round = 0; round < 10'000 && (gone == 0 || round < 20 || changes < 50); ++round) {
         try {
             gone += store->Compact();
         } catch (const Error& error) { // it came to nothing ten times, as is its right
