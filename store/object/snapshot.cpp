@@ -23,8 +23,6 @@ constexpr std::size_t kProvedBlocks = 1U << 24;
 /// At most 2^10 rows of a dictionary are asked for at once.
 constexpr std::size_t kMostDoublings = 10;
 constexpr std::size_t kDoublingsAfar = 5; ///< each time, where a question costs a round trip
-/// The numbers in so few rows are counted.
-constexpr std::uint64_t kFewRows = 16;
 
 void OpenBlockView(BlockView& view, std::string_view key, std::string_view bytes, unsigned slots)
 {
@@ -349,21 +347,6 @@ std::unique_ptr<EntryWalk> Snapshot::Entries(const Range& keys, Direction direct
 std::uint64_t Snapshot::CountRowsRoughly(const Range& keys)
 {
     return m_reader->CountRoughly(Space::Entries, keys);
-}
-
-std::uint64_t Snapshot::CountEntriesRoughly(std::size_t attribute, const Range& keys)
-{
-    const std::uint64_t rows = CountRowsRoughly(keys);
-    if (rows <= kFewRows) {
-        std::uint64_t count = 0;
-        for (const auto walk = Entries(keys, Direction::Forwards); walk->Next();)
-            count += walk->Numbers().count;
-        return count;
-    }
-    const std::uint64_t all = std::max<std::uint64_t>(
-        CountRowsRoughly({BeforeAttribute(attribute), BehindAttribute(attribute)}), rows);
-    return static_cast<std::uint64_t>(static_cast<double>(m_counts.objects) *
-                                      static_cast<double>(rows) / static_cast<double>(all));
 }
 
 } // namespace ko::store::inner

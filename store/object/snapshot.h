@@ -182,8 +182,6 @@ public:
     std::unique_ptr<EntryWalk> Entries(const Range& keys, Direction direction);
     /// About how many rows these are.
     std::uint64_t CountRowsRoughly(const Range& keys);
-    /// About how many objects these are, of the index on an attribute.
-    std::uint64_t CountEntriesRoughly(std::size_t attribute, const Range& keys);
 
     // ---- statistics
 

@@ -96,9 +96,9 @@ private:
         }
         Scan scan(m_snapshot, &way->range,
                   m_query.descending ? ScanOrder::Backwards : ScanOrder::Forwards, &m_condition);
-        constexpr std::uint64_t kTogether = 4096;
         while (m_told.found < m_query.limit) {
-            const auto most = std::min(m_query.limit - m_told.found, kTogether);
+            const auto most =
+                std::min<std::uint64_t>(m_query.limit - m_told.found, Scan::kMostTogether);
             const std::size_t found = scan.Next(static_cast<std::size_t>(most)).size();
             if (found == 0)
                 break;

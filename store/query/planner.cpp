@@ -2,6 +2,7 @@
 
 #include "query/chooser.h"
 #include "query/costs.h"
+#include "query/scan.h"
 #include "query/shares.h"
 
 #include <algorithm>
@@ -16,8 +17,6 @@ namespace
 /// to choose from, and where there are none.
 constexpr std::uint64_t kFew = 4;
 constexpr std::uint64_t kFewAlone = 50;
-/// Objects that an answer in the order of an index looks at together.
-constexpr double kTogether = 4096.0;
 
 void AddAttributes(const Condition& condition, std::vector<std::size_t>& attributes)
 {
@@ -183,7 +182,7 @@ private:
         const double looked = limit < found ? entries * limit / found : entries;
         double cost = costs.Entries(looked, shares.Rows(range, looked));
         if (!range.exact)
-            cost += costs.ByEntry(looked, std::min(std::max(limit, 1.0), kTogether));
+            cost += costs.ByEntry(looked, std::clamp(limit, 1.0, double{Scan::kMostTogether}));
         Way way = Way::Of(std::move(range));
         way.share = share;
         return Alternative{std::move(way), true, looked / std::max(costs.Objects(), 1.0), cost,

@@ -10,9 +10,7 @@ namespace ko::store::inner
 namespace
 {
 
-/// Most objects that an answer in the order of an index looks at together, and most blocks that one
-/// from the last object on does.
-constexpr std::size_t kMostTogether = 4096;
+/// Most blocks that an answer from the last object on looks at together.
 constexpr std::uint64_t kMostWindow = 16;
 
 /// Those that a condition asks about.

@@ -21,6 +21,9 @@ namespace ko::store::inner
 class Scan
 {
 public:
+    /// Most objects that an answer in the order of an index looks at together.
+    static constexpr std::size_t kMostTogether = 4096;
+
     /// A null range: all objects, in the order of their numbers. A null test: they all meet it.
     /// What is handed over outlives the scan.
     Scan(Snapshot& snapshot, const IndexRange* range, ScanOrder order, const Condition* test);
