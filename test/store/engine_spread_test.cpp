@@ -296,8 +296,10 @@ TEST_F(SpreadStore, LeavesAtMostEntriesTooMany)
     for (SocketProxy* const proxy : {&client, &Servers().proxy}) {
         const std::string address = SpreadServers::Coordinator().Address(
             name, "postgres", proxy == &client ? client.Folder() : "");
-        // The first ones read; what there is to change, and how many they are, varies.
-        for (int piece = 1, untouched = 0; untouched < 2; piece += piece < 12 ? 6 : 3) {
+        // The first ones read; what there is to change, and how many they are, varies. Every later
+        // one of the client is met, so that some end between the steps of a change.
+        const int stride = proxy == &client ? 1 : 3;
+        for (int piece = 1, untouched = 0; untouched < 2; piece += piece < 24 ? 6 : stride) {
             const auto store = ObjectStore::Open(address, Mode::Change);
             const auto other = static_cast<std::uint64_t>(10 + (piece + harmed) % 80);
             const auto forms = [&](std::uint64_t number) {
