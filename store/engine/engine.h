@@ -84,6 +84,11 @@ public:
     /// writer's cursor until the writer's next change. Changes of the writer ahead of the walk are
     /// met by it, those behind it are not. `most` is at least 1.
     virtual std::span<const Row> Next(std::size_t most) = 0;
+    /// The row beside the start of the walk, on the outside: the last one below the range, or for a
+    /// walk backwards the first one not below its upper end; absent where there is none, or the
+    /// range has no such end. To be asked at most once, before the first Next; the views hold until
+    /// then.
+    virtual std::optional<Row> Beside() = 0;
 };
 
 /// The store at one moment, where the engine has such moments (Traits::snapshots); otherwise each
@@ -105,6 +110,9 @@ public:
     /// The rows of a range, exact for few and otherwise guessed by how the engine keeps them, at
     /// the cost of a few look-ups: for plans, never for answers.
     virtual std::uint64_t CountRoughly(Space space, const Range& range) = 0;
+    /// A number that readers of one engine share only where they see the same state; 0 where the
+    /// engine has no such number.
+    virtual std::uint64_t Moment() const { return 0; }
 
     /// One key; absent where there is none.
     std::optional<std::string> GetOne(Space space, std::string_view key)

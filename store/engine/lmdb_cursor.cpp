@@ -2,6 +2,7 @@
 
 #include "engine/lmdb_count.h"
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -11,23 +12,34 @@ namespace ko::store::inner::lmdb
 namespace
 {
 
+constexpr std::size_t kMostIdle = 4;
+constexpr std::size_t kRowsAtOnce = 64; // for which there is room at once
+
 class Walker : public Cursor
 {
 public:
-    Walker(std::shared_ptr<const Transaction> transaction, Space space, Range range,
-           Direction direction)
+    Walker(std::shared_ptr<Transaction> transaction, Space space, Range range, Direction direction)
         : m_transaction(std::move(transaction)), m_path(m_transaction->environment->Path()),
           m_range(std::move(range)), m_forwards(direction == Direction::Forwards),
-          m_cursor(OpenCursor(m_transaction->transaction, m_transaction->environment->Dbi(space),
-                              m_path)),
+          m_idle(m_transaction->idle[static_cast<std::size_t>(space)]),
           m_changes(m_transaction->changes)
     {
+        if (!m_idle.empty()) {
+            m_cursor = std::move(m_idle.back());
+            m_idle.pop_back();
+        } else {
+            m_idle.reserve(kMostIdle); // so that nothing throws when it comes back
+            m_cursor = OpenCursor(m_transaction->transaction,
+                                  m_transaction->environment->Dbi(space), m_path);
+        }
     }
     ~Walker() override
     {
         // LMDB closes the cursors of a transaction that writes when it ends.
         if (m_transaction->writes && m_transaction->transaction == nullptr)
             static_cast<void>(m_cursor.release());
+        else if (!m_transaction->writes && m_idle.size() < kMostIdle)
+            m_idle.push_back(std::move(m_cursor));
     }
     Walker(const Walker&) = delete;
     Walker& operator=(const Walker&) = delete;
@@ -35,6 +47,7 @@ public:
     std::span<const Row> Next(std::size_t most) override
     {
         m_rows.clear();
+        m_rows.reserve(std::min(most, kRowsAtOnce));
         MDB_val key{};
         MDB_val value{};
         const MDB_cursor_op onwards = m_forwards ? MDB_NEXT : MDB_PREV;
@@ -49,6 +62,20 @@ public:
         if (m_transaction->writes && !m_rows.empty())
             m_last = m_rows.back().key;
         return m_rows;
+    }
+
+    /// Leaves the cursor so that the first step is one onwards.
+    std::optional<Row> Beside() override
+    {
+        MDB_val key{};
+        MDB_val value{};
+        bool found = false;
+        if (m_forwards && !m_range.low.empty())
+            found = SeekBelow(key, value, m_range.low);
+        else if (!m_forwards && m_range.high && !m_range.high->empty())
+            found = Seek(key, value, *m_range.high, false);
+        m_started = found; // otherwise the first step seeks
+        return found ? std::optional<Row>({View(key), View(value)}) : std::nullopt;
     }
 
 private:
@@ -101,10 +128,11 @@ private:
         return m_forwards ? m_range.high && key >= *m_range.high : key < m_range.low;
     }
 
-    std::shared_ptr<const Transaction> m_transaction;
+    std::shared_ptr<Transaction> m_transaction;
     const std::string& m_path;
     const Range m_range;
     const bool m_forwards;
+    std::vector<CursorPointer>& m_idle; ///< of the transaction
     CursorPointer m_cursor;
     std::uint64_t m_changes;
     bool m_started = false;
@@ -115,7 +143,7 @@ private:
 
 } // namespace
 
-std::unique_ptr<Cursor> MakeCursor(std::shared_ptr<const Transaction> transaction, Space space,
+std::unique_ptr<Cursor> MakeCursor(std::shared_ptr<Transaction> transaction, Space space,
                                    const Range& range, Direction direction)
 {
     return std::make_unique<Walker>(std::move(transaction), space, range, direction);

@@ -4,6 +4,9 @@
 #include "engine/engine.h"
 #include "engine/lmdb_environment.h"
 
+#include <array>
+#include <vector>
+
 namespace ko::store::inner::lmdb
 {
 
@@ -12,9 +15,11 @@ struct Transaction {
     MDB_txn* transaction; ///< null when it has ended
     bool writes = false;
     std::uint64_t changes = 0; ///< after each of which cursors find their places anew
+    /// Cursors of a reader that serve nobody now, by space. They are closed before it ends.
+    std::array<std::vector<CursorPointer>, kSpaces> idle;
 };
 
-std::unique_ptr<Cursor> MakeCursor(std::shared_ptr<const Transaction> transaction, Space space,
+std::unique_ptr<Cursor> MakeCursor(std::shared_ptr<Transaction> transaction, Space space,
                                    const Range& range, Direction direction);
 
 /// The rows of a range, guessed.

@@ -27,7 +27,7 @@ class Access : public Base
 public:
     Access(const std::shared_ptr<Environment>& environment, MDB_txn* transaction, bool writes)
         : m_environment(*environment), m_transaction(std::make_shared<Transaction>(
-                                           Transaction{environment, transaction, writes}))
+                                           Transaction{environment, transaction, writes, 0, {}}))
     {
     }
 
@@ -78,6 +78,8 @@ protected:
     {
         for (CursorPointer& cursor : m_cursors)
             cursor.reset();
+        for (auto& idle : m_transaction->idle)
+            idle.clear();
     }
 
     Environment& m_environment; ///< of the transaction
@@ -99,6 +101,7 @@ public:
         CloseCursors();
         m_environment.End(std::exchange(m_transaction->transaction, nullptr), nullptr);
     }
+    std::uint64_t Moment() const override { return mdb_txn_id(m_transaction->transaction); }
 };
 
 class LmdbWriter : public Access<Writer>

@@ -56,6 +56,18 @@ public:
             m_rows.push_back({key, value});
         return m_rows;
     }
+    std::optional<Row> Beside() override
+    {
+        auto at = m_map->end();
+        if (m_forwards && !m_range.low.empty())
+            at = Before(m_map->lower_bound(m_range.low));
+        else if (!m_forwards && m_range.high && !m_range.high->empty())
+            at = m_map->lower_bound(*m_range.high);
+        if (at == m_map->end())
+            return {};
+        m_copies.assign(1, *at);
+        return Row{m_copies[0].first, m_copies[0].second};
+    }
 
 private:
     Map::const_iterator Before(Map::const_iterator at) const

@@ -43,6 +43,17 @@ public:
             Pass(rows.back().key);
         return rows;
     }
+    std::optional<Row> Beside() override
+    {
+        const bool forwards = m_direction == Direction::Forwards;
+        if (forwards ? m_range.low.empty() : !m_range.high || m_range.high->empty())
+            return {};
+        m_answer = forwards ? m_source.Page(m_space, {"", m_range.low}, Direction::Backwards, 1)
+                            : m_source.Page(m_space, {*m_range.high, {}}, Direction::Forwards, 1);
+        if (m_answer.Rows() == 0)
+            return {};
+        return Row{m_answer.Bytes(0, 0), m_answer.Bytes(0, 1)};
+    }
 
 private:
     /// The rest of the range lies behind a key.

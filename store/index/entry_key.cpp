@@ -7,34 +7,35 @@
 namespace ko::store::inner
 {
 
-ValueKeys::ValueKeys(std::size_t attribute, const ValueType& type) : m_type(type.Id())
+ValueKeys::ValueKeys(std::size_t attribute, const ValueType& type) : m_type(type)
 {
     PutBig(m_key, static_cast<std::uint16_t>(attribute));
-    if (!type.HasNull())
-        return;
-    Value null(type);
-    null.SetNull();
-    std::string form;
-    null.Store(form);
-    m_absent.assign(m_key, Fill(form));
 }
 
 std::string_view ValueKeys::Of(std::string_view form)
 {
-    if (form.empty() && m_absent.empty())
-        throw Error(ErrorCode::Damaged,
-                    "an object lacks the value of an attribute that has no null");
-    if (form.empty())
-        return m_absent;
-    return {m_key, Fill(form)};
+    return {m_key, form.empty() ? FillAbsent() : Fill(form)};
 }
 
 std::size_t ValueKeys::Fill(std::string_view form)
 {
     const std::size_t whole =
-        Manager().SortKey(m_type, m_key + kAttributeBytes, static_cast<unsigned>(kMostSortKey),
+        Manager().SortKey(m_type.Id(), m_key + kAttributeBytes, static_cast<unsigned>(kMostSortKey),
                           form.data(), kStoreFormat, 1, kPlainOperator);
     return kAttributeBytes + std::min(whole, kMostSortKey);
+}
+
+std::size_t ValueKeys::FillAbsent()
+{
+    if (!m_type.HasNull())
+        throw Error(ErrorCode::Damaged,
+                    "an object lacks the value of an attribute that has no null");
+    if (m_absent.empty()) {
+        Value null(m_type);
+        null.SetNull();
+        null.Store(m_absent);
+    }
+    return Fill(m_absent);
 }
 
 bool EntryKey::Open(std::string_view key)

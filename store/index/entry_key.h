@@ -25,7 +25,9 @@ inline constexpr std::size_t kMostSortKey = kMostEntryKey - kAttributeBytes - kN
 class ValueKeys
 {
 public:
+    /// The type stays where it is.
     ValueKeys(std::size_t attribute, const ValueType& type);
+    ValueKeys(std::size_t, ValueType&&) = delete;
 
     /// The value's key of a form, or of an absent value for an empty one: that is the key of the
     /// type's null value. A type without one has no absent values: Error (ErrorCode::Damaged).
@@ -39,9 +41,10 @@ public:
 
 private:
     std::size_t Fill(std::string_view form);
+    std::size_t FillAbsent();
 
-    o_char m_type;
-    std::string m_absent;
+    const ValueType& m_type;
+    std::string m_absent; ///< the null value's form, as soon as it was asked for
     char m_key[kAttributeBytes + kMostSortKey];
 };
 

@@ -2,6 +2,9 @@
 
 #include "block/checksum.h"
 
+#include <algorithm>
+#include <utility>
+
 namespace ko::store::inner
 {
 
@@ -13,28 +16,6 @@ namespace
     FailDamaged(space, key, "does not stand in its place");
 }
 
-/// The first row from a key on must not be below it.
-void ProveFrom(Reader& reader, Space space, const std::string& key)
-{
-    const auto cursor = reader.Walk(space, {key, {}}, Direction::Forwards);
-    for (const Row& row : cursor->Next(1)) {
-        Unseal(space, row.key, row.value);
-        if (row.key < key)
-            FailOrder(space, row.key);
-    }
-}
-
-/// And the last one before it must be.
-void ProveBefore(Reader& reader, Space space, const std::string& key)
-{
-    const auto cursor = reader.Walk(space, {"", key}, Direction::Backwards);
-    for (const Row& row : cursor->Next(1)) {
-        Unseal(space, row.key, row.value);
-        if (row.key >= key)
-            FailOrder(space, row.key);
-    }
-}
-
 /// The range with no end where a walk ends, so that it meets the row behind.
 Range Opened(const Range& range, bool forwards)
 {
@@ -43,22 +24,23 @@ Range Opened(const Range& range, bool forwards)
 
 } // namespace
 
-RowWalk::RowWalk(Reader& reader, Space space, const Range& range, Direction direction,
-                 bool provesEnds)
+RowWalk::RowWalk(Reader& reader, Space space, Range range, Direction direction, bool provesEnds)
     : m_space(space), m_forwards(direction == Direction::Forwards), m_provesEnds(provesEnds),
-      m_range(range),
-      m_cursor(reader.Walk(space, provesEnds ? Opened(range, m_forwards) : range, direction))
+      m_range(std::move(range)),
+      m_cursor(reader.Walk(space, provesEnds ? Opened(m_range, m_forwards) : m_range, direction))
 {
     if (provesEnds)
-        ProveStart(reader, range);
+        ProveStart();
 }
 
-void RowWalk::ProveStart(Reader& reader, const Range& range) const
+void RowWalk::ProveStart()
 {
-    if (m_forwards && !range.low.empty())
-        ProveBefore(reader, m_space, range.low);
-    else if (!m_forwards && range.high)
-        ProveFrom(reader, m_space, *range.high);
+    const auto beside = m_cursor->Beside();
+    if (!beside)
+        return;
+    Unseal(m_space, beside->key, beside->value);
+    if (m_forwards ? beside->key >= m_range.low : beside->key < *m_range.high)
+        FailOrder(m_space, beside->key);
 }
 
 /// Whether the row is the one behind the range.
@@ -72,7 +54,9 @@ bool RowWalk::Next(std::size_t atOnce)
     if (m_hasEnded)
         return false;
     if (m_at == m_rows.size()) {
-        m_rows = m_cursor->Next(atOnce);
+        const std::size_t few = m_provesEnds ? std::min(m_nextFew, atOnce) : atOnce;
+        m_rows = m_cursor->Next(few);
+        m_nextFew = 2 * few;
         m_at = 0;
     }
     if (m_rows.empty()) {
@@ -95,8 +79,8 @@ bool RowWalk::Next(std::size_t atOnce)
 
 void ProveGap(Reader& reader, Space space, std::string_view key)
 {
-    ProveFrom(reader, space, std::string(key));
-    ProveBefore(reader, space, std::string(key));
+    RowWalk behind(reader, space, {std::string(key), {}}, Direction::Forwards, true);
+    behind.Next(1);
 }
 
 } // namespace ko::store::inner

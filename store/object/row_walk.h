@@ -18,7 +18,7 @@ namespace ko::store::inner
 class RowWalk
 {
 public:
-    RowWalk(Reader& reader, Space space, const Range& range, Direction direction, bool provesEnds);
+    RowWalk(Reader& reader, Space space, Range range, Direction direction, bool provesEnds);
 
     /// Moves to the next row; false behind the last one. `atOnce`: rows to ask the engine for.
     bool Next(std::size_t atOnce);
@@ -29,7 +29,7 @@ public:
     std::string_view Sealed() const { return m_rows[m_at - 1].value; }
 
 private:
-    void ProveStart(Reader& reader, const Range& range) const;
+    void ProveStart();
     bool IsBehind() const;
 
     Space m_space;
@@ -40,7 +40,8 @@ private:
     std::span<const Row> m_rows;
     std::size_t m_at = 0;
     bool m_hasEnded = false;
-    std::string m_last; ///< key of the row before
+    std::size_t m_nextFew = 2; ///< rows that are asked for, where asking costs no round trip
+    std::string m_last;        ///< key of the row before
     std::string_view m_key;
     std::string_view m_bytes;
 };

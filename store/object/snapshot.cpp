@@ -18,8 +18,6 @@ constexpr std::size_t kManyAtOnce = 1000;
 /// Blocks that are kept open, where their bytes stay and where they are copies.
 constexpr std::size_t kOpenBlocks = 1024;
 constexpr std::size_t kCopiedBlocks = 64;
-/// Of so many blocks it is remembered that their checksums are right.
-constexpr std::size_t kProvedBlocks = 1U << 24;
 /// At most 2^10 rows of a dictionary are asked for at once.
 constexpr std::size_t kMostDoublings = 10;
 constexpr std::size_t kDoublingsAfar = 5; ///< each time, where a question costs a round trip
@@ -32,30 +30,29 @@ void OpenBlockView(BlockView& view, std::string_view key, std::string_view bytes
 
 } // namespace
 
-BlockWalk::BlockWalk(std::unique_ptr<RowWalk> rows, const BlockLayout& layout,
-                     unsigned slotsOfBlock)
+BlockWalk::BlockWalk(RowWalk rows, const BlockLayout& layout, unsigned slotsOfBlock)
     : m_rows(std::move(rows)), m_slotsOfBlock(slotsOfBlock), m_block(layout)
 {
 }
 
 bool BlockWalk::Next()
 {
-    if (!m_rows->Next(kBlocksAtOnce))
+    if (!m_rows.Next(kBlocksAtOnce))
         return false;
-    const std::string_view key = m_rows->Key();
+    const std::string_view key = m_rows.Key();
     if (key.size() != kNumberBytes)
         FailDamaged(Space::Blocks, key, "has no number");
     m_number = GetNumber(key.data());
-    OpenBlockView(m_block, key, m_rows->Bytes(), m_slotsOfBlock);
+    OpenBlockView(m_block, key, m_rows.Bytes(), m_slotsOfBlock);
     return true;
 }
 
 bool EntryWalk::Next()
 {
-    if (!m_rows->Next(m_atOnce))
+    if (!m_rows.Next(m_atOnce))
         return false;
-    const std::string_view key = m_rows->Key();
-    if (!m_key.Open(key) || !m_numbers.Decode(m_key.first, m_rows->Bytes()))
+    const std::string_view key = m_rows.Key();
+    if (!m_key.Open(key) || !m_numbers.Decode(m_key.first, m_rows.Bytes()))
         FailDamaged(Space::Entries, key, "holds no numbers of objects");
     return true;
 }
@@ -90,8 +87,14 @@ Snapshot::Snapshot(std::shared_ptr<Reader> reader, bool viewsLast, std::string s
                            : std::make_shared<const Described>(values[1], m_store);
     m_slotsOfBlock = About().slotsOfBlock;
     const std::size_t attributes = GetSchema().attributes.size();
-    m_counts = Counts::Read(values[0], attributes, m_store);
-    m_blocks.resize(m_viewsLast ? kOpenBlocks : kCopiedBlocks);
+    m_counts = m_memory
+                   ? m_memory->Count(values[0], attributes, m_store)
+                   : std::make_shared<const Counts>(Counts::Read(values[0], attributes, m_store));
+    const std::uint64_t blocks = BlockOf(GetCounts().nextNumber) + 1;
+    m_blocks.resize(std::min<std::uint64_t>(blocks, m_viewsLast ? kOpenBlocks : kCopiedBlocks));
+    const std::uint64_t moment = m_reader->Moment();
+    m_proved = m_memory && moment != 0 ? m_memory->Proved(moment, blocks)
+                                       : std::make_shared<ProvedBlocks>(0, blocks);
     m_texts.resize(attributes);
 }
 
@@ -109,13 +112,10 @@ void Snapshot::NeedIndexes() const
 std::string_view Snapshot::Proved(std::uint64_t block, std::string_view key,
                                   std::string_view sealed)
 {
-    if (block < m_proved.size() && m_proved[block])
+    if (m_proved->Has(block))
         return SealedBytes(sealed);
     const std::string_view bytes = Unseal(Space::Blocks, key, sealed);
-    if (block >= m_proved.size() && block < kProvedBlocks)
-        m_proved.resize(std::min<std::size_t>(kProvedBlocks, 2 * block + 64));
-    if (block < m_proved.size())
-        m_proved[block] = true;
+    m_proved->Add(block);
     return bytes;
 }
 
@@ -165,9 +165,9 @@ BlockView* Snapshot::BlockWith(std::uint64_t number)
 }
 
 /// A server looks after its own pages, and more rows cost round trips there.
-std::unique_ptr<RowWalk> Snapshot::Walk(Space space, const Range& range, Direction direction)
+RowWalk Snapshot::Walk(Space space, Range range, Direction direction)
 {
-    return std::make_unique<RowWalk>(*m_reader, space, range, direction, m_viewsLast);
+    return {*m_reader, space, std::move(range), direction, m_viewsLast};
 }
 
 std::unique_ptr<BlockWalk> Snapshot::Blocks(std::uint64_t first, std::uint64_t last)
@@ -175,8 +175,8 @@ std::unique_ptr<BlockWalk> Snapshot::Blocks(std::uint64_t first, std::uint64_t l
     Range range{BlockKey(first), {}};
     if (last < kMaxObjectNumber)
         range.high = BlockKey(last + 1);
-    return std::make_unique<BlockWalk>(Walk(Space::Blocks, range, Direction::Forwards), Layout(),
-                                       SlotsOfBlock());
+    return std::make_unique<BlockWalk>(Walk(Space::Blocks, std::move(range), Direction::Forwards),
+                                       Layout(), SlotsOfBlock());
 }
 
 std::string_view Snapshot::Large(std::size_t attribute, std::uint64_t number, std::string& room)
@@ -336,12 +336,12 @@ Counts Snapshot::ReadCounts(Reader& reader) const
 
 bool Snapshot::HasChanged()
 {
-    return m_again && ReadCounts(*m_again()).Write() != m_counts.Write();
+    return m_again && ReadCounts(*m_again()).Write() != m_counts->Write();
 }
 
-std::unique_ptr<EntryWalk> Snapshot::Entries(const Range& keys, Direction direction)
+EntryWalk Snapshot::Entries(Range keys, Direction direction)
 {
-    return std::make_unique<EntryWalk>(Walk(Space::Entries, keys, direction));
+    return EntryWalk(Walk(Space::Entries, std::move(keys), direction));
 }
 
 std::uint64_t Snapshot::CountRowsRoughly(const Range& keys)

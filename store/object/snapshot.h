@@ -30,7 +30,7 @@ namespace ko::store::inner
 class BlockWalk
 {
 public:
-    BlockWalk(std::unique_ptr<RowWalk> rows, const BlockLayout& layout, unsigned slotsOfBlock);
+    BlockWalk(RowWalk rows, const BlockLayout& layout, unsigned slotsOfBlock);
 
     /// Moves to the next block; false behind the last one. Throws Error (ErrorCode::Damaged).
     bool Next();
@@ -38,12 +38,12 @@ public:
     /// The number of the object in slot 0.
     std::uint64_t FirstObject() const { return m_number * m_slotsOfBlock; }
     /// Its bytes with their checksum. Valid until Next.
-    std::string_view Sealed() const { return m_rows->Sealed(); }
+    std::string_view Sealed() const { return m_rows.Sealed(); }
     /// Valid until Next.
     BlockView& Block() { return m_block; }
 
 private:
-    std::unique_ptr<RowWalk> m_rows;
+    RowWalk m_rows;
     unsigned m_slotsOfBlock;
     std::uint64_t m_number = 0;
     BlockView m_block;
@@ -54,7 +54,7 @@ private:
 class EntryWalk
 {
 public:
-    explicit EntryWalk(std::unique_ptr<RowWalk> rows) : m_rows(std::move(rows)) {}
+    explicit EntryWalk(RowWalk rows) : m_rows(std::move(rows)) {}
 
     /// Moves to the next row; false behind the last one. Throws Error (ErrorCode::Damaged).
     bool Next();
@@ -67,7 +67,7 @@ public:
 private:
     static constexpr std::size_t kFewAtOnce = 64;
 
-    std::unique_ptr<RowWalk> m_rows;
+    RowWalk m_rows;
     std::size_t m_atOnce = kFewAtOnce; ///< rows that are asked for
     EntryKey m_key;
     NumberRow m_numbers;
@@ -94,7 +94,7 @@ public:
     const std::string& Name() const { return m_store; }
     const Description& About() const { return m_described->Get(); }
     const Schema& GetSchema() const { return About().schema; }
-    const Counts& GetCounts() const { return m_counts; }
+    const Counts& GetCounts() const { return *m_counts; }
     const BlockLayout& Layout() const { return m_described->Layout(); }
     unsigned SlotsOfBlock() const { return m_slotsOfBlock; }
     /// False: there are indexes, and they were made under another order.
@@ -167,7 +167,7 @@ public:
                                           std::string& room);
 
     /// Entries of the dictionary of an attribute: their cells have lesser numbers.
-    std::uint32_t Texts(std::size_t attribute) const { return m_counts.texts[attribute]; }
+    std::uint32_t Texts(std::size_t attribute) const { return m_counts->texts[attribute]; }
     /// The form of one of these; valid for as long as the snapshot. Rows of the dictionary are read
     /// when they are asked for first.
     std::string_view Text(std::size_t attribute, std::uint32_t entry)
@@ -179,7 +179,7 @@ public:
 
     /// The rows of a range of keys of Space::Entries; index/entry_key.h has the ends of ranges.
     /// NeedIndexes is for the caller.
-    std::unique_ptr<EntryWalk> Entries(const Range& keys, Direction direction);
+    EntryWalk Entries(Range keys, Direction direction);
     /// About how many rows these are.
     std::uint64_t CountRowsRoughly(const Range& keys);
 
@@ -211,7 +211,7 @@ private:
     void FetchLarge(std::span<const std::string> keys);
     bool HasText(std::size_t attribute, std::uint32_t entry);
     void ReadTexts(std::span<const std::string> keys);
-    std::unique_ptr<RowWalk> Walk(Space space, const Range& range, Direction direction);
+    RowWalk Walk(Space space, Range range, Direction direction);
     std::unique_ptr<Statistics> OpenStatistics(std::span<const std::size_t> attributes);
     const TextRow& FindTexts(std::size_t attribute, std::uint32_t entry);
     Counts ReadCounts(Reader& reader) const;
@@ -226,11 +226,11 @@ private:
     std::shared_ptr<StoreMemory> m_memory; ///< may be null
     std::shared_ptr<const Described> m_described;
     unsigned m_slotsOfBlock = 0;
-    Counts m_counts;
+    std::shared_ptr<const Counts> m_counts;
     std::vector<std::unique_ptr<OpenBlock>> m_blocks; ///< by their numbers' remainders
-    std::vector<bool> m_proved;                       ///< blocks whose checksums are right
-    std::vector<KeptDictionary> m_texts;              ///< by attribute
-    std::vector<KeptTexts> m_outgrown;                ///< rows that were read again
+    std::shared_ptr<ProvedBlocks> m_proved;
+    std::vector<KeptDictionary> m_texts; ///< by attribute
+    std::vector<KeptTexts> m_outgrown;   ///< rows that were read again
     using FetchedBlocks = std::unordered_map<std::uint64_t, std::string>; // by number, sealed
     FetchedBlocks m_fetched;
     FetchedBlocks m_fetchedBefore;                                  ///< which go first

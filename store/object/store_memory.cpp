@@ -7,6 +7,14 @@
 namespace ko::store::inner
 {
 
+namespace
+{
+
+/// Of so many blocks it is remembered that their checksums are right.
+constexpr std::uint64_t kProvedBlocks = 1U << 24;
+
+} // namespace
+
 Described::Described(std::string_view sealed, const std::string& store)
     : m_sealed(sealed), m_description(Description::Read(sealed, store)),
       m_layout(LayoutOf(m_description.schema))
@@ -24,6 +32,11 @@ bool Described::IndexesServe() const
     return m_indexesServe;
 }
 
+ProvedBlocks::ProvedBlocks(std::uint64_t moment, std::uint64_t blocks)
+    : m_moment(moment), m_words(std::min(blocks, kProvedBlocks) / kBits + 1)
+{
+}
+
 std::shared_ptr<const Described> StoreMemory::Describe(std::string_view sealed,
                                                        const std::string& store)
 {
@@ -31,6 +44,25 @@ std::shared_ptr<const Described> StoreMemory::Describe(std::string_view sealed,
     if (!m_described || !m_described->Is(sealed))
         m_described = std::make_shared<const Described>(sealed, store);
     return m_described;
+}
+
+std::shared_ptr<const Counts> StoreMemory::Count(std::string_view sealed, std::size_t attributes,
+                                                 const std::string& store)
+{
+    const std::lock_guard guard(m_mutex);
+    if (!m_counts || m_sealedCounts != sealed || m_counts->texts.size() != attributes) {
+        m_counts = std::make_shared<const Counts>(Counts::Read(sealed, attributes, store));
+        m_sealedCounts = sealed;
+    }
+    return m_counts;
+}
+
+std::shared_ptr<ProvedBlocks> StoreMemory::Proved(std::uint64_t moment, std::uint64_t blocks)
+{
+    const std::lock_guard guard(m_mutex);
+    if (!m_proved || m_proved->Moment() != moment)
+        m_proved = std::make_shared<ProvedBlocks>(moment, blocks);
+    return m_proved;
 }
 
 KeptTexts StoreMemory::Texts(std::size_t attribute, std::uint32_t row) const

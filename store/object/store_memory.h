@@ -7,6 +7,7 @@
 #include "object/description.h"
 #include "statistics/kept_statistics.h"
 
+#include <atomic>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -14,6 +15,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace ko::store::inner
 {
@@ -45,9 +47,36 @@ struct KeptTexts {
     std::shared_ptr<const std::string> bytes; ///< where the reader's do not stay
 };
 
-/// What the snapshots of one open store need not read again: the description as long as it has the
-/// same bytes, statistics, and rows of dictionaries, whose entries never change once they are
-/// committed. Serves several threads.
+/// The blocks of one moment whose checksums were found right. Serves several threads.
+class ProvedBlocks
+{
+public:
+    /// 0: a moment that no other snapshot knows by its number.
+    ProvedBlocks(std::uint64_t moment, std::uint64_t blocks);
+
+    std::uint64_t Moment() const { return m_moment; }
+    bool Has(std::uint64_t block) const
+    {
+        return block / kBits < m_words.size() &&
+               (m_words[block / kBits].load(std::memory_order_relaxed) >> block % kBits & 1) != 0;
+    }
+    void Add(std::uint64_t block)
+    {
+        if (block / kBits < m_words.size())
+            m_words[block / kBits].fetch_or(std::uint64_t{1} << block % kBits,
+                                            std::memory_order_relaxed);
+    }
+
+private:
+    static constexpr unsigned kBits = 64;
+
+    const std::uint64_t m_moment;
+    std::vector<std::atomic<std::uint64_t>> m_words;
+};
+
+/// What the snapshots of one open store need not read again: the description and the counts as long
+/// as they have the same bytes, which blocks of a moment are proved, statistics, and rows of
+/// dictionaries, whose entries never change once they are committed. Serves several threads.
 class StoreMemory
 {
 public:
@@ -58,6 +87,11 @@ public:
     KeptStatistics& Statistics() { return m_statistics; }
 
     std::shared_ptr<const Described> Describe(std::string_view sealed, const std::string& store);
+    /// Throws Error as Counts::Read does.
+    std::shared_ptr<const Counts> Count(std::string_view sealed, std::size_t attributes,
+                                        const std::string& store);
+    /// Of a moment that Reader::Moment told.
+    std::shared_ptr<ProvedBlocks> Proved(std::uint64_t moment, std::uint64_t blocks);
 
     /// The row as it was kept; it may have got more entries since. No bytes: it was not kept.
     KeptTexts Texts(std::size_t attribute, std::uint32_t row) const;
@@ -69,6 +103,9 @@ private:
     KeptStatistics m_statistics;
     mutable std::mutex m_mutex;
     std::shared_ptr<const Described> m_described;
+    std::string m_sealedCounts;
+    std::shared_ptr<const Counts> m_counts;
+    std::shared_ptr<ProvedBlocks> m_proved; ///< of the latest moment that was asked for
     std::map<std::pair<std::size_t, std::uint32_t>, KeptTexts> m_texts;
 };
 

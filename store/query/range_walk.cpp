@@ -19,11 +19,16 @@ void FailNoObject(const Snapshot& snapshot, std::uint64_t number)
 RangeWalk::RangeWalk(Snapshot& snapshot, const IndexRange& range, ScanOrder order)
     : m_snapshot(snapshot), m_range(range), m_order(order),
       m_type(snapshot.GetSchema().TypeId(range.attribute)),
-      m_keys(range.attribute, snapshot.GetSchema().attributes[range.attribute].type)
+      m_keys(range.attribute, snapshot.GetSchema().attributes[range.attribute].type),
+      m_walk(Begin())
 {
-    snapshot.NeedIndexes();
-    m_walk = snapshot.Entries(Keys(), order == ScanOrder::Backwards ? Direction::Backwards
-                                                                    : Direction::Forwards);
+}
+
+EntryWalk RangeWalk::Begin()
+{
+    m_snapshot.NeedIndexes();
+    return m_snapshot.Entries(Keys(), m_order == ScanOrder::Backwards ? Direction::Backwards
+                                                                      : Direction::Forwards);
 }
 
 Range RangeWalk::Keys()
@@ -48,13 +53,13 @@ Range RangeWalk::Keys()
 
 bool RangeWalk::Advance()
 {
-    return std::exchange(m_isAhead, false) || m_walk->Next();
+    return std::exchange(m_isAhead, false) || m_walk.Next();
 }
 
 bool RangeWalk::IsAtCutEdge() const
 {
-    const std::string_view key = m_walk->Key().valueKey;
-    return m_walk->Key().MayBeCut() && (key == m_cutLow || key == m_cutHigh);
+    const std::string_view key = m_walk.Key().valueKey;
+    return m_walk.Key().MayBeCut() && (key == m_cutLow || key == m_cutHigh);
 }
 
 bool RangeWalk::IsInside(std::string_view form) const
@@ -82,12 +87,12 @@ std::optional<std::string_view> RangeWalk::FormOf(std::uint64_t number)
 /// value has another key now.
 void RangeWalk::GatherKey()
 {
-    const std::string key(m_walk->Key().valueKey);
+    const std::string key(m_walk.Key().valueKey);
     m_row.clear();
     do {
-        m_row.insert(m_row.end(), m_walk->Numbers().begin(), m_walk->Numbers().end());
-        m_isAhead = m_walk->Next();
-    } while (m_isAhead && m_walk->Key().valueKey == key);
+        m_row.insert(m_row.end(), m_walk.Numbers().begin(), m_walk.Numbers().end());
+        m_isAhead = m_walk.Next();
+    } while (m_isAhead && m_walk.Key().valueKey == key);
     std::sort(m_row.begin(), m_row.end());
     if (m_snapshot.IsOneMoment())
         return;
@@ -108,14 +113,14 @@ bool RangeWalk::Next(std::vector<std::uint64_t>& numbers)
 {
     if (!Advance())
         return false;
-    const EntryKey& key = m_walk->Key();
+    const EntryKey& key = m_walk.Key();
     if (key.MayBeCut() && (m_order != ScanOrder::Numbers || IsAtCutEdge())) {
         TakeAlikes(numbers);
         return true;
     }
     const std::size_t size = numbers.size();
     if (m_snapshot.IsOneMoment()) {
-        const NumberRow& row = m_walk->Numbers();
+        const NumberRow& row = m_walk.Numbers();
         numbers.insert(numbers.end(), row.begin(), row.end());
     } else {
         GatherKey();
@@ -164,7 +169,7 @@ void RangeWalk::TakeAlikes(std::vector<std::uint64_t>& numbers)
 
 void RangeWalk::Collect(std::vector<std::uint64_t>& numbers)
 {
-    m_walk->ReadMany();
+    m_walk.ReadMany();
     while (Next(numbers)) {
     }
 }
@@ -173,7 +178,7 @@ std::uint64_t RangeWalk::Count(std::uint64_t most)
 {
     constexpr std::uint64_t kMany = 10'000;
     if (most > kMany)
-        m_walk->ReadMany();
+        m_walk.ReadMany();
     std::uint64_t count = 0;
     std::vector<std::uint64_t> numbers;
     while (count < most) {
@@ -186,7 +191,7 @@ std::uint64_t RangeWalk::Count(std::uint64_t most)
         } else if (IsAtCutEdge()) {
             TakeAlikes(numbers);
         } else {
-            count += m_walk->Numbers().count;
+            count += m_walk.Numbers().count;
         }
         count += numbers.size();
     }
@@ -196,10 +201,10 @@ std::uint64_t RangeWalk::Count(std::uint64_t most)
 std::optional<std::uint64_t> RangeWalk::CountFew()
 {
     constexpr std::size_t kFew = 1000;
-    m_walk->ReadMany();
+    m_walk.ReadMany();
     std::uint64_t count = 0;
-    for (std::size_t rows = 0; m_walk->Next();) {
-        count += m_walk->Numbers().count;
+    for (std::size_t rows = 0; m_walk.Next();) {
+        count += m_walk.Numbers().count;
         if (++rows == kFew)
             return std::nullopt;
     }

@@ -36,7 +36,7 @@ public:
     /// Appends all that are left.
     void Collect(std::vector<std::uint64_t>& numbers);
     /// Many rows will be wanted: they are asked for together from now on.
-    void ReadMany() { m_walk->ReadMany(); }
+    void ReadMany() { m_walk.ReadMany(); }
     /// Counts the objects that are left, up to a row of entries more than `most`.
     std::uint64_t Count(std::uint64_t most);
     /// Counts the objects where fewer than a thousand rows of entries hold them all, which one
@@ -46,6 +46,7 @@ public:
 
 private:
     Range Keys();
+    EntryWalk Begin();
     bool Advance();
     bool IsAtCutEdge() const;
     bool IsInside(std::string_view form) const;
@@ -60,10 +61,10 @@ private:
     ValueKeys m_keys;
     std::string m_cutLow; ///< value's key of the low edge; empty where it was not cut
     std::string m_cutHigh;
-    std::unique_ptr<EntryWalk> m_walk;
     bool m_isAhead = false; ///< the row that the walk is at was not looked at
     std::vector<std::uint64_t> m_row;
     std::string m_room;
+    EntryWalk m_walk; ///< begins behind what it needs above
 };
 
 } // namespace ko::store::inner

@@ -74,20 +74,24 @@ void Scan::CollectNumbers()
     if (m_way != nullptr) {
         m_candidates = NumbersOf(m_snapshot, *m_way);
     } else {
-        m_candidates.reserve(kMostRowNumbers);
         m_walk->Collect(m_candidates);
         SortNumbers(m_candidates, m_snapshot.GetCounts().nextNumber);
     }
-    m_groups = std::make_unique<NumberedObjects>(m_snapshot, m_candidates, m_tested);
+    m_hasCollected = true;
 }
 
 /// In the order of their numbers.
 void Scan::StartGroups()
 {
-    if (m_groups == nullptr && IsByIndex())
-        CollectNumbers();
-    if (m_groups == nullptr)
+    if (m_groups != nullptr)
+        return;
+    if (IsByIndex()) {
+        if (!m_hasCollected)
+            CollectNumbers();
+        m_groups = std::make_unique<NumberedObjects>(m_snapshot, m_candidates, m_tested);
+    } else {
         m_groups = std::make_unique<AllObjects>(m_snapshot, m_first, m_last);
+    }
 }
 
 /// Leaves the objects of a group that meet the condition, and counts them.
@@ -116,15 +120,17 @@ void Scan::Append(BlockGroups& group)
 
 bool Scan::NextBlock()
 {
-    if (m_groups == nullptr)
-        CollectNumbers();
     if (IsByIndex() && !m_filter) { // nothing to look at in blocks: all of them are found at once
+        if (m_hasCollected)
+            return false;
+        CollectNumbers();
         if (m_candidates.empty())
             return false;
         m_looked += m_candidates.size();
         m_found.swap(m_candidates);
         return true;
     }
+    StartGroups();
     if (!m_groups->Next())
         return false;
     if (Test(*m_groups) != 0)
@@ -214,7 +220,7 @@ std::uint64_t Scan::Count(std::uint64_t most)
         count += m_walk->Count(most - std::min(count, most));
         return std::min(count, most);
     }
-    if (m_way != nullptr && !m_filter && m_groups == nullptr) {
+    if (m_way != nullptr && !m_filter && !m_hasCollected) {
         CollectNumbers();
         return std::min(count + m_candidates.size(), most);
     }

@@ -60,12 +60,13 @@ private:
     Snapshot& m_snapshot;
     ScanOrder m_order;
     std::optional<BlockFilter> m_filter;
-    std::vector<std::size_t> m_tested;     ///< attributes
-    std::optional<RangeWalk> m_walk;       ///< of an index
-    const Way* m_way = nullptr;            ///< of several ranges
-    std::unique_ptr<BlockGroups> m_groups; ///< once it is known which objects to look at
+    std::vector<std::size_t> m_tested; ///< attributes
+    std::optional<RangeWalk> m_walk;   ///< of an index
+    const Way* m_way = nullptr;        ///< of several ranges
+    bool m_hasCollected = false;       ///< the candidates, by their numbers
     std::vector<std::uint64_t> m_candidates;
-    std::uint64_t m_first = 1; ///< of a range of ids, what is left of it
+    std::unique_ptr<BlockGroups> m_groups; ///< once it is known which objects to look at
+    std::uint64_t m_first = 1;             ///< of a range of ids, what is left of it
     std::uint64_t m_last = kMaxObjectNumber;
     std::uint64_t m_window = 1; ///< blocks that are looked at before their objects are turned round
     std::uint64_t m_looked = 0;

@@ -164,11 +164,14 @@ inline std::string RandomKey(std::mt19937& random)
     return key;
 }
 
+/// `beside`: gets the row before the walk.
 inline Pairs Walk(Reader& reader, Space space, const Range& range, Direction direction,
-                  std::size_t most)
+                  std::size_t most, Pairs* beside = nullptr)
 {
     Pairs found;
     const auto cursor = reader.Walk(space, range, direction);
+    if (const auto row = beside != nullptr ? cursor->Beside() : std::nullopt)
+        beside->emplace_back(row->key, row->value);
     for (auto rows = cursor->Next(most); !rows.empty(); rows = cursor->Next(most)) {
         EXPECT_LE(rows.size(), most);
         for (const auto& row : rows)

@@ -48,11 +48,24 @@ TEST_P(EveryEngine, WalksBetweenAllEnds)
                 rows.push_back(row);
         }
         EXPECT_EQ(reader->CountRoughly(Space::Entries, range), rows.size());
+        Pairs outside;
+        const auto below = model.lower_bound(range.low);
+        if (below != model.begin())
+            outside.push_back(*std::prev(below));
         for (const auto direction : {Direction::Forwards, Direction::Backwards}) {
+            const std::string ends = std::to_string(range.low.size()) + " to " +
+                                     std::to_string(range.high ? range.high->size() : 0);
             for (const std::size_t most : {1U, 2U, 1000U})
-                EXPECT_EQ(Walk(*reader, Space::Entries, range, direction, most), rows)
-                    << range.low.size() << " to " << (range.high ? range.high->size() : 0);
+                EXPECT_EQ(Walk(*reader, Space::Entries, range, direction, most), rows) << ends;
+            Pairs beside;
+            EXPECT_EQ(Walk(*reader, Space::Entries, range, direction, 3, &beside), rows) << ends;
+            EXPECT_EQ(beside, outside) << ends;
             std::reverse(rows.begin(), rows.end());
+            outside.clear();
+            const auto behind =
+                range.high && !range.high->empty() ? model.lower_bound(*range.high) : model.end();
+            if (behind != model.end())
+                outside.push_back(*behind);
         }
     };
     for (const std::string& low : ends) {

@@ -18,7 +18,7 @@ bool ReadingMeetsDamage(Engine& engine)
     try {
         Snapshot now(engine.Read(), engine.About().viewsLast, "store");
         ObjectsOf(now);
-        for (const auto walk = now.Entries({}, Direction::Forwards); walk->Next();) {
+        for (auto walk = now.Entries({}, Direction::Forwards); walk.Next();) {
         }
         ProveStatistics(now.GetSchema(), now.Rows());
         return false;

@@ -149,7 +149,8 @@ TEST(Postings, ReadNothingOutsideDamagedRows)
         return true;
     });
     // The row that doc/formats.md shows.
-    ValueKeys keys(1, ValueType::Named("o_4b"));
+    const ValueType type = ValueType::Named("o_4b");
+    ValueKeys keys(1, type);
     EXPECT_EQ(MakeEntryKey(keys.Of({"\5\0\0\0", 4}), 5),
               std::string_view("\0\1\x80\0\0\5\0\0\0\0\0\5", 12));
     numbers = {5, 6, 300};
@@ -228,7 +229,8 @@ TEST(EntryBuilder, SortsInRuns)
     EXPECT_EQ(cut, 1U);
     EXPECT_EQ(rows.lower_bound(BeforeAttribute(3)), rows.begin());
     EXPECT_EQ(rows.lower_bound(BehindAttribute(3)), rows.end());
-    ValueKeys keys(3, ValueType::Named("KoString"));
+    const ValueType texts = ValueType::Named("KoString");
+    ValueKeys keys(3, texts);
     EXPECT_EQ(expected.begin()->first, keys.Of("")) << "absent values come first";
 }
 

@@ -151,10 +151,10 @@ inline void ExpectObjects(Snapshot& now, const Objects& objects)
         }
         for (const Direction direction : {Direction::Forwards, Direction::Backwards}) {
             std::set<std::pair<std::string, std::uint64_t>> entries;
-            const auto walk = now.Entries({BeforeAttribute(i), BehindAttribute(i)}, direction);
-            while (walk->Next()) {
-                for (const std::uint64_t number : walk->Numbers())
-                    ASSERT_TRUE(entries.emplace(walk->Key().valueKey, number).second);
+            auto walk = now.Entries({BeforeAttribute(i), BehindAttribute(i)}, direction);
+            while (walk.Next()) {
+                for (const std::uint64_t number : walk.Numbers())
+                    ASSERT_TRUE(entries.emplace(walk.Key().valueKey, number).second);
             }
             ASSERT_TRUE(entries == expected) << schema.attributes[i].name;
         }

@@ -64,6 +64,10 @@ public:
     {
         return m_faults->Run([&] { return m_inner->Next(most); });
     }
+    std::optional<ko::store::inner::Row> Beside() override
+    {
+        return m_faults->Run([&] { return m_inner->Beside(); });
+    }
 };
 
 template <class Base>
