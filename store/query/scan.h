@@ -62,7 +62,7 @@ private:
     std::optional<BlockFilter> m_filter;
     std::vector<std::size_t> m_tested;     ///< attributes
     std::optional<RangeWalk> m_walk;       ///< of an index
-    const Way* m_way = nullptr;            ///< of several ranges
+    const Way* m_way = nullptr;            ///< of several ranges, or with its numbers
     std::unique_ptr<BlockGroups> m_groups; ///< once it is known which objects to look at
     std::vector<std::uint64_t> m_candidates;
     std::uint64_t m_first = 1; ///< of a range of ids, what is left of it
