@@ -141,7 +141,8 @@ private:
             for (const PlanTerm& term : m_plan.terms)
                 m_plan.shares.push_back(OfTerm(shares, term));
         }
-        Alternative all{std::nullopt, false, 1.0, costs.InOrder(chooser.Looked(1.0)), false};
+        const double looked = chooser.Looked(1.0);
+        Alternative all{std::nullopt, false, looked, costs.InOrder(looked), false};
         std::optional<Weighed> best;
         if (m_condition != nullptr)
             best = chooser.Best(m_plan.narrowed);
