@@ -17,8 +17,8 @@ inline constexpr unsigned kEnoughHits = 10;
 /// longer than it may: a pattern takes 50 ns, and 10 for each byte. Every comparison may take half
 /// of what is left.
 struct TestsLeft {
-    std::size_t tests = 1'000;
-    std::size_t bytes = 10'000;
+    std::size_t tests = 1'600;
+    std::size_t bytes = 16'000;
 };
 
 /// Codes of a sample's column, from the first to before the end.
