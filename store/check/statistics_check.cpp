@@ -26,7 +26,7 @@ public:
 
     void Objects() const
     {
-        const std::vector<std::uint64_t>& numbers = m_statistics.SampleNumbers();
+        const std::vector<std::uint64_t> numbers = m_statistics.SampleNumbers();
         bool sound = m_statistics.NextNumber() <= m_snapshot.GetCounts().nextNumber &&
                      m_statistics.Objects() < m_statistics.NextNumber() &&
                      numbers.size() == std::min<std::uint64_t>(m_statistics.Objects(), kMostSample);

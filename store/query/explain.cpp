@@ -198,6 +198,9 @@ private:
         std::string text;
         Value value{ValueType(m_schema.TypeId(attribute))};
         value.Load(form);
+        // The number 0, which no object has, is the null id.
+        if (attribute == kObjectIdIndex && value.IsNull())
+            return "0";
         value.Print(text, m_schema.Format(attribute));
         return text;
     }

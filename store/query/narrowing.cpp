@@ -87,13 +87,14 @@ private:
             Compare(term, indexed);
         } else {
             const bool wantsNull = (condition.kind == Predicate::Kind::IsNull) != negated;
-            const double nullShare = indexed && !hasNull ? 0.0 : kNullShare;
+            const bool mayBeNull = HasNull(condition.attribute);
+            const double nullShare = !mayBeNull || (indexed && !hasNull) ? 0.0 : kNullShare;
             term.share = wantsNull ? nullShare : 1.0 - nullShare;
-            if (condition.attribute == kObjectIdIndex)
-                term.range.reset(); // no object has a null id: nothing to find by it
+            if (wantsNull && !mayBeNull) // nothing is found, with an index on the attribute or not
+                term.range = IndexRange::None(kObjectIdIndex);
             else if (indexed && wantsNull)
                 term.range = IndexRange::Nulls(condition.attribute);
-            else if (indexed)
+            else if (indexed && condition.attribute != kObjectIdIndex)
                 term.range = IndexRange::Values(condition.attribute);
             if (term.range)
                 term.range->exact = true;
@@ -108,11 +109,16 @@ private:
             // What is rare, but in no narrower range, takes the whole index to find.
             const double share = compared && !isNarrow ? 1.0 : term.share;
             narrowed.parts.emplace(
-                condition.attribute,
+                term.range->attribute,
                 Part{*term.range, share, std::uint64_t{term.range->exact ? 1U : 0U}});
         }
         m_terms.push_back(std::move(term));
         return narrowed;
+    }
+
+    bool HasNull(std::size_t attribute) const
+    {
+        return attribute != kObjectIdIndex && m_schema.attributes[attribute].type.HasNull();
     }
 
     /// Asks the type.

@@ -2,8 +2,10 @@
 
 #include "query/chooser.h"
 #include "query/costs.h"
+#include "query/range_walk.h"
 #include "query/scan.h"
 #include "query/shares.h"
+#include "query/way_numbers.h"
 
 #include <algorithm>
 
@@ -17,6 +19,11 @@ namespace
 /// to choose from, and where there are none.
 constexpr std::uint64_t kFew = 4;
 constexpr std::uint64_t kFewAlone = 50;
+/// And where all that are found are wanted: one in so many objects, but not so many that walking
+/// them takes long. By the formula of query/costs.h an index that names no more of them is cheaper
+/// than reading all objects, on any engine and whatever is tested.
+constexpr std::uint64_t kRare = 200;
+constexpr std::uint64_t kMostWalked = 1000;
 
 void AddAttributes(const Condition& condition, std::vector<std::size_t>& attributes)
 {
@@ -51,22 +58,52 @@ public:
     }
 
 private:
-    /// Where an index has few entries for the condition nothing else needs to be known.
+    /// So many entries of a range are worth a walk before anything is known.
+    std::uint64_t MostWalked() const
+    {
+        if (m_plan.narrowed.parts.size() != 1 || !m_plan.narrowed.either.empty())
+            return kFew;
+        const std::uint64_t objects = m_snapshot.GetCounts().objects;
+        if (m_wanted.order || m_wanted.limit < objects)
+            return kFewAlone;
+        return std::clamp(objects / kRare, kFewAlone, kMostWalked);
+    }
+
+    /// The objects of a range, where they are no more than `most`.
+    std::optional<std::vector<std::uint64_t>> Walk(const IndexRange& range, std::uint64_t most)
+    {
+        if (!Shares::MayWalk(m_snapshot, range))
+            return {};
+        RangeWalk walk(m_snapshot, range, ScanOrder::Numbers);
+        std::vector<std::uint64_t> numbers;
+        while (walk.Next(numbers)) {
+            if (numbers.size() > most)
+                return {};
+        }
+        return numbers;
+    }
+
+    /// Where an index has few entries for the condition nothing else needs to be known. The walk
+    /// over them is not done again by who reads their objects.
     void FindFew()
     {
-        Shares shares(m_snapshot, nullptr);
-        const auto& parts = m_plan.narrowed.parts;
-        const bool alone = parts.size() == 1 && m_plan.narrowed.either.empty();
-        const std::uint64_t few = alone ? kFewAlone : kFew;
-        std::uint64_t fewest = few + 1;
-        for (const auto& [attribute, part] : parts) {
-            const auto count = shares.Count(part.range, few);
-            if (!count || *count >= fewest)
+        std::uint64_t most = MostWalked();
+        for (const auto& [attribute, part] : m_plan.narrowed.parts) {
+            auto numbers = Walk(part.range, most);
+            if (!numbers)
                 continue;
-            fewest = *count;
+            const auto found = static_cast<double>(numbers->size());
+            most = numbers->size();
             m_plan.way = Way::Of(part.range);
-            m_plan.way->share = static_cast<double>(fewest) /
-                                std::max(static_cast<double>(m_snapshot.GetCounts().objects), 1.0);
+            m_plan.way->share =
+                found / std::max(static_cast<double>(m_snapshot.GetCounts().objects), 1.0);
+            if (m_snapshot.IsOneMoment()) {
+                SortNumbers(*numbers, m_snapshot.GetCounts().nextNumber);
+                m_plan.way->numbers = std::move(numbers);
+            }
+            if (most == 0)
+                return;
+            --most;
         }
     }
 
@@ -104,7 +141,8 @@ private:
             for (const PlanTerm& term : m_plan.terms)
                 m_plan.shares.push_back(OfTerm(shares, term));
         }
-        Alternative all{std::nullopt, false, 1.0, costs.InOrder(chooser.Looked(1.0)), false};
+        const double looked = chooser.Looked(1.0);
+        Alternative all{std::nullopt, false, looked, costs.InOrder(looked), false};
         std::optional<Weighed> best;
         if (m_condition != nullptr)
             best = chooser.Best(m_plan.narrowed);

@@ -40,7 +40,7 @@ Scan::Scan(Snapshot& snapshot, const Way* way, const Condition* test)
     : m_snapshot(snapshot), m_order(ScanOrder::Numbers)
 {
     SetTest(test);
-    if (way != nullptr && way->kind != Way::Kind::Range)
+    if (way != nullptr && (way->kind != Way::Kind::Range || way->numbers))
         m_way = way;
     else if (way != nullptr && way->range.attribute != kObjectIdIndex)
         m_walk.emplace(snapshot, way->range, m_order);
@@ -72,7 +72,7 @@ void Scan::StartOfIds(const IndexRange* range)
 void Scan::CollectNumbers()
 {
     if (m_way != nullptr) {
-        m_candidates = NumbersOf(m_snapshot, *m_way);
+        m_candidates = m_way->numbers ? *m_way->numbers : NumbersOf(m_snapshot, *m_way);
     } else {
         m_walk->Collect(m_candidates);
         SortNumbers(m_candidates, m_snapshot.GetCounts().nextNumber);

@@ -62,7 +62,7 @@ private:
     std::optional<BlockFilter> m_filter;
     std::vector<std::size_t> m_tested; ///< attributes
     std::optional<RangeWalk> m_walk;   ///< of an index
-    const Way* m_way = nullptr;        ///< of several ranges
+    const Way* m_way = nullptr;        ///< of several ranges, or with its numbers
     bool m_hasCollected = false;       ///< the candidates, by their numbers
     std::vector<std::uint64_t> m_candidates;
     std::unique_ptr<BlockGroups> m_groups; ///< once it is known which objects to look at

@@ -47,12 +47,17 @@ Shares::Shares(Snapshot& snapshot, Estimator* estimator, std::span<const PlanTer
         m_mostCounted = kMostExpected;
 }
 
+bool Shares::MayWalk(const Snapshot& snapshot, const IndexRange& range)
+{
+    return snapshot.EngineReach() != Reach::Server && range.attribute != kObjectIdIndex &&
+           (!range.low.form.empty() || range.high) && range.low.form.size() <= kMostEdge &&
+           (!range.high || range.high->form.size() <= kMostEdge);
+}
+
 /// Counts the first entries of a range; null where that costs more than it tells.
 const Shares::Counted* Shares::Walk(const IndexRange& range, std::uint64_t most)
 {
-    if (m_snapshot.EngineReach() == Reach::Server || range.attribute == kObjectIdIndex ||
-        (range.low.form.empty() && !range.high) || range.low.form.size() > kMostEdge ||
-        (range.high && range.high->form.size() > kMostEdge))
+    if (!MayWalk(m_snapshot, range))
         return nullptr;
     auto same = std::find_if(m_counted.begin(), m_counted.end(),
                              [&](const Counted& one) { return IsSame(one.range, range); });
@@ -61,14 +66,6 @@ const Shares::Counted* Shares::Walk(const IndexRange& range, std::uint64_t most)
     if (!same->IsAll() && same->most < most)
         *same = {range, RangeWalk(m_snapshot, range, ScanOrder::Numbers).Count(most + 1), most};
     return &*same;
-}
-
-std::optional<std::uint64_t> Shares::Count(const IndexRange& range, std::uint64_t most)
-{
-    const Counted* const counted = Walk(range, most);
-    if (counted == nullptr || !counted->IsAll() || counted->entries > most)
-        return {};
-    return counted->entries;
 }
 
 Share Shares::OfQuestion(const Question& question)

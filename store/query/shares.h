@@ -24,8 +24,8 @@ public:
     bool HasStatistics() const { return m_estimator != nullptr; }
     /// Of a range; `byTypes` is what the types say.
     Share OfRange(const IndexRange& range, double byTypes);
-    /// The entries of a range, where counting them is cheap and they are no more than `most`.
-    std::optional<std::uint64_t> Count(const IndexRange& range, std::uint64_t most);
+    /// Whether entries of a range may be walked for a plan.
+    static bool MayWalk(const Snapshot& snapshot, const IndexRange& range);
     /// Of a way of several parts.
     Share OfWay(const Way& way, double byTypes);
     Share OfCondition(const Condition& condition, bool negated, double byTypes);

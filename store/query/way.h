@@ -3,7 +3,8 @@
 
 #include "query/index_range.h"
 
-#include <memory>
+#include <cstdint>
+#include <optional>
 #include <vector>
 
 namespace ko::store::inner
@@ -23,11 +24,13 @@ struct Way {
     std::vector<Way> parts{}; ///< of the others, two or more
     bool exact = false;       ///< what is found is the answer, nothing is left to test
     double share = 1.0;       ///< of all objects, estimated
+    /// Of a Range: the numbers of all objects in it, ascending, where planning came across them.
+    std::optional<std::vector<std::uint64_t>> numbers{};
 
     static Way Of(IndexRange range)
     {
         const bool exact = range.exact;
-        return {Kind::Range, std::move(range), {}, exact, 1.0};
+        return {Kind::Range, std::move(range), {}, exact, 1.0, std::nullopt};
     }
 };
 

@@ -10,10 +10,6 @@ namespace ko::store::inner
 namespace
 {
 
-/// Values that are tested for one comparison where order does not help, and their bytes, so that a
-/// plan takes no longer than it may: a pattern takes 50 ns, and 10 for each byte.
-constexpr unsigned kMostTests = 800;
-constexpr std::size_t kMostTestedBytes = 8'000;
 /// How sure the mean of a bucket is of one of its values, as so many objects of the sample.
 constexpr double kMeanWeight = 0.5;
 /// What takes the place of a hit where there is none.
@@ -200,7 +196,7 @@ AttributeEstimate::Narrowed AttributeEstimate::Narrow(const Comparison& comparis
     return narrowed;
 }
 
-SampleTruth AttributeEstimate::Test(const Comparison& comparison) const
+SampleTruth AttributeEstimate::Test(const Comparison& comparison, TestsLeft& left) const
 {
     SampleTruth truth;
     truth.objects = m_column.Objects();
@@ -223,9 +219,13 @@ SampleTruth AttributeEstimate::Test(const Comparison& comparison) const
     truth.ofCode.resize(m_column.EndCode());
     truth.tested.resize(m_column.EndCode());
     truth.range = Narrow(comparison).codes;
-    if (m_column.Bytes(truth.range.begin, truth.range.end) > kMostTestedBytes ||
-        truth.range.end - truth.range.begin > static_cast<int>(kMostTests)) {
-        TestSome(comparison, truth);
+    const TestsLeft most{left.tests / 2, left.bytes / 2};
+    const std::size_t bytes = m_column.Bytes(truth.range.begin, truth.range.end);
+    const std::size_t tests = std::size_t{truth.range.end} - truth.range.begin;
+    left.bytes -= std::min(bytes, most.bytes);
+    left.tests -= std::min(tests, most.tests);
+    if (bytes > most.bytes || tests > most.tests) {
+        TestSome(comparison, most, truth);
         return truth;
     }
     for (std::uint16_t code = truth.range.begin; code < truth.range.end; ++code)
@@ -241,15 +241,16 @@ void AttributeEstimate::TestCode(const Comparison& comparison, std::uint16_t cod
 }
 
 /// Tests the values of the sample's first objects.
-void AttributeEstimate::TestSome(const Comparison& comparison, SampleTruth& truth) const
+void AttributeEstimate::TestSome(const Comparison& comparison, const TestsLeft& most,
+                                 SampleTruth& truth) const
 {
-    unsigned tests = 0;
+    std::size_t tests = 0;
     std::size_t bytes = 0;
     truth.objects = 0;
     for (const std::uint16_t code : m_column.Codes()) {
         if (code >= truth.range.begin && code < truth.range.end && !truth.tested[code]) {
             bytes += m_column.Form(code).size();
-            if (tests++ == kMostTests || bytes > kMostTestedBytes)
+            if (tests++ == most.tests || bytes > most.bytes)
                 return;
             TestCode(comparison, code, truth);
         }

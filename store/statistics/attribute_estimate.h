@@ -13,6 +13,14 @@ namespace ko::store::inner
 /// Fewer objects of the sample than these say little by themselves.
 inline constexpr unsigned kEnoughHits = 10;
 
+/// Values that one plan may test where order does not help, and their bytes, so that it takes no
+/// longer than it may: a pattern takes 50 ns, and 10 for each byte. Every comparison may take half
+/// of what is left.
+struct TestsLeft {
+    std::size_t tests = 1'600;
+    std::size_t bytes = 16'000;
+};
+
 /// Codes of a sample's column, from the first to before the end.
 struct CodeRange {
     std::uint16_t begin = 0;
@@ -40,9 +48,9 @@ public:
     AttributeEstimate(Statistics& statistics, std::size_t attribute);
 
     Estimate Of(const Comparison& comparison, const SampleTruth& truth) const;
-    /// Tests the sample's values: all of them where order leaves few to test, else as many as may
-    /// be in the time of a plan.
-    SampleTruth Test(const Comparison& comparison) const;
+    /// Tests the sample's values: all of them where order leaves few to test, else as many as
+    /// `left` allows, which becomes less.
+    SampleTruth Test(const Comparison& comparison, TestsLeft& left) const;
 
 private:
     /// The objects with values below a literal, and those with an equal one.
@@ -65,7 +73,7 @@ private:
     Narrowed Narrow(const Comparison& comparison) const;
     Estimate OfOrder(const Comparison& comparison) const;
     Estimate OfOthers(const Comparison& comparison, const SampleTruth& truth) const;
-    void TestSome(const Comparison& comparison, SampleTruth& truth) const;
+    void TestSome(const Comparison& comparison, const TestsLeft& most, SampleTruth& truth) const;
     void TestCode(const Comparison& comparison, std::uint16_t code, SampleTruth& truth) const;
 
     o_char m_type;

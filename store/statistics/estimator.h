@@ -59,6 +59,7 @@ private:
     std::vector<double> FitCells(const Tree& tree, std::vector<double> cells) const;
 
     Statistics& m_statistics;
+    TestsLeft m_testsLeft{};
     std::map<std::size_t, AttributeEstimate> m_attributes;
     std::map<std::string, std::size_t, std::less<>> m_leafOf; ///< by what they ask
     std::vector<Leaf> m_leaves;

@@ -41,7 +41,7 @@ KnownAttribute::KnownAttribute(std::size_t attribute, o_char type, std::string_v
     }
 }
 
-std::string SampleObjects::Write() const
+std::string SampleObjects::Write(const std::vector<std::uint64_t>& numbers) const
 {
     std::string bytes;
     AppendLittle(bytes, kVersion);
@@ -61,16 +61,25 @@ SampleObjects SampleObjects::Read(std::string_view bytes)
     ByteReader reader(bytes);
     if (reader.Next<std::uint8_t>() != kVersion)
         fail("has a version that this program does not know");
-    const std::size_t count = reader.Next<std::uint16_t>();
     SampleObjects sample;
+    sample.count = reader.Next<std::uint16_t>();
     sample.objects = reader.Next<std::uint64_t>();
     sample.nextNumber = reader.Next<std::uint64_t>();
-    const std::string_view numbers = reader.Bytes(count * kNumberBytes);
-    if (!reader.IsWhole() || count > kMostSample || count > sample.objects)
+    reader.Bytes(sample.count * kNumberBytes);
+    if (!reader.IsWhole() || sample.count > kMostSample || sample.count > sample.objects)
         fail("holds no sample");
-    for (std::size_t i = 0; i < count; ++i)
-        sample.numbers.push_back(GetNumber(numbers.data() + i * kNumberBytes));
     return sample;
+}
+
+std::vector<std::uint64_t> SampleObjects::ReadNumbers(std::string_view bytes)
+{
+    const std::size_t count = Read(bytes).count;
+    bytes.remove_prefix(bytes.size() - count * kNumberBytes);
+    std::vector<std::uint64_t> numbers;
+    numbers.reserve(count);
+    for (std::size_t i = 0; i < count; ++i)
+        numbers.push_back(GetNumber(bytes.data() + i * kNumberBytes));
+    return numbers;
 }
 
 KeptStatistics::Kept<SampleObjects> KeptStatistics::Objects(std::string_view seals) const

@@ -40,13 +40,16 @@ private:
 
 /// The objects of the sample, and of when they were taken.
 struct SampleObjects {
-    std::uint64_t objects = 0;          ///< that the store had
-    std::uint64_t nextNumber = 1;       ///< that the next one would have had
-    std::vector<std::uint64_t> numbers; ///< in the sample's order
+    std::uint64_t objects = 0;    ///< that the store had
+    std::uint64_t nextNumber = 1; ///< that the next one would have had
+    std::size_t count = 0;        ///< of the sample
 
-    std::string Write() const;
+    /// The row, with the numbers of the sample's objects, in its order.
+    std::string Write(const std::vector<std::uint64_t>& numbers) const;
     /// Throws Error (ErrorCode::Damaged) with the row's key for bytes that are no such row.
     static SampleObjects Read(std::string_view bytes);
+    /// The numbers of such a row. Plans do not need them, and they are many.
+    static std::vector<std::uint64_t> ReadNumbers(std::string_view bytes);
 };
 
 /// Statistics that were read, for all snapshots of an open store: each as long as its rows have the

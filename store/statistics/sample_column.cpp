@@ -3,6 +3,8 @@
 #include "block/checksum.h"
 #include "statistics/byte_reader.h"
 
+#include <algorithm>
+
 namespace ko::store::inner
 {
 
@@ -46,23 +48,27 @@ SampleColumn::SampleColumn(std::size_t attribute, std::string_view bytes)
     bool sound = objects <= kMostSample && forms <= objects && ends.size() == forms * 4 &&
                  codes.size() == objects * 2;
     m_ends.resize(sound ? forms : 0);
-    std::uint32_t before = 0;
-    for (std::size_t i = 0; i < m_ends.size(); ++i) {
+    // The first plan of a process waits for all this: the loops have no branches.
+    for (std::size_t i = 0; i < m_ends.size(); ++i)
         m_ends[i] = GetLittle<std::uint32_t>(ends.data() + i * 4);
-        sound = sound && m_ends[i] > before;
-        before = m_ends[i];
-    }
-    m_forms = reader.Bytes(before);
+    unsigned isAscending = m_ends.empty() || m_ends[0] != 0 ? 1 : 0;
+    for (std::size_t i = 1; i < m_ends.size(); ++i)
+        isAscending &= m_ends[i] > m_ends[i - 1] ? 1 : 0;
+    sound = sound && isAscending != 0;
+    m_forms = reader.Bytes(m_ends.empty() ? 0 : m_ends.back());
     if (!sound || !reader.IsWhole())
         fail("holds no sample");
     m_codes.resize(objects);
     m_before.resize(std::size_t{EndCode()} + 1);
-    for (std::size_t i = 0; i < objects; ++i) {
+    for (std::size_t i = 0; i < objects; ++i)
         m_codes[i] = GetLittle<std::uint16_t>(codes.data() + i * 2);
-        if (m_codes[i] >= EndCode())
-            fail("holds no sample");
-        ++m_before[m_codes[i] + 1U];
-    }
+    unsigned highest = 0;
+    for (const std::uint16_t code : m_codes)
+        highest = std::max<unsigned>(highest, code);
+    if (highest >= EndCode())
+        fail("holds no sample");
+    for (const std::uint16_t code : m_codes)
+        ++m_before[code + 1U];
     for (std::size_t code = 0; code < EndCode(); ++code)
         m_before[code + 1] += m_before[code];
 }

@@ -60,6 +60,12 @@ std::string_view Statistics::Sealed(const std::string& key) const
     return *row;
 }
 
+std::vector<std::uint64_t> Statistics::SampleNumbers() const
+{
+    const std::string key = StatisticsKey(kNoAttribute, kSamplePart);
+    return SampleObjects::ReadNumbers(Unseal(Space::Statistics, key, Sealed(key)));
+}
+
 const KnownAttribute& Statistics::Load(std::size_t attribute)
 {
     OneAttribute& one = m_attributes[attribute];

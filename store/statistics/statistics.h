@@ -31,8 +31,9 @@ public:
 
     std::uint64_t Objects() const { return m_objects->objects; }
     std::uint64_t NextNumber() const { return m_objects->nextNumber; }
-    const std::vector<std::uint64_t>& SampleNumbers() const { return m_objects->numbers; }
-    std::size_t Sample() const { return m_objects->numbers.size(); }
+    /// Reads the row once more.
+    std::vector<std::uint64_t> SampleNumbers() const;
+    std::size_t Sample() const { return m_objects->count; }
     /// The sample has all objects of the store.
     bool IsWhole() const { return Sample() == Objects(); }
 

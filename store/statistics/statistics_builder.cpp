@@ -113,7 +113,7 @@ void StatisticsBuilder::Resume(Statistics& before, std::span<const std::uint32_t
                 about.distinct.Add(about.columnBefore.Form(code));
         }
     }
-    const std::vector<std::uint64_t>& numbers = before.SampleNumbers();
+    const std::vector<std::uint64_t> numbers = before.SampleNumbers();
     for (std::size_t row = 0; row < numbers.size(); ++row) {
         if (!m_sample.Takes(numbers[row], SampleOrder(numbers[row])))
             continue;
@@ -342,10 +342,11 @@ void StatisticsBuilder::Finish(const Text& text, const Put& put)
     for (std::size_t i = 0; i < m_attributes.size(); ++i) {
         FinishAttribute(i, text, put);
     }
-    SampleObjects objects{m_objects, m_next, {}};
+    std::vector<std::uint64_t> numbers;
     for (std::size_t row = 0; row < m_sample.Count(); ++row)
-        objects.numbers.push_back(m_sample.Number(row));
-    PutSealed(put, kNoAttribute, kSamplePart, objects.Write());
+        numbers.push_back(m_sample.Number(row));
+    const SampleObjects objects{m_objects, m_next, numbers.size()};
+    PutSealed(put, kNoAttribute, kSamplePart, objects.Write(numbers));
 }
 
 } // namespace ko::store::inner

@@ -261,10 +261,12 @@ private:
         CLI::App* command =
             m_app.add_subcommand("stats", "Show what is known of the values of attributes");
         command->add_option("STORE", m_statistics.store, "Store")->required();
-        command->add_option("ATTRIBUTE", m_statistics.attribute,
-                            "One attribute, with its common values and the histogram");
+        const CLI::Option* const attribute = command->add_option(
+            "ATTRIBUTE", m_attribute, "One attribute, with its common values and the histogram");
         command->add_option("--output", m_output, "table or json")->capture_default_str();
-        On(command, [this] {
+        On(command, [this, attribute] {
+            if (attribute->count() != 0)
+                m_statistics.attribute = m_attribute;
             m_statistics.json = ReadWord("--output", m_output, {"table", "json"}) == 1;
             winsize size{};
             if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col != 0)

@@ -168,8 +168,8 @@ void ShowStatistics(const StatisticsRequest& request, std::ostream& out)
 {
     auto now = ko::store::Store::Open(request.store).Read();
     const Schema& schema = now.GetSchema();
-    const bool one = !request.attribute.empty();
-    const std::size_t place = one ? schema.Place(request.attribute) : 0;
+    const bool one = request.attribute.has_value();
+    const std::size_t place = one ? schema.Place(*request.attribute) : 0;
     const auto told = now.GetStatistics();
     if (!told)
         throw Error(ErrorCode::Usage, ko::store::NameOf(request.store) +

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <iosfwd>
+#include <optional>
 #include <string>
 
 namespace kotm
@@ -10,7 +11,7 @@ namespace kotm
 
 struct StatisticsRequest {
     std::string store;
-    std::string attribute; ///< empty: all of them
+    std::optional<std::string> attribute; ///< absent: all of them
     bool json = false;
     std::size_t width = 80; ///< characters of a line
 };
