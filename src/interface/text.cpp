@@ -1,6 +1,8 @@
 #include "interface/call.h"
 #include "manager/read_text.h"
 
+#include <koistring.h>
+
 using namespace ko;
 
 // Stored bytes from text and back.
@@ -59,6 +61,13 @@ bool Print(o_char id, void* value, const char* format, KoString& text)
     return text.ByteSize() != KoString::kMaxBytes;
 }
 
+/// True where a case-insensitive text has as many characters as what was printed of it.
+bool IsAllOf(o_char id, const void* value, const KoString& printed)
+{
+    return (id == KoISTRING_T || id == KoCASEISTRING_T) &&
+           static_cast<const KoIStringText*>(value)->Len() == printed.Len();
+}
+
 /// The text of a value as UTF-8.
 ko_status PrintAsUtf8(o_char id, void* value, const char* format, const Room& room)
 {
@@ -75,8 +84,9 @@ ko_status PrintAsUtf8(o_char id, void* value, const char* format, const Room& ro
     KoString narrow(codeSet, KoString::GetDefaultLanguage());
     const bool whole = Print(id, value, format, narrow) && narrow.Len() >= text.Len();
     // A string that fills its room to the last character is no cut one.
-    const bool isFull = id == KoSTRING_T && format == Manager().TextFormatGet(id);
-    if (!whole && !isFull)
+    const bool isOwn = format == Manager().TextFormatGet(id);
+    const bool isFull = id == KoSTRING_T && isOwn;
+    if (!whole && !isFull && !(isOwn && IsAllOf(id, value, narrow)))
         return KO_TOO_LONG;
     writer.Write(isFull ? *static_cast<const KoString*>(value) : narrow);
     return room.Takes(writer.Finish());

@@ -1,0 +1,50 @@
+#ifndef KO_TEST_LAWS_LAW_H
+#define KO_TEST_LAWS_LAW_H
+
+#include "support/keys.h"
+
+#include <kotms.h>
+
+#include <cstdlib>
+#include <stdexcept>
+#include <string>
+
+/// What is thrown where a law does not hold. Its text begins with the name of the law, which
+/// test/laws/faults.py reads.
+struct Broken : std::runtime_error {
+    Broken(const char* law, const std::string& what) : runtime_error(law + (": " + what)) {}
+};
+
+/// `what()` makes the text about the values, which costs more than the law.
+template <class What>
+void Law(bool holds, const char* law, What what)
+{
+    if (!holds)
+        throw Broken(law, what());
+}
+
+/// How much a test of drawn values does: a number, or what an environment variable asks for.
+inline unsigned long long Asked(const char* variable, unsigned long long number)
+{
+    const char* const asked = std::getenv(variable);
+    return asked != nullptr ? std::strtoull(asked, nullptr, 10) : number;
+}
+
+/// The forms of values: in memory, least or most significant byte first, and the key form, which
+/// is another one for case-insensitive texts.
+inline constexpr unsigned char kForms[] = {KoFMT_MEMORY, KoFMT_LITTLE, KoFMT_BIG,
+                                           KoFMT_LITTLE | KoFMT_KEY};
+inline constexpr unsigned kMemory = 0;
+inline constexpr unsigned kLittle = 1;
+inline constexpr unsigned kBig = 2;
+
+/// Bytes of code set 254 with bit 7 in the language, and bytes of the older layout: loaded they are
+/// another text than the one that they are compared as (doc/formats.md).
+inline bool IsReadAsAnother(o_char id, const Bytes& stored)
+{
+    if (id != KoSTRING_T || stored.size() < 4)
+        return false;
+    return (stored[2] == 254 && stored[3] >= 128) || stored.back() == 0;
+}
+
+#endif

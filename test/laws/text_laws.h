@@ -1,0 +1,164 @@
+#ifndef KO_TEST_LAWS_TEXT_LAWS_H
+#define KO_TEST_LAWS_TEXT_LAWS_H
+
+#include "laws/value_laws.h"
+
+#include <ko.h>
+#include <kostd.h>
+
+/// Values go through their text and back, in each of the ways that there are.
+class TextLaws
+{
+public:
+    TextLaws(const KoTypeMgr& manager, o_char id, Tally& tally)
+        : m_manager(manager), m_id(id), m_format(manager.TextFormatGet(id)), m_tally(tally),
+          m_back{manager, id, manager.Create(id, 1), 1}
+    {
+    }
+
+    void Check(const Drawn& drawn)
+    {
+        m_value = drawn.At(0);
+        m_stored = &drawn.StoredIn(kBig);
+        const bool isNull = m_manager.IsNullValue(m_id, m_value) != 0;
+        m_tally.nulls += isNull ? 1 : 0;
+        if (HasNoCharacters())
+            return;
+        CheckTextFormat();
+        ++m_tally.texts;
+        // Texts of conversion are for people: what is in braces as a text is no date, time or number
+        // of theirs.
+        if (isNull || IsText() || m_utf8[0] != '{')
+            CheckConversion(isNull);
+    }
+
+private:
+    /// Weights cannot become characters, nor can positions that a code set leaves undefined, and
+    /// behind a character 0 no text goes on.
+    bool HasNoCharacters() const
+    {
+        if (m_id == KoISTRING_T || m_id == KoCASEISTRING_T)
+            return (static_cast<const KoIStringText*>(m_value)->Flag() & KoIStringText::kRaw) != 0;
+        if (m_id != KoSTRING_T)
+            return false;
+        const auto& text = *static_cast<const KoString*>(m_value);
+        KoString mapped;
+        return UnitsOf(text).find(u'\0') != std::u16string::npos ||
+               mapped.CopyMapped(text, KoCS_UNICODE, -1) != 0;
+    }
+    /// Values of these types hold more than texts do: code set and language of a string, flags of a
+    /// case-insensitive one, payload of a NaN, the value in a null, the byte that stands for true.
+    bool IsMoreThanText() const
+    {
+        const std::string name = m_manager.NameGet(m_id);
+        return m_id == KoSTRING_T || m_id == KoISTRING_T || m_id == KoCASEISTRING_T ||
+               m_id == KoFLOAT_T || m_id == KoDOUBLE_T || m_id == KoBOOLEAN_T ||
+               name.rfind("KoNull_", 0) == 0;
+    }
+    /// Every text is a value of these, so none can have more behind it.
+    bool IsText() const
+    {
+        return m_manager.IsFixed(m_id) == 0 ? m_id != KoBLOB_T : m_id == Ko1B_T || m_id == KoU1B_T;
+    }
+
+    void CheckTextFormat()
+    {
+        KoString text(KoCS_UNICODE, 0);
+        m_manager.PrintToKoString(m_id, text, m_value, m_format, 1);
+        KoString narrow(KoCS_LATIN1, 0);
+        if (text.ByteSize() == KoString::kMaxBytes) // perhaps cut off; 8 bits hold twice as many
+            m_manager.PrintToKoString(m_id, narrow, m_value, m_format, 1);
+        if (narrow.Len() > text.Len())
+            text = narrow;
+        m_utf8 = ko::ToUtf8(text);
+        unsigned errorAt = 0;
+        Law(m_manager.ParseFromKoString(m_id, m_back.data, text, m_format, errorAt) == 0,
+            "a text is read", [&] { return Shown(); });
+        ExpectBack();
+        std::size_t at = 0;
+        Law(m_manager.ReadText(m_id, m_back.data, m_utf8.data(), m_utf8.size(), nullptr, at) == 0 &&
+                at == m_utf8.size(),
+            "UTF-8 is read", [&] { return Shown(); });
+        const Bytes before = BackStored();
+        CheckInterface(before);
+        ExpectBack();
+        if (IsText())
+            return;
+        const std::string longer = m_utf8 + "~";
+        Law(m_manager.ReadText(m_id, m_back.data, longer.data(), longer.size(), nullptr, at) < 0 &&
+                at < longer.size() && BackStored() == before,
+            "more than a text is refused", [&] { return Shown(); });
+    }
+
+    /// ko.h writes and reads the same text.
+    void CheckInterface(const Bytes& read) const
+    {
+        if (IsReadAsAnother(m_id, *m_stored))
+            return;
+        std::string utf8(m_utf8.size() + 1, '~');
+        std::size_t size = utf8.size();
+        Law(ko_text(m_id, m_stored->data(), m_stored->size(), KO_BIG, nullptr, utf8.data(),
+                    &size) == KO_OK &&
+                utf8.substr(0, size) == m_utf8,
+            "ko.h writes the same text", [&] { return std::to_string(size) + ' ' + Shown(); });
+        Bytes packed(read.size());
+        size = packed.size();
+        Law(ko_pack(m_id, m_utf8.data(), m_utf8.size(), nullptr, KO_BIG, packed.data(), &size,
+                    nullptr) == KO_OK &&
+                packed == read,
+            "ko.h reads the same text", [&] { return Shown(); });
+    }
+
+    void CheckConversion(bool isNull)
+    {
+        const std::unique_ptr<KoTypeConvertData> texts(
+            m_manager.ConvertTo(m_id, m_value, 1));
+        const KoString& text = *texts->GetString(0);
+        const bool isEmpty = text.IsEmpty() != 0;
+        const Array made{m_manager, m_id, m_manager.ConvertFrom(m_id, texts.get(), 1),
+                         1};
+        m_utf8 = std::string("by conversion ") + (text.Width() == 1 ? text.StrGet() : "");
+        // The character 0 has no text, and no text means null where there is a null.
+        if (isNull || (m_manager.IsFixed(m_id) != 0 && m_manager.SupportsNullValue(m_id) != 0 &&
+                       isEmpty)) {
+            Law(m_manager.IsNullValue(m_id, made.data) != 0, "null converts", [&] { return Shown(); });
+            return;
+        }
+        m_manager.AssignmentPtrGet(m_id)(m_back.data, made.data, 1, 0);
+        ExpectBack();
+    }
+
+    std::string Shown() const { return Hex(*m_stored) + " text " + m_utf8.substr(0, 200); }
+    Bytes BackStored() const { return Stored(m_manager, m_id, m_back.data, KoFMT_BIG, 1); }
+    void ExpectBack()
+    {
+        const auto shown = [&] { return Shown() + " back " + Hex(BackStored()); };
+        if (!IsMoreThanText())
+            return Law(BackStored() == *m_stored, "a text comes back", shown);
+        const bool isNull = m_manager.IsNullValue(m_id, m_value) != 0;
+        Law(isNull == (m_manager.IsNullValue(m_id, m_back.data) != 0), "null comes back", shown);
+        KoString wide[2];
+        if (m_id == KoSTRING_T && !isNull) {
+            static_cast<KoString*>(m_back.data)
+                ->SetLanguage(static_cast<KoString*>(m_value)->Language());
+            wide[0] = *static_cast<KoString*>(m_value);
+            wide[1] = *static_cast<KoString*>(m_back.data);
+            for (KoString& text : wide)
+                text.MapToCodeSet(KoCS_UNICODE);
+        }
+        Law(m_manager.Cmp(m_id, m_value, m_back.data, KoCMP_PLAIN, 1, KoFMT_MEMORY) == 0 &&
+                UnitsOf(wide[0]) == UnitsOf(wide[1]),
+            "a text comes back", shown);
+    }
+
+    const KoTypeMgr& m_manager;
+    o_char m_id;
+    const char* m_format;
+    Tally& m_tally;
+    Array m_back;
+    void* m_value = nullptr;
+    const Bytes* m_stored = nullptr;
+    std::string m_utf8;
+};
+
+#endif
