@@ -135,8 +135,15 @@ private:
         const auto isNull = [&](unsigned k) {
             return m_manager.IsNullValue(m_id, m_members[k].value->At(0)) != 0;
         };
+        // A negative number of nanoseconds behind the fields of null is before it.
+        const auto isBelowNull = [&] {
+            return (m_id == KoDATIME_N_T || m_id == KoTIMESPAN_T) &&
+                   std::equal(m_members[i].marks.key.begin(), m_members[i].marks.key.end() - 4,
+                              m_members[j].marks.key.begin());
+        };
         if (!m_members[i].marks.key.empty() && isNull(i))
-            Law(isNull(j) ? IsIdentity(m_id) || order == 0 : order < 0, "null first", shown);
+            Law(isNull(j) ? IsIdentity(m_id) || order == 0 : order < 0 || isBelowNull(),
+                "null first", shown);
         const Bytes& a = m_members[i].value->StoredIn(kLittle);
         const Bytes& b = m_members[j].value->StoredIn(kLittle);
         int result = 99;

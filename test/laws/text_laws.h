@@ -28,7 +28,7 @@ public:
         ++m_tally.texts;
         // Texts of conversion are for people: what is in braces as a text is no date, time or number
         // of theirs.
-        if (isNull || IsText() || m_utf8[0] != '{')
+        if (isNull || IsText() || m_utf8.empty() || m_utf8[0] != '{')
             CheckConversion(isNull);
     }
 
@@ -65,11 +65,8 @@ private:
     {
         KoString text(KoCS_UNICODE, 0);
         m_manager.PrintToKoString(m_id, text, m_value, m_format, 1);
-        KoString narrow(KoCS_LATIN1, 0);
-        if (text.ByteSize() == KoString::kMaxBytes) // perhaps cut off; 8 bits hold twice as many
-            m_manager.PrintToKoString(m_id, narrow, m_value, m_format, 1);
-        if (narrow.Len() > text.Len())
-            text = narrow;
+        if (text.ByteSize() == KoString::kMaxBytes) // cut off; only ko.h has the whole of some
+            return CheckLong();
         m_utf8 = ko::ToUtf8(text);
         unsigned errorAt = 0;
         Law(m_manager.ParseFromKoString(m_id, m_back.data, text, m_format, errorAt) == 0,
@@ -88,6 +85,24 @@ private:
         Law(m_manager.ReadText(m_id, m_back.data, longer.data(), longer.size(), nullptr, at) < 0 &&
                 at < longer.size() && BackStored() == before,
             "more than a text is refused", [&] { return Shown(); });
+    }
+
+    /// Texts that a string of 16 bits cannot hold go through UTF-8.
+    void CheckLong()
+    {
+        std::string utf8(4 * std::size_t{KoString::kMaxBytes}, '~');
+        std::size_t size = utf8.size();
+        m_utf8 = "long";
+        Law(ko_text(m_id, m_stored->data(), m_stored->size(), KO_BIG, nullptr, utf8.data(),
+                    &size) == KO_OK,
+            "ko.h writes a long text", [&] { return Shown(); });
+        std::size_t at = 0;
+        const int read = m_manager.ReadText(m_id, m_back.data, utf8.data(), size, nullptr, at);
+        // Beyond Latin-1 a string is one of 16 bits.
+        if (read == 0)
+            ExpectBack();
+        else
+            Law(read == KoREAD_TOO_LONG, "a long text is read", [&] { return Shown(); });
     }
 
     /// ko.h writes and reads the same text.
