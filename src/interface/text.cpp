@@ -103,7 +103,7 @@ ko_status PrintAsUtf8(o_char id, void* value, const char* format, const Room& ro
     const bool isFull = id == KoSTRING_T && isWhole;
     if (!whole && !isFull)
         return KO_TOO_LONG;
-    writer.Write(isFull ? *static_cast<const KoString*>(value) : narrow);
+    writer.Write(whole ? narrow : *static_cast<const KoString*>(value));
     return room.Takes(writer.Finish());
 }
 

@@ -38,10 +38,13 @@ inline constexpr unsigned kMemory = 0;
 inline constexpr unsigned kLittle = 1;
 inline constexpr unsigned kBig = 2;
 
-/// Bytes of code set 254 with bit 7 in the language, and bytes of the older layout: loaded they are
-/// another text than the one that they are compared as (doc/formats.md).
+/// Bytes that are another text when loaded than the one that they are compared as (doc/formats.md):
+/// code set 254 with bit 7 in the language, the older layout, and more weights than a text in memory
+/// has room for.
 inline bool IsReadAsAnother(o_char id, const Bytes& stored)
 {
+    if (id == KoISTRING_T || id == KoCASEISTRING_T)
+        return stored.size() > KoIStringText::kMaxLength + 4U;
     if (id != KoSTRING_T || stored.size() < 4)
         return false;
     return (stored[2] == 254 && stored[3] >= 128) || stored.back() == 0;

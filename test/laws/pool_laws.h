@@ -77,12 +77,16 @@ private:
     void CheckPair(unsigned i, unsigned j)
     {
         const bool ordered = !m_members[i].marks.key.empty();
+        const bool oneKind = m_members[i].kind == m_members[j].kind;
         const int order = Compare(i, j, kLittle);
         for (unsigned form = 0; form < std::size(kForms); ++form) {
             const auto shown = [&] {
                 return Shown(i, j) + "\nform " + std::to_string(form) + " order " +
                        std::to_string(order);
             };
+            // Weights with accents and without are compared as they are.
+            if (!oneKind && (kForms[form] & KoFMT_KEY) != 0)
+                continue;
             const int here = Compare(i, j, form);
             const int turned = Compare(j, i, form);
             // Identities have an order as the numbers that their little-endian form compares by.
@@ -97,7 +101,6 @@ private:
             if (form != kMemory && i != j)
                 CheckCut(i, j, form, here);
         }
-        const bool oneKind = m_members[i].kind == m_members[j].kind;
         m_orders[i][j] = static_cast<signed char>(ordered && oneKind ? order : kNoOrder);
         m_orders[j][i] = static_cast<signed char>(ordered && oneKind ? -order : kNoOrder);
         if (ordered && oneKind)

@@ -27,14 +27,15 @@ public:
         CheckTextFormat();
         ++m_tally.texts;
         // Texts of conversion are for people: what is in braces as a text is no date, time or number
-        // of theirs.
-        if (isNull || IsText() || m_utf8.empty() || m_utf8[0] != '{')
+        // of theirs, and fields of -1 count in the days of a span.
+        const bool isOdd = m_manager.IsFixed(m_id) != 0 && !IsText() &&
+                           (m_utf8[0] == '{' || m_utf8.find('*') != m_utf8.npos);
+        if (isNull || !isOdd)
             CheckConversion(isNull);
     }
 
 private:
-    /// Weights cannot become characters, nor can positions that a code set leaves undefined, and
-    /// behind a character 0 no text goes on.
+    /// Weights cannot become characters, nor can positions that a code set leaves undefined.
     bool HasNoCharacters() const
     {
         if (m_id == KoISTRING_T || m_id == KoCASEISTRING_T)
@@ -43,8 +44,7 @@ private:
             return false;
         const auto& text = *static_cast<const KoString*>(m_value);
         KoString mapped;
-        return UnitsOf(text).find(u'\0') != std::u16string::npos ||
-               mapped.CopyMapped(text, KoCS_UNICODE, -1) != 0;
+        return mapped.CopyMapped(text, KoCS_UNICODE, -1) != 0;
     }
     /// Values of these types hold more than texts do: code set and language of a string, flags of a
     /// case-insensitive one, payload of a NaN, the value in a null, the byte that stands for true.
@@ -59,6 +59,16 @@ private:
     bool IsText() const
     {
         return m_manager.IsFixed(m_id) == 0 ? m_id != KoBLOB_T : m_id == Ko1B_T || m_id == KoU1B_T;
+    }
+
+    /// Half a surrogate pair is no character, and no UTF-8 of ko.h has it.
+    static bool HasHalf(const std::string& utf8)
+    {
+        for (std::size_t at = utf8.find('\xED'); at != utf8.npos; at = utf8.find('\xED', at + 1)) {
+            if (static_cast<unsigned char>(utf8[at + 1]) >= 0xA0)
+                return true;
+        }
+        return false;
     }
 
     void CheckTextFormat()
@@ -108,7 +118,7 @@ private:
     /// ko.h writes and reads the same text.
     void CheckInterface(const Bytes& read) const
     {
-        if (IsReadAsAnother(m_id, *m_stored))
+        if (IsReadAsAnother(m_id, *m_stored) || HasHalf(m_utf8))
             return;
         std::string utf8(m_utf8.size() + 1, '~');
         std::size_t size = utf8.size();

@@ -102,7 +102,7 @@ private:
                     status == KoRC_TRUNCATED,
                 "one byte less has no length", shown);
         }
-        if (m_count == 0)
+        if (m_count == 0 || IsReadAsAnother(m_id, stored))
             return;
         Law(m_manager.Load(m_id, m_back.data, exact.get(), format, m_count) == length &&
                 value.Store(m_back.data, format, m_count) == stored,
