@@ -168,27 +168,4 @@ TEST(Bounds, AnEndStaysOpenWithoutMemory)
     }
 }
 
-// Identities in memory know no order, and stored forms of texts have a test of their own.
-TEST(Bounds, ANarrowedRangeLosesNoMatch)
-{
-    Random random(20240229);
-    ForEachType([&random](const KoTypeMgr&, o_char id) {
-        if (manager.IsFixed(id) == 0)
-            return;
-        const FixtureArray fixtures(manager, id);
-        for (const unsigned char format : {KoFMT_LITTLE, KoFMT_BIG}) {
-            const auto make = [&](bool, bool) {
-                Bytes key =
-                    Stored(manager, id, fixtures[random.Below(fixtures.Count())], format, 1);
-                // Few values of a byte, so that many keys share a field.
-                for (std::size_t at = random.Below(2) == 0 ? 0 : key.size(); at < key.size(); ++at)
-                    key[at] =
-                        static_cast<unsigned char>(random.Below(random.Below(4) == 0 ? 256 : 3));
-                return key;
-            };
-            CheckConditions({manager, id, format, make}, random, 400, {KoCMP_PLAIN});
-        }
-    });
-}
-
 } // namespace

@@ -75,9 +75,9 @@ private:
     {
         KoString text(KoCS_UNICODE, 0);
         m_manager.PrintToKoString(m_id, text, m_value, m_format, 1);
-        if (text.ByteSize() == KoString::kMaxBytes) // cut off; only ko.h has the whole of some
-            return CheckLong();
         m_utf8 = ko::ToUtf8(text);
+        if (text.ByteSize() == KoString::kMaxBytes) // perhaps cut off; ko.h may have the whole
+            return CheckLong();
         unsigned errorAt = 0;
         Law(m_manager.ParseFromKoString(m_id, m_back.data, text, m_format, errorAt) == 0,
             "a text is read", [&] { return Shown(); });
@@ -100,9 +100,10 @@ private:
     /// Texts that a string of 16 bits cannot hold go through UTF-8.
     void CheckLong()
     {
+        if (HasHalf(m_utf8))
+            return;
         std::string utf8(4 * std::size_t{KoString::kMaxBytes}, '~');
         std::size_t size = utf8.size();
-        m_utf8 = "long";
         Law(ko_text(m_id, m_stored->data(), m_stored->size(), KO_BIG, nullptr, utf8.data(),
                     &size) == KO_OK,
             "ko.h writes a long text", [&] { return Shown(); });
