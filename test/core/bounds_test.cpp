@@ -1,5 +1,4 @@
 #include "support/bounds.h"
-#include "support/failing_heap.h"
 #include "support/value.h"
 
 #include <gtest/gtest.h>
@@ -148,24 +147,6 @@ TEST(Bounds, NarrowingLeavesSetEndsAlone)
     EXPECT_EQ(manager.EvalAndBound(Ko4B_T, nullptr, op, nullptr, KoFMT_MEMORY, 0, &none, nullptr),
               0.0F);
     EXPECT_EQ(none.low, nullptr) << "no element is read";
-}
-
-TEST(Bounds, AnEndStaysOpenWithoutMemory)
-{
-    o_4b value = 7;
-    unsigned short op = kEqual;
-    for (const int allocations : {0, 1}) {
-        Narrowed narrowed;
-        {
-            FailingHeap heap(allocations);
-            manager.EvalAndBound(Ko4B_T, nullptr, op, &value, KoFMT_MEMORY, 1, &narrowed, nullptr);
-            EXPECT_EQ(heap.HandlerCalls(), 2 - allocations);
-        }
-        EXPECT_EQ(narrowed.low != nullptr, allocations == 1);
-        EXPECT_EQ(narrowed.lowLen, allocations == 1 ? 4 : 0);
-        EXPECT_EQ(narrowed.high, nullptr);
-        EXPECT_EQ(narrowed.highLen, 0);
-    }
 }
 
 } // namespace

@@ -118,7 +118,9 @@ private:
             Law(made == stored, "translated to memory and back", shown);
             MemFile file(exact.get(), size);
             Law(m_manager.DiskLenGet(m_id, exact.get(), format, m_count, format) == length &&
-                    m_manager.DiskLenGetFromMemFile(m_id, &file, format, m_count) == length,
+                    m_manager.DiskLenGetFromMemFile(m_id, &file, format, m_count) == length &&
+                    (m_manager.IsFixed(m_id) == 0 ||
+                     koCurrentTypeTable.entry[m_id]->nullSizeGet(m_count) == length),
                 "length without a bound", shown);
         }
     }
