@@ -64,8 +64,9 @@ bool Print(o_char id, void* value, const char* format, KoString& text)
     return text.ByteSize() != KoString::kMaxBytes;
 }
 
-/// Writes a case-insensitive text that is longer than a text of 16 bits, a part at a time: no code set
-/// of 8 bits has all characters of Windows-1252 and the controls in the places that it leaves free.
+/// Writes a case-insensitive text that is longer than a text of 16 bits, a part at a time: no code
+/// set of 8 bits has all characters of Windows-1252 and the controls in the places that it leaves
+/// free.
 void WriteParts(Utf8Writer& writer, o_char id, const KoIStringText& whole, const char* format)
 {
     constexpr unsigned kPart = KoIStringText::kMaxLength / 2;

@@ -105,7 +105,11 @@ KoString& PrintString(KoString& text, const KoString& value, const char* format)
 
 void ScanString(KoString& value, const KoString& text, const char* format)
 {
-    if (MeansNull(text, true)) {
+    const MemoryWatch memory;
+    const bool isNull = MeansNull(text, true);
+    if (memory.HasRunOut()) // whether it is cannot be told
+        return;
+    if (isNull) {
         value.SetNullValue();
         return;
     }

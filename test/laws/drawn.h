@@ -11,7 +11,9 @@
 
 /// What the values of a type are drawn from.
 struct Source {
-    Source(const KoTypeMgr& manager, o_char id, unsigned seed) : random(seed), corpus(manager, id) {}
+    Source(const KoTypeMgr& manager, o_char id, unsigned seed) : random(seed), corpus(manager, id)
+    {
+    }
     Random random;
     FixtureArray corpus; ///< smallest, largest, null, awkward
 };
@@ -110,8 +112,7 @@ private:
     {
         const bool isText = m_manager.IsFixed(m_id) == 0;
         if (isText && random.Below(4) != 0) {
-            const std::unique_ptr<KoTypeConvertData> texts(
-                m_manager.ConvertTo(m_id, At(i), 1));
+            const std::unique_ptr<KoTypeConvertData> texts(m_manager.ConvertTo(m_id, At(i), 1));
             return ConvertFrom(i, random.Like(*texts->GetString(0)));
         }
         Bytes bytes = Store(At(i), KoFMT_BIG, 1);

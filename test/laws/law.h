@@ -5,6 +5,7 @@
 
 #include <kotms.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <stdexcept>
 #include <string>
@@ -39,15 +40,19 @@ inline constexpr unsigned kLittle = 1;
 inline constexpr unsigned kBig = 2;
 
 /// Bytes that are another text when loaded than the one that they are compared as (doc/formats.md):
-/// code set 254 with bit 7 in the language, the older layout, and more weights than a text in memory
-/// has room for.
+/// code set 254 with bit 7 in the language, the older layout, and more weights than a text in
+/// memory has room for.
 inline bool IsReadAsAnother(o_char id, const Bytes& stored)
 {
     if (id == KoISTRING_T || id == KoCASEISTRING_T)
         return stored.size() > KoIStringText::kMaxLength + 4U;
     if (id != KoSTRING_T || stored.size() < 4)
         return false;
-    return (stored[2] == 254 && stored[3] >= 128) || stored.back() == 0;
+    const auto marks = std::adjacent_find(stored.begin(), stored.end(),
+                                          [](unsigned char codeSet, unsigned char language) {
+                                              return codeSet == 254 && language >= 128;
+                                          });
+    return marks != stored.end() || stored.back() == 0;
 }
 
 #endif

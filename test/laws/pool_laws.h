@@ -67,9 +67,9 @@ private:
     int Compare(unsigned i, unsigned j, unsigned form) const
     {
         int status = 99;
-        const int order = m_manager.Cmp(m_id, 0, m_members[i].value->In(form), 0,
-                                        m_members[j].value->In(form), m_word, m_count, kForms[form],
-                                        status);
+        const int order =
+            m_manager.Cmp(m_id, 0, m_members[i].value->In(form), 0, m_members[j].value->In(form),
+                          m_word, m_count, kForms[form], status);
         Law(status == KoRC_OK, "whole values are compared", [&] { return Shown(i, j); });
         return Sign(order);
     }
@@ -96,8 +96,8 @@ private:
                     shown);
             // Without an order, fields of -1 match on either side in memory alone.
             if (ordered || form != kMemory || m_manager.IsFixed(m_id) == 0)
-                Law(hasOrder ? here == order : (here == 0) == (order == 0), "one order in all forms",
-                    shown);
+                Law(hasOrder ? here == order : (here == 0) == (order == 0),
+                    "one order in all forms", shown);
             if (form != kMemory && i != j)
                 CheckCut(i, j, form, here);
         }
@@ -120,16 +120,16 @@ private:
         Law(byKeys == order, "order of keys", shown);
         Law(byKeys != 0 || a.key.size() == b.key.size(), "no key begins another", shown);
         Law((a.hashUnder == b.hashUnder) == (order == 0), "hash under the word", shown);
-        const bool exact = (m_word & (KoCMP_IGNORE_CASE | KoCMP_IGNORE_ACCENTS |
-                                      KoCMP_SKIP_SPACES | KoCMP_SKIP_SYMBOLS)) == 0;
+        const bool exact = (m_word & (KoCMP_IGNORE_CASE | KoCMP_IGNORE_ACCENTS | KoCMP_SKIP_SPACES |
+                                      KoCMP_SKIP_SYMBOLS)) == 0;
         if (m_id != KoSTRING_T || exact)
             Law(order != 0 || a.hash == b.hash, "equal values hash equal", shown);
         m_tally.less += order != 0 ? 1 : 0;
         m_tally.equal += order == 0 && i != j ? 1 : 0;
-        m_tally.alike += order == 0 && m_members[i].value->StoredIn(kBig) !=
-                                           m_members[j].value->StoredIn(kBig)
-                             ? 1
-                             : 0;
+        m_tally.alike +=
+            order == 0 && m_members[i].value->StoredIn(kBig) != m_members[j].value->StoredIn(kBig)
+                ? 1
+                : 0;
     }
 
     void CheckNullAndInterface(unsigned i, unsigned j, int order)
@@ -170,17 +170,15 @@ private:
         for (const unsigned side : {0, 1}) {
             const auto size = static_cast<unsigned>(whole[side]->size());
             length[side] = random.Below(3) == 0 ? size : 1 + random.Below(size);
-            bytes[side] =
-                Exactly(Bytes(whole[side]->begin(), whole[side]->begin() + length[side]));
+            bytes[side] = Exactly(Bytes(whole[side]->begin(), whole[side]->begin() + length[side]));
         }
         const auto shown = [&] {
             return Shown(i, j) + "\nform " + std::to_string(form) + " lengths " +
                    std::to_string(length[0]) + " and " + std::to_string(length[1]);
         };
         int status = 99;
-        const int here =
-            Sign(m_manager.Cmp(m_id, length[0], bytes[0].get(), length[1], bytes[1].get(), m_word,
-                               m_count, kForms[form], status));
+        const int here = Sign(m_manager.Cmp(m_id, length[0], bytes[0].get(), length[1],
+                                            bytes[1].get(), m_word, m_count, kForms[form], status));
         Law(status == KoRC_OK || status == KoRC_TRUNCATED || m_manager.IsFixed(m_id) == 0,
             "the status of a cut comparison", shown);
         Law(status != KoRC_OK || here == order, "what cut values decide", shown);

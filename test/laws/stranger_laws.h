@@ -9,8 +9,8 @@ class StrangerLaws
 {
 public:
     StrangerLaws(const KoTypeMgr& manager, o_char id, Random& random, Tally& tally)
-        : m_manager(manager), m_id(id), m_random(random), m_tally(tally),
-          m_back{manager, id, manager.Create(id, 3), 3}
+        : m_manager(manager), m_id(id), m_random(random),
+          m_tally(tally), m_back{manager, id, manager.Create(id, 3), 3}
     {
     }
 
@@ -128,7 +128,7 @@ private:
             ko_hash(m_id, bytes, size, KO_PLAIN, order, &hash),
             ko_key(m_id, bytes, size, KO_PLAIN, order, out, &room),
             ko_compare(m_id, bytes, size, bytes, size, KO_PLAIN, order, &flag)};
-        const ko_status expected = another                     ? KO_DAMAGED
+        const ko_status expected = another                    ? KO_DAMAGED
                                    : result == KoRC_TRUNCATED ? KO_TRUNCATED
                                    : result == KoRC_DAMAGED   ? KO_DAMAGED
                                    : valid                    ? KO_OK

@@ -11,8 +11,8 @@ class TextLaws
 {
 public:
     TextLaws(const KoTypeMgr& manager, o_char id, Tally& tally)
-        : m_manager(manager), m_id(id), m_format(manager.TextFormatGet(id)), m_tally(tally),
-          m_back{manager, id, manager.Create(id, 1), 1}
+        : m_manager(manager), m_id(id), m_format(manager.TextFormatGet(id)),
+          m_tally(tally), m_back{manager, id, manager.Create(id, 1), 1}
     {
     }
 
@@ -26,8 +26,8 @@ public:
             return;
         CheckTextFormat();
         ++m_tally.texts;
-        // Texts of conversion are for people: what is in braces as a text is no date, time or number
-        // of theirs, and fields of -1 count in the days of a span.
+        // Texts of conversion are for people: what is in braces as a text is no date, time or
+        // number of theirs, and fields of -1 count in the days of a span.
         const bool isOdd = m_manager.IsFixed(m_id) != 0 && !IsText() &&
                            (m_utf8[0] == '{' || m_utf8.find('*') != m_utf8.npos);
         if (isNull || !isOdd)
@@ -137,17 +137,16 @@ private:
 
     void CheckConversion(bool isNull)
     {
-        const std::unique_ptr<KoTypeConvertData> texts(
-            m_manager.ConvertTo(m_id, m_value, 1));
+        const std::unique_ptr<KoTypeConvertData> texts(m_manager.ConvertTo(m_id, m_value, 1));
         const KoString& text = *texts->GetString(0);
         const bool isEmpty = text.IsEmpty() != 0;
-        const Array made{m_manager, m_id, m_manager.ConvertFrom(m_id, texts.get(), 1),
-                         1};
+        const Array made{m_manager, m_id, m_manager.ConvertFrom(m_id, texts.get(), 1), 1};
         m_utf8 = std::string("by conversion ") + (text.Width() == 1 ? text.StrGet() : "");
         // The character 0 has no text, and no text means null where there is a null.
-        if (isNull || (m_manager.IsFixed(m_id) != 0 && m_manager.SupportsNullValue(m_id) != 0 &&
-                       isEmpty)) {
-            Law(m_manager.IsNullValue(m_id, made.data) != 0, "null converts", [&] { return Shown(); });
+        if (isNull ||
+            (m_manager.IsFixed(m_id) != 0 && m_manager.SupportsNullValue(m_id) != 0 && isEmpty)) {
+            Law(m_manager.IsNullValue(m_id, made.data) != 0, "null converts",
+                [&] { return Shown(); });
             return;
         }
         m_manager.AssignmentPtrGet(m_id)(m_back.data, made.data, 1, 0);

@@ -23,8 +23,8 @@ class ValueLaws
 {
 public:
     ValueLaws(const KoTypeMgr& manager, o_char id, Random& random, Tally& tally)
-        : m_manager(manager), m_id(id), m_random(random), m_tally(tally),
-          m_back{manager, id, manager.Create(id, 3), 3}
+        : m_manager(manager), m_id(id), m_random(random),
+          m_tally(tally), m_back{manager, id, manager.Create(id, 3), 3}
     {
     }
 
@@ -55,8 +55,8 @@ public:
     Marks MarksOf(const void* value, unsigned char format) const
     {
         int status = 99;
-        Marks marks{Key(value, format),
-                    m_manager.HashUnder(m_id, value, format, m_count, m_word), 0};
+        Marks marks{Key(value, format), m_manager.HashUnder(m_id, value, format, m_count, m_word),
+                    0};
         marks.hash = m_manager.Hash(m_id, 0, value, m_count, format, status);
         Law(status == KoRC_OK, "a whole value hashes", [] { return std::string(); });
         Law(!marks.key.empty() || marks.hashUnder == 0, "no order, no hash under it",

@@ -105,9 +105,10 @@ private:
     /// A character of the same letter or kind, or the character itself.
     char16_t Twin(char16_t unit)
     {
-        static constexpr std::u16string_view kAlike[] = {
-            u"aA\u0105\u0104\u00E4", u"bB",           u"eE\u00E9\u00C9", u"sS\u0161",
-            u"\u00E6\u00C6",          u"yY\u00FD\u00DD", u"12\u00B2\u00B9", u" \t\u00A0-./"};
+        static constexpr std::u16string_view kAlike[] = {u"aA\u0105\u0104\u00E4", u"bB",
+                                                         u"eE\u00E9\u00C9",       u"sS\u0161",
+                                                         u"\u00E6\u00C6",         u"yY\u00FD\u00DD",
+                                                         u"12\u00B2\u00B9",       u" \t\u00A0-./"};
         for (const std::u16string_view alike : kAlike) {
             if (alike.find(unit) != alike.npos)
                 return alike[Below(static_cast<unsigned>(alike.size()))];
