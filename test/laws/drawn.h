@@ -49,6 +49,10 @@ public:
                 MakeAny(source.random, i);
             if (way % 4 != 0)
                 Change(source.random, i);
+            if ((m_id == KoISTRING_T || m_id == KoCASEISTRING_T) && way % 6 == 0) {
+                auto& text = *static_cast<KoIStringText*>(At(i));
+                text.SetFlag(text.Flag() ^ KoIStringText::kAccents);
+            }
         }
         for (unsigned form = 1; form < std::size(kForms); ++form)
             m_stored[form] = Store(m_memory, kForms[form], count);
@@ -118,7 +122,7 @@ private:
         Bytes bytes = Store(At(i), KoFMT_BIG, 1);
         const auto size = static_cast<unsigned>(bytes.size());
         const unsigned at = random.Below(size);
-        switch (random.Below(isText ? 2 : 4)) {
+        switch (random.Below(isText ? 2 : 6)) {
         case 0:
             bytes[at] = Byte(random);
             break;
@@ -134,6 +138,12 @@ private:
             }
             break;
         }
+        case 3: // nothing, which the next case gives a sign
+            std::fill(bytes.begin(), bytes.end(), static_cast<unsigned char>(0));
+            break;
+        case 4:
+            bytes[0] ^= 0x80;
+            break;
         default: // two fields changed for one another
             std::swap(bytes[at], bytes[random.Below(size)]);
         }

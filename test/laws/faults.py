@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Deliberate faults, which the laws must find: faults.py ROOT WORK
+"""Deliberate faults, which the laws must find: faults.py ROOT WORK [NUMBER...]
 
 Copies the tree ROOT to WORK with every fault in it, builds the laws once, runs them with each fault switched on alone
 and prints the law that found it. Ends with 1 where a fault was found by none, or where the laws fail without one.
@@ -28,7 +28,7 @@ FAULTS = [
      "a blob equals one that it begins"),
     ("src/collation/compare.cpp", "rest == 0 ? 0 : leftGoesOn ? 1 : -1", "rest == 0 ? 0 : leftGoesOn ? -1 : 1",
      "a text is above one that it begins"),
-    ("src/collation/compare.cpp", "(mask & 0x60U) == 0", "(mask & 0x40U) == 0",
+    ("src/collation/compare.cpp", "(mask & 0x60U) == 0", "mask != 0",
      "words are skipped without their case though it counts"),
     ("src/caseless/compare.cpp", "weights.Accents(a) || weights.Accents(b)", "weights.Accents(a)",
      "accents count where the left text alone says so"),
@@ -135,10 +135,12 @@ def main():
         sys.exit("a law does not hold without a fault: " + found)
     missed = 0
     for number, (name, _, _, reason) in enumerate(FAULTS, 1):
+        if len(sys.argv) > 3 and str(number) not in sys.argv[3:]:
+            continue
         found = laws(work, number)
         missed += not found
         print(f"| {number} | {name[4:]} | {reason} | {found or 'NOT FOUND'} |", flush=True)
-    print(f"{len(FAULTS)} faults, {missed} not found")
+    print(f"{missed} not found")
     return 1 if missed else 0
 
 

@@ -43,6 +43,15 @@ public:
         CheckBounded(value, exact.get(), size, form, word);
         if (result != KoRC_OK) {
             ++m_tally.damaged;
+            // Whatever the bytes of a fixed length are, they are loaded as they are compared.
+            if (m_manager.IsFixed(m_id) == 0 || result != KoRC_DAMAGED ||
+                size < value.StoredIn(form).size())
+                return;
+            const Marks marks = laws.MarksOf(exact.get(), m_format);
+            m_manager.Load(m_id, m_back.data, exact.get(), m_format, m_count);
+            const Marks loaded = laws.MarksOf(m_back.data, KoFMT_MEMORY);
+            Law(loaded.key == marks.key && loaded.hash == marks.hash,
+                "what is damaged is loaded as compared", shown);
             return;
         }
         ++m_tally.changed;
