@@ -167,7 +167,7 @@ private:
             return;
         std::unique_ptr<unsigned char[]> bytes[2];
         unsigned length[2];
-        for (const unsigned side : {0, 1}) {
+        for (const unsigned side : {0U, 1U}) {
             const auto size = static_cast<unsigned>(whole[side]->size());
             length[side] = random.Below(3) == 0 ? size : 1 + random.Below(size);
             bytes[side] = Exactly(Bytes(whole[side]->begin(), whole[side]->begin() + length[side]));
