@@ -46,7 +46,7 @@ inline bool IsReadAsAnother(o_char id, const Bytes& stored)
 {
     if (id == KoISTRING_T || id == KoCASEISTRING_T)
         return stored.size() > KoIStringText::kMaxLength + 4U;
-    if (id != KoSTRING_T || stored.size() < 4)
+    if (id != KoSTRING_T || stored.empty())
         return false;
     const auto marks = std::adjacent_find(stored.begin(), stored.end(),
                                           [](unsigned char codeSet, unsigned char language) {
