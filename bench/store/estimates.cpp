@@ -24,11 +24,13 @@ double ErrorOf(Snapshot& snapshot, const std::string& predicate)
 {
     const Condition condition =
         Condition::Make(ParsePredicate(predicate), predicate, snapshot.GetSchema());
-    const Plan plan = MakePlan(snapshot, condition, false);
+    Wanted wanted;
+    wanted.tells = true;
+    const Plan plan = MakePlan(snapshot, &condition, wanted);
     const auto found = static_cast<double>(
         Scan(snapshot, nullptr, ScanOrder::Numbers, &condition).Count(UINT64_MAX));
     const auto objects = static_cast<double>(snapshot.GetCounts().objects);
-    const double share = std::max(plan.share, 1.0 / objects);
+    const double share = std::max(plan.found.share, 1.0 / objects);
     const double truth = std::max(found, 1.0) / objects;
     return std::max(share / truth, truth / share);
 }

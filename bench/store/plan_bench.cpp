@@ -2,9 +2,8 @@
 // make, parsing and planning included, beside reading all objects, and beside SQLite with the same
 // index. Both answer with the sum of an attribute that has no index, which takes each object found.
 //
-// The second work is what the planner's costs are made of: how much longer than testing all objects
-// in their order it takes to find all of them through an index, and to pass over its entries; and
-// what it takes to meet a block.
+// The second work is the same for one object. What the planner's costs are made of is measured by
+// bench/store/plan_costs.
 //
 // KOTM_BENCH_ROWS is the number of objects.
 
@@ -77,6 +76,12 @@ void Fill(Data& data)
         Fail("rows are missing");
 }
 
+/// Conditions that one object meets.
+std::string NextOne(const Data& data, std::mt19937& random)
+{
+    return "number = " + std::to_string(random() % data.rows);
+}
+
 /// Conditions that a thousandth of the objects meet.
 std::string NextPredicate(const Data& data, std::mt19937& random)
 {
@@ -91,12 +96,12 @@ long long SumByKotm(Snapshot& snapshot, const std::string& predicate, bool plann
         Condition::Make(ParsePredicate(predicate), predicate, snapshot.GetSchema());
     std::optional<Plan> plan;
     if (planned) {
-        plan = MakePlan(snapshot, condition, false);
-        if (!plan->range)
+        plan = MakePlan(snapshot, &condition, {});
+        if (!plan->way)
             Fail("the plan does not use the index");
     }
-    Scan scan(snapshot, planned ? &*plan->range : nullptr, ScanOrder::Numbers,
-              plan && plan->range->exact ? nullptr : &condition);
+    Scan scan(snapshot, planned ? &*plan->way : nullptr,
+              plan && plan->way->exact ? nullptr : &condition);
     long long sum = 0;
     std::string room;
     for (auto numbers = scan.Next(1024); !numbers.empty(); numbers = scan.Next(1024)) {
@@ -120,48 +125,12 @@ long long SumBySqlite(Database& db, const std::string& predicate)
     return sum;
 }
 
-template <class Answer>
-void BenchQuery(benchmark::State& state, const Data& data, Answer answer)
+template <class Answer, class Next>
+void BenchQuery(benchmark::State& state, const Data& data, Answer answer, Next next)
 {
     std::mt19937 random(4);
     for (auto _ : state)
-        benchmark::DoNotOptimize(answer(NextPredicate(data, random)));
-}
-
-enum class Way { kInOrder, kLookUp, kEntry };
-
-/// What the planner's costs are made of: all objects, each tested but where entries are enough.
-void BenchWay(benchmark::State& state, const ObjectStore& store, Way way)
-{
-    const std::string text = "number >= 0";
-    const Condition condition = Condition::Make(ParsePredicate(text), text, store.GetSchema());
-    const IndexRange index = IndexRange::All(kNumber);
-    std::uint64_t found = 0;
-    for (auto _ : state) {
-        const std::unique_ptr<Snapshot> snapshot = store.Read();
-        found += Scan(*snapshot, way == Way::kInOrder ? nullptr : &index, ScanOrder::Numbers,
-                      way == Way::kEntry ? nullptr : &condition)
-                     .Count(UINT64_MAX);
-    }
-    state.counters["each"] = benchmark::Counter(
-        static_cast<double>(found), benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
-}
-
-/// One object after another, each of another block: mostly what a block costs.
-void BenchBlocks(benchmark::State& state, const ObjectStore& store)
-{
-    std::uint64_t blocks = 0;
-    for (auto _ : state) {
-        const std::unique_ptr<Snapshot> snapshot = store.Read();
-        std::string room;
-        for (std::uint64_t number = 1; number < snapshot->GetCounts().nextNumber;
-             number += snapshot->SlotsOfBlock()) {
-            benchmark::DoNotOptimize(snapshot->Value(number, kAmount, room));
-            ++blocks;
-        }
-    }
-    state.counters["each"] = benchmark::Counter(
-        static_cast<double>(blocks), benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+        benchmark::DoNotOptimize(answer(next(data, random)));
 }
 
 template <class Bench, class... Arguments>
@@ -193,19 +162,15 @@ int main(int argc, char** argv)
             Fail("the answers differ");
     }
 
-    const auto query = [&](const char* name, auto answer) {
-        Register(name,
-                 [&data, answer](benchmark::State& state) { BenchQuery(state, data, answer); });
+    const auto query = [&](const char* name, auto answer, auto next) {
+        Register(name, [&data, answer, next](benchmark::State& state) {
+            BenchQuery(state, data, answer, next);
+        });
     };
-    query("a thousandth/ours", planned);
-    query("a thousandth/all objects", all);
-    query("a thousandth/sqlite", sqlite);
-    const auto way = [&](const char* name, Way of) {
-        Register(name, [&store, of](benchmark::State& state) { BenchWay(state, *store, of); });
-    };
-    way("objects in order/ours", Way::kInOrder);
-    way("objects in order/by index", Way::kLookUp);
-    way("objects in order/entries alone", Way::kEntry);
-    Register("blocks/ours", [&store](benchmark::State& state) { BenchBlocks(state, *store); });
+    query("a thousandth/ours", planned, NextPredicate);
+    query("a thousandth/all objects", all, NextPredicate);
+    query("a thousandth/sqlite", sqlite, NextPredicate);
+    query("one/ours", planned, NextOne);
+    query("one/sqlite", sqlite, NextOne);
     return RunWithRatios(argc, argv);
 }

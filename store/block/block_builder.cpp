@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <functional>
 
 namespace ko::store::inner
 {
@@ -127,15 +128,14 @@ void BlockBuilder::Put(std::size_t attribute, unsigned slot, const Cell& cell)
         code = kLargeCode;
         break;
     case Cell::Kind::Entry:
-        code = static_cast<std::uint16_t>(kFirstCode + cell.entry);
+        PutEntry(attribute, slot, cell.entry);
         break;
     case Cell::Kind::Form:
-        code = kInlineCode;
         if (values.size != 0) {
-            CopyForm(values.forms.data() + std::size_t{slot} * values.size,
-                     cell.form.substr(0, values.size));
+            PutFixed(attribute, slot, cell.form);
             break;
         }
+        code = kInlineCode;
         // What the slot had before stays behind until the next Clear.
         values.spans[slot] = {static_cast<std::uint32_t>(values.bytes.size()),
                               static_cast<std::uint32_t>(cell.form.size())};
@@ -183,19 +183,28 @@ bool BlockBuilder::FindDefault(const Values& values, SlotBits& own, const char*&
         return std::string_view(values.forms.data() + std::size_t{slot} * values.size, values.size);
     };
     // The majority vote of Boyer and Moore (1981): only `common` can be in most of the slots.
-    std::string_view common;
-    unsigned votes = 0;
-    ForEach(m_objects, m_slots, [&](unsigned slot) {
-        if (votes == 0)
-            common = at(slot);
-        votes = SameBytes(common, at(slot)) ? votes + 1 : votes - 1;
-    });
     own = {};
-    ForEach(m_objects, m_slots, [&](unsigned slot) {
-        if (!SameBytes(common, at(slot)))
-            SetBit(own, slot);
-    });
-    form = common.data();
+    const auto choose = [&](const auto& valueAt, const auto& same) {
+        unsigned common = 0;
+        unsigned votes = 0;
+        ForEach(m_objects, m_slots, [&](unsigned slot) {
+            if (votes == 0)
+                common = slot;
+            votes = same(valueAt(common), valueAt(slot)) ? votes + 1 : votes - 1;
+        });
+        ForEach(m_objects, m_slots, [&](unsigned slot) {
+            if (!same(valueAt(common), valueAt(slot)))
+                SetBit(own, slot);
+        });
+        form = at(common).data();
+    };
+    if (values.size <= sizeof(std::uint64_t)) {
+        const unsigned unused = 64 - values.size * 8;
+        choose([&](unsigned slot) { return GetLittle<std::uint64_t>(at(slot).data()) << unused; },
+               std::equal_to<>());
+    } else {
+        choose(at, SameBytes);
+    }
     // The others have as many bytes each as all would have, or fewer.
     const std::size_t saved = std::size_t{m_slots - CountBits(own, m_slots)} * m_varying.size();
     return saved > values.size + BitBytes(m_slots);

@@ -32,6 +32,18 @@ public:
     /// Sets a value of the object in a slot. A form has the attribute's size, or up to kMostInline
     /// bytes where sizes vary; it is copied.
     void Put(std::size_t attribute, unsigned slot, const Cell& cell);
+    /// The same, for an entry and for a form of the attribute's one size.
+    void PutEntry(std::size_t attribute, unsigned slot, std::uint16_t entry)
+    {
+        m_values[attribute].codes[slot] = static_cast<std::uint16_t>(kFirstCode + entry);
+    }
+    void PutFixed(std::size_t attribute, unsigned slot, std::string_view form)
+    {
+        Values& values = m_values[attribute];
+        values.codes[slot] = kInlineCode;
+        CopyForm(values.forms.data() + std::size_t{slot} * values.size,
+                 form.substr(0, values.size));
+    }
 
     /// Writes the block over `bytes`; it must hold an object.
     void Write(std::string& bytes);

@@ -50,8 +50,11 @@ void FailDamaged(Space space, std::string_view key, const std::string& how)
         shown += kDigits[static_cast<unsigned char>(byte) >> 4];
         shown += kDigits[byte & 0xF];
     }
-    throw Error(ErrorCode::Damaged, std::string("the ") + RowName(space) + " of the key " + shown +
-                                        (key.size() > kShown ? "... " : " ") + how);
+    throw Error(
+        ErrorCode::Damaged,
+        std::string("the ") + RowName(space) + " of the key " + shown +
+            (key.size() > kShown ? "... " : " ") + how +
+            (space == Space::Statistics ? ": \"kotm analyze\" makes all of them anew" : ""));
 }
 
 } // namespace ko::store::inner

@@ -3,8 +3,11 @@
 #include "block/checksum.h"
 #include "check/fault_list.h"
 #include "check/index_check.h"
+#include "check/statistics_check.h"
+#include "object/block_check.h"
 #include "object/index_feed.h"
 #include "object/object_store.h"
+#include "object/row_walk.h"
 #include <kostore.h>
 
 #include <algorithm>
@@ -19,19 +22,6 @@ namespace ko::store::inner
 
 namespace
 {
-
-constexpr std::size_t kRowsAtOnce = 64;
-
-/// Calls each(row) for every row of a space, faults or not.
-template <class Each>
-void EachRow(Reader& reader, Space space, const Each& each)
-{
-    const auto cursor = reader.Walk(space, {}, Direction::Forwards);
-    for (auto rows = cursor->Next(kRowsAtOnce); !rows.empty(); rows = cursor->Next(kRowsAtOnce)) {
-        for (const Row& row : rows)
-            each(row);
-    }
-}
 
 class Checker
 {
@@ -54,9 +44,7 @@ public:
                      m_faults);
         if (!m_snapshot.IndexesServe())
             m_faults.Try([&] { m_snapshot.NeedIndexes(); });
-        EachRow(m_reader, Space::Statistics, [&](const Row& row) {
-            m_faults.Try([&] { Unseal(Space::Statistics, row.key, row.value); });
-        });
+        CheckStatistics(m_snapshot, m_faults);
         m_faults.Finish();
         return m_faults.Count();
     }
@@ -121,14 +109,14 @@ private:
         m_large = m_reader.Walk(Space::Large, {}, Direction::Forwards);
         std::uint64_t objects = 0;
         EachRow(m_reader, Space::Blocks,
-                [&](const Row& row) { m_faults.Try([&] { CheckBlock(row, objects); }); });
+                [&](const Row& row) { m_faults.Try([&] { CheckBlockRow(row, objects); }); });
         ExpectLarge({});
         if (objects != m_snapshot.GetCounts().objects)
             m_faults.Add(std::to_string(objects) + " objects where the counts ask for " +
                          std::to_string(m_snapshot.GetCounts().objects));
     }
 
-    void CheckBlock(const Row& row, std::uint64_t& objects)
+    void CheckBlockRow(const Row& row, std::uint64_t& objects)
     {
         const auto damaged = [&](const char* how) { FailDamaged(Space::Blocks, row.key, how); };
         const std::string_view bytes = Unseal(Space::Blocks, row.key, row.value);
@@ -139,42 +127,15 @@ private:
             damaged("holds no objects of this store");
         const std::uint64_t first = block * m_snapshot.SlotsOfBlock();
         objects += m_view.CountObjects();
-        if (!m_view.Has(m_view.Slots() - 1))
-            damaged("ends without an object");
-        if (first + m_view.Slots() > m_snapshot.GetCounts().nextNumber ||
-            (block == 0 && m_view.Has(0)))
-            damaged("holds an object of a number that was never given out");
-        if (!m_view.AreFormsSound(m_schema))
-            damaged("holds a value that its type does not write");
-        CheckCells(row.key, first);
-        if (m_faults.Count() == 0)
-            m_feed.Add(block, m_view);
-    }
-
-    /// Cells whose forms stand elsewhere, and those that are absent where they must not be.
-    void CheckCells(std::string_view key, std::uint64_t first)
-    {
         m_largeHere.clear();
-        for (std::size_t i = 0; i < m_schema.attributes.size(); ++i) {
-            const Column& column = *m_view.Values(i);
-            const bool hasNull = m_schema.attributes[i].type.HasNull();
-            if (column.IsFixed() && hasNull)
-                continue;
-            for (unsigned slot = 0; slot < m_view.Slots(); ++slot) {
-                if (!m_view.Has(slot))
-                    continue;
-                const Cell cell = column.At(slot, m_room);
-                if (cell.kind == Cell::Kind::Absent && !hasNull)
-                    FailDamaged(Space::Blocks, key, "lacks a value that cannot be absent");
-                if (cell.kind == Cell::Kind::Entry && cell.entry >= m_snapshot.Texts(i))
-                    FailDamaged(Space::Blocks, key, "holds an entry that no dictionary has");
-                if (cell.kind == Cell::Kind::Large)
-                    m_largeHere.push_back(LargeKey(first + slot, i));
-            }
-        }
+        CheckBlock(m_snapshot, block, m_view, [&](unsigned slot, std::size_t attribute) {
+            m_largeHere.push_back(LargeKey(first + slot, attribute));
+        });
         std::sort(m_largeHere.begin(), m_largeHere.end());
         for (const std::string& large : m_largeHere)
             ExpectLarge(large);
+        if (m_faults.Count() == 0)
+            m_feed.Add(block, m_view);
     }
 
     /// The next large value should have this key, which is empty at the end.
@@ -215,7 +176,6 @@ private:
     FaultList m_faults;
     IndexFeed m_feed;
     BlockView m_view;
-    std::string m_room;
     std::unique_ptr<Cursor> m_large; ///< over all large values, as the blocks come
     std::optional<Row> m_peeked;     ///< of it
     std::vector<std::string> m_largeHere;
@@ -225,7 +185,10 @@ private:
 
 std::uint64_t CheckRows(Snapshot& snapshot, const std::string& scratch, std::ostream& out)
 {
-    return Checker(snapshot, scratch, out).Run();
+    const std::uint64_t faults = Checker(snapshot, scratch, out).Run();
+    if (faults != 0 && snapshot.HasChanged())
+        throw Conflict();
+    return faults;
 }
 
 CheckResult CheckStore(const std::string& address, std::ostream& out)

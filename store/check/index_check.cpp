@@ -3,6 +3,7 @@
 #include "block/checksum.h"
 #include "index/entry_key.h"
 #include "index/number_row.h"
+#include "object/row_walk.h"
 
 #include <memory>
 #include <string>
@@ -145,11 +146,9 @@ private:
 /// Rows under attributes that have no index.
 void CheckOthers(Reader& reader, const Range& range, FaultList& faults)
 {
-    const auto cursor = reader.Walk(Space::Entries, range, Direction::Forwards);
-    for (auto rows = cursor->Next(kRowsAtOnce); !rows.empty(); rows = cursor->Next(kRowsAtOnce)) {
-        for (const Row& row : rows)
-            faults.Add(Space::Entries, row.key, "belongs to no index");
-    }
+    EachRow(
+        reader, Space::Entries,
+        [&](const Row& row) { faults.Add(Space::Entries, row.key, "belongs to no index"); }, range);
 }
 
 } // namespace

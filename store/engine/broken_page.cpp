@@ -4,8 +4,11 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
+#include <cstddef>
 #include <cstdlib>
+#include <cstring>
 
 namespace ko::store::inner::lmdb
 {
@@ -14,12 +17,17 @@ namespace
 {
 
 std::atomic<BrokenPageHandler> s_handler{nullptr};
+char s_prefix[32] = ""; // a copy: a handler of signals calls nothing that takes memory
 
 void Tell() noexcept
 {
     constexpr char kMessage[] =
-        "kotm: reading the store went wrong: it is damaged if \"kotm check\" finds a fault in it\n";
-    [[maybe_unused]] const ssize_t put = write(STDERR_FILENO, kMessage, sizeof kMessage - 1);
+        "reading the store went wrong: it is damaged if a check of it finds a fault\n";
+    char line[sizeof s_prefix + sizeof kMessage];
+    const std::size_t size = std::strlen(s_prefix);
+    std::copy_n(s_prefix, size, line);
+    std::copy_n(kMessage, sizeof kMessage - 1, line + size);
+    [[maybe_unused]] const ssize_t put = write(STDERR_FILENO, line, size + sizeof kMessage - 1);
 }
 
 } // namespace
@@ -27,6 +35,11 @@ void Tell() noexcept
 void SetBrokenPageHandler(BrokenPageHandler handler)
 {
     s_handler = handler;
+}
+
+void SetBrokenPagePrefix(const char* prefix) noexcept
+{
+    std::strncpy(s_prefix, prefix, sizeof s_prefix - 1);
 }
 
 void MeetBrokenPage() noexcept

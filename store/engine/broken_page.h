@@ -12,6 +12,10 @@ void SetBrokenPageHandler(BrokenPageHandler handler);
 /// Calls the handler.
 [[noreturn]] void MeetBrokenPage() noexcept;
 
+/// What begins each line that is told here: at most 31 bytes of it, none at first. Not while others
+/// may call.
+void SetBrokenPagePrefix(const char* prefix) noexcept;
+
 /// A handler for a program: a sentence, and the process ends with ErrorCode::Damaged. A program
 /// also has it called for SIGSEGV and SIGBUS, into which a page can lead that is out of the map or
 /// that the disk no longer gives.

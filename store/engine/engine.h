@@ -22,8 +22,9 @@ namespace ko::store::inner
 // bytes mean, and nothing above it knows which engine keeps them.
 //
 // Errors are exceptions. Error has a sentence for the user: ErrorCode::Damaged for a store that
-// cannot be trusted, ErrorCode::Io for whatever else the system refuses, a key or a value of
-// another size than allowed, and an append out of order. Functions of an address throw
+// cannot be trusted, ErrorCode::Missing where there is none and ErrorCode::Exists where a new one
+// finds another in its place, ErrorCode::Io for whatever else the system refuses, a key or a value
+// of another size than allowed, and an append out of order. Functions of an address throw
 // ErrorCode::Usage where it is none that they read. Conflict means that the whole change can be run
 // again. After either, an object that threw answers nothing but its destructor, which keeps nothing
 // of a change.
@@ -132,6 +133,13 @@ public:
     virtual void Commit() = 0;
 };
 
+/// What it takes an engine to reach its rows: plans go by it.
+enum class Reach {
+    Mapped, ///< they are looked at where they stand
+    Copied, ///< they stand in this process
+    Server, ///< a question is a round trip
+};
+
 /// What differs between engines and matters to a store above them.
 struct Traits {
     const char* name;       ///< for messages: "LMDB"
@@ -141,6 +149,7 @@ struct Traits {
     /// What a reader (but no writer) and its cursors hand out stays where it is as long as the
     /// reader, whatever is called.
     bool viewsLast;
+    Reach reach;
 };
 
 /// Fills a new store, of which nobody sees anything before Publish. Without it nothing stays but
@@ -154,8 +163,9 @@ public:
     /// Appends a row after all others of its space: keys ascend within a space, and spaces may take
     /// turns.
     virtual void Append(Space space, std::string_view key, std::string_view value) = 0;
-    /// Makes the store visible, all at once and to last. Throws Error where the address has got a
-    /// store meanwhile, which stays as it is. Afterwards the loader serves no more.
+    /// Makes the store visible, all at once and to last. Throws Error: ErrorCode::Exists where the
+    /// address has got a store meanwhile, which stays as it is. Afterwards the loader serves no
+    /// more.
     virtual void Publish() = 0;
 };
 
@@ -177,12 +187,12 @@ enum class Mode {
     Grow,   ///< to write in transactions of any size, with memory bounded, as the only writer
 };
 
-/// Opens a store. Throws Error: ErrorCode::Io where there is none or its file cannot be opened, or
-/// for Mode::Grow at once where another one writes; ErrorCode::Damaged where it is no store that
-/// this program reads. A store may be open several times in one process.
+/// Opens a store. Throws Error: ErrorCode::Missing where there is none; ErrorCode::Io where it
+/// cannot be opened, or for Mode::Grow at once where another one writes; ErrorCode::Damaged where
+/// it is no store that this program reads. A store may be open several times in one process.
 std::unique_ptr<Engine> OpenEngine(const std::string& address, Mode mode);
-/// Begins a new store. Throws Error (ErrorCode::Io) where there is one already, or another loader
-/// is at work there.
+/// Begins a new store. Throws Error: ErrorCode::Exists where there is one already; ErrorCode::Io
+/// where another loader is at work there, or a file of somebody's own is in its way.
 std::unique_ptr<Loader> StartLoad(const std::string& address);
 
 /// Overwrites a password that an address has, in the place where it stands and however long it is:
@@ -193,14 +203,14 @@ bool HidePassword(char* address);
 /// True where something stands at the address, whether it is a sound store or not.
 bool StoreExists(const std::string& address);
 /// Checks what the engine itself is built of before it trusts it, all of it. Throws Error
-/// (ErrorCode::Damaged) with what is wrong first.
+/// (ErrorCode::Damaged) with what is wrong first, or ErrorCode::Missing.
 void CheckEngine(const std::string& address);
 /// The files that belong to the store or come and go while it is written, none of which may be an
 /// input or another output. Empty where the address names no file.
 std::vector<std::string> FilesOfStore(const std::string& address);
 /// Clears away what loaders of this store left behind that were killed, and in a database what was
 /// replaced a minute ago or earlier. Returns how many of such it were. Throws Error (ErrorCode::Io)
-/// while a loader is at work.
+/// while a loader is at work, or where a file of somebody's own has the name.
 std::size_t Clean(const std::string& address);
 /// The statements by which an administrator of a database lets one role read a store and another
 /// change its objects as well; an empty role is left out. They hold for the store as it is now: one

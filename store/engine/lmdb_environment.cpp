@@ -2,6 +2,7 @@
 
 #include "engine/lmdb_check.h"
 #include "engine/lmdb_file.h"
+#include "engine/unfinished_file.h"
 #include <kostore.h>
 
 #include <sys/mman.h>
@@ -63,7 +64,7 @@ struct Register {
     bool IsLockInUse(const std::string& path) const
     {
         Key lock;
-        return Find(path + "-lock", lock) &&
+        return Find(Environment::LockPath(path), lock) &&
                std::any_of(entries.begin(), entries.end(),
                            [&](const auto& entry) { return entry.second.lock == lock; });
     }
@@ -83,7 +84,7 @@ std::shared_ptr<Environment> Environment::Open(const std::string& path, Mode mod
     Register& all = TheRegister();
     Register::Key key;
     if (!Register::Find(path, key))
-        throw Error(ErrorCode::Io, path + ": is gone");
+        throw Error(ErrorCode::Missing, path + ": is gone");
     std::unique_lock lock(all.mutex);
     for (auto found = all.entries.find(key); found != all.entries.end();
          found = all.entries.find(key)) {
@@ -102,10 +103,25 @@ std::shared_ptr<Environment> Environment::Open(const std::string& path, Mode mod
     };
     auto* const made = new Environment(path, mode);
     Register::Entry& entry = all.entries[key];
-    Register::Find(path + "-lock", entry.lock);
+    Register::Find(LockPath(path), entry.lock);
     std::shared_ptr<Environment> result(made, close);
     entry.environment = result;
     return result;
+}
+
+std::string Environment::LockPath(const std::string& path)
+{
+    return path + "-lock";
+}
+
+void Environment::CheckLockFile(const std::string& path)
+{
+    Register& all = TheRegister();
+    const std::lock_guard guard(all.mutex);
+    // One that is open here must not be opened to look at: LMDB's locks go with the first of its
+    // openings that is closed.
+    if (!all.IsLockInUse(path))
+        RequireLockFile(LockPath(path));
 }
 
 Environment::Environment(std::string path, Mode mode) : m_path(std::move(path))
@@ -136,6 +152,7 @@ void Environment::OpenFile(Mode mode, std::uint64_t bytes)
     const auto isRefused = [](int code) {
         return code == EACCES || code == EROFS || code == EPERM;
     };
+    RequireLockFile(LockPath(m_path));
     int code = MDB_INVALID;
     // Pages are written in the map: a transaction of any size then costs no memory beyond it.
     if (mode == Mode::Grow)

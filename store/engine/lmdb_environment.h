@@ -50,6 +50,10 @@ public:
 
     /// Throws Error as OpenEngine does.
     static std::shared_ptr<Environment> Open(const std::string& path, Mode mode);
+    /// Of LMDB's lock file for a store.
+    static std::string LockPath(const std::string& path);
+    /// Throws Error (ErrorCode::Io) where something else has this name.
+    static void CheckLockFile(const std::string& path);
     ~Environment();
     Environment(const Environment&) = delete;
     Environment& operator=(const Environment&) = delete;

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <bit>
+#include <cerrno>
 #include <cstring>
 
 namespace ko::store::inner::lmdb
@@ -76,7 +77,8 @@ File::File(const std::string& path)
     struct stat info {
     };
     if (m_file < 0)
-        throw Error(ErrorCode::Io, SystemError(path));
+        throw Error(errno == ENOENT || errno == ENOTDIR ? ErrorCode::Missing : ErrorCode::Io,
+                    SystemError(path));
     if (fstat(m_file, &info) == 0 && S_ISREG(info.st_mode))
         return;
     close(m_file);

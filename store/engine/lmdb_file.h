@@ -46,8 +46,8 @@ static_assert(sizeof(Tree) == 48 && sizeof(Head) == 136);
 class File
 {
 public:
-    /// Throws Error: ErrorCode::Io where it cannot be opened, ErrorCode::Damaged where it is no
-    /// regular file, for which it never waits.
+    /// Throws Error: ErrorCode::Missing where there is none, ErrorCode::Io where it cannot be
+    /// opened, ErrorCode::Damaged where it is no regular file, for which it never waits.
     explicit File(const std::string& path);
     ~File();
     File(const File&) = delete;

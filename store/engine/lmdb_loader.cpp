@@ -1,8 +1,9 @@
 #include "base/same_file.h"
 #include "engine/lmdb_calls.h"
+#include "engine/lmdb_environment.h"
 #include "engine/lmdb_file.h"
 #include "engine/lmdb_store.h"
-#include "engine/locked_file.h"
+#include "engine/unfinished_file.h"
 #include <kostore.h>
 
 #include <sys/stat.h>
@@ -24,10 +25,6 @@ std::string NewPath(const std::string& path)
 {
     return path + ".new";
 }
-std::string LockPath(const std::string& path)
-{
-    return path + "-lock";
-}
 
 /// Nobody else sees the file until it is complete and on disk: what is there is committed in small
 /// steps without waiting for the disk, so that pages are reused while they are warm, and pages
@@ -36,11 +33,10 @@ class LmdbLoader : public Loader
 {
 public:
     explicit LmdbLoader(const std::string& path)
-        : m_path(path), m_file(NewPath(path)), m_lock(m_file, true)
+        : m_path(path), m_file(NewPath(path)), m_lock(Claim())
     {
         try {
-            RequireFreeName();
-            m_lock.Resize(0); // what a loader that was killed left behind
+            m_lock->Resize(0); // what a loader that was killed left behind
             Open();
         } catch (...) {
             Clear();
@@ -73,12 +69,19 @@ public:
         Commit();
         Call(mdb_env_sync(m_env, 1));
         mdb_env_close(std::exchange(m_env, nullptr));
-        m_lock.Resize(CheckHeads(m_file));
+        m_lock->Resize(CheckHeads(m_file));
         RequireFreeName();
         // One that is left belongs to a store that had this name, and maybe still has readers.
-        std::remove(LockPath(m_path).c_str());
-        m_lock.TakeName(m_path);
+        std::remove(Environment::LockPath(m_path).c_str());
+        SetMark(*m_lock, Mark::Naming);
+        m_lock->TakeName(m_path);
         m_published = true;
+        try {
+            SetMark(*m_lock, Mark::None);
+            m_lock->Sync();
+        } catch (const Error&) {
+            // The store is there, and under its own name the mark means nothing.
+        }
     }
 
 private:
@@ -88,10 +91,17 @@ private:
 
     void Call(int code) const { Check(code, m_file); }
 
+    std::unique_ptr<LockedFile> Claim() const
+    {
+        RequireFreeName();
+        return ClaimUnfinished(m_file, true);
+    }
+
     void RequireFreeName() const
     {
         if (lmdb::StoreExists(m_path))
-            throw Error(ErrorCode::Io, m_path + ": " + std::strerror(EEXIST));
+            throw Error(ErrorCode::Exists, m_path + ": " + std::strerror(EEXIST));
+        Environment::CheckLockFile(m_path);
     }
 
     void Open()
@@ -100,6 +110,7 @@ private:
         Call(mdb_env_set_mapsize(m_env, m_map));
         Call(mdb_env_open(m_env, m_file.c_str(),
                           MDB_NOSUBDIR | MDB_NORDAHEAD | MDB_NOLOCK | MDB_NOSYNC, 0666));
+        SetMark(*m_lock, Mark::Unfinished);
         Begin();
         for (std::size_t i = 0; i < kSpaces; ++i)
             Call(mdb_dbi_open(m_transaction, SpaceName(static_cast<Space>(i)), MDB_CREATE,
@@ -149,7 +160,7 @@ private:
 
     std::string m_path;
     std::string m_file; ///< where it is written
-    LockedFile m_lock;
+    std::unique_ptr<LockedFile> m_lock;
     MDB_env* m_env = nullptr;
     MDB_txn* m_transaction = nullptr;
     MDB_dbi m_spaces[kSpaces] = {};
@@ -175,7 +186,7 @@ bool StoreExists(const std::string& path)
 
 std::vector<std::string> FilesOfStore(const std::string& path)
 {
-    return {path, NewPath(path), LockPath(FollowLinks(path))};
+    return {path, NewPath(path), Environment::LockPath(FollowLinks(path))};
 }
 
 std::size_t Clean(const std::string& path)
@@ -183,7 +194,7 @@ std::size_t Clean(const std::string& path)
     const std::string file = NewPath(path);
     if (!StoreExists(file))
         return 0;
-    const LockedFile lock(file, false);
+    const auto lock = ClaimUnfinished(file, false);
     if (std::remove(file.c_str()) != 0)
         throw Error(ErrorCode::Io, file + ": " + std::strerror(errno));
     return 1;

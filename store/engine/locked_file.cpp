@@ -84,14 +84,8 @@ void LockedFile::Open(bool create)
 {
     struct stat named {
     };
-    if (create && lstat(m_path.c_str(), &named) == 0) {
-        if (!S_ISREG(named.st_mode))
-            throw Error(ErrorCode::Io, m_path + ": is in the way (not a regular file)");
-        // What has a second name is whole: the loader that made it was killed before it took this
-        // one away. Written over, it would be lost under the other.
-        if (named.st_nlink > 1)
-            unlink(m_path.c_str());
-    }
+    if (create && lstat(m_path.c_str(), &named) == 0 && !S_ISREG(named.st_mode))
+        throw Error(ErrorCode::Io, m_path + ": is in the way (not a regular file)");
     m_file = open(m_path.c_str(), O_RDWR | O_CLOEXEC | (create ? O_CREAT : 0), 0666);
     if (m_file < 0)
         throw Error(ErrorCode::Io, SystemError(m_path));
@@ -105,7 +99,7 @@ bool LockedFile::IsNamed() const
     struct stat named {
     };
     return fstat(m_file, &opened) == 0 && stat(m_path.c_str(), &named) == 0 &&
-           opened.st_dev == named.st_dev && opened.st_ino == named.st_ino && opened.st_nlink == 1;
+           opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
 }
 
 LockedFile::~LockedFile()
@@ -113,13 +107,40 @@ LockedFile::~LockedFile()
     close(m_file);
 }
 
-std::uint64_t LockedFile::Size() const
+struct stat LockedFile::About() const
 {
     struct stat opened {
     };
     if (fstat(m_file, &opened) != 0)
         throw Error(ErrorCode::Io, SystemError(m_path));
-    return static_cast<std::uint64_t>(opened.st_size);
+    return opened;
+}
+
+std::uint64_t LockedFile::Size() const
+{
+    return static_cast<std::uint64_t>(About().st_size);
+}
+
+std::uint64_t LockedFile::Names() const
+{
+    return About().st_nlink;
+}
+
+bool LockedFile::Read(void* to, std::size_t bytes, std::uint64_t offset) const
+{
+    return pread(m_file, to, bytes, static_cast<off_t>(offset)) == static_cast<ssize_t>(bytes);
+}
+
+void LockedFile::Write(const void* from, std::size_t bytes, std::uint64_t offset)
+{
+    if (pwrite(m_file, from, bytes, static_cast<off_t>(offset)) != static_cast<ssize_t>(bytes))
+        throw Error(ErrorCode::Io, SystemError(m_path));
+}
+
+void LockedFile::Sync()
+{
+    if (fsync(m_file) != 0)
+        throw Error(ErrorCode::Io, SystemError(m_path));
 }
 
 void LockedFile::Reserve(std::uint64_t bytes)
@@ -147,7 +168,7 @@ void LockedFile::Resize(std::uint64_t bytes)
 void LockedFile::TakeName(const std::string& path, Naming first)
 {
     if (!RenameToFree(m_path.c_str(), path.c_str(), first))
-        throw Error(ErrorCode::Io, SystemError(path));
+        throw Error(errno == EEXIST ? ErrorCode::Exists : ErrorCode::Io, SystemError(path));
     m_path = path;
     SyncDirectoryOf(path);
 }

@@ -1,6 +1,9 @@
 #ifndef KO_ENGINE_LOCKED_FILE_H
 #define KO_ENGINE_LOCKED_FILE_H
 
+#include <sys/stat.h>
+
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -31,16 +34,24 @@ public:
     LockedFile& operator=(const LockedFile&) = delete;
 
     std::uint64_t Size() const;
+    /// How many names it has.
+    std::uint64_t Names() const;
+    /// False where the file ends before.
+    bool Read(void* to, std::size_t bytes, std::uint64_t offset) const;
+    /// Throws Error (ErrorCode::Io), as does Sync.
+    void Write(const void* from, std::size_t bytes, std::uint64_t offset);
+    void Sync();
     /// Takes disk space for the file's first `bytes` bytes, so that a full disk is an error here
     /// and not a fault on a page of the map. Throws Error (ErrorCode::Io).
     void Reserve(std::uint64_t bytes);
     void Resize(std::uint64_t bytes);
     /// Gives the file another name, which nothing must have, all at once and to last, by the
-    /// first way from `first` on that can be gone. Throws Error (ErrorCode::Io) where something has
-    /// it, which stays as it is.
+    /// first way from `first` on that can be gone. Throws Error: ErrorCode::Exists where something
+    /// has it, which stays as it is.
     void TakeName(const std::string& path, Naming first = Naming::Rename);
 
 private:
+    struct stat About() const;
     void Open(bool create);
     bool IsNamed() const;
 

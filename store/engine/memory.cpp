@@ -16,7 +16,7 @@ namespace
 using Map = MemoryStore::Map;
 using Maps = MemoryStore::Maps;
 
-constexpr Traits kTraits{"memory", 4096, true, true, false};
+constexpr Traits kTraits{"memory", 4096, true, true, false, Reach::Copied};
 
 void CheckRow(std::string_view key, std::string_view value)
 {
@@ -213,7 +213,7 @@ public:
             (*maps)[i] = std::make_shared<const Map>(std::move(m_maps[i]));
         const std::lock_guard guard(m_shared->mutex);
         if (m_shared->maps)
-            throw Error(ErrorCode::Io, "there is a store already");
+            throw Error(ErrorCode::Exists, "there is a store already");
         m_shared->maps = std::move(maps);
     }
 
@@ -225,14 +225,14 @@ private:
 std::unique_ptr<Engine> MemoryStore::Open(Mode mode)
 {
     if (!Exists())
-        throw Error(ErrorCode::Io, "there is no store");
+        throw Error(ErrorCode::Missing, "there is no store");
     return std::make_unique<MemoryEngine>(m_shared, mode);
 }
 
 std::unique_ptr<Loader> MemoryStore::StartLoad()
 {
     if (Exists())
-        throw Error(ErrorCode::Io, "there is a store already");
+        throw Error(ErrorCode::Exists, "there is a store already");
     return std::make_unique<MemoryLoader>(m_shared);
 }
 

@@ -22,9 +22,9 @@ public:
     using Map = std::map<std::string, std::string, std::less<>>;
     using Maps = std::array<std::shared_ptr<const Map>, kSpaces>;
 
-    /// Throws Error (ErrorCode::Io) where nothing was published.
+    /// Throws Error (ErrorCode::Missing) where nothing was published.
     std::unique_ptr<Engine> Open(Mode mode);
-    /// Throws Error (ErrorCode::Io) where something was.
+    /// Throws Error (ErrorCode::Exists) where something was.
     std::unique_ptr<Loader> StartLoad();
     bool Exists() const { return Now() != nullptr; }
 

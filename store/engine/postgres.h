@@ -20,10 +20,10 @@ namespace ko::store::inner::postgres
 // one has replaced it, writers throw Error at once and readers when its tables are gone.
 
 /// Four rows of such a size as its blocks have fill a page of the server.
-inline constexpr Traits kTraits{"PostgreSQL", 1980, true, true, false};
+inline constexpr Traits kTraits{"PostgreSQL", 1980, true, true, false, Reach::Server};
 
 /// Where tables are spread over servers, of which each commits for itself and has its own moments.
-inline constexpr Traits kSpreadTraits{"PostgreSQL", 1980, false, false, false};
+inline constexpr Traits kSpreadTraits{"PostgreSQL", 1980, false, false, false, Reach::Server};
 
 /// What a loader does about a store that is there already.
 enum class Existing {

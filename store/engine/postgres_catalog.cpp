@@ -67,6 +67,13 @@ std::optional<Where> FindStore(Connection& connection, const Address& address)
     }
 }
 
+Where NeedStore(Connection& connection, const Address& address)
+{
+    if (auto found = FindStore(connection, address))
+        return *std::move(found);
+    throw Error(ErrorCode::Missing, address.Shown() + ": there is no such store in the database");
+}
+
 Lease::Lease(const Address& address, bool loads)
     : m_address(address), m_connection(Connect(address, Connection::Purpose::Load, false)),
       m_where{static_cast<std::int64_t>(RandomNumber() >> 2), {}},
@@ -224,7 +231,7 @@ void Lease::Publish(bool replace)
             return;
         } catch (const SqlError& error) {
             if (error.Is("23505"))
-                throw Error(ErrorCode::Io, m_address.Shown() + ": there is a store already");
+                throw Error(ErrorCode::Exists, m_address.Shown() + ": there is a store already");
             if (m_keeps) { // the outcome was not told
                 FindOutcome();
                 return;

@@ -14,6 +14,8 @@ namespace ko::store::inner::postgres
 
 /// Absent where there is no such store, or no catalog. Throws SqlError.
 std::optional<Where> FindStore(Connection& connection, const Address& address);
+/// Throws Error (ErrorCode::Missing) instead.
+Where NeedStore(Connection& connection, const Address& address);
 
 /// The right to load a store, which one loader has at a time, and the schema that it fills. It is
 /// given back by the destructor, and the schema dropped, or emptied, with it unless it was

@@ -14,10 +14,7 @@ std::string GrantStatements(const std::string& address, const std::string& reade
     std::string schema;
     try {
         const auto connection = Connect(where, Connection::Purpose::Read, false);
-        const auto found = FindStore(*connection, where);
-        if (!found)
-            throw Error(ErrorCode::Io, where.Shown() + ": there is no such store in the database");
-        schema = QuoteName(found->schema);
+        schema = QuoteName(NeedStore(*connection, where).schema);
     } catch (const SqlError& error) {
         error.Fail(where);
     }

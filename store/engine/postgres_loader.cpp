@@ -50,7 +50,8 @@ public:
             {
                 const auto connection = Connect(m_address, Connection::Purpose::Load, false);
                 if (!m_replaces && FindStore(*connection, m_address))
-                    throw Error(ErrorCode::Io, m_address.Shown() + ": there is a store already");
+                    throw Error(ErrorCode::Exists,
+                                m_address.Shown() + ": there is a store already");
             }
             m_lease = std::make_unique<Lease>(m_address, true);
         });
@@ -214,12 +215,9 @@ void CheckEngine(const std::string& text)
 {
     const Address address(text);
     Look(address, [&](Connection& connection) {
-        const auto found = FindStore(connection, address);
-        if (!found)
-            throw Error(ErrorCode::Io,
-                        address.Shown() + ": there is no such store in the database");
-        const Generation generation(found->schema);
-        CheckTables(connection, address, found->schema, ErrorCode::Damaged);
+        const Where found = NeedStore(connection, address);
+        const Generation generation(found.schema);
+        CheckTables(connection, address, found.schema, ErrorCode::Damaged);
         for (std::size_t i = 0; i < kSpaces; ++i) {
             const auto space = static_cast<Space>(i);
             if (connection.Run(generation.CountBadKeys(space)).Number(0, 0) != 0)

@@ -26,11 +26,7 @@ Pool::Pool(const std::string& address, Mode mode) : m_address(address), m_mode(m
 {
     try {
         auto connection = Connect(m_address, PurposeOf(mode), false);
-        const auto found = FindStore(*connection, m_address);
-        if (!found)
-            throw Error(ErrorCode::Io,
-                        m_address.Shown() + ": there is no such store in the database");
-        m_where = *found;
+        m_where = NeedStore(*connection, m_address);
         // Every schema of the other kind was made by a loader, on this server.
         m_isSpread = m_where.IsPrepared() && IsSpreadOverServers(*connection, m_where.schema);
         Adapt(*connection);

@@ -21,7 +21,8 @@ namespace ko::store::inner
 namespace
 {
 
-/// What the texts that are known of all attributes together may take.
+/// What the texts that are known of all attributes together may take: the same for each, and as
+/// much again for those that need more.
 constexpr std::size_t kTextMemory = 4U << 20;
 constexpr unsigned kMostRuns = 10;
 constexpr std::chrono::milliseconds kPause{200}; ///< before a store is opened again
@@ -124,7 +125,7 @@ public:
           m_forms(schema.attributes.size()), m_memos(schema.attributes.size())
     {
         for (const Attribute& attribute : schema.attributes)
-            m_readers.emplace_back(attribute, kTextMemory / schema.attributes.size());
+            m_readers.emplace_back(attribute, kTextMemory / schema.attributes.size(), m_moreMemory);
     }
 
     /// `isAgain`: after a run that ended in a conflict.
@@ -172,7 +173,11 @@ private:
             try {
                 return Open();
             } catch (const Error& error) {
-                if (error.Code() != ErrorCode::Io || steady_clock::now() > end)
+                // One that came or went between the question and the answer is asked for again.
+                const bool mayHelp = error.Code() == ErrorCode::Io ||
+                                     error.Code() == ErrorCode::Missing ||
+                                     error.Code() == ErrorCode::Exists;
+                if (!mayHelp || steady_clock::now() > end)
                     throw;
             }
             m_engine.reset(); // it may be the only one to write
@@ -206,6 +211,8 @@ private:
                              std::to_string(m_fields));
             return;
         }
+        for (std::size_t i = 0; i < m_readers.size(); ++i)
+            m_readers[i].Expect(fields[m_columns[i]]);
         TextFault fault;
         for (std::size_t i = 0; i < m_readers.size(); ++i) {
             if (!m_readers[i].Read(fields[m_columns[i]], m_forms[i], fault)) {
@@ -225,6 +232,7 @@ private:
     CsvReader m_csv;
     std::size_t m_fields = 0;
     std::vector<std::size_t> m_columns;
+    std::size_t m_moreMemory = kTextMemory; ///< of the readers, which is nobody's yet
     std::vector<ColumnReader> m_readers;
     std::vector<std::string_view> m_forms; ///< of the attributes of the current row
     std::vector<FormMemo*> m_memos;        ///< of these

@@ -17,8 +17,12 @@ namespace ko::store::inner
 class KnownTexts
 {
 public:
-    /// Takes about `memory` bytes at the most.
-    explicit KnownTexts(std::size_t memory) : m_memory(memory), m_texts(kFewest) {}
+    /// Takes about `memory` bytes at the most, and what it takes out of `more`, which several
+    /// share, where that makes many more texts known. `more` outlives it.
+    KnownTexts(std::size_t memory, std::size_t& more)
+        : m_memory(memory), m_more(&more), m_texts(kFewest)
+    {
+    }
 
     struct Text {
         std::uint32_t hash = 0;
@@ -33,13 +37,16 @@ public:
         return static_cast<std::uint32_t>(HashBytes(text));
     }
 
+    /// Find for this hash comes soon: the wait for memory begins already.
+    void Expect(std::uint32_t hash) const { __builtin_prefetch(&m_texts[hash & m_mask]); }
     /// Null for a text that is not known; valid, as its form is, until Add.
     Text* Find(std::uint32_t hash, std::string_view text)
     {
-        Text& known = m_texts[hash & m_mask];
-        const bool found = known.hash == hash && known.at != 0 &&
-                           SameBytes({m_bytes.data() + known.at, known.size}, text);
-        return found ? &known : nullptr;
+        ++m_finds;
+        const std::size_t place = hash & m_mask;
+        if (Is(m_texts[place], hash, text))
+            return &m_texts[place];
+        return Is(m_texts[place ^ 1], hash, text) ? &m_texts[place ^ 1] : nullptr;
     }
     /// The text has kCopySlack readable bytes after it.
     std::string_view FormOf(const Text& known) const
@@ -54,10 +61,21 @@ public:
 private:
     static constexpr std::size_t kFewest = 1024; // a power of two
 
+    bool Is(const Text& known, std::uint32_t hash, std::string_view text) const
+    {
+        return known.hash == hash && known.at != 0 &&
+               SameBytes({m_bytes.data() + known.at, known.size}, text);
+    }
+    Text& PlaceFor(std::uint32_t hash);
+    bool MayGrow() const { return m_texts.size() * sizeof(Text) * 4 <= m_memory; }
+    void TakeMemory();
     void Grow();
 
     std::size_t m_memory;
-    std::vector<Text> m_texts;
+    std::size_t* m_more;
+    std::size_t m_finds = 0;   ///< since memory was last asked for
+    std::size_t m_adds = 0;    ///< of them, texts that were not known
+    std::vector<Text> m_texts; ///< each in the place of its hash, or in the one beside it
     std::size_t m_mask = kFewest - 1;
     std::size_t m_filled = 0;
     std::string m_bytes;

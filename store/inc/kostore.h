@@ -1,6 +1,7 @@
 #ifndef KOSTORE_H
 #define KOSTORE_H
 
+#include "kostore_plans.h"
 #include "kostore_values.h"
 
 #include <cstddef>
@@ -140,33 +141,6 @@ struct Group {
     std::uint64_t objects = 0;
 };
 
-/// How a predicate would be answered, and what is true of its parts.
-struct Explanation {
-    /// A part of an index, its ends printed as the attribute prints values: "null", "(first)",
-    /// "(last)", "(none)" for others.
-    struct Part {
-        std::string attribute;
-        std::string from, to;
-        double share = 1.0; ///< of the entries of the index, estimated
-    };
-    struct Comparison {
-        std::string predicate; ///< as it would be written
-        bool hasIndex = false;
-        std::string attribute, lowest, highest; ///< of the index; empty without one
-        std::string from, to;                   ///< what the comparisons leave of it
-        double estimated = 0.0;                 ///< share of the objects that meet it
-        double actual = 0.0;
-    };
-
-    std::vector<Comparison> comparisons;
-    std::optional<Part> part; ///< of the index that is used; absent: all objects are read
-    double estimated = 0.0;   ///< share of the objects that are found
-    double actual = 0.0;
-    std::uint64_t read = 0; ///< objects that are looked at
-    std::uint64_t found = 0;
-    std::uint64_t objects = 0;
-};
-
 /// A store at one moment; Store::Read makes it.
 class KOSTORE_API Snapshot
 {
@@ -192,8 +166,12 @@ public:
     /// An object; absent where there is none of the number.
     std::optional<Object> Find(std::uint64_t number);
     Cursor Select(const Query& query);
-    /// Reads all objects.
+    /// Absent for a store that has none: Store::Analyze makes them.
+    std::optional<StoreStatistics> GetStatistics();
+    /// How a predicate, or a query with its order and its limit, would be answered. Reads all
+    /// objects.
     Explanation Explain(const std::string& predicate);
+    Explanation Explain(const Query& query);
 
 private:
     friend class Store;
@@ -285,6 +263,11 @@ public:
     /// Joins the small rows that single changes leave in indexes, beside readers and other writers.
     /// Returns how many rows the indexes have less. What was joined before an error stays so.
     std::uint64_t Compact() const;
+    /// Makes the statistics anew that plans are made by, from all objects: for a store that was
+    /// made without, and one that has changed much. Beside readers and, where the database has
+    /// moments, beside writers; memory is bounded in every mode but Mode::Read, which cannot.
+    /// Returns the number of objects. Throws as Change.
+    std::uint64_t Analyze() const;
 
 private:
     struct State;
@@ -323,13 +306,15 @@ struct CheckResult {
 
 /// Reads all of a store, and trusts none of it: pages, checksums, values, and that each index has
 /// the value of every object and nothing else. Tells of the first 100 faults, a visible line each.
-/// Throws Error: Damaged where it cannot be read so far; Missing; Io.
+/// Throws Error: Damaged where it cannot be read so far; Missing; Io; Conflict where faults may be
+/// those of a change that came between, of a store that is spread over servers.
 KOSTORE_API CheckResult Check(const std::string& address, std::ostream& faults);
 
 /// Copies a store to another address, between files and databases too: every object under its
 /// number, and all indexes. Nobody sees anything of the copy before all of it is there, and memory
 /// is bounded. Returns the number of objects. Throws Error, and there is then no copy: Damaged for
-/// a source that is; Missing; Exists; Io.
+/// a source that is; Missing; Exists; Io; Conflict where a source that is spread over servers was
+/// changed meanwhile.
 KOSTORE_API std::uint64_t Copy(const std::string& from, const std::string& to);
 
 /// Clears away what imports and copies to this address left behind that were killed, and in a
@@ -354,7 +339,9 @@ KOSTORE_API bool HidePassword(char* address);
 /// on a disk that fails can lead out of the map of the file. From now on SIGSEGV and SIGBUS end
 /// this process with a sentence and the status 3, and so does a damaged page from which there is no
 /// way back; otherwise the process aborts there. Only Check finds such damage before it is met.
-KOSTORE_API void EndOnBrokenPages();
+/// The sentence is one line on standard error and begins with `prefix`, of which 31 bytes count:
+/// "name of the program: ", say.
+KOSTORE_API void EndOnBrokenPages(const char* prefix = "");
 
 } // namespace ko::store
 

@@ -1,6 +1,8 @@
 #ifndef KO_STORE_INDEX_KEY_SORT_H
 #define KO_STORE_INDEX_KEY_SORT_H
 
+#include "index/word_sort.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -8,11 +10,8 @@
 namespace ko::store::inner
 {
 
-/// Sorts keys by their bytes, eight at a time: many keys by counting, 24 bits from the first one
-/// that differs, and few by comparing.
-///
-/// No key is another one's beginning, and none stands twice. So zeros may stand behind a short key:
-/// eight bytes that are equal and reach beyond the end of one key are the whole of both.
+/// Sorts keys that stand one after another in memory, as WordSort does. No key is another one's
+/// beginning, and none stands twice.
 class KeySort
 {
 public:
@@ -20,10 +19,7 @@ public:
         std::uint32_t begin; ///< in the bytes
         std::uint32_t size;
     };
-    struct Entry {
-        std::uint64_t word;  ///< eight bytes of a key as a number
-        std::uint32_t index; ///< whose key it is
-    };
+    using Entry = SortedKey;
     /// What sorting takes for each key.
     static constexpr std::size_t kMemory = 2 * sizeof(Entry);
 
@@ -35,15 +31,14 @@ public:
     const std::vector<Entry>& Order() const { return m_entries; }
 
 private:
+    friend class WordSort<KeySort>;
+
     std::uint64_t WordAt(std::uint32_t index, std::size_t offset) const;
-    void Sort(std::size_t begin, std::size_t end, std::size_t offset);
-    std::uint64_t Different(std::size_t begin, std::size_t end) const;
-    void SortWords(std::size_t begin, std::size_t end);
+    std::size_t Size(std::uint32_t index) const { return m_keys[index].size; }
 
     const char* m_bytes;
     const std::vector<Key>& m_keys;
     std::vector<Entry> m_entries;
-    std::vector<Entry> m_other;
 };
 
 } // namespace ko::store::inner

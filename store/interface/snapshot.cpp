@@ -1,10 +1,12 @@
 #include "base/hidden.h"
 #include "interface/moment.h"
+#include "interface/tell_statistics.h"
 #include "query/answer.h"
 #include "query/explain.h"
 #include "query/gatherer.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace ko::store
 {
@@ -12,8 +14,9 @@ namespace ko::store
 namespace
 {
 
-/// Objects that an answer is asked for together.
-constexpr std::size_t kLooked = 4096;
+/// Objects that an answer is asked for together: their blocks are fetched in one round trip, where
+/// it takes any.
+constexpr std::size_t kLooked = 4000;
 /// Rows of a batch: it ends behind this many, and mostly with a block, which then is unpacked once.
 constexpr std::size_t kEnough = 256;
 constexpr std::size_t kMost = 1024;
@@ -35,11 +38,13 @@ std::vector<std::size_t> PlacesOf(const inner::Schema& schema,
 struct KOSTORE_HIDDEN Cursor::State {
     std::shared_ptr<inner::Moment> moment;
     std::vector<std::size_t> places;
+    std::vector<std::size_t> stored; ///< of these, without that of the id
     inner::Answer answer;
     inner::Gatherer gatherer;
     std::vector<Attribute> attributes;
     std::vector<Batch::Column> columns;
     std::span<const std::uint64_t> pending; ///< of the answer
+    std::size_t fetched = 0;                ///< of these, the first so many
     std::vector<std::uint64_t> numbers;
     bool hasEnded = false;
 
@@ -48,6 +53,8 @@ struct KOSTORE_HIDDEN Cursor::State {
           answer(*moment->snapshot, query, false), gatherer(*moment->snapshot, places),
           columns(places.size())
     {
+        std::remove_copy(places.begin(), places.end(), std::back_inserter(stored),
+                         inner::kObjectIdIndex);
         for (const std::size_t place : places)
             attributes.push_back(place == inner::kObjectIdIndex
                                      ? inner::ObjectIdAttribute()
@@ -62,9 +69,12 @@ struct KOSTORE_HIDDEN Cursor::State {
                 pending = answer.Next(kLooked);
             if (pending.empty())
                 break;
-            const auto taken = pending.first(std::min(pending.size(), kMost - numbers.size()));
+            if (fetched == 0)
+                fetched = moment->snapshot->Fetch(pending, stored);
+            const auto taken = pending.first(std::min(fetched, kMost - numbers.size()));
             numbers.insert(numbers.end(), taken.begin(), taken.end());
             pending = pending.subspan(taken.size());
+            fetched -= taken.size();
         }
         gatherer.Gather(numbers);
         for (std::size_t i = 0; i < columns.size(); ++i)
@@ -152,10 +162,21 @@ Cursor Snapshot::Select(const Query& query)
                           [&] { return Cursor(std::make_unique<Cursor::State>(m_state, query)); });
 }
 
-Explanation Snapshot::Explain(const std::string& predicate)
+std::optional<StoreStatistics> Snapshot::GetStatistics()
 {
     inner::Snapshot& snapshot = *m_state->snapshot;
-    return inner::Reading(snapshot.Name(), [&] { return inner::Explain(snapshot, predicate); });
+    return inner::Reading(snapshot.Name(), [&] { return inner::TellStatistics(snapshot); });
+}
+
+Explanation Snapshot::Explain(const std::string& predicate)
+{
+    return Explain(Query{predicate});
+}
+
+Explanation Snapshot::Explain(const Query& query)
+{
+    inner::Snapshot& snapshot = *m_state->snapshot;
+    return inner::Reading(snapshot.Name(), [&] { return inner::Explain(snapshot, query); });
 }
 
 } // namespace ko::store

@@ -32,30 +32,11 @@ inner::Mode ToInner(Mode mode)
     return inner::Mode::Grow;
 }
 
-/// Runs something that opens a store. Where there is none, the engine's sentence stays.
+/// Runs something that reads a store from its opening on.
 template <class Step>
 auto Opening(const std::string& address, const Step& step)
 {
-    try {
-        return inner::Reading(inner::NameOfStore(address), step);
-    } catch (const Error& error) {
-        if (error.Code() != ErrorCode::Io || inner::StoreExists(address))
-            throw;
-        throw Error(ErrorCode::Missing, error.what(), error.Lines());
-    }
-}
-
-/// Runs something that makes a store. Where there is one, the engine's sentence stays.
-template <class Step>
-auto Making(const std::string& address, const Step& step)
-{
-    try {
-        return step();
-    } catch (const Error& error) {
-        if (error.Code() != ErrorCode::Io || !inner::StoreExists(address))
-            throw;
-        throw Error(ErrorCode::Exists, error.what(), error.Lines());
-    }
+    return inner::Reading(inner::NameOfStore(address), step);
 }
 
 } // namespace
@@ -79,10 +60,7 @@ Store::Store(std::shared_ptr<State> state) : m_state(std::move(state))
 Store Store::Create(const std::string& address, const Schema& schema)
 {
     const inner::Schema given = inner::ToInner(schema);
-    Making(address, [&] {
-        inner::Bulk::Create(inner::StartLoad(address), given, inner::ScratchOfStore(address))
-            ->Commit();
-    });
+    inner::Bulk::Create(inner::StartLoad(address), given, inner::ScratchOfStore(address))->Commit();
     return Open(address, Mode::Change);
 }
 
@@ -163,6 +141,11 @@ std::uint64_t Store::Compact() const
     return m_state->objects->Compact();
 }
 
+std::uint64_t Store::Analyze() const
+{
+    return m_state->objects->Analyze();
+}
+
 ImportResult Import(const ImportRequest& request)
 {
     std::ostream nowhere(nullptr);
@@ -177,7 +160,7 @@ CheckResult Check(const std::string& address, std::ostream& faults)
 
 std::uint64_t Copy(const std::string& from, const std::string& to)
 {
-    return Opening(from, [&] { return Making(to, [&] { return inner::CopyStore(from, to); }); });
+    return Opening(from, [&] { return inner::CopyStore(from, to); });
 }
 
 std::size_t Clean(const std::string& address)
@@ -201,8 +184,9 @@ bool HidePassword(char* address)
     return inner::HidePassword(address);
 }
 
-void EndOnBrokenPages()
+void EndOnBrokenPages(const char* prefix)
 {
+    inner::lmdb::SetBrokenPagePrefix(prefix);
     inner::lmdb::SetBrokenPageHandler(inner::lmdb::EndOnBrokenPage);
     for (const int fault : {SIGSEGV, SIGBUS})
         std::signal(fault, [](int) { inner::lmdb::EndOnBrokenPage(); });

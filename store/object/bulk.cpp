@@ -5,7 +5,7 @@
 #include "object/entry_changes.h"
 #include "object/fingerprint.h"
 #include "object/index_feed.h"
-#include "object/snapshot.h"
+#include "object/statistics_feed.h"
 #include <kostore.h>
 
 #include <algorithm>
@@ -97,6 +97,7 @@ std::unique_ptr<Bulk> Bulk::Create(std::unique_ptr<Loader> loader, const Schema&
         if (bulk->m_layout[i] == 0)
             bulk->m_places[i] = &bulk->m_dictionaries.New(i);
     }
+    bulk->m_statistics.emplace(schema, kStatisticsMemory);
     return bulk;
 }
 
@@ -122,7 +123,24 @@ std::unique_ptr<Bulk> Bulk::Grow(Engine& engine, const std::string& name,
             FailDamaged(Space::Blocks, BlockKey(now.BlockOf(next)),
                         "holds other objects than it should");
     }
+    bulk->ResumeStatistics(now);
     return bulk;
+}
+
+/// Goes on from the statistics that a store has, which learn of the objects that single changes
+/// added since. A store without any is left without: those of its new objects alone would lie.
+void Bulk::ResumeStatistics(Snapshot& now)
+{
+    if (now.GetCounts().nextNumber != 1) {
+        const auto before = StatisticsOf(GetSchema(), now.Rows());
+        if (!before)
+            return;
+        m_statistics.emplace(GetSchema(), kStatisticsMemory);
+        m_statistics->Resume(*before, now.GetCounts().texts);
+        AddObjects(now, before->NextNumber(), *m_statistics);
+    } else {
+        m_statistics.emplace(GetSchema(), kStatisticsMemory);
+    }
 }
 
 Cell Bulk::Place(std::size_t attribute, std::string_view form, FormMemo& memo)
@@ -138,6 +156,45 @@ Cell Bulk::Place(std::size_t attribute, std::string_view form, FormMemo& memo)
     return cell;
 }
 
+/// Does what Put does, for most values: those that are known from before. `counted`: the statistics
+/// look at the object. False, with nothing done, for other values.
+inline bool Bulk::PutKnown(std::size_t attribute, unsigned slot, std::string_view form,
+                           const FormMemo& memo, bool counted)
+{
+    if (form.empty()) {
+        if (m_statistics)
+            m_statistics->PassNull(attribute);
+    } else if (memo.entry != 0) {
+        m_builder.PutEntry(attribute, slot, static_cast<std::uint16_t>(memo.entry - 1));
+        if (counted)
+            m_statistics->AddEntry(attribute, memo.entry - 1);
+    } else if (!counted && memo.value != 0 && m_places[attribute] == nullptr &&
+               m_description.slotsOfBlock != 0) {
+        m_builder.PutFixed(attribute, slot, form);
+    } else {
+        return false;
+    }
+    return true;
+}
+
+/// Puts a value of the next object where it belongs.
+void Bulk::Put(std::size_t attribute, unsigned slot, std::string_view form, FormMemo& memo)
+{
+    const Cell cell = Place(attribute, form, memo);
+    if (m_statistics)
+        m_statistics->Add(attribute, cell, form, memo.value);
+    if (cell.kind != Cell::Kind::Absent)
+        m_builder.Put(attribute, slot, cell);
+    if (cell.kind == Cell::Kind::Large) {
+        const std::string key = LargeKey(m_counts.nextNumber, attribute);
+        m_bytes = form;
+        Seal(Space::Large, key, m_bytes);
+        m_target->Put(Space::Large, key, m_bytes);
+    }
+    if (m_description.slotsOfBlock == 0)
+        m_firstBytes += cell.form.size();
+}
+
 std::uint64_t Bulk::Add(std::span<const std::string_view> forms, std::span<FormMemo* const> memos)
 {
     const std::uint64_t number = m_counts.nextNumber;
@@ -147,18 +204,10 @@ std::uint64_t Bulk::Add(std::span<const std::string_view> forms, std::span<FormM
         m_description.slotsOfBlock != 0 ? m_description.slotsOfBlock : kMostSlots;
     const auto slot = static_cast<unsigned>(number % slots);
     m_builder.Add(slot);
+    const bool counted = m_statistics && m_statistics->Begin(number);
     for (std::size_t i = 0; i < forms.size(); ++i) {
-        const Cell cell = Place(i, forms[i], *memos[i]);
-        if (cell.kind != Cell::Kind::Absent)
-            m_builder.Put(i, slot, cell);
-        if (cell.kind == Cell::Kind::Large) {
-            const std::string key = LargeKey(number, i);
-            m_bytes = forms[i];
-            Seal(Space::Large, key, m_bytes);
-            m_target->Put(Space::Large, key, m_bytes);
-        }
-        if (m_description.slotsOfBlock == 0)
-            m_firstBytes += cell.form.size();
+        if (!PutKnown(i, slot, forms[i], *memos[i], counted))
+            Put(i, slot, forms[i], *memos[i]);
     }
     for (std::size_t i = 0; i < m_indexed.size(); ++i) {
         const std::size_t attribute = m_indexed[i];
@@ -230,6 +279,13 @@ void Bulk::Commit()
                          m_counts.texts);
     for (EntryBuilder& index : m_indexes)
         m_target->PutIndex(index);
+    if (m_statistics) {
+        m_statistics->Finish(
+            [&](std::size_t i, std::uint32_t entry) { return m_places[i]->Form(entry); },
+            [&](std::string_view key, std::string_view sealed) {
+                m_target->Put(Space::Statistics, key, sealed);
+            });
+    }
     m_target->Put(Space::Description, Counts::kKey, m_counts.Write());
     if (m_isNew)
         m_target->Put(Space::Description, Description::kKey, m_description.Write());

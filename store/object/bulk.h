@@ -7,6 +7,7 @@
 #include "object/description.h"
 #include "object/dictionaries.h"
 #include "object/form_memo.h"
+#include "statistics/statistics_builder.h"
 
 #include <memory>
 #include <optional>
@@ -17,6 +18,8 @@
 
 namespace ko::store::inner
 {
+
+class Snapshot;
 
 /// Where many objects go: a new store, or one that grows.
 class BulkTarget
@@ -59,6 +62,10 @@ private:
          Counts counts, const std::string& scratch);
 
     Cell Place(std::size_t attribute, std::string_view form, FormMemo& memo);
+    bool PutKnown(std::size_t attribute, unsigned slot, std::string_view form, const FormMemo& memo,
+                  bool counted);
+    void Put(std::size_t attribute, unsigned slot, std::string_view form, FormMemo& memo);
+    void ResumeStatistics(Snapshot& now);
     void ChooseSlots();
     void WriteBlock(BlockBuilder& builder, std::uint64_t block);
 
@@ -75,6 +82,7 @@ private:
     std::vector<std::size_t> m_indexed;
     std::vector<EntryBuilder> m_indexes; ///< of these
     std::string m_bytes;
+    std::optional<StatisticsBuilder> m_statistics;
 };
 
 } // namespace ko::store::inner

@@ -2,8 +2,11 @@
 
 #include "block/block_builder.h"
 #include "block/checksum.h"
+#include "object/block_check.h"
 #include "object/fingerprint.h"
 #include "object/index_feed.h"
+#include "object/row_walk.h"
+#include "object/statistics_feed.h"
 #include <kostore.h>
 
 #include <optional>
@@ -14,7 +17,6 @@ namespace ko::store::inner
 namespace
 {
 
-constexpr std::size_t kRowsAtOnce = 64;
 /// So many objects tell how large they are.
 constexpr unsigned kFirstObjects = kMostSlots - 1;
 
@@ -40,10 +42,9 @@ public:
             MakeIndexes();
         else
             CopyEntries();
-        EachRow(Space::Statistics, [&](const Row& row) {
-            Unseal(Space::Statistics, row.key, row.value);
-            m_to.Append(Space::Statistics, row.key, row.value);
-        });
+        ProveStatistics(m_schema, m_from.Rows());
+        EachRow(m_from.Rows(), Space::Statistics,
+                [&](const Row& row) { m_to.Append(Space::Statistics, row.key, row.value); });
         m_to.Append(Space::Description, Counts::kKey, m_from.GetCounts().Write());
         description.order = FingerprintOfOrder(m_schema);
         m_to.Append(Space::Description, Description::kKey, description.Write());
@@ -51,17 +52,6 @@ public:
     }
 
 private:
-    template <class Each>
-    void EachRow(Space space, const Each& each)
-    {
-        const auto cursor = m_from.Rows().Walk(space, {}, Direction::Forwards);
-        for (auto rows = cursor->Next(kRowsAtOnce); !rows.empty();
-             rows = cursor->Next(kRowsAtOnce)) {
-            for (const Row& row : rows)
-                each(row);
-        }
-    }
-
     bool IsSound(std::size_t attribute, std::string_view form) const
     {
         return attribute < m_schema.attributes.size() && m_from.Layout()[attribute] == 0 &&
@@ -119,7 +109,7 @@ private:
     void CopyTexts()
     {
         std::vector<std::uint32_t> sizes(m_schema.attributes.size());
-        EachRow(Space::Texts, [&](const Row& row) {
+        EachRow(m_from.Rows(), Space::Texts, [&](const Row& row) {
             std::size_t attribute = 0;
             std::uint32_t number = 0;
             TextRow texts;
@@ -154,7 +144,7 @@ private:
         std::optional<std::uint64_t> current;
         for (const auto walk = m_from.Blocks(); walk->Next();) {
             BlockView& block = walk->Block();
-            CheckBlock(*walk);
+            CheckBlock(m_from, walk->Number(), block, [&](unsigned, std::size_t) { ++m_large; });
             m_objects += block.CountObjects();
             if (m_feed)
                 m_feed->Add(walk->Number(), block);
@@ -178,35 +168,6 @@ private:
                                                 std::to_string(m_from.GetCounts().objects));
     }
 
-    void CheckBlock(BlockWalk& walk)
-    {
-        const auto damaged = [&](const char* how) {
-            FailDamaged(Space::Blocks, BlockKey(walk.Number()), how);
-        };
-        BlockView& block = walk.Block();
-        if (walk.FirstObject() + block.Slots() > m_from.GetCounts().nextNumber ||
-            (walk.Number() == 0 && block.Has(0)))
-            damaged("holds an object of a number that was never given out");
-        if (!block.AreFormsSound(m_schema))
-            damaged("holds a value that its type does not write");
-        for (std::size_t i = 0; i < m_schema.attributes.size(); ++i) {
-            const Column& column = *block.Values(i);
-            const bool hasNull = m_schema.attributes[i].type.HasNull();
-            for (unsigned slot = 0; (!column.IsFixed() || !hasNull) && slot < block.Slots();
-                 ++slot) {
-                if (!block.Has(slot))
-                    continue;
-                const Cell cell = column.At(slot, m_room);
-                if (cell.kind == Cell::Kind::Absent && !hasNull)
-                    damaged("lacks a value that cannot be absent");
-                if (cell.kind == Cell::Kind::Entry && cell.entry >= m_from.Texts(i))
-                    damaged("holds an entry that no dictionary has");
-                if (cell.kind == Cell::Kind::Large)
-                    ++m_large;
-            }
-        }
-    }
-
     void WriteBlock(BlockBuilder& builder, std::uint64_t block)
     {
         const std::string key = BlockKey(block);
@@ -218,7 +179,7 @@ private:
 
     void CopyLarge()
     {
-        EachRow(Space::Large, [&](const Row& row) {
+        EachRow(m_from.Rows(), Space::Large, [&](const Row& row) {
             std::uint64_t number = 0;
             std::size_t attribute = 0;
             const std::string_view form = Unseal(Space::Large, row.key, row.value);
@@ -235,7 +196,7 @@ private:
 
     void CopyEntries()
     {
-        EachRow(Space::Entries, [&](const Row& row) {
+        EachRow(m_from.Rows(), Space::Entries, [&](const Row& row) {
             EntryKey key;
             NumberRow numbers;
             if (const auto bytes = Unseal(Space::Entries, row.key, row.value);
@@ -274,7 +235,16 @@ std::uint64_t CopyStore(const ObjectStore& from, Loader& to, const std::string& 
 {
     const auto snapshot = from.Read();
     const bool sameBlocks = from.EngineTraits().blockBytes == to.About().blockBytes;
-    const std::uint64_t objects = Copier(*snapshot, to, scratch).Do(sameBlocks);
+    std::uint64_t objects = 0;
+    try {
+        objects = Copier(*snapshot, to, scratch).Do(sameBlocks);
+    } catch (const Error& error) {
+        if (error.Code() != ErrorCode::Damaged || !snapshot->HasChanged())
+            throw;
+        throw Conflict();
+    }
+    if (snapshot->HasChanged())
+        throw Conflict();
     to.Publish();
     return objects;
 }

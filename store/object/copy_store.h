@@ -15,11 +15,13 @@ namespace ko::store::inner
 /// program's. Nobody sees anything of the copy before all of it is there, and memory is bounded.
 ///
 /// Checksums and structure of all that is read are verified: throws Error (ErrorCode::Damaged) for
-/// a source that is damaged, and ErrorCode::Io where there is a store at `to` already or the system
-/// refuses something; there is then no copy. Returns the number of objects.
+/// a source that is damaged, ErrorCode::Missing and ErrorCode::Exists for what is not at `from` or
+/// at `to` already, and ErrorCode::Io where the system refuses something; there is then no copy.
+/// Returns the number of objects.
 std::uint64_t CopyStore(const std::string& from, const std::string& to);
 
-/// The same for a store that is open, into a loader. `scratch` is the path beside which temporary
+/// The same for a store that is open, into a loader. Throws Conflict where the store has no single
+/// moments and was changed meanwhile. `scratch` is the path beside which temporary
 /// files come and go.
 std::uint64_t CopyStore(const ObjectStore& from, Loader& to, const std::string& scratch);
 

@@ -6,6 +6,7 @@
 #include "object/index_feed.h"
 #include "object/object_change.h"
 #include "object/row_join.h"
+#include "object/statistics_feed.h"
 #include <kostore.h>
 
 #include <utility>
@@ -22,6 +23,18 @@ constexpr std::size_t kJoinedAtOnce = 1000;
 /// And that a walk asks for.
 constexpr std::size_t kRowsAtOnce = 256;
 
+void EraseAll(Writer& writer, Space space)
+{
+    std::vector<std::string> keys;
+    const auto cursor = writer.Walk(space, {}, Direction::Forwards);
+    for (auto rows = cursor->Next(kRowsAtOnce); !rows.empty(); rows = cursor->Next(kRowsAtOnce)) {
+        for (const Row& row : rows)
+            keys.emplace_back(row.key);
+    }
+    for (const std::string& key : keys)
+        writer.Erase(space, key);
+}
+
 } // namespace
 
 std::shared_ptr<ObjectStore> ObjectStore::Open(const std::string& address, Mode mode)
@@ -32,6 +45,7 @@ std::shared_ptr<ObjectStore> ObjectStore::Open(const std::string& address, Mode 
 
 ObjectStore::ObjectStore(std::unique_ptr<Engine> engine, std::string name, std::string scratch)
     : m_engine(std::move(engine)), m_name(std::move(name)), m_scratch(std::move(scratch)),
+      m_memory(std::make_shared<StoreMemory>(m_engine->About().reach)),
       m_description(Read()->About()),
       m_dictionaries(std::make_unique<Dictionaries>(LayoutOf(m_description.schema)))
 {
@@ -42,8 +56,11 @@ ObjectStore::~ObjectStore() = default;
 std::unique_ptr<Snapshot> ObjectStore::Read() const
 {
     const Traits& engine = m_engine->About();
+    Snapshot::ReadAgain again;
+    if (!engine.snapshots)
+        again = [from = m_engine] { return from->Read(); };
     return std::make_unique<Snapshot>(m_engine->Read(), engine.viewsLast, m_name, m_memory,
-                                      engine.snapshots);
+                                      std::move(again));
 }
 
 /// Runs a call again where another change came between.
@@ -182,6 +199,47 @@ std::uint64_t ObjectStore::Compact()
         if (from <= range->low)
             from = range->low + '\0';
     }
+}
+
+std::uint64_t ObjectStore::Analyze()
+{
+    std::uint64_t objects = 0;
+    Repeat([&] { objects = AnalyzeOnce(); });
+    return objects;
+}
+
+std::uint64_t ObjectStore::AnalyzeOnce()
+{
+    std::unique_lock changing(m_changing, std::defer_lock);
+    std::shared_ptr<Writer> writer;
+    const auto write = [&] {
+        changing.lock();
+        writer = m_engine->Write();
+    };
+    std::unique_ptr<Snapshot> now;
+    if (m_engine->About().snapshots) {
+        now = Read();
+    } else {
+        write();
+        now = std::make_unique<Snapshot>(writer, false, m_name);
+    }
+    const std::string key = StatisticsKey(kNoAttribute, kSamplePart);
+    const auto before = now->Rows().GetOne(Space::Statistics, key);
+    StatisticsBuilder statistics(now->GetSchema(), kStatisticsMemory,
+                                 StatisticsBuilder::Counting::All);
+    const std::uint64_t objects = AddObjects(*now, 1, statistics);
+    if (!writer)
+        write();
+    // An import that came between knows of more objects.
+    if (writer->GetOne(Space::Statistics, key) != before)
+        throw Conflict();
+    EraseAll(*writer, Space::Statistics);
+    statistics.Finish([&](std::size_t i, std::uint32_t entry) { return now->Text(i, entry); },
+                      [&](std::string_view row, std::string_view sealed) {
+                          writer->Put(Space::Statistics, row, sealed);
+                      });
+    writer->Commit();
+    return objects;
 }
 
 } // namespace ko::store::inner

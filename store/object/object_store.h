@@ -60,19 +60,25 @@ public:
     /// rows the indexes have less.
     std::uint64_t Compact();
 
+    /// Makes the statistics anew, in memory that does not depend on how many objects there are.
+    /// Where the engine has moments, the objects of one are read beside writers, and only what
+    /// comes of them is a change, a small one. Returns how many objects there were.
+    std::uint64_t Analyze();
+
 private:
     std::optional<Range> FindJoinable(const std::string& from) const;
     template <class Call>
     void Repeat(const Call& call) const;
     template <class Once>
     void Run(const Once& once);
+    std::uint64_t AnalyzeOnce();
     void MakeIndexes(Writer& writer, Snapshot& now, Description description,
                      std::vector<std::size_t> attributes) const;
 
-    std::unique_ptr<Engine> m_engine;
+    std::shared_ptr<Engine> m_engine;
     std::string m_name;
     std::string m_scratch;
-    std::shared_ptr<StoreMemory> m_memory = std::make_shared<StoreMemory>();
+    std::shared_ptr<StoreMemory> m_memory;
     Description m_description;
     std::mutex m_changing;
     std::unique_ptr<Dictionaries> m_dictionaries; ///< kept between changes

@@ -25,6 +25,8 @@ public:
     /// Of the row, without its checksum. Valid until Next.
     std::string_view Key() const { return m_key; }
     std::string_view Bytes() const { return m_bytes; }
+    /// The same with it.
+    std::string_view Sealed() const { return m_rows[m_at - 1].value; }
 
 private:
     void ProveStart(Reader& reader, const Range& range) const;
@@ -42,6 +44,18 @@ private:
     std::string_view m_key;
     std::string_view m_bytes;
 };
+
+/// Calls each(row) for every row of a range as it stands, nothing proved.
+template <class Each>
+void EachRow(Reader& reader, Space space, const Each& each, const Range& range = {})
+{
+    constexpr std::size_t kAtOnce = 64;
+    const auto cursor = reader.Walk(space, range, Direction::Forwards);
+    for (auto rows = cursor->Next(kAtOnce); !rows.empty(); rows = cursor->Next(kAtOnce)) {
+        for (const Row& row : rows)
+            each(row);
+    }
+}
 
 /// Proves the rows beside a key that is not there.
 void ProveGap(Reader& reader, Space space, std::string_view key);

@@ -23,8 +23,6 @@ constexpr std::size_t kProvedBlocks = 1U << 24;
 /// At most 2^10 rows of a dictionary are asked for at once.
 constexpr std::size_t kMostDoublings = 10;
 constexpr std::size_t kDoublingsAfar = 5; ///< each time, where a question costs a round trip
-/// The numbers in so few rows are counted.
-constexpr std::uint64_t kFewRows = 16;
 
 void OpenBlockView(BlockView& view, std::string_view key, std::string_view bytes, unsigned slots)
 {
@@ -77,8 +75,8 @@ struct Snapshot::OpenBlock {
 };
 
 Snapshot::Snapshot(std::shared_ptr<Reader> reader, bool viewsLast, std::string store,
-                   std::shared_ptr<StoreMemory> memory, bool isOneMoment)
-    : m_reader(std::move(reader)), m_viewsLast(viewsLast), m_isOneMoment(isOneMoment),
+                   std::shared_ptr<StoreMemory> memory, ReadAgain again)
+    : m_reader(std::move(reader)), m_viewsLast(viewsLast), m_again(std::move(again)),
       m_store(std::move(store)), m_memory(std::move(memory))
 {
     const std::string_view keys[] = {Counts::kKey, Description::kKey};
@@ -137,12 +135,9 @@ BlockView* Snapshot::Block(std::uint64_t block)
         OpenBlockView(open->view, key, Proved(block, key, sealed), SlotsOfBlock());
         open->isOpen = true;
     };
-    if (!m_fetched.empty()) {
-        const auto fetched = m_fetched.find(block);
-        if (fetched != m_fetched.end()) {
-            take(fetched->second);
-            return &open->view;
-        }
+    if (const std::string* const fetched = FindFetched(block); fetched != nullptr) {
+        take(*fetched);
+        return &open->view;
     }
     const std::string_view keys[] = {key};
     m_reader->Get(Space::Blocks, keys, [&](std::size_t, std::string_view sealed) {
@@ -195,9 +190,36 @@ std::string_view Snapshot::Large(std::size_t attribute, std::uint64_t number, st
     m_reader->Get(Space::Large, keys, [&](std::size_t, std::string_view sealed) {
         form = Unseal(Space::Large, key, m_viewsLast ? sealed : room.assign(sealed));
     });
+    if (form.empty() && m_again)
+        form = Unseal(Space::Large, key, room = ReadLaterLarge(attribute, number));
     if (form.empty())
         FailDamaged(Space::Large, key, "is missing");
     return form;
+}
+
+/// A block may be of a later moment than its large values, which were there before it, or of an
+/// earlier one than those that have gone since. Returns the value, sealed; throws Conflict where
+/// the block has gone on as well.
+std::string Snapshot::ReadLaterLarge(std::size_t attribute, std::uint64_t number)
+{
+    const std::string key = BlockKey(BlockOf(number));
+    for (int look = 0; look < 2;
+         ++look) { // the value may come between its own look and the block's
+        const auto now = m_again();
+        if (auto value = now->GetOne(Space::Large, LargeKey(number, attribute)))
+            return *std::move(value);
+        const auto sealed = now->GetOne(Space::Blocks, key);
+        if (!sealed)
+            throw Conflict();
+        BlockView block(Layout());
+        OpenBlockView(block, key, Unseal(Space::Blocks, key, *sealed), SlotsOfBlock());
+        Cell cell;
+        std::string room;
+        if (!block.Has(SlotOf(number)) || !block.At(attribute, SlotOf(number), cell, room) ||
+            cell.kind != Cell::Kind::Large)
+            throw Conflict();
+    }
+    FailDamaged(Space::Large, LargeKey(number, attribute), "is missing");
 }
 
 std::optional<std::string_view> Snapshot::Value(std::uint64_t number, std::size_t attribute,
@@ -274,9 +296,47 @@ const TextRow& Snapshot::FindTexts(std::size_t attribute, std::uint32_t entry)
             keys.push_back(TextKey(attribute, static_cast<std::uint32_t>(i)));
     }
     ReadTexts(keys);
-    if (!HasText(attribute, entry))
-        FailDamaged(Space::Texts, TextKey(attribute, row), "lacks an entry that an object has");
-    return dictionary.rows[row].texts;
+    if (HasText(attribute, entry))
+        return dictionary.rows[row].texts;
+    if (const TextRow* const later = FindLaterTexts(attribute, entry))
+        return *later;
+    FailDamaged(Space::Texts, TextKey(attribute, row), "lacks an entry that an object has");
+}
+
+/// A block may be of a later moment than the counts, where there are such: its texts, and the
+/// counts that have them, were there before it. Null where that does not explain the entry.
+const TextRow* Snapshot::FindLaterTexts(std::size_t attribute, std::uint32_t entry)
+{
+    if (!m_again)
+        return nullptr;
+    const auto now = m_again();
+    if (entry >= ReadCounts(*now).texts[attribute])
+        return nullptr;
+    const std::uint32_t row = entry / kEntriesInRow;
+    const std::string key = TextKey(attribute, row);
+    auto sealed = now->GetOne(Space::Texts, key);
+    KeptTexts later;
+    if (!sealed)
+        return nullptr;
+    later.bytes = std::make_shared<const std::string>(*std::move(sealed));
+    if (!later.texts.Open(Unseal(Space::Texts, key, *later.bytes)) ||
+        later.texts.Count() <= entry % kEntriesInRow)
+        return nullptr;
+    std::vector<KeptTexts>& rows = m_texts[attribute].rows;
+    rows.resize(std::max<std::size_t>(rows.size(), row + 1));
+    m_outgrown.push_back(std::exchange(rows[row], std::move(later))); // views of it stay
+    return &rows[row].texts;
+}
+
+Counts Snapshot::ReadCounts(Reader& reader) const
+{
+    return Counts::Read(reader.GetOne(Space::Description, Counts::kKey).value_or(""),
+                        GetSchema().attributes.size(), m_store);
+}
+
+bool Snapshot::HasChanged()
+{
+    return m_again && ReadCounts(*m_again()).Write() != m_counts.Write();
 }
 
 std::unique_ptr<EntryWalk> Snapshot::Entries(const Range& keys, Direction direction)
@@ -287,21 +347,6 @@ std::unique_ptr<EntryWalk> Snapshot::Entries(const Range& keys, Direction direct
 std::uint64_t Snapshot::CountRowsRoughly(const Range& keys)
 {
     return m_reader->CountRoughly(Space::Entries, keys);
-}
-
-std::uint64_t Snapshot::CountEntriesRoughly(std::size_t attribute, const Range& keys)
-{
-    const std::uint64_t rows = CountRowsRoughly(keys);
-    if (rows <= kFewRows) {
-        std::uint64_t count = 0;
-        for (const auto walk = Entries(keys, Direction::Forwards); walk->Next();)
-            count += walk->Numbers().count;
-        return count;
-    }
-    const std::uint64_t all = std::max<std::uint64_t>(
-        CountRowsRoughly({BeforeAttribute(attribute), BehindAttribute(attribute)}), rows);
-    return static_cast<std::uint64_t>(static_cast<double>(m_counts.objects) *
-                                      static_cast<double>(rows) / static_cast<double>(all));
 }
 
 } // namespace ko::store::inner

@@ -10,8 +10,10 @@
 #include "object/description.h"
 #include "object/row_walk.h"
 #include "object/store_memory.h"
+#include "statistics/statistics.h"
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -35,6 +37,8 @@ public:
     std::uint64_t Number() const { return m_number; }
     /// The number of the object in slot 0.
     std::uint64_t FirstObject() const { return m_number * m_slotsOfBlock; }
+    /// Its bytes with their checksum. Valid until Next.
+    std::string_view Sealed() const { return m_rows->Sealed(); }
     /// Valid until Next.
     BlockView& Block() { return m_block; }
 
@@ -74,11 +78,14 @@ private:
 class Snapshot
 {
 public:
+    using ReadAgain = std::function<std::unique_ptr<Reader>()>;
+
     /// `store` begins sentences. `viewsLast`: what the reader hands out stays where it is as long
     /// as the reader. `memory` is that of the open store, for snapshots of what is committed alone.
-    /// `isOneMoment`: as Traits::snapshots. Users ask ObjectStore::Read.
+    /// `again`: where readers have no single moment, gives one that begins now. Users ask
+    /// ObjectStore::Read.
     Snapshot(std::shared_ptr<Reader> reader, bool viewsLast, std::string store,
-             std::shared_ptr<StoreMemory> memory = nullptr, bool isOneMoment = true);
+             std::shared_ptr<StoreMemory> memory = nullptr, ReadAgain again = {});
     ~Snapshot();
     Snapshot(const Snapshot&) = delete;
     Snapshot& operator=(const Snapshot&) = delete;
@@ -114,10 +121,17 @@ public:
     /// False where each question may be answered from a later moment than the one before, and a
     /// change that broke may be there in part: an index may name objects that are gone, or that
     /// have another value now.
-    bool IsOneMoment() const { return m_isOneMoment; }
+    bool IsOneMoment() const { return !m_again; }
+
+    /// True where IsOneMoment is false and the counts have changed since they were read: what was
+    /// read may be of several moments, and what seems damaged may be sound.
+    bool HasChanged();
 
     /// True where Fetch does something: what is wanted had best be asked for together.
     bool IsAfar() const { return !m_viewsLast; }
+
+    /// What it takes the engine to reach rows.
+    Reach EngineReach() const;
 
     /// A block, its checksum proved; null where there is none, which the rows beside it prove.
     /// Valid until another block is asked for; the last few are kept open.
@@ -127,6 +141,8 @@ public:
     /// The blocks from `first` to `last`.
     std::unique_ptr<BlockWalk> Blocks(std::uint64_t first = 0,
                                       std::uint64_t last = kMaxObjectNumber);
+    /// Keeps the block that a walk is at for Block, where that would cost a round trip otherwise.
+    void Keep(const BlockWalk& walk);
 
     /// The form of a cell of an object; empty for an absent value. It points to where the cell's
     /// form does, into the snapshot (until its end), or into `room`.
@@ -166,8 +182,13 @@ public:
     std::unique_ptr<EntryWalk> Entries(const Range& keys, Direction direction);
     /// About how many rows these are.
     std::uint64_t CountRowsRoughly(const Range& keys);
-    /// About how many objects these are, of the index on an attribute.
-    std::uint64_t CountEntriesRoughly(std::size_t attribute, const Range& keys);
+
+    // ---- statistics
+
+    /// What is known of the values of these attributes, of which the store may have kept it from an
+    /// earlier snapshot; null where the store has no statistics, or they cannot be trusted. It goes
+    /// with the snapshot.
+    Statistics* FindStatistics(std::span<const std::size_t> attributes);
 
     /// For who checks.
     Reader& Rows() { return *m_reader; }
@@ -181,6 +202,9 @@ private:
 
     std::string_view Proved(std::uint64_t block, std::string_view key, std::string_view sealed);
     void CloseBlocks();
+    std::size_t MostFetched() const;
+    const std::string* FindFetched(std::uint64_t block) const;
+    void MakeRoom(std::span<const std::uint64_t> wanted);
     void FetchBlocks(std::vector<std::uint64_t>& blocks);
     void FetchForms(std::span<const std::uint64_t> numbers,
                     std::span<const std::size_t> attributes);
@@ -188,23 +212,33 @@ private:
     bool HasText(std::size_t attribute, std::uint32_t entry);
     void ReadTexts(std::span<const std::string> keys);
     std::unique_ptr<RowWalk> Walk(Space space, const Range& range, Direction direction);
+    std::unique_ptr<Statistics> OpenStatistics(std::span<const std::size_t> attributes);
     const TextRow& FindTexts(std::size_t attribute, std::uint32_t entry);
+    Counts ReadCounts(Reader& reader) const;
+    const TextRow* FindLaterTexts(std::size_t attribute, std::uint32_t entry);
+    std::string ReadLaterLarge(std::size_t attribute, std::uint64_t number);
     std::string_view Large(std::size_t attribute, std::uint64_t number, std::string& room);
 
     std::shared_ptr<Reader> m_reader;
-    bool m_viewsLast; ///< what the reader hands out stays where it is
-    bool m_isOneMoment;
+    bool m_viewsLast;  ///< what the reader hands out stays where it is
+    ReadAgain m_again; ///< null where there is one moment
     std::string m_store;
     std::shared_ptr<StoreMemory> m_memory; ///< may be null
     std::shared_ptr<const Described> m_described;
     unsigned m_slotsOfBlock = 0;
     Counts m_counts;
-    std::vector<std::unique_ptr<OpenBlock>> m_blocks;         ///< by their numbers' remainders
-    std::vector<bool> m_proved;                               ///< blocks whose checksums are right
-    std::vector<KeptDictionary> m_texts;                      ///< by attribute
-    std::unordered_map<std::uint64_t, std::string> m_fetched; ///< blocks, sealed
+    std::vector<std::unique_ptr<OpenBlock>> m_blocks; ///< by their numbers' remainders
+    std::vector<bool> m_proved;                       ///< blocks whose checksums are right
+    std::vector<KeptDictionary> m_texts;              ///< by attribute
+    std::vector<KeptTexts> m_outgrown;                ///< rows that were read again
+    using FetchedBlocks = std::unordered_map<std::uint64_t, std::string>; // by number, sealed
+    FetchedBlocks m_fetched;
+    FetchedBlocks m_fetchedBefore;                                  ///< which go first
     std::map<std::string, std::string, std::less<>> m_fetchedLarge; ///< values, sealed
     std::size_t m_fetchedLargeBytes = 0;
+    std::unique_ptr<Statistics> m_statistics;
+    std::vector<std::size_t> m_known;                       ///< attributes that it was asked for
+    std::map<std::string, std::string> m_fetchedStatistics; ///< sealed rows
 };
 
 } // namespace ko::store::inner

@@ -1,6 +1,8 @@
 #include "object/snapshot.h"
 
 #include <algorithm>
+#include <set>
+#include <utility>
 
 namespace ko::store::inner
 {
@@ -8,7 +10,8 @@ namespace ko::store::inner
 namespace
 {
 
-/// Blocks that are fetched together, as many as an engine asks for in one round trip, and kept.
+/// Blocks that are fetched together, as many as an engine asks for in one round trip. The last ones
+/// are kept, up to twice as many.
 constexpr std::size_t kMostFetched = 4000;
 /// Values that stand by themselves and are fetched together, and bytes of them that are kept.
 constexpr std::size_t kLargeTogether = 64;
@@ -21,8 +24,7 @@ std::size_t Snapshot::Fetch(std::span<const std::uint64_t> numbers,
 {
     if (m_viewsLast)
         return numbers.size();
-    // What cannot be small even so: blocks of the fewest objects have any size.
-    const std::size_t most = SlotsOfBlock() > kFewestSlots ? kMostFetched : kMostFetched / 4;
+    const std::size_t most = MostFetched();
     std::vector<std::uint64_t> blocks;
     std::size_t taken = 0;
     for (; taken < numbers.size(); ++taken) {
@@ -39,22 +41,54 @@ std::size_t Snapshot::Fetch(std::span<const std::uint64_t> numbers,
     return taken;
 }
 
+std::size_t Snapshot::MostFetched() const
+{
+    // What cannot be small even so: blocks of the fewest objects have any size.
+    return SlotsOfBlock() > kFewestSlots ? kMostFetched : kMostFetched / 4;
+}
+
+const std::string* Snapshot::FindFetched(std::uint64_t block) const
+{
+    for (const FetchedBlocks* blocks : {&m_fetched, &m_fetchedBefore}) {
+        const auto at = blocks->find(block);
+        if (at != blocks->end())
+            return &at->second;
+    }
+    return nullptr;
+}
+
+/// For blocks that come, where there are many already: the oldest ones go, but not those wanted.
+void Snapshot::MakeRoom(std::span<const std::uint64_t> wanted)
+{
+    if (m_fetched.size() + wanted.size() <= MostFetched())
+        return;
+    FetchedBlocks oldest = std::exchange(m_fetchedBefore, std::exchange(m_fetched, {}));
+    for (const std::uint64_t block : wanted)
+        m_fetched.insert(oldest.extract(block));
+    CloseBlocks();
+}
+
+void Snapshot::Keep(const BlockWalk& walk)
+{
+    const std::uint64_t block = walk.Number();
+    if (m_viewsLast || FindFetched(block) != nullptr)
+        return;
+    MakeRoom({&block, 1});
+    m_fetched.emplace(block, walk.Sealed());
+}
+
 void Snapshot::FetchBlocks(std::vector<std::uint64_t>& blocks)
 {
     std::sort(blocks.begin(), blocks.end());
     blocks.erase(std::unique(blocks.begin(), blocks.end()), blocks.end());
     const auto isHere = [&](std::uint64_t block) {
-        return m_fetched.count(block) != 0 || block > kMaxObjectNumber;
+        return block > kMaxObjectNumber || FindFetched(block) != nullptr;
     };
-    const auto missing = static_cast<std::size_t>(
-        std::count_if(blocks.begin(), blocks.end(), [&](auto block) { return !isHere(block); }));
-    if (missing == 0)
+    if (std::all_of(blocks.begin(), blocks.end(), isHere))
         return;
-    if (m_fetched.size() + missing > 2 * kMostFetched) {
-        CloseBlocks();
-        m_fetched.clear();
-    }
+    MakeRoom(blocks);
     blocks.erase(std::remove_if(blocks.begin(), blocks.end(), isHere), blocks.end());
+    m_fetched.reserve(m_fetched.size() + blocks.size());
     std::vector<std::string> keys;
     keys.reserve(blocks.size());
     for (const std::uint64_t block : blocks)
@@ -68,7 +102,7 @@ void Snapshot::FetchBlocks(std::vector<std::uint64_t>& blocks)
 void Snapshot::FetchForms(std::span<const std::uint64_t> numbers,
                           std::span<const std::size_t> attributes)
 {
-    std::vector<std::string> texts;
+    std::set<std::pair<std::size_t, std::uint32_t>> rows; // of dictionaries
     std::vector<std::string> large;
     Cell cell;
     std::string room;
@@ -84,15 +118,16 @@ void Snapshot::FetchForms(std::span<const std::uint64_t> numbers,
             } else if (cell.kind == Cell::Kind::Entry && cell.entry < Texts(attribute) &&
                        !HasText(attribute, cell.entry) &&
                        m_texts[attribute].rows[cell.entry / kEntriesInRow].texts.Count() == 0)
-                texts.push_back(TextKey(attribute, cell.entry / kEntriesInRow));
+                rows.emplace(attribute, cell.entry / kEntriesInRow);
         }
     }
-    const auto ascend = [](std::vector<std::string>& keys) {
-        std::sort(keys.begin(), keys.end());
-        keys.erase(std::unique(keys.begin(), keys.end()), keys.end());
-    };
-    ascend(texts);
-    ascend(large);
+    std::vector<std::string> texts;
+    texts.reserve(rows.size());
+    for (const auto& [attribute, row] : rows)
+        texts.push_back(TextKey(attribute, row));
+    std::sort(texts.begin(), texts.end());
+    std::sort(large.begin(), large.end());
+    large.erase(std::unique(large.begin(), large.end()), large.end());
     ReadTexts(texts);
     FetchLarge(large);
 }

@@ -3,7 +3,9 @@
 
 #include "block/dictionary.h"
 #include "block/layout.h"
+#include "engine/engine.h"
 #include "object/description.h"
+#include "statistics/kept_statistics.h"
 
 #include <cstdint>
 #include <map>
@@ -44,11 +46,17 @@ struct KeptTexts {
 };
 
 /// What the snapshots of one open store need not read again: the description as long as it has the
-/// same bytes, and rows of dictionaries, whose entries never change once they are committed. Serves
-/// several threads.
+/// same bytes, statistics, and rows of dictionaries, whose entries never change once they are
+/// committed. Serves several threads.
 class StoreMemory
 {
 public:
+    explicit StoreMemory(Reach reach) : m_reach(reach) {}
+
+    /// Of the engine.
+    Reach EngineReach() const { return m_reach; }
+    KeptStatistics& Statistics() { return m_statistics; }
+
     std::shared_ptr<const Described> Describe(std::string_view sealed, const std::string& store);
 
     /// The row as it was kept; it may have got more entries since. No bytes: it was not kept.
@@ -57,6 +65,8 @@ public:
     void Keep(std::size_t attribute, std::uint32_t row, const KeptTexts& texts);
 
 private:
+    const Reach m_reach;
+    KeptStatistics m_statistics;
     mutable std::mutex m_mutex;
     std::shared_ptr<const Described> m_described;
     std::map<std::pair<std::size_t, std::uint32_t>, KeptTexts> m_texts;

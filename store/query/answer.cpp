@@ -11,8 +11,8 @@ namespace ko::store::inner
 namespace
 {
 
-/// Objects that are asked for together where all of them are needed.
-constexpr std::size_t kTogether = 4096;
+/// Objects that are asked for together where all of them are needed: as many as are fetched so.
+constexpr std::size_t kTogether = 4000;
 
 /// Holds the objects of an answer that no index brings in order, or the first `limit` of them.
 class Sorter
@@ -91,14 +91,26 @@ std::size_t PlaceOf(const Schema& schema, const std::string& name)
 Answer::Answer(Snapshot& snapshot, const Query& query, bool count)
     : m_snapshot(snapshot), m_descending(query.descending), m_left(query.limit)
 {
-    if (!query.predicate.empty()) {
+    if (!query.predicate.empty())
         m_condition =
             Condition::Make(ParsePredicate(query.predicate), query.predicate, snapshot.GetSchema());
-        m_plan = MakePlan(snapshot, *m_condition, count);
-        m_range = m_plan.range;
-    }
+    Wanted wanted;
+    wanted.countOnly = count;
+    wanted.limit = query.limit;
     if (!query.order.empty() && !count)
-        ChooseOrder(query);
+        m_order = PlaceOf(snapshot.GetSchema(), query.order);
+    // The objects themselves lie in the order of their ids, and without another one come in it.
+    const bool byId = m_order == kObjectIdIndex;
+    if (!byId)
+        wanted.order = m_order;
+    if (m_condition || wanted.order)
+        m_plan = MakePlan(snapshot, m_condition ? &*m_condition : nullptr, wanted);
+    m_isExact = !m_condition || (m_plan.way && m_plan.way->exact);
+    if (byId && !m_descending)
+        m_order.reset();
+    const bool byIndex = m_plan.way && !(m_plan.way->kind == Way::Kind::Range &&
+                                         m_plan.way->range.attribute == kObjectIdIndex);
+    m_mustSort = byId ? m_descending && byIndex : m_order && !m_plan.inOrder;
 }
 
 std::vector<Group> Answer::CountBy(std::size_t attribute)
@@ -109,36 +121,16 @@ std::vector<Group> Answer::CountBy(std::size_t attribute)
     return counts.Groups();
 }
 
-void Answer::ChooseOrder(const Query& query)
-{
-    const Schema& schema = m_snapshot.GetSchema();
-    const std::size_t order = PlaceOf(schema, query.order);
-    if (order == kObjectIdIndex) {
-        // The objects themselves lie in this order, and without another one they come in it.
-        if (m_descending) {
-            m_order = order;
-            m_mustSort = m_range && m_range->attribute != kObjectIdIndex;
-        }
-        return;
-    }
-    m_order = order;
-    if (!m_range && schema.attributes[order].index) {
-        const auto narrowed = m_plan.ranges.find(order);
-        m_range = narrowed != m_plan.ranges.end() ? narrowed->second : IndexRange::All(order);
-    }
-    m_mustSort = !m_range || m_range->attribute != order;
-}
-
 Scan& Answer::Start()
 {
     if (!m_scan) {
-        // What lies in an exact range meets the condition.
-        const bool test = m_condition && !(m_range && m_range->exact);
-        const ScanOrder order = !m_order || m_mustSort ? ScanOrder::Numbers
-                                : m_descending         ? ScanOrder::Backwards
-                                                       : ScanOrder::Forwards;
-        m_scan.emplace(m_snapshot, m_range ? &*m_range : nullptr, order,
-                       test ? &*m_condition : nullptr);
+        const Condition* const test = m_isExact ? nullptr : &*m_condition;
+        const Way* const way = m_plan.way ? &*m_plan.way : nullptr;
+        if (m_order && !m_mustSort)
+            m_scan.emplace(m_snapshot, way != nullptr ? &way->range : nullptr,
+                           m_descending ? ScanOrder::Backwards : ScanOrder::Forwards, test);
+        else
+            m_scan.emplace(m_snapshot, way, test);
     }
     return *m_scan;
 }
@@ -150,7 +142,11 @@ void Answer::Sort()
     std::string room;
     Scan& scan = Start();
     for (auto numbers = scan.Next(kTogether); !numbers.empty(); numbers = scan.Next(kTogether)) {
-        for (const std::uint64_t number : numbers) {
+        std::size_t fetched = 0;
+        for (std::size_t i = 0; i < numbers.size(); ++i) {
+            const std::uint64_t number = numbers[i];
+            if (i == fetched && !byId)
+                fetched += m_snapshot.Fetch(numbers.subspan(i), {&*m_order, 1});
             const auto form = byId ? std::string_view() : m_snapshot.Value(number, *m_order, room);
             if (!form)
                 FailNoObject(m_snapshot, number);

@@ -33,14 +33,13 @@ public:
     std::vector<Group> CountBy(std::size_t attribute);
 
 private:
-    void ChooseOrder(const Query& query);
     Scan& Start();
     void Sort();
 
     Snapshot& m_snapshot;
     std::optional<Condition> m_condition;
     Plan m_plan;
-    std::optional<IndexRange> m_range;
+    bool m_isExact = false; ///< nothing is left to test
     std::optional<std::size_t> m_order;
     bool m_descending;
     bool m_mustSort = false; ///< no index brings the order

@@ -17,6 +17,8 @@ public:
     virtual ~BlockGroups() = default;
     /// Moves to the next block with any of them; false behind the last one.
     virtual bool Next() = 0;
+    /// Keeps the block for Snapshot::Block, where it would not be at hand otherwise.
+    virtual void Keep() = 0;
 
     /// These hold until Next, and until another block is asked for.
     const BlockAt& Block() const { return m_block; }
@@ -35,6 +37,7 @@ class AllObjects : public BlockGroups
 public:
     AllObjects(Snapshot& snapshot, std::uint64_t first, std::uint64_t last);
     bool Next() override;
+    void Keep() override { m_snapshot.Keep(*m_walk); }
 
 private:
     Snapshot& m_snapshot;
@@ -57,6 +60,7 @@ public:
     }
     /// Throws Error (ErrorCode::Damaged) for an object that does not exist.
     bool Next() override;
+    void Keep() override {} // it was fetched
 
 private:
     Snapshot& m_snapshot;

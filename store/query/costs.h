@@ -9,43 +9,89 @@
 namespace ko::store::inner
 {
 
-/// What ways of finding a share of all objects cost, in nanoseconds: bench/store/plan_bench
-/// measures the parts.
+/// What parts of a find cost, in nanoseconds.
+struct CostParts {
+    double range;  ///< to go to the first entry of a range
+    double row;    ///< of an index
+    double entry;  ///< a number in a row, which is sorted or looked up among others
+    double block;  ///< that objects of an index are in: it is looked up, its checksum proved
+    double next;   ///< one of all blocks, one after another
+    double reopen; ///< a block that was met before
+};
+
+/// bench/store/plan_costs measures them.
+inline const CostParts& PartsOf(Reach reach)
+{
+    static constexpr CostParts kMapped{4000, 50, 4.5, 2000, 2100, 200};
+    static constexpr CostParts kCopied{1500, 110, 5, 800, 600, 800};
+    static constexpr CostParts kServer{50'000, 470, 5, 4000, 2400, 4000};
+    return reach == Reach::Mapped ? kMapped : reach == Reach::Copied ? kCopied : kServer;
+}
+
+/// What it costs to test a condition on an object.
+struct TestCost {
+    double ofAll = 10.0; ///< where whole columns are tested
+    double ofOne = 30.0; ///< where an index names it
+};
+
+/// What ways of finding objects cost.
 class Costs
 {
 public:
-    explicit Costs(const Snapshot& snapshot)
-        : m_objects(static_cast<double>(snapshot.GetCounts().objects)),
+    Costs(const Snapshot& snapshot, const TestCost& test)
+        : m_parts(PartsOf(snapshot.EngineReach())), m_test(test),
+          m_objects(static_cast<double>(snapshot.GetCounts().objects)),
           m_blocks(std::max(m_objects / snapshot.SlotsOfBlock(), 1.0))
     {
     }
 
-    /// Those that lie one after another.
+    double Objects() const { return m_objects; }
+    /// A share of all objects, which lie one after another.
     double InOrder(double share) const
     {
-        return share * (m_blocks * kBlockCost + m_objects * kScanCost);
+        return share * (m_blocks * m_parts.next + m_objects * m_test.ofAll);
     }
-    /// The entries of an index, without their objects.
-    double Entries(double share) const { return share * m_objects * kEntryCost; }
-    /// Those that an index names, which lie anywhere: many of them meet in the same blocks.
-    double ByIndex(double share) const
+    /// So many entries of a range, in so many rows.
+    double Entries(double entries, double rows) const
     {
-        const double found = share * m_objects;
-        const double met = m_blocks * (1.0 - std::exp(-found / m_blocks));
-        return met * kBlockCost + found * kFetchCost;
+        return m_parts.range + rows * m_parts.row + entries * m_parts.entry;
+    }
+    /// Objects that an index names, which lie anywhere: many of them meet in the same blocks.
+    double ByNumber(double objects, bool tested) const
+    {
+        return Met(objects) * m_parts.block + Tests(objects, tested);
+    }
+    /// The same in the order of an index, so many at once.
+    double ByEntry(double objects, double atOnce) const
+    {
+        const double met = Met(objects);
+        const double times = std::max(objects / atOnce, 1.0);
+        return met * m_parts.block + std::max(times * Met(atOnce) - met, 0.0) * m_parts.reopen +
+               Tests(objects, true);
+    }
+    /// To put objects in order by their values, of which the first ones are kept.
+    double Sort(double objects, double kept) const
+    {
+        return objects * (kValue + kCompare * std::log2(std::min(objects, 2.0 * kept) + 1.0));
     }
 
 private:
-    /// A block is looked up and its checksum proved, whatever is wanted of it.
-    static constexpr double kBlockCost = 2000.0;
-    /// An object, where a condition tests whole columns: 3 for a text of a dictionary, 12 for a
-    /// number that repeats, 25 for one that does not.
-    static constexpr double kScanCost = 10.0;
-    /// One that an index names: its number is sorted, and it is looked at by itself.
-    static constexpr double kFetchCost = 100.0;
-    /// An entry: 2 in a full row, 40 in one of its own.
-    static constexpr double kEntryCost = 20.0;
+    /// An object that is found without a test, the value of one that is put in order, and its
+    /// comparison with another: 60 for numbers, 250 for texts.
+    static constexpr double kFound = 5.0;
+    static constexpr double kValue = 300.0;
+    static constexpr double kCompare = 100.0;
 
+    double Met(double objects) const { return m_blocks * (1.0 - std::exp(-objects / m_blocks)); }
+    /// Where many objects of a block are tested its columns are tested as a whole.
+    double Tests(double objects, bool tested) const
+    {
+        return objects * kFound +
+               (tested ? std::min(objects * m_test.ofOne, m_objects * m_test.ofAll) : 0.0);
+    }
+
+    const CostParts& m_parts;
+    TestCost m_test;
     double m_objects;
     double m_blocks;
 };

@@ -9,10 +9,11 @@
 namespace ko::store::inner
 {
 
-/// Shows how a predicate would be answered: for each comparison the index, its lowest and highest
-/// key, what narrowing leaves of it, and the share of the objects, estimated and, counted on all of
-/// them, true; then the way that is chosen. Throws Error (ErrorCode::Usage) for the predicate.
-Explanation Explain(Snapshot& snapshot, const std::string& predicate);
+/// Shows how a query would be answered: for each comparison the index, its lowest and highest key,
+/// what narrowing leaves of it, and the share of the objects, estimated and, counted on all of
+/// them, true; then the ways that are weighed, the one that is chosen first. Throws Error
+/// (ErrorCode::Usage) for the predicate and for the order.
+Explanation Explain(Snapshot& snapshot, const Query& query);
 
 } // namespace ko::store::inner
 

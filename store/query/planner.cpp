@@ -1,10 +1,9 @@
 #include "query/planner.h"
 
+#include "query/chooser.h"
 #include "query/costs.h"
-#include "query/index_ends.h"
-#include "query/operators.h"
-
-#include <kotypevl.h>
+#include "query/scan.h"
+#include "query/shares.h"
 
 #include <algorithm>
 
@@ -14,335 +13,195 @@ namespace ko::store::inner
 namespace
 {
 
-using Edge = IndexRange::Edge;
+/// So many objects are read in less time than it takes to think about them, where there are others
+/// to choose from, and where there are none.
+constexpr std::uint64_t kFew = 4;
+constexpr std::uint64_t kFewAlone = 50;
 
-// What is assumed of attributes without an index, and of null values, which no index counts.
-constexpr double kEqualShare = 0.1;
-constexpr double kRangeShare = 1.0 / 3.0;
-constexpr double kNullShare = 0.1;
-
-/// The part of an index that a condition leaves, and the estimated share of its entries.
-struct Part {
-    IndexRange range;
-    double share;
-};
-
-/// What is known of a condition or a part of one.
-struct Estimate {
-    double share;
-    std::map<std::size_t, Part> parts;    ///< by attribute; those without a part are not limited
-    std::optional<std::size_t> attribute; ///< the only one that it asks about
-};
-
-/// The order of two edges; the null value's empty form is the lowest.
-int EdgeOrder(o_char type, const Edge& a, const Edge& b)
+void AddAttributes(const Condition& condition, std::vector<std::size_t>& attributes)
 {
-    int order = 0;
-    int status = 0;
-    if (a.form.empty() || b.form.empty())
-        order = static_cast<int>(b.form.empty()) - static_cast<int>(a.form.empty());
-    else
-        order = ComparePersistent(type, a.form, b.form, kPlainOperator, status);
-    return order != 0 ? order : static_cast<int>(a.behind) - static_cast<int>(b.behind);
+    for (const Condition& part : condition.parts)
+        AddAttributes(part, attributes);
+    if (condition.parts.empty())
+        attributes.push_back(condition.attribute);
 }
 
-bool HasLow(const IndexRange& range)
-{
-    return !range.low.form.empty();
-}
-
-/// The ends of a key range that an evaluator allocates.
-struct OwnedBounds : KoIdxBounds {
-    OwnedBounds() : KoIdxBounds{} {}
-    OwnedBounds(const OwnedBounds&) = delete;
-    OwnedBounds& operator=(const OwnedBounds&) = delete;
-    ~OwnedBounds()
-    {
-        KoFree(low);
-        KoFree(high);
-    }
-};
-
-class Planner
+class Planning
 {
 public:
-    Planner(Snapshot& snapshot, Plan& plan)
-        : m_schema(snapshot.GetSchema()), m_plan(plan), m_ends(snapshot)
+    Planning(Snapshot& snapshot, const Condition* condition, const Wanted& wanted)
+        : m_snapshot(snapshot), m_condition(condition), m_wanted(wanted)
     {
     }
 
-    Estimate Look(const Condition& condition, bool negated)
+    Plan Make() &&
     {
-        using Kind = Predicate::Kind;
-        switch (condition.kind) {
-        case Kind::Not:
-            return Look(condition.parts[0], !negated);
-        case Kind::And:
-        case Kind::Or: {
-            std::vector<Estimate> estimates;
-            for (const Condition& part : condition.parts)
-                estimates.push_back(Look(part, negated));
-            return (condition.kind == Kind::And) != negated ? All(estimates) : Any(estimates);
+        if (m_wanted.order && m_snapshot.GetSchema().IsIndexed(*m_wanted.order))
+            m_snapshot.NeedIndexes();
+        if (m_condition != nullptr) {
+            AddAttributes(*m_condition, m_attributes);
+            m_plan.narrowed = Narrow(m_snapshot, *m_condition, false, m_plan.terms);
+            FindFew();
+            if (m_plan.way && !m_wanted.tells)
+                return std::move(m_plan);
         }
-        default:
-            return Leaf(condition, negated);
-        }
+        Ask();
+        Weigh();
+        return std::move(m_plan);
     }
 
 private:
-    Estimate Leaf(const Condition& condition, bool negated)
+    /// Where an index has few entries for the condition nothing else needs to be known.
+    void FindFew()
     {
-        PlanTerm term{&condition, negated, {}, {}, std::nullopt, 1.0};
-        const bool indexed = m_schema.IsIndexed(condition.attribute);
-        bool hasNull = false;
-        if (indexed) {
-            const IndexEnds::Ends& ends = m_ends.Of(condition.attribute);
-            term.lowest = ends.lowest;
-            term.highest = ends.highest;
-            hasNull = ends.hasNull;
+        Shares shares(m_snapshot, nullptr);
+        const auto& parts = m_plan.narrowed.parts;
+        const bool alone = parts.size() == 1 && m_plan.narrowed.either.empty();
+        const std::uint64_t few = alone ? kFewAlone : kFew;
+        std::uint64_t fewest = few + 1;
+        for (const auto& [attribute, part] : parts) {
+            const auto count = shares.Count(part.range, few);
+            if (!count || *count >= fewest)
+                continue;
+            fewest = *count;
+            m_plan.way = Way::Of(part.range);
+            m_plan.way->share = static_cast<double>(fewest) /
+                                std::max(static_cast<double>(m_snapshot.GetCounts().objects), 1.0);
         }
-        if (condition.kind == Predicate::Kind::Compare) {
-            Compare(term, indexed);
-        } else {
-            const bool wantsNull = (condition.kind == Predicate::Kind::IsNull) != negated;
-            const double nullShare = indexed && !hasNull ? 0.0 : kNullShare;
-            term.share = wantsNull ? nullShare : 1.0 - nullShare;
-            if (condition.attribute == kObjectIdIndex)
-                term.range.reset(); // no object has a null id: nothing to find by it
-            else if (indexed && wantsNull)
-                term.range = IndexRange::Nulls(condition.attribute);
-            else if (indexed)
-                term.range = IndexRange::Values(condition.attribute);
-            if (term.range)
-                term.range->exact = true;
-        }
-        Estimate estimate{term.share, {}, condition.attribute};
-        if (term.range) {
-            const bool narrowed = HasLow(*term.range) || term.range->high;
-            const bool compared =
-                condition.kind == Predicate::Kind::Compare && !term.lowest.empty();
-            // What is rare, but in no narrower range, takes the whole index to find.
-            const double share = compared && !narrowed ? 1.0 : term.share;
-            estimate.parts.emplace(condition.attribute, Part{*term.range, share});
-        }
-        m_plan.terms.push_back(std::move(term));
-        return estimate;
     }
 
-    /// Asks the type.
-    void Compare(PlanTerm& term, bool indexed)
+    /// Statistics know nothing of ids: for conditions on these the types are asked.
+    void Ask()
     {
-        const Condition& condition = *term.condition;
-        const Operator op = term.negated ? Negated(condition.op) : condition.op;
-        if (condition.outside != Outside::No) {
-            const bool all = IsMetByAll(op, condition.outside);
-            term.share = all ? 1.0 : 0.0;
-            if (indexed) {
-                term.range = all ? IndexRange::Values(condition.attribute)
-                                 : IndexRange::None(condition.attribute);
-                term.range->exact = true;
+        const bool forIds = std::erase(m_attributes, kObjectIdIndex) != 0;
+        if (!m_attributes.empty()) {
+            Statistics* const statistics = m_snapshot.FindStatistics(m_attributes);
+            if (statistics != nullptr && statistics->Objects() != 0)
+                m_estimator.emplace(*statistics);
+            if (m_estimator && m_wanted.tells) {
+                const Counts& now = m_snapshot.GetCounts();
+                const Statistics::Age age = statistics->AgeAt(now.objects, now.nextNumber);
+                m_plan.age = {statistics->Objects(), age.added, age.erased};
             }
+        }
+        if (m_condition != nullptr && (!m_estimator || m_wanted.tells || forIds)) {
+            m_plan.terms.clear();
+            m_plan.narrowed = Narrow(m_snapshot, *m_condition, true, m_plan.terms);
+        }
+    }
+
+    void Weigh()
+    {
+        Shares shares(m_snapshot, m_estimator ? &*m_estimator : nullptr, m_plan.terms);
+        const Costs costs(m_snapshot,
+                          m_condition != nullptr ? shares.CostOf(*m_condition) : TestCost());
+        Chooser chooser(shares, costs, m_wanted);
+        const bool isLimited = m_wanted.limit < m_snapshot.GetCounts().objects;
+        if (m_condition != nullptr && (isLimited || m_wanted.order || m_wanted.tells))
+            m_plan.found = shares.OfCondition(*m_condition, false, m_plan.narrowed.share);
+        chooser.SetFound(m_plan.found.share);
+        if (m_wanted.tells) {
+            for (const PlanTerm& term : m_plan.terms)
+                m_plan.shares.push_back(OfTerm(shares, term));
+        }
+        Alternative all{std::nullopt, false, 1.0, costs.InOrder(chooser.Looked(1.0)), false};
+        std::optional<Weighed> best;
+        if (m_condition != nullptr)
+            best = chooser.Best(m_plan.narrowed);
+        std::vector<Alternative> others = std::move(chooser).Told();
+        Alternative chosen = all;
+        if (best && best->cost < all.cost)
+            chosen = {best->way, false, best->share.share, best->cost, false};
+        if (m_wanted.order) {
+            // What is found has to be put in order.
+            const double sorting = costs.Sort(m_plan.found.share * costs.Objects(),
+                                              static_cast<double>(m_wanted.limit));
+            all.cost += sorting;
+            chosen.cost += sorting;
+            for (Alternative& other : others)
+                other.cost += sorting;
+            if (const auto walk = InOrder(shares, costs)) {
+                others.push_back(*walk);
+                if (walk->cost < chosen.cost)
+                    chosen = *walk;
+            }
+        }
+        others.push_back(all);
+        for (const Alternative& other : others) {
+            if (m_plan.way && other.way && other.way->kind == Way::Kind::Range &&
+                other.way->range.attribute == m_plan.way->range.attribute && !other.inOrder)
+                chosen = other;
+        }
+        Choose(chosen, std::move(others));
+    }
+
+    void Choose(const Alternative& chosen, std::vector<Alternative> others)
+    {
+        m_plan.way = chosen.way;
+        m_plan.inOrder = chosen.inOrder;
+        if (!m_wanted.tells)
             return;
+        const auto same = std::find_if(others.begin(), others.end(), [&](const Alternative& one) {
+            return one.cost == chosen.cost && one.inOrder == chosen.inOrder &&
+                   one.way.has_value() == chosen.way.has_value();
+        });
+        if (same != others.end())
+            same->chosen = true;
+        std::stable_sort(
+            others.begin(), others.end(),
+            [](const Alternative& a, const Alternative& b) { return a.cost < b.cost; });
+        m_plan.alternatives = std::move(others);
+    }
+
+    static Share OfTerm(Shares& shares, const PlanTerm& term)
+    {
+        // A range that holds what the comparison does may be counted.
+        if (term.range && term.range->exact)
+            return shares.OfRange(*term.range, term.share);
+        return shares.OfCondition(*term.condition, term.negated, term.share);
+    }
+
+    /// A walk over the index that has the order, which ends where the limit is met.
+    std::optional<Alternative> InOrder(Shares& shares, const Costs& costs) const
+    {
+        const std::size_t order = *m_wanted.order;
+        if (!m_snapshot.GetSchema().IsIndexed(order))
+            return {};
+        const auto part = m_plan.narrowed.parts.find(order);
+        IndexRange range = IndexRange::All(order);
+        double share = 1.0;
+        if (part != m_plan.narrowed.parts.end()) {
+            range = part->second.range;
+            share = shares.OfRange(range, part->second.share).share;
+        } else if (m_condition == nullptr) {
+            range.exact = true;
         }
-        if (!indexed) {
-            term.share = op == Operator::Equal      ? kEqualShare
-                         : op == Operator::NotEqual ? 1.0 - kEqualShare
-                                                    : kRangeShare;
-            return;
-        }
-        term.range = IndexRange::Values(condition.attribute);
-        if (term.lowest.empty() || term.highest.empty()) {
-            term.share = 0.0; // nothing but null values
-            return;
-        }
-        OwnedBounds narrowed;
-        const auto word = static_cast<unsigned short>(QueryBits(op) | condition.cmpOp);
-        term.share = Ask(condition.attribute, word, condition.form, &narrowed);
-
-        // Under the order of the index the literal itself is the edge. A narrowed end is the same
-        // or, cut to the length that one has, further away.
-        // Texts too long for an evaluator to narrow to are edges all the same.
-        const bool plain = condition.cmpOp == kPlainOperator;
-        const bool text = plain && m_schema.IsText(condition.attribute);
-        const auto edge = [&](const void* end, unsigned length, bool behind) {
-            return plain ? Edge{condition.form, behind}
-                         : Edge{{static_cast<const char*>(end), length}, behind};
-        };
-        IndexRange& range = *term.range;
-        const bool wantsLow = (QueryBits(op) & KoQOP_LESS) == 0;
-        const bool wantsHigh = (QueryBits(op) & KoQOP_GREATER) == 0;
-        const bool hasLow = narrowed.low != nullptr || (text && wantsLow);
-        const bool hasHigh = narrowed.high != nullptr || (text && wantsHigh);
-        if (hasLow)
-            range.low = edge(narrowed.low, narrowed.lowLen, plain && op == Operator::Greater);
-        if (hasHigh)
-            range.high = edge(narrowed.high, narrowed.highLen, !plain || op != Operator::Less);
-        if (hasHigh && !plain)
-            range.high->shown = condition.ShownEnd();
-        range.exact =
-            plain && op != Operator::NotEqual && hasLow == wantsLow && hasHigh == wantsHigh;
+        const double entries = share * costs.Objects();
+        const double found = m_plan.found.share * costs.Objects();
+        const auto limit = static_cast<double>(m_wanted.limit);
+        const double looked = limit < found ? entries * limit / found : entries;
+        double cost = costs.Entries(looked, shares.Rows(range, looked));
+        if (!range.exact)
+            cost += costs.ByEntry(looked, std::clamp(limit, 1.0, double{Scan::kMostTogether}));
+        Way way = Way::Of(std::move(range));
+        way.share = share;
+        return Alternative{std::move(way), true, looked / std::max(costs.Objects(), 1.0), cost,
+                           false};
     }
 
-    /// The share of an index that a value selects.
-    double Ask(std::size_t attribute, unsigned short word, const std::string& form,
-               KoIdxBounds* narrowed) const
-    {
-        // Evaluators take their operands unqualified and do not write to them.
-        const auto unqualified = [](const std::string& bytes) {
-            return const_cast<char*>(bytes.data());
-        };
-        const IndexEnds::Ends& ends = m_ends.Of(attribute);
-        KoIdxBounds bounds{unqualified(ends.lowest), unqualified(ends.highest), 0, 0};
-        return Manager().EvalAndBound(m_schema.TypeId(attribute), &bounds, word, unqualified(form),
-                                      kStoreFormat, 1, narrowed, nullptr);
-    }
-
-    /// The share of what two conditions leave that cut off opposite ends of an index: what both
-    /// have. A type that knows no distances gives every condition one share, and so does not count
-    /// even all keys as everything; there, as one inside the other.
-    double BetweenEnds(std::size_t attribute, double low, double high) const
-    {
-        constexpr unsigned short kAnyKey =
-            KoQOP_LESS | KoQOP_EQUAL | KoQOP_GREATER | kPlainOperator;
-        constexpr double kNearlyAll = 0.999;
-        const bool counts =
-            !m_ends.HasValues(attribute) ||
-            Ask(attribute, kAnyKey, m_ends.Of(attribute).highest, nullptr) > kNearlyAll;
-        return counts ? std::max(low + high - 1.0, 0.0) : std::min(low, high);
-    }
-
-    /// Both have to hold on one attribute.
-    Part Intersect(const Part& a, const Part& b) const
-    {
-        const o_char type = m_schema.TypeId(a.range.attribute);
-        Part both = a;
-        if (EdgeOrder(type, b.range.low, a.range.low) > 0)
-            both.range.low = b.range.low;
-        if (!a.range.high || (b.range.high && EdgeOrder(type, *b.range.high, *a.range.high) < 0))
-            both.range.high = b.range.high;
-        both.range.exact = a.range.exact && b.range.exact;
-        const auto oneSided = [](const IndexRange& low, const IndexRange& high) {
-            return HasLow(low) && !low.high && !HasLow(high) && high.high;
-        };
-        both.share = oneSided(a.range, b.range) || oneSided(b.range, a.range)
-                         ? BetweenEnds(a.range.attribute, a.share, b.share)
-                         : std::min(a.share, b.share);
-        return both;
-    }
-
-    Estimate All(const std::vector<Estimate>& estimates) const
-    {
-        Estimate all{1.0, {}, estimates[0].attribute};
-        std::map<std::size_t, Part> alone; // of the estimates that ask about one attribute
-        for (const Estimate& one : estimates) {
-            if (one.attribute != all.attribute)
-                all.attribute.reset();
-            for (const auto& [attribute, part] : one.parts) {
-                Merge(all.parts, attribute, part);
-                if (one.attribute)
-                    Merge(alone, attribute, part);
-            }
-            if (!one.attribute || one.parts.empty())
-                all.share *= one.share;
-        }
-        for (const auto& [attribute, part] : alone)
-            all.share *= part.share;
-        for (auto& [attribute, part] : all.parts) {
-            for (const Estimate& one : estimates) {
-                if (one.parts.count(attribute) == 0)
-                    part.range.exact = false;
-            }
-        }
-        return all;
-    }
-
-    void Merge(std::map<std::size_t, Part>& parts, std::size_t attribute, const Part& part) const
-    {
-        const auto [at, isNew] = parts.emplace(attribute, part);
-        if (!isNew)
-            at->second = Intersect(at->second, part);
-    }
-
-    Estimate Any(const std::vector<Estimate>& estimates) const
-    {
-        Estimate any = estimates[0];
-        double none = 1.0 - any.share;
-        double sum = any.share;
-        for (std::size_t i = 1; i < estimates.size(); ++i) {
-            const Estimate& one = estimates[i];
-            if (one.attribute != any.attribute)
-                any.attribute.reset();
-            none *= 1.0 - one.share;
-            sum += one.share;
-            for (auto at = any.parts.begin(); at != any.parts.end();) {
-                const auto other = one.parts.find(at->first);
-                if (other == one.parts.end()) {
-                    at = any.parts.erase(at);
-                } else {
-                    Span(at->second, other->second);
-                    ++at;
-                }
-            }
-        }
-        any.share = any.attribute ? std::min(sum, 1.0) : 1.0 - none;
-        return any;
-    }
-
-    /// Takes in what lies between the two as well.
-    void Span(Part& part, const Part& other) const
-    {
-        const o_char type = m_schema.TypeId(part.range.attribute);
-        if (EdgeOrder(type, other.range.low, part.range.low) < 0)
-            part.range.low = other.range.low;
-        if (part.range.high &&
-            (!other.range.high || EdgeOrder(type, *other.range.high, *part.range.high) > 0))
-            part.range.high = other.range.high;
-        part.range.exact = false;
-        part.share = ShareOf(part.range);
-    }
-
-    double ShareOf(const IndexRange& range) const
-    {
-        // Null values are in no estimate, and without others there is nothing to ask.
-        if (!m_ends.HasValues(range.attribute))
-            return 1.0;
-        const double low = HasLow(range)
-                               ? Ask(range.attribute, KoQOP_GREATER | KoQOP_EQUAL | kPlainOperator,
-                                     range.low.form, nullptr)
-                               : 1.0;
-        const double high = range.high && !range.high->form.empty()
-                                ? Ask(range.attribute, KoQOP_LESS | KoQOP_EQUAL | kPlainOperator,
-                                      range.high->form, nullptr)
-                                : 1.0;
-        return BetweenEnds(range.attribute, low, high);
-    }
-
-    const Schema& m_schema;
-    Plan& m_plan;
-    mutable IndexEnds m_ends; ///< remembers
+    Snapshot& m_snapshot;
+    const Condition* m_condition;
+    const Wanted& m_wanted;
+    std::vector<std::size_t> m_attributes;
+    std::optional<Estimator> m_estimator;
+    Plan m_plan;
 };
 
 } // namespace
 
-Plan MakePlan(Snapshot& snapshot, const Condition& condition, bool countOnly)
+Plan MakePlan(Snapshot& snapshot, const Condition* condition, const Wanted& wanted)
 {
-    Plan plan;
-    const Estimate estimate = Planner(snapshot, plan).Look(condition, false);
-    plan.share = estimate.share;
-    const Costs costs(snapshot);
-    double lowestCost = costs.InOrder(1.0);
-    for (const auto& [attribute, part] : estimate.parts) {
-        plan.ranges.emplace(attribute, part.range);
-        const double cost = attribute == kObjectIdIndex     ? costs.InOrder(part.share)
-                            : countOnly && part.range.exact ? costs.Entries(part.share)
-                                                            : costs.ByIndex(part.share);
-        if (cost >= lowestCost)
-            continue;
-        lowestCost = cost;
-        plan.range = part.range;
-        plan.rangeShare = part.share;
-    }
-    return plan;
+    return Planning(snapshot, condition, wanted).Make();
 }
 
 } // namespace ko::store::inner

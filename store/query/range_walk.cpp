@@ -77,20 +77,31 @@ std::optional<std::string_view> RangeWalk::FormOf(std::uint64_t number)
     return form;
 }
 
-/// Leaves, of ascending numbers from a place on, those of objects whose value has the key still.
-void RangeWalk::DropStale(std::string_view key, std::vector<std::uint64_t>& numbers,
-                          std::size_t from)
+/// Gathers the objects of all rows that have the key of the one that the walk is at, as the objects
+/// lie. Where a change may be there in part, rows of one key may have objects twice, and such whose
+/// value has another key now.
+void RangeWalk::GatherKey()
 {
-    std::size_t kept = from;
-    std::size_t fetched = from;
-    for (std::size_t i = from; i < numbers.size(); ++i) {
+    const std::string key(m_walk->Key().valueKey);
+    m_row.clear();
+    do {
+        m_row.insert(m_row.end(), m_walk->Numbers().begin(), m_walk->Numbers().end());
+        m_isAhead = m_walk->Next();
+    } while (m_isAhead && m_walk->Key().valueKey == key);
+    std::sort(m_row.begin(), m_row.end());
+    if (m_snapshot.IsOneMoment())
+        return;
+    m_row.erase(std::unique(m_row.begin(), m_row.end()), m_row.end());
+    std::size_t kept = 0;
+    std::size_t fetched = 0;
+    for (std::size_t i = 0; i < m_row.size(); ++i) {
         if (i == fetched)
-            fetched += m_snapshot.Fetch(std::span(numbers).subspan(i), {&m_range.attribute, 1});
-        const auto form = FormOf(numbers[i]);
+            fetched += m_snapshot.Fetch(std::span(m_row).subspan(i), {&m_range.attribute, 1});
+        const auto form = FormOf(m_row[i]);
         if (form && m_keys.Of(*form) == key)
-            numbers[kept++] = numbers[i];
+            m_row[kept++] = m_row[i];
     }
-    numbers.resize(kept);
+    m_row.resize(kept);
 }
 
 bool RangeWalk::Next(std::vector<std::uint64_t>& numbers)
@@ -102,11 +113,14 @@ bool RangeWalk::Next(std::vector<std::uint64_t>& numbers)
         TakeAlikes(numbers);
         return true;
     }
-    const NumberRow& row = m_walk->Numbers();
     const std::size_t size = numbers.size();
-    numbers.insert(numbers.end(), row.begin(), row.end());
-    if (!m_snapshot.IsOneMoment())
-        DropStale(std::string(key.valueKey), numbers, size);
+    if (m_snapshot.IsOneMoment()) {
+        const NumberRow& row = m_walk->Numbers();
+        numbers.insert(numbers.end(), row.begin(), row.end());
+    } else {
+        GatherKey();
+        numbers.insert(numbers.end(), m_row.begin(), m_row.end());
+    }
     if (m_order == ScanOrder::Backwards)
         std::reverse(numbers.begin() + static_cast<std::ptrdiff_t>(size), numbers.end());
     return true;
@@ -115,16 +129,8 @@ bool RangeWalk::Next(std::vector<std::uint64_t>& numbers)
 /// Takes all rows that have the key of the one that the walk is at.
 void RangeWalk::TakeAlikes(std::vector<std::uint64_t>& numbers)
 {
-    const std::string key(m_walk->Key().valueKey);
     const bool atEdge = IsAtCutEdge();
-    m_row.clear();
-    do {
-        m_row.insert(m_row.end(), m_walk->Numbers().begin(), m_walk->Numbers().end());
-        m_isAhead = m_walk->Next();
-    } while (m_isAhead && m_walk->Key().valueKey == key);
-    std::sort(m_row.begin(), m_row.end()); // as the objects lie
-    if (!m_snapshot.IsOneMoment())
-        DropStale(key, m_row, 0);
+    GatherKey();
     if (m_row.size() == 1 && !atEdge) {
         numbers.push_back(m_row.front());
         return;
@@ -183,6 +189,19 @@ std::uint64_t RangeWalk::Count(std::uint64_t most)
             count += m_walk->Numbers().count;
         }
         count += numbers.size();
+    }
+    return count;
+}
+
+std::optional<std::uint64_t> RangeWalk::CountFew()
+{
+    constexpr std::size_t kFew = 1000;
+    m_walk->ReadMany();
+    std::uint64_t count = 0;
+    for (std::size_t rows = 0; m_walk->Next();) {
+        count += m_walk->Numbers().count;
+        if (++rows == kFew)
+            return std::nullopt;
     }
     return count;
 }

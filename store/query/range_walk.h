@@ -35,8 +35,14 @@ public:
     bool Next(std::vector<std::uint64_t>& numbers);
     /// Appends all that are left.
     void Collect(std::vector<std::uint64_t>& numbers);
+    /// Many rows will be wanted: they are asked for together from now on.
+    void ReadMany() { m_walk->ReadMany(); }
     /// Counts the objects that are left, up to a row of entries more than `most`.
     std::uint64_t Count(std::uint64_t most);
+    /// Counts the objects where fewer than a thousand rows of entries hold them all, which one
+    /// round trip reads; absent where they are more. Those at cut edges count whether they lie
+    /// inside or not. Afterwards the walk serves no more.
+    std::optional<std::uint64_t> CountFew();
 
 private:
     Range Keys();
@@ -44,7 +50,7 @@ private:
     bool IsAtCutEdge() const;
     bool IsInside(std::string_view form) const;
     std::optional<std::string_view> FormOf(std::uint64_t number);
-    void DropStale(std::string_view key, std::vector<std::uint64_t>& numbers, std::size_t from);
+    void GatherKey();
     void TakeAlikes(std::vector<std::uint64_t>& numbers);
 
     Snapshot& m_snapshot;

@@ -1,9 +1,6 @@
 #include "query/scan.h"
 
-#include "base/object_id.h"
-
 #include <algorithm>
-#include <array>
 #include <bit>
 #include <utility>
 
@@ -13,37 +10,8 @@ namespace ko::store::inner
 namespace
 {
 
-/// Most objects that an answer in the order of an index looks at together, and most blocks that one
-/// from the last object on does.
-constexpr std::size_t kMostTogether = 4096;
+/// Most blocks that an answer from the last object on looks at together.
 constexpr std::uint64_t kMostWindow = 16;
-
-/// Sorts digit by digit, from the least significant on: in less time than by comparing.
-void SortNumbers(std::vector<std::uint64_t>& numbers)
-{
-    if (std::is_sorted(numbers.begin(), numbers.end()))
-        return;
-    if (numbers.size() < 256) {
-        std::sort(numbers.begin(), numbers.end());
-        return;
-    }
-    constexpr unsigned kBits = 11;
-    const std::uint64_t highest = *std::max_element(numbers.begin(), numbers.end());
-    std::vector<std::uint64_t> sorted(numbers.size());
-    for (unsigned shift = 0; highest >> shift != 0; shift += kBits) {
-        const auto digit = [&](std::uint64_t number) {
-            return number >> shift & ((1U << kBits) - 1);
-        };
-        std::array<std::size_t, (1U << kBits) + 1> starts{};
-        for (const std::uint64_t number : numbers)
-            ++starts[digit(number) + 1];
-        for (std::size_t i = 1; i < starts.size(); ++i)
-            starts[i] += starts[i - 1];
-        for (const std::uint64_t number : numbers)
-            sorted[starts[digit(number)]++] = number;
-        numbers.swap(sorted);
-    }
-}
 
 /// Those that a condition asks about.
 void AddAttributes(const Condition& condition, std::vector<std::size_t>& attributes)
@@ -61,28 +29,40 @@ void AddAttributes(const Condition& condition, std::vector<std::size_t>& attribu
 Scan::Scan(Snapshot& snapshot, const IndexRange* range, ScanOrder order, const Condition* test)
     : m_snapshot(snapshot), m_order(order)
 {
-    if (test != nullptr) {
-        m_filter.emplace(*test, snapshot);
-        AddAttributes(*test, m_tested);
-    }
+    SetTest(test);
     if (range != nullptr && range->attribute != kObjectIdIndex)
         m_walk.emplace(snapshot, *range, order);
     else
         StartOfIds(range);
 }
 
-/// No comparison reads the tag of an id.
+Scan::Scan(Snapshot& snapshot, const Way* way, const Condition* test)
+    : m_snapshot(snapshot), m_order(ScanOrder::Numbers)
+{
+    SetTest(test);
+    if (way != nullptr && way->kind != Way::Kind::Range)
+        m_way = way;
+    else if (way != nullptr && way->range.attribute != kObjectIdIndex)
+        m_walk.emplace(snapshot, way->range, m_order);
+    else
+        StartOfIds(way != nullptr ? &way->range : nullptr);
+}
+
+void Scan::SetTest(const Condition* test)
+{
+    if (test == nullptr)
+        return;
+    m_filter.emplace(*test, m_snapshot);
+    AddAttributes(*test, m_tested);
+}
+
 void Scan::StartOfIds(const IndexRange* range)
 {
-    const auto first = [](const IndexRange::Edge& edge) {
-        if (edge.form.empty())
-            return std::uint64_t{0}; // before all objects, behind null as well
-        return ObjectNumber(edge.form.data()) + (edge.behind ? 1 : 0);
-    };
-    if (range != nullptr)
-        m_first = std::max(first(range->low), m_first);
-    if (range != nullptr && range->high)
-        m_last = std::min(std::max<std::uint64_t>(first(*range->high), 1) - 1, m_last);
+    if (range != nullptr) {
+        const IdRange ids = IdsOf(*range);
+        m_first = ids.first;
+        m_last = ids.last;
+    }
     const std::uint64_t end = m_snapshot.GetCounts().nextNumber;
     m_last = std::min(m_last, std::max<std::uint64_t>(end, 1) - 1);
     if (m_order != ScanOrder::Backwards)
@@ -91,16 +71,20 @@ void Scan::StartOfIds(const IndexRange* range)
 
 void Scan::CollectNumbers()
 {
-    m_candidates.reserve(kMostRowNumbers);
-    m_walk->Collect(m_candidates);
-    SortNumbers(m_candidates);
+    if (m_way != nullptr) {
+        m_candidates = NumbersOf(m_snapshot, *m_way);
+    } else {
+        m_candidates.reserve(kMostRowNumbers);
+        m_walk->Collect(m_candidates);
+        SortNumbers(m_candidates, m_snapshot.GetCounts().nextNumber);
+    }
     m_groups = std::make_unique<NumberedObjects>(m_snapshot, m_candidates, m_tested);
 }
 
 /// In the order of their numbers.
 void Scan::StartGroups()
 {
-    if (m_groups == nullptr && m_walk)
+    if (m_groups == nullptr && IsByIndex())
         CollectNumbers();
     if (m_groups == nullptr)
         m_groups = std::make_unique<AllObjects>(m_snapshot, m_first, m_last);
@@ -119,11 +103,13 @@ std::uint64_t Scan::Test(BlockGroups& group)
     return count;
 }
 
-void Scan::Append(const BlockGroups& group, const SlotBits& slots)
+/// What is found is read soon.
+void Scan::Append(BlockGroups& group)
 {
+    group.Keep();
     for (unsigned word = 0; word < group.Block().Words(); ++word) {
         const std::uint64_t first = group.Block().firstObject + std::uint64_t{word} * 64;
-        for (std::uint64_t left = slots[word]; left != 0; left &= left - 1)
+        for (std::uint64_t left = group.Slots()[word]; left != 0; left &= left - 1)
             m_found.push_back(first + static_cast<unsigned>(std::countr_zero(left)));
     }
 }
@@ -132,16 +118,17 @@ bool Scan::NextBlock()
 {
     if (m_groups == nullptr)
         CollectNumbers();
-    if (m_walk && !m_filter) { // nothing to look at in blocks
+    if (IsByIndex() && !m_filter) { // nothing to look at in blocks: all of them are found at once
+        if (m_candidates.empty())
+            return false;
         m_looked += m_candidates.size();
-        m_found = std::move(m_candidates);
-        m_candidates.clear();
-        return !m_found.empty();
+        m_found.swap(m_candidates);
+        return true;
     }
     if (!m_groups->Next())
         return false;
     if (Test(*m_groups) != 0)
-        Append(*m_groups, m_groups->Slots());
+        Append(*m_groups);
     return true;
 }
 
@@ -155,7 +142,7 @@ bool Scan::NextBlocksBackwards()
     AllObjects window(m_snapshot, first, m_last);
     while (window.Next()) {
         if (Test(window) != 0)
-            Append(window, window.Slots());
+            Append(window);
     }
     std::reverse(m_found.begin(), m_found.end());
     m_last = first - 1;
@@ -179,11 +166,11 @@ bool Scan::NextInOrder(std::size_t most)
         return true;
     }
     const std::vector<std::uint64_t> inOrder = m_candidates;
-    SortNumbers(m_candidates);
+    SortNumbers(m_candidates, m_snapshot.GetCounts().nextNumber);
     NumberedObjects groups(m_snapshot, m_candidates, m_tested);
     while (groups.Next()) {
         if (Test(groups) != 0)
-            Append(groups, groups.Slots());
+            Append(groups);
     }
     std::vector<std::uint64_t> passed;
     passed.swap(m_found);
@@ -206,8 +193,9 @@ std::span<const std::uint64_t> Scan::Next(std::size_t most)
     if (m_taken == m_found.size()) {
         m_found.clear();
         m_taken = 0;
-        // The few that are asked for first may not meet the condition.
-        const bool together = m_filter && m_snapshot.IsAfar() && m_order == ScanOrder::Numbers;
+        // What they have is read together, and the few that are looked at first may not meet the
+        // condition.
+        const bool together = m_snapshot.IsAfar() && m_order == ScanOrder::Numbers;
         const std::size_t enough = together ? std::min(most, kMostTogether) : 1;
         for (std::size_t look = most; m_found.size() < enough && NextFound(look);)
             look = std::min(look, kMostTogether) * 2;
@@ -225,6 +213,10 @@ std::uint64_t Scan::Count(std::uint64_t most)
     if (m_walk && !m_filter) {
         count += m_walk->Count(most - std::min(count, most));
         return std::min(count, most);
+    }
+    if (m_way != nullptr && !m_filter && m_groups == nullptr) {
+        CollectNumbers();
+        return std::min(count + m_candidates.size(), most);
     }
     StartGroups();
     while (count < most && m_groups->Next())

@@ -4,6 +4,7 @@
 #include "query/block_filter.h"
 #include "query/block_groups.h"
 #include "query/range_walk.h"
+#include "query/way_numbers.h"
 
 #include <cstdint>
 #include <functional>
@@ -20,9 +21,14 @@ namespace ko::store::inner
 class Scan
 {
 public:
+    /// Most objects that an answer in the order of an index looks at together.
+    static constexpr std::size_t kMostTogether = 4096;
+
     /// A null range: all objects, in the order of their numbers. A null test: they all meet it.
     /// What is handed over outlives the scan.
     Scan(Snapshot& snapshot, const IndexRange* range, ScanOrder order, const Condition* test);
+    /// The objects on a way, in the order of their numbers. A null way: all objects.
+    Scan(Snapshot& snapshot, const Way* way, const Condition* test);
 
     /// The numbers of the next objects in the order of the scan, at least one and at most `most`;
     /// none at the end. Valid until the next call. This and Count throw Error (ErrorCode::Damaged).
@@ -39,6 +45,8 @@ public:
     std::uint64_t Looked() const { return m_looked; }
 
 private:
+    bool IsByIndex() const { return m_walk.has_value() || m_way != nullptr; }
+    void SetTest(const Condition* test);
     void StartOfIds(const IndexRange* range);
     void CollectNumbers();
     void StartGroups();
@@ -46,7 +54,7 @@ private:
     bool NextBlock();
     bool NextBlocksBackwards();
     bool NextInOrder(std::size_t most);
-    void Append(const BlockGroups& group, const SlotBits& slots);
+    void Append(BlockGroups& group);
     std::uint64_t Test(BlockGroups& group);
 
     Snapshot& m_snapshot;
@@ -54,6 +62,7 @@ private:
     std::optional<BlockFilter> m_filter;
     std::vector<std::size_t> m_tested;     ///< attributes
     std::optional<RangeWalk> m_walk;       ///< of an index
+    const Way* m_way = nullptr;            ///< of several ranges
     std::unique_ptr<BlockGroups> m_groups; ///< once it is known which objects to look at
     std::vector<std::uint64_t> m_candidates;
     std::uint64_t m_first = 1; ///< of a range of ids, what is left of it

@@ -14,7 +14,8 @@ root, compiler = pathlib.Path(sys.argv[1]), sys.argv[2]
 folders = [root / "inc", root / "platform/intl/inc", root / "platform/base/inc", root / "store/inc"]
 headers = [header for folder in folders for header in sorted(folder.glob("*.h*"))]
 # What joins the classes with the standard library (see kostd.h), and what stands over ko.h.
-OPT_IN = {"kostd.h", "kochrono.h", "koless.h", "ko.hpp", "koresult.hpp", "kostore.h", "kostore_values.h"}
+OPT_IN = {"kostd.h", "kochrono.h", "koless.h", "ko.hpp", "koresult.hpp", "kostore.h",
+          "kostore_plans.h", "kostore_values.h"}
 
 
 def run_compiler(text, *options, standard="c++20"):

@@ -36,7 +36,7 @@ REACH = {
 ROOMS = {
     "src": [["number"], ["core"], ["collation"], ["character"], ["string"], ["caseless"],
             ["scalar", "identity", "blob", "temporal"], ["manager"], ["interface"]],
-    "store": [["base"], ["schema"], ["engine"], ["block"], ["index"], ["object"], ["import"], ["query"], ["check"],
+    "store": [["base"], ["schema"], ["engine"], ["block"], ["index"], ["statistics"], ["object"], ["import"], ["query"], ["check"],
               ["interface"]],
 }
 # Folders whose headers and sources have inner tests and benchmarks.

@@ -36,8 +36,20 @@ TEST(ColumnReader, ReadsAsTheFieldReaderDoes)
     for (const char* type : {"KoString", "KoNull_int"}) {
         const Attribute attribute{"a", "a", ValueType::Named(type), {}, false, 0};
         FieldReader fieldReader(attribute);
-        for (const std::size_t memory : {std::size_t{1000}, std::size_t{1} << 20}) {
-            ColumnReader columnReader(attribute, memory);
+        const struct {
+            std::size_t memory;
+            std::size_t more;
+            std::size_t known; ///< at the fewest
+            bool takes;        ///< of the memory that several share
+        } rows[] = {
+            {1000, 1U << 20, 50, false},       // next to no text comes again before it is forgotten
+            {10'000, 1U << 20, 2000, true},    // one in some does, and more memory is enough
+            {10'000, 9000, 500, false},        // the same where too little is left
+            {1U << 20, 1U << 20, 3000, false}, // all are known
+        };
+        for (const auto& row : rows) {
+            std::size_t more = row.more;
+            ColumnReader columnReader(attribute, row.memory, more);
             std::map<std::string, std::uint64_t> left;
             std::mt19937 random(1);
             std::size_t known = 0;
@@ -51,6 +63,7 @@ TEST(ColumnReader, ReadsAsTheFieldReaderDoes)
                     fieldReader.Read(text, expected, expectedFault) != FieldReader::Result::Refused;
                 std::string_view form;
                 TextFault fault;
+                columnReader.Expect(text);
                 ASSERT_EQ(columnReader.Read(text, form, fault), taken) << text;
                 EXPECT_EQ(fault.reason, expectedFault.reason);
                 if (!taken)
@@ -62,7 +75,8 @@ TEST(ColumnReader, ReadsAsTheFieldReaderDoes)
                 }
                 left[text] = columnReader.Memo().key = i;
             }
-            EXPECT_GT(known, memory > 10000 ? 3000U : 50U) << type;
+            EXPECT_GT(known, row.known) << type << ' ' << row.memory;
+            EXPECT_EQ(more < row.more, row.takes) << type << ' ' << row.memory;
         }
     }
 }

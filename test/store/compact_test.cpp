@@ -6,7 +6,6 @@
 #include "query/scan.h"
 
 #include <atomic>
-#include <fstream>
 #include <thread>
 
 namespace
@@ -90,7 +89,7 @@ TEST_P(Compacting, GoesOnBesideWriters)
     });
     const auto store = Open();
     std::uint64_t gone = 0;
-    for (int round = 0; round < 1000 && (gone == 0 || round < 20 || changes < 50); ++round) {
+    for (int round = 0; round < 10'000 && (gone == 0 || round < 20 || changes < 50); ++round) {
         try {
             gone += store->Compact();
         } catch (const Error& error) { // it came to nothing ten times, as is its right
@@ -104,15 +103,11 @@ TEST_P(Compacting, GoesOnBesideWriters)
     EXPECT_EQ(CheckRows(*store->Read(), Scratch(), told), 0U) << told.str();
 }
 
-TEST(Cleaning, OfAFileTakesWhatAKilledImportLeft)
+TEST(Cleaning, OfAFileLeavesALoaderAtWork)
 {
     FilePlace place;
     Create(place, {{Space::Blocks, {{"a", "1"}}}});
     EXPECT_EQ(Clean(place.Path()), 0U);
-    std::ofstream(place.Path() + ".new") << "half a store";
-    EXPECT_EQ(Clean(place.Path()), 1U);
-    EXPECT_FALSE(StoreExists(place.Path() + ".new"));
-    EXPECT_EQ(place.Open(Mode::Read)->Read()->GetOne(Space::Blocks, "a"), "1");
     FilePlace other;
     const auto loader = other.Load();
     EXPECT_THROW(Clean(other.Path()), Error) << "a loader is at work";

@@ -16,8 +16,9 @@
 
 using ko::store::Error;
 
-/// Runs a piece of a test in a process of its own and returns how that ended: 0 where it held.
-inline int InProcess(const std::function<bool()>& piece, int killAfter = 0)
+/// Starts a piece of a test in a process of its own. While other threads are at work, what they
+/// hold stays held there.
+inline pid_t StartProcess(const std::function<bool()>& piece)
 {
     const pid_t child = fork();
     if (child == 0) {
@@ -29,13 +30,25 @@ inline int InProcess(const std::function<bool()>& piece, int killAfter = 0)
         }
         _exit(held ? 0 : 1);
     }
+    return child;
+}
+
+/// Waits for a process and returns how it ended: 0 where its piece held.
+inline int EndOf(pid_t child)
+{
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : WTERMSIG(status) + 1000;
+}
+
+inline int InProcess(const std::function<bool()>& piece, int killAfter = 0)
+{
+    const pid_t child = StartProcess(piece);
     if (killAfter > 0) {
         usleep(static_cast<useconds_t>(killAfter));
         kill(child, SIGKILL);
     }
-    int status = 0;
-    waitpid(child, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : WTERMSIG(status) + 1000;
+    return EndOf(child);
 }
 
 inline std::string Sentence(const std::function<void()>& call)

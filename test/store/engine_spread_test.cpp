@@ -11,6 +11,7 @@
 #include "object/object_store.h"
 #include "query/predicate.h"
 #include "query/scan.h"
+#include "schema/field_reader.h"
 
 #include <sstream>
 
@@ -194,6 +195,39 @@ TEST_F(SpreadStore, AnswersAsAFileDoes)
     EXPECT_EQ(Check(address), "");
 }
 
+// The second server is met after a change that the coordinator's moment does not have.
+TEST_F(SpreadStore, ReadsWhatCameAfterItsCounts)
+{
+    const std::string address = Prepare("later", "02");
+    ImportSample(address, 400);
+    const auto store = ObjectStore::Open(address, Mode::Change);
+    const auto form = [&](unsigned i) {
+        std::string bytes;
+        TextFault fault;
+        FieldReader(store->About().schema.attributes[kSpecies])
+            .Read(i == 0 ? std::string(3000, 'l') : "later " + std::to_string(i / 2), bytes, fault);
+        return bytes;
+    };
+    const auto early = store->Read();
+    std::vector<std::uint64_t> numbers;
+    store->Change([&](ObjectChange& change) {
+        numbers.clear();
+        std::vector<std::string> forms;
+        for (std::size_t i = 0; i < change.GetSchema().attributes.size(); ++i)
+            forms.push_back(change.Form(1, i));
+        for (unsigned i = 0; i < 160; ++i) {
+            forms[kSpecies] = form(i);
+            numbers.push_back(
+                change.Insert(std::vector<std::string_view>(forms.begin(), forms.end())));
+        }
+    });
+    std::string room;
+    for (unsigned i = 0; i < 160; ++i)
+        EXPECT_EQ(early->Value(numbers[i], kSpecies, room), form(i)) << i;
+    EXPECT_TRUE(early->HasChanged());
+    EXPECT_EQ(Check(address), "");
+}
+
 // One server is asked for what lies on one, and nothing is joined by the coordinator.
 TEST_F(SpreadStore, AsksTheServersThatHaveIt)
 {
@@ -245,7 +279,7 @@ TEST_F(SpreadStore, ServesWhatIsThereWhenAServerIsDown)
         EXPECT_NE(sentence.find("could not connect to server \"s1\" (08001)"), std::string::npos)
             << sentence;
     EXPECT_LT(std::chrono::steady_clock::now() - start, 8s) << "nothing is tried for long";
-    EXPECT_TRUE(Servers().servers[1].Start());
+    EXPECT_EQ(Servers().servers[1].Start(), "");
     state(3, 399);
     EXPECT_EQ(Check(address), "");
 }
@@ -263,7 +297,7 @@ TEST_F(SpreadStore, LeavesAtMostEntriesTooMany)
         const std::string address = SpreadServers::Coordinator().Address(
             name, "postgres", proxy == &client ? client.Folder() : "");
         // The first ones read; what there is to change, and how many they are, varies.
-        for (int piece = 1, untouched = 0; untouched < 2; piece += piece < 12 ? 6 : 4) {
+        for (int piece = 1, untouched = 0; untouched < 2; piece += piece < 12 ? 6 : 3) {
             const auto store = ObjectStore::Open(address, Mode::Change);
             const auto other = static_cast<std::uint64_t>(10 + (piece + harmed) % 80);
             const auto forms = [&](std::uint64_t number) {
@@ -308,7 +342,7 @@ TEST_F(SpreadStore, LeavesAtMostEntriesTooMany)
             harmed += wasHarmed ? 1 : 0;
         }
     }
-    EXPECT_GT(inPart, 1);
+    EXPECT_GT(inPart, 0);
     EXPECT_GT(harmed, 10);
 }
 

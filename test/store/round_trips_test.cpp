@@ -3,6 +3,7 @@
 
 #include "query/predicate.h"
 #include "query/scan.h"
+#include <kostore.h>
 
 namespace
 {
@@ -78,6 +79,12 @@ TEST(RoundTrips, OfFinds)
         call();
         return proxy.Trips() - before;
     };
+    // What went wrong is not asked for a second time.
+    const int opens = trips([&] { OpenEngine(place.Address(), Mode::Read); });
+    DatabasePlace none(proxy.Folder());
+    EXPECT_LE(
+        trips([&] { EXPECT_THROW(ko::store::Store::Open(none.Address()), ko::store::Error); }),
+        opens);
     Find(*store.Read(), kObjects, nullptr, 3);
     const struct {
         const char* reason;
@@ -102,6 +109,47 @@ TEST(RoundTrips, OfFinds)
     EXPECT_FALSE(store.Read()->GetSchema().attributes[1].index);
     store.AddIndex(1);
     EXPECT_TRUE(store.Read()->GetSchema().attributes[1].index);
+}
+
+// What a program or a user asks takes no more, whatever finds the objects.
+TEST(RoundTrips, OfCursors)
+{
+    if (const std::string why = DatabasePlace().WhyNot(); !why.empty())
+        GTEST_SKIP() << why;
+    SocketProxy proxy(PostgresServer::Shared().Socket());
+    DatabasePlace place(proxy.Folder());
+    ASSERT_NO_FATAL_FAILURE(FillServer(place));
+    const auto store = ko::store::Store::Open(place.Address());
+    // The end of the snapshot before and the beginning of this one; and what a plan asks: the ends
+    // of an index, their objects, and null values.
+    constexpr int kBegin = 2;
+    constexpr int kPlan = kBegin + 5;
+    constexpr int kPages = 4; // of an index of numbers that each are one object's, or of blocks
+    const struct {
+        const char* reason;
+        ko::store::Query query;
+        std::uint64_t found;
+        int most;
+    } kCases[] = {
+        {"an index alone, and a dictionary", {"id <= 12000", {"kind"}}, 12'000, kPlan + kPages + 4},
+        {"few of an index", {"id <= 9", {"@id", "kind"}}, 9, kPlan + 2},
+        {"with tests", {"id <= 12000 and kind != \"kind 7\"", {"id"}}, 11'996, kPlan + kPages + 3},
+        {"values by themselves", {"id <= 12000"}, 12'000, kPlan + kPages + 3 + 3},
+        {"all", {"", {"kind", "id"}}, kObjects, kBegin + kPages},
+        {"all, with values by themselves", {}, kObjects, kBegin + kPages + 8},
+        {"no index", {"kind < \"kind 2\"", {"kind"}}, 11'120, kBegin + kPages},
+        {"the order of an index", {"", {"id"}, "id", true}, kObjects, kBegin + kPages + 2 + 8},
+        {"another order", {"", {"id"}, "kind"}, kObjects, kBegin + kPages},
+    };
+    for (const auto& c : kCases) {
+        const int before = proxy.Trips();
+        std::uint64_t found = 0;
+        auto cursor = store.Select(c.query);
+        for (auto batch = cursor.Next(); !batch.Empty(); batch = cursor.Next())
+            found += batch.Rows();
+        EXPECT_EQ(found, c.found) << c.reason;
+        EXPECT_LE(proxy.Trips() - before, c.most) << c.reason;
+    }
 }
 
 } // namespace

@@ -9,6 +9,7 @@
 #include <fstream>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include <unistd.h>
 
@@ -37,8 +38,9 @@ public:
         m_folder = mkdtemp(name.data());
         if (geteuid() == 0)
             std::system(("chown postgres " + m_folder).c_str());
-        if (!Run("initdb -A trust -U postgres -E UTF8 --no-sync -D " + Data()) || !Start())
-            m_whyNot = "a server of PostgreSQL could not be started in " + m_folder;
+        m_whyNot = Run("initdb -A trust -U postgres -E UTF8 --no-sync -D " + Data())
+                       ? Start()
+                       : "a server of PostgreSQL could not be set up in " + m_folder;
     }
     ~PostgresServer()
     {
@@ -76,25 +78,45 @@ public:
         return "store " + std::to_string(getpid()) + "." + std::to_string(++last);
     }
 
-    bool Start()
+    /// Starts it again after it was killed. Returns why it could not, with the end of its log, or
+    /// nothing.
+    std::string Start()
     {
         // A crash of the machine is not what the tests are about.
-        return Run("pg_ctl -D " + Data() + " -w -t 120 -l " + m_folder +
-                   "/log -o \"-c listen_addresses='' -c fsync=off -c max_connections=60 "
-                   "-c unix_socket_directories=" +
-                   m_folder + "\" start");
+        const std::string command =
+            "pg_ctl -D " + Data() + " -w -t 120 -l " + Log() +
+            " -o \"-c listen_addresses='' -c fsync=off -c max_connections=60 "
+            "-c unix_socket_directories=" +
+            m_folder + "\" start";
+        // What somebody else is just looking at lets go of the shared memory only after it has
+        // ended, for all that can be seen.
+        for (int attempts = 0;; ++attempts) {
+            std::filesystem::remove(Log());
+            if (Run(command))
+                return "";
+            const std::string log = LogEnd();
+            if (attempts == 50 || log.find("shared memory block") == std::string::npos)
+                return "a server of PostgreSQL could not be started in " + m_folder + ":\n" + log;
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        }
     }
-    /// Kills the server and all that it started, and waits for their end.
+    /// Kills the server and all that it started, and waits for their end. Nothing else may start
+    /// it meanwhile.
     void Kill() const
     {
+        // The server before its children, or it would be told of their end and start others. One
+        // that it makes at this moment may be missed by one look, but not by the next one.
         std::ifstream file(Data() + "/postmaster.pid");
         pid_t server = 0;
-        file >> server;
-        file.close();
-        kill(server, SIGKILL);
-        // Its children hold on to the shared memory until they notice.
-        for (int i = 0; i < 1000 && HasChildren(); ++i)
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        if (file >> server)
+            kill(server, SIGKILL);
+        for (int looks = 0, nobody = 0; looks < 1000 && nobody < 2; ++looks) {
+            const std::vector<pid_t> left = AtWork();
+            nobody = left.empty() ? nobody + 1 : 0;
+            for (const pid_t process : left)
+                kill(process, SIGKILL);
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
         // Its number may still be taken, by what nobody has waited for.
         std::filesystem::remove(Data() + "/postmaster.pid");
         std::filesystem::remove(Socket() + ".lock");
@@ -121,15 +143,25 @@ private:
         const std::string as = geteuid() == 0 ? "runuser -u postgres -- " : "";
         return std::system(("cd / && " + as + m_bin + command + " >/dev/null 2>&1").c_str()) == 0;
     }
-    /// Its children work in the folder of its files.
-    bool HasChildren() const
+    std::string Log() const { return m_folder + "/log"; }
+    std::string LogEnd() const
     {
+        std::ifstream file(Log());
+        const std::string log(std::istreambuf_iterator<char>(file), {});
+        return log.size() > 2000 ? log.substr(log.size() - 2000) : log;
+    }
+    /// The server and all that it started work in the folder of its files.
+    std::vector<pid_t> AtWork() const
+    {
+        std::vector<pid_t> found;
         std::error_code ignored;
         for (const auto& entry : std::filesystem::directory_iterator("/proc", ignored)) {
-            if (std::filesystem::read_symlink(entry.path() / "cwd", ignored) == Data())
-                return true;
+            if (std::filesystem::read_symlink(entry.path() / "cwd", ignored) != Data())
+                continue;
+            if (const pid_t process = std::atoi(entry.path().filename().c_str()); process > 0)
+                found.push_back(process);
         }
-        return false;
+        return found;
     }
 
     std::string m_bin;

@@ -114,6 +114,13 @@ public:
     int Trips() const { return m_trips; }
 
 private:
+    /// What comes next is the end of a connection, which nobody waits for.
+    static bool IsLeaving(int client)
+    {
+        char first = 0;
+        return recv(client, &first, 1, MSG_PEEK | MSG_DONTWAIT) <= 0 || first == 'X';
+    }
+
     static constexpr std::string_view kSync{"S\0\0\0\4", 5};
 
     static std::string Message(char type, const std::string& body)
@@ -173,7 +180,7 @@ private:
             if (both[1].revents != 0) {
                 open = Pass(server, client, &answered);
             } else if (both[0].revents != 0) {
-                m_trips += answered ? 1 : 0;
+                m_trips += answered && !IsLeaving(client) ? 1 : 0;
                 answered = false;
                 if (IsPlanned(client)) {
                     open = Do(client, server);

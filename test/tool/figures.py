@@ -1,7 +1,9 @@
 #!/usr/bin/env python3
 """What kotm answers about the example data is what Python's csv module counts: figures.py ROOT KOTM"""
+import collections
 import csv
 import datetime
+import json
 import pathlib
 import subprocess
 import sys
@@ -67,5 +69,20 @@ with tempfile.TemporaryDirectory() as folder:
     if latest != [f"{day:%d.%m.%Y}" for day in sorted(row["date"] for row in rows)[:-51:-1]]:
         print(f"the 50 latest: {latest}")
         faults += 1
-print(f"{len(QUESTIONS) + 2} questions, {faults} faults")
+    # So few objects are counted, not estimated.
+    for name, text in (("speed", lambda value: str(value)), ("date", lambda value: f"{value:%Y-%m-%d}")):
+        counts = collections.Counter(row[name] for row in rows)
+        nulls = counts.pop(None, 0)
+        told = json.loads(run("stats", store, name, "--output", "json"))["attributes"][0]
+        common = {one["value"]: one["objects"] for one in told["common"]}
+        low, high = min(counts), max(counts)
+        expected = {"nulls": nulls, "distinct": len(counts), "exact": True, "lowest": text(low), "highest": text(high)}
+        of_text = {text(value): count for value, count in counts.items()}
+        least = sorted(counts.values())[-min(200, len(counts))]
+        if ({key: told[key] for key in expected} != expected or len(common) != min(200, len(counts)) or
+                any(of_text[value] != count or count < least for value, count in common.items()) or
+                sum(common.values()) + sum(one["objects"] for one in told["histogram"]) != len(rows) - nulls):
+            print(f"statistics of {name}: {told}")
+            faults += 1
+print(f"{len(QUESTIONS) + 4} questions, {faults} faults")
 sys.exit(bool(faults))

@@ -1,6 +1,7 @@
 #include "arguments.h"
 #include "explain.h"
 #include "query.h"
+#include "statistics.h"
 #include "store_commands.h"
 #include "text.h"
 #include "type_commands.h"
@@ -9,6 +10,7 @@
 #include <kostore.h>
 #include <kotms.h>
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -69,6 +71,8 @@ public:
         AddImport();
         AddQuery();
         AddExplain();
+        AddStats();
+        AddAnalyze();
         AddCheck();
         AddIndex();
         AddReindex();
@@ -192,7 +196,7 @@ private:
             if (rejects->count() != 0 && m_import.rejects.empty())
                 throw Error(ErrorCode::Usage, "--rejects: the name of a file is missing");
             m_import.progress = isatty(STDERR_FILENO) != 0;
-            EndOnBrokenPages();
+            EndOnBrokenPages("kotm: ");
             return Import(m_import, std::cerr).rejected == 0 ? Exit::Done : Exit::Rejected;
         });
     }
@@ -225,7 +229,7 @@ private:
                 RowWriter::Kind::Table, RowWriter::Kind::Csv, RowWriter::Kind::Json};
             m_query.output = kKinds[ReadWord("--output", m_output, {"table", "csv", "json"})];
             m_query.toTerminal = isatty(STDOUT_FILENO) != 0;
-            EndOnBrokenPages();
+            EndOnBrokenPages("kotm: ");
             Query(m_query, std::cout);
             return Exit::Done;
         });
@@ -236,12 +240,49 @@ private:
         CLI::App* command =
             m_app.add_subcommand("explain", "Show how a query would find its objects");
         command->add_option("STORE", m_explain.store, "Store")->required();
-        command->add_option("PREDICATE", m_explain.predicate, "As for query")->required();
+        command->add_option("PREDICATE", m_explain.query.predicate, "As for query")->required();
+        CLI::Option* order =
+            command->add_option("--order", m_explain.query.order, "Attribute to sort by");
+        command->add_flag("--desc", m_explain.query.descending, "Largest first")->needs(order);
+        command->add_option("--limit", m_limit, "At most so many rows");
         command->add_option("--output", m_output, "table or json")->capture_default_str();
         On(command, [this] {
+            if (m_limit)
+                m_explain.query.limit = ReadCount("--limit", *m_limit);
             m_explain.json = ReadWord("--output", m_output, {"table", "json"}) == 1;
-            EndOnBrokenPages();
+            EndOnBrokenPages("kotm: ");
             Explain(m_explain, std::cout);
+            return Exit::Done;
+        });
+    }
+
+    void AddStats()
+    {
+        CLI::App* command =
+            m_app.add_subcommand("stats", "Show what is known of the values of attributes");
+        command->add_option("STORE", m_statistics.store, "Store")->required();
+        command->add_option("ATTRIBUTE", m_statistics.attribute,
+                            "One attribute, with its common values and the histogram");
+        command->add_option("--output", m_output, "table or json")->capture_default_str();
+        On(command, [this] {
+            m_statistics.json = ReadWord("--output", m_output, {"table", "json"}) == 1;
+            winsize size{};
+            if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col != 0)
+                m_statistics.width = size.ws_col;
+            EndOnBrokenPages();
+            ShowStatistics(m_statistics, std::cout);
+            return Exit::Done;
+        });
+    }
+
+    void AddAnalyze()
+    {
+        CLI::App* command = m_app.add_subcommand(
+            "analyze", "Make the statistics of a store anew, from its objects");
+        command->add_option("STORE", m_changed, "Store")->required();
+        On(command, [this] {
+            EndOnBrokenPages();
+            Analyze(m_changed, std::cerr);
             return Exit::Done;
         });
     }
@@ -251,7 +292,7 @@ private:
         CLI::App* command = m_app.add_subcommand("check", "Look for damage in a store");
         command->add_option("STORE", m_checked, "Store")->required();
         On(command, [this] {
-            EndOnBrokenPages();
+            EndOnBrokenPages("kotm: ");
             return Check(m_checked, std::cout) ? Exit::Done : Exit::Damaged;
         });
     }
@@ -264,7 +305,7 @@ private:
         command->add_option("ATTRIBUTE", m_attribute, "Attribute")->required();
         On(command, [this] {
             const bool drops = ReadWord("ACTION", m_action, {"add", "drop"}) == 1;
-            EndOnBrokenPages();
+            EndOnBrokenPages("kotm: ");
             ChangeIndex(m_changed, m_attribute, drops);
             return Exit::Done;
         });
@@ -276,7 +317,7 @@ private:
             "reindex", "Make all indexes anew, under the order of this program");
         command->add_option("STORE", m_changed, "Store")->required();
         On(command, [this] {
-            EndOnBrokenPages();
+            EndOnBrokenPages("kotm: ");
             Store::Open(m_changed, ko::store::Mode::Grow).Reindex();
             return Exit::Done;
         });
@@ -289,7 +330,7 @@ private:
         command->add_option("FROM", m_checked, "Store")->required();
         command->add_option("TO", m_changed, "Address where there is none")->required();
         On(command, [this] {
-            EndOnBrokenPages();
+            EndOnBrokenPages("kotm: ");
             const std::uint64_t objects = ko::store::Copy(m_checked, m_changed);
             std::cerr << "objects copied " << objects << '\n';
             return Exit::Done;
@@ -302,7 +343,7 @@ private:
             m_app.add_subcommand("compact", "Join the small rows that changes leave in indexes");
         command->add_option("STORE", m_changed, "Store")->required();
         On(command, [this] {
-            EndOnBrokenPages();
+            EndOnBrokenPages("kotm: ");
             const std::uint64_t rows = Store::Open(m_changed, ko::store::Mode::Change).Compact();
             std::cerr << "index rows joined " << rows << '\n';
             return Exit::Done;
@@ -348,6 +389,7 @@ private:
     ImportRequest m_import;
     QueryRequest m_query;
     ExplainRequest m_explain;
+    StatisticsRequest m_statistics;
     std::vector<std::string> m_prints;
     std::optional<std::string> m_columns;
     std::optional<std::string> m_limit;
