@@ -139,7 +139,8 @@ KO_API ko_status ko_pack_with(const ko_settings* settings, int type, const char*
 KO_API ko_status ko_pack_null(int type, ko_order order, void* out, size_t* size);
 /* Writes the text of a stored value as UTF-8, and a terminator after it where there is room for it;
  * `*size` does not count that. A null format gives a text that ko_pack reads back as the same
- * value. KO_TOO_LONG where the text is. */
+ * value, but for half a surrogate pair, which is no character and becomes U+FFFD. KO_TOO_LONG where
+ * the text is. */
 KO_API ko_status ko_text(int type, const void* bytes, size_t length, ko_order order,
                          const char* format, char* out, size_t* size);
 KO_API ko_status ko_text_with(const ko_settings* settings, int type, const void* bytes,

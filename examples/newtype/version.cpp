@@ -113,10 +113,16 @@ struct VersionOps : ElementOps<KoVersion, VersionOps, KoVERSION_T> {
         PrintOne(text, version, nullptr);
         return text;
     }
+    // Appended at once, so that where memory runs out there is all of it or nothing.
     static void PrintOne(KoString& text, const KoVersion& version, const char*)
     {
-        text << int{version.Number(0)} << '.' << int{version.Number(1)} << '.'
-             << int{version.Number(2)};
+        char digits[3 * 6];
+        char* at = digits;
+        for (unsigned i = 0; i < kNumbers; ++i) {
+            at = std::to_chars(at, digits + sizeof digits, version.Number(i)).ptr;
+            *at++ = i + 1 < kNumbers ? '.' : '\0';
+        }
+        text << digits;
     }
     static void FromText(KoVersion& version, const KoString* text)
     {

@@ -176,11 +176,14 @@ struct IStringOps : ElementOps<T, IStringOps<T, id>, id> {
     {
         if (IsWholeText(format))
             format = nullptr; // there is no null value, so every text is itself
+        const MemoryWatch memory;
         KoString value;
         unsigned startsAt = 0;
         if (ParseString(value, text, format, errorAt, &startsAt) != 0)
             return -1;
         const unsigned lacking = Narrow(element, value, true);
+        if (memory.HasRunOut())
+            return KoRC_NO_MEMORY;
         if (lacking == value.Len())
             return 0;
         errorAt = startsAt + lacking;

@@ -1,12 +1,14 @@
 #ifndef KO_CORE_VALUE_OPS_H
 #define KO_CORE_VALUE_OPS_H
 
+#include "core/memory_watch.h"
 #include "core/record.h"
 
 #include <kostring.h>
 
 #include <cstddef>
 #include <new>
+#include <type_traits>
 
 namespace ko
 {
@@ -56,11 +58,14 @@ private:
 template <class Print>
 KoTypeConvertData* MakeTextRecord(unsigned count, Print print)
 {
+    const MemoryWatch memory;
     TextArray texts(count);
     if (!texts)
         return nullptr;
     for (unsigned i = 0; i < count; ++i)
         print(texts[i], i);
+    if (memory.HasRunOut()) // a text is not whole
+        return nullptr;
     KoTypeConvertData* record = KoTypeConvertData::Make(KoSTRING_T, count, texts.Get(), nullptr);
     if (record != nullptr)
         texts.Take();
@@ -73,6 +78,7 @@ KoTypeConvertData* MakeTextRecord(unsigned count, Print print)
 template <class Ops, class T, class Read>
 void* ReadTextRecord(KoTypeConvertData* data, unsigned count, Read read)
 {
+    const MemoryWatch memory;
     auto* elements = static_cast<T*>(Ops::Create(count));
     for (unsigned i = 0; elements != nullptr && i < count; ++i) {
         // The index is signed: beyond its range a record has no text.
@@ -82,7 +88,7 @@ void* ReadTextRecord(KoTypeConvertData* data, unsigned count, Read read)
             text = nullptr;
         read(elements[i], text);
     }
-    return elements;
+    return elements != nullptr && memory.HasRunOut() ? Ops::Destroy(elements, count) : elements;
 }
 
 /// The default value of scalar and value types: what the type converts from empty texts.
@@ -119,9 +125,16 @@ struct ValueOps : NoOps {
     static void* Create(unsigned count)
     {
         void* array = AllocateElements(sizeof(T), count);
-        if (array != nullptr)
+        if (array == nullptr)
+            return nullptr;
+        if constexpr (std::is_trivially_destructible_v<T>) {
             Construct(array, count, 0);
-        return array;
+            return array;
+        } else {
+            const MemoryWatch memory;
+            Construct(array, count, 0);
+            return memory.HasRunOut() ? Destroy(array, count) : array;
+        }
     }
 
     static void* Destroy(void* array, unsigned count)

@@ -1,5 +1,10 @@
+#include "caseless/text.h"
 #include "interface/call.h"
 #include "manager/read_text.h"
+
+#include <koistring.h>
+
+#include <algorithm>
 
 using namespace ko;
 
@@ -59,6 +64,22 @@ bool Print(o_char id, void* value, const char* format, KoString& text)
     return text.ByteSize() != KoString::kMaxBytes;
 }
 
+/// Writes a case-insensitive text that is longer than a text of 16 bits, a part at a time: no code
+/// set of 8 bits has all characters of Windows-1252 and the controls in the places that it leaves
+/// free.
+void WriteParts(Utf8Writer& writer, o_char id, const KoIStringText& whole, const char* format)
+{
+    constexpr unsigned kPart = KoIStringText::kMaxLength / 2;
+    for (unsigned at = 0; at < whole.Len(); at += kPart) {
+        ScopedValue part(id);
+        CaselessAccess::Set(*static_cast<KoIStringText*>(part.Get()), whole.StrGet() + at,
+                            std::min(whole.Len() - at, kPart), whole.Flag());
+        KoString text(KoCS_UNICODE, KoString::GetDefaultLanguage());
+        Print(id, part.Get(), format, text);
+        writer.Write(text);
+    }
+}
+
 /// The text of a value as UTF-8.
 ko_status PrintAsUtf8(o_char id, void* value, const char* format, const Room& room)
 {
@@ -69,16 +90,21 @@ ko_status PrintAsUtf8(o_char id, void* value, const char* format, const Room& ro
         writer.Write(text);
         return room.Takes(writer.Finish());
     }
+    const bool isWhole = format == Manager().TextFormatGet(id);
+    if (isWhole && (id == KoISTRING_T || id == KoCASEISTRING_T)) {
+        WriteParts(writer, id, *static_cast<const KoIStringText*>(value), format);
+        return room.Takes(writer.Finish());
+    }
     // One of 8 bits may be twice as long.
     const unsigned char codeSet = id == KoSTRING_T ? static_cast<const KoString*>(value)->CodeSet()
                                                    : KoString::GetDefault8CodeSet();
     KoString narrow(codeSet, KoString::GetDefaultLanguage());
     const bool whole = Print(id, value, format, narrow) && narrow.Len() >= text.Len();
     // A string that fills its room to the last character is no cut one.
-    const bool isFull = id == KoSTRING_T && format == Manager().TextFormatGet(id);
+    const bool isFull = id == KoSTRING_T && isWhole;
     if (!whole && !isFull)
         return KO_TOO_LONG;
-    writer.Write(isFull ? *static_cast<const KoString*>(value) : narrow);
+    writer.Write(whole ? narrow : *static_cast<const KoString*>(value));
     return room.Takes(writer.Finish());
 }
 

@@ -1,6 +1,7 @@
 #include "manager/read_text.h"
 
 #include "character/utf8.h"
+#include "core/memory_watch.h"
 
 #include <kombs.h>
 #include <kostring.h>
@@ -125,11 +126,16 @@ int KoTypeMgr::ReadText(o_char id, void* value, const char* utf8, std::size_t le
         at = length;
         return KoRC_OK;
     }
+    const MemoryWatch memory;
     KoString text(KoCS_LATIN1, KoString::GetDefaultLanguage());
     if (const int result = ToString(text, utf8, length, at); result != 0)
         return result;
     unsigned errorAt = 0;
     const int result = ReadWhole(*this, type, id, value, text, format, errorAt);
+    if (memory.HasRunOut() && result != 0) {
+        at = 0;
+        return KoRC_NO_MEMORY;
+    }
     at = result == 0 ? length : ByteOf(errorAt, utf8, length, text.Width() == 2);
     return result;
 }

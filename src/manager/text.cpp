@@ -159,6 +159,7 @@ KoString Piece(const KoString& text, unsigned begin, unsigned end)
 
 KoString* KoTypeMgr::ConvertToKoStringOld(void* value, o_char id, unsigned count) const
 {
+    const MemoryWatch memory;
     const std::unique_ptr<KoTypeConvertData> record(ConvertTo(id, value, count));
     if (record == nullptr)
         return nullptr;
@@ -172,7 +173,7 @@ KoString* KoTypeMgr::ConvertToKoStringOld(void* value, o_char id, unsigned count
         if (text != nullptr)
             *joined += *text;
         *joined << delimiter;
-        if (joined->Len() != length) { // cut off, or without memory
+        if (joined->Len() != length || memory.HasRunOut()) { // cut off, or without memory
             Delete(KoSTRING_T, joined, 1);
             return nullptr;
         }
@@ -182,6 +183,7 @@ KoString* KoTypeMgr::ConvertToKoStringOld(void* value, o_char id, unsigned count
 
 void* KoTypeMgr::ConvertFromKoStringOld(KoString* text, o_char id, unsigned count) const
 {
+    const MemoryWatch memory;
     const unsigned length = text->Len();
     const unsigned short delimiter = length == 0 ? ',' : CharAt(*text, length - 1);
     unsigned pieces = 1;
@@ -199,7 +201,10 @@ void* KoTypeMgr::ConvertFromKoStringOld(KoString* text, o_char id, unsigned coun
         *next++ = Piece(*text, begin, at);
         begin = at + 1;
     }
+    void* const made = Call<&KoTypeDescriptor::convertFrom>(*m_table, id, &record, count);
+    if (memory.HasRunOut())
+        return Delete(id, made, count);
     // The last character is a delimiter, so every character has been taken.
     text->Cut(0, static_cast<short>(KoString::kToEnd));
-    return Call<&KoTypeDescriptor::convertFrom>(*m_table, id, &record, count);
+    return made;
 }

@@ -1,6 +1,7 @@
 #ifndef KO_SCALAR_NULLABLE_H
 #define KO_SCALAR_NULLABLE_H
 
+#include "core/memory_watch.h"
 #include "core/sort_key.h"
 #include "scalar/ops.h"
 #include "string/null_text.h"
@@ -219,7 +220,10 @@ struct NullOps : ElementOps<KoNull<typename Base::Value>, NullOps<Base, id>, id>
     static void ScanOne(Element& element, const KoString& text, const char* format)
     {
         // A null print string may begin as numbers do: "-" must not take "-5" for null.
+        const MemoryWatch memory;
         const bool isNull = MeansNullOrIsEmpty(text, true);
+        if (memory.HasRunOut()) // whether it is cannot be told
+            return;
         if (!isNull && Text::Scan(element.value, text, format))
             element.null = 0;
         else if (isNull || MeansNullOrIsEmpty(text, false))

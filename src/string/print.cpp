@@ -1,6 +1,7 @@
 #include "string/print.h"
 
 #include "collation/text.h"
+#include "core/memory_watch.h"
 #include "core/whole_text.h"
 #include "number/format.h"
 #include "string/null_text.h"
@@ -8,6 +9,7 @@
 #include <kotypemgr.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace ko
 {
@@ -103,7 +105,11 @@ KoString& PrintString(KoString& text, const KoString& value, const char* format)
 
 void ScanString(KoString& value, const KoString& text, const char* format)
 {
-    if (MeansNull(text, true)) {
+    const MemoryWatch memory;
+    const bool isNull = MeansNull(text, true);
+    if (memory.HasRunOut()) // whether it is cannot be told
+        return;
+    if (isNull) {
         value.SetNullValue();
         return;
     }
@@ -112,6 +118,7 @@ void ScanString(KoString& value, const KoString& text, const char* format)
 
 bool ScanNonNullString(KoString& value, const KoString& text, const char* format)
 {
+    const MemoryWatch memory;
     const NumFormat parsed = ParseStringFormat(format);
     const KoString prefix = Literal(parsed.prefix, parsed.prefixEnd);
     const KoString suffix = Literal(parsed.suffix, parsed.suffixEnd);
@@ -124,22 +131,30 @@ bool ScanNonNullString(KoString& value, const KoString& text, const char* format
         count -= ending;
     if (parsed.width != 0)
         count = std::min(count, parsed.width);
-    value = Part(text, begin, count);
+    KoString part = Part(text, begin, count);
+    if (memory.HasRunOut())
+        return false;
+    value = std::move(part);
     return true;
 }
 
 int ParseString(KoString& value, const KoString& text, const char* format, unsigned& errorAt,
                 unsigned* startsAt)
 {
+    const MemoryWatch memory;
+    // The value stays as it was where memory ran out on the way to the new one.
+    const auto become = [&value, &memory](auto&& made) {
+        if (!memory.HasRunOut())
+            value = std::forward<decltype(made)>(made);
+        return memory.HasRunOut() ? +KoRC_NO_MEMORY : 0;
+    };
     const bool whole = IsWholeText(format);
     if (text.IsNullValue() || (whole && MeansNull(text, true))) {
         value.SetNullValue();
         return 0;
     }
-    if (whole) {
-        value = IsEscapedNull(text) ? Part(text, 1, text.Len() - 1U) : text;
-        return 0;
-    }
+    if (whole)
+        return IsEscapedNull(text) ? become(Part(text, 1, text.Len() - 1U)) : become(text);
     const NumFormat parsed = ParseStringFormat(format);
     const KoString prefix = Literal(parsed.prefix, parsed.prefixEnd);
     const KoString suffix = Literal(parsed.suffix, parsed.suffixEnd);
@@ -160,10 +175,9 @@ int ParseString(KoString& value, const KoString& text, const char* format, unsig
     if (parsed.precision >= 0 &&
         end - begin > std::max(parsed.width, static_cast<unsigned>(parsed.precision)))
         return fail(begin + std::max(parsed.width, static_cast<unsigned>(parsed.precision)));
-    value = Part(text, begin, end - begin);
     if (startsAt != nullptr)
         *startsAt = begin;
-    return 0;
+    return become(Part(text, begin, end - begin));
 }
 
 } // namespace ko

@@ -1,5 +1,4 @@
 #include "support/bounds.h"
-#include "support/failing_heap.h"
 #include "support/value.h"
 
 #include <gtest/gtest.h>
@@ -148,47 +147,6 @@ TEST(Bounds, NarrowingLeavesSetEndsAlone)
     EXPECT_EQ(manager.EvalAndBound(Ko4B_T, nullptr, op, nullptr, KoFMT_MEMORY, 0, &none, nullptr),
               0.0F);
     EXPECT_EQ(none.low, nullptr) << "no element is read";
-}
-
-TEST(Bounds, AnEndStaysOpenWithoutMemory)
-{
-    o_4b value = 7;
-    unsigned short op = kEqual;
-    for (const int allocations : {0, 1}) {
-        Narrowed narrowed;
-        {
-            FailingHeap heap(allocations);
-            manager.EvalAndBound(Ko4B_T, nullptr, op, &value, KoFMT_MEMORY, 1, &narrowed, nullptr);
-            EXPECT_EQ(heap.HandlerCalls(), 2 - allocations);
-        }
-        EXPECT_EQ(narrowed.low != nullptr, allocations == 1);
-        EXPECT_EQ(narrowed.lowLen, allocations == 1 ? 4 : 0);
-        EXPECT_EQ(narrowed.high, nullptr);
-        EXPECT_EQ(narrowed.highLen, 0);
-    }
-}
-
-// Identities in memory know no order, and stored forms of texts have a test of their own.
-TEST(Bounds, ANarrowedRangeLosesNoMatch)
-{
-    Random random(20240229);
-    ForEachType([&random](const KoTypeMgr&, o_char id) {
-        if (manager.IsFixed(id) == 0)
-            return;
-        const FixtureArray fixtures(manager, id);
-        for (const unsigned char format : {KoFMT_LITTLE, KoFMT_BIG}) {
-            const auto make = [&](bool, bool) {
-                Bytes key =
-                    Stored(manager, id, fixtures[random.Below(fixtures.Count())], format, 1);
-                // Few values of a byte, so that many keys share a field.
-                for (std::size_t at = random.Below(2) == 0 ? 0 : key.size(); at < key.size(); ++at)
-                    key[at] =
-                        static_cast<unsigned char>(random.Below(random.Below(4) == 0 ? 256 : 3));
-                return key;
-            };
-            CheckConditions({manager, id, format, make}, random, 400, {KoCMP_PLAIN});
-        }
-    });
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-#include "support/operand.h"
+#include "support/keys.h"
 
 #include <ko.hpp>
 

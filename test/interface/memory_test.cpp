@@ -1,5 +1,3 @@
-#include "support/failing_heap.h"
-
 #include <gtest/gtest.h>
 #include <ko.hpp>
 
@@ -8,8 +6,8 @@
 #include <string>
 #include <vector>
 
-/// Memory that runs out inside the calls of ko.h and ko.hpp, in a process without a memory handler:
-/// every call gives its result or says so, whichever allocation fails, alone or with all after it.
+/// Memory of the program that runs out inside the calls of ko.hpp: every call gives its result or
+/// says so, whichever allocation fails. laws/memory_test has the memory of the library.
 
 namespace
 {
@@ -44,90 +42,10 @@ namespace
 
 using Bytes = std::vector<unsigned char>;
 
-/// What a call gave. Made before memory is made to fail, so that nothing of it allocates then.
-struct Answer {
-    ko_status status = KO_OK;
-    unsigned char bytes[4096] = {};
-    std::size_t size = sizeof bytes;
-    std::uint64_t number = 0;
-    int flag = 7;
-
-    bool operator==(const Answer& other) const
-    {
-        return status == other.status && size == other.size && number == other.number &&
-               flag == other.flag &&
-               std::equal(bytes, bytes + std::min(size, sizeof bytes), other.bytes);
-    }
-};
-
 struct Subject {
     int type;
     std::string text;
     Bytes stored, key;
-};
-
-const ko_settings* ownSettings = nullptr;
-int handlerCalls = 0;
-
-struct Call {
-    const char* name;
-    bool hasSettings;
-    ko_status (*run)(const Subject& of, Answer& to);
-};
-
-char* Chars(Answer& to)
-{
-    return reinterpret_cast<char*>(to.bytes);
-}
-
-constexpr Call kCalls[] = {
-    {"pack", true,
-     [](const Subject& of, Answer& to) {
-         return ko_pack_with(ownSettings, of.type, of.text.data(), of.text.size(), nullptr, KO_BIG,
-                             to.bytes, &to.size, nullptr);
-     }},
-    {"pack_null", false,
-     [](const Subject& of, Answer& to) {
-         return ko_pack_null(of.type, KO_BIG, to.bytes, &to.size);
-     }},
-    {"text", true,
-     [](const Subject& of, Answer& to) {
-         return ko_text_with(ownSettings, of.type, of.stored.data(), of.stored.size(), KO_BIG,
-                             nullptr, Chars(to), &to.size);
-     }},
-    {"convert", false,
-     [](const Subject& of, Answer& to) {
-         return ko_convert(of.type, of.stored.data(), of.stored.size(), KO_BIG, KO_LITTLE, to.bytes,
-                           &to.size);
-     }},
-    {"is_null", false,
-     [](const Subject& of, Answer& to) {
-         return ko_is_null(of.type, of.stored.data(), of.stored.size(), KO_BIG, &to.flag);
-     }},
-    {"compare", false,
-     [](const Subject& of, Answer& to) {
-         return ko_compare(of.type, of.stored.data(), of.stored.size(), of.stored.data(),
-                           of.stored.size(), KO_PLAIN, KO_BIG, &to.flag);
-     }},
-    {"key", false,
-     [](const Subject& of, Answer& to) {
-         return ko_key(of.type, of.stored.data(), of.stored.size(), KO_PLAIN, KO_BIG, to.bytes,
-                       &to.size);
-     }},
-    {"from_key", true,
-     [](const Subject& of, Answer& to) {
-         return ko_from_key_with(ownSettings, of.type, of.key.data(), of.key.size(), KO_PLAIN,
-                                 KO_BIG, to.bytes, &to.size);
-     }},
-    {"hash", false,
-     [](const Subject& of, Answer& to) {
-         return ko_hash(of.type, of.stored.data(), of.stored.size(), KO_PLAIN, KO_BIG, &to.number);
-     }},
-    {"collate", true,
-     [](const Subject& of, Answer& to) {
-         return ko_collate_with(ownSettings, of.text.data(), of.text.size(), of.text.data(),
-                                of.text.size(), KO_PLAIN, &to.flag);
-     }},
 };
 
 std::vector<Subject> Subjects()
@@ -166,48 +84,6 @@ std::vector<Subject> Subjects()
         subjects.push_back(subject);
     }
     return subjects;
-}
-
-TEST(Memory, RunsOutInNoCallUnsaid)
-{
-    const std::string nullText(400, 'n');
-    ko_settings settings = KO_SETTINGS;
-    settings.null_text = nullText.c_str();
-    settings.out_of_memory = [](void* context, std::size_t) { ++*static_cast<int*>(context); };
-    settings.context = &handlerCalls;
-    int refusals = 0;
-    for (const Subject& subject : Subjects()) {
-        for (const Call& call : kCalls) {
-            for (const ko_settings* chosen : {static_cast<const ko_settings*>(nullptr),
-                                              static_cast<const ko_settings*>(&settings)}) {
-                ownSettings = chosen;
-                Answer right;
-                right.status = call.run(subject, right);
-                for (const int failing : {1, std::numeric_limits<int>::max()}) {
-                    bool failed = true;
-                    for (int first = 0; failed; ++first) {
-                        Answer answer;
-                        handlerCalls = 0;
-                        {
-                            const FailingHeap heap(first, failing);
-                            KoSetMemoryHandler(nullptr); // the one that ends the process
-                            answer.status = call.run(subject, answer);
-                            failed = heap.HasFailed();
-                        }
-                        const bool refused = answer.status == KO_NO_MEMORY;
-                        refusals += refused ? 1 : 0;
-                        EXPECT_TRUE(refused ? failed : answer == right)
-                            << call.name << " of " << ko_type_name(subject.type) << ", allocation "
-                            << first << ": " << ko_status_text(answer.status);
-                        const bool toldSettings = chosen != nullptr && call.hasSettings;
-                        EXPECT_EQ(handlerCalls != 0, toldSettings && refused) << call.name;
-                        ASSERT_LT(first, 1000);
-                    }
-                }
-            }
-        }
-    }
-    EXPECT_GT(refusals, 200); // nearly every call of a long text needs some
 }
 
 TEST(Memory, OfTheProgramRunsOutAsAnError)

@@ -1,8 +1,8 @@
-#include "support/operand.h"
+#include "support/keys.h"
 
 #include <gtest/gtest.h>
 
-// Golden keys and keys of many elements; key_laws_test has what holds for all types, and less_test
+// Golden keys and keys of many elements; laws/laws_test has what holds for all types, and less_test
 // the keys of classes.
 
 namespace

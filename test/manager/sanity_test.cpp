@@ -1,4 +1,3 @@
-#include "support/failing_heap.h"
 #include "support/fixtures.h"
 
 #include <gtest/gtest.h>
@@ -12,8 +11,6 @@
 
 namespace
 {
-
-const unsigned char persistentFormats[] = {KoFMT_LITTLE, KoFMT_BIG, 0};
 
 #define NAME_SLOT(fieldType, field)                                                                \
     if (test(type.field, reserved.field))                                                          \
@@ -117,75 +114,6 @@ TEST(TypeSanity, NullTestBelongsToTheNullValue)
     });
 }
 
-TEST(TypeSanity, StoredValuesComeBack)
-{
-    ForEachType([](KoTypeMgr& manager, o_char id) {
-        const FixtureArray values(manager, id);
-        const KoTypeDescriptor& type = *koCurrentTypeTable.entry[id];
-        const unsigned count = values.Count();
-        for (const unsigned char format : persistentFormats) {
-            SCOPED_TRACE(testing::Message() << "format " << int{format});
-            Bytes bytes = Stored(manager, id, values.Data(), format, count);
-            const auto size = static_cast<unsigned>(bytes.size());
-            Bytes oneByOne;
-            for (unsigned i = 0; i < count; ++i) {
-                const Bytes one = Stored(manager, id, values[i], format, 1);
-                oneByOne.insert(oneByOne.end(), one.begin(), one.end());
-            }
-            if (id != KoBLOB_T) { // its array has one total in front
-                EXPECT_EQ(oneByOne, bytes) << "an array is its elements one after the other";
-            }
-            EXPECT_EQ(manager.DiskLenGet(id, bytes.data(), format, count, format), size);
-            MemFile file(bytes.data(), bytes.size());
-            EXPECT_EQ(manager.DiskLenGetFromMemFile(id, &file, format, count), size);
-            if (type.isFixed != 0) {
-                EXPECT_EQ(type.nullSizeGet(count), size);
-            }
-            const Array loaded{manager, id, manager.Create(id, count), count};
-            manager.Load(id, loaded.data, bytes.data(), format,
-                         count); // the loop below looks at it
-            int status = 1;
-            EXPECT_EQ(manager.Cmp(id, 0, values.Data(), 0, loaded.data, kExact, count, KoFMT_MEMORY,
-                                  status),
-                      0);
-            EXPECT_EQ(status, 0);
-            const unsigned hash = manager.Hash(id, 0, values.Data(), count, KoFMT_MEMORY, status);
-            EXPECT_EQ(manager.Hash(id, size, bytes.data(), count, format, status), hash);
-            EXPECT_EQ(status, 0);
-
-            // Translating is storing, copying, loading.
-            const unsigned memory = type.memLen * count;
-            Bytes made(size);
-            EXPECT_EQ(manager.Translate(id, made.data(), format, size, values.Data(), KoFMT_MEMORY,
-                                        memory, count),
-                      size);
-            EXPECT_EQ(made, bytes);
-            Bytes copy(size);
-            EXPECT_EQ(
-                manager.Translate(id, copy.data(), format, size, made.data(), format, size, count),
-                size);
-            EXPECT_EQ(copy, bytes);
-            manager.AssignmentPtrGet(id)(loaded.data, values[0], count, 1);
-            manager.Translate(id, loaded.data, KoFMT_MEMORY, memory, bytes.data(), format, size,
-                              count);
-            EXPECT_EQ(Stored(manager, id, loaded.data, format, count), bytes);
-        }
-        // Whatever else the bits are: only 2 alone puts the high byte first.
-        for (unsigned byte = 0; byte < (type.isFixed != 0 ? 256 : 16); ++byte) {
-            SCOPED_TRACE(testing::Message() << "format " << byte);
-            const auto format = static_cast<unsigned char>(byte);
-            const Bytes bytes = Stored(manager, id, values.Data(), format, count);
-            if ((byte & KoFMT_MEMORY) == 0) {
-                const unsigned char order = (byte & 15) == 2 ? KoFMT_BIG : KoFMT_LITTLE;
-                EXPECT_EQ(bytes, Stored(manager, id, values.Data(), order, count));
-            }
-            const Array loaded{manager, id, manager.Create(id, count), count};
-            EXPECT_EQ(manager.Load(id, loaded.data, bytes.data(), format, count), bytes.size());
-            EXPECT_EQ(Stored(manager, id, loaded.data, format, count), bytes);
-        }
-    });
-}
-
 TEST(TypeSanity, NoElementsAreNeverTouched)
 {
     ForEachType([](KoTypeMgr& manager, o_char id) {
@@ -248,75 +176,6 @@ TEST(TypeSanity, ArraysAreMadeCopiedAndAssigned)
         const Array fromTexts{manager, id, manager.ConvertFrom(id, texts.get(), count), count};
         ASSERT_NE(fromTexts.data, nullptr);
         EXPECT_EQ(stored(byDefault.data), stored(fromTexts.data)) << "from empty texts";
-    });
-}
-
-TEST(TypeSanity, TextsConvertBack)
-{
-    ForEachType([](KoTypeMgr& manager, o_char id) {
-        const FixtureArray values(manager, id);
-        const KoTypeDescriptor& type = *koCurrentTypeTable.entry[id];
-        const unsigned count = values.Count();
-        const std::unique_ptr<KoTypeConvertData> texts(manager.ConvertTo(id, values.Data(), count));
-        ASSERT_NE(texts, nullptr);
-        EXPECT_EQ(texts->manager, &manager);
-        const Array back{manager, id, manager.ConvertFrom(id, texts.get(), count), count};
-        for (unsigned i = 0; i < count; ++i) {
-            const KoString& text = *texts->GetString(static_cast<int>(i));
-            SCOPED_TRACE(testing::Message() << values.Reason(i) << ": " << text.StrGet());
-            void* element = manager.GetArrayElement(id, back.data, i, count);
-            // The character 0 has no text, and no text means null where there is a null.
-            if (manager.IsNullValue(id, values[i]) != 0 ||
-                (type.isFixed != 0 && type.setNull != nullptr && text.IsEmpty())) {
-                EXPECT_NE(manager.IsNullValue(id, element), 0);
-            } else {
-                EXPECT_EQ(Stored(manager, id, element, KoFMT_BIG, 1),
-                          Stored(manager, id, values[i], KoFMT_BIG, 1));
-            }
-        }
-    });
-}
-
-/// Whatever allocation fails, nothing crashes, the handler hears of it, and what was made can be
-/// released.
-TEST(TypeSanity, LackOfMemoryIsSurvived)
-{
-    ForEachType([](KoTypeMgr& manager, o_char id) {
-        const FixtureArray values(manager, id);
-        for (unsigned i = 0; i < values.Count(); ++i) {
-            SCOPED_TRACE(values.Reason(i));
-            Bytes bytes = Stored(manager, id, values[i], KoFMT_LITTLE, 1);
-            const Array target{manager, id, manager.Create(id, 1), 1};
-            bool failed = true;
-            for (int first = 0; failed; ++first) {
-                ASSERT_LT(first, 200);
-                const FailingHeap heap(first);
-                const Array made{manager, id, manager.Create(id, 1), 1};
-                const Array byDefault{manager, id, manager.DefaultValue(id, 1, 0), 1};
-                EXPECT_TRUE(first != 0 || (made.data == nullptr && byDefault.data == nullptr));
-                manager.AssignmentPtrGet(id)(target.data, values[i], 1, 0);
-                manager.Load(id, target.data, bytes.data(), KoFMT_LITTLE, 1);
-                const std::unique_ptr<KoTypeConvertData> texts(manager.ConvertTo(id, values[i], 1));
-                const Array back{manager, id, manager.ConvertFrom(id, texts.get(), 1), 1};
-                EXPECT_TRUE(first != 0 || back.data == nullptr);
-                KoString text;
-                manager.PrintToKoString(id, text, values[i], nullptr, 1);
-                unsigned errorAt = 0;
-                manager.ParseFromKoString(id, target.data, text, nullptr, errorAt);
-                manager.ScanFromKoString(id, target.data, text, nullptr, 1);
-                int status = 0;
-                manager.Hash(id, 0, target.data, 1, KoFMT_MEMORY, status);
-                manager.Cmp(id, target.data, values[i], 0, 1, KoFMT_MEMORY);
-                manager.GetValue(id, bytes.data(), 0, KoFMT_LITTLE, 'O');
-                manager.SetNullValue(id, target.data);
-                KoString old("a,b,");
-                const Array joined{manager, KoSTRING_T,
-                                   manager.ConvertToKoStringOld(values[i], id, 1), 1};
-                const Array pieces{manager, id, manager.ConvertFromKoStringOld(&old, id, 2), 2};
-                failed = heap.HasFailed();
-                EXPECT_EQ(heap.HandlerCalls() > 0, failed);
-            }
-        }
     });
 }
 

@@ -1,5 +1,7 @@
 #include "support/value.h"
 
+#include <ko.h>
+
 /// The texts of values of all types, as the files of test/data/texts say and explain.
 
 namespace
@@ -73,6 +75,57 @@ TEST(TypeTexts, AreThoseOfArrays)
             EXPECT_STREQ(printed.StrGet() + 1, data::ParseText(row[1]).StrGet());
         }
     });
+}
+
+// As test/data/texts/codes.txt has them, through the type manager and through ko.h.
+TEST(TypeTexts, WhatIsWrongHasACode)
+{
+    const struct {
+        const char* name;
+        int read;
+        ko_status packed;
+    } kResults[] = {{"ok", KoRC_OK, KO_OK},
+                    {"unreadable", KoREAD_NOT_A_VALUE, KO_UNREADABLE},
+                    {"out of range", KoREAD_OUT_OF_RANGE, KO_OUT_OF_RANGE},
+                    {"trailing", KoREAD_TRAILING, KO_TRAILING},
+                    {"not UTF-8", KoREAD_NOT_UTF8, KO_NOT_UTF8},
+                    {"too long", KoREAD_TOO_LONG, KO_TOO_LONG},
+                    {"no character", KoREAD_NO_CHARACTER, KO_NO_CHARACTER},
+                    {"bad format", 99, KO_BAD_FORMAT}};
+    const KoTypeMgr manager;
+    data::ForEachRow("texts/codes.txt", 6, [&](const auto& head, const data::Row& row) {
+        const auto& result = *std::find_if(std::begin(kResults), std::end(kResults) - 1,
+                                           [&](const auto& one) { return row[3] == one.name; });
+        const auto id = static_cast<o_char>(ko_type(row[0].c_str()));
+        const std::string ownFormat = data::ParseString('"' + row[1] + '"');
+        const char* const format = row[1] == "-" ? nullptr : ownFormat.c_str();
+        const std::string utf8 = data::ParseString(row[2]);
+        const std::size_t place = std::stoul(row[4]);
+        std::size_t at = 99;
+        Bytes packed(100);
+        if (head[0] != "type manager") {
+            std::size_t size = packed.size();
+            EXPECT_EQ(
+                ko_pack(id, utf8.data(), utf8.size(), format, KO_BIG, packed.data(), &size, &at),
+                result.packed);
+            EXPECT_EQ(size != 0, result.packed == KO_OK);
+            EXPECT_TRUE(at == place || size != 0 || result.packed == KO_BAD_FORMAT) << at;
+            packed.resize(size);
+        }
+        if (head[0] == "ko.h")
+            return;
+        const Array value{manager, id, manager.Create(id, 1), 1};
+        const Bytes before = Stored(manager, id, value.data, KoFMT_BIG, 1);
+        EXPECT_EQ(manager.ReadText(id, value.data, utf8.data(), utf8.size(), format, at),
+                  result.read);
+        EXPECT_EQ(at, place);
+        EXPECT_EQ(Stored(manager, id, value.data, KoFMT_BIG, 1),
+                  result.read == 0 ? packed : before);
+    });
+    std::size_t at = 99;
+    EXPECT_EQ(manager.ReadText(KoRES_T, nullptr, "1", 1, nullptr, at), KoRC_NOT_SUPPORTED);
+    EXPECT_EQ(at, 0U);
+    EXPECT_STREQ(manager.TextFormatGet(Ko4B_T), "%ld") << "the print format, where that reads back";
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 #include <limits>
+#include <set>
 #include <utility>
 #include <vector>
 
@@ -21,7 +22,8 @@ public:
         hasFailed = false;
         handlerCalls = 0;
         sizes.clear();
-        KoSetAllocator(Allocate, std::free);
+        live.clear();
+        KoSetAllocator(Allocate, Release);
         KoSetMemoryHandler([](std::size_t) { ++handlerCalls; });
     }
     FailingHeap(const FailingHeap&) = delete;
@@ -32,6 +34,10 @@ public:
         KoSetMemoryHandler(nullptr);
     }
 
+    /// From here on there is memory again.
+    void Relent() { failing = 0; }
+    /// How much of what was allocated meanwhile is not yet released.
+    std::size_t Live() const { return live.size(); }
     int HandlerCalls() const { return handlerCalls; }
     /// True when an allocation was refused.
     bool HasFailed() const { return hasFailed; }
@@ -49,7 +55,14 @@ private:
         }
         left -= left > 0 ? 1 : 0;
         sizes.push_back(size);
-        return std::malloc(size);
+        void* const memory = std::malloc(size);
+        live.insert(memory);
+        return memory;
+    }
+    static void Release(void* memory)
+    {
+        live.erase(memory);
+        std::free(memory);
     }
 
     static inline int left = 0;
@@ -57,6 +70,7 @@ private:
     static inline bool hasFailed = false;
     static inline int handlerCalls = 0;
     static inline std::vector<std::size_t> sizes;
+    static inline std::set<void*> live;
 };
 
 #endif

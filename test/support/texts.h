@@ -8,6 +8,7 @@
 #include <iterator>
 #include <random>
 #include <string>
+#include <string_view>
 #include <vector>
 
 // Random texts, the same in every run and on every machine.
@@ -79,15 +80,16 @@ public:
         return Text(kAwkward, Below(4) == 0 ? 24 : 5, kAwkwardSets, Language());
     }
 
-    /// A text that begins like `text`.
+    /// A text like `text`: characters put in or replaced, by one that some word takes for the same
+    /// more often than by any.
     KoString Like(const KoString& text)
     {
         std::u16string units = In16(text);
         for (unsigned changes = Below(3); changes > 0; --changes) {
             const unsigned at = Below(static_cast<unsigned>(units.size()) + 1);
             const char16_t unit = kAwkward[Below(std::size(kAwkward) - 1)];
-            if (at < units.size() && Below(2) == 0)
-                units[at] = unit;
+            if (at < units.size() && Below(3) != 0)
+                units[at] = Below(3) != 0 ? Twin(units[at]) : unit;
             else
                 units.insert(at, 1, unit);
         }
@@ -99,6 +101,20 @@ private:
         u"aaAbBee\u00E9\u00C9ssS\u00DF\u00E6\u00C6 \t-.*?\\\u00A0\u00BD12\u00B2/\u0131\u0105"
         u"\u0430\u03B1\u4E2D\u516C\u00FD\u5000\uF600\uF601\uAC00\uFFFF\x7F\u0080";
     static constexpr unsigned char kAwkwardSets[] = {1, 2, 21, 32, 41, 253, 253, 230};
+
+    /// A character of the same letter or kind, or the character itself.
+    char16_t Twin(char16_t unit)
+    {
+        static constexpr std::u16string_view kAlike[] = {u"aA\u0105\u0104\u00E4", u"bB",
+                                                         u"eE\u00E9\u00C9",       u"sS\u0161",
+                                                         u"\u00E6\u00C6",         u"yY\u00FD\u00DD",
+                                                         u"12\u00B2\u00B9",       u" \t\u00A0-./"};
+        for (const std::u16string_view alike : kAlike) {
+            if (alike.find(unit) != alike.npos)
+                return alike[Below(static_cast<unsigned>(alike.size()))];
+        }
+        return unit;
+    }
 
     unsigned char Language()
     {
