@@ -40,12 +40,12 @@ TEST(Threads, ReadTheSameBesideChanges)
 {
     const GeneratedStore generated(700);
     FilePlace place;
-    CopyStore(generated.Store(), *place.Load(), place.Path());
+    CopyStore(*generated.store, *place.Load(), place.Path());
     ObjectStore store(place.Open(Mode::Change), "store", place.Path());
     store.Analyze();
     std::vector<Query> queries(40);
     std::vector<Numbers> expected;
-    const auto alone = generated.Store().Read();
+    const auto alone = generated.store->Read();
     const std::size_t attributes = alone->GetSchema().attributes.size();
     RandomPredicates random(*alone, 17);
     for (std::size_t i = 0; i < queries.size(); ++i) {
