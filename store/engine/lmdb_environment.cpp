@@ -259,14 +259,25 @@ MDB_txn* Environment::Begin(unsigned flags)
         Map(m_wanted);
     }
     MDB_txn* transaction = nullptr;
-    int code = mdb_txn_begin(m_env, nullptr, flags, &transaction);
+    // Who writes takes LMDB's lock of writers before this mutex, here as later.
+    const auto begin = [&] {
+        if (flags != 0)
+            return mdb_txn_begin(m_env, nullptr, flags, &transaction);
+        ++m_active;
+        lock.unlock();
+        const int code = mdb_txn_begin(m_env, nullptr, flags, &transaction);
+        lock.lock();
+        --m_active;
+        return code;
+    };
+    int code = begin();
     if (code == MDB_MAP_RESIZED) { // by another process
         waitForOthers();
         Map(8 * CheckHeads(m_path));
-        code = mdb_txn_begin(m_env, nullptr, flags, &transaction);
+        code = begin();
     }
     if (code == MDB_READERS_FULL && mdb_reader_check(m_env, nullptr) == MDB_SUCCESS)
-        code = mdb_txn_begin(m_env, nullptr, flags, &transaction);
+        code = begin();
     Check(code, m_path);
     ++m_active;
     return transaction;

@@ -16,8 +16,8 @@ struct Broken : std::runtime_error {
     Broken(const char* law, const std::string& what) : runtime_error(law + (": " + what)) {}
 };
 
-/// How many times a law was looked at.
-inline unsigned long long lawsChecked = 0;
+/// How many times a law was looked at, by this thread.
+inline thread_local unsigned long long lawsChecked = 0;
 
 /// `what()` makes the text about the values, which costs more than the law.
 template <class What>
