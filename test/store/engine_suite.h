@@ -170,8 +170,10 @@ inline Pairs Walk(Reader& reader, Space space, const Range& range, Direction dir
 {
     Pairs found;
     const auto cursor = reader.Walk(space, range, direction);
-    if (const auto row = beside != nullptr ? cursor->Beside() : std::nullopt)
-        beside->emplace_back(row->key, row->value);
+    if (beside != nullptr) {
+        if (const auto row = cursor->Beside())
+            beside->emplace_back(row->key, row->value);
+    }
     for (auto rows = cursor->Next(most); !rows.empty(); rows = cursor->Next(most)) {
         EXPECT_LE(rows.size(), most);
         for (const auto& row : rows)
