@@ -39,9 +39,11 @@ void BlockView::Objects(SlotBits& bits) const
 
 const Column* BlockView::Values(std::size_t attribute)
 {
-    Known& known = m_columns[attribute];
-    if (known.block == m_block)
-        return &known.column;
+    std::unique_ptr<Known>& known = m_columns[attribute];
+    if (!known)
+        known = std::make_unique<Known>();
+    if (known->block == m_block)
+        return &known->column;
     const auto end = [&](std::size_t i) -> std::size_t {
         return m_wideEnds ? GetLittle<std::uint32_t>(m_ends + i * 4)
                           : GetLittle<std::uint16_t>(m_ends + i * 2);
@@ -50,11 +52,11 @@ const Column* BlockView::Values(std::size_t attribute)
     const std::size_t last = end(attribute);
     const bool isLast = attribute + 1 == m_columns.size();
     if (first > last || last > m_bytes.size() || (isLast && last != m_bytes.size()) ||
-        !known.column.Open(m_bytes.substr(first, last - first), m_bytes.size() - last,
-                           m_layout[attribute], m_slots))
+        !known->column.Open(m_bytes.substr(first, last - first), m_bytes.size() - last,
+                            m_layout[attribute], m_slots))
         return nullptr;
-    known.block = m_block;
-    return &known.column;
+    known->block = m_block;
+    return &known->column;
 }
 
 bool BlockView::AreFormsSound(const Schema& schema)

@@ -3,6 +3,8 @@
 
 #include "block/column.h"
 
+#include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -70,7 +72,8 @@ private:
         Column column;
         std::uint64_t block = 0; ///< what m_block was when the column was opened
     };
-    std::vector<Known> m_columns;
+    /// Few are asked for where single objects are looked up.
+    std::vector<std::unique_ptr<Known>> m_columns;
     std::uint64_t m_block = 0; ///< counts the blocks
 };
 

@@ -2,7 +2,6 @@
 
 #include "engine/lmdb_count.h"
 
-#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -13,32 +12,31 @@ namespace
 {
 
 constexpr std::size_t kMostIdle = 4;
-constexpr std::size_t kRowsAtOnce = 64; // for which there is room at once
 
 class Walker : public Cursor
 {
 public:
-    Walker(std::shared_ptr<Transaction> transaction, Space space, Range range, Direction direction)
-        : m_transaction(std::move(transaction)), m_path(m_transaction->environment->Path()),
+    Walker(Transaction& transaction, Space space, Range range, Direction direction)
+        : m_transaction(transaction), m_path(transaction.environment->Path()),
           m_range(std::move(range)), m_forwards(direction == Direction::Forwards),
-          m_idle(m_transaction->idle[static_cast<std::size_t>(space)]),
-          m_changes(m_transaction->changes)
+          m_idle(m_transaction.idle[static_cast<std::size_t>(space)]),
+          m_changes(m_transaction.changes)
     {
         if (!m_idle.empty()) {
             m_cursor = std::move(m_idle.back());
             m_idle.pop_back();
         } else {
             m_idle.reserve(kMostIdle); // so that nothing throws when it comes back
-            m_cursor = OpenCursor(m_transaction->transaction,
-                                  m_transaction->environment->Dbi(space), m_path);
+            m_cursor = OpenCursor(m_transaction.transaction, m_transaction.environment->Dbi(space),
+                                  m_path);
         }
     }
     ~Walker() override
     {
         // LMDB closes the cursors of a transaction that writes when it ends.
-        if (m_transaction->writes && m_transaction->transaction == nullptr)
+        if (m_transaction.writes && m_transaction.transaction == nullptr)
             static_cast<void>(m_cursor.release());
-        else if (!m_transaction->writes && m_idle.size() < kMostIdle)
+        else if (!m_transaction.writes && m_idle.size() < kMostIdle)
             m_idle.push_back(std::move(m_cursor));
     }
     Walker(const Walker&) = delete;
@@ -46,24 +44,27 @@ public:
 
     std::span<const Row> Next(std::size_t most) override
     {
-        m_rows.clear();
-        m_rows.reserve(std::min(most, kRowsAtOnce));
+        m_many.clear();
+        std::size_t count = 0;
         MDB_val key{};
         MDB_val value{};
         const MDB_cursor_op onwards = m_forwards ? MDB_NEXT : MDB_PREV;
         bool found = !m_ended && Step(key, value);
         while (found && !IsOutside(View(key))) {
-            m_rows.push_back({View(key), View(value)});
-            if (m_rows.size() == most)
+            if (most <= std::size(m_few))
+                m_few[count] = {View(key), View(value)};
+            else
+                m_many.push_back({View(key), View(value)});
+            if (++count == most)
                 break;
             found = Get(key, value, onwards);
         }
-        m_ended = m_rows.size() < most;
-        if (m_transaction->writes && !m_rows.empty())
-            m_last = m_rows.back().key;
-        return m_rows;
+        m_ended = count < most;
+        const std::span<const Row> rows(most <= std::size(m_few) ? m_few : m_many.data(), count);
+        if (m_transaction.writes && count != 0)
+            m_last = rows.back().key;
+        return rows;
     }
-
     /// Leaves the cursor so that the first step is one onwards.
     std::optional<Row> Beside() override
     {
@@ -109,8 +110,8 @@ private:
 
     bool Step(MDB_val& key, MDB_val& value)
     {
-        const bool moved = m_changes != m_transaction->changes;
-        m_changes = m_transaction->changes;
+        const bool moved = m_changes != m_transaction.changes;
+        m_changes = m_transaction.changes;
         if (m_started && !moved)
             return Get(key, value, m_forwards ? MDB_NEXT : MDB_PREV);
         if (m_started && !m_last.empty())
@@ -128,7 +129,7 @@ private:
         return m_forwards ? m_range.high && key >= *m_range.high : key < m_range.low;
     }
 
-    std::shared_ptr<Transaction> m_transaction;
+    Transaction& m_transaction;
     const std::string& m_path;
     const Range m_range;
     const bool m_forwards;
@@ -138,15 +139,16 @@ private:
     bool m_started = false;
     bool m_ended = false;
     std::string m_last; ///< key of a writer's walk
-    std::vector<Row> m_rows;
+    Row m_few[2];       ///< as many as looking one value up asks for
+    std::vector<Row> m_many;
 };
 
 } // namespace
 
-std::unique_ptr<Cursor> MakeCursor(std::shared_ptr<Transaction> transaction, Space space,
-                                   const Range& range, Direction direction)
+std::unique_ptr<Cursor> MakeCursor(Transaction& transaction, Space space, const Range& range,
+                                   Direction direction)
 {
-    return std::make_unique<Walker>(std::move(transaction), space, range, direction);
+    return std::make_unique<Walker>(transaction, space, range, direction);
 }
 
 std::uint64_t Guess(const Transaction& transaction, Space space, const Range& range)

@@ -19,8 +19,9 @@ struct Transaction {
     std::array<std::vector<CursorPointer>, kSpaces> idle;
 };
 
-std::unique_ptr<Cursor> MakeCursor(std::shared_ptr<Transaction> transaction, Space space,
-                                   const Range& range, Direction direction);
+/// The cursor ends before the transaction's reader or writer does.
+std::unique_ptr<Cursor> MakeCursor(Transaction& transaction, Space space, const Range& range,
+                                   Direction direction);
 
 /// The rows of a range, guessed.
 std::uint64_t Guess(const Transaction& transaction, Space space, const Range& range);

@@ -26,8 +26,7 @@ class Access : public Base
 {
 public:
     Access(const std::shared_ptr<Environment>& environment, MDB_txn* transaction, bool writes)
-        : m_environment(*environment), m_transaction(std::make_shared<Transaction>(
-                                           Transaction{environment, transaction, writes, 0, {}}))
+        : m_environment(*environment), m_transaction{environment, transaction, writes, 0, {}}
     {
     }
 
@@ -62,7 +61,7 @@ public:
                 return count;
             count += more;
         }
-        return std::max(count, Guess(*m_transaction, space, range));
+        return std::max(count, Guess(m_transaction, space, range));
     }
 
 protected:
@@ -71,19 +70,19 @@ protected:
     {
         CursorPointer& cursor = m_cursors[static_cast<std::size_t>(space)];
         if (!cursor)
-            cursor = OpenCursor(m_transaction->transaction, m_environment.Dbi(space), Path());
+            cursor = OpenCursor(m_transaction.transaction, m_environment.Dbi(space), Path());
         return cursor.get();
     }
     void CloseCursors()
     {
         for (CursorPointer& cursor : m_cursors)
             cursor.reset();
-        for (auto& idle : m_transaction->idle)
+        for (auto& idle : m_transaction.idle)
             idle.clear();
     }
 
     Environment& m_environment; ///< of the transaction
-    std::shared_ptr<Transaction> m_transaction;
+    Transaction m_transaction;
 
 private:
     CursorPointer m_cursors[kSpaces];
@@ -99,9 +98,9 @@ public:
     ~LmdbReader() override
     {
         CloseCursors();
-        m_environment.End(std::exchange(m_transaction->transaction, nullptr), nullptr);
+        m_environment.End(std::exchange(m_transaction.transaction, nullptr), nullptr);
     }
-    std::uint64_t Moment() const override { return mdb_txn_id(m_transaction->transaction); }
+    std::uint64_t Moment() const override { return mdb_txn_id(m_transaction.transaction); }
 };
 
 class LmdbWriter : public Access<Writer>
@@ -115,8 +114,8 @@ public:
     ~LmdbWriter() override
     {
         CloseCursors();
-        if (m_transaction->transaction != nullptr)
-            m_environment.End(std::exchange(m_transaction->transaction, nullptr), m_claim.get());
+        if (m_transaction.transaction != nullptr)
+            m_environment.End(std::exchange(m_transaction.transaction, nullptr), m_claim.get());
     }
 
     void Put(Space space, std::string_view key, std::string_view value) override
@@ -149,9 +148,9 @@ public:
 
     void Commit() override
     {
-        m_environment.Reserve(*m_claim, m_transaction->transaction, m_sinceStep + 4 * kStep);
+        m_environment.Reserve(*m_claim, m_transaction.transaction, m_sinceStep + 4 * kStep);
         CloseCursors();
-        const int code = mdb_txn_commit(std::exchange(m_transaction->transaction, nullptr));
+        const int code = mdb_txn_commit(std::exchange(m_transaction.transaction, nullptr));
         m_environment.End(nullptr, m_claim.get());
         m_environment.CheckWrite(code);
         m_claim.reset();
@@ -160,11 +159,11 @@ public:
 private:
     void Count(std::size_t bytes)
     {
-        ++m_transaction->changes;
+        ++m_transaction.changes;
         m_sinceStep += bytes;
-        if (m_sinceStep < kStep && m_transaction->changes > 1)
+        if (m_sinceStep < kStep && m_transaction.changes > 1)
             return;
-        m_environment.Reserve(*m_claim, m_transaction->transaction, m_sinceStep + 4 * kStep);
+        m_environment.Reserve(*m_claim, m_transaction.transaction, m_sinceStep + 4 * kStep);
         m_sinceStep = 0;
     }
 

@@ -73,7 +73,7 @@ bool RowWalk::Next(std::size_t atOnce)
     if (!inOrder)
         FailOrder(m_space, m_key);
     m_hasEnded = m_provesEnds && IsBehind();
-    m_last = m_key;
+    m_last = m_provesEnds ? m_key : std::string_view(m_room.assign(m_key));
     return !m_hasEnded;
 }
 

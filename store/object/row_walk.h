@@ -18,7 +18,10 @@ namespace ko::store::inner
 class RowWalk
 {
 public:
+    /// `provesEnds` is for readers whose views last.
     RowWalk(Reader& reader, Space space, Range range, Direction direction, bool provesEnds);
+    RowWalk(const RowWalk&) = delete;
+    RowWalk& operator=(const RowWalk&) = delete;
 
     /// Moves to the next row; false behind the last one. `atOnce`: rows to ask the engine for.
     bool Next(std::size_t atOnce);
@@ -41,7 +44,8 @@ private:
     std::size_t m_at = 0;
     bool m_hasEnded = false;
     std::size_t m_nextFew = 2; ///< rows that are asked for, where asking costs no round trip
-    std::string m_last;        ///< key of the row before
+    std::string_view m_last;   ///< key of the row before
+    std::string m_room;        ///< for it, where the reader's does not stay
     std::string_view m_key;
     std::string_view m_bytes;
 };

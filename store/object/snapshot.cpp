@@ -4,6 +4,7 @@
 #include <kostore.h>
 
 #include <algorithm>
+#include <bit>
 #include <utility>
 
 namespace ko::store::inner
@@ -30,8 +31,10 @@ void OpenBlockView(BlockView& view, std::string_view key, std::string_view bytes
 
 } // namespace
 
-BlockWalk::BlockWalk(RowWalk rows, const BlockLayout& layout, unsigned slotsOfBlock)
-    : m_rows(std::move(rows)), m_slotsOfBlock(slotsOfBlock), m_block(layout)
+BlockWalk::BlockWalk(Reader& reader, Range range, bool provesEnds, const BlockLayout& layout,
+                     unsigned slotsOfBlock)
+    : m_rows(reader, Space::Blocks, std::move(range), Direction::Forwards, provesEnds),
+      m_slotsOfBlock(slotsOfBlock), m_block(layout)
 {
 }
 
@@ -86,12 +89,14 @@ Snapshot::Snapshot(std::shared_ptr<Reader> reader, bool viewsLast, std::string s
     m_described = m_memory ? m_memory->Describe(values[1], m_store)
                            : std::make_shared<const Described>(values[1], m_store);
     m_slotsOfBlock = About().slotsOfBlock;
+    m_slotBits = std::countr_zero(m_slotsOfBlock);
     const std::size_t attributes = GetSchema().attributes.size();
     m_counts = m_memory
                    ? m_memory->Count(values[0], attributes, m_store)
                    : std::make_shared<const Counts>(Counts::Read(values[0], attributes, m_store));
     const std::uint64_t blocks = BlockOf(GetCounts().nextNumber) + 1;
-    m_blocks.resize(std::min<std::uint64_t>(blocks, m_viewsLast ? kOpenBlocks : kCopiedBlocks));
+    m_blocks.resize(
+        std::bit_ceil(std::min<std::uint64_t>(blocks, m_viewsLast ? kOpenBlocks : kCopiedBlocks)));
     const std::uint64_t moment = m_reader->Moment();
     m_proved = m_memory && moment != 0 ? m_memory->Proved(moment, blocks)
                                        : std::make_shared<ProvedBlocks>(0, blocks);
@@ -121,7 +126,7 @@ std::string_view Snapshot::Proved(std::uint64_t block, std::string_view key,
 
 BlockView* Snapshot::Block(std::uint64_t block)
 {
-    std::unique_ptr<OpenBlock>& open = m_blocks[block % m_blocks.size()];
+    std::unique_ptr<OpenBlock>& open = m_blocks[block & (m_blocks.size() - 1)];
     if (open && open->isOpen && open->number == block)
         return &open->view;
     if (block > kMaxObjectNumber)
@@ -164,19 +169,14 @@ BlockView* Snapshot::BlockWith(std::uint64_t number)
     return block != nullptr && block->Has(SlotOf(number)) ? block : nullptr;
 }
 
-/// A server looks after its own pages, and more rows cost round trips there.
-RowWalk Snapshot::Walk(Space space, Range range, Direction direction)
-{
-    return {*m_reader, space, std::move(range), direction, m_viewsLast};
-}
-
 std::unique_ptr<BlockWalk> Snapshot::Blocks(std::uint64_t first, std::uint64_t last)
 {
     Range range{BlockKey(first), {}};
     if (last < kMaxObjectNumber)
         range.high = BlockKey(last + 1);
-    return std::make_unique<BlockWalk>(Walk(Space::Blocks, std::move(range), Direction::Forwards),
-                                       Layout(), SlotsOfBlock());
+    // A server looks after its own pages, and more rows cost round trips there.
+    return std::make_unique<BlockWalk>(*m_reader, std::move(range), m_viewsLast, Layout(),
+                                       SlotsOfBlock());
 }
 
 std::string_view Snapshot::Large(std::size_t attribute, std::uint64_t number, std::string& room)
@@ -341,7 +341,7 @@ bool Snapshot::HasChanged()
 
 EntryWalk Snapshot::Entries(Range keys, Direction direction)
 {
-    return EntryWalk(Walk(Space::Entries, std::move(keys), direction));
+    return {*m_reader, std::move(keys), direction, m_viewsLast};
 }
 
 std::uint64_t Snapshot::CountRowsRoughly(const Range& keys)

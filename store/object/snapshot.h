@@ -30,7 +30,9 @@ namespace ko::store::inner
 class BlockWalk
 {
 public:
-    BlockWalk(RowWalk rows, const BlockLayout& layout, unsigned slotsOfBlock);
+    /// `provesEnds`: see RowWalk.
+    BlockWalk(Reader& reader, Range range, bool provesEnds, const BlockLayout& layout,
+              unsigned slotsOfBlock);
 
     /// Moves to the next block; false behind the last one. Throws Error (ErrorCode::Damaged).
     bool Next();
@@ -54,7 +56,11 @@ private:
 class EntryWalk
 {
 public:
-    explicit EntryWalk(RowWalk rows) : m_rows(std::move(rows)) {}
+    /// `provesEnds`: see RowWalk.
+    EntryWalk(Reader& reader, Range range, Direction direction, bool provesEnds)
+        : m_rows(reader, Space::Entries, std::move(range), direction, provesEnds)
+    {
+    }
 
     /// Moves to the next row; false behind the last one. Throws Error (ErrorCode::Damaged).
     bool Next();
@@ -104,10 +110,11 @@ public:
 
     // ---- objects
 
-    std::uint64_t BlockOf(std::uint64_t number) const { return number / SlotsOfBlock(); }
+    /// Slots are a power of two.
+    std::uint64_t BlockOf(std::uint64_t number) const { return number >> m_slotBits; }
     unsigned SlotOf(std::uint64_t number) const
     {
-        return static_cast<unsigned>(number % SlotsOfBlock());
+        return static_cast<unsigned>(number & (m_slotsOfBlock - 1));
     }
 
     /// Reads what will be asked for of the first of these objects, so many as go together, and
@@ -211,7 +218,6 @@ private:
     void FetchLarge(std::span<const std::string> keys);
     bool HasText(std::size_t attribute, std::uint32_t entry);
     void ReadTexts(std::span<const std::string> keys);
-    RowWalk Walk(Space space, Range range, Direction direction);
     std::unique_ptr<Statistics> OpenStatistics(std::span<const std::size_t> attributes);
     const TextRow& FindTexts(std::size_t attribute, std::uint32_t entry);
     Counts ReadCounts(Reader& reader) const;
@@ -226,6 +232,7 @@ private:
     std::shared_ptr<StoreMemory> m_memory; ///< may be null
     std::shared_ptr<const Described> m_described;
     unsigned m_slotsOfBlock = 0;
+    int m_slotBits = 0;
     std::shared_ptr<const Counts> m_counts;
     std::vector<std::unique_ptr<OpenBlock>> m_blocks; ///< by their numbers' remainders
     std::shared_ptr<ProvedBlocks> m_proved;
