@@ -79,11 +79,6 @@ inline std::string BehindValue(std::string_view valueKey)
 {
     return MakeEntryKey(valueKey, (std::uint64_t{1} << 48) - 1);
 }
-/// The value's key in an end that one of these two made.
-inline std::string_view ValueKeyOf(std::string_view end)
-{
-    return end.substr(0, end.size() - kNumberBytes);
-}
 inline std::string BeforeAttribute(std::size_t attribute)
 {
     std::string key;

@@ -46,14 +46,7 @@ Range RangeWalk::Keys()
         return behindAlikes ? BehindValue(key) : BeforeValue(key);
     };
     Range range{end(m_range.low, false, m_cutLow), BehindAttribute(attribute)};
-    if (!m_range.high)
-        return range;
-    // Of one value the key is there already.
-    const std::string& low = m_range.low.form;
-    if (m_range.high->behind && !low.empty() && low == m_range.high->form && m_cutLow.empty() &&
-        !m_range.low.behind)
-        range.high = BehindValue(ValueKeyOf(range.low));
-    else
+    if (m_range.high)
         range.high = end(*m_range.high, true, m_cutHigh);
     return range;
 }
